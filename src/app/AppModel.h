@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "base/Job.h"
+#include "servers/KeychainStore.h"
+#include "servers/ServerConnection.h"
+
+#include <QObject>
+
+#include <array>
+#include <functional>
+#include <memory>
+
+namespace moorix {
+
+class FileClipboard;
+class FileService;
+class KeyValueStore;
+class Keychain;
+class PaneTabs;
+class Preferences;
+class ProcessRunner;
+class ServerConnections;
+class ServerStore;
+class SettingsStore;
+class TransferEngine;
+
+enum class Side { left, right };
+constexpr Side otherSide(Side side)
+{
+    return side == Side::left ? Side::right : Side::left;
+}
+
+/// Created once at start-up; owns, for the life of the process, every store, engine and pane. The window observes
+/// these objects and calls their operations. Main thread.
+class AppModel final : public QObject
+{
+    Q_OBJECT
+
+public:
+    struct Platform
+    {
+        std::shared_ptr<ProcessRunner> processes;
+        std::shared_ptr<Keychain> keychain;
+    };
+
+    /// Reads the documents of this user (AppPaths) and opens a local tab on each side.
+    explicit AppModel(Platform platform, QObject *parent = nullptr);
+    ~AppModel() override;
+
+    Preferences &preferences() const { return *m_preferences; }
+    KeyValueStore &cloud() const { return *m_cloud; }
+    SettingsStore &settings() const { return *m_settings; }
+    ServerStore &servers() const { return *m_servers; }
+    const std::shared_ptr<KeychainStore> &keychain() const { return m_keychain; }
+    ServerConnections &connections() const { return *m_connections; }
+    TransferEngine &transfers() const { return *m_transfers; }
+    FileClipboard &clipboard() const { return *m_clipboard; }
+    PaneTabs &tabs(Side side) const { return *m_tabs[std::size_t(side)]; }
+    const std::shared_ptr<FileService> &localFiles() const { return m_localFiles; }
+
+    Side activeSide() const { return m_activeSide; }
+    void setActiveSide(Side side);
+
+    /// Copies or moves the selection of a side's file list into the folder shown on the other side. Returns why that
+    /// is not possible, or nothing.
+    std::optional<QString> transferSelection(Side from, bool isMove);
+    /// Pastes the clipboard into the folder shown on `side`. Returns why that is not possible, or nothing.
+    std::optional<QString> paste(Side side);
+
+    /// Saves a server and its secrets; an absent secret is left as it is, an empty one is deleted. `done` gets an
+    /// empty text, or why the keychain did not take the secrets (they are then kept for this run).
+    [[nodiscard]] Job saveServer(const ServerConnection &server, const ConnectionCredentials &secrets,
+        std::function<void(const QString &problem)> done);
+    /// Removes a server with its secrets.
+    void removeServer(const QUuid &id);
+    /// Hosts of ~/.ssh/config that are not in the library yet, as drafts.
+    [[nodiscard]] Job findImportableHosts(
+        std::function<void(const QList<ServerConnection> &)> done, std::function<void(const Error &)> failed);
+
+signals:
+    void activeSideChanged();
+    /// A sentence for the status bar.
+    void messageRaised(const QString &message);
+
+private:
+    std::unique_ptr<Preferences> m_preferences;
+    std::unique_ptr<KeyValueStore> m_cloud;
+    std::unique_ptr<SettingsStore> m_settings;
+    std::unique_ptr<ServerStore> m_servers;
+    std::shared_ptr<KeychainStore> m_keychain;
+    std::shared_ptr<ProcessRunner> m_processes;
+    std::shared_ptr<FileService> m_localFiles;
+    std::unique_ptr<ServerConnections> m_connections;
+    std::unique_ptr<TransferEngine> m_transfers;
+    std::unique_ptr<FileClipboard> m_clipboard;
+    std::array<std::unique_ptr<PaneTabs>, 2> m_tabs;
+    Side m_activeSide = Side::left;
+};
+
+} // namespace moorix

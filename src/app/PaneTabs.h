@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "files/PaneSlot.h"
+
+#include <QList>
+#include <QObject>
+
+#include <memory>
+
+namespace moorix {
+
+class Session;
+
+/// One side of the window: its slot and the tabs in it. There is always at least one tab, and exactly one is current;
+/// the slot's mode follows it. Main thread.
+class PaneTabs final : public QObject
+{
+    Q_OBJECT
+
+public:
+    PaneSlot &slot() const { return *m_slot; }
+    const QList<Session *> &sessions() const { return m_sessions; }
+    Session &current() const { return *m_sessions.at(m_currentIndex); }
+    qsizetype currentIndex() const { return m_currentIndex; }
+    void setCurrentIndex(qsizetype index);
+
+    /// A new tab behind the current one, made current.
+    Session &openLocal(const QString &path);
+    /// The tab of the server library: an existing one, or a new one.
+    Session &openServers();
+    /// A new tab that connects. An absent path opens the record's start folder.
+    Session &openServer(const ServerConnection &server, const std::optional<ConnectionCredentials> &credentials,
+        const std::optional<QString> &path);
+    /// Shows the server in the current tab instead of what is there (a click on a saved server).
+    Session &openServerHere(const ServerConnection &server);
+    /// Shows a local folder in the current tab: loads it when the tab is local, else replaces the tab.
+    Session &openLocalHere(const QString &path);
+    /// Closing the last tab leaves a local one.
+    void close(qsizetype index);
+    void moveTab(qsizetype from, qsizetype to);
+
+signals:
+    /// Tabs came, went or moved. Sessions that went are deleted later, after the signal.
+    void sessionsChanged();
+    void currentChanged();
+
+private:
+    std::unique_ptr<PaneSlot> m_slot;
+    QList<Session *> m_sessions;
+    qsizetype m_currentIndex = 0;
+};
+
+} // namespace moorix

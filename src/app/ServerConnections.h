@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "base/Job.h"
+#include "servers/ServerConnection.h"
+
+#include <QHash>
+#include <QObject>
+
+#include <functional>
+#include <memory>
+
+namespace moorix {
+
+class KeychainStore;
+class ProcessRunner;
+class RemoteFileService;
+
+/// A server that answered, and what the user should hear about it.
+struct OpenConnection
+{
+    std::shared_ptr<RemoteFileService> service;
+    /// The folder to open: the record's remotePath, or the login folder.
+    QString startPath;
+    /// Said once after the first contact with a host: that its key was accepted, with the fingerprint. Else empty.
+    QString notice;
+};
+
+/// The connections of the running program, one service per server, shared by all tabs and transfers. A service is
+/// disconnected in the background once nobody holds it. Main thread.
+class ServerConnections final : public QObject
+{
+    Q_OBJECT
+
+public:
+    ServerConnections(std::shared_ptr<KeychainStore> keychain, std::shared_ptr<ProcessRunner> runner,
+        QObject *parent = nullptr);
+    ~ServerConnections() override;
+
+    /// Connects, or joins the live connection of the same record. `credentials` replace those of the keychain (quick
+    /// connect). A record whose way of being reached has changed gets a new connection.
+    [[nodiscard]] Job open(const ServerConnection &server, const std::optional<ConnectionCredentials> &credentials,
+        std::function<void(const OpenConnection &)> done, std::function<void(const Error &)> failed);
+    /// Connects a draft apart from everything else, lists its start folder and disconnects again.
+    [[nodiscard]] Job test(const ServerConnection &draft, const ConnectionCredentials &credentials,
+        std::function<void(const QString &summary)> done, std::function<void(const Error &)> failed);
+    bool isConnected(const QUuid &serverID) const;
+    void disconnect(const QUuid &serverID);
+
+signals:
+    void connectionsChanged();
+};
+
+} // namespace moorix

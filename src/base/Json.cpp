@@ -1,0 +1,251 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "base/Json.h"
+
+#include <QJsonDocument>
+
+namespace moorix {
+
+namespace {
+
+QByteArray scalarText(const QJsonValue &scalar)
+{
+    const QByteArray wrapped = QJsonDocument(QJsonArray{scalar}).toJson(QJsonDocument::Compact);
+    return wrapped.mid(1, wrapped.size() - 2);
+}
+
+} // namespace
+
+QString uuidText(const QUuid &uuid)
+{
+    return uuid.toString(QUuid::WithoutBraces).toUpper();
+}
+
+QUuid newUuid()
+{
+    return QUuid::createUuid();
+}
+
+QString dateText(const QDateTime &date)
+{
+    return date.toUTC().toString(Qt::ISODateWithMs);
+}
+
+JsonReader::JsonReader(QJsonObject object, QString subject)
+    : m_object(std::move(object))
+    , m_subject(std::move(subject))
+{
+}
+
+JsonReader JsonReader::parse(const QByteArray &bytes, const QString &subject)
+{
+    QJsonParseError problem;
+    const QJsonDocument document = QJsonDocument::fromJson(bytes, &problem);
+    if (problem.error != QJsonParseError::NoError) {
+        throw Error(QStringLiteral("JSON"), QStringLiteral("The text of %1 is not JSON: %2 at byte %3.")
+                                                .arg(subject, problem.errorString())
+                                                .arg(problem.offset));
+    }
+    if (!document.isObject())
+        throw Error(QStringLiteral("JSON"), QStringLiteral("The text of %1 is not a JSON object.").arg(subject));
+    return JsonReader(document.object(), subject);
+}
+
+void JsonReader::fail(const QString &key, const QString &problem) const
+{
+    throw Error(QStringLiteral("JSON"), QStringLiteral("The key “%1” of %2 %3.").arg(key, m_subject, problem));
+}
+
+std::optional<QJsonValue> JsonReader::find(const QString &key) const
+{
+    const QJsonValue value = m_object.value(key);
+    if (value.isUndefined() || value.isNull())
+        return std::nullopt;
+    return value;
+}
+
+QJsonValue JsonReader::require(const QString &key) const
+{
+    const auto value = find(key);
+    if (!value)
+        fail(key, QStringLiteral("is missing"));
+    return *value;
+}
+
+QString JsonReader::requiredString(const QString &key) const
+{
+    const QJsonValue value = require(key);
+    if (!value.isString())
+        fail(key, QStringLiteral("is not a text"));
+    return value.toString();
+}
+
+bool JsonReader::requiredBool(const QString &key) const
+{
+    const QJsonValue value = require(key);
+    if (!value.isBool())
+        fail(key, QStringLiteral("is not true or false"));
+    return value.toBool();
+}
+
+qint64 JsonReader::requiredInteger(const QString &key) const
+{
+    require(key);
+    return *optionalInteger(key);
+}
+
+QUuid JsonReader::requiredUuid(const QString &key) const
+{
+    require(key);
+    return *optionalUuid(key);
+}
+
+QJsonArray JsonReader::requiredArray(const QString &key) const
+{
+    const QJsonValue value = require(key);
+    if (!value.isArray())
+        fail(key, QStringLiteral("is not a list"));
+    return value.toArray();
+}
+
+std::optional<QString> JsonReader::optionalString(const QString &key) const
+{
+    if (!find(key))
+        return std::nullopt;
+    return requiredString(key);
+}
+
+std::optional<qint64> JsonReader::optionalInteger(const QString &key) const
+{
+    const auto value = find(key);
+    if (!value)
+        return std::nullopt;
+    // Two different fall-backs tell a value that has no exact integer from one that equals the fall-back.
+    if (value->toInteger(0) != value->toInteger(1))
+        fail(key, QStringLiteral("is not a whole number"));
+    return value->toInteger();
+}
+
+std::optional<QUuid> JsonReader::optionalUuid(const QString &key) const
+{
+    const auto text = optionalString(key);
+    if (!text)
+        return std::nullopt;
+    const QUuid uuid = QUuid::fromString(*text);
+    if (uuid.isNull())
+        fail(key, QStringLiteral("is not an identifier (“%1”)").arg(*text));
+    return uuid;
+}
+
+std::optional<QDateTime> JsonReader::optionalDate(const QString &key) const
+{
+    const auto text = optionalString(key);
+    if (!text)
+        return std::nullopt;
+    const QDateTime date = QDateTime::fromString(*text, Qt::ISODateWithMs);
+    if (!date.isValid())
+        fail(key, QStringLiteral("is not a date (“%1”)").arg(*text));
+    return date.toUTC();
+}
+
+JsonReader JsonReader::element(const QJsonArray &array, qsizetype index, const QString &subject) const
+{
+    if (!array.at(index).isObject()) {
+        throw Error(QStringLiteral("JSON"),
+            QStringLiteral("Entry %1 of %2 is not a JSON object.").arg(index + 1).arg(m_subject));
+    }
+    return JsonReader(array.at(index).toObject(), subject);
+}
+
+void JsonWriter::newLine()
+{
+    m_bytes += '\n';
+    m_bytes += QByteArray(m_depth * 2, ' ');
+}
+
+void JsonWriter::beforeValue()
+{
+    if (m_afterKey) {
+        m_afterKey = false;
+        return;
+    }
+    if (m_depth == 0)
+        return;
+    if (!m_isFirst)
+        m_bytes += ',';
+    newLine();
+}
+
+void JsonWriter::open(char bracket)
+{
+    beforeValue();
+    m_bytes += bracket;
+    ++m_depth;
+    m_isFirst = true;
+}
+
+void JsonWriter::close(char bracket)
+{
+    --m_depth;
+    if (!m_isFirst)
+        newLine();
+    m_bytes += bracket;
+    m_isFirst = false;
+}
+
+void JsonWriter::beginObject()
+{
+    open('{');
+}
+
+void JsonWriter::endObject()
+{
+    close('}');
+}
+
+void JsonWriter::beginArray()
+{
+    open('[');
+}
+
+void JsonWriter::endArray()
+{
+    close(']');
+}
+
+void JsonWriter::key(QStringView key)
+{
+    beforeValue();
+    m_bytes += scalarText(QJsonValue(key.toString())) + ": ";
+    m_isFirst = false;
+    m_afterKey = true;
+}
+
+void JsonWriter::value(const QJsonValue &scalar)
+{
+    beforeValue();
+    m_bytes += scalarText(scalar);
+    m_isFirst = false;
+}
+
+void JsonWriter::field(QStringView name, const QJsonValue &scalar)
+{
+    key(name);
+    value(scalar);
+}
+
+void JsonWriter::field(QStringView name, const std::optional<QString> &text)
+{
+    field(name, text ? QJsonValue(*text) : QJsonValue());
+}
+
+void JsonWriter::field(QStringView name, const std::optional<QUuid> &uuid)
+{
+    field(name, uuid ? QJsonValue(uuidText(*uuid)) : QJsonValue());
+}
+
+void JsonWriter::field(QStringView name, const std::optional<QDateTime> &date)
+{
+    field(name, date ? QJsonValue(dateText(*date)) : QJsonValue());
+}
+
+} // namespace moorix

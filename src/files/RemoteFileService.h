@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "files/FileService.h"
+
+#include <functional>
+
+namespace moorix {
+
+struct RemoteTransferOptions
+{
+    /// Gives the copy the source's modification time and mode.
+    bool keepsTimes = false;
+    /// Called on the worker about every 200 ms with the bytes of the file that have arrived, never more than it holds.
+    std::function<void(qint64 bytes)> progress;
+};
+
+/// A file service on another machine: files travel between its disk and the local one. As plain as the commands below
+/// it: a target file is truncated and filled in place. Callers that must not lose a file copy to a part name, check
+/// and rename.
+class RemoteFileService : public FileService
+{
+public:
+    virtual void download(const QString &remotePath, const QString &toLocal, const RemoteTransferOptions &options,
+        const std::stop_token &stop) = 0;
+    virtual void upload(const QString &localPath, const QString &toRemote, const RemoteTransferOptions &options,
+        const std::stop_token &stop) = 0;
+    /// Copies a whole folder; a target that exists already gets it as a subfolder.
+    virtual void downloadRecursive(const QString &remotePath, const QString &toLocal, const std::stop_token &stop) = 0;
+    virtual void uploadRecursive(const QString &localPath, const QString &toRemote, const std::stop_token &stop) = 0;
+    virtual void copyRemote(const QString &source, const QString &destination, const std::stop_token &stop) = 0;
+    /// Replaces a file that stands at `destination`, in one step where the server can.
+    virtual void moveRemote(const QString &source, const QString &destination, const std::stop_token &stop) = 0;
+};
+
+} // namespace moorix

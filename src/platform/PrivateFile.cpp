@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/PrivateFile.h"
+
+#include "base/Error.h"
+#include "base/Json.h"
+#include "platform/AppPaths.h"
+
+#include <QFile>
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace moorix {
+
+namespace {
+
+bool writeAll(int descriptor, const QByteArray &content)
+{
+    qsizetype written = 0;
+    while (written < content.size()) {
+        const ssize_t count = ::write(descriptor, content.constData() + written, size_t(content.size() - written));
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0)
+            return false;
+        written += count;
+    }
+    return true;
+}
+
+} // namespace
+
+void writeNewPrivateFile(const QString &path, const QByteArray &content, unsigned mode)
+{
+    const QByteArray native = QFile::encodeName(path);
+    const int descriptor = ::open(native.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600);
+    bool succeeded = descriptor >= 0 && ::fchmod(descriptor, mode) == 0 && writeAll(descriptor, content);
+    int problem = errno;
+    if (descriptor >= 0 && ::close(descriptor) != 0 && succeeded) {
+        succeeded = false;
+        problem = errno;
+    }
+    if (succeeded)
+        return;
+    if (descriptor >= 0)
+        ::unlink(native.constData());
+    throw Error(QStringLiteral("Storage"),
+        QStringLiteral("The temporary file “%1” could not be written: %2").arg(path, systemErrorText(problem)));
+}
+
+PrivateFile::PrivateFile(const QString &prefix, const QByteArray &content, const QString &suffix)
+{
+    const QString path = AppPaths::temporaryFolder() + u'/' + prefix + uuidText(newUuid()) + suffix;
+    writeNewPrivateFile(path, content, 0600);
+    m_path = path;
+}
+
+PrivateFile::PrivateFile(PrivateFile &&other) noexcept
+    : m_path(other.release())
+{
+}
+
+PrivateFile &PrivateFile::operator=(PrivateFile &&other) noexcept
+{
+    std::swap(m_path, other.m_path);
+    return *this;
+}
+
+PrivateFile::~PrivateFile()
+{
+    if (!m_path.isEmpty())
+        QFile::remove(m_path);
+}
+
+QString PrivateFile::release()
+{
+    return std::exchange(m_path, QString());
+}
+
+} // namespace moorix

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "servers/ServerConnection.h"
+
+#include <memory>
+
+namespace moorix {
+
+class FileService;
+class KeychainStore;
+class ProcessRunner;
+class RemoteFileService;
+
+namespace FileServiceFactory {
+
+/// The server's secrets from the keychain. Blocking: worker threads only.
+ConnectionCredentials credentials(const ServerConnection &server, KeychainStore &keychain);
+
+/// The service for a saved server: SFTP for "SFTP" and "SSH" records. Never connects; the caller calls `connect`.
+/// Blocking (keychain): worker threads only. Throws FileServiceError::notImplemented for protocols without a service.
+std::shared_ptr<RemoteFileService> make(
+    const ServerConnection &server, KeychainStore &keychain, std::shared_ptr<ProcessRunner> runner);
+
+/// The same with secrets that are not in the keychain (quick connect, test of a draft).
+std::shared_ptr<RemoteFileService> make(const ServerConnection &server, const ConnectionCredentials &credentials,
+    std::shared_ptr<ProcessRunner> runner);
+
+} // namespace FileServiceFactory
+
+} // namespace moorix

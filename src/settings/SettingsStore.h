@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "settings/Setting.h"
+
+#include <QByteArray>
+#include <QHash>
+#include <QJsonObject>
+#include <QObject>
+#include <QTimer>
+
+#include <functional>
+
+namespace moorix {
+
+class KeyValueStore;
+class Preferences;
+
+/// All settings at once, as a configuration file holds them: key to value. Keys that are missing keep their value.
+using SettingsSnapshot = QJsonObject;
+
+/// The user's preferences as observable values: read at start, each change written back at once and mirrored through
+/// the cloud key-value store. Main thread.
+class SettingsStore final : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Both stores are given for the life of this one.
+    SettingsStore(Preferences &defaults, KeyValueStore &kv, QObject *parent = nullptr);
+    /// Sends what is still waiting for the cloud.
+    ~SettingsStore() override;
+
+    Setting<QString> themeID{*this, "themeID", QStringLiteral("midnight")};
+    Setting<bool> showHiddenFiles{*this, "showHiddenFiles", false};
+    Setting<bool> dualPaneEnabled{*this, "dualPaneEnabled", true};
+    Setting<bool> iCloudSyncEnabled{*this, "iCloudSyncEnabled", true};
+    Setting<QString> defaultLocalPath;
+    Setting<double> terminalFontSize{*this, "terminalFontSize", 13, 6, 72};
+    Setting<QString> terminalFontName{*this, "terminalFontName", QStringLiteral("Menlo")};
+    Setting<QString> terminalThemeID{*this, "terminalThemeID", QStringLiteral("app")};
+    Setting<bool> confirmDeletes{*this, "confirmDeletes", true};
+    Setting<QString> sortKeyRaw{*this, "sortKeyRaw", QStringLiteral("Name")};
+    Setting<bool> sortAscending{*this, "sortAscending", true};
+    Setting<bool> autoCheckUpdates{*this, "autoCheckUpdates", true};
+    Setting<QString> updateEndpoint;
+    Setting<bool> widgetCPU{*this, "widgetCPU", true};
+    Setting<bool> widgetRAM{*this, "widgetRAM", true};
+    Setting<bool> widgetDisk{*this, "widgetDisk", false};
+    Setting<bool> widgetNet{*this, "widgetNet", true};
+    Setting<bool> widgetBattery{*this, "widgetBattery", false};
+    Setting<bool> openMonitorOnLaunch{*this, "openMonitorOnLaunch", false};
+    Setting<bool> showMenuBarIcon{*this, "showMenuBarIcon", true};
+    Setting<QString> localFavoritesRaw{*this, "localFavoritesRaw", QString()};
+    Setting<qint64> maxConcurrentTransfers{*this, "maxConcurrentTransfers", 3, 1, 8};
+    Setting<QString> conflictPolicyRaw{*this, "conflictPolicyRaw", QStringLiteral("ask")};
+    Setting<double> contentFontSize{*this, "contentFontSize", 13, 8, 32};
+    Setting<double> sizeColumnWidth{*this, "sizeColumnWidth", 90, 40, 600};
+    Setting<double> dateColumnWidth{*this, "dateColumnWidth", 175, 40, 600};
+    Setting<QString> toolbarItemsRaw{*this, "toolbarItemsRaw", QStringLiteral("monitor,sort,info,settings,terminal")};
+    Setting<bool> remoteDiagnosticsEnabled{*this, "remoteDiagnosticsEnabled", true};
+    Setting<QString> diagnosticsEndpoint;
+    Setting<bool> terminalGPURenderer{*this, "terminalGPURenderer", false};
+    Setting<bool> terminalLocalEcho{*this, "terminalLocalEcho", false};
+    Setting<bool> permissionOnboardingDismissed{*this, "permissionOnboardingDismissed", false};
+
+    /// Replaces all settings by those of a snapshot; wrong types and missing keys leave a setting as it is.
+    void apply(const SettingsSnapshot &snapshot);
+    SettingsSnapshot snapshot() const;
+
+signals:
+    /// The setting of this key has another value, whoever changed it.
+    void settingChanged(const QString &key);
+
+private:
+    template<class Value>
+    friend class Setting;
+};
+
+} // namespace moorix

@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "base/Job.h"
+#include "files/FileService.h"
+#include "transfers/TransferConflict.h"
+
+#include <QObject>
+#include <QUuid>
+
+#include <functional>
+#include <memory>
+
+namespace moorix {
+
+/// What to copy or move, from where to where.
+struct TransferRequest
+{
+    std::shared_ptr<FileService> source;
+    std::shared_ptr<FileService> destination;
+    QList<FileItem> items;
+    /// The existing folder the items go into.
+    QString targetFolder;
+    /// The sources are removed once their copies are verified.
+    bool isMove = false;
+    TransferConflictPolicy policy = TransferConflictPolicy::ask;
+};
+
+/// One copy or move as the user sees it.
+struct TransferStatus
+{
+    enum class State { waiting, running, finished, failed, cancelled };
+
+    QUuid id;
+    State state = State::waiting;
+    /// "Copying 3 items to /var/www".
+    QString title;
+    /// The file under way.
+    QString currentName;
+    qint64 bytesDone = 0;
+    /// Grows while folders are walked.
+    qint64 bytesTotal = 0;
+    qint64 filesDone = 0;
+    qint64 filesTotal = 0;
+    /// Bytes per second over the last seconds.
+    double bytesPerSecond = 0;
+    qint64 skipped = 0;
+    /// One sentence per item that failed.
+    QStringList failures;
+};
+
+/// Copies and moves files between any two services, one transfer after the other. A file reaches its real name only
+/// once it is whole: it is written under a part name beside the target, its size checked, then renamed. Main thread.
+class TransferEngine final : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit TransferEngine(QObject *parent = nullptr);
+    ~TransferEngine() override;
+
+    QUuid enqueue(TransferRequest request);
+    void cancel(const QUuid &id);
+    /// In the order they were asked for; finished ones stay until `clearEnded`.
+    const QList<TransferStatus> &transfers() const { return m_transfers; }
+    void clearEnded();
+    /// The conflict of the running transfer that waits for `answer`, if any.
+    const std::optional<TransferConflict> &conflict() const { return m_conflict; }
+    void answer(const ConflictAnswer &answer);
+
+signals:
+    /// State or progress of this transfer changed; at most about ten times a second each.
+    void transferChanged(const QUuid &id);
+    void listChanged();
+    void conflictChanged();
+    /// A transfer ended and changed these folders of its services.
+    void foldersChanged(const moorix::FileService *service, const QStringList &folders);
+
+private:
+    QList<TransferStatus> m_transfers;
+    std::optional<TransferConflict> m_conflict;
+};
+
+} // namespace moorix

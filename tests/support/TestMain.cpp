@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "support/TestMain.h"
+
+#include "base/Job.h"
+
+#include <QTest>
+
+#ifdef MOORIX_UI_TESTS
+#include <QApplication>
+using TestApplication = QApplication;
+#else
+#include <QCoreApplication>
+using TestApplication = QCoreApplication;
+#endif
+
+#include <cstdio>
+#include <cstring>
+#include <vector>
+
+namespace {
+
+std::vector<std::function<std::unique_ptr<QObject>()>> &factories()
+{
+    static std::vector<std::function<std::unique_ptr<QObject>()>> all;
+    return all;
+}
+
+} // namespace
+
+moorix::test::Registration::Registration(std::function<std::unique_ptr<QObject>()> make)
+{
+    factories().push_back(std::move(make));
+}
+
+/// Usage: BINARY [ClassName] [QtTest options]. Without a class name all classes run.
+int main(int argc, char *argv[])
+{
+    TestApplication application(argc, argv);
+    QString wanted;
+    QStringList arguments = QCoreApplication::arguments();
+    if (arguments.size() > 1 && arguments.at(1).at(0).isUpper())
+        wanted = arguments.takeAt(1);
+    int failures = 0;
+    int classes = 0;
+    for (const auto &make : factories()) {
+        const std::unique_ptr<QObject> test = make();
+        if (!wanted.isEmpty() && wanted != QLatin1String(test->metaObject()->className()))
+            continue;
+        failures += QTest::qExec(test.get(), arguments);
+        ++classes;
+    }
+    if (!moorix::stopAllWork(std::chrono::seconds(10))) {
+        std::fputs("Background work did not end.\n", stderr);
+        ++failures;
+    }
+    if (classes == 0) {
+        std::fputs("No test class of that name.\n", stderr);
+        return 1;
+    }
+    return failures;
+}
