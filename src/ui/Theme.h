@@ -24,8 +24,8 @@ struct Description
 
 /// "midnight" first.
 QList<Description> all();
-/// Dresses the whole application; an unknown id gives "midnight". `contentFontSize` is in points. May be called again
-/// to change the look of a running program.
+/// Dresses the whole application; an unknown id gives "midnight". `contentFontSize` is in device-independent pixels, as
+/// the setting counts. May be called again to change the look of a running program; icons already handed out follow.
 void apply(QApplication &application, const QString &themeID, double contentFontSize);
 
 enum class Color {
@@ -42,12 +42,18 @@ enum class Color {
     folder,
     danger,
     warning,
-    success
+    success,
+    toolBar,
+    hover,
+    faintText
 };
+/// The colour of a role in the theme applied last.
 QColor color(Color role);
 
 /// A symbolic icon in the text colour; `name` is a freedesktop icon name. Never null: unknown names give a plain file.
 QIcon icon(const QString &name);
+/// The same in the colour of a role.
+QIcon icon(const QString &name, Color role);
 /// The icon of an entry, by kind and suffix, coloured; made once per kind and cached.
 QIcon fileIcon(const FileItem &item);
 /// The fixed-pitch font for file contents.

@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "ui/Theme.h"
+
+#include <QIcon>
+
+namespace moorix {
+
+/// `shape` filled with the colour the role has when it is painted; disabled icons are pale.
+QIcon tinted(const QIcon &shape, Theme::Color role);
+/// `icon` with a small `emblem` in its lower right corner.
+QIcon withEmblem(const QIcon &icon, const QIcon &emblem);
+
+} // namespace moorix

@@ -1,0 +1,114 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ui/Theme.h"
+
+#include "files/FileItem.h"
+#include "support/TestMain.h"
+
+#include <QApplication>
+#include <QTest>
+
+#include <cmath>
+
+using namespace Qt::StringLiterals;
+using namespace moorix;
+
+namespace {
+
+double luminance(const QColor &color)
+{
+    const auto linear = [](double c) { return c <= 0.03928 ? c / 12.92 : std::pow((c + 0.055) / 1.055, 2.4); };
+    return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) + 0.0722 * linear(color.blueF());
+}
+
+double contrast(Theme::Color one, Theme::Color other)
+{
+    const double a = luminance(Theme::color(one));
+    const double b = luminance(Theme::color(other));
+    return (std::max(a, b) + 0.05) / (std::min(a, b) + 0.05);
+}
+
+/// The colour of the most opaque pixel.
+QColor strongestColor(const QIcon &icon)
+{
+    const QImage image = icon.pixmap(QSize(16, 16), 1.0).toImage();
+    QColor strongest(Qt::transparent);
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            if (image.pixelColor(x, y).alpha() > strongest.alpha())
+                strongest = image.pixelColor(x, y);
+        }
+    }
+    return strongest;
+}
+
+FileItem item(const QString &name)
+{
+    FileItem result;
+    result.name = name;
+    result.path = u"/"_s + name;
+    return result;
+}
+
+} // namespace
+
+class ThemeTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void cleanup() { Theme::apply(*qApp, u"midnight"_s, 13); }
+
+    void textsAreLegibleOnTheirGround_data()
+    {
+        QTest::addColumn<QString>("theme");
+        for (const auto &theme : Theme::all())
+            QTest::newRow(qPrintable(theme.id)) << theme.id;
+    }
+
+    void textsAreLegibleOnTheirGround()
+    {
+        QFETCH(QString, theme);
+        Theme::apply(*qApp, theme, 13);
+        using enum Theme::Color;
+        for (const auto ground : {window, base, sidebar, selection, inactiveSelection, currentRow, toolBar, hover})
+            QVERIFY2(contrast(text, ground) >= 4.5, qPrintable(Theme::color(ground).name()));
+        for (const auto role : {mutedText, danger, warning, success, accent})
+            QVERIFY2(contrast(role, base) >= 4.5, qPrintable(Theme::color(role).name()));
+    }
+
+    void unknownThemeGivesMidnight()
+    {
+        Theme::apply(*qApp, u"daylight"_s, 13);
+        Theme::apply(*qApp, u"no such theme"_s, 13);
+        QCOMPARE(Theme::color(Theme::Color::base), QColor(0x0f, 0x14, 0x20));
+    }
+
+    void iconHandedOutBeforeAThemeChangeFollowsIt()
+    {
+        Theme::apply(*qApp, u"midnight"_s, 13);
+        const QIcon icon = Theme::icon(u"go-up"_s);
+        Theme::apply(*qApp, u"daylight"_s, 13);
+        const QColor seen = strongestColor(icon);
+        QVERIFY(seen.alpha() > 0);
+        QVERIFY2(seen.lightness() < 100, qPrintable(seen.name()));
+    }
+
+    void unknownIconNameStillShowsSomething() { QVERIFY(strongestColor(Theme::icon(u"no-such-icon"_s)).alpha() > 0); }
+
+    void everyKindOfEntryHasAnIcon()
+    {
+        for (const QString &name : {u"a.cpp"_s, u"a.unheardof"_s, u"README"_s, u".hidden"_s, u"a."_s, u"ä.TAR.GZ"_s})
+            QVERIFY2(strongestColor(Theme::fileIcon(item(name))).alpha() > 0, qPrintable(name));
+    }
+
+    void linkLooksUnlikeItsTarget()
+    {
+        FileItem link = item(u"a.txt"_s);
+        const QImage plain = Theme::fileIcon(link).pixmap(QSize(16, 16), 1.0).toImage();
+        link.isSymlink = true;
+        QVERIFY(Theme::fileIcon(link).pixmap(QSize(16, 16), 1.0).toImage() != plain);
+    }
+};
+
+MOORIX_TEST(ThemeTest)
+#include "ThemeTest.moc"
