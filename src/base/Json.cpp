@@ -5,16 +5,6 @@
 
 namespace moorix {
 
-namespace {
-
-QByteArray scalarText(const QJsonValue &scalar)
-{
-    const QByteArray wrapped = QJsonDocument(QJsonArray{scalar}).toJson(QJsonDocument::Compact);
-    return wrapped.mid(1, wrapped.size() - 2);
-}
-
-} // namespace
-
 QString uuidText(const QUuid &uuid)
 {
     return uuid.toString(QUuid::WithoutBraces).toUpper();
@@ -28,6 +18,21 @@ QUuid newUuid()
 QString dateText(const QDateTime &date)
 {
     return date.toUTC().toString(Qt::ISODateWithMs);
+}
+
+QByteArray scalarText(const QJsonValue &scalar)
+{
+    // Documents are lists or objects only.
+    const QByteArray wrapped = QJsonDocument(QJsonArray{scalar}).toJson(QJsonDocument::Compact);
+    return wrapped.mid(1, wrapped.size() - 2);
+}
+
+std::optional<QJsonValue> scalarFromText(const QByteArray &text)
+{
+    const QJsonArray wrapped = QJsonDocument::fromJson('[' + text + ']').array();
+    if (wrapped.size() != 1 || wrapped.first().isArray() || wrapped.first().isObject())
+        return std::nullopt;
+    return wrapped.first();
 }
 
 JsonReader::JsonReader(QJsonObject object, QString subject)
@@ -151,7 +156,7 @@ JsonReader JsonReader::element(const QJsonArray &array, qsizetype index, const Q
 {
     if (!array.at(index).isObject()) {
         throw Error(QStringLiteral("JSON"),
-            QStringLiteral("Entry %1 of %2 is not a JSON object.").arg(index + 1).arg(m_subject));
+                    QStringLiteral("Entry %1 of %2 is not a JSON object.").arg(index + 1).arg(m_subject));
     }
     return JsonReader(array.at(index).toObject(), subject);
 }
@@ -231,21 +236,6 @@ void JsonWriter::field(QStringView name, const QJsonValue &scalar)
 {
     key(name);
     value(scalar);
-}
-
-void JsonWriter::field(QStringView name, const std::optional<QString> &text)
-{
-    field(name, text ? QJsonValue(*text) : QJsonValue());
-}
-
-void JsonWriter::field(QStringView name, const std::optional<QUuid> &uuid)
-{
-    field(name, uuid ? QJsonValue(uuidText(*uuid)) : QJsonValue());
-}
-
-void JsonWriter::field(QStringView name, const std::optional<QDateTime> &date)
-{
-    field(name, date ? QJsonValue(dateText(*date)) : QJsonValue());
 }
 
 } // namespace moorix

@@ -19,6 +19,11 @@ QUuid newUuid();
 /// ISO 8601 in UTC with milliseconds ("2026-03-01T12:00:00.000Z"): how dates are written in every document.
 QString dateText(const QDateTime &date);
 
+/// The JSON text of one text, number, switch or null, without a line break.
+QByteArray scalarText(const QJsonValue &scalar);
+/// Reads such a text back; nothing when it is anything else.
+std::optional<QJsonValue> scalarFromText(const QByteArray &text);
+
 /// Reads the fields of one JSON object. Every reader throws an Error that names the key and the object when a required
 /// key is missing or null, or when any key holds another type. Optional readers return nothing for missing or null.
 class JsonReader final
@@ -63,15 +68,20 @@ public:
     void value(const QJsonValue &scalar);
 
     void field(QStringView name, const QJsonValue &scalar);
-    /// Written as null when absent.
-    void field(QStringView name, const std::optional<QString> &text);
-    void field(QStringView name, const std::optional<QUuid> &uuid);
-    void field(QStringView name, const std::optional<QDateTime> &date);
+    /// Written as null when absent. For texts, identifiers and dates.
+    template <class Value>
+    void field(QStringView name, const std::optional<Value> &value)
+    {
+        field(name, value ? scalarOf(*value) : QJsonValue());
+    }
 
     /// The text so far, with a final newline.
     QByteArray bytes() const { return m_bytes + '\n'; }
 
 private:
+    static QJsonValue scalarOf(const QString &text) { return text; }
+    static QJsonValue scalarOf(const QUuid &uuid) { return uuidText(uuid); }
+    static QJsonValue scalarOf(const QDateTime &date) { return dateText(date); }
     void beforeValue();
     void open(char bracket);
     void close(char bracket);

@@ -7,6 +7,7 @@
 #include <QUuid>
 
 #include <array>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -27,12 +28,15 @@ class KeychainStore final
 public:
     explicit KeychainStore(std::shared_ptr<Keychain> keychain);
 
-    /// The stored value of either variant, or one remembered for this run.
+    /// A value remembered for this run, else the synchronizable variant, else the device-only one.
     std::optional<QString> get(const QUuid &owner, SecretKind kind);
-    /// An empty or absent value deletes both variants.
+    /// Stores the synchronizable variant, or the device-only one where that fails, and drops the other. An empty or
+    /// absent value deletes both variants. Either way nothing is remembered for this run any more.
     bool set(const std::optional<QString> &value, const QUuid &owner, SecretKind kind);
+    /// Deletes both variants; what does not exist is no failure.
     bool remove(const QUuid &owner, SecretKind kind);
-    /// Copies each device-only secret of the servers (all kinds) and backup jobs into the synchronizable variant.
+    /// Copies each device-only secret of these owners, whatever its kind, into the synchronizable variant. True when
+    /// every copy succeeded; there may have been nothing to copy.
     bool migrateToSyncable(const QList<QUuid> &servers, const QList<QUuid> &backupJobs);
 
     /// Keeps a secret in memory only, for a machine whose keychain is missing.
@@ -41,7 +45,9 @@ public:
     QString lastProblem() const;
 
 private:
-    void noteProblem(const QString &problem);
+    /// Runs one operation; notes the words of a failure and returns false then.
+    bool attempt(const std::function<void(Keychain &)> &operation);
+    void forget(const QString &account);
 
     std::shared_ptr<Keychain> m_keychain;
     mutable std::mutex m_mutex;

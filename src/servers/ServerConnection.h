@@ -14,8 +14,8 @@ class JsonWriter;
 
 /// How a server is reached. The raw text is both the stored form and the label.
 enum class NetworkProtocol { sftp, ftp, ftps, ssh };
-inline constexpr std::array allNetworkProtocols{
-    NetworkProtocol::sftp, NetworkProtocol::ftp, NetworkProtocol::ftps, NetworkProtocol::ssh};
+inline constexpr std::array allNetworkProtocols{NetworkProtocol::sftp, NetworkProtocol::ftp, NetworkProtocol::ftps,
+                                                NetworkProtocol::ssh};
 
 QString rawText(NetworkProtocol protocol);
 std::optional<NetworkProtocol> networkProtocolFromRaw(const QString &text);
@@ -26,7 +26,7 @@ bool supportsShell(NetworkProtocol protocol);
 /// How the login is proved. The raw text is both the stored form and the label.
 enum class AuthMethod { password, systemKey, agent, privateKeyFile, privateKeyPasted };
 inline constexpr std::array allAuthMethods{AuthMethod::password, AuthMethod::systemKey, AuthMethod::agent,
-    AuthMethod::privateKeyFile, AuthMethod::privateKeyPasted};
+                                           AuthMethod::privateKeyFile, AuthMethod::privateKeyPasted};
 
 QString rawText(AuthMethod method);
 std::optional<AuthMethod> authMethodFromRaw(const QString &text);

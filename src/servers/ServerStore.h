@@ -36,13 +36,16 @@ public:
     ServerStore(Options options, KeyValueStore &kv, QObject *parent = nullptr);
 
     const ServerLibrary &library() const { return m_library; }
-    /// Why the file could not be loaded or written the last time, for the user; empty when all is well.
+    /// Why the file could not be loaded or written the last time, for the user; empty when all is well. The library in
+    /// memory stays as changed when it cannot be written.
     const QString &problem() const { return m_problem; }
+    /// Turned on, it merges with the cloud copy, and sends the library there where it is the newer one.
     void setCloudSyncEnabled(bool enabled);
 
     std::optional<ServerConnection> server(const QUuid &id) const;
     std::optional<ServerFolder> folder(const QUuid &id) const;
-    /// Replaces the record of the same id, or appends it after all other servers.
+    /// Replaces the record of the same id, or appends it after all other servers. A record whose folder does not exist
+    /// (any more) goes to the top level; the same holds for folders.
     void upsert(ServerConnection server);
     /// Its secrets are the caller's to remove.
     void remove(const QUuid &id);
@@ -57,7 +60,7 @@ public:
     qsizetype serverCount(const QUuid &subtreeOf) const;
     /// Depth first, with the depth of each; top level is 0.
     QList<std::pair<ServerFolder, int>> flattenedFolders() const;
-    /// Adds or replaces a folder by id.
+    /// Adds or replaces a folder by id. One that would lie inside itself keeps its parent.
     void updateFolder(const ServerFolder &folder);
     /// Servers and subfolders inside move up one level.
     void deleteFolder(const QUuid &id);
@@ -67,6 +70,7 @@ public:
     /// Swaps with the neighbouring sibling; no change at either end.
     void moveFolder(const QUuid &id, Direction direction);
     void placeFolder(const QUuid &id, const std::optional<QUuid> &inParent, qsizetype at);
+    /// Both do nothing when the folder does not exist.
     void moveServer(const QUuid &id, const std::optional<QUuid> &toFolder);
     void placeServer(const QUuid &id, const std::optional<QUuid> &inFolder, qsizetype at);
 
@@ -76,14 +80,21 @@ signals:
 
 private:
     void load();
+    void setDamagedAside(const QString &reason);
+    /// Moves a damaged file that still stands in the file's place out of the way. Returns whether the place is free.
+    bool makeRoomForFile();
+    void writeFile(const QByteArray &bytes);
+    void setProblem(const QString &problem);
     void persist();
+    void sendToCloud(const QByteArray &bytes);
+    std::optional<ServerLibrary> cloudLibrary() const;
     void mergeFromCloud();
-    bool writeFile();
 
     Options m_options;
     KeyValueStore &m_kv;
     ServerLibrary m_library;
     QString m_problem;
+    bool m_isDamagedFileInPlace = false;
 };
 
 } // namespace moorix

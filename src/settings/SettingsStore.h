@@ -3,13 +3,13 @@
 
 #include "settings/Setting.h"
 
-#include <QByteArray>
 #include <QHash>
 #include <QJsonObject>
 #include <QObject>
+#include <QStringList>
 #include <QTimer>
 
-#include <functional>
+#include <vector>
 
 namespace moorix {
 
@@ -19,11 +19,18 @@ class Preferences;
 /// All settings at once, as a configuration file holds them: key to value. Keys that are missing keep their value.
 using SettingsSnapshot = QJsonObject;
 
-/// The user's preferences as observable values: read at start, each change written back at once and mirrored through
-/// the cloud key-value store. Main thread.
+/// The user's preferences as observable values: read at start, each change handed to the preferences at once and
+/// mirrored through the cloud key-value store a moment later, one cloud key per setting. What the cloud holds wins at
+/// start, when it arrives and when mirroring is turned on. `iCloudSyncEnabled` gates all of it and is not mirrored
+/// itself: each machine decides for itself. Main thread.
 class SettingsStore final : public QObject
 {
     Q_OBJECT
+
+    // First, because each setting below reads its value and enters itself here while it is made.
+    Preferences &m_defaults;
+    KeyValueStore &m_kv;
+    std::vector<AnySetting *> m_settings;
 
 public:
     /// Both stores are given for the life of this one.
@@ -73,8 +80,16 @@ signals:
     void settingChanged(const QString &key);
 
 private:
-    template<class Value>
-    friend class Setting;
+    friend class AnySetting;
+    void publish(const AnySetting &setting);
+    void replaceEarlierToolbar();
+    void applyRemoteChanges(const QStringList &keys);
+    void sendPending();
+
+    /// Values that came from the cloud are being applied and must not be sent back.
+    bool m_isApplyingRemote = false;
+    QHash<QString, QJsonValue> m_pendingCloudKeys;
+    QTimer m_persistDebounce;
 };
 
 } // namespace moorix
