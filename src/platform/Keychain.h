@@ -21,8 +21,8 @@ public:
 
     virtual std::optional<QString> value(const QString &service, const QString &account, KeychainVariant variant) = 0;
     /// Updates the item, or adds it when there is none.
-    virtual void setValue(
-        const QString &service, const QString &account, KeychainVariant variant, const QString &value) = 0;
+    virtual void setValue(const QString &service, const QString &account, KeychainVariant variant,
+                          const QString &value) = 0;
     /// Removing an item that does not exist is no failure.
     virtual void remove(const QString &service, const QString &account, KeychainVariant variant) = 0;
 };

@@ -47,7 +47,7 @@ void writeNewPrivateFile(const QString &path, const QByteArray &content, unsigne
     if (descriptor >= 0)
         ::unlink(native.constData());
     throw Error(QStringLiteral("Storage"),
-        QStringLiteral("The temporary file “%1” could not be written: %2").arg(path, systemErrorText(problem)));
+                QStringLiteral("The temporary file “%1” could not be written: %2").arg(path, systemErrorText(problem)));
 }
 
 PrivateFile::PrivateFile(const QString &prefix, const QByteArray &content, const QString &suffix)

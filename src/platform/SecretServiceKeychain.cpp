@@ -13,10 +13,20 @@ namespace {
 
 const SecretSchema &schema()
 {
-    static const SecretSchema schema = {"org.moorix.Credential", SECRET_SCHEMA_NONE,
-        {{"service", SECRET_SCHEMA_ATTRIBUTE_STRING}, {"account", SECRET_SCHEMA_ATTRIBUTE_STRING},
-            {"synchronizable", SECRET_SCHEMA_ATTRIBUTE_BOOLEAN}, {nullptr, SECRET_SCHEMA_ATTRIBUTE_STRING}},
-        0, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr};
+    static const SecretSchema schema = {"org.moorix.Credential",
+                                        SECRET_SCHEMA_NONE,
+                                        {{"service", SECRET_SCHEMA_ATTRIBUTE_STRING},
+                                         {"account", SECRET_SCHEMA_ATTRIBUTE_STRING},
+                                         {"synchronizable", SECRET_SCHEMA_ATTRIBUTE_BOOLEAN},
+                                         {nullptr, SECRET_SCHEMA_ATTRIBUTE_STRING}},
+                                        0,
+                                        nullptr,
+                                        nullptr,
+                                        nullptr,
+                                        nullptr,
+                                        nullptr,
+                                        nullptr,
+                                        nullptr};
     return schema;
 }
 
@@ -56,24 +66,25 @@ gboolean isSynchronizable(KeychainVariant variant)
 
 } // namespace
 
-std::optional<QString> SecretServiceKeychain::value(
-    const QString &service, const QString &account, KeychainVariant variant)
+std::optional<QString> SecretServiceKeychain::value(const QString &service, const QString &account,
+                                                    KeychainVariant variant)
 {
     GError *error = nullptr;
-    const std::unique_ptr<char, PasswordFree> password(secret_password_lookup_sync(&schema(), nullptr, &error,
-        "service", service.toUtf8().constData(), "account", account.toUtf8().constData(), "synchronizable",
-        isSynchronizable(variant), nullptr));
+    const std::unique_ptr<char, PasswordFree> password(secret_password_lookup_sync(
+        &schema(), nullptr, &error, "service", service.toUtf8().constData(), "account", account.toUtf8().constData(),
+        "synchronizable", isSynchronizable(variant), nullptr));
     check(error);
     return password ? std::optional(QString::fromUtf8(password.get())) : std::nullopt;
 }
 
-void SecretServiceKeychain::setValue(
-    const QString &service, const QString &account, KeychainVariant variant, const QString &value)
+void SecretServiceKeychain::setValue(const QString &service, const QString &account, KeychainVariant variant,
+                                     const QString &value)
 {
     GError *error = nullptr;
-    secret_password_store_sync(&schema(), SECRET_COLLECTION_DEFAULT, (QStringLiteral("Moorix: ") + account).toUtf8().constData(),
-        value.toUtf8().constData(), nullptr, &error, "service", service.toUtf8().constData(), "account",
-        account.toUtf8().constData(), "synchronizable", isSynchronizable(variant), nullptr);
+    secret_password_store_sync(&schema(), SECRET_COLLECTION_DEFAULT,
+                               (QStringLiteral("Moorix: ") + account).toUtf8().constData(), value.toUtf8().constData(),
+                               nullptr, &error, "service", service.toUtf8().constData(), "account",
+                               account.toUtf8().constData(), "synchronizable", isSynchronizable(variant), nullptr);
     check(error);
 }
 
@@ -81,7 +92,7 @@ void SecretServiceKeychain::remove(const QString &service, const QString &accoun
 {
     GError *error = nullptr;
     secret_password_clear_sync(&schema(), nullptr, &error, "service", service.toUtf8().constData(), "account",
-        account.toUtf8().constData(), "synchronizable", isSynchronizable(variant), nullptr);
+                               account.toUtf8().constData(), "synchronizable", isSynchronizable(variant), nullptr);
     check(error);
 }
 

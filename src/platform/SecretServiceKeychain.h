@@ -10,8 +10,8 @@ class SecretServiceKeychain final : public Keychain
 {
 public:
     std::optional<QString> value(const QString &service, const QString &account, KeychainVariant variant) override;
-    void setValue(
-        const QString &service, const QString &account, KeychainVariant variant, const QString &value) override;
+    void setValue(const QString &service, const QString &account, KeychainVariant variant,
+                  const QString &value) override;
     void remove(const QString &service, const QString &account, KeychainVariant variant) override;
 };
 

@@ -2,55 +2,140 @@
 #include "platform/SystemProcessRunner.h"
 
 #include "base/Error.h"
+#include "platform/ChildProcess.h"
 
-#include <QElapsedTimer>
-#include <QProcess>
-
-#include <csignal>
-#include <sys/prctl.h>
-#include <unistd.h>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/eventfd.h>
 
 namespace moorix {
 
 namespace {
 
-constexpr int sliceMilliseconds = 20;
-constexpr int graceMilliseconds = 100;
-constexpr int reportMilliseconds = 200;
+using SteadyClock = std::chrono::steady_clock;
 
-/// Ends the child's whole process group: politely first, then for certain.
-void endGroup(QProcess &process)
-{
-    const pid_t group = pid_t(process.processId());
-    if (group <= 0)
-        return;
-    ::kill(-group, SIGTERM);
-    QElapsedTimer sinceTerm;
-    sinceTerm.start();
-    process.waitForFinished(graceMilliseconds);
-    // The leader may be gone while a helper ignores SIGTERM; signalling a group that has ended fails harmlessly.
-    while (::kill(-group, 0) == 0 && sinceTerm.elapsed() < graceMilliseconds)
-        ::usleep(2000);
-    ::kill(-group, SIGKILL);
-    process.waitForFinished(-1);
-}
+constexpr auto reportInterval = std::chrono::milliseconds(200);
+/// How often to ask for the child's end where the system cannot tell it.
+constexpr int askMilliseconds = 5;
 
-void start(QProcess &process, const ProcessRequest &request)
+/// One run: feeds the child, drains it and waits for its end, all through one poll.
+class Run final
 {
-    if (request.environment)
-        process.setProcessEnvironment(*request.environment);
-    process.setChildProcessModifier([] {
-        ::setpgid(0, 0);
-        ::prctl(PR_SET_PDEATHSIG, SIGTERM);
-    });
-    process.start(request.program, request.arguments);
-    if (!process.waitForStarted(-1)) {
-        throw Error(QStringLiteral("Process"),
-            QStringLiteral("“%1” could not be started: %2").arg(request.program, process.errorString()));
+public:
+    Run(const ProcessRequest &request, const std::stop_token &stop)
+        : m_request(request)
+        , m_stop(stop)
+        , m_wake(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
+        , m_child(request)
+        , m_buffer(readSizeBytes, Qt::Uninitialized)
+    {
+        feed();
     }
-    process.write(request.standardInput);
-    process.closeWriteChannel();
-}
+
+    ProcessResult toTheEnd()
+    {
+        const std::stop_callback wake(m_stop, [this] { ::eventfd_write(m_wake.number(), 1); });
+        // Waits for the process, never for the end of its output: a helper it leaves behind may keep the pipes open.
+        while (!m_child.exit()) {
+            waitForNews();
+            if (m_stop.stop_requested()) {
+                m_child.endGroup();
+                throw Cancelled();
+            }
+            feed();
+            drain(m_child.standardOutput(), m_result.standardOutput);
+            drain(m_child.standardError(), m_result.standardError);
+            report();
+        }
+        drainRest(m_child.standardOutput(), m_result.standardOutput);
+        drainRest(m_child.standardError(), m_result.standardError);
+        m_result.exitCode = m_child.exit()->code;
+        m_result.crashed = m_child.exit()->crashed;
+        return std::move(m_result);
+    }
+
+private:
+    static constexpr qsizetype readSizeBytes = 64 * 1024;
+
+    void waitForNews()
+    {
+        std::array<pollfd, 5> descriptors{{{m_child.standardInput().number(), POLLOUT, 0},
+                                           {m_child.standardOutput().number(), POLLIN, 0},
+                                           {m_child.standardError().number(), POLLIN, 0},
+                                           {m_child.exitDescriptor(), POLLIN, 0},
+                                           {m_wake.number(), POLLIN, 0}}};
+        int timeout = m_request.whileRunning ? int(reportInterval.count()) : -1;
+        if (m_child.exitDescriptor() < 0)
+            timeout = askMilliseconds;
+        ::poll(descriptors.data(), descriptors.size(), timeout);
+    }
+
+    void feed()
+    {
+        FileDescriptor &input = m_child.standardInput();
+        while (input.isOpen() && m_fed < m_request.standardInput.size()) {
+            const ssize_t count = ::write(input.number(), m_request.standardInput.constData() + m_fed,
+                                          std::size_t(m_request.standardInput.size() - m_fed));
+            if (count < 0 && errno == EAGAIN)
+                return;
+            if (count < 0 && errno != EINTR)
+                break; // The child has stopped reading; what it does then is its own affair.
+            m_fed += std::max<ssize_t>(count, 0);
+        }
+        input.close();
+    }
+
+    /// Reads what one read brings. Returns its size, 0 when there is nothing (any more).
+    qsizetype drain(FileDescriptor &stream, QByteArray &into)
+    {
+        if (!stream.isOpen())
+            return 0;
+        const ssize_t count = ::read(stream.number(), m_buffer.data(), std::size_t(m_buffer.size()));
+        const bool hasEnded = count == 0 || (count < 0 && errno != EAGAIN && errno != EINTR);
+        if (hasEnded)
+            stream.close();
+        if (count <= 0)
+            return 0;
+        into.append(m_buffer.constData(), count);
+        if (into.size() > m_request.outputLimitBytes) {
+            m_child.endGroup();
+            throw Error(QStringLiteral("Process"), QStringLiteral("“%1” printed more than %2 bytes and was ended.")
+                                                       .arg(m_request.program)
+                                                       .arg(m_request.outputLimitBytes));
+        }
+        return count;
+    }
+
+    /// Reads what the child, now gone, left in the pipe. Not until the pipe is empty: a helper may print for ever.
+    void drainRest(FileDescriptor &stream, QByteArray &into)
+    {
+        qsizetype rest = stream.isOpen() ? ::fcntl(stream.number(), F_GETPIPE_SZ) : 0;
+        while (rest > 0) {
+            const qsizetype count = drain(stream, into);
+            rest = count == 0 ? 0 : rest - count;
+        }
+    }
+
+    void report()
+    {
+        if (!m_request.whileRunning || SteadyClock::now() - m_reported < reportInterval)
+            return;
+        m_reported = SteadyClock::now();
+        m_request.whileRunning(m_child.id());
+    }
+
+    const ProcessRequest &m_request;
+    const std::stop_token &m_stop;
+    FileDescriptor m_wake;
+    ChildProcess m_child;
+    ProcessResult m_result;
+    QByteArray m_buffer;
+    qsizetype m_fed = 0;
+    SteadyClock::time_point m_reported = SteadyClock::now();
+};
 
 } // namespace
 
@@ -58,38 +143,7 @@ ProcessResult SystemProcessRunner::run(const ProcessRequest &request, const std:
 {
     if (stop.stop_requested())
         throw Cancelled();
-    QProcess process;
-    start(process, request);
-
-    ProcessResult result;
-    const auto collect = [&] {
-        result.standardOutput += process.readAllStandardOutput();
-        result.standardError += process.readAllStandardError();
-        if (std::max(result.standardOutput.size(), result.standardError.size()) > request.outputLimitBytes) {
-            endGroup(process);
-            throw Error(QStringLiteral("Process"), QStringLiteral("“%1” printed more than %2 bytes and was ended.")
-                                                       .arg(request.program)
-                                                       .arg(request.outputLimitBytes));
-        }
-    };
-    QElapsedTimer sinceReport;
-    sinceReport.start();
-    // Waits for the process, never for the end of its output: a helper it leaves behind may keep the pipes open.
-    while (process.state() != QProcess::NotRunning && !process.waitForFinished(sliceMilliseconds)) {
-        if (stop.stop_requested()) {
-            endGroup(process);
-            throw Cancelled();
-        }
-        collect();
-        if (request.whileRunning && sinceReport.elapsed() >= reportMilliseconds) {
-            sinceReport.restart();
-            request.whileRunning(process.processId());
-        }
-    }
-    collect();
-    result.exitCode = process.exitCode();
-    result.crashed = process.exitStatus() == QProcess::CrashExit;
-    return result;
+    return Run(request, stop).toTheEnd();
 }
 
 } // namespace moorix

@@ -17,4 +17,5 @@ struct Registration
 } // namespace moorix::test
 
 /// Registers a QtTest class; each test binary runs all classes linked into it.
-#define MOORIX_TEST(Class) static const moorix::test::Registration registration##Class([] { return std::make_unique<Class>(); });
+#define MOORIX_TEST(Class)                                                                                             \
+    static const moorix::test::Registration registration##Class([] { return std::make_unique<Class>(); });

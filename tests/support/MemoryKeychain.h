@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "base/Error.h"
+#include "platform/Keychain.h"
+
+#include <QHash>
+#include <QSet>
+
+#include <mutex>
+
+namespace moorix::test {
+
+/// A keychain in memory. Each variant can be made to fail, as a locked or missing keychain does.
+class MemoryKeychain final : public Keychain
+{
+public:
+    /// From now on every call for this variant throws.
+    void breakVariant(KeychainVariant variant)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_broken.insert(int(variant));
+    }
+    void mendVariant(KeychainVariant variant)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_broken.remove(int(variant));
+    }
+    qsizetype count() const
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_items.size();
+    }
+
+    std::optional<QString> value(const QString &service, const QString &account, KeychainVariant variant) override
+    {
+        const std::lock_guard lock(m_mutex);
+        check(variant);
+        const auto found = m_items.constFind(name(service, account, variant));
+        return found == m_items.cend() ? std::nullopt : std::optional(*found);
+    }
+    void setValue(const QString &service, const QString &account, KeychainVariant variant,
+                  const QString &value) override
+    {
+        const std::lock_guard lock(m_mutex);
+        check(variant);
+        m_items.insert(name(service, account, variant), value);
+    }
+    void remove(const QString &service, const QString &account, KeychainVariant variant) override
+    {
+        const std::lock_guard lock(m_mutex);
+        check(variant);
+        m_items.remove(name(service, account, variant));
+    }
+
+private:
+    static QString name(const QString &service, const QString &account, KeychainVariant variant)
+    {
+        return QStringLiteral("%1/%2/%3").arg(service, account).arg(int(variant));
+    }
+    void check(KeychainVariant variant) const
+    {
+        if (m_broken.contains(int(variant)))
+            throw Error(QStringLiteral("Keychain"), QStringLiteral("The keychain is locked."));
+    }
+
+    mutable std::mutex m_mutex;
+    QHash<QString, QString> m_items;
+    QSet<int> m_broken;
+};
+
+} // namespace moorix::test
