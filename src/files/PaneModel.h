@@ -4,17 +4,20 @@
 #include "base/Job.h"
 #include "files/FileService.h"
 #include "files/FileSortKey.h"
+#include "files/FolderWatcher.h"
+#include "files/ItemOrder.h"
+#include "files/PaneOperations.h"
 
-#include <QHash>
 #include <QObject>
 #include <QSet>
 #include <QStringList>
 #include <QTimer>
 
 #include <memory>
-#include <vector>
 
 namespace moorix {
+
+class PaneListing;
 
 /// One-shot requests from menus and toolbar to the view, which opens what was asked for and clears the request.
 enum class PaneRequest {
@@ -37,7 +40,8 @@ struct PathComponent
 };
 
 /// The observable state of one file list: the folder shown, its entries, selection, order, filter and history. Never
-/// blocks: the service is called on workers, and sorting a fresh listing happens there too. Main thread.
+/// blocks: the service is called on workers, and sorting a fresh listing happens there too. A local pane follows
+/// changes that other programs make to its folder. Main thread.
 class PaneModel final : public QObject
 {
     Q_OBJECT
@@ -72,7 +76,8 @@ public:
     // Navigation.
     /// Lists `path` and shows it. A later call replaces one that is still under way, whose result is dropped. With
     /// `pushHistory` and another path than the current one, the current path joins the history when the load
-    /// succeeds.
+    /// succeeds. A load that fails leaves everything but `errorMessage` as it was. An empty path stands for the
+    /// service's default folder; repeated and trailing slashes are dropped.
     void load(const QString &path, bool pushHistory);
     void reload();
     void cancelLoading();
@@ -117,7 +122,8 @@ public:
     void duplicate(const QList<FileItem> &items);
     void setPermissions(const QList<FileItem> &items, const QString &octal, Recursive recursive);
     /// An operation is under way; its description for the user ("Deleting 3 items").
-    const std::optional<QString> &operation() const { return m_operation; }
+    const std::optional<QString> &operation() const { return m_operations.current(); }
+    /// Also drops operations that wait. The one under way ends soon, with a reload.
     void cancelOperation();
 
     // Requests.
@@ -144,7 +150,37 @@ signals:
     void currentItemRequested(const QString &id);
 
 private:
-    struct Listing;
+    /// What a load is for, which decides whether it shows and what it does to an earlier failure.
+    enum class LoadKind { navigation, afterOperation, background };
+
+    struct PendingLoad
+    {
+        QString path;
+        LoadKind kind = LoadKind::navigation;
+        bool pushesHistory = false;
+        /// Steps to take in the history once the load succeeds: negative back, positive forward.
+        qsizetype historyOffset = 0;
+    };
+    struct LoadResult;
+
+    ItemView itemView() const;
+    void applyView();
+
+    void start(PendingLoad pending);
+    void refresh(LoadKind kind);
+    void finishLoad(LoadResult result);
+    void failLoad(const Error &error);
+    void showLoading();
+    void goInHistory(qsizetype delta);
+    bool applyHistory(const PendingLoad &load, const QString &path);
+    void replaceListing(std::shared_ptr<PaneListing> listing);
+    QString selectRequested();
+    void readHiddenIfMissing();
+    void setError(const std::optional<QString> &message, LoadKind origin);
+
+    bool acceptName(const QString &name);
+    void operate(const QString &description, PaneOperations::Work work);
+    void finishOperation(const QString &folder, const FileActions::Outcome &outcome);
 
     std::shared_ptr<FileService> m_service;
     QString m_title;
@@ -153,8 +189,10 @@ private:
     QString m_loadingPath;
     bool m_isLoading = false;
     std::optional<QString> m_errorMessage;
-    std::unique_ptr<Listing> m_listing;
+    LoadKind m_errorOrigin = LoadKind::navigation;
+    std::shared_ptr<PaneListing> m_listing;
     QSet<QString> m_selection;
+    QStringList m_namesToSelect;
     FileSortKey m_sortKey = FileSortKey::name;
     bool m_sortAscending = true;
     bool m_showHidden = false;
@@ -163,10 +201,14 @@ private:
     QStringList m_forwardStack;
     QList<PathComponent> m_pathComponentCache;
     QTimer m_searchDebounce;
-    std::optional<QString> m_operation;
     QSet<PaneRequest> m_requests;
+    std::optional<PendingLoad> m_pending;
+    /// The folder changed while a load was under way.
+    bool m_refreshWanted = false;
+    FolderWatcher m_watcher;
+    PaneOperations m_operations;
     Job m_loadJob;
-    Job m_operationJob;
+    Job m_openJob;
 };
 
 } // namespace moorix

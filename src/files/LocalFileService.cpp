@@ -1,0 +1,265 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "files/LocalFileService.h"
+
+#include "base/Error.h"
+#include "files/FileDescriptor.h"
+#include "files/FileNames.h"
+#include "files/Format.h"
+#include "files/LocalCopy.h"
+#include "files/LocalDisk.h"
+#include "files/NativePath.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <algorithm>
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+
+namespace moorix {
+
+using namespace LocalDisk;
+
+namespace {
+
+void makeFolder(const QString &path, const std::stop_token &stop)
+{
+    throwIfStopped(stop);
+    const QByteArray bytes = native(path);
+    if (::mkdir(bytes.constData(), 0777) == 0)
+        return;
+    int problem = errno;
+    if (problem == ENOENT && path != u'/') {
+        makeFolder(Format::parent(path), stop);
+        if (::mkdir(bytes.constData(), 0777) == 0)
+            return;
+        problem = errno;
+    }
+    struct stat status = {};
+    if (problem != EEXIST || ::stat(bytes.constData(), &status) != 0 || !S_ISDIR(status.st_mode))
+        fail(path, QStringLiteral("could not be made"), problem);
+}
+
+/// The octal digits as mode bits; throws on anything else, also on what QString would let pass ("+7", " 7").
+unsigned modeFrom(const QString &path, const QString &octal)
+{
+    const bool isOctal = !octal.isEmpty() && std::all_of(octal.begin(), octal.end(),
+                                                         [](QChar digit) { return digit >= u'0' && digit <= u'7'; });
+    bool fits = false;
+    const unsigned mode = octal.toUInt(&fits, 8);
+    if (!isOctal || !fits || mode > 07777) {
+        fail(path, QStringLiteral("kept its permissions: “%1” is no permission number such as 755.")
+                       .arg(Format::display(octal)));
+    }
+    return mode;
+}
+
+/// Where a file at `path` really lies: links are followed, also one that leads to a file that is still to be made.
+QString linkResolved(QString path)
+{
+    constexpr int mostLinks = 40;
+    QByteArray target(4096, Qt::Uninitialized);
+    for (int i = 0; i < mostLinks; ++i) {
+        const ssize_t length = ::readlink(native(path).constData(), target.data(), size_t(target.size()));
+        if (length < 0)
+            return path;
+        const QString text = NativePath::text(QByteArrayView(target.constData(), length));
+        path = text.startsWith(u'/') ? text : Format::join(Format::parent(path), text);
+    }
+    fail(path, QStringLiteral("could not be followed"), ELOOP);
+}
+
+void requireOrdinaryFile(const QString &path, mode_t mode)
+{
+    if (S_ISDIR(mode))
+        fail(path, QStringLiteral("is a folder, not a file."));
+    if (!S_ISREG(mode))
+        fail(path, QStringLiteral("is no ordinary file."));
+}
+
+/// Writes the part file and gives it the owner and mode of the file it is to replace.
+void writePart(const QByteArray &part, const QString &path, const QByteArray &data, const struct stat *old)
+{
+    FileDescriptor file(
+        ::open(part.constData(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, old ? 0600 : 0666));
+    if (!file.isOpen())
+        fail(path, QStringLiteral("could not be written"), errno);
+    int problem = writeAll(file.value(), data.constData(), data.size());
+    if (problem == 0 && old) {
+        // Only root can give files away; for everyone else a file of another owner becomes their own.
+        const bool keepsOwner = ::fchown(file.value(), old->st_uid, old->st_gid) == 0;
+        if (::fchmod(file.value(), old->st_mode & (keepsOwner ? 07777 : 0777)) != 0)
+            problem = errno;
+    }
+    if (problem == 0 && ::fsync(file.value()) != 0)
+        problem = errno;
+    if (file.close() != 0 && problem == 0)
+        problem = errno;
+    if (problem != 0)
+        fail(path, QStringLiteral("could not be written"), problem);
+}
+
+} // namespace
+
+void LocalFileService::connect(const std::stop_token &) {}
+
+void LocalFileService::disconnect() noexcept {}
+
+QString LocalFileService::defaultDirectory(const std::stop_token &)
+{
+    return QDir::homePath();
+}
+
+QList<FileItem> LocalFileService::list(const QString &path, HiddenFiles, const std::stop_token &stop)
+{
+    return LocalDisk::list(path, stop);
+}
+
+void LocalFileService::createDirectory(const QString &path, const std::stop_token &stop)
+{
+    makeFolder(path, stop);
+}
+
+void LocalFileService::remove(const FileItem &item, const std::stop_token &stop)
+{
+    removeTree(item.path, stop);
+}
+
+void LocalFileService::rename(const FileItem &item, const QString &newName, const std::stop_token &stop)
+{
+    if (const auto problem = FileNames::problem(newName))
+        fail(item.path, QStringLiteral("could not be renamed: %1").arg(*problem));
+    move(item, Format::join(Format::parent(item.path), newName), stop);
+}
+
+QByteArray LocalFileService::read(const QString &path, const std::stop_token &stop)
+{
+    const QByteArray bytes = native(path);
+    struct stat status = {};
+    // Looked at before it is opened: opening some devices already does something.
+    if (::stat(bytes.constData(), &status) != 0)
+        fail(path, QStringLiteral("could not be read"), errno);
+    requireOrdinaryFile(path, status.st_mode);
+    const FileDescriptor file(::open(bytes.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    if (!file.isOpen() || ::fstat(file.value(), &status) != 0)
+        fail(path, QStringLiteral("could not be read"), errno);
+    requireOrdinaryFile(path, status.st_mode);
+    QByteArray data;
+    data.reserve(status.st_size);
+    QByteArray chunk(1 << 20, Qt::Uninitialized);
+    for (;;) {
+        throwIfStopped(stop);
+        const ssize_t count = ::read(file.value(), chunk.data(), size_t(chunk.size()));
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0)
+            fail(path, QStringLiteral("could not be read"), errno);
+        if (count == 0)
+            return data;
+        data.append(chunk.constData(), count);
+    }
+}
+
+void LocalFileService::write(const QByteArray &data, const QString &path, const std::stop_token &stop)
+{
+    throwIfStopped(stop);
+    const QString file = linkResolved(path);
+    const QByteArray bytes = native(file);
+    struct stat old = {};
+    const bool exists = ::lstat(bytes.constData(), &old) == 0;
+    if (!exists && errno != ENOENT)
+        fail(path, QStringLiteral("could not be written"), errno);
+    if (exists) {
+        requireOrdinaryFile(path, old.st_mode);
+        // The folder would let a write-protected file be replaced all the same.
+        if (::access(bytes.constData(), W_OK) != 0)
+            fail(path, QStringLiteral("could not be written"), errno);
+    }
+    const QByteArray part = native(partPath(file));
+    try {
+        writePart(part, path, data, exists ? &old : nullptr);
+        throwIfStopped(stop);
+        if (::rename(part.constData(), bytes.constData()) != 0)
+            fail(path, QStringLiteral("could not be replaced"), errno);
+    } catch (...) {
+        ::unlink(part.constData());
+        throw;
+    }
+}
+
+void LocalFileService::setPermissions(const QString &path, const QString &octal, Recursive recursive,
+                                      const std::stop_token &stop)
+{
+    const unsigned mode = modeFrom(path, octal);
+    if (recursive == Recursive::yes)
+        setModeRecursively(path, mode, stop);
+    else
+        setMode(path, mode);
+}
+
+std::optional<FileItem> LocalFileService::stat(const QString &path, const std::stop_token &)
+{
+    const auto status = statusOf(path);
+    if (!status)
+        return std::nullopt;
+    return LocalDisk::item(Format::fileName(path), path, *status);
+}
+
+FileItem LocalFileService::followLink(const FileItem &link, const std::stop_token &)
+{
+    return LocalDisk::item(link.name, link.path, *targetStatusOf(link.path));
+}
+
+void LocalFileService::copy(const FileItem &item, const QString &toPath, const std::stop_token &stop)
+{
+    LocalCopy(item.path, toPath, stop).run();
+}
+
+void LocalFileService::move(const FileItem &item, const QString &toPath, const std::stop_token &stop)
+{
+    if (item.path == toPath)
+        return;
+    if (toPath.startsWith(item.path + u'/'))
+        fail(item.path, QStringLiteral("cannot be placed inside itself."));
+    const int problem = renameWithoutReplacing(native(item.path), native(toPath));
+    if (problem == 0)
+        return;
+    if (problem == EEXIST)
+        fail(toPath, QStringLiteral("already exists."));
+    if (problem != EXDEV) {
+        fail(item.path, QStringLiteral("could not be moved to “%1”").arg(Format::display(toPath)), problem);
+    }
+    LocalCopy copy(item.path, toPath, stop);
+    copy.run();
+    copy.verify();
+    copy.flush();
+    try {
+        // From here on there are two whole copies; stopping now would leave a source with holes in it.
+        removeTree(item.path, std::stop_token());
+    } catch (const Error &error) {
+        fail(item.path, QStringLiteral("was copied to “%1”, but the original is still there: %2")
+                            .arg(Format::display(toPath), error.message()));
+    }
+}
+
+std::optional<qint64> LocalFileService::freeSpace(const QString &path, const std::stop_token &)
+{
+    struct statvfs status = {};
+    if (::statvfs(native(path).constData(), &status) != 0)
+        return std::nullopt;
+    return qint64(status.f_bavail) * qint64(status.f_frsize);
+}
+
+void LocalFileService::moveToTrash(const QString &path)
+{
+    native(path);
+    if (!NativePath::isUnicode(path))
+        fail(path, QStringLiteral("cannot go to the bin: its name is no UTF-8 text. It can be deleted."));
+    QFile file(path);
+    if (!file.moveToTrash())
+        fail(path, QStringLiteral("could not be moved to the bin: %1.").arg(file.errorString()));
+}
+
+} // namespace moorix

@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "files/FileService.h"
+
+#include <functional>
+
+/// What every file service must do, whatever it reaches. A test class runs it in a table-driven slot: addRows() in the
+/// _data function, runRow() in the test function.
+namespace moorix::test::FileServiceContract {
+
+struct Subject
+{
+    FileService &service;
+    /// An existing, empty folder that the row may fill.
+    QString root;
+    /// Makes a symbolic link on the side of the service; without it the rows about links are skipped.
+    std::function<void(const QString &target, const QString &link)> makeLink;
+};
+
+void addRows();
+void runRow(const Subject &subject);
+
+} // namespace moorix::test::FileServiceContract
