@@ -19,12 +19,12 @@ ConnectionCredentials credentials(const ServerConnection &server, KeychainStore 
 
 /// The service for a saved server: SFTP for "SFTP" and "SSH" records. Never connects; the caller calls `connect`.
 /// Blocking (keychain): worker threads only. Throws FileServiceError::notImplemented for protocols without a service.
-std::shared_ptr<RemoteFileService> make(
-    const ServerConnection &server, KeychainStore &keychain, std::shared_ptr<ProcessRunner> runner);
+std::shared_ptr<RemoteFileService> make(const ServerConnection &server, KeychainStore &keychain,
+                                        std::shared_ptr<ProcessRunner> runner);
 
 /// The same with secrets that are not in the keychain (quick connect, test of a draft).
 std::shared_ptr<RemoteFileService> make(const ServerConnection &server, const ConnectionCredentials &credentials,
-    std::shared_ptr<ProcessRunner> runner);
+                                        std::shared_ptr<ProcessRunner> runner);
 
 } // namespace FileServiceFactory
 

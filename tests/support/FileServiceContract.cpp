@@ -304,6 +304,8 @@ constexpr std::pair<const char *, LinkRule> linkRules[] = {
     {"trees with links are removed without following them", treesWithLinksAreRemovedWithoutFollowingThem},
 };
 
+} // namespace
+
 QStringList oddNames()
 {
     return {QStringLiteral("a\\b"),  QStringLiteral("$(touch x)"), QStringLiteral("`touch x`"),
@@ -314,9 +316,7 @@ QStringList oddNames()
             QStringLiteral("ü"),     QStringLiteral("日本 🎈"),     QString(200, u'n')};
 }
 
-} // namespace
-
-void addRows()
+void addRows(const QStringList &names)
 {
     QTest::addColumn<Rule>("rule");
     QTest::addColumn<LinkRule>("linkRule");
@@ -325,7 +325,7 @@ void addRows()
         QTest::newRow(title) << rule << LinkRule() << QString();
     for (const auto &[title, rule] : linkRules)
         QTest::newRow(title) << Rule() << rule << QString();
-    for (const QString &name : oddNames())
+    for (const QString &name : names)
         QTest::addRow("only the entry is touched: %s", qUtf8Printable(name.left(20))) << Rule() << LinkRule() << name;
 }
 

@@ -3,6 +3,8 @@
 
 #include "files/FileService.h"
 
+#include <QStringList>
+
 #include <functional>
 
 /// What every file service must do, whatever it reaches. A test class runs it in a table-driven slot: addRows() in the
@@ -18,7 +20,9 @@ struct Subject
     std::function<void(const QString &target, const QString &link)> makeLink;
 };
 
-void addRows();
+QStringList oddNames();
+/// The rules, and one row per name; a service that is slow to ask takes fewer of them.
+void addRows(const QStringList &names = oddNames());
 void runRow(const Subject &subject);
 
 } // namespace moorix::test::FileServiceContract

@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "remote/FileServiceFactory.h"
+
+#include "files/FileServiceError.h"
+#include "remote/SFTPService.h"
+#include "servers/KeychainStore.h"
+
+namespace moorix::FileServiceFactory {
+
+ConnectionCredentials credentials(const ServerConnection &server, KeychainStore &keychain)
+{
+    ConnectionCredentials result;
+    result.password = keychain.get(server.id, SecretKind::password);
+    result.passphrase = keychain.get(server.id, SecretKind::passphrase);
+    result.privateKeyText = keychain.get(server.id, SecretKind::privateKey);
+    result.privateKeyPath = server.privateKeyPath;
+    return result;
+}
+
+std::shared_ptr<RemoteFileService> make(const ServerConnection &server, KeychainStore &keychain,
+                                        std::shared_ptr<ProcessRunner> runner)
+{
+    return make(server, credentials(server, keychain), std::move(runner));
+}
+
+std::shared_ptr<RemoteFileService> make(const ServerConnection &server, const ConnectionCredentials &credentials,
+                                        std::shared_ptr<ProcessRunner> runner)
+{
+    switch (server.networkProtocol) {
+    case NetworkProtocol::sftp:
+    case NetworkProtocol::ssh:
+        return std::make_shared<SFTPService>(server, credentials, std::move(runner));
+    case NetworkProtocol::ftp:
+    case NetworkProtocol::ftps:
+        break;
+    }
+    throw FileServiceError::notImplemented(rawText(server.networkProtocol));
+}
+
+} // namespace moorix::FileServiceFactory

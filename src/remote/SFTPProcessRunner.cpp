@@ -1,0 +1,144 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "remote/SFTPProcessRunner.h"
+
+#include "files/FileServiceError.h"
+#include "platform/ProcessRunner.h"
+#include "remote/ConnectionGate.h"
+#include "remote/ControlSocket.h"
+#include "remote/SFTPQuoting.h"
+#include "remote/SSHAuthHelper.h"
+#include "remote/SSHDestination.h"
+#include "remote/SSHFailureText.h"
+
+namespace moorix {
+
+namespace {
+
+constexpr int clientFailed = 255;
+
+/// Names come out whole only when the client may print UTF-8; LC_ALL would override that.
+void useUtf8(QProcessEnvironment &environment)
+{
+    environment.remove(QStringLiteral("LC_ALL"));
+    environment.insert(QStringLiteral("LC_CTYPE"), QStringLiteral("C.UTF-8"));
+}
+
+/// A client without a secret of ours must not stop to ask on the terminal the program was started from; an agent's or
+/// the desktop's own dialog may still ask.
+void neverAskOnTerminal(QProcessEnvironment &environment)
+{
+    const QString variable = QStringLiteral("SSH_ASKPASS_REQUIRE");
+    if (!environment.contains(variable))
+        environment.insert(variable, QStringLiteral("force"));
+}
+
+[[noreturn]] void throwConnectionFailed(const SSHLogin &login, const ProcessResult &result, const QString &client)
+{
+    QString text = SSHFailureText::connection(login.server, result.standardError);
+    if (text.isEmpty()) {
+        text = result.crashed ? QStringLiteral("%1 was ended by signal %2; the connection was probably lost")
+                                    .arg(client)
+                                    .arg(result.exitCode)
+                              : QStringLiteral("%1 exited with code %2").arg(client).arg(result.exitCode);
+    }
+    throw FileServiceError::connectionFailed(text);
+}
+
+void throwUnlessSucceeded(const SFTPOutcome &outcome, const SFTPBatch &batch)
+{
+    if (outcome.kind == SFTPOutcome::Kind::succeeded)
+        return;
+    if (outcome.kind == SFTPOutcome::Kind::missing && !batch.subject.isEmpty())
+        throw FileServiceError::notFound(batch.subject);
+    throw FileServiceError::operationFailed(SSHFailureText::operation(batch.action, outcome.reason, outcome.words));
+}
+
+} // namespace
+
+SFTPProcessRunner::SFTPProcessRunner(std::shared_ptr<ProcessRunner> processes)
+    : m_processes(std::move(processes))
+{
+}
+
+SFTPOutput SFTPProcessRunner::runCommands(const SSHLogin &login, const SFTPBatch &batch, const std::stop_token &stop)
+{
+    for (const QString &command : batch.commands)
+        SFTPQuoting::rejectLongLine(command);
+    ProcessRequest request;
+    request.program = QStringLiteral("/usr/bin/sftp");
+    request.standardInput = (batch.commands + QStringList{QStringLiteral("quit")}).join(u'\n').toUtf8() + '\n';
+    request.whileRunning = batch.whileRunning;
+    const ProcessResult result = runClient(login, QStringLiteral("-P"), std::move(request), stop);
+    if (result.crashed || result.exitCode != 0)
+        throwConnectionFailed(login, result, QStringLiteral("sftp"));
+    const SFTPOutcome outcome = SFTPOutcome::classify(result.standardOutput, result.standardError, batch.oddItems);
+    throwUnlessSucceeded(outcome, batch);
+    return {SFTPText::result(result.standardOutput), outcome.skipped};
+}
+
+QString SFTPProcessRunner::runSSH(const SSHLogin &login, const QString &command, const std::stop_token &stop)
+{
+    const SSHOutput output = runRemote(login, command, stop);
+    if (output.exitCode == 0)
+        return output.text;
+    throw FileServiceError::connectionFailed(
+        output.errorText.isEmpty() ? QStringLiteral("ssh exited with code %1").arg(output.exitCode) : output.errorText);
+}
+
+SSHOutput SFTPProcessRunner::runRemote(const SSHLogin &login, const QString &command, const std::stop_token &stop)
+{
+    ProcessRequest request;
+    request.program = QStringLiteral("/usr/bin/ssh");
+    request.arguments << command;
+    const ProcessResult result = runClient(login, QStringLiteral("-p"), std::move(request), stop);
+    if (result.crashed || result.exitCode == clientFailed)
+        throwConnectionFailed(login, result, QStringLiteral("ssh"));
+    return {result.exitCode, QString::fromUtf8(result.standardOutput),
+            QString::fromUtf8(result.standardError).trimmed()};
+}
+
+void SFTPProcessRunner::checkPassphrase(const SSHLogin &login, const std::stop_token &stop)
+{
+    if (!login.identityPath || login.credentials.passphrase.value_or(QString()).isEmpty())
+        return;
+    const SSHAuthHelper::Environment auth = SSHAuthHelper::authEnvironment(login.server, login.credentials);
+    ProcessRequest request;
+    request.program = QStringLiteral("/usr/bin/ssh-keygen");
+    request.arguments = QStringList{QStringLiteral("-y"), QStringLiteral("-f"), *login.identityPath};
+    request.environment = auth.env;
+    const ProcessResult result = m_processes->run(request, stop);
+    // Every other trouble with the key is the client's to report when it connects.
+    if (result.exitCode != 0 && result.standardError.contains("incorrect passphrase")) {
+        throw FileServiceError::authFailed(QStringLiteral("the passphrase does not open the key.\n") +
+                                           SFTPText::decoded(result.standardError.trimmed()));
+    }
+}
+
+void SFTPProcessRunner::closeMaster(const ServerConnection &server) noexcept
+{
+    SSHAuthHelper::closeMaster(server, *m_processes);
+}
+
+ProcessResult SFTPProcessRunner::runClient(const SSHLogin &login, const QString &portFlag, ProcessRequest request,
+                                           const std::stop_token &stop)
+{
+    using namespace SSHAuthHelper;
+    const ServerConnection &server = login.server;
+    SSHDestination::check(server);
+    bool isShared = true;
+    const auto isWarm = [&] { return !isShared || ControlSocket::isPresent(server); };
+    const QString host = QStringLiteral("%1 %2").arg(server.host).arg(server.port);
+    const ConnectionGate::Place place = ConnectionGate::ofThisProgram().enter(host, isWarm, stop);
+    isShared = ControlSocket::claim(server, login.credentials, *m_processes);
+
+    Environment auth = authEnvironment(server, login.credentials);
+    useUtf8(auth.env);
+    neverAskOnTerminal(auth.env);
+    request.environment = auth.env;
+    request.arguments =
+        authOptions(server, login.identityPath, isShared ? Multiplex::yes : Multiplex::no, Interactive::no) +
+        QStringList{portFlag, QString::number(server.port), SSHDestination::text(server)} + request.arguments;
+    return m_processes->run(request, stop);
+}
+
+} // namespace moorix

@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "remote/SFTPOutcome.h"
+#include "servers/ServerConnection.h"
+
+#include <QStringList>
+
+#include <functional>
+#include <memory>
+#include <stop_token>
+
+namespace moorix {
+
+class ProcessRunner;
+struct ProcessRequest;
+struct ProcessResult;
+
+/// Who logs in where, and with what.
+struct SSHLogin
+{
+    ServerConnection server;
+    ConnectionCredentials credentials;
+    std::optional<QString> identityPath;
+};
+
+/// One batch for `sftp`.
+struct SFTPBatch
+{
+    QStringList commands;
+    /// The path that `notFound` names when the far side has nothing there; empty when it could be one of two.
+    QString subject;
+    /// Begins the sentence of a failure: "“/a” could not be deleted". Empty leaves the client's words alone.
+    QString action;
+    SFTPOutcome::OddItems oddItems = SFTPOutcome::OddItems::fail;
+    /// Called about every 200 ms on the running thread with the client's process id.
+    std::function<void(qint64 processId)> whileRunning;
+};
+
+struct SFTPOutput
+{
+    /// Standard output without the echoed commands.
+    QString text;
+    /// The client's lines about links and special files that a recursive copy left out.
+    QStringList skipped;
+};
+
+/// How a command ended that the account's shell was to run.
+struct SSHOutput
+{
+    int exitCode = 0;
+    QString text;
+    QString errorText;
+};
+
+/// Runs the OpenSSH clients for one login: options, secrets, shared connection, limits, and what their output really
+/// means. Blocking; without state of its own; safe to call from several threads. Secret files are gone when a call
+/// returns, however it does.
+class SFTPProcessRunner final
+{
+public:
+    explicit SFTPProcessRunner(std::shared_ptr<ProcessRunner> processes);
+
+    /// Runs a batch with `sftp`. Throws connectionFailed when the client itself fails, notFound or operationFailed when
+    /// a command inside the batch does, operationFailed for lines it could not take.
+    SFTPOutput runCommands(const SSHLogin &login, const SFTPBatch &batch, const std::stop_token &stop);
+
+    /// The standard output of a command run by the account's shell. Throws connectionFailed for every exit code but 0.
+    QString runSSH(const SSHLogin &login, const QString &command, const std::stop_token &stop);
+
+    /// The same for callers that judge the command's own exit code. Throws only when the client fails (255).
+    SSHOutput runRemote(const SSHLogin &login, const QString &command, const std::stop_token &stop);
+
+    /// Throws authFailed when the passphrase of a key login does not open its key, before a server sees it.
+    void checkPassphrase(const SSHLogin &login, const std::stop_token &stop);
+
+    /// Ends the server's shared connection. Blocking; failures are ignored.
+    void closeMaster(const ServerConnection &server) noexcept;
+
+private:
+    ProcessResult runClient(const SSHLogin &login, const QString &portFlag, ProcessRequest request,
+                            const std::stop_token &stop);
+
+    std::shared_ptr<ProcessRunner> m_processes;
+};
+
+} // namespace moorix

@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "files/RemoteFileService.h"
+#include "remote/SFTPProcessRunner.h"
+
+#include <mutex>
+
+namespace moorix {
+
+/// Files of a server whose protocol is SFTP or SSH. Every operation is one batch of the `sftp` client or one command
+/// line for the account's shell; where the account has no shell, the latter become walks with `sftp` commands. All
+/// operations before `connect` and after `disconnect` throw notConnected. Safe to use from several threads.
+class SFTPService final : public RemoteFileService
+{
+public:
+    SFTPService(ServerConnection server, ConnectionCredentials credentials, std::shared_ptr<ProcessRunner> processes);
+    /// Removes the file of a pasted key; the shared connection stays, others may use it.
+    ~SFTPService() override;
+    Q_DISABLE_COPY_MOVE(SFTPService)
+
+    const ServerConnection &server() const { return m_server; }
+    bool isConnected() const;
+
+    /// Logs in and learns the home folder. Throws connectionFailed with the client's reason.
+    void connect(const std::stop_token &stop) override;
+    void disconnect() noexcept override;
+    QString defaultDirectory(const std::stop_token &stop) override;
+    QList<FileItem> list(const QString &path, HiddenFiles hidden, const std::stop_token &stop) override;
+    void createDirectory(const QString &path, const std::stop_token &stop) override;
+    void remove(const FileItem &item, const std::stop_token &stop) override;
+    void rename(const FileItem &item, const QString &newName, const std::stop_token &stop) override;
+    QByteArray read(const QString &path, const std::stop_token &stop) override;
+    void write(const QByteArray &data, const QString &path, const std::stop_token &stop) override;
+    void setPermissions(const QString &path, const QString &octal, Recursive recursive,
+                        const std::stop_token &stop) override;
+
+    std::optional<FileItem> stat(const QString &path, const std::stop_token &stop) override;
+    FileItem followLink(const FileItem &link, const std::stop_token &stop) override;
+    void copy(const FileItem &item, const QString &toPath, const std::stop_token &stop) override;
+    void move(const FileItem &item, const QString &toPath, const std::stop_token &stop) override;
+    std::optional<qint64> freeSpace(const QString &path, const std::stop_token &stop) override;
+
+    void download(const QString &remotePath, const QString &toLocal, const RemoteTransferOptions &options,
+                  const std::stop_token &stop) override;
+    void upload(const QString &localPath, const QString &toRemote, const RemoteTransferOptions &options,
+                const std::stop_token &stop) override;
+    /// Links and special files cannot be copied: when there were any, the rest is copied and operationFailed names
+    /// them.
+    void downloadRecursive(const QString &remotePath, const QString &toLocal, const std::stop_token &stop) override;
+    void uploadRecursive(const QString &localPath, const QString &toRemote, const std::stop_token &stop) override;
+    void copyRemote(const QString &source, const QString &destination, const std::stop_token &stop) override;
+    void moveRemote(const QString &source, const QString &destination, const std::stop_token &stop) override;
+
+private:
+    /// The login in force; throws notConnected.
+    SSHLogin login() const;
+    SFTPOutput run(const SFTPBatch &batch, const std::stop_token &stop);
+    /// Runs a shell command; false when the account has no shell to run it.
+    bool runShell(const QString &command, const QString &action, const std::stop_token &stop);
+    /// The row of what `path` leads to, links followed; nothing when there is nothing.
+    std::optional<FileItem> followed(const QString &path, const std::stop_token &stop);
+    /// Uploads; returns where the file went instead when `toRemote` is a folder.
+    std::optional<QString> put(const QString &localPath, const QString &toRemote, const RemoteTransferOptions &options,
+                               const std::stop_token &stop);
+    void refuseExisting(const QString &path, const std::stop_token &stop);
+    void runRecursiveCopy(const SFTPBatch &batch, const std::stop_token &stop);
+    void copyThroughThisMachine(const QString &source, const QString &destination, const std::stop_token &stop);
+
+    ServerConnection m_server;
+    ConnectionCredentials m_credentials;
+    SFTPProcessRunner m_runner;
+
+    mutable std::mutex m_mutex;
+    bool m_isConnected = false;
+    QString m_home;
+    std::optional<QString> m_tempIdentityPath;
+};
+
+} // namespace moorix

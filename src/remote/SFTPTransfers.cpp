@@ -1,0 +1,137 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "remote/SFTPService.h"
+
+#include "files/FileServiceError.h"
+#include "files/Format.h"
+#include "platform/AppPaths.h"
+#include "remote/SFTPQuoting.h"
+#include "remote/TransferProgress.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QTemporaryDir>
+
+namespace moorix {
+
+using SFTPQuoting::sftpPath;
+using SFTPQuoting::shellPath;
+
+namespace {
+
+QString pair(const QString &from, const QString &to)
+{
+    return sftpPath(from) + u' ' + sftpPath(to);
+}
+
+QString action(const QString &from, const QString &done)
+{
+    return QStringLiteral("“%1” could not be %2").arg(Format::display(from), done);
+}
+
+} // namespace
+
+void SFTPService::download(const QString &remotePath, const QString &toLocal, const RemoteTransferOptions &options,
+                           const std::stop_token &stop)
+{
+    SFTPBatch batch;
+    batch.commands = {(options.keepsTimes ? QStringLiteral("get -p ") : QStringLiteral("get ")) +
+                      pair(remotePath, toLocal)};
+    batch.subject = remotePath;
+    batch.action = action(remotePath, QStringLiteral("downloaded"));
+    batch.whileRunning = TransferProgress::ofDownload(toLocal, options.progress);
+    run(batch, stop);
+}
+
+void SFTPService::upload(const QString &localPath, const QString &toRemote, const RemoteTransferOptions &options,
+                         const std::stop_token &stop)
+{
+    if (const std::optional<QString> inside = put(localPath, toRemote, options, stop)) {
+        throw FileServiceError::operationFailed(
+            QStringLiteral("“%1” is a folder; the file was copied into it.").arg(Format::display(toRemote)));
+    }
+}
+
+std::optional<QString> SFTPService::put(const QString &localPath, const QString &toRemote,
+                                        const RemoteTransferOptions &options, const std::stop_token &stop)
+{
+    const qint64 sizeBefore = QFileInfo(localPath).size();
+    SFTPBatch batch;
+    batch.commands = {(options.keepsTimes ? QStringLiteral("put -p ") : QStringLiteral("put ")) +
+                      pair(localPath, toRemote)};
+    batch.subject = Format::parent(toRemote);
+    batch.action = action(localPath, QStringLiteral("uploaded"));
+    batch.whileRunning = TransferProgress::ofUpload(localPath, options.progress);
+    const QString said = run(batch, stop).text;
+    // The client says nothing about a file that shrinks under its hands.
+    if (QFileInfo(localPath).size() < sizeBefore) {
+        throw FileServiceError::operationFailed(
+            action(localPath, QStringLiteral("uploaded whole: it became smaller while it was sent.")));
+    }
+    const QString inside = Format::join(toRemote, Format::fileName(localPath));
+    const bool wentInside = said.contains(QStringLiteral(" to %1\n").arg(inside));
+    return wentInside ? std::optional(inside) : std::nullopt;
+}
+
+void SFTPService::downloadRecursive(const QString &remotePath, const QString &toLocal, const std::stop_token &stop)
+{
+    SFTPBatch batch;
+    batch.commands = {QStringLiteral("get -r ") + pair(remotePath, toLocal)};
+    batch.subject = remotePath;
+    batch.action = action(remotePath, QStringLiteral("downloaded"));
+    runRecursiveCopy(batch, stop);
+}
+
+void SFTPService::uploadRecursive(const QString &localPath, const QString &toRemote, const std::stop_token &stop)
+{
+    SFTPBatch batch;
+    batch.commands = {QStringLiteral("put -r ") + pair(localPath, toRemote)};
+    batch.action = action(localPath, QStringLiteral("uploaded"));
+    runRecursiveCopy(batch, stop);
+}
+
+void SFTPService::copyRemote(const QString &source, const QString &destination, const std::stop_token &stop)
+{
+    const QString command = QStringLiteral("cp -r ") + shellPath(source) + u' ' + shellPath(destination);
+    if (!runShell(command, action(source, QStringLiteral("copied")), stop))
+        copyThroughThisMachine(source, destination, stop);
+}
+
+void SFTPService::moveRemote(const QString &source, const QString &destination, const std::stop_token &stop)
+{
+    SFTPBatch batch;
+    batch.commands = {QStringLiteral("rename ") + pair(source, destination)};
+    // Between two folders either of them may be what is missing.
+    if (Format::parent(source) == Format::parent(destination))
+        batch.subject = source;
+    batch.action = action(source, QStringLiteral("moved to “%1”").arg(Format::display(destination)));
+    run(batch, stop);
+}
+
+void SFTPService::runRecursiveCopy(const SFTPBatch &batch, const std::stop_token &stop)
+{
+    SFTPBatch tolerant = batch;
+    tolerant.oddItems = SFTPOutcome::OddItems::areSkipped;
+    const QStringList skipped = run(tolerant, stop).skipped;
+    if (!skipped.isEmpty()) {
+        throw FileServiceError::operationFailed(
+            QStringLiteral("Copied without these links and special files, which cannot be sent:\n") +
+            skipped.join(u'\n'));
+    }
+}
+
+void SFTPService::copyThroughThisMachine(const QString &source, const QString &destination, const std::stop_token &stop)
+{
+    const QTemporaryDir folder(QDir(AppPaths::temporaryFolder()).filePath(QStringLiteral("moorix-copy-XXXXXX")));
+    if (!folder.isValid())
+        throw FileServiceError::operationFailed(action(source, QStringLiteral("copied: ")) + folder.errorString());
+    const QString local = folder.filePath(QStringLiteral("copy"));
+    if (followed(source, stop).value_or(FileItem()).isDirectory) {
+        downloadRecursive(source, local, stop);
+        uploadRecursive(local, destination, stop);
+    } else {
+        download(source, local, {}, stop);
+        upload(local, destination, {}, stop);
+    }
+}
+
+} // namespace moorix

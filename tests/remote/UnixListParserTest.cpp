@@ -1,0 +1,181 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "remote/UnixListParser.h"
+#include "support/TestMain.h"
+
+#include <QTest>
+
+using namespace moorix;
+
+namespace {
+
+const QDateTime now(QDate(2026, 3, 10), QTime(12, 0));
+
+/// One line per item: kind, name, the end of the path, size.
+QStringList described(const QList<FileItem> &items)
+{
+    QStringList lines;
+    for (const FileItem &item : items) {
+        const QChar kind = item.isDirectory ? u'd' : item.isSymlink ? u'l' : u'-';
+        lines << QStringLiteral("%1|%2|%3|%4").arg(kind).arg(item.name, item.path).arg(item.size);
+    }
+    return lines;
+}
+
+} // namespace
+
+class UnixListParserTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void rowsBecomeItems_data()
+    {
+        QTest::addColumn<QString>("row");
+        QTest::addColumn<QString>("item");
+        const auto row = [](const char *name, const char *text, const char *item) {
+            QTest::newRow(name) << QString::fromUtf8(text) << QString::fromUtf8(item);
+        };
+        row("new client", "-rw-r--r--    ? ada      staff         5 Mar  1 10:00 /d/a.txt", "-|a.txt|/d/a.txt|5");
+        row("old client", "-rw-r--r--    1 ada      staff         5 Mar  1 10:00 a.txt", "-|a.txt|/d/a.txt|5");
+        row("folder", "drwxr-xr-x    3 ada      staff      4096 Mar  1 10:00 sub", "d|sub|/d/sub|4096");
+        row("link with target", "lrwxrwxrwx 1 ada staff 4 Mar  1 10:00 docs -> /srv/docs", "l|docs|/d/docs|4");
+        row("link, new client", "lrwxrwxrwx    ? ada staff 4 Mar  1 10:00 /d/a -> b", "l|a -> b|/d/a -> b|4");
+        row("file with an arrow", "-rw-r--r-- 1 ada staff 4 Mar  1 10:00 a -> b", "-|a -> b|/d/a -> b|4");
+        row("two spaces inside", "-rw-r--r-- 1 ada staff 4 Mar  1 10:00 a  b", "-|a b|/d/a  b|4");
+        row("spaces around", "-rw-r--r--    ? ada staff 4 Mar  1 10:00 /d/ a ", "-| a |/d/ a |4");
+        row("spaces around, old client", "-rw-r--r--    1 ada staff 4 Mar  1 10:00  a ", "-|a|/d/ a |4");
+        row("access list mark", "-rw-r--r--+ 1 ada staff 4 Mar  1 10:00 a", "-|a|/d/a|4");
+        row("setuid", "-rwsr-xr-t 1 root root 4 Mar  1 10:00 a", "-|a|/d/a|4");
+        row("socket", "srwxr-xr-x 1 root root 0 Mar  1 10:00 s", "-|s|/d/s|0");
+        row("device", "crw-rw---- 1 root tty 4, 64 Mar  1 10:00 ttyS0", "-|ttyS0|/d/ttyS0|64");
+        row("group of two words", "-rw-r--r-- 1 ada domain users 77 Mar  1 10:00 a", "-|a|/d/a|77");
+        row("size no number", "-rw-r--r-- 1 ada staff ? Mar  1 10:00 a", "-|a|/d/a|0");
+        row("huge", "-rw-r--r-- 1 ada staff 9007199254740993 Mar  1 10:00 a", "-|a|/d/a|9007199254740993");
+        row("dotted names", "-rw-r--r-- 1 ada staff 1 Mar  1 10:00 ...", "-|...|/d/...|1");
+        row("looks like an escape", "-rw-r--r-- 1 ada staff 1 Mar  1 10:00 a\\101", "-|a\\101|/d/a\\101|1");
+        row("CR LF", "-rw-r--r-- 1 ada staff 1 Mar  1 10:00 a\r", "-|a|/d/a|1");
+        row("self", "drwxr-xr-x    ? ada staff 1 Mar  1 10:00 /d/.", "");
+        row("parent", "drwxr-xr-x 1 ada staff 1 Mar  1 10:00 ..", "");
+        row("total", "total 12", "");
+        row("echo", "sftp> ls -l \"/d\"", "");
+        row("rest of a name with a newline", "second half", "");
+        row("short mode", "drwx 1 ada staff 1 Mar  1 10:00 x", "");
+        row("unknown kind", "?rwxr-xr-x 1 ada staff 1 Mar  1 10:00 x", "");
+        row("no name", "-rw-r--r-- 1 ada staff 1 Mar  1 10:00", "");
+        row("no name but a space", "-rw-r--r-- 1 ada staff 1 Mar  1 10:00 ", "");
+        row("blank", "   ", "");
+    }
+
+    void rowsBecomeItems()
+    {
+        QFETCH(QString, row);
+        QFETCH(QString, item);
+        QCOMPARE(described(UnixListParser::parse(row, QStringLiteral("/d"), now)).join(u'\n'), item);
+    }
+
+    void bothFormsGiveTheSameItems()
+    {
+        const QString bare = QStringLiteral("drwxr-xr-x    2 ada      staff      4096 Jan  2  2020 sub\n"
+                                            "-rw-r-----    1 ada      staff        12 Mar  9 08:30 größe.txt\n");
+        QString prefixed = bare;
+        prefixed.replace(QStringLiteral(" 2 ada"), QStringLiteral(" ? ada"))
+            .replace(QStringLiteral(" 1 ada"), QStringLiteral(" ? ada"))
+            .replace(QStringLiteral("sub"), QStringLiteral("/srv/sub"))
+            .replace(QStringLiteral("größe"), QStringLiteral("/srv/größe"));
+        const QList<FileItem> items = UnixListParser::parse(bare, QStringLiteral("/srv"), now);
+        QCOMPARE(items, UnixListParser::parse(prefixed, QStringLiteral("/srv"), now));
+        QCOMPARE(items.at(1).permissions, QStringLiteral("rw-r-----"));
+        QCOMPARE(items.at(1).ownerName, QStringLiteral("ada"));
+        QCOMPARE(items.at(1).modified, QDateTime(QDate(2026, 3, 9), QTime(8, 30)));
+    }
+
+    void folderOfThePathIsStripped_data()
+    {
+        QTest::addColumn<QString>("dir");
+        QTest::addColumn<QString>("shown");
+        QTest::addColumn<QString>("item");
+        QTest::newRow("root") << "/"
+                              << "/etc"
+                              << "-|etc|/etc|1";
+        QTest::newRow("slash at the end") << "/d/"
+                                          << "/d/a"
+                                          << "-|a|/d/a|1";
+        QTest::newRow("the file itself") << "/d/a"
+                                         << "/d/a"
+                                         << "-|a|/d/a|1";
+        QTest::newRow("mark of a folder") << "/d"
+                                          << "/d/sub/"
+                                          << "-|sub|/d/sub|1";
+        QTest::newRow("relative") << "."
+                                  << "./a"
+                                  << "-|a|./a|1";
+    }
+
+    void folderOfThePathIsStripped()
+    {
+        QFETCH(QString, dir);
+        QFETCH(QString, shown);
+        QFETCH(QString, item);
+        const QString row = QStringLiteral("-rw-r--r--    ? ada staff 1 Mar  1 10:00 ") + shown;
+        QCOMPARE(described(UnixListParser::parse(row, dir, now)).join(u'\n'), item);
+    }
+
+    void bytesThatCannotBeNamedAreNeverAddressable()
+    {
+        const QList<FileItem> items = UnixListParser::parse(
+            QStringLiteral("-rw-r--r-- 1 a b 1 Mar  1 10:00 x\\377y\n-rw-r--r-- 1 a b 1 Mar  1 10:00 bell\\007\n"),
+            QStringLiteral("/d"), now);
+        QCOMPARE(items.at(0).path, QStringLiteral("/d/x") + QChar(0xdcff) + u'y');
+        QCOMPARE(items.at(1).path, QStringLiteral("/d/bell") + QChar(7));
+    }
+
+    void rowsTheClientHasCutAreMarked()
+    {
+        const QString start = QStringLiteral("-rw-r--r--    ? ada staff 1 Mar  1 10:00 /d/");
+        const auto nameOfRow = [&](qsizetype bytes) {
+            const QString row = start + QString(bytes - start.size(), u'n');
+            return UnixListParser::parse(row, QStringLiteral("/d"), now).constFirst().name;
+        };
+        QVERIFY(nameOfRow(1022).endsWith(u'n'));
+        QVERIFY(nameOfRow(1023).endsWith(u'…'));
+    }
+
+    void datesAreReadAsLocalTime_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QDateTime>("expected");
+        const auto at = [](int y, int m, int d, int h = 0, int min = 0) {
+            return QDateTime(QDate(y, m, d), QTime(h, min));
+        };
+        QTest::newRow("this year") << "Mar 10 11:59" << at(2026, 3, 10, 11, 59);
+        QTest::newRow("last year") << "Dec 31 23:59" << at(2025, 12, 31, 23, 59);
+        QTest::newRow("server's clock ahead") << "Mar 11 11:00" << at(2026, 3, 11, 11);
+        QTest::newRow("more than a day ahead") << "Mar 12 11:00" << at(2025, 3, 12, 11);
+        QTest::newRow("leap day") << "Feb 29 01:00" << at(2024, 2, 29, 1);
+        QTest::newRow("year") << "Jan 2 2020" << at(2020, 1, 2);
+        QTest::newRow("far future") << "Jan 2 2096" << at(2096, 1, 2);
+        QTest::newRow("no such day") << "Feb 31 2020" << QDateTime();
+        QTest::newRow("no such time") << "Feb 3 25:00" << QDateTime();
+        QTest::newRow("no such month") << "Foo 3 2020" << QDateTime();
+        QTest::newRow("between two months") << "anF 3 2020" << QDateTime();
+        QTest::newRow("words") << "Jan x y:z" << QDateTime();
+    }
+
+    void datesAreReadAsLocalTime()
+    {
+        QFETCH(QString, text);
+        QFETCH(QDateTime, expected);
+        const QStringList parts = text.split(u' ');
+        QCOMPARE(UnixListParser::parseDate(parts.at(0), parts.at(1), parts.at(2), now).value_or(QDateTime()), expected);
+    }
+
+    void listingCutShortByTheServerIsRecognised()
+    {
+        const QString self = QStringLiteral("drwxr-xr-x    ? ada staff 1 Mar  1 10:00 /d/.\n");
+        QVERIFY(UnixListParser::listsTheFolderItself(self, QStringLiteral("/d")));
+        QVERIFY(!UnixListParser::listsTheFolderItself(QString(), QStringLiteral("/d")));
+    }
+};
+
+MOORIX_TEST(UnixListParserTest)
+#include "UnixListParserTest.moc"
