@@ -46,6 +46,54 @@ QComboBox::drop-down { border: none; width: 22px; }
 QComboBox QAbstractItemView { background: <toolBar>; border: 1px solid <border>; selection-background-color: <selection>;
     outline: none; padding: 4px; }
 
+QLineEdit[role="inCell"] { border-color: <accent>; border-radius: 4px; padding: 0 4px; }
+#pathField { background: <base>; border: 1px solid <border>; border-radius: 6px; }
+#pathField:hover { border-color: <faintText>; }
+#pathField[editing="true"] { border-color: <accent>; }
+#pathField QLineEdit { background: transparent; border: none; padding: 2px 0; }
+QToolButton[role="crumb"] { padding: 2px 5px; border-radius: 4px; }
+QFrame[role="statusLine"] { background: <sidebar>; border: none; border-top: 1px solid <border>; }
+QFrame[role="statusLine"] QPushButton { padding: 0 6px; min-height: 14px; }
+QPlainTextEdit[role="page"] { border: none; border-radius: 0; }
+
+QPushButton { background: <toolBar>; color: <text>; border: 1px solid <border>; border-radius: 6px; padding: 4px 14px;
+    min-height: 18px; }
+QPushButton:hover { background: <hover>; }
+QPushButton:pressed { background: <selection>; }
+QPushButton:focus { border-color: <accent>; }
+QPushButton:disabled { color: <faintText>; }
+QPushButton[role="primary"], QPushButton:default { background: <selection>; border-color: <accent>; }
+QPushButton[role="primary"]:hover, QPushButton:default:hover { background: <hover>; }
+QPushButton[role="danger"] { color: <danger>; border-color: <danger>; }
+QPushButton[role="danger"]:focus { background: <hover>; border-width: 2px; padding: 3px 13px; }
+QPushButton[role="link"] { background: transparent; border: 1px solid transparent; color: <accent>; padding: 2px 6px; }
+QPushButton[role="link"]:focus { border-color: <accent>; }
+
+QLabel[role="muted"] { color: <mutedText>; }
+QLabel[role="section"] { color: <faintText>; font-weight: 600; }
+QLabel[role="title"] { font-weight: 600; }
+QLabel[role="error"] { color: <danger>; }
+
+QFrame[role="bar"] { background: <sidebar>; border: none; border-bottom: 1px solid <border>; }
+QFrame[role="card"] { background: <toolBar>; border: 1px solid <border>; border-radius: 8px; }
+moorix--MessageBar { background: <accentGround>; border: none; border-left: 3px solid <accent>;
+    border-bottom: 1px solid <border>; }
+moorix--MessageBar[tone="warning"] { background: <warningGround>; border-left-color: <warning>; }
+moorix--MessageBar[tone="danger"] { background: <dangerGround>; border-left-color: <danger>; }
+
+QAbstractItemView { background: <toolBar>; border: 1px solid <border>; selection-background-color: <selection>;
+    outline: none; padding: 4px; }
+
+QLineEdit[role="inCell"] { border-color: <accent>; border-radius: 4px; padding: 0 4px; }
+#pathField { background: <base>; border: 1px solid <border>; border-radius: 6px; }
+#pathField:hover { border-color: <faintText>; }
+#pathField[editing="true"] { border-color: <accent>; }
+#pathField QLineEdit { background: transparent; border: none; padding: 2px 0; }
+QToolButton[role="crumb"] { padding: 2px 5px; border-radius: 4px; }
+QFrame[role="statusLine"] { background: <sidebar>; border: none; border-top: 1px solid <border>; }
+QFrame[role="statusLine"] QPushButton { padding: 0 6px; min-height: 14px; }
+QPlainTextEdit[role="page"] { border: none; border-radius: 0; }
+
 QPushButton { background: <toolBar>; color: <text>; border: 1px solid <border>; border-radius: 6px; padding: 4px 14px;
     min-height: 18px; }
 QPushButton:hover { background: <hover>; }
@@ -102,11 +150,14 @@ QScrollBar::add-line, QScrollBar::sub-line { width: 0; height: 0; }
 QScrollBar::add-page, QScrollBar::sub-page { background: transparent; }
 )"_s;
 
-QColor mixed(const QColor &a, const QColor &b, float share)
+/// A tint of the role's colour on the ground of lists.
+QColor ground(Color role)
 {
-    const auto channel = [share](float x, float y) { return x * (1 - share) + y * share; };
-    return QColor::fromRgbF(channel(a.redF(), b.redF()), channel(a.greenF(), b.greenF()),
-                            channel(a.blueF(), b.blueF()));
+    const QColor base = color(Color::base);
+    const QColor tint = color(role);
+    const auto channel = [](float under, float over) { return under * 0.87F + over * 0.13F; };
+    return QColor::fromRgbF(channel(base.redF(), tint.redF()), channel(base.greenF(), tint.greenF()),
+                            channel(base.blueF(), tint.blueF()));
 }
 
 } // namespace
@@ -114,20 +165,14 @@ QColor mixed(const QColor &a, const QColor &b, float share)
 QString styleSheet()
 {
     const std::pair<QStringView, QColor> names[] = {
-        {u"<window>", color(Color::window)},
-        {u"<base>", color(Color::base)},
-        {u"<sidebar>", color(Color::sidebar)},
-        {u"<text>", color(Color::text)},
-        {u"<mutedText>", color(Color::mutedText)},
-        {u"<faintText>", color(Color::faintText)},
-        {u"<border>", color(Color::border)},
-        {u"<accent>", color(Color::accent)},
-        {u"<selection>", color(Color::selection)},
-        {u"<inactiveSelection>", color(Color::inactiveSelection)},
-        {u"<toolBar>", color(Color::toolBar)},
-        {u"<hover>", color(Color::hover)},
-        {u"<danger>", color(Color::danger)},
-        {u"<errorGround>", mixed(color(Color::base), color(Color::danger), 0.14F)},
+        {u"<window>", color(Color::window)},          {u"<base>", color(Color::base)},
+        {u"<sidebar>", color(Color::sidebar)},        {u"<text>", color(Color::text)},
+        {u"<mutedText>", color(Color::mutedText)},    {u"<faintText>", color(Color::faintText)},
+        {u"<border>", color(Color::border)},          {u"<accent>", color(Color::accent)},
+        {u"<selection>", color(Color::selection)},    {u"<inactiveSelection>", color(Color::inactiveSelection)},
+        {u"<toolBar>", color(Color::toolBar)},        {u"<hover>", color(Color::hover)},
+        {u"<danger>", color(Color::danger)},          {u"<accentGround>", ground(Color::accent)},
+        {u"<warningGround>", ground(Color::warning)}, {u"<dangerGround>", ground(Color::danger)},
     };
     QString sheet = sheetTemplate;
     for (const auto &[name, value] : names)

@@ -1,0 +1,91 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ui/MessageBar.h"
+
+#include "ui/Widgets.h"
+
+#include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QPushButton>
+#include <QToolButton>
+
+#include <array>
+#include <utility>
+
+namespace moorix {
+
+MessageBar::MessageBar(QWidget *parent)
+    : QFrame(parent)
+    , m_text(Widgets::label({}, Widgets::TextRole::body, this))
+    , m_confirm(Widgets::button({}, QStringLiteral("messageBarConfirm"), this))
+{
+    setObjectName(QStringLiteral("messageBar"));
+    m_text->setObjectName(QStringLiteral("messageBarText"));
+    m_text->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    QToolButton *close =
+        Widgets::iconButton(QStringLiteral("window-close"), tr("Close"), QStringLiteral("messageBarClose"), this);
+    auto *row = new QHBoxLayout(this);
+    row->setContentsMargins(12, 7, 8, 7);
+    row->addWidget(m_text, 1);
+    row->addWidget(m_confirm);
+    row->addWidget(close);
+    hide();
+
+    connect(m_confirm, &QPushButton::clicked, this, [this] {
+        const std::function<void()> confirmed = std::exchange(m_confirmed, {});
+        hide();
+        if (confirmed)
+            confirmed();
+    });
+    connect(close, &QToolButton::clicked, this, [this] {
+        dismiss();
+        emit dismissed();
+    });
+}
+
+void MessageBar::tell(const QString &text, Tone tone)
+{
+    m_confirmed = {};
+    m_confirm->hide();
+    show(text, tone);
+}
+
+void MessageBar::ask(const QString &text, const QString &buttonText, Tone tone, std::function<void()> confirmed)
+{
+    offer(text, buttonText, tone, std::move(confirmed));
+    m_confirm->setFocus();
+}
+
+void MessageBar::offer(const QString &text, const QString &buttonText, Tone tone, std::function<void()> pressed)
+{
+    m_confirmed = std::move(pressed);
+    m_confirm->setText(buttonText);
+    m_confirm->show();
+    show(text, tone);
+}
+
+void MessageBar::dismiss()
+{
+    m_confirmed = {};
+    hide();
+}
+
+void MessageBar::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() == Qt::Key_Escape) {
+        dismiss();
+        emit dismissed();
+        return;
+    }
+    QFrame::keyPressEvent(event);
+}
+
+void MessageBar::show(const QString &text, Tone tone)
+{
+    static const std::array names{QStringLiteral("information"), QStringLiteral("warning"), QStringLiteral("danger")};
+    m_text->setText(text);
+    Widgets::setStyleProperty(*this, "tone", names.at(std::size_t(tone)));
+    QFrame::show();
+}
+
+} // namespace moorix

@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QFrame>
+
+#include <functional>
+
+class QLabel;
+class QPushButton;
+
+namespace moorix {
+
+/// A sentence with its buttons across the width of a view, in place of a dialog. Hidden until `ask` or `tell`. Escape
+/// answers like the close button.
+class MessageBar final : public QFrame
+{
+    Q_OBJECT
+
+public:
+    enum class Tone { information, warning, danger };
+
+    explicit MessageBar(QWidget *parent = nullptr);
+
+    /// Shows a sentence that the user closes.
+    void tell(const QString &text, Tone tone);
+    /// Shows a question with one button, which runs `confirmed`; closing the bar means no. The button gets the focus.
+    void ask(const QString &text, const QString &buttonText, Tone tone, std::function<void()> confirmed);
+    /// Like `ask` for what need not be answered: the focus stays where it is.
+    void offer(const QString &text, const QString &buttonText, Tone tone, std::function<void()> pressed);
+    /// Hides the bar without an answer.
+    void dismiss();
+
+signals:
+    /// The user closed the bar.
+    void dismissed();
+
+protected:
+    void keyPressEvent(QKeyEvent *event) override;
+
+private:
+    void show(const QString &text, Tone tone);
+
+    QLabel *m_text;
+    QPushButton *m_confirm;
+    std::function<void()> m_confirmed;
+};
+
+} // namespace moorix

@@ -1,0 +1,98 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ui/pane/FileDrop.h"
+
+#include "files/Format.h"
+#include "files/PaneModel.h"
+#include "ui/pane/FileMimeData.h"
+
+#include <QDropEvent>
+
+#include <algorithm>
+
+namespace moorix {
+
+namespace {
+
+/// A folder cannot go into itself, and an entry need not go where it is.
+bool isPointless(const QString &path, const QString &folder, Qt::DropAction action)
+{
+    const bool isInside = folder == path || folder.startsWith(path + u'/');
+    return isInside || (action == Qt::MoveAction && Format::parent(path) == folder);
+}
+
+} // namespace
+
+FileDrop::FileDrop(PaneModel &pane, const PaneContext &context, QObject *parent)
+    : QObject(parent)
+    , m_pane(pane)
+    , m_localFiles(context.localFiles)
+    , m_transfer(context.transfer)
+{
+}
+
+bool FileDrop::accepts(const QMimeData &data) const
+{
+    return m_transfer && (qobject_cast<const FileMimeData *>(&data) || (m_localFiles && data.hasUrls()));
+}
+
+Qt::DropAction FileDrop::actionFor(const QDropEvent &event, const QString &folder) const
+{
+    if (!accepts(*event.mimeData()) || folder.isEmpty())
+        return Qt::IgnoreAction;
+    const auto *ours = qobject_cast<const FileMimeData *>(event.mimeData());
+    const bool isSamePlace = ours && ours->service() == m_pane.service();
+    Qt::DropAction action = isSamePlace ? Qt::MoveAction : Qt::CopyAction;
+    if (event.modifiers() & Qt::ControlModifier)
+        action = Qt::CopyAction;
+    else if (event.modifiers() & Qt::ShiftModifier)
+        action = Qt::MoveAction;
+    if (!(event.possibleActions() & action))
+        action = Qt::CopyAction;
+    if (isSamePlace && std::ranges::any_of(
+                           ours->items(), [&](const FileItem &item) { return isPointless(item.path, folder, action); }))
+        return Qt::IgnoreAction;
+    return action;
+}
+
+void FileDrop::drop(QDropEvent &event, const QString &folder)
+{
+    const Qt::DropAction action = actionFor(event, folder);
+    if (action == Qt::IgnoreAction) {
+        event.ignore();
+        return;
+    }
+    const bool isMove = action == Qt::MoveAction;
+    if (const auto *ours = qobject_cast<const FileMimeData *>(event.mimeData())) {
+        m_transfer({ours->service(), m_pane.service(), ours->items(), folder, isMove, TransferConflictPolicy::ask});
+    } else {
+        takeLocalFiles(FileMimeData::localPaths(*event.mimeData()), folder, isMove);
+    }
+    // The transfer removes the sources of a move itself, once their copies are verified.
+    event.setDropAction(Qt::CopyAction);
+    event.accept();
+}
+
+void FileDrop::takeLocalFiles(const QStringList &paths, const QString &folder, bool isMove)
+{
+    if (!m_localFiles || !m_transfer)
+        return;
+    m_statJob = runJob(
+        [files = m_localFiles, paths](const std::stop_token &stop) {
+            QList<FileItem> items;
+            for (const QString &path : paths) {
+                if (const auto item = files->stat(path, stop))
+                    items.append(*item);
+            }
+            return items;
+        },
+        [this, folder, isMove](const QList<FileItem> &items) {
+            if (items.isEmpty()) {
+                emit refused(tr("What was dropped is no longer there."));
+                return;
+            }
+            m_transfer({m_localFiles, m_pane.service(), items, folder, isMove, TransferConflictPolicy::ask});
+        },
+        [this](const Error &error) { emit refused(error.message()); });
+}
+
+} // namespace moorix

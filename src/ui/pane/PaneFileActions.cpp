@@ -1,0 +1,220 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ui/pane/PaneFileActions.h"
+
+#include "app/FileClipboard.h"
+#include "files/Format.h"
+#include "files/LocalFileService.h"
+#include "files/PaneModel.h"
+#include "settings/SettingsStore.h"
+#include "ui/pane/FileDrop.h"
+#include "ui/pane/FileMimeData.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+
+using namespace Qt::StringLiterals;
+
+namespace moorix {
+
+namespace {
+
+/// "“a.txt”" or "3 items".
+QString described(const QList<FileItem> &items)
+{
+    if (items.size() == 1)
+        return PaneFileActions::tr("“%1”").arg(Format::display(items.front().name));
+    return PaneFileActions::tr("%L1 items").arg(items.size());
+}
+
+QString removalQuestion(const QList<FileItem> &items)
+{
+    if (items.size() == 1 && items.front().isDirectory && !items.front().isSymlink)
+        return PaneFileActions::tr("Delete the folder %1 and everything in it for good?").arg(described(items));
+    return PaneFileActions::tr("Delete %1 for good?").arg(described(items));
+}
+
+/// Files of another program, put on the system's clipboard after anything of ours.
+const QMimeData *foreignFiles()
+{
+    const QClipboard *clipboard = QGuiApplication::clipboard();
+    const QMimeData *data = clipboard->mimeData();
+    return !clipboard->ownsClipboard() && data && data->hasUrls() ? data : nullptr;
+}
+
+} // namespace
+
+PaneFileActions::PaneFileActions(PaneModel &pane, const PaneContext &context, QObject *parent)
+    : QObject(parent)
+    , m_pane(pane)
+    , m_context(context)
+    , m_arrivals(new FileDrop(pane, context, this))
+{
+    connect(m_arrivals, &FileDrop::refused, this, &PaneFileActions::refused);
+}
+
+bool PaneFileActions::isAvailable(PaneCommand command) const
+{
+    const QList<FileItem> selected = m_pane.selectedItems();
+    const bool isOneFolder = selected.size() == 1 && (selected.front().isDirectory || selected.front().isSymlink);
+    switch (command) {
+    case PaneCommand::open:
+    case PaneCommand::quickLook:
+    case PaneCommand::rename:
+        return selected.size() == 1;
+    case PaneCommand::openInOtherPane:
+        return isOneFolder && m_context.openInOtherPane;
+    case PaneCommand::openInNewTab:
+        return isOneFolder && m_context.openInNewTab;
+    case PaneCommand::edit:
+        return selected.size() == 1 && !selected.front().isDirectory && m_context.editFile;
+    case PaneCommand::copyToOtherSide:
+        return !selected.isEmpty() && m_context.copyToOtherSide;
+    case PaneCommand::moveToOtherSide:
+        return !selected.isEmpty() && m_context.moveToOtherSide;
+    case PaneCommand::duplicate:
+    case PaneCommand::remove:
+    case PaneCommand::removeForGood:
+    case PaneCommand::cut:
+    case PaneCommand::copy:
+    case PaneCommand::copyPath:
+    case PaneCommand::info:
+        return !selected.isEmpty();
+    case PaneCommand::paste:
+        return foreignFiles() || (m_context.clipboard.content() && m_context.paste);
+    case PaneCommand::goUp:
+        return m_pane.canGoUp();
+    case PaneCommand::goBack:
+        return m_pane.canGoBack();
+    case PaneCommand::goForward:
+        return m_pane.canGoForward();
+    default:
+        return true;
+    }
+}
+
+void PaneFileActions::run(PaneCommand command)
+{
+    if (!isAvailable(command))
+        return;
+    switch (command) {
+    case PaneCommand::open:
+        return open();
+    case PaneCommand::openInOtherPane:
+        return passFolder(m_context.openInOtherPane);
+    case PaneCommand::openInNewTab:
+        return passFolder(m_context.openInNewTab);
+    case PaneCommand::edit:
+        return m_context.editFile(m_pane.selectedItems().front());
+    case PaneCommand::duplicate:
+        return m_pane.duplicate(m_pane.selectedItems());
+    case PaneCommand::remove:
+        return remove();
+    case PaneCommand::removeForGood:
+        return removeForGood();
+    case PaneCommand::cut:
+        return putOnClipboard(true);
+    case PaneCommand::copy:
+        return putOnClipboard(false);
+    case PaneCommand::paste:
+        return paste();
+    case PaneCommand::copyPath:
+        return copyPaths();
+    case PaneCommand::copyToOtherSide:
+        return pass(m_context.copyToOtherSide);
+    case PaneCommand::moveToOtherSide:
+        return pass(m_context.moveToOtherSide);
+    default:
+        return;
+    }
+}
+
+void PaneFileActions::open()
+{
+    m_pane.open(m_pane.selectedItems().front());
+}
+
+void PaneFileActions::passFolder(const std::function<void(const FileItem &)> &receiver)
+{
+    receiver(m_pane.selectedItems().front());
+}
+
+void PaneFileActions::pass(const std::function<PaneContext::Refusal()> &action)
+{
+    if (const auto reason = action())
+        emit refused(*reason);
+}
+
+void PaneFileActions::putOnClipboard(bool isCut)
+{
+    const QList<FileItem> items = m_pane.selectedItems();
+    m_context.clipboard.set({m_pane.service(), items, isCut});
+    QGuiApplication::clipboard()->setMimeData(new FileMimeData(m_pane.service(), items, m_pane.isLocal()));
+    emit messageRaised((isCut ? tr("Cut %1.") : tr("Copied %1.")).arg(described(items)));
+}
+
+void PaneFileActions::paste()
+{
+    if (const QMimeData *files = foreignFiles())
+        m_arrivals->takeLocalFiles(FileMimeData::localPaths(*files), m_pane.currentPath(), false);
+    else
+        pass(m_context.paste);
+}
+
+void PaneFileActions::copyPaths()
+{
+    QStringList paths;
+    for (const FileItem &item : m_pane.selectedItems())
+        paths.append(item.path);
+    QGuiApplication::clipboard()->setText(paths.join(u'\n'));
+    emit messageRaised(paths.size() == 1 ? tr("Copied the path.") : tr("Copied %L1 paths.").arg(paths.size()));
+}
+
+void PaneFileActions::remove()
+{
+    const auto disk = std::dynamic_pointer_cast<LocalFileService>(m_pane.service());
+    if (disk)
+        moveToTrash(disk);
+    else
+        removeForGood();
+}
+
+void PaneFileActions::removeForGood()
+{
+    const QList<FileItem> items = m_pane.selectedItems();
+    if (!m_context.settings.confirmDeletes.value()) {
+        m_pane.remove(items);
+        return;
+    }
+    // What was selected when the question was asked is removed, whatever is selected when it is answered.
+    emit confirmationWanted(removalQuestion(items), tr("Delete"), [this, items] { m_pane.remove(items); });
+}
+
+void PaneFileActions::moveToTrash(const std::shared_ptr<LocalFileService> &disk)
+{
+    const QList<FileItem> items = m_pane.selectedItems();
+    Job job = runJob(
+        [disk, items](const std::stop_token &stop) {
+            QStringList failures;
+            for (const FileItem &item : items) {
+                if (stop.stop_requested())
+                    break;
+                try {
+                    disk->moveToTrash(item.path);
+                } catch (const Error &error) {
+                    failures.append(error.message());
+                }
+            }
+            return failures;
+        },
+        [this, items](const QStringList &failures) {
+            m_pane.reload();
+            if (failures.isEmpty())
+                emit messageRaised(tr("Moved %1 to the bin.").arg(described(items)));
+            else
+                emit refused(failures.join(u'\n'));
+        },
+        [this](const Error &error) { emit refused(error.message()); });
+    m_trashJob = std::move(job);
+}
+
+} // namespace moorix
