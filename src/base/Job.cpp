@@ -112,7 +112,9 @@ void detail::deliverFailure(const std::exception_ptr &error, const std::function
         failed(known);
     } catch (const std::exception &other) {
         failed(Error(QStringLiteral("Moorix"),
-            QStringLiteral("Something failed inside the program: %1").arg(QString::fromUtf8(other.what()))));
+                     QStringLiteral("Something failed inside the program: %1").arg(QString::fromUtf8(other.what()))));
+    } catch (...) {
+        failed(Error(QStringLiteral("Moorix"), QStringLiteral("Something failed inside the program.")));
     }
 }
 

@@ -48,10 +48,10 @@ void runOnPool(std::stop_source source, std::function<void()> task);
 /// Rethrows `error` into `failed` as an Error; what is not one becomes one.
 void deliverFailure(const std::exception_ptr &error, const std::function<void(const Error &)> &failed);
 
-template<class Result>
+template <class Result>
 using Stored = std::conditional_t<std::is_void_v<Result>, std::monostate, Result>;
 
-template<class Work, class Done>
+template <class Work, class Done>
 struct JobState
 {
     using Result = std::invoke_result_t<Work, std::stop_token>;
@@ -94,7 +94,7 @@ struct JobState
 /// only, never `this`: it may outlive whoever started it. `done(value)` or `failed(const Error &)` runs on the main
 /// thread, and neither runs once the returned Job is gone, so both may capture `this` of the Job's owner. What the
 /// three capture is destroyed on the main thread.
-template<class Work, class Done>
+template <class Work, class Done>
 [[nodiscard]] Job runJob(Work work, Done done, std::function<void(const Error &)> failed)
 {
     std::stop_source source;
@@ -110,23 +110,41 @@ template<class Work, class Done>
     return Job(std::move(source));
 }
 
+namespace detail {
+template <class Answer>
+struct Question
+{
+    std::promise<Answer> promise;
+    bool isAnswered = false;
+};
+} // namespace detail
+
 /// Called by work on a pool thread: runs `question` on the main thread and waits for its answer. The question gets
-/// a function to call with the answer, at once or later (an inline question is answered by a click). Throws
-/// Cancelled when the stop token is triggered first.
-template<class Answer>
+/// a function to call with the answer, at once or later (an inline question is answered by a click); further calls
+/// do nothing. Throws Cancelled when the stop token is triggered first, or when nobody can answer any more because
+/// every copy of that function is gone.
+template <class Answer>
 Answer askMain(const std::stop_token &stop, std::function<void(std::function<void(Answer)>)> question)
 {
-    auto promise = std::make_shared<std::promise<Answer>>();
-    auto future = promise->get_future();
-    onMain([promise, stop, question = std::move(question)] {
-        if (!stop.stop_requested())
-            question([promise](Answer answer) { promise->set_value(std::move(answer)); });
+    auto asked = std::make_shared<detail::Question<Answer>>();
+    auto future = asked->promise.get_future();
+    onMain([asked = std::move(asked), stop, question = std::move(question)] {
+        if (stop.stop_requested())
+            return;
+        question([asked](Answer answer) {
+            if (!std::exchange(asked->isAnswered, true))
+                asked->promise.set_value(std::move(answer));
+        });
     });
     while (future.wait_for(std::chrono::milliseconds(20)) != std::future_status::ready) {
         if (stop.stop_requested())
             throw Cancelled();
     }
-    return future.get();
+    try {
+        return future.get();
+    } catch (const std::future_error &) {
+        throw Cancelled();
+    }
 }
 
 } // namespace moorix

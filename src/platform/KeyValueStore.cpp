@@ -15,6 +15,8 @@ namespace moorix {
 namespace {
 
 const QString fileSuffix = QStringLiteral(".json");
+/// The user's folder may hold anything; what is larger is none of our values.
+constexpr qint64 largestValueBytes = qint64(16) * 1024 * 1024;
 
 /// Keys become file names; what a file name cannot hold is percent-encoded.
 QString fileNameOf(const QString &key)
@@ -66,7 +68,7 @@ QHash<QString, QByteArray> KeyValueStore::readFolder() const
     const QStringList names = QDir(m_folder).entryList({u'*' + fileSuffix}, QDir::Files);
     for (const QString &name : names) {
         QFile file(m_folder + u'/' + name);
-        if (file.open(QIODevice::ReadOnly))
+        if (file.size() <= largestValueBytes && file.open(QIODevice::ReadOnly))
             values.insert(keyOf(name), file.readAll());
     }
     return values;
@@ -127,3 +129,5 @@ void KeyValueStore::synchronize()
 }
 
 } // namespace moorix
+
+#include "moc_KeyValueStore.cpp"

@@ -23,7 +23,7 @@ Preferences::Preferences(QString path, QObject *parent)
 
 Preferences::~Preferences()
 {
-    if (m_saveTimer.isActive())
+    if (m_isDirty)
         flush();
 }
 
@@ -56,6 +56,7 @@ void Preferences::setValue(const QString &key, const QJsonValue &value)
     if (m_values.value(key) == value)
         return;
     m_values.insert(key, value);
+    m_isDirty = true;
     m_saveTimer.start();
 }
 
@@ -64,9 +65,12 @@ void Preferences::flush()
     m_saveTimer.stop();
     try {
         jsonFile::write(m_path, QJsonDocument(m_values).toJson());
+        m_isDirty = false;
     } catch (const Error &error) {
         emit saveFailed(error.message());
     }
 }
 
 } // namespace moorix
+
+#include "moc_Preferences.cpp"

@@ -20,7 +20,8 @@ public:
 
     /// Undefined when the key is not stored.
     QJsonValue value(const QString &key) const;
-    /// The file is written a moment later, so that a dragged column edge is one write; `flush` does it at once.
+    /// The file is written a moment later, so that a dragged column edge is one write; `flush` does it at once. What
+    /// could not be written is tried again with the next change and at the end.
     void setValue(const QString &key, const QJsonValue &value);
     void flush();
 
@@ -33,6 +34,8 @@ private:
 
     QString m_path;
     QJsonObject m_values;
+    /// Something is not in the file yet; stays set when writing fails.
+    bool m_isDirty = false;
     QTimer m_saveTimer;
 };
 

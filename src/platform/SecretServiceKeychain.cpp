@@ -42,7 +42,7 @@ struct PasswordFree
 QString explain(const GError &error)
 {
     const QString words = QString::fromUtf8(error.message);
-    if (error.domain == G_IO_ERROR) {
+    if (error.domain == G_IO_ERROR && error.code != G_IO_ERROR_TIMED_OUT) {
         return QStringLiteral("This session has no message bus, so the keychain cannot be reached (%1).").arg(words);
     }
     if (error.domain == G_DBUS_ERROR && error.code == G_DBUS_ERROR_SERVICE_UNKNOWN) {

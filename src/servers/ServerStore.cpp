@@ -313,3 +313,5 @@ void ServerStore::placeServer(const QUuid &id, const std::optional<QUuid> &inFol
 }
 
 } // namespace moorix
+
+#include "moc_ServerStore.cpp"

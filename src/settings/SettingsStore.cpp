@@ -107,3 +107,5 @@ SettingsSnapshot SettingsStore::snapshot() const
 }
 
 } // namespace moorix
+
+#include "moc_SettingsStore.cpp"

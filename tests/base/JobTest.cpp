@@ -1,0 +1,219 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "base/Job.h"
+
+#include "support/TestMain.h"
+
+#include <QTest>
+#include <QThread>
+
+#include <atomic>
+#include <latch>
+#include <stdexcept>
+
+using namespace moorix;
+
+namespace {
+
+void ignoreFailure(const Error &) {}
+
+/// Waits on a pool thread until the stop token is triggered.
+void waitForStop(const std::stop_token &stop)
+{
+    std::latch stopped(1);
+    const std::stop_callback callback(stop, [&] { stopped.count_down(); });
+    stopped.wait();
+}
+
+/// Runs `work` to its end and returns how it was delivered: "done", or domain and message of the failure.
+template <class Work>
+QString outcomeOf(Work work)
+{
+    QString outcome;
+    const Job job = runJob(
+        std::move(work), [&] { outcome = QStringLiteral("done"); },
+        [&](const Error &error) { outcome = error.domain() + u'|' + error.message(); });
+    (void)QTest::qWaitFor([&] { return !outcome.isEmpty(); });
+    return outcome;
+}
+
+} // namespace
+
+class JobTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void workRunsElsewhereAndItsValueArrivesOnTheMainThread()
+    {
+        QThread *worker = nullptr;
+        QThread *receiver = nullptr;
+        std::unique_ptr<int> value;
+        const Job job = runJob(
+            [&worker](const std::stop_token &) {
+                worker = QThread::currentThread();
+                return std::make_unique<int>(42);
+            },
+            [&](std::unique_ptr<int> result) {
+                receiver = QThread::currentThread();
+                value = std::move(result);
+            },
+            ignoreFailure);
+        QTRY_VERIFY(value);
+        QCOMPARE(*value, 42);
+        QVERIFY(worker != QThread::currentThread());
+        QCOMPARE(receiver, QThread::currentThread());
+    }
+
+    void theOutcomeOfAReplacedJobIsDropped()
+    {
+        QStringList delivered;
+        auto first = std::make_shared<int>(0);
+        const std::weak_ptr<int> firstState = first;
+        // The first work ends normally although it was asked to stop, as work that is nearly done may.
+        Job job = runJob([first = std::move(first)](const std::stop_token &stop) { waitForStop(stop); },
+                         [&] { delivered.append(QStringLiteral("first")); }, ignoreFailure);
+        job =
+            runJob([](const std::stop_token &) {}, [&] { delivered.append(QStringLiteral("second")); }, ignoreFailure);
+        QTRY_VERIFY(firstState.expired() && !delivered.isEmpty());
+        QCOMPARE(delivered, QStringList{QStringLiteral("second")});
+    }
+
+    void aJobDroppedBetweenItsEndAndItsDeliveryIsNotDelivered()
+    {
+        bool isDelivered = false;
+        std::latch ended(1);
+        auto captured = std::make_shared<int>(0);
+        const std::weak_ptr<int> state = captured;
+        {
+            const Job job = runJob([captured = std::move(captured)](const std::stop_token &) {},
+                                   [&] { isDelivered = true; }, ignoreFailure);
+            // A later job of the same pool has ended; the outcome of the first can only wait in the event queue.
+            Job other = runJob([&ended](const std::stop_token &) { ended.count_down(); }, [] {}, ignoreFailure);
+            ended.wait();
+        }
+        QTRY_VERIFY(state.expired());
+        QVERIFY(!isDelivered);
+    }
+
+    void aDetachedJobIsDeliveredWithoutAnOwner()
+    {
+        bool isDelivered = false;
+        runJob([](const std::stop_token &) {}, [&] { isDelivered = true; }, ignoreFailure).detach();
+        QTRY_VERIFY(isDelivered);
+    }
+
+    void everyKindOfExceptionArrivesAsAnError()
+    {
+        QCOMPARE(outcomeOf([](const std::stop_token &) {}), QStringLiteral("done"));
+        QCOMPARE(outcomeOf([](const std::stop_token &) {
+                     throw Error(QStringLiteral("Backup"), QStringLiteral("The folder “a” is gone."));
+                 }),
+                 QStringLiteral("Backup|The folder “a” is gone."));
+        QCOMPARE(outcomeOf([](const std::stop_token &) { throw std::runtime_error("broken"); }),
+                 QStringLiteral("Moorix|Something failed inside the program: broken"));
+        QCOMPARE(outcomeOf([](const std::stop_token &) { throw 7; }),
+                 QStringLiteral("Moorix|Something failed inside the program."));
+    }
+
+    void whatTheWorkCapturesIsDestroyedOnTheMainThread()
+    {
+        QThread *destroyedOn = nullptr;
+        std::shared_ptr<int> captured(new int, [&destroyedOn](const int *value) {
+            delete value;
+            destroyedOn = QThread::currentThread();
+        });
+        const Job job = runJob([captured = std::move(captured)](const std::stop_token &) {}, [] {}, ignoreFailure);
+        QTRY_VERIFY(destroyedOn);
+        QCOMPARE(destroyedOn, QThread::currentThread());
+    }
+
+    void manyWaitingJobsDoNotHoldUpAnother()
+    {
+        std::vector<Job> waiting;
+        for (int index = 0; index < 40; ++index)
+            waiting.push_back(runJob(
+                waitForStop, [] {}, ignoreFailure));
+        QCOMPARE(outcomeOf([](const std::stop_token &) {}), QStringLiteral("done"));
+    }
+
+    void stoppingAllWorkReachesDetachedJobs()
+    {
+        std::atomic<bool> hasEnded = false;
+        runJob(
+            [&hasEnded](const std::stop_token &stop) {
+                waitForStop(stop);
+                hasEnded = true;
+            },
+            [] {}, ignoreFailure)
+            .detach();
+        QVERIFY(stopAllWork(std::chrono::seconds(20)));
+        QVERIFY(hasEnded);
+    }
+};
+
+MOORIX_TEST(JobTest)
+
+/// Questions from a worker to the main thread.
+class AskMainTest : public QObject
+{
+    Q_OBJECT
+
+    using Answer = std::function<void(QString)>;
+
+    /// Asks on a worker; `m_outcome` becomes the answer or "cancelled".
+    Job ask(std::function<void(Answer)> question)
+    {
+        m_outcome.clear();
+        return runJob(
+            [question = std::move(question)](const std::stop_token &stop) { return askMain<QString>(stop, question); },
+            [this](const QString &answer) { m_outcome = answer; },
+            [this](const Error &error) {
+                m_outcome = dynamic_cast<const Cancelled *>(&error) ? QStringLiteral("cancelled") : error.message();
+            });
+    }
+
+    QString m_outcome;
+
+private slots:
+    void theAnswerReturnsToTheWorker()
+    {
+        QThread *askedOn = nullptr;
+        const Job job = ask([&](const Answer &answer) {
+            askedOn = QThread::currentThread();
+            answer(QStringLiteral("yes"));
+        });
+        QTRY_COMPARE(m_outcome, QStringLiteral("yes"));
+        QCOMPARE(askedOn, QThread::currentThread());
+    }
+
+    void ofTwoLaterAnswersTheFirstCounts()
+    {
+        Answer kept;
+        const Job job = ask([&](const Answer &answer) { kept = answer; });
+        QTRY_VERIFY(kept);
+        const Answer other = kept;
+        kept(QStringLiteral("skip"));
+        other(QStringLiteral("overwrite"));
+        QTRY_COMPARE(m_outcome, QStringLiteral("skip"));
+    }
+
+    void aQuestionNobodyCanAnswerAnyMoreIsCancelled()
+    {
+        const Job job = ask([](const Answer &) {});
+        QTRY_COMPARE(m_outcome, QStringLiteral("cancelled"));
+    }
+
+    void aStopEndsTheWait()
+    {
+        Answer kept;
+        Job job = ask([&](const Answer &answer) { kept = answer; });
+        QTRY_VERIFY(kept);
+        job.cancel();
+        QVERIFY(stopAllWork(std::chrono::seconds(20)));
+        kept(QStringLiteral("too late"));
+        QVERIFY(m_outcome.isEmpty());
+    }
+};
+
+MOORIX_TEST(AskMainTest)
+#include "JobTest.moc"

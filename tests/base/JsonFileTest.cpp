@@ -1,0 +1,105 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "base/JsonFile.h"
+
+#include "base/Error.h"
+#include "support/TestMain.h"
+#include "support/TestTree.h"
+
+#include <QFileInfo>
+
+#include <csignal>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+using namespace moorix;
+using moorix::test::TestTree;
+
+namespace {
+
+/// While it lives no file can grow beyond some bytes: a full disk, for root too.
+class FullDisk final
+{
+public:
+    explicit FullDisk(rlim_t bytes)
+    {
+        ::signal(SIGXFSZ, SIG_IGN);
+        ::getrlimit(RLIMIT_FSIZE, &m_before);
+        const rlimit limit{bytes, m_before.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~FullDisk() { ::setrlimit(RLIMIT_FSIZE, &m_before); }
+    Q_DISABLE_COPY_MOVE(FullDisk)
+
+private:
+    rlimit m_before;
+};
+
+unsigned modeOf(const QString &path)
+{
+    struct stat status = {};
+    return ::stat(QFile::encodeName(path).constData(), &status) == 0 ? status.st_mode & 07777U : 0;
+}
+
+} // namespace
+
+class JsonFileTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void aDocumentAndItsFolderAreForTheUserAlone()
+    {
+        const TestTree tree;
+        jsonFile::write(tree.path("new/folder/doc.json"), "{}");
+        QCOMPARE(modeOf(tree.path("new/folder")), 0700U);
+        QCOMPARE(modeOf(tree.path("new/folder/doc.json")), 0600U);
+        QCOMPARE(jsonFile::read(tree.path("new/folder/doc.json")), std::optional(QByteArray("{}")));
+    }
+
+    void aSaveThatFailsHalfwayKeepsTheOldDocument()
+    {
+        const TestTree tree{{"doc.json", "old"}};
+        const auto before = tree.snapshot();
+        QString message;
+        {
+            const FullDisk disk(4096);
+            try {
+                jsonFile::write(tree.path("doc.json"), QByteArray(100000, 'x'));
+            } catch (const Error &error) {
+                message = error.message();
+            }
+        }
+        QVERIFY2(message.startsWith(QStringLiteral("“%1” could not be saved: ").arg(tree.path("doc.json"))),
+                 qPrintable(message));
+        QCOMPARE(tree.snapshot(), before);
+    }
+
+    void aLinkedDocumentStaysALink()
+    {
+        const TestTree tree{{"elsewhere/real.json", "old"}};
+        tree.link("doc.json", tree.path("elsewhere/real.json"));
+        jsonFile::write(tree.path("doc.json"), "new");
+        QVERIFY(QFileInfo(tree.path("doc.json")).isSymLink());
+        QCOMPARE(tree.read("elsewhere/real.json"), QByteArray("new"));
+    }
+
+    void anUnreadableDocumentIsNotTakenForAMissingOne()
+    {
+        const TestTree tree{{"folder/", ""}};
+        tree.link("dangling", tree.path("gone"));
+        QCOMPARE(jsonFile::read(tree.path("missing")), std::optional<QByteArray>());
+        QVERIFY_THROWS_EXCEPTION(Error, jsonFile::read(tree.path("folder")));
+        QVERIFY_THROWS_EXCEPTION(Error, jsonFile::read(tree.path("dangling")));
+    }
+
+    void settingAsideNeverReplacesAnything()
+    {
+        const TestTree tree{{"a", "1"}, {"taken", "2"}};
+        QVERIFY(!jsonFile::setAside(tree.path("a"), tree.path("taken")));
+        QVERIFY(jsonFile::setAside(tree.path("a"), tree.path("free")));
+        QCOMPARE(tree.snapshot(), (test::TreeSnapshot{{QStringLiteral("free"), "1"}, {QStringLiteral("taken"), "2"}}));
+    }
+};
+
+MOORIX_TEST(JsonFileTest)
+#include "JsonFileTest.moc"

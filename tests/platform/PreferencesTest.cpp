@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/Preferences.h"
+
+#include "support/TestMain.h"
+#include "support/TestTree.h"
+
+#include <QSignalSpy>
+
+using namespace moorix;
+using moorix::test::TestTree;
+
+class PreferencesTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void aDamagedFileIsSetAsideAndNeverLost_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        QTest::newRow("garbage") << QByteArray("{\"themeID\":");
+        QTest::newRow("a list") << QByteArray("[1]");
+        QTest::newRow("empty") << QByteArray();
+    }
+    void aDamagedFileIsSetAsideAndNeverLost()
+    {
+        QFETCH(const QByteArray, text);
+        const TestTree tree{{"preferences.json", text}};
+        Preferences preferences(tree.path("preferences.json"));
+        QVERIFY(preferences.value(QStringLiteral("themeID")).isUndefined());
+        preferences.setValue(QStringLiteral("themeID"), QStringLiteral("x"));
+        preferences.flush();
+        const auto after = tree.snapshot();
+        QCOMPARE(after.size(), 2);
+        QVERIFY(after.lastKey().startsWith(QStringLiteral("preferences.json.corrupt-")));
+        QCOMPARE(after.last(), text);
+    }
+
+    void changesAreWrittenByThemselvesWithTheirTypes()
+    {
+        const TestTree tree{{"preferences.json", "{\"kept\":\"1\",\"changed\":1}"}};
+        Preferences preferences(tree.path("preferences.json"));
+        preferences.setValue(QStringLiteral("changed"), 2.5);
+        preferences.setValue(QStringLiteral("on"), true);
+        QTRY_COMPARE(tree.read("preferences.json"),
+                     QByteArray("{\n    \"changed\": 2.5,\n    \"kept\": \"1\",\n    \"on\": true\n}\n"));
+    }
+
+    void aFailureIsToldAndWhatIsUnsavedIsWrittenAtTheEnd()
+    {
+        const TestTree tree{{"folder", "a file where the folder should be"}};
+        {
+            Preferences preferences(tree.path("folder/preferences.json"));
+            QSignalSpy failures(&preferences, &Preferences::saveFailed);
+            preferences.setValue(QStringLiteral("on"), true);
+            preferences.flush();
+            QCOMPARE(failures.count(), 1);
+            QVERIFY(failures.first().first().toString().contains(tree.path("folder/preferences.json")));
+            QFile::remove(tree.path("folder"));
+        }
+        QCOMPARE(tree.read("folder/preferences.json"), QByteArray("{\n    \"on\": true\n}\n"));
+    }
+};
+
+MOORIX_TEST(PreferencesTest)
+#include "PreferencesTest.moc"

@@ -1,0 +1,285 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "servers/ServerStore.h"
+
+#include "platform/KeyValueStore.h"
+#include "support/TestMain.h"
+#include "support/TestTree.h"
+
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace moorix;
+using moorix::test::TestTree;
+
+namespace {
+
+const QDateTime noon(QDate(2026, 3, 1), QTime(12, 0), Qt::UTC);
+const char libraryFile[] = "Moorix/servers.json";
+const char cloudFile[] = "cloud/serverLibrary.v1.json";
+
+ServerLibrary libraryNamed(const QString &serverName, const std::optional<QDateTime> &lastModified)
+{
+    ServerConnection server;
+    server.name = serverName;
+    ServerLibrary library;
+    library.servers = {server};
+    library.lastModified = lastModified;
+    return library;
+}
+
+QStringList namesOf(const QList<ServerConnection> &servers)
+{
+    QStringList names;
+    for (const ServerConnection &server : servers)
+        names.append(server.name);
+    return names;
+}
+
+/// A store over a tree: the library file, and a cloud folder beside it.
+struct Fixture
+{
+    explicit Fixture(const TestTree &where, bool isCloudOn = false, const QDateTime &now = noon)
+        : tree(where)
+        , kv(tree.path("cloud"))
+        , store(ServerStore::Options{.path = tree.path(libraryFile),
+                                     .iCloudSyncEnabled = isCloudOn,
+                                     .inMemoryOnly = false,
+                                     .clock = [now] { return now; }},
+                kv)
+        , changes(&store, &ServerStore::libraryChanged)
+    {
+    }
+
+    ServerLibrary saved() const { return ServerLibrary::decode(tree.read(libraryFile)); }
+
+    const TestTree &tree;
+    KeyValueStore kv;
+    ServerStore store;
+    QSignalSpy changes;
+};
+
+} // namespace
+
+/// Loading, saving and merging.
+class ServerStoreTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void aFirstStartShowsTheSampleAndSavesIt()
+    {
+        const TestTree tree;
+        const Fixture first(tree);
+        QCOMPARE(first.store.library().servers.size(), 5);
+        QVERIFY(first.saved() == first.store.library());
+        QVERIFY(first.store.problem().isEmpty());
+        const Fixture second(tree);
+        QVERIFY(second.store.library() == first.store.library());
+    }
+
+    void aChangeIsStampedSavedAndSentWhole()
+    {
+        const TestTree tree{{"cloud/", ""}};
+        Fixture fixture(tree, true);
+        ServerConnection server;
+        server.name = QStringLiteral("new");
+        fixture.store.upsert(server);
+        QCOMPARE(fixture.store.library().lastModified, std::optional(noon));
+        QVERIFY(fixture.saved() == fixture.store.library());
+        QCOMPARE(tree.read(cloudFile), tree.read(libraryFile));
+        QCOMPARE(fixture.changes.count(), 1);
+    }
+
+    void withTheCloudOffNothingIsReadFromOrWrittenToIt()
+    {
+        const TestTree tree;
+        tree.write(cloudFile, libraryNamed(QStringLiteral("cloud"), noon.addDays(1)).encode());
+        const auto before = tree.read(cloudFile);
+        Fixture fixture(tree);
+        fixture.store.toggleFavorite(fixture.store.library().servers.first().id);
+        QCOMPARE(fixture.store.library().servers.size(), 5);
+        QCOMPARE(tree.read(cloudFile), before);
+    }
+
+    void aDamagedLibraryIsSetAsideUnderItsFixedName()
+    {
+        const TestTree tree{{libraryFile, "garbage"}};
+        const Fixture fixture(tree);
+        QVERIFY(fixture.store.library() == ServerLibrary::empty());
+        QVERIFY(fixture.store.problem().contains(QStringLiteral("servers.corrupt-.json")));
+        QCOMPARE(tree.snapshot(), (test::TreeSnapshot{{QStringLiteral("Moorix/"), {}},
+                                                      {QStringLiteral("Moorix/servers.corrupt-.json"), "garbage"}}));
+    }
+
+    void aLibraryThatCannotBeReadIsNotReplacedByTheSample()
+    {
+        const TestTree tree{{"Moorix/servers.json/inside", "precious"}};
+        const Fixture fixture(tree);
+        QVERIFY(fixture.store.library() == ServerLibrary::empty());
+        QCOMPARE(tree.read("Moorix/servers.corrupt-.json/inside"), QByteArray("precious"));
+    }
+
+    void aSecondDamagedLibraryStaysInPlaceAndIsNeverWrittenOver()
+    {
+        const TestTree tree{{libraryFile, "second"}, {"Moorix/servers.corrupt-.json", "first"}};
+        const auto before = tree.snapshot();
+        Fixture fixture(tree);
+        QCOMPARE(tree.snapshot(), before);
+        QVERIFY(!fixture.store.problem().isEmpty());
+
+        fixture.store.upsert(ServerConnection());
+        QVERIFY(fixture.saved() == fixture.store.library());
+        QVERIFY(fixture.store.problem().isEmpty());
+        QCOMPARE(tree.read("Moorix/servers.corrupt-.json"), QByteArray("first"));
+        const auto after = tree.snapshot();
+        QCOMPARE(after.size(), 4);
+        const auto stamped = std::find_if(after.keyValueBegin(), after.keyValueEnd(),
+                                          [](const auto &entry) { return entry.second == "second"; });
+        QVERIFY(stamped != after.keyValueEnd());
+        QVERIFY((*stamped).first.startsWith(QStringLiteral("Moorix/servers.corrupt-2")));
+    }
+
+    void aChangeThatCannotBeSavedStaysInMemoryAndIsTold()
+    {
+        const TestTree tree{{"Moorix", "a file where the folder should be"}};
+        Fixture fixture(tree);
+        QSignalSpy problems(&fixture.store, &ServerStore::problemChanged);
+        const QUuid id = fixture.store.library().servers.first().id;
+        const QString before = fixture.store.problem();
+        fixture.store.remove(id);
+        QVERIFY(!fixture.store.server(id));
+        QVERIFY2(fixture.store.problem().contains(tree.path(libraryFile)), qPrintable(before));
+
+        QFile::remove(tree.path("Moorix"));
+        fixture.store.toggleFavorite(fixture.store.library().servers.first().id);
+        QVERIFY(fixture.store.problem().isEmpty());
+        QVERIFY(problems.count() > 0);
+        QVERIFY(fixture.saved() == fixture.store.library());
+    }
+
+    void aThrowAwayStoreTouchesNoFile_data()
+    {
+        QTest::addColumn<QByteArray>("file");
+        QTest::newRow("sound") << libraryNamed(QStringLiteral("mine"), noon).encode();
+        QTest::newRow("damaged") << QByteArray("garbage");
+    }
+    void aThrowAwayStoreTouchesNoFile()
+    {
+        QFETCH(const QByteArray, file);
+        const TestTree tree{{libraryFile, file}};
+        const auto before = tree.snapshot();
+        KeyValueStore kv{QString()};
+        ServerStore store({.path = tree.path(libraryFile), .iCloudSyncEnabled = true, .inMemoryOnly = true}, kv);
+        store.upsert(ServerConnection());
+        QCOMPARE(tree.snapshot(), before);
+    }
+
+    void theNewerOfCloudAndLocalWinsAndTiesGoToTheCloud_data()
+    {
+        QTest::addColumn<std::optional<QDateTime>>("local");
+        QTest::addColumn<std::optional<QDateTime>>("cloud");
+        QTest::addColumn<QString>("winner");
+        using Date = std::optional<QDateTime>;
+        const QString cloudWins = QStringLiteral("cloud");
+        const QString localWins = QStringLiteral("local");
+        QTest::newRow("cloud newer") << Date(noon) << Date(noon.addMSecs(1)) << cloudWins;
+        QTest::newRow("local newer") << Date(noon.addMSecs(1)) << Date(noon) << localWins;
+        QTest::newRow("equal") << Date(noon) << Date(noon) << cloudWins;
+        QTest::newRow("local never saved") << Date() << Date(noon) << cloudWins;
+        QTest::newRow("cloud without a date") << Date(noon) << Date() << localWins;
+        QTest::newRow("neither has a date") << Date() << Date() << cloudWins;
+    }
+    void theNewerOfCloudAndLocalWinsAndTiesGoToTheCloud()
+    {
+        QFETCH(const std::optional<QDateTime>, local);
+        QFETCH(const std::optional<QDateTime>, cloud);
+        QFETCH(const QString, winner);
+        const TestTree tree{{libraryFile, libraryNamed(QStringLiteral("local"), local).encode()},
+                            {cloudFile, libraryNamed(QStringLiteral("cloud"), cloud).encode()}};
+        const QByteArray cloudBefore = tree.read(cloudFile);
+        const Fixture fixture(tree, true);
+        QCOMPARE(namesOf(fixture.store.library().servers), QStringList{winner});
+        QVERIFY(fixture.saved() == fixture.store.library());
+        QCOMPARE(tree.read(cloudFile), cloudBefore);
+    }
+
+    void aLibraryThatArrivesLaterIsShownAndSaved()
+    {
+        const TestTree tree{{"cloud/", ""}};
+        Fixture fixture(tree, true);
+        tree.write(cloudFile, libraryNamed(QStringLiteral("other machine"), noon).encode());
+        fixture.kv.synchronize();
+        QCOMPARE(namesOf(fixture.store.library().servers), QStringList{QStringLiteral("other machine")});
+        QVERIFY(fixture.saved() == fixture.store.library());
+        QCOMPARE(fixture.changes.count(), 1);
+    }
+
+    void anEchoOfOurOwnChangeIsNoChange()
+    {
+        const TestTree tree{{"cloud/", ""}};
+        Fixture fixture(tree, true);
+        fixture.store.upsert(ServerConnection());
+        fixture.changes.clear();
+        // The cloud client took the file away and brought the same bytes back.
+        const QByteArray own = tree.read(cloudFile);
+        QFile::remove(tree.path(cloudFile));
+        fixture.kv.synchronize();
+        tree.write(cloudFile, own);
+        fixture.kv.synchronize();
+        QCOMPARE(fixture.changes.count(), 0);
+    }
+
+    void undecodableCloudDataChangesNothing()
+    {
+        const TestTree tree{{libraryFile, libraryNamed(QStringLiteral("local"), std::nullopt).encode()},
+                            {cloudFile, "{\"folders\":[]}"}};
+        const auto before = tree.snapshot();
+        const Fixture fixture(tree, true);
+        QCOMPARE(namesOf(fixture.store.library().servers), QStringList{QStringLiteral("local")});
+        QCOMPARE(tree.snapshot(), before);
+    }
+
+    void aChangeHereCountsAsNewerAlthoughTheOtherMachinesClockIsAhead()
+    {
+        const QDateTime ahead = noon.addSecs(300);
+        const TestTree tree{{cloudFile, libraryNamed(QStringLiteral("other machine"), ahead).encode()}};
+        Fixture fixture(tree, true);
+        fixture.store.toggleFavorite(fixture.store.library().servers.first().id);
+        QCOMPARE(fixture.store.library().lastModified, std::optional(ahead.addMSecs(1)));
+    }
+
+    void turningTheCloudOnMergesOrSends_data()
+    {
+        QTest::addColumn<QByteArray>("cloud");
+        QTest::addColumn<QString>("everywhere");
+        QTest::newRow("nothing there") << QByteArray() << QStringLiteral("local");
+        QTest::newRow("older there") << libraryNamed(QStringLiteral("cloud"), noon.addDays(-1)).encode()
+                                     << QStringLiteral("local");
+        QTest::newRow("newer there") << libraryNamed(QStringLiteral("cloud"), noon.addDays(1)).encode()
+                                     << QStringLiteral("cloud");
+    }
+    void turningTheCloudOnMergesOrSends()
+    {
+        QFETCH(const QByteArray, cloud);
+        QFETCH(const QString, everywhere);
+        const TestTree tree{{libraryFile, libraryNamed(QStringLiteral("local"), noon).encode()}, {"cloud/", ""}};
+        if (!cloud.isEmpty())
+            tree.write(cloudFile, cloud);
+        Fixture fixture(tree);
+        fixture.store.setCloudSyncEnabled(true);
+        QCOMPARE(namesOf(fixture.store.library().servers), QStringList{everywhere});
+        QVERIFY(ServerLibrary::decode(tree.read(cloudFile)) == fixture.store.library());
+        QVERIFY(fixture.saved() == fixture.store.library());
+    }
+
+    void turningTheCloudOnKeepsTheSampleToThisMachine()
+    {
+        const TestTree tree{{"cloud/", ""}};
+        Fixture fixture(tree);
+        fixture.store.setCloudSyncEnabled(true);
+        QVERIFY(!tree.exists(cloudFile));
+    }
+};
+
+MOORIX_TEST(ServerStoreTest)
+#include "ServerStoreTest.moc"
