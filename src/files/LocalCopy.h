@@ -5,6 +5,7 @@
 #include <QList>
 #include <QString>
 
+#include <functional>
 #include <stop_token>
 #include <vector>
 
@@ -55,8 +56,9 @@ private:
 namespace LocalDisk {
 
 /// Fills `target` with the rest of `source`, in the way that costs the file system least. Returns 0 or the errno value;
-/// throws Cancelled between two chunks.
-int copyContent(int source, int target, const std::stop_token &stop);
+/// throws Cancelled between two chunks. `progress` is told the bytes copied so far.
+int copyContent(int source, int target, const std::stop_token &stop,
+                const std::function<void(qint64 bytes)> &progress = {});
 /// Writes all bytes; returns 0 or the errno value.
 int writeAll(int target, const char *bytes, qsizetype count);
 

@@ -15,13 +15,25 @@ namespace {
 constexpr qsizetype chunkSize = 1 << 20;
 constexpr size_t kernelChunkSize = size_t(8) << 20;
 
+using Progress = std::function<void(qint64)>;
+
+void report(const Progress &progress, qint64 bytes)
+{
+    if (progress)
+        progress(bytes);
+}
+
 /// Lets the kernel copy until it has no more or cannot. Whatever it leaves, also of a file that claims to be empty,
 /// is read and written by us.
-int copyInKernel(int source, int target, const std::stop_token &stop)
+int copyInKernel(int source, int target, const std::stop_token &stop, const Progress &progress, qint64 &done)
 {
     for (;;) {
         throwIfStopped(stop);
         const ssize_t count = ::copy_file_range(source, nullptr, target, nullptr, kernelChunkSize, 0);
+        if (count > 0) {
+            done += count;
+            report(progress, done);
+        }
         if (count > 0 || (count < 0 && errno == EINTR))
             continue;
         const bool isUnsupported = count == 0 || errno == EXDEV || errno == EINVAL || errno == ENOSYS ||
@@ -46,11 +58,12 @@ int writeAll(int target, const char *bytes, qsizetype count)
     return 0;
 }
 
-int copyContent(int source, int target, const std::stop_token &stop)
+int copyContent(int source, int target, const std::stop_token &stop, const Progress &progress)
 {
     if (::ioctl(target, FICLONE, source) == 0)
         return 0;
-    if (const int problem = copyInKernel(source, target, stop))
+    qint64 done = 0;
+    if (const int problem = copyInKernel(source, target, stop, progress, done))
         return problem;
     QByteArray buffer(chunkSize, Qt::Uninitialized);
     for (;;) {
@@ -62,6 +75,8 @@ int copyContent(int source, int target, const std::stop_token &stop)
             return count < 0 ? errno : 0;
         if (const int problem = writeAll(target, buffer.constData(), count))
             return problem;
+        done += count;
+        report(progress, done);
     }
 }
 

@@ -2,29 +2,25 @@
 #pragma once
 
 #include "base/Job.h"
-#include "files/FileService.h"
 #include "transfers/TransferConflict.h"
+#include "transfers/TransferRequest.h"
 
+#include <QHash>
 #include <QObject>
+#include <QStringList>
 #include <QUuid>
 
+#include <deque>
 #include <functional>
-#include <memory>
+#include <optional>
+#include <stop_token>
+#include <utility>
 
 namespace moorix {
 
-/// What to copy or move, from where to where.
-struct TransferRequest
-{
-    std::shared_ptr<FileService> source;
-    std::shared_ptr<FileService> destination;
-    QList<FileItem> items;
-    /// The existing folder the items go into.
-    QString targetFolder;
-    /// The sources are removed once their copies are verified.
-    bool isMove = false;
-    TransferConflictPolicy policy = TransferConflictPolicy::ask;
-};
+class FileService;
+struct TransferCounts;
+struct TransferOutcome;
 
 /// One copy or move as the user sees it.
 struct TransferStatus
@@ -77,8 +73,31 @@ signals:
     void foldersChanged(const moorix::FileService *service, const QStringList &folders);
 
 private:
+    /// The transfer under way.
+    struct Active
+    {
+        QUuid id;
+        /// Not the Job's own: a cancelled run still tells which folders it has changed.
+        std::stop_source stop;
+        std::function<void(ConflictAnswer)> reply;
+        /// When how many bytes were done, over the last seconds, in milliseconds.
+        std::deque<std::pair<qint64, qint64>> progress;
+    };
+
+    TransferStatus *find(const QUuid &id);
+    void startNext();
+    void run(const TransferRequest &request);
+    void applyCounts(const QUuid &id, const TransferCounts &counts);
+    void measureRate(TransferStatus &status);
+    void ask(const QUuid &id, const TransferConflict &conflict, std::function<void(ConflictAnswer)> reply);
+    void finish(const TransferOutcome &outcome);
+    void setConflict(std::optional<TransferConflict> conflict);
+
     QList<TransferStatus> m_transfers;
     std::optional<TransferConflict> m_conflict;
+    QHash<QUuid, TransferRequest> m_requests;
+    std::optional<Active> m_active;
+    Job m_job;
 };
 
 } // namespace moorix

@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QDateTime>
+#include <QString>
+
+#include <functional>
+#include <stop_token>
+
+/// Single files on the local disk, with what the file service does not offer: progress, a stop in the middle, and
+/// renames that either never or always replace. Blocking; worker threads. All throw an Error with the system's words.
+namespace moorix::localTransfer {
+
+enum class Flush { no, toDisk };
+enum class Existing { refuse, replace };
+
+/// Copies the bytes, permission bits and modification time of a regular file to `to`, which must not exist. Leaves
+/// what it wrote when it fails or is stopped: the caller removes it. Throws when `from` is not a regular file.
+void copyFile(const QString &from, const QString &to, Flush flush, const std::function<void(qint64 bytes)> &progress,
+              const std::stop_token &stop);
+
+/// Makes `to` a symbolic link to wherever `from` points.
+void copyLink(const QString &from, const QString &to);
+
+/// Renames in one step. Returns false, having done nothing, when the two lie on different file systems.
+[[nodiscard]] bool rename(const QString &from, const QString &to, Existing existing);
+
+/// Sets a folder's modification time; where that is not possible nothing happens.
+void setModified(const QString &path, const QDateTime &modified);
+
+/// `path` with every symbolic link but the last component resolved, for telling whether two paths are one place.
+QString resolved(const QString &path);
+
+} // namespace moorix::localTransfer

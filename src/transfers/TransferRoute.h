@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "files/FileItem.h"
+#include "transfers/LocalTransfer.h"
+
+#include <functional>
+#include <memory>
+#include <stop_token>
+
+namespace moorix {
+
+class FileService;
+class RemoteFileService;
+
+/// How files get from one service to another: which of the two lies on the local disk, and whether they are one.
+/// Knows nothing of conflicts, part names or checks. Worker threads.
+class TransferRoute final
+{
+public:
+    TransferRoute(std::shared_ptr<FileService> source, std::shared_ptr<FileService> destination);
+
+    FileService &source() const { return *m_source; }
+    FileService &destination() const { return *m_destination; }
+    /// Both ends are the local disk, or one server.
+    bool isWithinOnePlace() const;
+    bool isWithinOneServer() const { return m_sourceServer && isWithinOnePlace(); }
+    bool isServerSource() const { return m_sourceServer; }
+    bool isLocalDestination() const { return !m_destinationServer; }
+
+    /// Copies one file, or a link on the local disk, to `toPath`, where nothing stands. What it wrote stays when it
+    /// fails. Throws for links and special files that this route cannot carry.
+    void copyFile(const FileItem &file, const QString &toPath, localTransfer::Flush flush,
+                  const std::function<void(qint64 bytes)> &progress, const std::stop_token &stop) const;
+    /// The size of a file at the destination; throws when there is none. Cheaper than a stat where that reads a folder.
+    qint64 destinationSize(const FileItem &file, const std::stop_token &stop) const;
+    /// Renames within the destination. Returns false, having done nothing, between two local file systems.
+    [[nodiscard]] bool rename(const FileItem &item, const QString &toPath, localTransfer::Existing existing,
+                              const std::stop_token &stop) const;
+    /// Whether the two paths are one place, or `path` lies inside `folder`.
+    bool isInside(const QString &path, const QString &folder) const;
+    bool isSame(const QString &sourcePath, const QString &destinationPath) const;
+
+private:
+    void copyThroughThisMachine(const FileItem &file, const QString &toPath,
+                                const std::function<void(qint64 bytes)> &progress, const std::stop_token &stop) const;
+    QString place(const QString &path) const;
+
+    std::shared_ptr<FileService> m_source;
+    std::shared_ptr<FileService> m_destination;
+    /// Null for the local disk.
+    RemoteFileService *m_sourceServer;
+    RemoteFileService *m_destinationServer;
+};
+
+} // namespace moorix

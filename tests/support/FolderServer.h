@@ -1,0 +1,147 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "files/FileServiceError.h"
+#include "files/LocalFileService.h"
+#include "files/RemoteFileService.h"
+
+#include <QFile>
+
+#include <atomic>
+#include <functional>
+
+namespace moorix::test {
+
+/// A server whose files are those of this machine, at the same paths. As plain as a real one: copies are made in
+/// place, and it can be told to break them. Faults are set before it is used.
+class FolderServer final : public RemoteFileService
+{
+public:
+    /// Called when half of a file has gone either way; may throw, or change what is being copied.
+    std::function<void(const QString &source)> halfway;
+    /// Files arrive with half of their bytes, reported as success.
+    bool losesHalf = false;
+    /// Names that listings make up.
+    QStringList inventedNames;
+    std::optional<qint64> space;
+    /// What `connect` throws.
+    std::function<void(const std::stop_token &)> connecting;
+    std::atomic<int> connects = 0;
+    std::atomic<int> disconnects = 0;
+    QString home = QStringLiteral("/");
+
+    void connect(const std::stop_token &stop) override
+    {
+        ++connects;
+        if (connecting)
+            connecting(stop);
+        m_isConnected = true;
+    }
+    void disconnect() noexcept override
+    {
+        ++disconnects;
+        m_isConnected = false;
+    }
+    QString defaultDirectory(const std::stop_token &) override { return home; }
+    QList<FileItem> list(const QString &path, HiddenFiles hidden, const std::stop_token &stop) override
+    {
+        if (!m_isConnected)
+            throw FileServiceError::notConnected();
+        QList<FileItem> items = m_disk.list(path, hidden, stop);
+        for (const QString &name : inventedNames) {
+            FileItem item;
+            item.name = name;
+            item.path = path + u'/' + name;
+            items << item;
+        }
+        return items;
+    }
+    void createDirectory(const QString &path, const std::stop_token &stop) override
+    {
+        m_disk.createDirectory(path, stop);
+    }
+    void remove(const FileItem &item, const std::stop_token &stop) override
+    {
+        if (!m_disk.stat(item.path, stop))
+            throw FileServiceError::notFound(item.path);
+        m_disk.remove(item, stop);
+    }
+    void rename(const FileItem &item, const QString &newName, const std::stop_token &stop) override
+    {
+        m_disk.rename(item, newName, stop);
+    }
+    QByteArray read(const QString &path, const std::stop_token &stop) override { return m_disk.read(path, stop); }
+    void write(const QByteArray &data, const QString &path, const std::stop_token &stop) override
+    {
+        m_disk.write(data, path, stop);
+    }
+    void setPermissions(
+        const QString &path, const QString &octal, Recursive recursive, const std::stop_token &stop) override
+    {
+        m_disk.setPermissions(path, octal, recursive, stop);
+    }
+    std::optional<FileItem> stat(const QString &path, const std::stop_token &stop) override
+    {
+        return m_disk.stat(path, stop);
+    }
+    FileItem followLink(const FileItem &link, const std::stop_token &stop) override
+    {
+        return m_disk.followLink(link, stop);
+    }
+    void copy(const FileItem &item, const QString &toPath, const std::stop_token &stop) override
+    {
+        m_disk.copy(item, toPath, stop);
+    }
+    void move(const FileItem &item, const QString &toPath, const std::stop_token &stop) override
+    {
+        m_disk.move(item, toPath, stop);
+    }
+    std::optional<qint64> freeSpace(const QString &, const std::stop_token &) override { return space; }
+    void download(const QString &remotePath, const QString &toLocal, const RemoteTransferOptions &options,
+        const std::stop_token &stop) override
+    {
+        carry(remotePath, toLocal, options, stop);
+    }
+    void upload(const QString &localPath, const QString &toRemote, const RemoteTransferOptions &options,
+        const std::stop_token &stop) override
+    {
+        carry(localPath, toRemote, options, stop);
+    }
+    void downloadRecursive(const QString &, const QString &, const std::stop_token &) override { Q_UNREACHABLE(); }
+    void uploadRecursive(const QString &, const QString &, const std::stop_token &) override { Q_UNREACHABLE(); }
+    void copyRemote(const QString &, const QString &, const std::stop_token &) override { Q_UNREACHABLE(); }
+    void moveRemote(const QString &source, const QString &destination, const std::stop_token &) override
+    {
+        if (::rename(QFile::encodeName(source).constData(), QFile::encodeName(destination).constData()) != 0)
+            throw FileServiceError::operationFailed(QStringLiteral("rename: Failure"));
+    }
+
+private:
+    void carry(const QString &from, const QString &to, const RemoteTransferOptions &options,
+        const std::stop_token &stop) const
+    {
+        const QByteArray bytes = LocalFileService().read(from, stop);
+        QFile target(to);
+        if (!target.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
+            throw FileServiceError::operationFailed(QStringLiteral("open: ") + target.errorString());
+        target.write(bytes.left(bytes.size() / 2));
+        if (options.progress)
+            options.progress(bytes.size() / 2);
+        if (halfway)
+            halfway(from);
+        if (stop.stop_requested())
+            throw Cancelled();
+        if (!losesHalf)
+            target.write(bytes.mid(bytes.size() / 2));
+        if (!options.keepsTimes)
+            return;
+        const QFile source(from);
+        target.setPermissions(source.permissions());
+        target.setFileTime(source.fileTime(QFile::FileModificationTime), QFile::FileModificationTime);
+    }
+
+    LocalFileService m_disk;
+    std::atomic<bool> m_isConnected = true;
+};
+
+} // namespace moorix::test
