@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "app/FileClipboard.h"
 #include "base/Job.h"
 #include "servers/KeychainStore.h"
 #include "servers/ServerConnection.h"
@@ -10,10 +11,10 @@
 #include <array>
 #include <functional>
 #include <memory>
+#include <optional>
 
 namespace moorix {
 
-class FileClipboard;
 class FileService;
 class KeyValueStore;
 class Keychain;
@@ -56,7 +57,7 @@ public:
     ServerConnections &connections() const { return *m_connections; }
     TransferEngine &transfers() const { return *m_transfers; }
     FileClipboard &clipboard() const { return *m_clipboard; }
-    PaneTabs &tabs(Side side) const { return *m_tabs[std::size_t(side)]; }
+    PaneTabs &tabs(Side side) const;
     const std::shared_ptr<FileService> &localFiles() const { return m_localFiles; }
 
     Side activeSide() const { return m_activeSide; }
@@ -71,12 +72,12 @@ public:
     /// Saves a server and its secrets; an absent secret is left as it is, an empty one is deleted. `done` gets an
     /// empty text, or why the keychain did not take the secrets (they are then kept for this run).
     [[nodiscard]] Job saveServer(const ServerConnection &server, const ConnectionCredentials &secrets,
-        std::function<void(const QString &problem)> done);
+                                 std::function<void(const QString &problem)> done);
     /// Removes a server with its secrets.
     void removeServer(const QUuid &id);
     /// Hosts of ~/.ssh/config that are not in the library yet, as drafts.
-    [[nodiscard]] Job findImportableHosts(
-        std::function<void(const QList<ServerConnection> &)> done, std::function<void(const Error &)> failed);
+    [[nodiscard]] Job findImportableHosts(std::function<void(const QList<ServerConnection> &)> done,
+                                          std::function<void(const Error &)> failed);
 
 signals:
     void activeSideChanged();
@@ -84,6 +85,8 @@ signals:
     void messageRaised(const QString &message);
 
 private:
+    std::optional<QString> transfer(FileClipboard::Content content, Side to);
+
     std::unique_ptr<Preferences> m_preferences;
     std::unique_ptr<KeyValueStore> m_cloud;
     std::unique_ptr<SettingsStore> m_settings;
@@ -96,6 +99,7 @@ private:
     std::unique_ptr<FileClipboard> m_clipboard;
     std::array<std::unique_ptr<PaneTabs>, 2> m_tabs;
     Side m_activeSide = Side::left;
+    Job m_migration;
 };
 
 } // namespace moorix

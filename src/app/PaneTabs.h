@@ -7,10 +7,15 @@
 #include <QObject>
 
 #include <memory>
+#include <optional>
 
 namespace moorix {
 
+class FileService;
+class ServerConnections;
 class Session;
+class SettingsStore;
+class TransferEngine;
 
 /// One side of the window: its slot and the tabs in it. There is always at least one tab, and exactly one is current;
 /// the slot's mode follows it. Main thread.
@@ -19,6 +24,19 @@ class PaneTabs final : public QObject
     Q_OBJECT
 
 public:
+    /// What the tabs work with; all of it outlives them.
+    struct Environment
+    {
+        std::shared_ptr<FileService> localFiles;
+        ServerConnections &connections;
+        SettingsStore &settings;
+        TransferEngine &transfers;
+    };
+
+    /// Starts with one local tab.
+    explicit PaneTabs(Environment environment, QObject *parent = nullptr);
+    ~PaneTabs() override;
+
     PaneSlot &slot() const { return *m_slot; }
     const QList<Session *> &sessions() const { return m_sessions; }
     Session &current() const { return *m_sessions.at(m_currentIndex); }
@@ -31,7 +49,7 @@ public:
     Session &openServers();
     /// A new tab that connects. An absent path opens the record's start folder.
     Session &openServer(const ServerConnection &server, const std::optional<ConnectionCredentials> &credentials,
-        const std::optional<QString> &path);
+                        const std::optional<QString> &path);
     /// Shows the server in the current tab instead of what is there (a click on a saved server).
     Session &openServerHere(const ServerConnection &server);
     /// Shows a local folder in the current tab: loads it when the tab is local, else replaces the tab.
@@ -46,6 +64,19 @@ signals:
     void currentChanged();
 
 private:
+    Session &append(std::unique_ptr<Session> session);
+    Session &replaceCurrent(std::unique_ptr<Session> session);
+    Session &adopt(std::unique_ptr<Session> session);
+    void discard(Session *session);
+    std::unique_ptr<Session> makeLocal(const QString &path);
+    std::unique_ptr<Session> makeRemote(const ServerConnection &server,
+                                        const std::optional<ConnectionCredentials> &credentials,
+                                        const std::optional<QString> &path);
+    void setUp(PaneModel &pane) const;
+    void showCurrent();
+    void reload(const FileService *service, const QStringList &folders);
+
+    Environment m_environment;
     std::unique_ptr<PaneSlot> m_slot;
     QList<Session *> m_sessions;
     qsizetype m_currentIndex = 0;

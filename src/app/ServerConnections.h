@@ -9,6 +9,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 
 namespace moorix {
 
@@ -33,22 +34,38 @@ class ServerConnections final : public QObject
     Q_OBJECT
 
 public:
+    /// Makes the service of a record, with the given secrets or those of the keychain. Called on workers.
+    using ServiceMaker = std::function<std::shared_ptr<RemoteFileService>(
+        const ServerConnection &, const std::optional<ConnectionCredentials> &)>;
+
     ServerConnections(std::shared_ptr<KeychainStore> keychain, std::shared_ptr<ProcessRunner> runner,
-        QObject *parent = nullptr);
+                      QObject *parent = nullptr);
+    /// With another way to make services than FileServiceFactory.
+    ServerConnections(ServiceMaker makeService, std::shared_ptr<ProcessRunner> runner, QObject *parent = nullptr);
     ~ServerConnections() override;
 
     /// Connects, or joins the live connection of the same record. `credentials` replace those of the keychain (quick
     /// connect). A record whose way of being reached has changed gets a new connection.
     [[nodiscard]] Job open(const ServerConnection &server, const std::optional<ConnectionCredentials> &credentials,
-        std::function<void(const OpenConnection &)> done, std::function<void(const Error &)> failed);
+                           std::function<void(const OpenConnection &)> done, std::function<void(const Error &)> failed);
     /// Connects a draft apart from everything else, lists its start folder and disconnects again.
     [[nodiscard]] Job test(const ServerConnection &draft, const ConnectionCredentials &credentials,
-        std::function<void(const QString &summary)> done, std::function<void(const Error &)> failed);
+                           std::function<void(const QString &summary)> done, std::function<void(const Error &)> failed);
     bool isConnected(const QUuid &serverID) const;
     void disconnect(const QUuid &serverID);
 
 signals:
     void connectionsChanged();
+
+private:
+    struct Line;
+
+    std::shared_ptr<Line> lineFor(const ServerConnection &server,
+                                  const std::optional<ConnectionCredentials> &credentials);
+
+    ServiceMaker m_makeService;
+    std::shared_ptr<ProcessRunner> m_runner;
+    QHash<QUuid, std::shared_ptr<Line>> m_lines;
 };
 
 } // namespace moorix

@@ -6,12 +6,15 @@
 
 #include <QObject>
 
+#include <functional>
+#include <memory>
+#include <optional>
+
 namespace moorix {
 
 class PaneModel;
-class RemoteFileService;
 class ServerConnections;
-class SettingsStore;
+struct OpenConnection;
 
 /// One tab of a side: a local folder, the server library, or one server, connected or connecting. Main thread.
 class Session final : public QObject
@@ -20,6 +23,27 @@ class Session final : public QObject
 
 public:
     enum class State { ready, connecting, failed };
+    /// Gives a new file list its order and its switch for hidden entries.
+    using PaneSetup = std::function<void(PaneModel &)>;
+
+    /// What a tab of a server needs.
+    struct Target
+    {
+        ServerConnection server;
+        /// Absent: those of the keychain.
+        std::optional<ConnectionCredentials> credentials;
+        /// Absent: the record's start folder.
+        std::optional<QString> path;
+    };
+
+    /// A local tab with a file list of its own.
+    static std::unique_ptr<Session> local(std::unique_ptr<PaneModel> pane);
+    /// A local tab over a file list that somebody else keeps.
+    static std::unique_ptr<Session> local(PaneModel &sharedPane);
+    static std::unique_ptr<Session> library();
+    /// A tab of a server; connects at once.
+    static std::unique_ptr<Session> remote(Target target, ServerConnections &connections, PaneSetup setUp);
+    ~Session() override;
 
     const QUuid &id() const { return m_id; }
     PaneMode mode() const { return m_mode; }
@@ -47,13 +71,28 @@ signals:
     void noticeChanged();
 
 private:
+    explicit Session(PaneMode mode);
+
+    void observe(PaneModel &pane);
+    void connectToServer();
+    void show(const OpenConnection &connection);
+    void dropPane();
+    void setState(State state, const QString &text);
+    void noticeLostConnection();
+
     QUuid m_id;
     PaneMode m_mode = PaneMode::local;
     State m_state = State::ready;
     PaneModel *m_pane = nullptr;
+    std::unique_ptr<PaneModel> m_ownPane;
     std::optional<ServerConnection> m_server;
+    std::optional<ConnectionCredentials> m_credentials;
+    std::optional<QString> m_path;
+    ServerConnections *m_connections = nullptr;
+    PaneSetup m_setUp;
     QString m_stateText;
     QString m_notice;
+    Job m_job;
 };
 
 } // namespace moorix

@@ -1,0 +1,199 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/AppModel.h"
+
+#include "app/PaneTabs.h"
+#include "app/ServerConnections.h"
+#include "app/Session.h"
+#include "files/LocalFileService.h"
+#include "files/PaneModel.h"
+#include "platform/AppPaths.h"
+#include "platform/KeyValueStore.h"
+#include "platform/Preferences.h"
+#include "platform/ProcessRunner.h"
+#include "remote/SSHConfigHosts.h"
+#include "servers/SecretMigration.h"
+#include "servers/ServerStore.h"
+#include "settings/SettingsStore.h"
+#include "transfers/TransferEngine.h"
+
+#include <QPointer>
+
+#include <algorithm>
+#include <utility>
+
+namespace moorix {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr std::size_t index(Side side)
+{
+    return static_cast<std::size_t>(side);
+}
+
+QList<QUuid> idsOf(const QList<ServerConnection> &servers)
+{
+    QList<QUuid> ids;
+    ids.reserve(servers.size());
+    for (const ServerConnection &server : servers)
+        ids.append(server.id);
+    return ids;
+}
+
+/// Stores what was given; what the keychain does not take is remembered for this run. Returns the keychain's words for
+/// that, or nothing.
+QString storeSecrets(KeychainStore &keychain, const QUuid &owner, const ConnectionCredentials &secrets)
+{
+    const std::array given{std::pair{SecretKind::password, secrets.password},
+                           std::pair{SecretKind::passphrase, secrets.passphrase},
+                           std::pair{SecretKind::privateKey, secrets.privateKeyText}};
+    QString problem;
+    for (const auto &[kind, value] : given) {
+        if (!value || keychain.set(value, owner, kind))
+            continue;
+        problem = keychain.lastProblem();
+        if (!value->isEmpty())
+            keychain.rememberForThisRun(*value, owner, kind);
+    }
+    return problem;
+}
+
+} // namespace
+
+AppModel::AppModel(Platform platform, QObject *parent)
+    : QObject(parent)
+    , m_preferences(std::make_unique<Preferences>(AppPaths::configuration() + u"/preferences.json"_s))
+    , m_cloud(std::make_unique<KeyValueStore>(m_preferences->value(u"cloudFolder"_s).toString()))
+    , m_settings(std::make_unique<SettingsStore>(*m_preferences, *m_cloud))
+    , m_keychain(std::make_shared<KeychainStore>(std::move(platform.keychain)))
+    , m_processes(std::move(platform.processes))
+    , m_localFiles(std::make_shared<LocalFileService>())
+    , m_connections(std::make_unique<ServerConnections>(m_keychain, m_processes))
+    , m_transfers(std::make_unique<TransferEngine>())
+    , m_clipboard(std::make_unique<FileClipboard>())
+{
+    ServerStore::Options options;
+    options.path = AppPaths::applicationSupport() + u"/servers.json"_s;
+    options.iCloudSyncEnabled = m_settings->iCloudSyncEnabled.value();
+    m_servers = std::make_unique<ServerStore>(std::move(options), *m_cloud);
+    for (auto &tabs : m_tabs)
+        tabs =
+            std::make_unique<PaneTabs>(PaneTabs::Environment{m_localFiles, *m_connections, *m_settings, *m_transfers});
+
+    connect(m_settings.get(), &SettingsStore::settingChanged, this, [this](const QString &key) {
+        if (key == m_settings->iCloudSyncEnabled.key())
+            m_servers->setCloudSyncEnabled(m_settings->iCloudSyncEnabled.value());
+    });
+    connect(m_preferences.get(), &Preferences::saveFailed, this, &AppModel::messageRaised);
+    connect(m_cloud.get(), &KeyValueStore::writeFailed, this, &AppModel::messageRaised);
+    connect(m_servers.get(), &ServerStore::problemChanged, this, [this] {
+        if (!m_servers->problem().isEmpty())
+            emit messageRaised(m_servers->problem());
+    });
+    m_migration = migrateSecretsOnce(*m_preferences, m_keychain, idsOf(m_servers->library().servers), {});
+}
+
+AppModel::~AppModel() = default;
+
+PaneTabs &AppModel::tabs(Side side) const
+{
+    return *m_tabs[index(side)];
+}
+
+void AppModel::setActiveSide(Side side)
+{
+    if (side == m_activeSide)
+        return;
+    m_activeSide = side;
+    emit activeSideChanged();
+}
+
+std::optional<QString> AppModel::transferSelection(Side from, bool isMove)
+{
+    const PaneModel *source = tabs(from).current().pane();
+    if (!source)
+        return u"There is no file list on this side to copy from."_s;
+    const QList<FileItem> items = source->selectedItems();
+    if (items.isEmpty())
+        return u"Nothing is selected."_s;
+    return transfer({source->service(), items, isMove}, otherSide(from));
+}
+
+std::optional<QString> AppModel::paste(Side side)
+{
+    const auto content = m_clipboard->content();
+    if (!content)
+        return u"Nothing was cut or copied."_s;
+    const auto problem = transfer(*content, side);
+    if (!problem && content->isCut)
+        m_clipboard->clear();
+    return problem;
+}
+
+std::optional<QString> AppModel::transfer(FileClipboard::Content content, Side to)
+{
+    const PaneModel *target = tabs(to).current().pane();
+    if (!target || target->currentPath().isEmpty())
+        return u"Open a folder on the other side first."_s;
+    TransferRequest request;
+    request.source = std::move(content.service);
+    request.destination = target->service();
+    request.items = std::move(content.items);
+    request.targetFolder = target->currentPath();
+    request.isMove = content.isCut;
+    request.policy =
+        transferConflictPolicyFromRaw(m_settings->conflictPolicyRaw.value()).value_or(TransferConflictPolicy::ask);
+    m_transfers->enqueue(std::move(request));
+    return std::nullopt;
+}
+
+Job AppModel::saveServer(const ServerConnection &server, const ConnectionCredentials &secrets,
+                         std::function<void(const QString &)> done)
+{
+    m_servers->upsert(server);
+    return runJob([keychain = m_keychain, id = server.id,
+                   secrets](const std::stop_token &) { return storeSecrets(*keychain, id, secrets); },
+                  done, [done](const Error &error) { done(error.message()); });
+}
+
+void AppModel::removeServer(const QUuid &id)
+{
+    m_connections->disconnect(id);
+    m_servers->remove(id);
+    runJob(
+        [keychain = m_keychain, id](const std::stop_token &) {
+            QString problem;
+            for (const SecretKind kind : allSecretKinds) {
+                if (!keychain->remove(id, kind))
+                    problem = keychain->lastProblem();
+            }
+            return problem;
+        },
+        [self = QPointer(this)](const QString &problem) {
+            if (self && !problem.isEmpty())
+                emit self->messageRaised(u"The server's secrets stay in the keychain: %1"_s.arg(problem));
+        },
+        [](const Error &) {})
+        .detach();
+}
+
+Job AppModel::findImportableHosts(std::function<void(const QList<ServerConnection> &)> done,
+                                  std::function<void(const Error &)> failed)
+{
+    const QList<ServerConnection> known = m_servers->library().servers;
+    return runJob(
+        [runner = m_processes, known](const std::stop_token &stop) {
+            QList<ServerConnection> drafts =
+                SSHConfigHosts::drafts(AppPaths::home() + u"/.ssh/config"_s, *runner, stop);
+            drafts.removeIf([&known](const ServerConnection &draft) {
+                return std::any_of(known.cbegin(), known.cend(), [&draft](const ServerConnection &server) {
+                    return server.host == draft.host && server.port == draft.port && server.username == draft.username;
+                });
+            });
+            return drafts;
+        },
+        std::move(done), std::move(failed));
+}
+
+} // namespace moorix

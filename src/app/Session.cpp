@@ -1,0 +1,160 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/Session.h"
+
+#include "app/ServerConnections.h"
+#include "base/Json.h"
+#include "files/FileServiceError.h"
+#include "files/Format.h"
+#include "files/PaneModel.h"
+#include "files/RemoteFileService.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace moorix {
+
+using namespace Qt::StringLiterals;
+
+Session::Session(PaneMode mode)
+    : m_id(newUuid())
+    , m_mode(mode)
+{
+}
+
+Session::~Session() = default;
+
+std::unique_ptr<Session> Session::local(PaneModel &sharedPane)
+{
+    std::unique_ptr<Session> session(new Session(PaneMode::local));
+    session->observe(sharedPane);
+    return session;
+}
+
+std::unique_ptr<Session> Session::local(std::unique_ptr<PaneModel> pane)
+{
+    std::unique_ptr<Session> session = local(*pane);
+    session->m_ownPane = std::move(pane);
+    return session;
+}
+
+std::unique_ptr<Session> Session::library()
+{
+    return std::unique_ptr<Session>(new Session(PaneMode::servers));
+}
+
+std::unique_ptr<Session> Session::remote(Target target, ServerConnections &connections, PaneSetup setUp)
+{
+    std::unique_ptr<Session> session(new Session(PaneMode::remote));
+    session->m_server = std::move(target.server);
+    session->m_credentials = std::move(target.credentials);
+    session->m_path = std::move(target.path);
+    session->m_connections = &connections;
+    session->m_setUp = std::move(setUp);
+    session->connectToServer();
+    return session;
+}
+
+QString Session::title() const
+{
+    switch (m_mode) {
+    case PaneMode::servers:
+        return u"Servers"_s;
+    case PaneMode::remote:
+    case PaneMode::terminal:
+        return Format::display(m_server->displayName());
+    case PaneMode::local:
+        break;
+    }
+    const QString &path = m_pane->currentPath().isEmpty() ? m_pane->loadingPath() : m_pane->currentPath();
+    const QString name = Format::fileName(path);
+    return name.isEmpty() ? u"/"_s : Format::display(name);
+}
+
+void Session::dismissNotice()
+{
+    if (m_notice.isEmpty())
+        return;
+    m_notice.clear();
+    emit noticeChanged();
+}
+
+void Session::retry()
+{
+    if (m_mode == PaneMode::remote && m_state == State::failed)
+        connectToServer();
+}
+
+void Session::cancelConnecting()
+{
+    if (m_state != State::connecting)
+        return;
+    m_job.cancel();
+    setState(State::failed, u"Connecting to %1 was cancelled."_s.arg(m_server->displayName()));
+}
+
+void Session::observe(PaneModel &pane)
+{
+    m_pane = &pane;
+    connect(&pane, &PaneModel::currentPathChanged, this, &Session::titleChanged);
+    connect(&pane, &PaneModel::errorMessageChanged, this, &Session::noticeLostConnection);
+}
+
+void Session::connectToServer()
+{
+    setState(State::connecting, u"Connecting to %1…"_s.arg(m_server->displayName()));
+    m_job = m_connections->open(
+        *m_server, m_credentials, [this](const OpenConnection &connection) { show(connection); },
+        [this](const Error &error) { setState(State::failed, error.message()); });
+}
+
+void Session::show(const OpenConnection &connection)
+{
+    dropPane();
+    m_ownPane = std::make_unique<PaneModel>(connection.service, m_server->displayName(), false);
+    m_setUp(*m_ownPane);
+    observe(*m_ownPane);
+    m_ownPane->load(m_path.value_or(connection.startPath), false);
+    setState(State::ready, {});
+    if (!connection.notice.isEmpty()) {
+        m_notice = connection.notice;
+        emit noticeChanged();
+    }
+}
+
+/// Views may still be inside a signal of the pane, so it goes a moment later.
+void Session::dropPane()
+{
+    if (!m_ownPane)
+        return;
+    m_ownPane->disconnect(this);
+    m_pane = nullptr;
+    m_ownPane.release()->deleteLater();
+}
+
+void Session::noticeLostConnection()
+{
+    if (m_mode != PaneMode::remote || m_state != State::ready || !m_pane || !m_pane->errorMessage())
+        return;
+    const QString message = *m_pane->errorMessage();
+    const std::array lostPrefixes{FileServiceError::notConnected().message(),
+                                  FileServiceError::connectionFailed({}).message(),
+                                  FileServiceError::authFailed({}).message()};
+    const bool isLost = std::any_of(lostPrefixes.cbegin(), lostPrefixes.cend(),
+                                    [&message](const QString &prefix) { return message.startsWith(prefix); });
+    if (!isLost)
+        return;
+    if (!m_pane->currentPath().isEmpty())
+        m_path = m_pane->currentPath();
+    dropPane();
+    setState(State::failed, message);
+}
+
+void Session::setState(State state, const QString &text)
+{
+    m_state = state;
+    m_stateText = text;
+    emit stateChanged();
+}
+
+} // namespace moorix
