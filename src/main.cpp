@@ -1,5 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-int main()
+#include "app/CommandLine.h"
+
+#include <QCoreApplication>
+
+int main(int argc, char *argv[])
 {
-    return 0;
+    const QCoreApplication application(argc, argv);
+    return moorix::CommandLine::run(QCoreApplication::arguments());
 }

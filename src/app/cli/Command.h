@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "base/Error.h"
+
+#include <QCommandLineOption>
+#include <QList>
+#include <QStringList>
+
+#include <functional>
+
+class QCommandLineParser;
+
+namespace moorix {
+
+class CommandContext;
+
+enum class ExitCode { done = 0, failed = 1, wrongUsage = 2, partly = 3 };
+
+/// The command cannot be meant as it was written.
+class UsageError final : public Error
+{
+public:
+    explicit UsageError(const QString &message)
+        : Error(QStringLiteral("Usage"), message)
+    {
+    }
+};
+
+/// One verb of the command line.
+struct Command
+{
+    /// One or two words: "ls", "servers add".
+    QString name;
+    /// As in a usage line: "TARGET [--all]".
+    QString arguments;
+    QString summary;
+    /// Further paragraphs for the help; may be empty.
+    QString details;
+    /// Without the program's name.
+    QStringList examples;
+    QList<QCommandLineOption> options;
+    int minimumArguments = 0;
+    /// Negative: any number.
+    int maximumArguments = 0;
+    /// Throws an Error when it failed as a whole.
+    std::function<ExitCode(const QCommandLineParser &, CommandContext &)> run;
+};
+
+QList<Command> fileCommands();
+QList<Command> copyCommands();
+QList<Command> serverCommands();
+QList<Command> serverTransferCommands();
+QList<Command> secretCommands();
+
+} // namespace moorix

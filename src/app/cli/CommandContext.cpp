@@ -1,0 +1,164 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/cli/CommandContext.h"
+
+#include "app/FirstContact.h"
+#include "app/cli/Command.h"
+#include "app/cli/Console.h"
+#include "base/Json.h"
+#include "files/Format.h"
+#include "files/LocalFileService.h"
+#include "files/RemoteFileService.h"
+#include "platform/AppPaths.h"
+#include "platform/KeyValueStore.h"
+#include "platform/Preferences.h"
+#include "remote/FileServiceFactory.h"
+#include "servers/KeychainStore.h"
+#include "servers/ServerStore.h"
+
+#include <QDir>
+
+#include <array>
+#include <functional>
+#include <utility>
+
+namespace moorix {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QList<ServerConnection> matching(const QList<ServerConnection> &servers,
+                                 const std::function<bool(const ServerConnection &)> &fits)
+{
+    QList<ServerConnection> found;
+    for (const ServerConnection &server : servers) {
+        if (fits(server))
+            found.append(server);
+    }
+    return found;
+}
+
+QString ambiguity(const QString &reference, const QList<ServerConnection> &found)
+{
+    QStringList lines;
+    for (const ServerConnection &server : found)
+        lines.append(u"  %1  %2 (%3)"_s.arg(uuidText(server.id), server.displayName(), server.host));
+    return u"“%1” fits %2 servers; name one by its id:\n%3"_s.arg(reference).arg(found.size()).arg(lines.join(u'\n'));
+}
+
+QString withoutTrailingSlashes(QString path)
+{
+    while (path.size() > 1 && path.endsWith(u'/'))
+        path.chop(1);
+    return path;
+}
+
+} // namespace
+
+std::optional<std::pair<QString, QString>> splitTarget(const QString &target)
+{
+    if (target.startsWith(u'[')) {
+        const qsizetype end = target.indexOf(u"]:"_s);
+        if (end > 0)
+            return std::pair{target.mid(1, end - 1), target.mid(end + 2)};
+    }
+    const qsizetype colon = target.indexOf(u':');
+    const qsizetype slash = target.indexOf(u'/');
+    if (colon <= 0 || (slash >= 0 && slash < colon))
+        return std::nullopt;
+    return std::pair{target.left(colon), target.mid(colon + 1)};
+}
+
+CommandContext::CommandContext(const CommandLine::Platform &platform, std::stop_token stop)
+    : m_stop(std::move(stop))
+    , m_processes(platform.processes)
+    , m_keychain(std::make_shared<KeychainStore>(platform.keychain))
+    , m_localFiles(std::make_shared<LocalFileService>())
+{
+}
+
+CommandContext::~CommandContext() = default;
+
+KeychainStore &CommandContext::keychain()
+{
+    return *m_keychain;
+}
+
+ServerStore &CommandContext::servers()
+{
+    if (m_servers)
+        return *m_servers;
+    m_preferences = std::make_unique<Preferences>(AppPaths::configuration() + u"/preferences.json"_s);
+    m_cloud = std::make_unique<KeyValueStore>(m_preferences->value(u"cloudFolder"_s).toString());
+    ServerStore::Options options;
+    options.path = AppPaths::applicationSupport() + u"/servers.json"_s;
+    options.iCloudSyncEnabled = m_preferences->value(u"iCloudSyncEnabled"_s).toBool(true);
+    m_servers = std::make_unique<ServerStore>(std::move(options), *m_cloud);
+    if (!m_servers->problem().isEmpty())
+        console::complain(m_servers->problem());
+    return *m_servers;
+}
+
+ServerConnection CommandContext::server(const QString &reference)
+{
+    const QList<ServerConnection> all = servers().library().servers;
+    if (const QUuid id = QUuid::fromString(reference); !id.isNull()) {
+        if (const auto found = servers().server(id))
+            return *found;
+    }
+    const std::array<std::function<bool(const ServerConnection &)>, 3> rules{
+        [&reference](const ServerConnection &server) { return server.name == reference; },
+        [&reference](const ServerConnection &server) {
+            return server.name.compare(reference, Qt::CaseInsensitive) == 0;
+        },
+        [&reference](const ServerConnection &server) {
+            return server.host.compare(reference, Qt::CaseInsensitive) == 0;
+        }};
+    for (const auto &rule : rules) {
+        const QList<ServerConnection> found = matching(all, rule);
+        if (found.size() == 1)
+            return found.constFirst();
+        if (found.size() > 1)
+            throw UsageError(ambiguity(reference, found));
+    }
+    throw UsageError(
+        u"No saved server has the id, the name or the host “%1”. A local path with a colon is written “./%1:…”."_s.arg(
+            reference));
+}
+
+TargetPlace CommandContext::place(const QString &target)
+{
+    if (target.isEmpty())
+        throw UsageError(u"An empty text is no path."_s);
+    const auto remote = splitTarget(target);
+    if (!remote) {
+        const QString absolute = target.startsWith(u'/') ? target : Format::join(QDir::currentPath(), target);
+        return {m_localFiles, QDir::cleanPath(absolute), true};
+    }
+    const ServerConnection record = server(remote->first);
+    const std::shared_ptr<RemoteFileService> service = connected(record);
+    QString path = remote->second;
+    if (path.isEmpty())
+        path = record.remotePath;
+    if (!path.startsWith(u'/')) {
+        const QString home = service->defaultDirectory(m_stop);
+        path = path.isEmpty() ? home : Format::join(home, path);
+    }
+    return {service, withoutTrailingSlashes(path), false};
+}
+
+/// The connection is left to end by itself a while later: the next command, or a window that is open, goes on with it.
+std::shared_ptr<RemoteFileService> CommandContext::connected(const ServerConnection &server)
+{
+    std::shared_ptr<RemoteFileService> &service = m_services[server.id];
+    if (!service) {
+        auto fresh = FileServiceFactory::make(server, *m_keychain, m_processes);
+        const QString notice = connectNotingFirstContact(*fresh, server, *m_processes, m_stop);
+        if (!notice.isEmpty())
+            console::complain(notice);
+        service = std::move(fresh);
+    }
+    return service;
+}
+
+} // namespace moorix

@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "app/CommandLine.h"
+#include "servers/ServerConnection.h"
+
+#include <QHash>
+#include <QUuid>
+
+#include <memory>
+#include <optional>
+#include <stop_token>
+#include <utility>
+
+namespace moorix {
+
+class FileService;
+class KeyValueStore;
+class KeychainStore;
+class Preferences;
+class ProcessRunner;
+class RemoteFileService;
+class ServerStore;
+
+/// A TARGET of the command line, ready for use.
+struct TargetPlace
+{
+    std::shared_ptr<FileService> service;
+    /// Absolute.
+    QString path;
+    bool isLocal = true;
+};
+
+/// What a command works with: the same documents, keychain and services as the window's, opened when first asked for.
+class CommandContext final
+{
+public:
+    CommandContext(const CommandLine::Platform &platform, std::stop_token stop);
+    Q_DISABLE_COPY_MOVE(CommandContext)
+    ~CommandContext();
+
+    const std::stop_token &stop() const { return m_stop; }
+    ServerStore &servers();
+    KeychainStore &keychain();
+    /// The saved server of this id, name or host. Throws a UsageError that tells what is wrong when none or more than
+    /// one fits.
+    ServerConnection server(const QString &reference);
+    /// Resolves TARGET and connects to its server. What a first contact has to tell goes to standard error.
+    TargetPlace place(const QString &target);
+
+private:
+    std::shared_ptr<RemoteFileService> connected(const ServerConnection &server);
+
+    std::stop_token m_stop;
+    std::shared_ptr<ProcessRunner> m_processes;
+    std::shared_ptr<KeychainStore> m_keychain;
+    std::shared_ptr<FileService> m_localFiles;
+    std::unique_ptr<Preferences> m_preferences;
+    std::unique_ptr<KeyValueStore> m_cloud;
+    std::unique_ptr<ServerStore> m_servers;
+    QHash<QUuid, std::shared_ptr<RemoteFileService>> m_services;
+};
+
+/// The SERVER and PATH of a target, or nothing when it is a local path.
+std::optional<std::pair<QString, QString>> splitTarget(const QString &target);
+
+} // namespace moorix

@@ -1,0 +1,132 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/cli/Console.h"
+
+#include "base/Error.h"
+
+#include <QFile>
+
+#include <cerrno>
+#include <cstdio>
+
+#include <poll.h>
+#include <termios.h>
+#include <unistd.h>
+
+namespace moorix {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+void toStandardError(const QString &text)
+{
+    const QByteArray bytes = text.toUtf8();
+    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stderr);
+    std::fflush(stderr);
+}
+
+/// Turns the terminal's echo off for as long as it lives.
+class EchoOff final
+{
+public:
+    EchoOff()
+    {
+        ::tcgetattr(STDIN_FILENO, &m_before);
+        termios silent = m_before;
+        silent.c_lflag &= ~tcflag_t(ECHO);
+        ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &silent);
+    }
+    Q_DISABLE_COPY_MOVE(EchoOff)
+    ~EchoOff() { ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &m_before); }
+
+private:
+    termios m_before = {};
+};
+
+QByteArray readLine(const std::stop_token &stop)
+{
+    QByteArray line;
+    while (!line.endsWith('\n')) {
+        pollfd input{STDIN_FILENO, POLLIN, 0};
+        constexpr int sliceMsecs = 50;
+        const int ready = ::poll(&input, 1, sliceMsecs);
+        if (stop.stop_requested())
+            throw Cancelled();
+        if (ready <= 0)
+            continue;
+        char letter = '\0';
+        if (::read(STDIN_FILENO, &letter, 1) <= 0)
+            throw Cancelled();
+        line.append(letter);
+    }
+    line.chop(1);
+    return line;
+}
+
+} // namespace
+
+void console::print(const QString &text)
+{
+    printBytes(text.toUtf8());
+}
+
+void console::printBytes(const QByteArray &bytes)
+{
+    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stdout);
+}
+
+void console::flush()
+{
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
+        throw Error(u"Console"_s, u"The output could not be written: %1"_s.arg(systemErrorText(errno)));
+}
+
+void console::complain(const QString &sentence)
+{
+    showProgress({});
+    toStandardError(sentence + u'\n');
+}
+
+bool console::showsProgress()
+{
+    return ::isatty(STDERR_FILENO) == 1;
+}
+
+void console::showProgress(const QString &line)
+{
+    if (showsProgress())
+        toStandardError(u"\r\x1b[K"_s + line);
+}
+
+bool console::canAsk()
+{
+    return ::isatty(STDIN_FILENO) == 1 && ::isatty(STDERR_FILENO) == 1;
+}
+
+QString console::ask(const QString &question, const std::stop_token &stop)
+{
+    showProgress({});
+    toStandardError(question);
+    return QString::fromUtf8(readLine(stop)).trimmed();
+}
+
+QByteArray console::readAll()
+{
+    QFile input;
+    if (!input.open(stdin, QIODevice::ReadOnly))
+        throw Error(u"Console"_s, u"Standard input could not be read: %1"_s.arg(input.errorString()));
+    return input.readAll();
+}
+
+QByteArray console::readSecret(const QString &prompt, const std::stop_token &stop)
+{
+    if (!canAsk())
+        return readAll();
+    const EchoOff silence;
+    toStandardError(prompt);
+    const QByteArray line = readLine(stop);
+    toStandardError(u"\n"_s);
+    return line;
+}
+
+} // namespace moorix

@@ -1,0 +1,182 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/cli/Command.h"
+#include "app/cli/CommandContext.h"
+#include "app/cli/Console.h"
+#include "base/Json.h"
+#include "files/FileService.h"
+#include "files/FileServiceError.h"
+#include "files/Format.h"
+#include "transfers/TransferRun.h"
+
+#include <QCommandLineParser>
+
+namespace moorix {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// Where the copies go: into a folder, or, for a single source, to a name that need not exist.
+struct CopyTarget
+{
+    TargetPlace folder;
+    QString newName;
+};
+
+CopyTarget copyTarget(const QString &destination, bool isSingle, CommandContext &context)
+{
+    TargetPlace place = context.place(destination);
+    auto item = place.service->stat(place.path, context.stop());
+    if (item && item->isSymlink)
+        item = place.service->followLink(*item, context.stop());
+    if (item && item->isDirectory)
+        return {place, {}};
+    if (!isSingle || destination.endsWith(u'/'))
+        throw Error(u"Files"_s, u"“%1” is no folder to copy into."_s.arg(place.path));
+    const QString name = Format::fileName(place.path);
+    place.path = Format::parent(place.path);
+    return {place, name};
+}
+
+/// One request per place that sources come from.
+QList<TransferRequest> requestsFor(const QStringList &sources, const CopyTarget &target, CommandContext &context)
+{
+    QList<TransferRequest> requests;
+    for (const QString &source : sources) {
+        const TargetPlace place = context.place(source);
+        const auto item = place.service->stat(place.path, context.stop());
+        if (!item)
+            throw FileServiceError::notFound(place.path);
+        if (requests.isEmpty() || requests.constLast().source != place.service) {
+            TransferRequest request;
+            request.source = place.service;
+            request.destination = target.folder.service;
+            request.targetFolder = target.folder.path;
+            request.newName = target.newName;
+            requests.append(request);
+        }
+        requests.last().items.append(*item);
+    }
+    return requests;
+}
+
+void showProgress(const TransferCounts &counts)
+{
+    const qint64 percent = counts.bytesTotal > 0 ? counts.bytesDone * 100 / counts.bytesTotal : 0;
+    console::showProgress(u"%1 %  %2 of %3  %4"_s.arg(
+        QString::number(percent).rightJustified(3), Format::byteCount(counts.bytesDone),
+        Format::byteCount(counts.bytesTotal), Format::display(counts.currentName).left(40)));
+}
+
+ConflictAnswer askOnTerminal(const TransferConflict &conflict, const std::stop_token &stop)
+{
+    using Choice = ConflictAnswer::Choice;
+    if (!console::canAsk())
+        throw Error(u"Files"_s, u"“%1” exists already"_s.arg(conflict.existing.path));
+    const QString question = u"“%1” exists already (%2, %3; the new one %4, %5).\n"
+                             "[s]kip, [o]verwrite, [r]ename, [c]ancel; a capital letter for all: "_s;
+    while (true) {
+        const QString reply = console::ask(
+            question.arg(Format::display(conflict.existing.path), Format::byteCount(conflict.existing.size),
+                         Format::date(conflict.existing.modified), Format::byteCount(conflict.source.size),
+                         Format::date(conflict.source.modified)),
+            stop);
+        const bool forAll = !reply.isEmpty() && reply.at(0).isUpper();
+        const QString letter = reply.toLower();
+        if (letter == u"s" || letter == u"skip")
+            return {Choice::skip, forAll};
+        if (letter == u"o" || letter == u"overwrite")
+            return {Choice::overwrite, forAll};
+        if (letter == u"r" || letter == u"rename")
+            return {Choice::rename, forAll};
+        if (letter == u"c" || letter == u"cancel")
+            return {Choice::cancel, false};
+    }
+}
+
+void add(TransferOutcome &sum, const TransferOutcome &outcome)
+{
+    sum.counts.filesDone += outcome.counts.filesDone;
+    sum.counts.bytesDone += outcome.counts.bytesDone;
+    sum.counts.skipped += outcome.counts.skipped;
+    sum.failures += outcome.failures;
+    sum.wasCancelled = outcome.wasCancelled;
+}
+
+void printJson(const TransferOutcome &outcome)
+{
+    JsonWriter writer;
+    writer.beginObject();
+    writer.field(u"files", QJsonValue(outcome.counts.filesDone));
+    writer.field(u"bytes", QJsonValue(outcome.counts.bytesDone));
+    writer.field(u"skipped", QJsonValue(outcome.counts.skipped));
+    writer.field(u"cancelled", QJsonValue(outcome.wasCancelled));
+    writer.key(u"failures");
+    writer.beginArray();
+    for (const QString &failure : outcome.failures)
+        writer.value(QJsonValue(failure));
+    writer.endArray();
+    writer.endObject();
+    console::printBytes(writer.bytes());
+}
+
+TransferConflictPolicy policyOf(const QCommandLineParser &parser)
+{
+    const QString text = parser.isSet(u"conflict"_s) ? parser.value(u"conflict"_s) : u"ask"_s;
+    const auto policy = transferConflictPolicyFromRaw(text);
+    if (!policy)
+        throw UsageError(u"“%1” is no answer to conflicts; it is ask, skip, overwrite or rename."_s.arg(text));
+    return *policy;
+}
+
+ExitCode runCp(const QCommandLineParser &parser, CommandContext &context)
+{
+    const TransferConflictPolicy policy = policyOf(parser);
+    QStringList sources = parser.positionalArguments();
+    const QString destination = sources.takeLast();
+    const CopyTarget target = copyTarget(destination, sources.size() == 1, context);
+    TransferOutcome sum;
+    for (TransferRequest &request : requestsFor(sources, target, context)) {
+        request.policy = policy;
+        TransferRun run(std::move(request), {console::showsProgress() ? showProgress : nullptr, askOnTerminal});
+        add(sum, run.run(context.stop()));
+        if (sum.wasCancelled)
+            break;
+    }
+    console::showProgress({});
+    for (const QString &failure : std::as_const(sum.failures))
+        console::complain(failure);
+    if (parser.isSet(u"json"_s))
+        printJson(sum);
+    if (sum.wasCancelled)
+        throw Cancelled();
+    if (sum.failures.isEmpty())
+        return ExitCode::done;
+    return sum.counts.filesDone + sum.counts.skipped == 0 ? ExitCode::failed : ExitCode::partly;
+}
+
+} // namespace
+
+QList<Command> copyCommands()
+{
+    Command cp{u"cp"_s,
+               u"SOURCE… DESTINATION [--conflict ask|skip|overwrite|rename] [--json]"_s,
+               u"Copy files and folders between any two places."_s,
+               {},
+               {},
+               {},
+               2,
+               -1,
+               runCp};
+    cp.details =
+        u"A file reaches its name only once it is whole. An existing folder as DESTINATION takes the sources in; a\n"
+        "folder that exists there is merged. Without a terminal, --conflict ask counts conflicts as failures.\n"
+        "--json prints {\"files\",\"bytes\",\"skipped\",\"cancelled\",\"failures\":[text…]}."_s;
+    cp.examples = {u"cp ./site web-01:/var/www"_s, u"cp web-01:/var/log/syslog ./syslog.txt"_s,
+                   u"cp web-01:/srv/data backup:/srv --conflict overwrite"_s};
+    cp.options = {{u"conflict"_s, u"What to do when a file exists: ask, skip, overwrite or rename."_s, u"POLICY"_s},
+                  {u"json"_s, u"Print one JSON object."_s}};
+    return {cp};
+}
+
+} // namespace moorix
