@@ -50,3 +50,6 @@ void FolderWatcher::schedule()
 }
 
 } // namespace moorix
+
+// Here rather than with all others in one file: a program that uses this class then links no class it does not use.
+#include "moc_FolderWatcher.cpp"

@@ -11,6 +11,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QStandardPaths>
 
 #include <algorithm>
 #include <cerrno>
@@ -257,6 +258,10 @@ void LocalFileService::moveToTrash(const QString &path)
     native(path);
     if (!NativePath::isUnicode(path))
         fail(path, QStringLiteral("cannot go to the bin: its name is no UTF-8 text. It can be deleted."));
+    // Where the user's data folder is missing, Qt 6.4 moves the file into the working folder and calls that a success.
+    const QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    if (!QDir().mkpath(data))
+        fail(path, QStringLiteral("could not be moved to the bin: the folder “%1” could not be made.").arg(data));
     QFile file(path);
     if (!file.moveToTrash())
         fail(path, QStringLiteral("could not be moved to the bin: %1.").arg(file.errorString()));

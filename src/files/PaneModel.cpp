@@ -271,3 +271,6 @@ bool PaneModel::takeRequest(PaneRequest request)
 }
 
 } // namespace moorix
+
+// Here rather than with all others in one file: a program that uses this class then links no class it does not use.
+#include "moc_PaneModel.cpp"

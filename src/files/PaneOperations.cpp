@@ -56,3 +56,6 @@ void PaneOperations::finish(const FileActions::Outcome &outcome)
 }
 
 } // namespace moorix
+
+// Here rather than with all others in one file: a program that uses this class then links no class it does not use.
+#include "moc_PaneOperations.cpp"

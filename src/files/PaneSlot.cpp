@@ -40,3 +40,6 @@ void PaneSlot::setDraft(const ServerConnection &draft)
 }
 
 } // namespace moorix
+
+// Here rather than with all others in one file: a program that uses this class then links no class it does not use.
+#include "moc_PaneSlot.cpp"

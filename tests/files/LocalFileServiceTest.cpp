@@ -1,0 +1,396 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "files/LocalFileService.h"
+
+#include "base/Error.h"
+#include "files/LocalCopy.h"
+#include "files/LocalDisk.h"
+#include "support/TestMain.h"
+#include "support/TestTree.h"
+
+#include <QDir>
+#include <QFile>
+#include <QScopeGuard>
+#include <QTest>
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace moorix;
+using namespace moorix::test;
+
+namespace {
+
+const std::stop_token go;
+
+unsigned modeOf(const QString &path)
+{
+    struct stat status = {};
+    return ::lstat(QFile::encodeName(path).constData(), &status) == 0 ? status.st_mode & 07777 : 0;
+}
+
+qint64 modifiedOf(const QString &path)
+{
+    struct stat status = {};
+    return ::lstat(QFile::encodeName(path).constData(), &status) == 0 ? status.st_mtim.tv_sec : -1;
+}
+
+void setTimes(const QString &path, time_t seconds)
+{
+    const timespec times[2] = {{seconds, 0}, {seconds, 0}};
+    QCOMPARE(::utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times, AT_SYMLINK_NOFOLLOW), 0);
+}
+
+FileItem itemAt(const QString &path)
+{
+    return LocalFileService().stat(path, go).value_or(FileItem());
+}
+
+TreeSnapshot snapshotOf(std::initializer_list<TestTree::Entry> entries)
+{
+    TreeSnapshot tree;
+    for (const TestTree::Entry &entry : entries)
+        tree.insert(entry.path.text, entry.content);
+    return tree;
+}
+
+/// The message of the Error that `action` throws; empty when it throws none.
+template <class Action>
+QString failureOf(Action action)
+{
+    try {
+        action();
+    } catch (const Error &error) {
+        return error.message();
+    }
+    return {};
+}
+
+/// A folder on another file system than the temporary one, or an empty path.
+QString otherFileSystem(const QString &here)
+{
+    struct stat own = {};
+    struct stat other = {};
+    const bool differs = ::stat(QFile::encodeName(here).constData(), &own) == 0 && ::stat("/dev/shm", &other) == 0 &&
+                         own.st_dev != other.st_dev && ::access("/dev/shm", W_OK) == 0;
+    return differs ? QStringLiteral("/dev/shm/moorix-test-XXXXXX") : QString();
+}
+
+} // namespace
+
+class LocalFileServiceTest : public QObject
+{
+    Q_OBJECT
+
+    LocalFileService m_service;
+
+private slots:
+    void specialModeBitsAreNotShown_data()
+    {
+        QTest::addColumn<unsigned>("mode");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("set-user-id") << 04755U << "rwxr-xr-x";
+        QTest::newRow("sticky") << 01777U << "rwxrwxrwx";
+        QTest::newRow("none") << 0U << "---------";
+        QTest::newRow("others only") << 0007U << "------rwx";
+        QTest::newRow("mixed") << 02640U << "rw-r-----";
+    }
+    void specialModeBitsAreNotShown()
+    {
+        QFETCH(unsigned, mode);
+        QTEST(LocalDisk::posixString(mode), "text");
+    }
+
+    void listingTellsKindsSizesTimesAndModes()
+    {
+        const TestTree tree{{"file.txt", "12345"}, {"folder/inside", "1"}, {".dot", ""}};
+        tree.link("link", "folder");
+        setTimes(tree.path("file.txt"), 1700000000);
+        ::chmod(QFile::encodeName(tree.path("file.txt")).constData(), 04750);
+        QMap<QByteArray, FileItem> items;
+        for (const FileItem &item : m_service.list(tree.path(), HiddenFiles::asTheSourceDoes, go))
+            items.insert(item.name.toUtf8(), item);
+        QCOMPARE(items.keys(), (QList<QByteArray>{".dot", "file.txt", "folder", "link"}));
+        FileItem file;
+        file.name = QStringLiteral("file.txt");
+        file.path = tree.path("file.txt");
+        file.size = 5;
+        file.modified = QDateTime::fromSecsSinceEpoch(1700000000, Qt::UTC);
+        file.permissions = QStringLiteral("rwxr-x---");
+        QCOMPARE(items.value("file.txt"), file);
+        QVERIFY(items.value("folder").isDirectory);
+        QCOMPARE(items.value("folder").size, 0);
+        QVERIFY(items.value("link").isSymlink && !items.value("link").isDirectory);
+    }
+
+    void namesThatAreNoUtf8AreAddressedExactly()
+    {
+        const TestTree tree;
+        const QByteArray name = "M\xFCller \xE2\x82.txt";
+        const QByteArray native = QFile::encodeName(tree.path()) + '/' + name;
+        ::close(::open(native.constData(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600));
+        const QList<FileItem> items = m_service.list(tree.path(), HiddenFiles::included, go);
+        QCOMPARE(items.size(), 1);
+        m_service.write("text", items.first().path, go);
+        m_service.copy(items.first(), tree.path("copy"), go);
+        m_service.rename(items.first(), QStringLiteral("plain"), go);
+        QCOMPARE(tree.snapshot(), snapshotOf({{"copy", "text"}, {"plain", "text"}}));
+        m_service.rename(itemAt(tree.path("plain")), items.first().name, go);
+        QCOMPARE(::access(native.constData(), F_OK), 0);
+        m_service.remove(items.first(), go);
+        QCOMPARE(tree.snapshot(), snapshotOf({{"copy", "text"}}));
+    }
+
+    void failuresNameThePathAndTheReason()
+    {
+        const TestTree tree{{"folder/", ""}, {"file", "1"}};
+        const auto list = [&](const char *path) {
+            return failureOf([&] { m_service.list(tree.path(path), HiddenFiles::included, go); });
+        };
+        QCOMPARE(list("missing"),
+                 QStringLiteral("“%1” could not be opened: No such file or directory.").arg(tree.path("missing")));
+        QCOMPARE(list("file"), QStringLiteral("“%1” could not be opened: Not a directory.").arg(tree.path("file")));
+        QCOMPARE(failureOf([&] { m_service.read(tree.path("folder"), go); }),
+                 QStringLiteral("“%1” is a folder, not a file.").arg(tree.path("folder")));
+        QCOMPARE(failureOf([&] { m_service.read(QStringLiteral("file"), go); }),
+                 QStringLiteral("“file” is no absolute path."));
+        QCOMPARE(failureOf([&] { m_service.copy(itemAt(tree.path("file")), tree.path("folder"), go); }),
+                 QStringLiteral("“%1” already exists.").arg(tree.path("folder")));
+    }
+
+    void fifoIsRefusedInsteadOfWaitedFor()
+    {
+        const TestTree tree{{"folder/file", "1"}};
+        QCOMPARE(::mkfifo(QFile::encodeName(tree.path("folder/fifo")).constData(), 0600), 0);
+        QVERIFY(failureOf([&] { m_service.read(tree.path("folder/fifo"), go); }).contains(u"no ordinary file"));
+        QVERIFY(failureOf([&] { m_service.write("x", tree.path("folder/fifo"), go); }).contains(u"no ordinary file"));
+        QVERIFY(failureOf([&] {
+                    m_service.copy(itemAt(tree.path("folder")), tree.path("copy"), go);
+                }).contains(u"cannot be copied"));
+        QVERIFY(!tree.exists("copy"));
+    }
+
+    void missingFoldersAboveAreMadeToo()
+    {
+        const TestTree tree{{"file", "1"}};
+        m_service.createDirectory(tree.path("a/b/c"), go);
+        m_service.createDirectory(tree.path("a/b"), go);
+        QCOMPARE(tree.snapshot(), snapshotOf({{"a/", ""}, {"a/b/", ""}, {"a/b/c/", ""}, {"file", "1"}}));
+        QVERIFY(!failureOf([&] { m_service.createDirectory(tree.path("file/below"), go); }).isEmpty());
+    }
+
+    void writtenFileKeepsItsModeAndItsLink()
+    {
+        const TestTree tree{{"real/file", "old"}};
+        tree.link("link", "real/file");
+        ::chmod(QFile::encodeName(tree.path("real/file")).constData(), 0640);
+        m_service.write("new", tree.path("link"), go);
+        QCOMPARE(tree.read("real/file"), QByteArray("new"));
+        QCOMPARE(modeOf(tree.path("real/file")), 0640U);
+        QVERIFY(itemAt(tree.path("link")).isSymlink);
+        QCOMPARE(tree.snapshot().size(), 3);
+    }
+
+    void writeThroughALinkToNothingMakesTheFile()
+    {
+        const TestTree tree{{"folder/", ""}};
+        QCOMPARE(::symlink("folder/new", QFile::encodeName(tree.path("link")).constData()), 0);
+        m_service.write("text", tree.path("link"), go);
+        QCOMPARE(tree.read("folder/new"), QByteArray("text"));
+    }
+
+    void failedWriteLeavesTheOldFileAndNoPart()
+    {
+        const TestTree tree{{"file", "old"}, {"folder/inside", "1"}};
+        const TreeSnapshot before = tree.snapshot();
+        std::stop_source source;
+        source.request_stop();
+        QVERIFY_THROWS_EXCEPTION(Cancelled, m_service.write("new", tree.path("file"), source.get_token()));
+        QVERIFY_THROWS_EXCEPTION(Error, m_service.write("new", tree.path("folder"), go));
+        QCOMPARE(tree.snapshot(), before);
+    }
+
+    void copyKeepsModesTimesAndLinks()
+    {
+        const TestTree tree{{"from/file", "text"}, {"from/locked/inside", "1"}, {"from/empty", ""}};
+        tree.link("from/link", "/nowhere");
+        ::chmod(QFile::encodeName(tree.path("from/file")).constData(), 0751);
+        ::chmod(QFile::encodeName(tree.path("from/locked")).constData(), 0500);
+        for (const char *path : {"from/locked/inside", "from/file", "from/link", "from/locked", "from"})
+            setTimes(tree.path(path), 1600000000);
+        m_service.copy(itemAt(tree.path("from")), tree.path("to"), go);
+        for (const char *path : {"", "/file", "/link", "/locked", "/locked/inside"}) {
+            const QString copy = tree.path("to") + QString::fromLatin1(path);
+            QCOMPARE(modifiedOf(copy), 1600000000);
+            QCOMPARE(modeOf(copy), modeOf(tree.path("from") + QString::fromLatin1(path)));
+        }
+        QCOMPARE(itemAt(tree.path("to/link")).isSymlink, true);
+        QCOMPARE(tree.read("to/file"), QByteArray("text"));
+        QCOMPARE(tree.snapshot().size(), 12);
+    }
+
+    void largeFileIsCopiedToTheByte()
+    {
+        QByteArray content(5 * 1024 * 1024 + 7, Qt::Uninitialized);
+        for (qsizetype i = 0; i < content.size(); ++i)
+            content[i] = char(i * 31 / 7);
+        const TestTree tree{{"file", content}};
+        m_service.copy(itemAt(tree.path("file")), tree.path("copy"), go);
+        QVERIFY(tree.read("copy") == content);
+    }
+
+    void fileThatClaimsToBeEmptyIsCopiedAndReadWhole()
+    {
+        const TestTree tree;
+        const QByteArray content = m_service.read(QStringLiteral("/proc/version"), go);
+        QVERIFY(content.startsWith("Linux"));
+        m_service.copy(itemAt(QStringLiteral("/proc/version")), tree.path("copy"), go);
+        QCOMPARE(tree.read("copy"), content);
+    }
+
+    void failedCopyLeavesNothingBehind()
+    {
+        const TestTree tree{{"from/a/file", "1"}, {"from/b", "2"}, {"from/c/deep/er", "3"}};
+        QCOMPARE(::mkfifo(QFile::encodeName(tree.path("from/z")).constData(), 0600), 0);
+        const FileItem from = itemAt(tree.path("from"));
+        QVERIFY_THROWS_EXCEPTION(Error, m_service.copy(from, tree.path("to"), go));
+        QVERIFY(!tree.exists("to"));
+    }
+
+    void folderIsNotPlacedInsideItself()
+    {
+        const TestTree tree{{"a/b/file", "1"}};
+        tree.link("link", "a");
+        const TreeSnapshot before = tree.snapshot();
+        const FileItem a = itemAt(tree.path("a"));
+        for (const char *target : {"a/copy", "a/b/copy", "link/copy"})
+            QVERIFY2(failureOf([&] { m_service.copy(a, tree.path(target), go); }).contains(u"inside itself"), target);
+        for (const char *target : {"a/moved", "link/moved"})
+            QVERIFY2(!failureOf([&] { m_service.move(a, tree.path(target), go); }).isEmpty(), target);
+        QCOMPARE(tree.snapshot(), before);
+    }
+
+    void copyOfALongNameHasRoomForItsPart()
+    {
+        const QString name = QString(127, u'ü');
+        const TestTree tree{{name, "text"}};
+        const QString copy = QString(126, u'ü') + u'x';
+        m_service.copy(itemAt(tree.path(name)), tree.path(copy), go);
+        m_service.write("new", tree.path(name), go);
+        QCOMPARE(tree.snapshot(), snapshotOf({{name, "new"}, {copy, "text"}}));
+    }
+
+    void moveToAnotherFileSystemTakesTheTreeAlong()
+    {
+        const TestTree tree{{"from/file", "text"}, {"from/folder/deep", "1"}};
+        const QString place = otherFileSystem(tree.path());
+        if (place.isEmpty())
+            QSKIP("There is no second file system to move to.");
+        QTemporaryDir other(place);
+        const QString target = other.filePath(QStringLiteral("to"));
+        setTimes(tree.path("from/file"), 1600000000);
+        QVERIFY(QDir(other.path()).mkdir(QStringLiteral("taken")));
+        const FileItem from = itemAt(tree.path("from"));
+        QVERIFY_THROWS_EXCEPTION(Error, m_service.move(from, other.filePath(QStringLiteral("taken")), go));
+        QVERIFY(tree.exists("from/file"));
+        m_service.move(from, target, go);
+        QCOMPARE(tree.snapshot(), TreeSnapshot());
+        QCOMPARE(m_service.read(target + QStringLiteral("/file"), go), QByteArray("text"));
+        QCOMPARE(m_service.read(target + QStringLiteral("/folder/deep"), go), QByteArray("1"));
+        QCOMPARE(modifiedOf(target + QStringLiteral("/file")), 1600000000);
+    }
+
+    void verificationNoticesWhatChangedMeanwhile_data()
+    {
+        QTest::addColumn<QByteArray>("path");
+        QTest::newRow("same size, written again") << QByteArray("from/file");
+        QTest::newRow("new entry") << QByteArray("from/new");
+        QTest::newRow("damaged copy") << QByteArray("to/file");
+    }
+    void verificationNoticesWhatChangedMeanwhile()
+    {
+        QFETCH(QByteArray, path);
+        const TestTree tree{{"from/file", "text"}};
+        setTimes(tree.path("from/file"), 1600000000);
+        LocalCopy copy(tree.path("from"), tree.path("to"), go);
+        copy.run();
+        copy.verify();
+        tree.write(path.constData(), path.startsWith("to") ? "cut" : "same");
+        QVERIFY_THROWS_EXCEPTION(Error, copy.verify());
+    }
+
+    void modeIsSetOnWhatTheOldModeClosed()
+    {
+        const TestTree tree{{"a/b/file", "1"}, {"outside", "2"}};
+        tree.link("a/link", "outside");
+        ::chmod(QFile::encodeName(tree.path("outside")).constData(), 0600);
+        ::chmod(QFile::encodeName(tree.path("a/b")).constData(), 0);
+        m_service.setPermissions(tree.path("a"), QStringLiteral("644"), Recursive::yes, go);
+        QCOMPARE(modeOf(tree.path("a")), 0644U);
+        m_service.setPermissions(tree.path("a"), QStringLiteral("755"), Recursive::yes, go);
+        for (const char *path : {"a", "a/b", "a/b/file"})
+            QCOMPARE(modeOf(tree.path(path)), 0755U);
+        QCOMPARE(modeOf(tree.path("outside")), 0600U);
+    }
+
+    void textsThatAreNoModeAreRefused()
+    {
+        const TestTree tree{{"file", "1"}};
+        ::chmod(QFile::encodeName(tree.path("file")).constData(), 0644);
+        for (const char *octal : {"", "9", "888", "+755", " 755", "rwx", "17777", "77777777777777777777"}) {
+            const QString text = QString::fromLatin1(octal);
+            QVERIFY2(failureOf([&] {
+                         m_service.setPermissions(tree.path("file"), text, Recursive::no, go);
+                     }).contains(QStringLiteral("no permission number")),
+                     octal);
+        }
+        QCOMPARE(modeOf(tree.path("file")), 0644U);
+    }
+
+    void rootAndDotsAreNeverRemoved()
+    {
+        const TestTree tree{{"folder/file", "1"}};
+        for (const QString &path : {QStringLiteral("/"), tree.path("folder/."), tree.path("folder/.."), QString(),
+                                    QStringLiteral("folder")}) {
+            FileItem item;
+            item.path = path;
+            QVERIFY2(!failureOf([&] { m_service.remove(item, go); }).isEmpty(), qUtf8Printable(path));
+        }
+        QCOMPARE(tree.read("folder/file"), QByteArray("1"));
+    }
+
+    void linkWithATrailingSlashIsRemovedAsALink()
+    {
+        const TestTree tree{{"folder/file", "1"}};
+        tree.link("link", "folder");
+        FileItem link = itemAt(tree.path("link"));
+        link.path += u'/';
+        m_service.remove(link, go);
+        QCOMPARE(tree.snapshot(), snapshotOf({{"folder/", ""}, {"folder/file", "1"}}));
+    }
+
+    void freeSpaceIsToldForPlacesThatExist()
+    {
+        const TestTree tree;
+        QVERIFY(m_service.freeSpace(tree.path(), go).value_or(0) > 0);
+        QVERIFY(!m_service.freeSpace(tree.path("missing"), go));
+    }
+
+    void trashedFileLiesInTheBinAlsoWhenItIsTheFirst()
+    {
+        const TestTree home{{"file", "1"}};
+        const QByteArray before = qgetenv("XDG_DATA_HOME");
+        const auto restore =
+            qScopeGuard([&before] { before.isNull() ? qunsetenv("XDG_DATA_HOME") : qputenv("XDG_DATA_HOME", before); });
+        qputenv("XDG_DATA_HOME", QFile::encodeName(home.path("data")));
+        m_service.moveToTrash(home.path("file"));
+        QVERIFY(!home.exists("file"));
+        QCOMPARE(home.read("data/Trash/files/file"), QByteArray("1"));
+        QVERIFY(
+            failureOf([&] { m_service.moveToTrash(home.path("file")); }).contains(u"could not be moved to the bin"));
+    }
+};
+
+MOORIX_TEST(LocalFileServiceTest)
+#include "LocalFileServiceTest.moc"

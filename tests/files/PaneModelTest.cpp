@@ -1,0 +1,420 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "files/PaneModel.h"
+
+#include "support/MemoryFileService.h"
+#include "support/TestMain.h"
+
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace moorix;
+using namespace moorix::test;
+
+namespace {
+
+/// A pane on a tree in memory, and what tests ask of it in one word.
+struct Fixture
+{
+    std::shared_ptr<MemoryFileService> service;
+    PaneModel pane;
+
+    explicit Fixture(std::initializer_list<MemoryFileService::Entry> entries)
+        : service(std::make_shared<MemoryFileService>(entries))
+        , pane(service, QStringLiteral("Test"), false)
+    {
+    }
+
+    bool settles() const
+    {
+        return QTest::qWaitFor([this] { return !pane.isLoading() && !pane.operation(); });
+    }
+    /// Loads with history and waits for the end.
+    bool shows(const char *path)
+    {
+        pane.load(QString::fromUtf8(path), true);
+        return settles() && pane.currentPath() == QString::fromUtf8(path);
+    }
+    QString rows() const
+    {
+        QStringList names;
+        for (const FileItem &item : pane.displayed())
+            names.append(item.name);
+        return names.join(u' ');
+    }
+    QString selected() const
+    {
+        QStringList names;
+        for (const FileItem &item : pane.selectedItems())
+            names.append(item.name);
+        return names.join(u' ');
+    }
+    FileItem item(const char *name) const
+    {
+        for (const FileItem &item : pane.items()) {
+            if (item.name == QString::fromUtf8(name))
+                return item;
+        }
+        return {};
+    }
+    void select(std::initializer_list<const char *> names)
+    {
+        QSet<QString> ids;
+        for (const char *name : names)
+            ids.insert(item(name).id());
+        pane.setSelection(ids);
+    }
+    QString place() const
+    {
+        return pane.history().join(u' ') + QStringLiteral(" | ") + pane.currentPath() + QStringLiteral(" | ") +
+               pane.forwardStack().join(u' ');
+    }
+};
+
+} // namespace
+
+class PaneModelTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void backAndForwardWalkTheFoldersAndANewOneEndsForward()
+    {
+        Fixture at{{"/a/b/c/"}};
+        QVERIFY(at.shows("/a") && at.shows("/a/b") && at.shows("/a/b/c"));
+        at.pane.goBack();
+        QVERIFY(at.settles());
+        QCOMPARE(at.place(), QStringLiteral("/a | /a/b | /a/b/c"));
+        at.pane.goForward();
+        QVERIFY(at.settles());
+        QCOMPARE(at.place(), QStringLiteral("/a /a/b | /a/b/c | "));
+        at.pane.goBack();
+        at.pane.goBack();
+        QVERIFY(at.settles());
+        QCOMPARE(at.place(), QStringLiteral(" | /a | /a/b/c /a/b"));
+        at.pane.goBack();
+        QVERIFY(!at.pane.isLoading());
+        QVERIFY(at.shows("/"));
+        QCOMPARE(at.place(), QStringLiteral("/a | / | "));
+    }
+
+    void loadingTheFolderShownAddsNoHistory()
+    {
+        Fixture at{{"/a/b/"}};
+        QVERIFY(at.shows("/a"));
+        at.pane.load(QStringLiteral("//a//"), true);
+        QVERIFY(at.settles());
+        QCOMPARE(at.place(), QStringLiteral(" | /a | "));
+    }
+
+    void failedLoadLeavesEverythingButTheMessage()
+    {
+        Fixture at{{"/a/file"}, {"/b/"}};
+        QVERIFY(at.shows("/b") && at.shows("/a"));
+        at.service->failOn(QStringLiteral("/b"), QStringLiteral("No way."));
+        const QString before = at.place();
+        at.pane.goBack();
+        QVERIFY(at.settles());
+        QCOMPARE(at.pane.errorMessage(), std::optional(QStringLiteral("No way.")));
+        QCOMPARE(at.place(), before);
+        QCOMPARE(at.rows(), QStringLiteral("file"));
+        at.pane.load(QStringLiteral("/missing"), true);
+        QVERIFY(at.settles());
+        QCOMPARE(at.place(), before);
+        at.service->failOn(QStringLiteral("/b"), {});
+        at.pane.goBack();
+        QVERIFY(at.settles());
+        QCOMPARE(at.place(), QStringLiteral(" | /b | /a"));
+        QVERIFY(!at.pane.errorMessage());
+    }
+
+    void laterLoadReplacesASlowOne()
+    {
+        Fixture at{{"/slow/x"}, {"/fast/y"}};
+        at.service->block(QStringLiteral("/slow"));
+        at.pane.load(QStringLiteral("/slow"), true);
+        QTRY_VERIFY(at.service->isWaiting(QStringLiteral("/slow")));
+        QCOMPARE(at.pane.loadingPath(), QStringLiteral("/slow"));
+        QVERIFY(at.shows("/fast"));
+        at.service->release(QStringLiteral("/slow"));
+        QTRY_VERIFY(!at.service->isWaiting(QStringLiteral("/slow")));
+        QCOMPARE(at.place(), QStringLiteral(" | /fast | "));
+        QCOMPARE(at.rows(), QStringLiteral("y"));
+    }
+
+    void cancelledLoadStopsTheListingAndChangesNothing()
+    {
+        Fixture at{{"/a/x"}, {"/slow/y"}};
+        QVERIFY(at.shows("/a"));
+        at.service->block(QStringLiteral("/slow"));
+        at.pane.load(QStringLiteral("/slow"), true);
+        QTRY_VERIFY(at.service->isWaiting(QStringLiteral("/slow")));
+        at.pane.cancelLoading();
+        QVERIFY(!at.pane.isLoading());
+        QTRY_VERIFY(!at.service->isWaiting(QStringLiteral("/slow")));
+        QCOMPARE(at.place(), QStringLiteral(" | /a | "));
+        QVERIFY(!at.pane.errorMessage());
+    }
+
+    void folderLoadedFromASignalOfALoadIsShown()
+    {
+        Fixture at{{"/a/x"}, {"/b/y"}};
+        connect(&at.pane, &PaneModel::currentPathChanged, &at.pane, [&at] {
+            if (at.pane.currentPath() == QStringLiteral("/a"))
+                at.pane.load(QStringLiteral("/b"), true);
+        });
+        at.pane.load(QStringLiteral("/a"), true);
+        QTRY_COMPARE(at.place(), QStringLiteral("/a | /b | "));
+        QVERIFY(at.settles());
+        QCOMPARE(at.rows(), QStringLiteral("y"));
+    }
+
+    void emptyPathOpensTheDefaultFolder()
+    {
+        Fixture at{{"/home/x"}};
+        at.pane.load({}, true);
+        QVERIFY(at.settles());
+        QCOMPARE(at.place(), QStringLiteral(" | /home | "));
+    }
+
+    void breadcrumbLeadsFromTheRootToTheFolder()
+    {
+        Fixture at{{"/a/b/"}};
+        QVERIFY(at.shows("/a/b"));
+        const auto part = [](const char *name, const char *path) {
+            return PathComponent{QString::fromUtf8(name), QString::fromUtf8(path)};
+        };
+        QCOMPARE(at.pane.pathComponents(), (QList<PathComponent>{part("/", "/"), part("a", "/a"), part("b", "/a/b")}));
+    }
+
+    void goingUpSelectsTheFolderLeft()
+    {
+        Fixture at{{"/a/b/"}, {"/a/c"}};
+        QVERIFY(at.shows("/a/b"));
+        QSignalSpy current(&at.pane, &PaneModel::currentItemRequested);
+        at.pane.goUp();
+        QVERIFY(at.settles());
+        QCOMPARE(at.selected(), QStringLiteral("b"));
+        QCOMPARE(current.takeFirst().first().toString(), QStringLiteral("/a/b"));
+        QVERIFY(at.shows("/") && !at.pane.canGoUp());
+    }
+
+    void reloadKeepsTheSelectionOfWhatIsLeft()
+    {
+        Fixture at{{"/a/x"}, {"/a/y"}, {"/a/z"}};
+        QVERIFY(at.shows("/a"));
+        at.select({"x", "y"});
+        at.service->drop(QStringLiteral("/a/x"));
+        at.pane.reload();
+        QVERIFY(at.settles());
+        QCOMPARE(at.pane.selection(), QSet<QString>{QStringLiteral("/a/y")});
+        QVERIFY(at.shows("/"));
+        QVERIFY(at.pane.selection().isEmpty());
+    }
+
+    void reloadOfAnUnchangedFolderReplacesNoRows()
+    {
+        Fixture at{{"/a/x"}};
+        QVERIFY(at.shows("/a"));
+        QSignalSpy displayed(&at.pane, &PaneModel::displayedChanged);
+        at.pane.reload();
+        QVERIFY(at.settles());
+        QCOMPARE(displayed.size(), 0);
+    }
+
+    void orderChangedDuringALoadHoldsForItsResult()
+    {
+        Fixture at{{"/a/x"}, {"/a/y"}, {"/a/.h"}};
+        at.service->block(QStringLiteral("/a"));
+        at.pane.load(QStringLiteral("/a"), true);
+        QTRY_VERIFY(at.service->isWaiting(QStringLiteral("/a")));
+        at.pane.setSortAscending(false);
+        at.pane.setShowHidden(true);
+        at.service->release(QStringLiteral("/a"));
+        QTRY_COMPARE(at.rows(), QStringLiteral("y x .h"));
+    }
+
+    void rowsAreFoundByIdAfterEachNewOrder()
+    {
+        Fixture at{{"/a/x"}, {"/a/y"}};
+        QVERIFY(at.shows("/a"));
+        QCOMPARE(at.pane.displayedIndex(QStringLiteral("/a/x")), std::optional<qsizetype>(0));
+        at.pane.setSortAscending(false);
+        QCOMPARE(at.pane.displayedIndex(QStringLiteral("/a/x")), std::optional<qsizetype>(1));
+        QVERIFY(!at.pane.displayedIndex(QStringLiteral("/a/z")));
+    }
+
+    void showingHiddenEntriesReadsASourceAgainThatLeftThemOut()
+    {
+        Fixture at{{"/a/.h"}, {"/a/x"}};
+        at.service->setDotFiles(MemoryFileService::DotFiles::leftOut);
+        QVERIFY(at.shows("/a"));
+        at.pane.setShowHidden(true);
+        QTRY_COMPARE(at.rows(), QStringLiteral(".h x"));
+        at.pane.setShowHidden(false);
+        QCOMPARE(at.rows(), QStringLiteral("x"));
+        at.pane.setShowHidden(true);
+        QCOMPARE(at.rows(), QStringLiteral(".h x"));
+        QCOMPARE(at.service->listCount(QStringLiteral("/a")), 2);
+    }
+
+    void tenKeystrokesFilterOnce()
+    {
+        Fixture at{{"/a/abcdefghij"}, {"/a/abcde"}, {"/a/other"}};
+        QVERIFY(at.shows("/a"));
+        QSignalSpy displayed(&at.pane, &PaneModel::displayedChanged);
+        for (int length = 1; length <= 10; ++length)
+            at.pane.setSearchQuery(QStringLiteral("abcdefghij").first(length));
+        QCOMPARE(at.pane.displayedCount(), 3);
+        QTRY_COMPARE(at.rows(), QStringLiteral("abcdefghij"));
+        QCOMPARE(displayed.size(), 1);
+    }
+
+    void linksLeadToFoldersAndFilesAsReachedThroughThem()
+    {
+        Fixture at{{"/a/"}, {"/target/x"}};
+        at.service->putLink(QStringLiteral("/a/folder"), QStringLiteral("/target"));
+        at.service->putLink(QStringLiteral("/a/file"), QStringLiteral("/target/x"));
+        at.service->putLink(QStringLiteral("/a/broken"), QStringLiteral("/nowhere"));
+        QVERIFY(at.shows("/a"));
+        QSignalSpy opened(&at.pane, &PaneModel::openFileRequested);
+        at.pane.open(at.item("file"));
+        QTRY_COMPARE(opened.size(), 1);
+        QCOMPARE(opened.first().first().value<FileItem>().path, QStringLiteral("/a/file"));
+        at.pane.open(at.item("broken"));
+        QTRY_COMPARE(at.pane.errorMessage(), std::optional(QStringLiteral("Couldn’t follow symlink to “broken”")));
+        at.pane.open(at.item("folder"));
+        QTRY_COMPARE(at.place(), QStringLiteral("/a | /a/folder | "));
+        QCOMPARE(at.rows(), QStringLiteral("x"));
+    }
+
+    void newEntriesAreSelectedAndTakenNamesRefused()
+    {
+        Fixture at{{"/a/taken", "kept"}};
+        QVERIFY(at.shows("/a"));
+        at.pane.createFolder(QStringLiteral("new"));
+        QVERIFY(at.settles());
+        QCOMPARE(at.selected(), QStringLiteral("new"));
+        at.pane.createFile(QStringLiteral("file"));
+        QVERIFY(at.settles());
+        QCOMPARE(at.selected(), QStringLiteral("file"));
+        const auto before = at.service->snapshot();
+        const auto refuses = [&](const char *message) {
+            const bool isRefused = at.settles() && at.pane.errorMessage() == QString::fromUtf8(message);
+            at.pane.clearError();
+            return isRefused && at.service->snapshot() == before;
+        };
+        at.pane.createFile(QStringLiteral("taken"));
+        QVERIFY(refuses("“taken” already exists."));
+        at.pane.createFolder(QStringLiteral("taken"));
+        QVERIFY(refuses("“taken” already exists."));
+        at.pane.rename(at.item("file"), QStringLiteral("taken"));
+        QVERIFY(refuses("“taken” already exists."));
+        at.pane.move({at.item("taken")}, QStringLiteral("/a"));
+        QVERIFY(at.settles() && !at.pane.errorMessage());
+        at.pane.rename(at.item("file"), QStringLiteral("a/b"));
+        QVERIFY(refuses("“a/b” cannot be a name: it contains a slash."));
+    }
+
+    void renameInCaseOnlyIsRefusedWhereTheOtherNameIsTaken()
+    {
+        Fixture at{{"/a/Name", "1"}, {"/a/name", "2"}, {"/a/other"}};
+        QVERIFY(at.shows("/a"));
+        at.pane.rename(at.item("name"), QStringLiteral("Name"));
+        QVERIFY(at.settles());
+        QCOMPARE(at.pane.errorMessage(), std::optional(QStringLiteral("“Name” already exists.")));
+        at.pane.rename(at.item("other"), QStringLiteral("Other"));
+        QVERIFY(at.settles());
+        QCOMPARE(at.rows(), QStringLiteral("Name name Other"));
+    }
+
+    void duplicatesTakeTheFirstFreeName()
+    {
+        Fixture at{{"/a/x.txt", "1"}, {"/a/x copy.txt", "2"}, {"/a/d.d/in", "3"}};
+        QVERIFY(at.shows("/a"));
+        at.pane.duplicate({at.item("x.txt"), at.item("d.d")});
+        QVERIFY(at.settles());
+        QCOMPARE(at.rows(), QStringLiteral("d.d d.d copy x copy 2.txt x copy.txt x.txt"));
+        QCOMPARE(at.selected(), QStringLiteral("d.d copy x copy 2.txt"));
+        QCOMPARE(at.service->snapshot().value(QStringLiteral("/a/d.d copy/in")), QByteArray("3"));
+    }
+
+    void oneFailureDoesNotKeepTheOthersFromBeingDone()
+    {
+        Fixture at{{"/a/x"}, {"/a/y"}, {"/a/z"}, {"/b/"}};
+        QVERIFY(at.shows("/a"));
+        at.service->failOn(QStringLiteral("/a/x"), QStringLiteral("x is held."));
+        at.service->failOn(QStringLiteral("/a/z"), QStringLiteral("z is held."));
+        at.pane.remove({at.item("x"), at.item("y"), at.item("z")});
+        QCOMPARE(at.pane.operation(), std::optional(QStringLiteral("Deleting 3 items")));
+        QVERIFY(at.settles());
+        QTRY_COMPARE(at.rows(), QStringLiteral("x z"));
+        QCOMPARE(at.pane.errorMessage(), std::optional(QStringLiteral("x is held.\nz is held.")));
+    }
+
+    void operationsRunOneAfterAnother()
+    {
+        Fixture at{{"/a/x"}};
+        QVERIFY(at.shows("/a"));
+        at.service->block(QStringLiteral("/a/x"));
+        at.pane.remove({at.item("x")});
+        at.pane.createFolder(QStringLiteral("x"));
+        QTRY_VERIFY(at.service->isWaiting(QStringLiteral("/a/x")));
+        QCOMPARE(at.pane.operation(), std::optional(QStringLiteral("Deleting “x”")));
+        at.service->release(QStringLiteral("/a/x"));
+        QVERIFY(at.settles());
+        QVERIFY(!at.pane.errorMessage());
+        QVERIFY(at.service->snapshot().contains(QStringLiteral("/a/x/")));
+    }
+
+    void cancelledOperationShowsWhatItHadDone()
+    {
+        Fixture at{{"/a/x"}, {"/a/y"}, {"/a/z"}};
+        QVERIFY(at.shows("/a"));
+        at.service->block(QStringLiteral("/a/y"));
+        at.pane.remove({at.item("x"), at.item("y"), at.item("z")});
+        at.pane.createFolder(QStringLiteral("never made"));
+        QTRY_VERIFY(at.service->isWaiting(QStringLiteral("/a/y")));
+        at.pane.cancelOperation();
+        QVERIFY(at.settles());
+        QTRY_COMPARE(at.rows(), QStringLiteral("y z"));
+        QVERIFY(!at.pane.errorMessage());
+    }
+
+    void operationThatEndsDuringANavigationLeavesItAlone()
+    {
+        Fixture at{{"/a/x"}, {"/b/y"}};
+        QVERIFY(at.shows("/a"));
+        at.service->block(QStringLiteral("/b"));
+        at.pane.load(QStringLiteral("/b"), true);
+        at.pane.remove({at.item("x")});
+        QTRY_VERIFY(!at.pane.operation());
+        QCOMPARE(at.pane.loadingPath(), QStringLiteral("/b"));
+        at.service->release(QStringLiteral("/b"));
+        QVERIFY(at.settles());
+        QCOMPARE(at.rows(), QStringLiteral("y"));
+    }
+
+    void requestIsTakenOnce()
+    {
+        Fixture at{{"/a/"}};
+        at.pane.request(PaneRequest::requestGoTo);
+        QVERIFY(!at.pane.takeRequest(PaneRequest::requestDelete));
+        QVERIFY(at.pane.takeRequest(PaneRequest::requestGoTo));
+        QVERIFY(!at.pane.isRequested(PaneRequest::requestGoTo));
+    }
+
+    void paneThatGoesAwayStopsItsListing()
+    {
+        const auto service =
+            std::make_shared<MemoryFileService>(std::initializer_list<MemoryFileService::Entry>{{"/a/x"}});
+        service->block(QStringLiteral("/a"));
+        auto pane = std::make_unique<PaneModel>(service, QStringLiteral("Test"), false);
+        pane->load(QStringLiteral("/a"), true);
+        QTRY_VERIFY(service->isWaiting(QStringLiteral("/a")));
+        pane.reset();
+        QTRY_VERIFY(!service->isWaiting(QStringLiteral("/a")));
+    }
+};
+
+MOORIX_TEST(PaneModelTest)
+#include "PaneModelTest.moc"
