@@ -2,7 +2,7 @@
 #include "files/LocalCopy.h"
 
 #include "base/Error.h"
-#include "files/FileDescriptor.h"
+#include "base/FileDescriptor.h"
 #include "files/Format.h"
 #include "files/LocalDisk.h"
 #include "files/NativePath.h"

@@ -2,8 +2,8 @@
 #include "files/LocalDisk.h"
 
 #include "base/Error.h"
+#include "base/FileDescriptor.h"
 #include "base/Json.h"
-#include "files/FileDescriptor.h"
 #include "files/Format.h"
 #include "files/NativePath.h"
 

@@ -2,7 +2,7 @@
 #include "files/LocalFileService.h"
 
 #include "base/Error.h"
-#include "files/FileDescriptor.h"
+#include "base/FileDescriptor.h"
 #include "files/FileNames.h"
 #include "files/Format.h"
 #include "files/LocalCopy.h"

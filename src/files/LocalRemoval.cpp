@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "files/LocalDisk.h"
 
-#include "files/FileDescriptor.h"
+#include "base/FileDescriptor.h"
 #include "files/Format.h"
 #include "files/NativePath.h"
 

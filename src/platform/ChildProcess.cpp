@@ -66,7 +66,7 @@ struct Pipe
 
 void setNonBlocking(const FileDescriptor &descriptor)
 {
-    ::fcntl(descriptor.number(), F_SETFL, ::fcntl(descriptor.number(), F_GETFL) | O_NONBLOCK);
+    ::fcntl(descriptor.value(), F_SETFL, ::fcntl(descriptor.value(), F_GETFL) | O_NONBLOCK);
 }
 
 /// What exec needs, made before the fork: the child must not allocate.
@@ -156,7 +156,7 @@ ChildProcess::ChildProcess(const ProcessRequest &request)
     Pipe error(request.program);
     Pipe failure(request.program);
     m_id = forkAndBecome(
-        launch, {input.readEnd.number(), output.writeEnd.number(), error.writeEnd.number(), failure.writeEnd.number()});
+        launch, {input.readEnd.value(), output.writeEnd.value(), error.writeEnd.value(), failure.writeEnd.value()});
     if (m_id < 0)
         failToStart(request.program, errno);
     failure.writeEnd.close();
@@ -164,7 +164,7 @@ ChildProcess::ChildProcess(const ProcessRequest &request)
     ssize_t count = 0;
     // Exec closes the other end, so that nothing is read once it has succeeded.
     do
-        count = ::read(failure.readEnd.number(), &problem, sizeof problem);
+        count = ::read(failure.readEnd.value(), &problem, sizeof problem);
     while (count < 0 && errno == EINTR);
     if (count > 0) {
         ::waitpid(m_id, nullptr, 0);
@@ -199,7 +199,7 @@ std::optional<ChildProcess::Exit> ChildProcess::exit()
 
 void ChildProcess::waitBriefly()
 {
-    pollfd wait{m_exit ? -1 : m_exitDescriptor.number(), POLLIN, 0};
+    pollfd wait{m_exit ? -1 : m_exitDescriptor.value(), POLLIN, 0};
     ::poll(&wait, 1, stepMilliseconds);
 }
 

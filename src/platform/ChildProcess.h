@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "platform/FileDescriptor.h"
+#include "base/FileDescriptor.h"
 
 #include <sys/types.h>
 
@@ -37,7 +37,7 @@ public:
     FileDescriptor &standardOutput() { return m_output; }
     FileDescriptor &standardError() { return m_error; }
     /// Becomes readable when the child exits; -1 where the system has no such thing.
-    int exitDescriptor() const { return m_exitDescriptor.number(); }
+    int exitDescriptor() const { return m_exitDescriptor.value(); }
 
     /// How the child ended, if it has. Never blocks.
     std::optional<Exit> exit();

@@ -37,7 +37,7 @@ public:
 
     ProcessResult toTheEnd()
     {
-        const std::stop_callback wake(m_stop, [this] { ::eventfd_write(m_wake.number(), 1); });
+        const std::stop_callback wake(m_stop, [this] { ::eventfd_write(m_wake.value(), 1); });
         // Waits for the process, never for the end of its output: a helper it leaves behind may keep the pipes open.
         while (!m_child.exit()) {
             waitForNews();
@@ -62,11 +62,11 @@ private:
 
     void waitForNews()
     {
-        std::array<pollfd, 5> descriptors{{{m_child.standardInput().number(), POLLOUT, 0},
-                                           {m_child.standardOutput().number(), POLLIN, 0},
-                                           {m_child.standardError().number(), POLLIN, 0},
+        std::array<pollfd, 5> descriptors{{{m_child.standardInput().value(), POLLOUT, 0},
+                                           {m_child.standardOutput().value(), POLLIN, 0},
+                                           {m_child.standardError().value(), POLLIN, 0},
                                            {m_child.exitDescriptor(), POLLIN, 0},
-                                           {m_wake.number(), POLLIN, 0}}};
+                                           {m_wake.value(), POLLIN, 0}}};
         int timeout = m_request.whileRunning ? int(reportInterval.count()) : -1;
         if (m_child.exitDescriptor() < 0)
             timeout = askMilliseconds;
@@ -77,7 +77,7 @@ private:
     {
         FileDescriptor &input = m_child.standardInput();
         while (input.isOpen() && m_fed < m_request.standardInput.size()) {
-            const ssize_t count = ::write(input.number(), m_request.standardInput.constData() + m_fed,
+            const ssize_t count = ::write(input.value(), m_request.standardInput.constData() + m_fed,
                                           std::size_t(m_request.standardInput.size() - m_fed));
             if (count < 0 && errno == EAGAIN)
                 return;
@@ -93,7 +93,7 @@ private:
     {
         if (!stream.isOpen())
             return 0;
-        const ssize_t count = ::read(stream.number(), m_buffer.data(), std::size_t(m_buffer.size()));
+        const ssize_t count = ::read(stream.value(), m_buffer.data(), std::size_t(m_buffer.size()));
         const bool hasEnded = count == 0 || (count < 0 && errno != EAGAIN && errno != EINTR);
         if (hasEnded)
             stream.close();
@@ -112,7 +112,7 @@ private:
     /// Reads what the child, now gone, left in the pipe. Not until the pipe is empty: a helper may print for ever.
     void drainRest(FileDescriptor &stream, QByteArray &into)
     {
-        qsizetype rest = stream.isOpen() ? ::fcntl(stream.number(), F_GETPIPE_SZ) : 0;
+        qsizetype rest = stream.isOpen() ? ::fcntl(stream.value(), F_GETPIPE_SZ) : 0;
         while (rest > 0) {
             const qsizetype count = drain(stream, into);
             rest = count == 0 ? 0 : rest - count;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "transfers/LocalTransfer.h"
 
-#include "files/FileDescriptor.h"
+#include "base/FileDescriptor.h"
 #include "files/Format.h"
 #include "files/LocalCopy.h"
 #include "files/LocalDisk.h"
@@ -24,7 +24,7 @@ using LocalDisk::fail;
 using LocalDisk::native;
 
 void localTransfer::copyFile(const QString &from, const QString &to, Flush flush,
-    const std::function<void(qint64)> &progress, const std::stop_token &stop)
+                             const std::function<void(qint64)> &progress, const std::stop_token &stop)
 {
     // Without O_NONBLOCK, opening a fifo would wait for somebody to write into it.
     const FileDescriptor source(::open(native(from).constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));

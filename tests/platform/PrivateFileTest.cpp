@@ -62,13 +62,6 @@ private slots:
         QVERIFY(!QFileInfo::exists(secondPath));
     }
 
-    void aReleasedFileStays()
-    {
-        QString path;
-        path = PrivateFile(QStringLiteral("moorix-test-")).release();
-        QVERIFY(QFile::remove(path));
-    }
-
     void anExistingFileOrLinkIsNeverWrittenTo()
     {
         const TestTree tree{{"taken", "old"}};

@@ -167,20 +167,6 @@ private slots:
         QVERIFY(draft.id != ServerConnection::newDraft(protocol).id);
     }
 
-    void rawTextsLeadBackToTheirCases()
-    {
-        for (const NetworkProtocol protocol : allNetworkProtocols)
-            QCOMPARE(networkProtocolFromRaw(rawText(protocol)), std::optional(protocol));
-        for (const AuthMethod method : allAuthMethods)
-            QCOMPARE(authMethodFromRaw(rawText(method)), std::optional(method));
-        QVERIFY(!networkProtocolFromRaw(QStringLiteral("ftp")));
-    }
-
-    void theLocalTerminalHasItsFixedIdentity()
-    {
-        QCOMPARE(uuidText(ServerConnection::localTerminalID), QStringLiteral("00000000-0000-0000-0000-000000004C0C"));
-    }
-
     void siblingsAreOrderedByIndexThenByDisplayName_data()
     {
         QTest::addColumn<QStringList>("names"); // "index:name" or "index:=host", in the expected order

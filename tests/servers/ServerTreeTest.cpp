@@ -311,16 +311,6 @@ private slots:
         QVERIFY(m_store->isDescendant(inner.id, outer.id));
     }
 
-    void favoritesFollowTheToggle()
-    {
-        const ServerConnection server;
-        m_store->upsert(server);
-        m_store->toggleFavorite(server.id);
-        QCOMPARE(m_store->favorites().size(), 1);
-        m_store->toggleFavorite(server.id);
-        QVERIFY(m_store->favorites().isEmpty());
-    }
-
     void whatIsRefusedOrUnknownIsNoChange()
     {
         ServerFolder folder;

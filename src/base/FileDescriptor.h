@@ -27,13 +27,12 @@ public:
     }
     ~FileDescriptor() { close(); }
 
-    int number() const { return m_descriptor; }
     bool isOpen() const { return m_descriptor >= 0; }
-    void close()
-    {
-        if (isOpen())
-            ::close(std::exchange(m_descriptor, -1));
-    }
+    int value() const { return m_descriptor; }
+    /// Leaves the descriptor to the caller.
+    int release() { return std::exchange(m_descriptor, -1); }
+    /// The result of close(2): some file systems report a failed write only here.
+    int close() { return isOpen() ? ::close(release()) : 0; }
 
 private:
     int m_descriptor = -1;
