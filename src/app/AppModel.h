@@ -59,6 +59,7 @@ public:
     FileClipboard &clipboard() const { return *m_clipboard; }
     PaneTabs &tabs(Side side) const;
     const std::shared_ptr<FileService> &localFiles() const { return m_localFiles; }
+    const std::shared_ptr<ProcessRunner> &processes() const { return m_processes; }
 
     Side activeSide() const { return m_activeSide; }
     void setActiveSide(Side side);

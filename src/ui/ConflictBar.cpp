@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ui/ConflictBar.h"
+
+#include "files/Format.h"
+#include "transfers/TransferEngine.h"
+#include "ui/Widgets.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+namespace moorix {
+
+namespace {
+
+QString facts(const FileItem &item)
+{
+    const QString size =
+        item.isDirectory ? QCoreApplication::translate("ConflictBar", "folder") : Format::byteCount(item.size);
+    return size + QStringLiteral("  ·  ") + Format::date(item.modified);
+}
+
+/// " (newer)" for the younger of two files of known age.
+QString age(const FileItem &item, const FileItem &other)
+{
+    if (!item.modified || !other.modified || *item.modified <= *other.modified)
+        return {};
+    return QCoreApplication::translate("ConflictBar", "  ·  newer");
+}
+
+} // namespace
+
+ConflictBar::ConflictBar(TransferEngine &transfers, QWidget *parent)
+    : QFrame(parent)
+    , m_transfers(transfers)
+    , m_question(Widgets::label({}, Widgets::TextRole::heading, this))
+    , m_existing(Widgets::label({}, Widgets::TextRole::body, this))
+    , m_source(Widgets::label({}, Widgets::TextRole::body, this))
+    , m_forAll(new QCheckBox(tr("The same for all"), this))
+{
+    setObjectName(QStringLiteral("conflictBar"));
+    m_question->setObjectName(QStringLiteral("conflictQuestion"));
+    m_existing->setObjectName(QStringLiteral("conflictExisting"));
+    m_source->setObjectName(QStringLiteral("conflictSource"));
+    m_forAll->setObjectName(QStringLiteral("conflictForAll"));
+    auto *buttons = new QHBoxLayout;
+    buttons->addWidget(m_forAll);
+    buttons->addStretch(1);
+    addChoice(*buttons, tr("Cancel transfer"), QStringLiteral("conflictCancel"), ConflictAnswer::Choice::cancel);
+    addChoice(*buttons, tr("Keep both"), QStringLiteral("conflictKeepBoth"), ConflictAnswer::Choice::rename);
+    addChoice(*buttons, tr("Overwrite"), QStringLiteral("conflictOverwrite"), ConflictAnswer::Choice::overwrite);
+    addChoice(*buttons, tr("Skip"), QStringLiteral("conflictSkip"), ConflictAnswer::Choice::skip);
+    auto *sides = new QHBoxLayout;
+    sides->setSpacing(24);
+    sides->addWidget(m_existing, 1);
+    sides->addWidget(m_source, 1);
+    auto *column = new QVBoxLayout(this);
+    column->setContentsMargins(16, 12, 16, 12);
+    column->setSpacing(8);
+    column->addWidget(m_question);
+    column->addLayout(sides);
+    column->addLayout(buttons);
+    connect(&transfers, &TransferEngine::conflictChanged, this, &ConflictBar::follow);
+    follow();
+}
+
+void ConflictBar::addChoice(QHBoxLayout &row, const QString &text, const QString &objectName,
+                            ConflictAnswer::Choice choice)
+{
+    QPushButton *button = choice == ConflictAnswer::Choice::skip ? Widgets::primaryButton(text, objectName, this)
+                                                                 : Widgets::button(text, objectName, this);
+    if (choice == ConflictAnswer::Choice::overwrite)
+        button->setProperty("role", QStringLiteral("danger"));
+    row.addWidget(button);
+    connect(button, &QPushButton::clicked, this, [this, choice] {
+        m_transfers.answer({choice, m_forAll->isChecked()});
+    });
+}
+
+void ConflictBar::follow()
+{
+    const std::optional<TransferConflict> &conflict = m_transfers.conflict();
+    setVisible(conflict.has_value());
+    if (!conflict)
+        return;
+    const FileItem &existing = conflict->existing;
+    const FileItem &source = conflict->source;
+    m_question->setText(tr("“%1” already exists in %2")
+                            .arg(Format::display(existing.name), Format::display(Format::parent(existing.path))));
+    m_existing->setText(tr("There: %1%2").arg(facts(existing), age(existing, source)));
+    m_source->setText(tr("Copy: %1%2").arg(facts(source), age(source, existing)));
+    m_forAll->setChecked(false);
+    // The harmless answer is the one that a hasty Return gives; somebody who types is not disturbed.
+    if (!qobject_cast<QLineEdit *>(QApplication::focusWidget()))
+        findChild<QPushButton *>(QStringLiteral("conflictSkip"))->setFocus();
+}
+
+} // namespace moorix

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "transfers/TransferConflict.h"
+
+#include <QFrame>
+
+class QCheckBox;
+class QHBoxLayout;
+class QLabel;
+
+namespace moorix {
+
+class TransferEngine;
+
+/// Asks, inside the window, what to do with a file that stands where a copy should go. Shown while the transfer waits.
+class ConflictBar final : public QFrame
+{
+    Q_OBJECT
+
+public:
+    explicit ConflictBar(TransferEngine &transfers, QWidget *parent = nullptr);
+
+private:
+    void follow();
+    void addChoice(QHBoxLayout &row, const QString &text, const QString &objectName, ConflictAnswer::Choice choice);
+
+    TransferEngine &m_transfers;
+    QLabel *m_question;
+    QLabel *m_existing;
+    QLabel *m_source;
+    QCheckBox *m_forAll;
+};
+
+} // namespace moorix

@@ -1,0 +1,270 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ui/MainWindow.h"
+
+#include "app/PaneTabs.h"
+#include "app/ServerConnections.h"
+#include "app/Session.h"
+#include "files/PaneModel.h"
+#include "settings/SettingsStore.h"
+#include "transfers/TransferEngine.h"
+#include "ui/ConflictBar.h"
+#include "ui/MainToolBar.h"
+#include "ui/MessageBar.h"
+#include "ui/SessionView.h"
+#include "ui/SideView.h"
+#include "ui/Sidebar.h"
+#include "ui/StatusStrip.h"
+#include "ui/Theme.h"
+#include "ui/TransferDrawer.h"
+#include "ui/WindowState.h"
+#include "ui/WindowStyle.h"
+#include "ui/pane/PaneView.h"
+#include "ui/servers/ServerLibraryView.h"
+#include "ui/servers/ServerLook.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QCloseEvent>
+#include <QMenuBar>
+#include <QSplitter>
+#include <QVBoxLayout>
+
+#include <algorithm>
+
+namespace moorix {
+
+MainWindow::MainWindow(AppModel &model)
+    : m_model(model)
+{
+    // The first icons are asked for while the parts are made.
+    applyLook();
+    m_actions = new WindowActions(*this);
+    setObjectName(QStringLiteral("mainWindow"));
+    setWindowTitle(QStringLiteral("Moorix"));
+    build();
+    // Before the tabs are followed, since following them stores them.
+    WindowState::restore(m_model, *this, *m_outer, *m_sides);
+    connectParts();
+    connectCommands();
+    m_actions->action(WindowCommand::sidebar)->setChecked(m_sidebar->isVisibleTo(this));
+    applyTwoSides();
+    followActiveSide();
+}
+
+MainWindow::~MainWindow()
+{
+    // The children still send signals while they go; the window is no longer there to hear them.
+    QApplication::instance()->disconnect(this);
+}
+
+void MainWindow::build()
+{
+    m_toolBar = new MainToolBar(m_model, *m_actions, this);
+    addToolBar(m_toolBar);
+    m_actions->fill(*menuBar());
+    m_sidebar = new Sidebar(m_model, this);
+    m_sides = new QSplitter(Qt::Horizontal, this);
+    m_sides->setObjectName(QStringLiteral("sideSplitter"));
+    m_sides->setChildrenCollapsible(false);
+    for (const Side side : {Side::left, Side::right}) {
+        auto *view = new SideView(m_model, side, m_sides);
+        m_sideViews.at(std::size_t(side)) = view;
+        m_sides->addWidget(view);
+    }
+    m_sides->handle(1)->installEventFilter(this);
+    m_outer = new QSplitter(Qt::Horizontal, this);
+    m_outer->setObjectName(QStringLiteral("outerSplitter"));
+    m_outer->addWidget(m_sidebar);
+    m_outer->addWidget(m_sides);
+    m_outer->setStretchFactor(1, 1);
+    m_outer->setCollapsible(0, false);
+    m_outer->setCollapsible(1, false);
+    m_outer->setSizes({196, 1084});
+    m_sidebar->setMinimumWidth(140);
+    setCentralWidget(makeCentre());
+    resize(1280, 800);
+}
+
+QWidget *MainWindow::makeCentre()
+{
+    auto *centre = new QWidget(this);
+    m_drawer = new TransferDrawer(m_model.transfers(), centre);
+    m_drawer->setFixedHeight(190);
+    m_drawer->hide();
+    m_question = new MessageBar(centre);
+    m_question->setProperty("place", QStringLiteral("window"));
+    m_status = new StatusStrip(m_model, centre);
+    auto *column = new QVBoxLayout(centre);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    column->addWidget(m_outer, 1);
+    column->addWidget(new ConflictBar(m_model.transfers(), centre));
+    column->addWidget(m_drawer);
+    column->addWidget(m_question);
+    column->addWidget(m_status);
+    return centre;
+}
+
+void MainWindow::connectParts()
+{
+    connect(&m_model, &AppModel::activeSideChanged, this, &MainWindow::followActiveSide);
+    connect(&m_model.connections(), &ServerConnections::connectionsChanged, this, &MainWindow::showLocation);
+    connect(&m_model.settings(), &SettingsStore::settingChanged, this, &MainWindow::followSetting);
+    connect(m_actions, &WindowActions::menuOpens, this, &MainWindow::prepareMenus);
+    connect(m_actions, &WindowActions::paneCommandTriggered, this, &MainWindow::runPaneCommand);
+    connect(m_toolBar, &MainToolBar::serverChosen, this, [this](const QUuid &id) { openServer(id, false); });
+    connect(m_toolBar, &MainToolBar::listFocusRequested, this, [this] { activeView().focusContent(); });
+    connect(m_status, &StatusStrip::transfersRequested, m_actions->action(WindowCommand::transfers), &QAction::trigger);
+    connectSidebar();
+    for (SideView *view : m_sideViews)
+        connectSide(*view);
+}
+
+void MainWindow::connectSide(SideView &side)
+{
+    connect(&side, &SideView::editServerRequested, this, &MainWindow::editServer);
+    connect(&side, &SideView::newServerRequested, this, &MainWindow::newServer);
+    connect(&side, &SideView::importRequested, this, &MainWindow::importServers);
+    connect(&m_model.tabs(side.side()), &PaneTabs::currentChanged, this, [this, which = side.side()] {
+        if (which == m_model.activeSide())
+            followSession();
+    });
+    connect(&m_model.tabs(side.side()), &PaneTabs::sessionsChanged, this, [this] { WindowState::saveTabs(m_model); });
+}
+
+void MainWindow::connectSidebar()
+{
+    connect(m_sidebar, &Sidebar::placeChosen, this, [this](const QString &path) {
+        activeTabs().openLocalHere(path);
+        activeView().focusContent();
+    });
+    connect(m_sidebar, &Sidebar::placeInNewTabRequested, this,
+            [this](const QString &path) { activeTabs().openLocal(path); });
+    connect(m_sidebar, &Sidebar::serverChosen, this, [this](const QUuid &id) { openServer(id, false); });
+    connect(m_sidebar, &Sidebar::serverInNewTabRequested, this, [this](const QUuid &id) { openServer(id, true); });
+    connect(m_sidebar, &Sidebar::editServerRequested, this, &MainWindow::editServer);
+    connect(m_sidebar, &Sidebar::newServerRequested, this, [this] { newServer(std::nullopt); });
+    connect(m_sidebar, &Sidebar::libraryRequested, m_actions->action(WindowCommand::serverLibrary), &QAction::trigger);
+}
+
+PaneTabs &MainWindow::activeTabs() const
+{
+    return m_model.tabs(m_model.activeSide());
+}
+
+SideView &MainWindow::activeView() const
+{
+    return *m_sideViews.at(std::size_t(m_model.activeSide()));
+}
+
+void MainWindow::followActiveSide()
+{
+    SideView &active = activeView();
+    if (!active.isVisibleTo(this)) {
+        m_model.setActiveSide(otherSide(m_model.activeSide()));
+        return;
+    }
+    for (SideView *view : m_sideViews)
+        view->setActive(view == &active);
+    // The keyboard follows the side, unless something in it, or outside both, has it already.
+    const QWidget *focus = QApplication::focusWidget();
+    const SideView &other = *m_sideViews.at(std::size_t(otherSide(m_model.activeSide())));
+    if (!focus || other.isAncestorOf(focus))
+        active.focusContent();
+    followSession();
+}
+
+void MainWindow::followSession()
+{
+    if (m_followed)
+        m_followed->disconnect(this);
+    if (m_followedPane)
+        m_followedPane->disconnect(this);
+    m_followed = &activeTabs().current();
+    m_followedPane = m_followed->pane();
+    m_toolBar->follow(m_followedPane);
+    connect(m_followed, &Session::stateChanged, this, &MainWindow::followSession);
+    if (m_followedPane)
+        connect(m_followedPane, &PaneModel::currentPathChanged, this, &MainWindow::showLocation);
+    showLocation();
+}
+
+void MainWindow::showLocation()
+{
+    const Session &session = activeTabs().current();
+    const bool isLocal = session.mode() == PaneMode::local;
+    m_sidebar->markCurrent(isLocal ? session.pane()->currentPath() : QString(),
+                           session.server() ? session.server()->id : QUuid());
+    const bool isConnected = session.server() && session.pane();
+    if (isConnected)
+        m_status->showConnection(tr("%1 connected").arg(session.server()->displayName()), true);
+    else if (session.state() == Session::State::connecting)
+        m_status->showConnection(tr("Connecting…"), false);
+    else if (session.state() == Session::State::failed)
+        m_status->showConnection(tr("Not connected"), false);
+    else
+        m_status->showConnection(isLocal ? tr("Local files") : tr("Servers"), false);
+    setWindowTitle(tr("%1 — Moorix").arg(session.title()));
+    WindowState::saveTabs(m_model);
+}
+
+void MainWindow::followSetting(const QString &key)
+{
+    const SettingsStore &settings = m_model.settings();
+    if (key == settings.themeID.key() || key == settings.contentFontSize.key())
+        applyLook();
+    if (key == settings.dualPaneEnabled.key())
+        applyTwoSides();
+}
+
+void MainWindow::applyLook()
+{
+    const SettingsStore &settings = m_model.settings();
+    Theme::apply(*qobject_cast<QApplication *>(QApplication::instance()), settings.themeID.value(),
+                 settings.contentFontSize.value());
+    setStyleSheet(windowStyleSheet());
+}
+
+void MainWindow::applyTwoSides()
+{
+    const bool isOn = m_model.settings().dualPaneEnabled.value();
+    m_actions->action(WindowCommand::twoSides)->setChecked(isOn);
+    m_sides->widget(1)->setVisible(isOn);
+    if (!activeView().isVisibleTo(this))
+        m_model.setActiveSide(otherSide(m_model.activeSide()));
+}
+
+void MainWindow::quitNow()
+{
+    m_mayClose = true;
+    close();
+}
+
+void MainWindow::closeEvent(QCloseEvent *event)
+{
+    const auto open = std::ranges::count_if(m_model.transfers().transfers(), [](const TransferStatus &transfer) {
+        return transfer.state == TransferStatus::State::running || transfer.state == TransferStatus::State::waiting;
+    });
+    if (open > 0 && !m_mayClose) {
+        event->ignore();
+        m_question->ask(
+            open == 1 ? tr("A transfer is under way. Cancel it and quit? What is already whole stays.")
+                      : tr("%1 transfers are under way. Cancel them and quit? What is already whole stays.").arg(open),
+            tr("Cancel and quit"), MessageBar::Tone::warning, [this] { quitNow(); });
+        return;
+    }
+    WindowState::save(m_model, *this, *m_outer, *m_sides);
+    event->accept();
+    QApplication::quit();
+}
+
+bool MainWindow::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == m_sides->handle(1) && event->type() == QEvent::MouseButtonDblClick) {
+        m_sides->setSizes({1000, 1000});
+        return true;
+    }
+    return QMainWindow::eventFilter(watched, event);
+}
+
+} // namespace moorix

@@ -1,0 +1,98 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "app/AppModel.h"
+#include "ui/WindowActions.h"
+
+#include <QMainWindow>
+#include <QPointer>
+#include <QUuid>
+
+#include <array>
+
+class QSplitter;
+
+namespace moorix {
+
+class MainToolBar;
+class MessageBar;
+class PaneModel;
+class PreferencesWindow;
+class Session;
+class ShortcutsOverview;
+class SideView;
+class Sidebar;
+class StatusStrip;
+class TransferDrawer;
+
+/// The window: two sides with their tabs, the sidebar, and the bars around them. Observes the model, which outlives it,
+/// and calls its operations.
+class MainWindow final : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    explicit MainWindow(AppModel &model);
+    ~MainWindow() override;
+
+    /// Shows what the command line names in the active side, then the other: local paths, and SERVER:PATH with a
+    /// server's name, host or identity.
+    void openTargets(const QStringList &targets);
+    /// Ends the program without asking, as after a signal.
+    void quitNow();
+
+protected:
+    void closeEvent(QCloseEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    void build();
+    QWidget *makeCentre();
+    void connectParts();
+    void connectSidebar();
+    void connectSide(SideView &side);
+    void connectCommands();
+    void addTabCommands();
+    void addServerCommands();
+    void addViewCommands();
+
+    PaneTabs &activeTabs() const;
+    SideView &activeView() const;
+    void runPaneCommand(PaneCommand command);
+    void prepareMenus();
+    void openServer(const QUuid &id, bool inNewTab);
+    void openForm(const ServerConnection &server, bool isNew);
+    void editServer(const QUuid &id);
+    void newServer(const std::optional<QUuid> &folder);
+    void importServers();
+    void addFavorite();
+    void showPreferences();
+    void stepTab(int step);
+    void showSameFolderThere();
+    void swapSides();
+
+    void followActiveSide();
+    void followSession();
+    void showLocation();
+    void followSetting(const QString &key);
+    void applyLook();
+    void applyTwoSides();
+
+    AppModel &m_model;
+    WindowActions *m_actions = nullptr;
+    QHash<WindowCommand, std::function<void()>> m_handlers;
+    MainToolBar *m_toolBar = nullptr;
+    Sidebar *m_sidebar = nullptr;
+    QSplitter *m_outer = nullptr;
+    QSplitter *m_sides = nullptr;
+    std::array<SideView *, 2> m_sideViews{};
+    TransferDrawer *m_drawer = nullptr;
+    MessageBar *m_question = nullptr;
+    StatusStrip *m_status = nullptr;
+    QPointer<PreferencesWindow> m_preferences;
+    QPointer<Session> m_followed;
+    QPointer<PaneModel> m_followedPane;
+    bool m_mayClose = false;
+};
+
+} // namespace moorix

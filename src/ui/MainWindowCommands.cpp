@@ -1,0 +1,262 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ui/MainWindow.h"
+
+#include "app/PaneTabs.h"
+#include "app/ServerConnections.h"
+#include "app/Session.h"
+#include "files/PaneModel.h"
+#include "platform/AppPaths.h"
+#include "servers/ServerStore.h"
+#include "settings/SettingsStore.h"
+#include "ui/Favorites.h"
+#include "ui/SessionView.h"
+#include "ui/SideView.h"
+#include "ui/Sidebar.h"
+#include "ui/TransferDrawer.h"
+#include "ui/dialogs/ShortcutsOverview.h"
+#include "ui/pane/PaneView.h"
+#include "ui/preferences/PreferencesWindow.h"
+#include "ui/servers/ConnectionForm.h"
+#include "ui/servers/ImportServers.h"
+#include "ui/servers/ServerLibraryView.h"
+
+#include <QAction>
+#include <QDir>
+#include <QSplitter>
+
+namespace moorix {
+
+namespace {
+
+/// The server that the command line means: by identity, else by a name or host that only one has.
+std::optional<ServerConnection> serverNamed(const QString &name, const ServerStore &store)
+{
+    if (const std::optional<ServerConnection> known = store.server(QUuid(name)))
+        return known;
+    QList<ServerConnection> found = store.library().servers;
+    found.removeIf([&name](const ServerConnection &server) { return server.name != name && server.host != name; });
+    return found.size() == 1 ? std::optional(found.first()) : std::nullopt;
+}
+
+} // namespace
+
+void MainWindow::connectCommands()
+{
+    addTabCommands();
+    addServerCommands();
+    addViewCommands();
+    connect(m_actions, &WindowActions::windowCommandTriggered, this, [this](WindowCommand command) {
+        if (const auto handler = m_handlers.constFind(command); handler != m_handlers.cend())
+            (*handler)();
+    });
+}
+
+void MainWindow::addTabCommands()
+{
+    using enum WindowCommand;
+    m_handlers[newTab] = [this] { activeView().openNewTab(); };
+    m_handlers[closeTab] = [this] { activeTabs().close(activeTabs().currentIndex()); };
+    m_handlers[nextTab] = [this] { stepTab(1); };
+    m_handlers[previousTab] = [this] { stepTab(-1); };
+    m_handlers[home] = [this] {
+        activeTabs().openLocalHere(AppPaths::home());
+        activeView().focusContent();
+    };
+    m_handlers[addFavorite] = [this] { this->MainWindow::addFavorite(); };
+    m_handlers[quit] = [this] { close(); };
+}
+
+void MainWindow::addServerCommands()
+{
+    using enum WindowCommand;
+    m_handlers[serverLibrary] = [this] {
+        activeTabs().openServers();
+        activeView().focusContent();
+    };
+    m_handlers[quickConnect] = [this] {
+        PaneSlot &slot = activeTabs().slot();
+        slot.setShowsQuickConnect(!slot.showsQuickConnect());
+        if (!slot.showsQuickConnect())
+            activeView().focusContent();
+    };
+    m_handlers[newServer] = [this] { this->MainWindow::newServer(std::nullopt); };
+    m_handlers[importServers] = [this] { this->MainWindow::importServers(); };
+    m_handlers[disconnect] = [this] {
+        if (const auto &server = activeTabs().current().server())
+            m_model.connections().disconnect(server->id);
+        else
+            emit m_model.messageRaised(tr("This tab is not connected to a server."));
+    };
+}
+
+void MainWindow::addViewCommands()
+{
+    using enum WindowCommand;
+    m_handlers[preferences] = [this] { showPreferences(); };
+    m_handlers[sameFolderThere] = [this] { showSameFolderThere(); };
+    m_handlers[swapSides] = [this] { this->MainWindow::swapSides(); };
+    m_handlers[twoSides] = [this] {
+        m_model.settings().dualPaneEnabled.set(!m_model.settings().dualPaneEnabled.value());
+    };
+    m_handlers[sidebar] = [this] { m_sidebar->setVisible(m_actions->action(WindowCommand::sidebar)->isChecked()); };
+    m_handlers[focusSidebar] = [this] {
+        m_sidebar->show();
+        m_actions->action(WindowCommand::sidebar)->setChecked(true);
+        m_sidebar->setFocus();
+    };
+    m_handlers[transfers] = [this] { m_drawer->setVisible(m_actions->action(WindowCommand::transfers)->isChecked()); };
+    m_handlers[shortcuts] = [this] { (new ShortcutsOverview(*m_actions, this))->show(); };
+}
+
+void MainWindow::runPaneCommand(PaneCommand command)
+{
+    if (command == PaneCommand::focusOtherSide) {
+        m_model.setActiveSide(otherSide(m_model.activeSide()));
+        return;
+    }
+    SessionView *view = activeView().currentView();
+    if (view && view->pane())
+        view->pane()->run(command);
+    else if (view && view->library())
+        view->library()->run(command);
+    m_actions->action(PaneCommand::toggleHidden)->setChecked(m_followedPane && m_followedPane->showHidden());
+}
+
+void MainWindow::prepareMenus()
+{
+    SessionView *view = activeView().currentView();
+    for (const WindowActions::Menu &menu : WindowActions::menus()) {
+        for (const WindowActions::Entry &entry : menu.entries) {
+            const PaneCommand *command = std::get_if<PaneCommand>(&entry);
+            if (!command || *command == PaneCommand::focusOtherSide)
+                continue;
+            const bool isAvailable = view && ((view->pane() && view->pane()->isAvailable(*command)) ||
+                                              (view->library() && view->library()->isAvailable(*command)));
+            m_actions->action(*command)->setEnabled(isAvailable);
+        }
+    }
+    m_actions->action(PaneCommand::toggleHidden)->setChecked(m_followedPane && m_followedPane->showHidden());
+    m_actions->action(WindowCommand::disconnect)->setEnabled(activeTabs().current().server().has_value());
+}
+
+void MainWindow::openServer(const QUuid &id, bool inNewTab)
+{
+    const std::optional<ServerConnection> server = m_model.servers().server(id);
+    if (!server)
+        return;
+    if (inNewTab)
+        activeTabs().openServer(*server, std::nullopt, std::nullopt);
+    else
+        activeTabs().openServerHere(*server);
+    activeView().focusContent();
+}
+
+void MainWindow::openForm(const ServerConnection &server, bool isNew)
+{
+    activeTabs().slot().setDraft(server);
+    const auto purpose = isNew ? ConnectionForm::Purpose::create : ConnectionForm::Purpose::edit;
+    auto *form = new ConnectionForm(m_model, server, purpose, this);
+    connect(form, &ConnectionForm::saved, this, [this](const ServerConnection &saved) {
+        emit m_model.messageRaised(tr("“%1” is saved.").arg(saved.displayName()));
+    });
+    form->open();
+}
+
+void MainWindow::editServer(const QUuid &id)
+{
+    if (const std::optional<ServerConnection> server = m_model.servers().server(id))
+        openForm(*server, false);
+}
+
+void MainWindow::newServer(const std::optional<QUuid> &folder)
+{
+    ServerConnection draft = ServerConnection::newDraft(NetworkProtocol::sftp);
+    draft.folderID = folder;
+    openForm(draft, true);
+}
+
+void MainWindow::importServers()
+{
+    (new ImportServers(m_model, this))->open();
+}
+
+void MainWindow::addFavorite()
+{
+    const Session &session = activeTabs().current();
+    if (session.server() && m_model.servers().server(session.server()->id)) {
+        const QUuid id = session.server()->id;
+        m_model.servers().toggleFavorite(id);
+        const bool isFavorite = m_model.servers().server(id)->isFavorite;
+        emit m_model.messageRaised((isFavorite ? tr("“%1” is a favourite.") : tr("“%1” is no longer a favourite."))
+                                       .arg(session.server()->displayName()));
+    } else if (session.mode() == PaneMode::local && !session.pane()->currentPath().isEmpty()) {
+        Setting<QString> &favorites = m_model.settings().localFavoritesRaw;
+        favorites.set(Favorites::adding(favorites.value(), session.pane()->currentPath()));
+        emit m_model.messageRaised(tr("“%1” is in the sidebar.").arg(session.title()));
+    } else {
+        emit m_model.messageRaised(tr("Only local folders and saved servers can be favourites."));
+    }
+}
+
+void MainWindow::showPreferences()
+{
+    if (!m_preferences)
+        m_preferences = new PreferencesWindow(m_model, this);
+    m_preferences->show();
+    m_preferences->raise();
+    m_preferences->activateWindow();
+}
+
+void MainWindow::stepTab(int step)
+{
+    PaneTabs &tabs = activeTabs();
+    const qsizetype count = tabs.sessions().size();
+    tabs.setCurrentIndex((tabs.currentIndex() + step + count) % count);
+}
+
+void MainWindow::showSameFolderThere()
+{
+    const Session &session = activeTabs().current();
+    PaneTabs &other = m_model.tabs(otherSide(m_model.activeSide()));
+    if (!session.pane())
+        emit m_model.messageRaised(tr("This side shows no folder."));
+    else if (session.server())
+        other.openServer(*session.server(), std::nullopt, session.pane()->currentPath());
+    else
+        other.openLocalHere(session.pane()->currentPath());
+}
+
+void MainWindow::swapSides()
+{
+    // The sides change places with all their tabs, histories and connections.
+    const QList<int> sizes = m_sides->sizes();
+    QWidget *second = m_sides->widget(1);
+    m_sides->insertWidget(0, second);
+    m_sides->setSizes({sizes.value(1), sizes.value(0)});
+    m_sides->handle(1)->installEventFilter(this);
+    for (SideView *view : m_sideViews)
+        view->show();
+    applyTwoSides();
+}
+
+void MainWindow::openTargets(const QStringList &targets)
+{
+    Side side = m_model.activeSide();
+    for (const QString &target : targets) {
+        const qsizetype colon = target.indexOf(u':');
+        const QString name = target.left(colon);
+        const bool mayBeServer = colon > 0 && !name.contains(u'/');
+        const std::optional<ServerConnection> server =
+            mayBeServer ? serverNamed(name, m_model.servers()) : std::nullopt;
+        if (server)
+            m_model.tabs(side).openServer(
+                *server, std::nullopt, colon + 1 < target.size() ? std::optional(target.mid(colon + 1)) : std::nullopt);
+        else if (mayBeServer)
+            emit m_model.messageRaised(tr("There is no saved server “%1”.").arg(name));
+        else
+            m_model.tabs(side).openLocalHere(QDir::cleanPath(QDir::current().absoluteFilePath(target)));
+        side = otherSide(side);
+    }
+}
+
+} // namespace moorix

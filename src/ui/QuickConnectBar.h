@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QFrame>
+
+class QCheckBox;
+class QLabel;
+class QLineEdit;
+
+namespace moorix {
+
+class AppModel;
+class PaneTabs;
+
+/// One line to connect to a server that is not in the library. Shown while the side's slot says so.
+class QuickConnectBar final : public QFrame
+{
+    Q_OBJECT
+
+public:
+    QuickConnectBar(AppModel &model, PaneTabs &tabs, QWidget *parent = nullptr);
+    ~QuickConnectBar() override;
+
+signals:
+    /// The bar is about to hide and had the keyboard.
+    void keyboardReleased();
+
+protected:
+    void keyPressEvent(QKeyEvent *event) override;
+
+private:
+    void followSlot();
+    void connectToAddress();
+
+    AppModel &m_model;
+    PaneTabs &m_tabs;
+    QLineEdit *m_address;
+    QLineEdit *m_password;
+    QCheckBox *m_save;
+    QLabel *m_problem;
+};
+
+} // namespace moorix

@@ -1,0 +1,165 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ui/SessionView.h"
+
+#include "app/PaneTabs.h"
+#include "app/Session.h"
+#include "servers/ServerStore.h"
+#include "transfers/TransferEngine.h"
+#include "ui/ConnectingView.h"
+#include "ui/FailureView.h"
+#include "ui/MessageBar.h"
+#include "ui/pane/PaneContext.h"
+#include "ui/pane/PaneView.h"
+#include "ui/servers/ServerLibraryView.h"
+
+#include <QApplication>
+#include <QDesktopServices>
+#include <QUrl>
+#include <QVBoxLayout>
+
+namespace moorix {
+
+SessionView::SessionView(AppModel &model, Side side, Session &session, QWidget *parent)
+    : QWidget(parent)
+    , m_model(model)
+    , m_side(side)
+    , m_session(session)
+    , m_column(new QVBoxLayout(this))
+    , m_notice(new MessageBar(this))
+{
+    m_column->setContentsMargins(0, 0, 0, 0);
+    m_column->setSpacing(0);
+    m_column->addWidget(m_notice);
+    connect(&session, &Session::stateChanged, this, &SessionView::followState);
+    connect(&session, &Session::noticeChanged, this, &SessionView::followNotice);
+    connect(m_notice, &MessageBar::dismissed, &session, &Session::dismissNotice);
+    followState();
+    followNotice();
+}
+
+SessionView::~SessionView() = default;
+
+void SessionView::focusContent()
+{
+    if (m_library)
+        m_library->focusList();
+    else if (m_pane)
+        m_pane->focusList();
+    else
+        m_content->setFocus();
+}
+
+void SessionView::followState()
+{
+    const bool hadFocus = isAncestorOf(QApplication::focusWidget());
+    QWidget *old = m_content;
+    m_pane = nullptr;
+    m_library = nullptr;
+    m_content = makeContent();
+    m_column->addWidget(m_content, 1);
+    if (hadFocus)
+        focusContent();
+    if (old) {
+        // Later: the change may have been asked for by a button of the content itself.
+        old->hide();
+        old->deleteLater();
+    }
+}
+
+void SessionView::followNotice()
+{
+    if (m_session.notice().isEmpty())
+        m_notice->dismiss();
+    else
+        m_notice->tell(m_session.notice(), MessageBar::Tone::information);
+}
+
+QWidget *SessionView::makeContent()
+{
+    switch (m_session.state()) {
+    case Session::State::connecting:
+        return new ConnectingView(m_session, this);
+    case Session::State::failed:
+        return makeFailure();
+    case Session::State::ready:
+        break;
+    }
+    return m_session.pane() ? makePane() : makeLibrary();
+}
+
+PaneContext SessionView::paneContext()
+{
+    const auto open = [this](Side side, bool inNewTab) {
+        return [this, side, inNewTab](const FileItem &folder) { openElsewhere(folder.path, side, inNewTab); };
+    };
+    PaneContext context{
+        .settings = m_model.settings(),
+        .clipboard = m_model.clipboard(),
+        .localFiles = m_model.localFiles(),
+        .copyToOtherSide = [this] { return m_model.transferSelection(m_side, false); },
+        .moveToOtherSide = [this] { return m_model.transferSelection(m_side, true); },
+        .paste = [this] { return m_model.paste(m_side); },
+        .transfer = [this](TransferRequest request) { m_model.transfers().enqueue(std::move(request)); },
+        .openFile = {},
+        .editFile = {},
+        .openInOtherPane = open(otherSide(m_side), false),
+        .openInNewTab = open(m_side, true),
+        .focusOtherSide = [this] { m_model.setActiveSide(otherSide(m_side)); },
+    };
+    if (m_session.mode() == PaneMode::local) {
+        context.openFile = [this](const FileItem &item) {
+            if (!QDesktopServices::openUrl(QUrl::fromLocalFile(item.path)))
+                emit m_model.messageRaised(tr("No program is set up to open “%1”.").arg(item.name));
+        };
+    }
+    return context;
+}
+
+QWidget *SessionView::makePane()
+{
+    m_pane = new PaneView(*m_session.pane(), paneContext(), this);
+    connect(m_pane, &PaneView::messageRaised, &m_model, &AppModel::messageRaised);
+    connect(m_pane, &PaneView::activated, this, [this] { m_model.setActiveSide(m_side); });
+    return m_pane;
+}
+
+QWidget *SessionView::makeLibrary()
+{
+    m_library = new ServerLibraryView(m_model, this);
+    connect(m_library, &ServerLibraryView::connectRequested, this,
+            [this](const QUuid &id, ServerLibraryView::Where where) {
+                const std::optional<ServerConnection> server = m_model.servers().server(id);
+                if (!server)
+                    return;
+                if (where == ServerLibraryView::Where::here)
+                    m_model.tabs(m_side).openServerHere(*server);
+                else
+                    m_model.tabs(m_side).openServer(*server, std::nullopt, std::nullopt);
+            });
+    connect(m_library, &ServerLibraryView::editRequested, this, &SessionView::editServerRequested);
+    connect(m_library, &ServerLibraryView::newServerRequested, this, &SessionView::newServerRequested);
+    connect(m_library, &ServerLibraryView::importRequested, this, &SessionView::importRequested);
+    return m_library;
+}
+
+QWidget *SessionView::makeFailure()
+{
+    const QUuid id = m_session.server() ? m_session.server()->id : QUuid();
+    const bool isSaved = m_model.servers().server(id).has_value();
+    auto *view = new FailureView(m_session, isSaved, m_model.processes(), this);
+    connect(view, &FailureView::editRequested, this, [this, id] { emit editServerRequested(id); });
+    return view;
+}
+
+void SessionView::openElsewhere(const QString &folder, Side side, bool inNewTab)
+{
+    PaneTabs &tabs = m_model.tabs(side);
+    if (m_session.server())
+        tabs.openServer(*m_session.server(), std::nullopt, folder);
+    else if (inNewTab)
+        tabs.openLocal(folder);
+    else
+        tabs.openLocalHere(folder);
+}
+
+} // namespace moorix

@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "app/AppModel.h"
+
+#include <QUuid>
+#include <QWidget>
+
+class QVBoxLayout;
+
+namespace moorix {
+
+class MessageBar;
+class PaneView;
+class ServerLibraryView;
+struct PaneContext;
+class Session;
+
+/// The content of one tab, whatever its session is at the moment: a file list, the server library, a connection being
+/// made or one that failed.
+class SessionView final : public QWidget
+{
+    Q_OBJECT
+
+public:
+    SessionView(AppModel &model, Side side, Session &session, QWidget *parent = nullptr);
+    ~SessionView() override;
+
+    /// Null unless a file list is shown.
+    PaneView *pane() const { return m_pane; }
+    /// Null unless the server library is shown.
+    ServerLibraryView *library() const { return m_library; }
+    /// Gives the keyboard to what is shown.
+    void focusContent();
+
+signals:
+    void editServerRequested(const QUuid &server);
+    void newServerRequested(const std::optional<QUuid> &folder);
+    void importRequested();
+
+private:
+    void followState();
+    void followNotice();
+    QWidget *makeContent();
+    PaneContext paneContext();
+    QWidget *makePane();
+    QWidget *makeLibrary();
+    QWidget *makeFailure();
+    void openElsewhere(const QString &folder, Side side, bool inNewTab);
+
+    AppModel &m_model;
+    Side m_side;
+    Session &m_session;
+    QVBoxLayout *m_column;
+    MessageBar *m_notice;
+    QWidget *m_content = nullptr;
+    PaneView *m_pane = nullptr;
+    ServerLibraryView *m_library = nullptr;
+};
+
+} // namespace moorix

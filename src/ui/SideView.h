@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "app/AppModel.h"
+
+#include <QHash>
+#include <QUuid>
+#include <QWidget>
+
+class QStackedWidget;
+class QTabBar;
+
+namespace moorix {
+
+class PaneTabs;
+
+class Session;
+class SessionView;
+
+/// One side of the window: its tabs and the content of the current one. Follows its PaneTabs; what the user does to
+/// the tabs goes there.
+class SideView final : public QWidget
+{
+    Q_OBJECT
+
+public:
+    SideView(AppModel &model, Side side, QWidget *parent = nullptr);
+    ~SideView() override;
+
+    Side side() const { return m_side; }
+    SessionView *currentView() const;
+    void focusContent();
+    /// Marks the side that the keyboard and the toolbar act on.
+    void setActive(bool isActive);
+    void openNewTab();
+
+signals:
+    void editServerRequested(const QUuid &server);
+    void newServerRequested(const std::optional<QUuid> &folder);
+    void importRequested();
+
+protected:
+    bool focusNextPrevChild(bool next) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    QWidget *makeHeader();
+    void followSessions();
+    void followCurrent();
+    void addTab();
+    void updateTab(int index);
+    SessionView *makeView(Session &session);
+    void showTabMenu(const QPoint &position);
+
+    AppModel &m_model;
+    Side m_side;
+    PaneTabs &m_tabs;
+    QTabBar *m_bar;
+    QStackedWidget *m_stack;
+    QHash<Session *, SessionView *> m_views;
+};
+
+} // namespace moorix

@@ -1,0 +1,262 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ui/Sidebar.h"
+
+#include "app/AppModel.h"
+#include "app/ServerConnections.h"
+#include "files/Format.h"
+#include "servers/ServerStore.h"
+#include "settings/SettingsStore.h"
+#include "ui/Favorites.h"
+#include "ui/SidebarDelegate.h"
+#include "ui/Theme.h"
+#include "ui/pane/FileMimeData.h"
+#include "ui/servers/ServerLook.h"
+
+#include <QDragEnterEvent>
+#include <QFileInfo>
+#include <QKeyEvent>
+#include <QMenu>
+#include <QStandardPaths>
+
+#include <algorithm>
+
+namespace moorix {
+
+namespace {
+
+/// Folders among what is dragged: of a file list, or of another program.
+QStringList foldersOf(const QMimeData &data)
+{
+    QStringList folders;
+    if (const auto *files = qobject_cast<const FileMimeData *>(&data)) {
+        if (!files->hasUrls())
+            return {};
+        for (const FileItem &item : files->items()) {
+            if (item.isDirectory)
+                folders += item.path;
+        }
+        return folders;
+    }
+    for (const QString &path : FileMimeData::localPaths(data)) {
+        if (QFileInfo(path).isDir())
+            folders += path;
+    }
+    return folders;
+}
+
+/// The folders stay where they are, so never the action after which a source removes them.
+Qt::DropAction harmlessAction(const QDropEvent &event)
+{
+    return event.possibleActions().testFlag(Qt::LinkAction) ? Qt::LinkAction : Qt::CopyAction;
+}
+
+} // namespace
+
+Sidebar::Sidebar(AppModel &model, QWidget *parent)
+    : QTreeWidget(parent)
+    , m_model(model)
+    , m_places(addSection(tr("PLACES")))
+    , m_servers(addSection(tr("SERVERS")))
+{
+    setObjectName(QStringLiteral("sidebar"));
+    setAccessibleName(tr("Places and servers"));
+    setHeaderHidden(true);
+    setIndentation(0);
+    setRootIsDecorated(false);
+    setItemsExpandable(false);
+    setFrameShape(NoFrame);
+    setMouseTracking(true);
+    setItemDelegate(new SidebarDelegate(connectedRole, this));
+    setAcceptDrops(true);
+    setDragDropMode(DropOnly);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setContextMenuPolicy(Qt::CustomContextMenu);
+    setTabKeyNavigation(false);
+    fillPlaces();
+    fillServers();
+
+    connect(this, &QWidget::customContextMenuRequested, this, &Sidebar::showMenu);
+    connect(&model.servers(), &ServerStore::libraryChanged, this, &Sidebar::fillServers);
+    connect(&model.connections(), &ServerConnections::connectionsChanged, this, &Sidebar::fillServers);
+    connect(&model.settings(), &SettingsStore::settingChanged, this, [this](const QString &key) {
+        if (key == m_model.settings().localFavoritesRaw.key())
+            fillPlaces();
+    });
+}
+
+Sidebar::~Sidebar() = default;
+
+QTreeWidgetItem *Sidebar::addSection(const QString &title)
+{
+    auto *section = new QTreeWidgetItem(this, {title});
+    section->setFlags(Qt::ItemIsEnabled);
+    section->setExpanded(true);
+    return section;
+}
+
+void Sidebar::addPlace(const QString &label, const QString &iconName, const QString &path)
+{
+    auto *item = new QTreeWidgetItem(m_places, {label});
+    item->setIcon(0, Theme::icon(iconName));
+    item->setData(0, pathRole, path);
+    item->setToolTip(0, Format::display(path));
+}
+
+void Sidebar::fillPlaces()
+{
+    qDeleteAll(m_places->takeChildren());
+    const auto standard = [](QStandardPaths::StandardLocation location) {
+        return QStandardPaths::writableLocation(location);
+    };
+    addPlace(tr("Home"), QStringLiteral("go-home"), standard(QStandardPaths::HomeLocation));
+    addPlace(tr("Desktop"), QStringLiteral("user-desktop"), standard(QStandardPaths::DesktopLocation));
+    addPlace(tr("Documents"), QStringLiteral("folder-documents"), standard(QStandardPaths::DocumentsLocation));
+    addPlace(tr("Downloads"), QStringLiteral("folder-download"), standard(QStandardPaths::DownloadLocation));
+    addPlace(tr("File system"), QStringLiteral("drive-harddisk"), QStringLiteral("/"));
+    for (const QString &path : Favorites::parse(m_model.settings().localFavoritesRaw.value())) {
+        const QString name = Format::fileName(path);
+        addPlace(name.isEmpty() ? path : Format::display(name), QStringLiteral("bookmarks"), path);
+        m_places->child(m_places->childCount() - 1)->setData(0, favoriteRole, true);
+    }
+    markCurrent(m_currentPath, m_currentServer);
+}
+
+void Sidebar::fillServers()
+{
+    qDeleteAll(m_servers->takeChildren());
+    QList<ServerConnection> servers = m_model.servers().favorites();
+    QList<ServerConnection> others = m_model.servers().library().servers;
+    others.removeIf([](const ServerConnection &server) { return server.isFavorite; });
+    std::ranges::sort(others, [](const ServerConnection &a, const ServerConnection &b) {
+        return a.displayName().localeAwareCompare(b.displayName()) < 0;
+    });
+    for (const ServerConnection &server : servers + others) {
+        auto *item = new QTreeWidgetItem(m_servers, {Format::display(server.displayName())});
+        const bool isConnected = m_model.connections().isConnected(server.id);
+        item->setIcon(0, ServerLook::icon(server));
+        item->setData(0, serverRole, server.id);
+        item->setData(0, connectedRole, isConnected);
+        item->setToolTip(0, isConnected ? tr("%1 — connected").arg(ServerLook::address(server))
+                                        : ServerLook::address(server));
+    }
+    m_servers->setHidden(m_servers->childCount() == 0);
+    markCurrent(m_currentPath, m_currentServer);
+}
+
+void Sidebar::markCurrent(const QString &localPath, const QUuid &server)
+{
+    m_currentPath = localPath;
+    m_currentServer = server;
+    clearSelection();
+    for (QTreeWidgetItem *section : {m_places, m_servers}) {
+        for (int row = 0; row < section->childCount(); ++row) {
+            QTreeWidgetItem *item = section->child(row);
+            const bool isShown = section == m_places ? !localPath.isEmpty() && item->data(0, pathRole) == localPath
+                                                     : !server.isNull() && item->data(0, serverRole) == server;
+            if (isShown)
+                item->setSelected(true);
+        }
+    }
+}
+
+void Sidebar::choose(const QTreeWidgetItem *item)
+{
+    if (!item || !item->parent())
+        return;
+    if (item->parent() == m_places)
+        emit placeChosen(item->data(0, pathRole).toString());
+    else
+        emit serverChosen(item->data(0, serverRole).toUuid());
+}
+
+void Sidebar::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)
+        choose(currentItem());
+    else
+        QTreeWidget::keyPressEvent(event);
+}
+
+void Sidebar::mouseReleaseEvent(QMouseEvent *event)
+{
+    QTreeWidget::mouseReleaseEvent(event);
+    const QTreeWidgetItem *item = itemAt(event->position().toPoint());
+    if (!item || !item->parent())
+        return;
+    if (event->button() == Qt::LeftButton) {
+        choose(item);
+    } else if (event->button() == Qt::MiddleButton) {
+        if (item->parent() == m_places)
+            emit placeInNewTabRequested(item->data(0, pathRole).toString());
+        else
+            emit serverInNewTabRequested(item->data(0, serverRole).toUuid());
+    }
+}
+
+void Sidebar::showMenu(const QPoint &position)
+{
+    const QTreeWidgetItem *item = itemAt(position);
+    auto *menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    if (item && item->parent() == m_places)
+        fillPlaceMenu(*menu, *item);
+    else if (item && item->parent() == m_servers)
+        fillServerMenu(*menu, item->data(0, serverRole).toUuid());
+    menu->addAction(tr("New server…"), this, &Sidebar::newServerRequested);
+    menu->addAction(tr("Show the server library"), this, &Sidebar::libraryRequested);
+    menu->popup(viewport()->mapToGlobal(position));
+}
+
+void Sidebar::fillServerMenu(QMenu &menu, const QUuid &server)
+{
+    menu.addAction(tr("Connect"), this, [this, server] { emit serverChosen(server); });
+    menu.addAction(tr("Connect in a new tab"), this, [this, server] { emit serverInNewTabRequested(server); });
+    if (m_model.connections().isConnected(server))
+        menu.addAction(tr("Disconnect"), this, [this, server] { m_model.connections().disconnect(server); });
+    menu.addAction(tr("Edit…"), this, [this, server] { emit editServerRequested(server); });
+    const bool isFavorite = m_model.servers().server(server).value_or(ServerConnection()).isFavorite;
+    menu.addAction(isFavorite ? tr("Remove from favourites") : tr("Add to favourites"), this,
+                   [this, server] { m_model.servers().toggleFavorite(server); });
+    menu.addSeparator();
+}
+
+void Sidebar::fillPlaceMenu(QMenu &menu, const QTreeWidgetItem &item)
+{
+    const QString path = item.data(0, pathRole).toString();
+    menu.addAction(tr("Open"), this, [this, path] { emit placeChosen(path); });
+    menu.addAction(tr("Open in a new tab"), this, [this, path] { emit placeInNewTabRequested(path); });
+    if (item.data(0, favoriteRole).toBool()) {
+        menu.addAction(tr("Remove from the sidebar"), this, [this, path] {
+            setFavorites(Favorites::removing(m_model.settings().localFavoritesRaw.value(), path));
+        });
+    }
+    menu.addSeparator();
+}
+
+void Sidebar::setFavorites(const QString &raw)
+{
+    m_model.settings().localFavoritesRaw.set(raw);
+}
+
+void Sidebar::dragEnterEvent(QDragEnterEvent *event)
+{
+    event->setAccepted(!foldersOf(*event->mimeData()).isEmpty());
+}
+
+void Sidebar::dragMoveEvent(QDragMoveEvent *event)
+{
+    event->setDropAction(harmlessAction(*event));
+    event->accept();
+}
+
+void Sidebar::dropEvent(QDropEvent *event)
+{
+    QString raw = m_model.settings().localFavoritesRaw.value();
+    for (const QString &folder : foldersOf(*event->mimeData()))
+        raw = Favorites::adding(raw, folder);
+    setFavorites(raw);
+    event->setDropAction(harmlessAction(*event));
+    event->accept();
+}
+
+} // namespace moorix

@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QTimer>
+#include <QUuid>
+#include <QWidget>
+
+class QLabel;
+class QProgressBar;
+class QToolButton;
+
+namespace moorix {
+
+class AppModel;
+struct TransferStatus;
+
+/// The line at the foot of the window: whom the active side is connected to, the latest message, and the transfer
+/// under way.
+class StatusStrip final : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit StatusStrip(AppModel &model, QWidget *parent = nullptr);
+
+    /// Shown for a while, then the line falls silent again.
+    void tell(const QString &message);
+    /// Whom the active side is connected to.
+    void showConnection(const QString &text, bool isConnected);
+
+signals:
+    void transfersRequested();
+
+private:
+    void followTransfers();
+    void showEnded(const TransferStatus &transfer);
+
+    AppModel &m_model;
+    QLabel *m_dot;
+    QLabel *m_connection;
+    QLabel *m_message;
+    QLabel *m_progressText;
+    QProgressBar *m_progress;
+    QToolButton *m_cancel;
+    QToolButton *m_queue;
+    QTimer m_silence;
+    QUuid m_running;
+};
+
+} // namespace moorix

@@ -1,0 +1,182 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ui/WindowActions.h"
+
+#include "ui/Theme.h"
+
+#include <QAction>
+#include <QMenu>
+#include <QMenuBar>
+#include <QWidget>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace moorix {
+
+namespace {
+
+struct CommandInfo
+{
+    WindowCommand command;
+    QString text;
+    QString iconName;
+    QList<QKeySequence> keys;
+    bool isCheckable = false;
+};
+
+// clang-format off
+QList<CommandInfo> windowCommands()
+{
+    using enum WindowCommand;
+    return {
+        {newTab, WindowActions::tr("New tab"), u"tab-new"_s, {Qt::CTRL | Qt::Key_T}},
+        {closeTab, WindowActions::tr("Close tab"), u"tab-close"_s, {Qt::CTRL | Qt::Key_W}},
+        {nextTab, WindowActions::tr("Next tab"), u"go-next-view"_s, {Qt::CTRL | Qt::Key_Tab, Qt::CTRL | Qt::Key_PageDown}},
+        {previousTab, WindowActions::tr("Previous tab"), u"go-previous-view"_s, {Qt::CTRL | Qt::SHIFT | Qt::Key_Backtab, Qt::CTRL | Qt::Key_PageUp}},
+        {quit, WindowActions::tr("Quit"), u"application-exit"_s, {Qt::CTRL | Qt::Key_Q}},
+        {preferences, WindowActions::tr("Preferences…"), u"configure"_s, {Qt::CTRL | Qt::Key_Comma}},
+        {serverLibrary, WindowActions::tr("Server library"), u"network-server"_s, {Qt::CTRL | Qt::SHIFT | Qt::Key_S}},
+        {quickConnect, WindowActions::tr("Quick connect"), u"network-connect"_s, {Qt::CTRL | Qt::Key_K}},
+        {newServer, WindowActions::tr("New server…"), u"list-add"_s, {Qt::CTRL | Qt::Key_N}},
+        {importServers, WindowActions::tr("Import from ~/.ssh/config…"), u"document-import"_s, {}},
+        {disconnect, WindowActions::tr("Disconnect"), u"network-disconnect"_s, {Qt::CTRL | Qt::SHIFT | Qt::Key_K}},
+        {addFavorite, WindowActions::tr("Add to favourites"), u"bookmark-new"_s, {Qt::CTRL | Qt::Key_D}},
+        {home, WindowActions::tr("Home folder"), u"go-home"_s, {Qt::ALT | Qt::Key_Home}},
+        {sameFolderThere, WindowActions::tr("Show this folder on the other side"), u"view-split-left-right"_s, {Qt::CTRL | Qt::SHIFT | Qt::Key_U}},
+        {swapSides, WindowActions::tr("Swap sides"), u"exchange-positions"_s, {Qt::CTRL | Qt::Key_U}},
+        {twoSides, WindowActions::tr("Two sides"), u"view-split-left-right"_s, {Qt::CTRL | Qt::Key_2}, true},
+        {sidebar, WindowActions::tr("Sidebar"), u"view-sidetree"_s, {Qt::CTRL | Qt::Key_B}, true},
+        {focusSidebar, WindowActions::tr("Go to the sidebar"), u"go-first-view"_s, {Qt::CTRL | Qt::Key_0}},
+        {transfers, WindowActions::tr("Transfers"), u"document-send"_s, {Qt::CTRL | Qt::Key_J}, true},
+        {shortcuts, WindowActions::tr("Keyboard shortcuts"), u"help-keyboard-shortcuts"_s, {Qt::Key_F1}},
+    };
+}
+// clang-format on
+
+/// Keys that text fields need themselves, and those without a modifier, are left to the file list that has the
+/// keyboard; the menus only name them.
+bool isForListOnly(const QKeySequence &keys)
+{
+    const QKeyCombination first = keys[0];
+    const Qt::Key key = first.key();
+    if (key >= Qt::Key_F1 && key <= Qt::Key_F12)
+        return false;
+    const bool isPlain = !first.keyboardModifiers().testAnyFlags(Qt::ControlModifier | Qt::AltModifier);
+    return isPlain || key == Qt::Key_Return || key == Qt::Key_A || key == Qt::Key_C || key == Qt::Key_V ||
+           key == Qt::Key_X;
+}
+
+} // namespace
+
+const QList<WindowActions::Menu> &WindowActions::menus()
+{
+    using W = WindowCommand;
+    using P = PaneCommand;
+    constexpr std::monostate line;
+    static const QList<Menu> all{
+        {tr("&File"),
+         {W::newTab,
+          W::closeTab,
+          line,
+          P::open,
+          P::openInOtherPane,
+          P::openInNewTab,
+          P::quickLook,
+          line,
+          P::newFolder,
+          P::newFile,
+          P::rename,
+          P::duplicate,
+          line,
+          P::copyToOtherSide,
+          P::moveToOtherSide,
+          line,
+          P::info,
+          P::remove,
+          P::removeForGood,
+          line,
+          W::quit}},
+        {tr("&Edit"),
+         {P::cut, P::copy, P::paste, line, P::selectAll, P::invertSelection, line, P::copyPath, line, W::preferences}},
+        {tr("&View"),
+         {P::filter, P::toggleHidden, P::reload, line, W::twoSides, W::sidebar, W::transfers, line, W::swapSides,
+          W::sameFolderThere}},
+        {tr("&Go"),
+         {P::goBack, P::goForward, P::goUp, W::home, P::editPath, line, W::nextTab, W::previousTab, P::focusOtherSide,
+          W::focusSidebar, line, W::addFavorite}},
+        {tr("&Servers"),
+         {W::quickConnect, W::serverLibrary, line, W::newServer, W::importServers, line, W::disconnect}},
+        {tr("&Help"), {W::shortcuts}},
+    };
+    return all;
+}
+
+WindowActions::WindowActions(QWidget &window)
+    : QObject(&window)
+{
+    for (const CommandInfo &info : windowCommands()) {
+        auto *action = new QAction(Theme::icon(info.iconName), info.text, this);
+        action->setShortcuts(info.keys);
+        action->setCheckable(info.isCheckable);
+        window.addAction(action);
+        m_window.insert(info.command, action);
+        connect(action, &QAction::triggered, this,
+                [this, command = info.command] { emit windowCommandTriggered(command); });
+    }
+    addPaneActions(window);
+}
+
+void WindowActions::addPaneActions(QWidget &window)
+{
+    for (const Menu &menu : menus()) {
+        for (const Entry &entry : menu.entries) {
+            const PaneCommand *command = std::get_if<PaneCommand>(&entry);
+            if (!command)
+                continue;
+            const PaneCommandInfo &info = infoOf(*command);
+            auto *action = new QAction(Theme::icon(info.iconName), info.text, this);
+            action->setShortcuts(info.keys);
+            if (!info.keys.isEmpty() && isForListOnly(info.keys.first()))
+                action->setShortcutContext(Qt::WidgetShortcut);
+            else
+                window.addAction(action);
+            m_pane.insert(*command, action);
+            connect(action, &QAction::triggered, this,
+                    [this, command = *command] { emit paneCommandTriggered(command); });
+        }
+    }
+    m_pane.value(PaneCommand::toggleHidden)->setCheckable(true);
+    for (const PaneCommand command : {PaneCommand::remove, PaneCommand::removeForGood})
+        m_pane.value(command)->setIcon(Theme::icon(infoOf(command).iconName, Theme::Color::danger));
+    m_pane.value(PaneCommand::moveToOtherSide)->setIcon(Theme::icon(u"edit-cut"_s));
+}
+
+QAction *WindowActions::action(const Entry &entry) const
+{
+    if (const auto *command = std::get_if<WindowCommand>(&entry))
+        return action(*command);
+    if (const auto *command = std::get_if<PaneCommand>(&entry))
+        return action(*command);
+    return nullptr;
+}
+
+void WindowActions::fill(QMenuBar &bar)
+{
+    for (const Menu &menu : menus()) {
+        QMenu *made = bar.addMenu(menu.title);
+        for (const Entry &entry : menu.entries) {
+            if (QAction *known = action(entry))
+                made->addAction(known);
+            else
+                made->addSeparator();
+        }
+        connect(made, &QMenu::aboutToShow, this, &WindowActions::menuOpens);
+        connect(made, &QMenu::aboutToHide, this, [made] {
+            for (QAction *shown : made->actions())
+                shown->setEnabled(true);
+        });
+    }
+}
+
+} // namespace moorix

@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ui/WindowStyle.h"
+
+#include "ui/Theme.h"
+
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace moorix {
+
+namespace {
+
+/// Names in angle brackets stand for colours.
+const auto sheetTemplate = uR"(
+QToolBar#mainToolBar QToolButton { padding: 6px 9px; }
+QTreeWidget#sidebar { background: <sidebar>; border: none; }
+QWidget#sideHeader { background: <sidebar>; border-bottom: 1px solid <border>; }
+QTabBar#sideTabs::tab { padding: 7px 6px 7px 12px; }
+QTabBar#sideTabs QToolButton { padding: 0 4px 2px 4px; border-radius: 4px; margin-right: 2px; color: <faintText>;
+    font-size: 15px; }
+QTabBar#sideTabs QToolButton:hover { color: <text>; }
+QTabBar#sideTabs::tab:selected { background: <base>; border-bottom-color: <faintText>; }
+QWidget#sideView[active="true"] QTabBar#sideTabs::tab:selected { border-bottom-color: <accent>; }
+QWidget#sideView[active="false"] QTabBar#sideTabs::tab:selected { color: <mutedText>; }
+QSplitter#sideSplitter::handle:hover { background: <accent>; }
+QWidget#statusStrip { background: <sidebar>; border-top: 1px solid <border>; }
+QWidget#statusStrip QLabel { color: <mutedText>; }
+QFrame#transferDrawer { background: <sidebar>; border: none; border-top: 1px solid <border>; }
+QFrame#conflictBar { background: <toolBar>; border: none; border-top: 2px solid <warning>; }
+QLabel[role="heading"] { font-weight: 600; font-size: 15px; }
+QLabel[role="headline"] { font-weight: 600; font-size: 18px; }
+QLabel[role="keys"] { background: <toolBar>; border: 1px solid <border>; border-radius: 4px; padding: 1px 6px;
+    color: <mutedText>; }
+QFrame[role="separator"] { background: <border>; border: none; }
+QListWidget#preferencePages { background: <sidebar>; border-right: 1px solid <border>; padding: 8px; }
+QListWidget#preferencePages::item { padding: 8px 10px; border-radius: 6px; }
+QListWidget#preferencePages::item:selected { background: <selection>; color: <text>; }
+QScrollArea[role="page"], QScrollArea[role="page"] > QWidget, QWidget[role="pageBody"] { border: none;
+    background: <window>; }
+)"_s;
+
+} // namespace
+
+QString windowStyleSheet()
+{
+    using enum Theme::Color;
+    const std::pair<QStringView, QColor> names[] = {
+        {u"<window>", Theme::color(window)},       {u"<base>", Theme::color(base)},
+        {u"<sidebar>", Theme::color(sidebar)},     {u"<toolBar>", Theme::color(toolBar)},
+        {u"<text>", Theme::color(text)},           {u"<mutedText>", Theme::color(mutedText)},
+        {u"<faintText>", Theme::color(faintText)}, {u"<border>", Theme::color(border)},
+        {u"<accent>", Theme::color(accent)},       {u"<selection>", Theme::color(selection)},
+        {u"<warning>", Theme::color(warning)},     {u"<danger>", Theme::color(danger)},
+    };
+    QString sheet = sheetTemplate;
+    for (const auto &[name, color] : names)
+        sheet.replace(name.toString(), color.name());
+    return sheet;
+}
+
+} // namespace moorix

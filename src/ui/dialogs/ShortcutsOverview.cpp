@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ui/dialogs/ShortcutsOverview.h"
+
+#include "ui/Widgets.h"
+#include "ui/WindowActions.h"
+
+#include <QAction>
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QScrollArea>
+#include <QVBoxLayout>
+
+namespace moorix {
+
+namespace {
+
+QString withoutMnemonic(QString text)
+{
+    return text.remove(u'&');
+}
+
+/// One menu's commands: name on the left, keys on the right.
+QWidget *makeGroup(const WindowActions &actions, const WindowActions::Menu &menu, QWidget *parent)
+{
+    auto *group = new QWidget(parent);
+    auto *grid = new QGridLayout(group);
+    grid->setContentsMargins(0, 0, 0, 14);
+    grid->setVerticalSpacing(6);
+    grid->setColumnStretch(0, 1);
+    grid->addWidget(Widgets::label(withoutMnemonic(menu.title), Widgets::TextRole::heading, group), 0, 0, 1, 2);
+    int line = 1;
+    for (const WindowActions::Entry &entry : menu.entries) {
+        const QAction *action = actions.action(entry);
+        if (!action || action->shortcuts().isEmpty())
+            continue;
+        grid->addWidget(new QLabel(withoutMnemonic(action->text()), group), line, 0);
+        auto *keys = new QHBoxLayout;
+        keys->setSpacing(4);
+        keys->addStretch(1);
+        for (const QKeySequence &sequence : action->shortcuts()) {
+            auto *key = new QLabel(sequence.toString(QKeySequence::NativeText), group);
+            key->setProperty("role", QStringLiteral("keys"));
+            keys->addWidget(key);
+        }
+        grid->addLayout(keys, line++, 1);
+    }
+    return group;
+}
+
+} // namespace
+
+ShortcutsOverview::ShortcutsOverview(const WindowActions &actions, QWidget *parent)
+    : QDialog(parent)
+{
+    setObjectName(QStringLiteral("shortcutsOverview"));
+    setAttribute(Qt::WA_DeleteOnClose);
+    setWindowTitle(tr("Keyboard shortcuts"));
+    resize(860, 620);
+    auto *body = new QWidget(this);
+    body->setProperty("role", QStringLiteral("pageBody"));
+    auto *columns = new QHBoxLayout(body);
+    columns->setContentsMargins(24, 20, 24, 20);
+    columns->setSpacing(40);
+    auto *left = new QVBoxLayout;
+    auto *right = new QVBoxLayout;
+    columns->addLayout(left, 1);
+    columns->addLayout(right, 1);
+    int index = 0;
+    for (const WindowActions::Menu &menu : WindowActions::menus())
+        (index++ < 2 ? left : right)->addWidget(makeGroup(actions, menu, body));
+    left->addStretch(1);
+    right->addStretch(1);
+    auto *scroll = new QScrollArea(this);
+    scroll->setProperty("role", QStringLiteral("page"));
+    scroll->setWidgetResizable(true);
+    scroll->setWidget(body);
+    auto *column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->addWidget(scroll);
+}
+
+} // namespace moorix

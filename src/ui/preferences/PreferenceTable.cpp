@@ -1,0 +1,218 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ui/preferences/PreferenceTable.h"
+
+#include "app/AppModel.h"
+#include "files/FileSortKey.h"
+#include "platform/KeyValueStore.h"
+#include "platform/Preferences.h"
+#include "settings/SettingsStore.h"
+#include "transfers/TransferConflict.h"
+#include "ui/Theme.h"
+
+#include <QCoreApplication>
+
+namespace moorix {
+
+namespace {
+
+using Kind = PreferenceRow::Kind;
+
+QString tr(const char *text)
+{
+    return QCoreApplication::translate("PreferenceTable", text);
+}
+
+template <class Value>
+PreferenceRow row(Kind kind, Setting<Value> &setting, const QString &label, const QString &help)
+{
+    PreferenceRow row;
+    row.kind = kind;
+    row.key = setting.key();
+    row.label = label;
+    row.help = help;
+    row.value = [&setting] { return QVariant::fromValue(setting.value()); };
+    row.set = [&setting](const QVariant &value) { setting.set(value.value<Value>()); };
+    row.fallBack = QVariant::fromValue(setting.fallBack());
+    return row;
+}
+
+PreferenceRow toggle(Setting<bool> &setting, const QString &label, const QString &help = {})
+{
+    return row(Kind::toggle, setting, label, help);
+}
+
+template <class Value>
+PreferenceRow number(Setting<Value> &setting, const QString &label, const QString &unit, double minimum, double maximum)
+{
+    PreferenceRow made = row(Kind::number, setting, label, {});
+    made.unit = unit;
+    made.minimum = minimum;
+    made.maximum = maximum;
+    return made;
+}
+
+PreferenceRow text(Setting<QString> &setting, const QString &label, const QString &help, const QString &placeholder)
+{
+    PreferenceRow made = row(Kind::text, setting, label, help);
+    made.placeholder = placeholder;
+    return made;
+}
+
+PreferenceRow choice(Setting<QString> &setting, const QString &label, const QString &help,
+                     const QList<std::pair<QString, QString>> &choices)
+{
+    PreferenceRow made = row(Kind::choice, setting, label, help);
+    made.choices = choices;
+    // Stored texts are compared without regard to capitals ("Name" and "name" are one order).
+    made.value = [&setting, choices] {
+        for (const auto &[value, name] : choices) {
+            if (value.compare(setting.value(), Qt::CaseInsensitive) == 0)
+                return QVariant(value);
+        }
+        return QVariant(setting.value());
+    };
+    return made;
+}
+
+QList<std::pair<QString, QString>> themes()
+{
+    QList<std::pair<QString, QString>> all;
+    for (const Theme::Description &theme : Theme::all())
+        all.append({theme.id, theme.label});
+    return all;
+}
+
+PreferencePage general(SettingsStore &settings)
+{
+    return {tr("General"),
+            QStringLiteral("configure"),
+            {},
+            {
+                choice(settings.themeID, tr("Theme"), {}, themes()),
+                row(Kind::folder, settings.defaultLocalPath, tr("Start folder"), tr("Where new local tabs open.")),
+                toggle(settings.dualPaneEnabled, tr("Two sides"), tr("Ctrl+2 switches too.")),
+                toggle(settings.showHiddenFiles, tr("Show hidden files"),
+                       tr("For new tabs; Ctrl+H switches the one shown.")),
+                toggle(settings.confirmDeletes, tr("Ask before deleting")),
+                choice(settings.sortKeyRaw, tr("Order of new tabs"), {},
+                       {{QStringLiteral("Name"), tr("Name")},
+                        {rawText(FileSortKey::size), tr("Size")},
+                        {rawText(FileSortKey::date), tr("Date")},
+                        {rawText(FileSortKey::kind), tr("Kind")}}),
+                toggle(settings.sortAscending, tr("Ascending"), tr("Folders come first either way.")),
+                toggle(settings.permissionOnboardingDismissed, tr("Introduction dismissed")),
+            }};
+}
+
+PreferencePage appearance(SettingsStore &settings)
+{
+    return {
+        tr("Appearance"),
+        QStringLiteral("preferences-desktop-font"),
+        {},
+        {
+            number(settings.contentFontSize, tr("Text size"), tr(" px"), 8, 32),
+            number(settings.sizeColumnWidth, tr("Width of the size column"), tr(" px"), 40, 600),
+            number(settings.dateColumnWidth, tr("Width of the date column"), tr(" px"), 40, 600),
+            text(settings.toolbarItemsRaw, tr("Further toolbar items"),
+                 tr("Names with commas between: sort, info, settings, monitor, terminal. Monitor and terminal appear "
+                    "once those features are present."),
+                 tr("None")),
+        }};
+}
+
+PreferencePage transfers(SettingsStore &settings)
+{
+    return {tr("Transfers"),
+            QStringLiteral("document-send"),
+            {},
+            {
+                choice(settings.conflictPolicyRaw, tr("When a file exists already"), {},
+                       {{rawText(TransferConflictPolicy::ask), tr("Ask")},
+                        {rawText(TransferConflictPolicy::skip), tr("Skip it")},
+                        {rawText(TransferConflictPolicy::overwrite), tr("Overwrite it")},
+                        {rawText(TransferConflictPolicy::rename), tr("Keep both")}}),
+                number(settings.maxConcurrentTransfers, tr("Files at the same time"), {}, 1, 8),
+            }};
+}
+
+PreferencePage terminal(SettingsStore &settings)
+{
+    return {tr("Terminal"),
+            QStringLiteral("utilities-terminal"),
+            tr("The terminal is not part of this version; these settings are kept for it."),
+            {
+                row(Kind::font, settings.terminalFontName, tr("Font"), {}),
+                number(settings.terminalFontSize, tr("Font size"), tr(" pt"), 6, 72),
+                choice(settings.terminalThemeID, tr("Colours"), {},
+                       QList<std::pair<QString, QString>>{{QStringLiteral("app"), tr("As the program")}} + themes()),
+                toggle(settings.terminalGPURenderer, tr("Draw with the graphics card")),
+                toggle(settings.terminalLocalEcho, tr("Show typed characters at once"),
+                       tr("Hides the delay of slow connections.")),
+            }};
+}
+
+PreferencePage monitor(SettingsStore &settings)
+{
+    return {tr("Monitor"),
+            QStringLiteral("utilities-system-monitor"),
+            tr("The monitor is not part of this version; these settings are kept for it."),
+            {
+                toggle(settings.widgetCPU, tr("Processor")),
+                toggle(settings.widgetRAM, tr("Memory")),
+                toggle(settings.widgetDisk, tr("Disk")),
+                toggle(settings.widgetNet, tr("Network")),
+                toggle(settings.widgetBattery, tr("Battery")),
+                toggle(settings.openMonitorOnLaunch, tr("Open at start")),
+                toggle(settings.showMenuBarIcon, tr("Icon in the system tray")),
+            }};
+}
+
+PreferencePage cloud(AppModel &model)
+{
+    PreferenceRow folder;
+    folder.kind = Kind::folder;
+    folder.key = QStringLiteral("cloudFolder");
+    folder.label = tr("Cloud folder");
+    folder.help = tr("A folder that your cloud client mirrors (Nextcloud, Syncthing, Dropbox). Empty: no mirroring.");
+    folder.value = [&model] { return model.preferences().value(QStringLiteral("cloudFolder")).toString(); };
+    folder.set = [&model](const QVariant &value) {
+        model.preferences().setValue(QStringLiteral("cloudFolder"), value.toString());
+        model.cloud().setFolder(value.toString());
+    };
+    folder.fallBack = QString();
+    return {
+        tr("Sync & cloud"),
+        QStringLiteral("folder-cloud"),
+        {},
+        {
+            toggle(model.settings().iCloudSyncEnabled, tr("Mirror through a cloud folder"),
+                   tr("Servers and settings follow you to your other computers. Passwords never leave the keychain.")),
+            folder,
+        }};
+}
+
+PreferencePage updates(SettingsStore &settings)
+{
+    return {tr("Updates & diagnostics"),
+            QStringLiteral("system-software-update"),
+            tr("This version neither checks for updates nor reports diagnostics; these settings are kept for when it "
+               "does."),
+            {
+                toggle(settings.autoCheckUpdates, tr("Check for updates")),
+                text(settings.updateEndpoint, tr("Update address"), {}, tr("None")),
+                toggle(settings.remoteDiagnosticsEnabled, tr("Remote diagnostics")),
+                text(settings.diagnosticsEndpoint, tr("Diagnostics address"), {}, tr("None")),
+            }};
+}
+
+} // namespace
+
+QList<PreferencePage> preferencePages(AppModel &model)
+{
+    SettingsStore &settings = model.settings();
+    return {general(settings), appearance(settings), transfers(settings), terminal(settings),
+            monitor(settings), cloud(model),         updates(settings)};
+}
+
+} // namespace moorix
