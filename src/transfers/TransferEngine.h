@@ -50,6 +50,8 @@ struct TransferStatus
 class TransferEngine final : public QObject
 {
     Q_OBJECT
+    // A signal carries the service; its type must be known where the signals are compiled.
+    Q_MOC_INCLUDE("files/FileService.h")
 
 public:
     explicit TransferEngine(QObject *parent = nullptr);
