@@ -3,6 +3,7 @@
 
 #include "files/Format.h"
 #include "transfers/TransferEngine.h"
+#include "ui/CheckBox.h"
 #include "ui/Widgets.h"
 
 #include <QApplication>
@@ -40,7 +41,7 @@ ConflictBar::ConflictBar(TransferEngine &transfers, QWidget *parent)
     , m_question(Widgets::label({}, Widgets::TextRole::heading, this))
     , m_existing(Widgets::label({}, Widgets::TextRole::body, this))
     , m_source(Widgets::label({}, Widgets::TextRole::body, this))
-    , m_forAll(new QCheckBox(tr("The same for all"), this))
+    , m_forAll(new CheckBox(tr("The same for all"), this))
 {
     setObjectName(QStringLiteral("conflictBar"));
     m_question->setObjectName(QStringLiteral("conflictQuestion"));

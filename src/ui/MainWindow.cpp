@@ -255,7 +255,6 @@ void MainWindow::closeEvent(QCloseEvent *event)
     }
     WindowState::save(m_model, *this, *m_outer, *m_sides);
     event->accept();
-    QApplication::quit();
 }
 
 bool MainWindow::eventFilter(QObject *watched, QEvent *event)

@@ -3,6 +3,7 @@
 
 #include "app/AppModel.h"
 #include "app/PaneTabs.h"
+#include "ui/CheckBox.h"
 #include "ui/QuickConnectAddress.h"
 #include "ui/Widgets.h"
 
@@ -24,7 +25,7 @@ QuickConnectBar::QuickConnectBar(AppModel &model, PaneTabs &tabs, QWidget *paren
     , m_tabs(tabs)
     , m_address(new QLineEdit(this))
     , m_password(new QLineEdit(this))
-    , m_save(new QCheckBox(tr("Save"), this))
+    , m_save(new CheckBox(tr("Save"), this))
     , m_problem(Widgets::label({}, Widgets::TextRole::error, this))
 {
     setObjectName(QStringLiteral("quickConnect"));

@@ -2,6 +2,8 @@
 #include "ui/preferences/PreferenceControl.h"
 
 #include "platform/AppPaths.h"
+#include "ui/CheckBox.h"
+#include "ui/ComboBox.h"
 #include "ui/Widgets.h"
 
 #include <QCheckBox>
@@ -80,7 +82,7 @@ void PreferenceControl::addInput(QHBoxLayout &layout)
 
 QWidget *PreferenceControl::makeToggle()
 {
-    auto *box = new QCheckBox(this);
+    auto *box = new CheckBox(this);
     box->setObjectName(m_row.key);
     m_show = [box](const QVariant &value) {
         const QSignalBlocker blocker(box);
@@ -95,6 +97,7 @@ QWidget *PreferenceControl::makeNumber()
     auto *box = new QDoubleSpinBox(this);
     box->setObjectName(m_row.key);
     box->setDecimals(0);
+    box->setButtonSymbols(QAbstractSpinBox::NoButtons);
     box->setRange(m_row.minimum, m_row.maximum);
     box->setSuffix(m_row.unit);
     box->setMinimumWidth(96);
@@ -110,7 +113,7 @@ QWidget *PreferenceControl::makeNumber()
 
 QWidget *PreferenceControl::makeChoice()
 {
-    auto *box = new QComboBox(this);
+    auto *box = new ComboBox(this);
     box->setObjectName(m_row.key);
     for (const auto &[value, name] : std::as_const(m_row.choices))
         box->addItem(name, value);

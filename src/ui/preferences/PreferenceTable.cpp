@@ -100,7 +100,8 @@ PreferencePage general(SettingsStore &settings)
                         {rawText(FileSortKey::date), tr("Date")},
                         {rawText(FileSortKey::kind), tr("Kind")}}),
                 toggle(settings.sortAscending, tr("Ascending"), tr("Folders come first either way.")),
-                toggle(settings.permissionOnboardingDismissed, tr("Introduction dismissed")),
+                toggle(settings.permissionOnboardingDismissed, tr("Introduction dismissed"),
+                       tr("This version has no introduction; kept for one that has.")),
             }};
 }
 
@@ -108,7 +109,7 @@ PreferencePage appearance(SettingsStore &settings)
 {
     return {
         tr("Appearance"),
-        QStringLiteral("preferences-desktop-font"),
+        QStringLiteral("draw-text"),
         {},
         {
             number(settings.contentFontSize, tr("Text size"), tr(" px"), 8, 32),
@@ -139,7 +140,7 @@ PreferencePage transfers(SettingsStore &settings)
 PreferencePage terminal(SettingsStore &settings)
 {
     return {tr("Terminal"),
-            QStringLiteral("utilities-terminal"),
+            QStringLiteral("dialog-scripts"),
             tr("The terminal is not part of this version; these settings are kept for it."),
             {
                 row(Kind::font, settings.terminalFontName, tr("Font"), {}),
@@ -155,7 +156,7 @@ PreferencePage terminal(SettingsStore &settings)
 PreferencePage monitor(SettingsStore &settings)
 {
     return {tr("Monitor"),
-            QStringLiteral("utilities-system-monitor"),
+            QStringLiteral("view-statistics"),
             tr("The monitor is not part of this version; these settings are kept for it."),
             {
                 toggle(settings.widgetCPU, tr("Processor")),
@@ -195,7 +196,7 @@ PreferencePage cloud(AppModel &model)
 PreferencePage updates(SettingsStore &settings)
 {
     return {tr("Updates & diagnostics"),
-            QStringLiteral("system-software-update"),
+            QStringLiteral("download"),
             tr("This version neither checks for updates nor reports diagnostics; these settings are kept for when it "
                "does."),
             {

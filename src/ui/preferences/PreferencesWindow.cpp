@@ -27,7 +27,9 @@ PreferencesWindow::PreferencesWindow(AppModel &model, QWidget *parent)
     setWindowTitle(tr("Preferences"));
     resize(800, 560);
     m_list->setObjectName(QStringLiteral("preferencePages"));
-    m_list->setFixedWidth(210);
+    m_list->setFixedWidth(220);
+    m_list->setIconSize({16, 16});
+    m_list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     m_list->setFrameShape(QFrame::NoFrame);
     for (const PreferencePage &page : preferencePages(model)) {
         new QListWidgetItem(Theme::icon(page.iconName), page.title, m_list);

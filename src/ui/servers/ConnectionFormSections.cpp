@@ -3,6 +3,8 @@
 
 #include "app/AppModel.h"
 #include "servers/ServerStore.h"
+#include "ui/CheckBox.h"
+#include "ui/ComboBox.h"
 #include "ui/Theme.h"
 #include "ui/Widgets.h"
 #include "ui/servers/ServerLook.h"
@@ -27,20 +29,20 @@ ConnectionForm::ConnectionForm(AppModel &model, const ServerConnection &server, 
     , m_original(server)
     , m_lastProtocol(server.networkProtocol)
     , m_name(new QLineEdit(this))
-    , m_protocol(new QComboBox(this))
+    , m_protocol(new ComboBox(this))
     , m_host(new QLineEdit(this))
     , m_port(new QSpinBox(this))
     , m_signIn(new SignInSection(this))
     , m_remotePath(new QLineEdit(this))
-    , m_folder(new QComboBox(this))
-    , m_favorite(new QCheckBox(tr("Show among the favourites"), this))
-    , m_color(new QComboBox(this))
-    , m_symbol(new QComboBox(this))
-    , m_passive(new QCheckBox(tr("Passive data connections"), this))
-    , m_tls(new QCheckBox(tr("Encrypt the control connection (TLS)"), this))
+    , m_folder(new ComboBox(this))
+    , m_favorite(new CheckBox(tr("Show among the favourites"), this))
+    , m_color(new ComboBox(this))
+    , m_symbol(new ComboBox(this))
+    , m_passive(new CheckBox(tr("Passive data connections"), this))
+    , m_tls(new CheckBox(tr("Encrypt the control connection (TLS)"), this))
     , m_keepAlive(new QSpinBox(this))
-    , m_strict(new QCheckBox(tr("Refuse hosts whose key is not known yet"), this))
-    , m_charset(new QComboBox(this))
+    , m_strict(new CheckBox(tr("Refuse hosts whose key is not known yet"), this))
+    , m_charset(new ComboBox(this))
     , m_notes(new QPlainTextEdit(this))
 {
     setObjectName(QStringLiteral("connectionForm"));
@@ -132,6 +134,7 @@ void ConnectionForm::makeOptionsSection(QVBoxLayout &column)
     m_remotePath->setPlaceholderText(tr("The login folder when empty"));
     m_keepAlive->setObjectName(QStringLiteral("keepAlive"));
     m_keepAlive->setRange(0, 3600);
+    m_keepAlive->setButtonSymbols(QAbstractSpinBox::NoButtons);
     m_keepAlive->setSuffix(tr(" s"));
     m_keepAlive->setSpecialValueText(tr("Off"));
     m_strict->setObjectName(QStringLiteral("strictHostKeyChecking"));

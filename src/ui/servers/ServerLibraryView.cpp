@@ -336,24 +336,28 @@ bool ServerLibraryView::eventFilter(QObject *watched, QEvent *event)
 {
     if (event->type() != QEvent::KeyPress)
         return QWidget::eventFilter(watched, event);
-    const int key = static_cast<QKeyEvent *>(event)->key();
-    if (watched == m_search && key == Qt::Key_Down) {
+    const auto &press = *static_cast<QKeyEvent *>(event);
+    if (watched == m_view) {
+        const std::optional<PaneCommand> command = commandForKey(press);
+        if (!command || !isAvailable(*command))
+            return QWidget::eventFilter(watched, event);
+        run(*command);
+        return true;
+    }
+    switch (press.key()) {
+    case Qt::Key_Down:
         m_view->setFocus();
         return true;
-    }
-    if (watched == m_search && key == Qt::Key_Escape && !m_search->text().isEmpty()) {
+    case Qt::Key_Escape:
         m_search->clear();
         return true;
-    }
-    if (key == Qt::Key_Return || key == Qt::Key_Enter) {
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
         activate(m_view->currentIndex());
         return true;
+    default:
+        return QWidget::eventFilter(watched, event);
     }
-    if (watched == m_view && (key == Qt::Key_Delete || key == Qt::Key_F8)) {
-        askToDelete(m_view->currentIndex());
-        return true;
-    }
-    return QWidget::eventFilter(watched, event);
 }
 
 } // namespace moorix

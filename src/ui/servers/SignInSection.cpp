@@ -2,6 +2,7 @@
 #include "ui/servers/SignInSection.h"
 
 #include "platform/AppPaths.h"
+#include "ui/ComboBox.h"
 #include "ui/Widgets.h"
 #include "ui/servers/SecretField.h"
 
@@ -18,7 +19,7 @@ SignInSection::SignInSection(QWidget *parent)
     : QWidget(parent)
     , m_form(new QFormLayout(this))
     , m_username(new QLineEdit(this))
-    , m_method(new QComboBox(this))
+    , m_method(new ComboBox(this))
     , m_keyFileRow(makeKeyFileRow())
     , m_password(new SecretField(SecretField::Form::line, this))
     , m_privateKey(new SecretField(SecretField::Form::block, this))
@@ -56,7 +57,7 @@ SignInSection::SignInSection(QWidget *parent)
 QWidget *SignInSection::makeKeyFileRow()
 {
     auto *holder = new QWidget(this);
-    m_keyFile = new QComboBox(holder);
+    m_keyFile = new ComboBox(holder);
     m_keyFile->setObjectName(QStringLiteral("keyFile"));
     m_keyFile->setEditable(true);
     m_keyFile->lineEdit()->setPlaceholderText(QStringLiteral("~/.ssh/id_ed25519"));

@@ -1,0 +1,236 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "WindowBench.h"
+
+#include "support/TestMain.h"
+#include "ui/Theme.h"
+
+#include <QAbstractItemView>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTreeWidget>
+
+using namespace moorix;
+using namespace moorix::test;
+using namespace Qt::StringLiterals;
+
+class MainWindowTest : public QObject
+{
+    Q_OBJECT
+
+    static void click(QWidget *button)
+    {
+        QVERIFY(button);
+        QTest::mouseClick(button, Qt::LeftButton);
+    }
+
+private slots:
+    void f5CopiesTheSelectionToTheOtherSide()
+    {
+        WindowBench bench({{"left/a.txt", "text"}, {"left/b.txt", "other"}});
+        bench.select(Side::left, "a.txt");
+        bench.key(Qt::Key_F5);
+        QTRY_COMPARE(bench.home.read("right/a.txt"), "text");
+        QVERIFY(bench.home.exists("left/a.txt"));
+        QVERIFY(!bench.home.exists("right/b.txt"));
+        QTRY_COMPARE(bench.pane(Side::right)->displayedCount(), 1);
+    }
+
+    void f6MovesFromTheActiveSideWhicheverItIs()
+    {
+        WindowBench bench({{"right/a.txt", "text"}});
+        bench.key(Qt::Key_Tab);
+        QCOMPARE(bench.model->activeSide(), Side::right);
+        bench.select(Side::right, "a.txt");
+        bench.key(Qt::Key_F6);
+        QTRY_COMPARE(bench.home.read("left/a.txt"), "text");
+        QTRY_VERIFY(!bench.home.exists("right/a.txt"));
+    }
+
+    void tabTakesTheKeyboardToTheOtherSideAndBack()
+    {
+        WindowBench bench({});
+        const QWidget *left = QApplication::focusWidget();
+        QVERIFY(qobject_cast<const QAbstractItemView *>(left));
+        bench.key(Qt::Key_Tab);
+        const QWidget *right = QApplication::focusWidget();
+        QVERIFY(right != left && qobject_cast<const QAbstractItemView *>(right));
+        bench.key(Qt::Key_Tab);
+        QCOMPARE(QApplication::focusWidget(), left);
+    }
+
+    void tabsOpenCloseAndComeBackAtTheNextStart()
+    {
+        WindowBench bench({{"left/", ""}, {"elsewhere/", ""}});
+        bench.key(Qt::Key_T, Qt::ControlModifier);
+        PaneTabs &tabs = bench.model->tabs(Side::left);
+        QCOMPARE(tabs.sessions().size(), 2);
+        QCOMPARE(tabs.currentIndex(), 1);
+        tabs.openLocalHere(bench.home.path("elsewhere"));
+        QTRY_COMPARE(bench.pane(Side::left)->currentPath(), bench.home.path("elsewhere"));
+        bench.restart();
+        PaneTabs &again = bench.model->tabs(Side::left);
+        QCOMPARE(again.sessions().size(), 2);
+        QCOMPARE(again.currentIndex(), 1);
+        QCOMPARE(bench.pane(Side::left)->currentPath(), bench.home.path("elsewhere"));
+        QCOMPARE(bench.pane(Side::right)->currentPath(), bench.home.path("right"));
+        QVERIFY(!bench.pane(Side::left)->canGoBack());
+        bench.key(Qt::Key_W, Qt::ControlModifier);
+        bench.key(Qt::Key_W, Qt::ControlModifier);
+        QCOMPARE(again.sessions().size(), 1);
+    }
+
+    void conflictIsAskedInsideTheWindow_data()
+    {
+        QTest::addColumn<QByteArray>("button");
+        QTest::addColumn<TreeSnapshot>("expected");
+        QTest::newRow("skip") << QByteArray("conflictSkip") << TreeSnapshot{{u"a.txt"_s, "old"}};
+        QTest::newRow("overwrite") << QByteArray("conflictOverwrite") << TreeSnapshot{{u"a.txt"_s, "newer"}};
+        QTest::newRow("keep both") << QByteArray("conflictKeepBoth")
+                                   << TreeSnapshot{{u"a.txt"_s, "old"}, {u"a 2.txt"_s, "newer"}};
+        QTest::newRow("cancel") << QByteArray("conflictCancel") << TreeSnapshot{{u"a.txt"_s, "old"}};
+    }
+
+    void conflictIsAskedInsideTheWindow()
+    {
+        QFETCH(QByteArray, button);
+        WindowBench bench({{"left/a.txt", "newer"}, {"right/a.txt", "old"}});
+        bench.select(Side::left, "a.txt");
+        bench.key(Qt::Key_F5);
+        QTRY_VERIFY(bench.find("conflictBar"));
+        const auto *existing = bench.find<QLabel>("conflictExisting");
+        const auto *source = bench.find<QLabel>("conflictSource");
+        QVERIFY2(existing->text().contains(u"3 bytes"_s), qPrintable(existing->text()));
+        QVERIFY2(source->text().contains(u"5 bytes"_s), qPrintable(source->text()));
+        click(bench.find(button.constData()));
+        QTRY_VERIFY(!bench.find("conflictBar"));
+        TreeSnapshot right;
+        const auto readRight = [&] {
+            right.clear();
+            const TreeSnapshot all = bench.home.snapshot();
+            for (auto entry = all.cbegin(); entry != all.cend(); ++entry) {
+                if (entry.key().startsWith(u"right/"_s) && entry.key() != u"right/"_s)
+                    right.insert(entry.key().mid(6), entry.value());
+            }
+            return right;
+        };
+        QFETCH(TreeSnapshot, expected);
+        QTRY_COMPARE(readRight(), expected);
+    }
+
+    void closingDuringATransferAsksFirst()
+    {
+        WindowBench bench({{"left/a.txt", "new"}, {"right/a.txt", "old"}});
+        bench.select(Side::left, "a.txt");
+        bench.key(Qt::Key_F5);
+        QTRY_VERIFY(bench.find("conflictBar"));
+        bench.window->close();
+        QVERIFY(bench.window->isVisible());
+        click(bench.find("messageBarConfirm"));
+        QVERIFY(!bench.window->isVisible());
+        QCOMPARE(bench.home.read("right/a.txt"), "old");
+    }
+
+    void hidingOneSideKeepsTheKeyboardOnTheOther()
+    {
+        WindowBench bench({});
+        bench.key(Qt::Key_Tab);
+        QCOMPARE(bench.model->activeSide(), Side::right);
+        bench.key(Qt::Key_2, Qt::ControlModifier);
+        QCOMPARE(bench.model->settings().dualPaneEnabled.value(), false);
+        QCOMPARE(bench.model->activeSide(), Side::left);
+        bench.key(Qt::Key_Tab);
+        QCOMPARE(bench.model->activeSide(), Side::left);
+        QVERIFY(QApplication::focusWidget() && QApplication::focusWidget()->isVisible());
+    }
+
+    void favouriteFolderStandsInTheSidebarAndOpens()
+    {
+        WindowBench bench({{"left/", ""}});
+        bench.key(Qt::Key_D, Qt::ControlModifier);
+        auto *sidebar = bench.find<QTreeWidget>("sidebar");
+        const QList<QTreeWidgetItem *> found = sidebar->findItems(u"left"_s, Qt::MatchExactly | Qt::MatchRecursive);
+        QCOMPARE(found.size(), 1);
+        bench.model->setActiveSide(Side::right);
+        const QRect row = sidebar->visualItemRect(found.first());
+        QTest::mouseClick(sidebar->viewport(), Qt::LeftButton, {}, row.center());
+        QTRY_COMPARE(bench.pane(Side::right)->currentPath(), bench.home.path("left"));
+        QCOMPARE(bench.model->activeSide(), Side::right);
+    }
+
+    void refusedConnectionSaysWhyAndCanBeRetried()
+    {
+        WindowBench bench({}, [](const ProcessRequest &) {
+            return ProcessResult{255, false, {}, "ssh: connect to host 192.0.2.1 port 22: Connection refused\r\n"};
+        });
+        bench.key(Qt::Key_K, Qt::ControlModifier);
+        QTest::keyClicks(QApplication::focusWidget(), u"me@192.0.2.1"_s);
+        bench.key(Qt::Key_Return);
+        QTRY_VERIFY(bench.find("failureView"));
+        QCOMPARE(bench.model->activeSide(), Side::left);
+        QVERIFY(bench.find<QLabel>("failureSentence")->text().contains(u"192.0.2.1"_s));
+        QVERIFY(bench.find<QLabel>("clientWords")->text().contains(u"Connection refused"_s));
+        QVERIFY(!bench.find("editServer"));
+        const qsizetype tries = bench.runner->requests().size();
+        click(bench.find("retry"));
+        QTRY_VERIFY(bench.runner->requests().size() > tries && bench.find("failureView"));
+    }
+
+    void mistypedAddressStaysInTheBar()
+    {
+        WindowBench bench({});
+        bench.key(Qt::Key_K, Qt::ControlModifier);
+        QTest::keyClicks(QApplication::focusWidget(), u"me@web:ssh"_s);
+        bench.key(Qt::Key_Return);
+        QVERIFY(bench.find<QLabel>("quickProblem")->text().contains(u"“ssh”"_s));
+        QCOMPARE(bench.model->tabs(Side::left).sessions().size(), 1);
+        bench.key(Qt::Key_Escape);
+        QVERIFY(!bench.find("quickConnect"));
+        QCOMPARE(bench.model->activeSide(), Side::left);
+    }
+
+    void changedHostKeyIsForgottenOnlyAfterASecondClick()
+    {
+        WindowBench bench({}, [](const ProcessRequest &request) {
+            if (request.program.endsWith(u"sftp"_s))
+                return ProcessResult{255,
+                                     false,
+                                     {},
+                                     "@ WARNING: REMOTE HOST IDENTIFICATION HAS CHANGED! @\n"
+                                     "Host key verification failed.\nConnection closed\n"};
+            if (request.arguments.contains(u"-F"_s))
+                return ProcessResult{0, false, "web-01 ED25519 SHA256:oldKey\n", {}};
+            return ProcessResult{};
+        });
+        bench.key(Qt::Key_K, Qt::ControlModifier);
+        QTest::keyClicks(QApplication::focusWidget(), u"me@web-01"_s);
+        bench.key(Qt::Key_Return);
+        QTRY_VERIFY(bench.find("hostKeyPanel"));
+        QTRY_VERIFY(bench.find<QLabel>("knownKeys")->text().contains(u"SHA256:oldKey"_s));
+        const auto removals = [&bench] {
+            qsizetype count = 0;
+            for (const ProcessRequest &request : bench.runner->requests())
+                count += request.arguments.contains(u"-R"_s) ? 1 : 0;
+            return count;
+        };
+        click(bench.find("forgetKey"));
+        QVERIFY(bench.find("confirmForgetKey"));
+        QCOMPARE(removals(), 0);
+        click(bench.find("confirmForgetKey"));
+        QTRY_COMPARE(removals(), 1);
+    }
+
+    void filterFieldNarrowsTheActiveListOnly()
+    {
+        WindowBench bench({{"left/apple", ""}, {"left/pear", ""}, {"right/pear", ""}, {"right/plum", ""}});
+        auto *filter = bench.find<QLineEdit>("toolbarFilter");
+        QTest::keyClicks(filter, u"ppl"_s);
+        QTRY_COMPARE(bench.pane(Side::left)->displayedCount(), 1);
+        QCOMPARE(bench.pane(Side::right)->displayedCount(), 2);
+        bench.model->setActiveSide(Side::right);
+        QCOMPARE(filter->text(), QString());
+    }
+};
+
+MOORIX_TEST(MainWindowTest)
+#include "MainWindowTest.moc"

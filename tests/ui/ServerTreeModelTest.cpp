@@ -1,0 +1,160 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ui/servers/ServerTreeModel.h"
+
+#include "platform/KeyValueStore.h"
+#include "servers/ServerStore.h"
+#include "support/TestMain.h"
+#include "support/TestTree.h"
+
+#include <QAbstractItemModelTester>
+#include <QMimeData>
+#include <QTest>
+
+using namespace moorix;
+using moorix::test::TestTree;
+using namespace Qt::StringLiterals;
+
+/// A library in memory: folders A (with the servers a1, a2, a3 and the folder AA) and B, and the server top.
+class ServerTreeModelTest : public QObject
+{
+    Q_OBJECT
+
+    TestTree m_folder;
+    std::unique_ptr<KeyValueStore> m_cloud;
+    std::unique_ptr<ServerStore> m_store;
+    std::unique_ptr<ServerTreeModel> m_model;
+    std::unique_ptr<QAbstractItemModelTester> m_tester;
+    QHash<QString, QUuid> m_ids;
+
+    void addFolder(const QString &name, const QString &parent = {})
+    {
+        ServerFolder folder;
+        folder.name = name;
+        folder.sortIndex = m_ids.size();
+        if (!parent.isEmpty())
+            folder.parentID = m_ids.value(parent);
+        m_ids.insert(name, folder.id);
+        m_store->updateFolder(folder);
+    }
+
+    void addServer(const QString &name, const QString &folder = {})
+    {
+        ServerConnection server;
+        server.name = name;
+        server.host = name + u".example.com"_s;
+        if (!folder.isEmpty())
+            server.folderID = m_ids.value(folder);
+        m_ids.insert(name, server.id);
+        m_store->upsert(server);
+    }
+
+    /// "A(AA() a1 a2) B() top"
+    QString tree(const QModelIndex &parent = {}) const
+    {
+        QStringList rows;
+        for (int row = 0; row < m_model->rowCount(parent); ++row) {
+            const QModelIndex index = m_model->index(row, 0, parent);
+            rows += index.data().toString() + (m_model->isFolder(index) ? u"("_s + tree(index) + u")"_s : QString());
+        }
+        return rows.join(u' ');
+    }
+
+    bool drop(const QString &what, int row, const QString &onto)
+    {
+        const std::unique_ptr<QMimeData> data(m_model->mimeData({m_model->indexOf(m_ids.value(what))}));
+        return m_model->dropMimeData(data.get(), Qt::MoveAction, row, 0, m_model->indexOf(m_ids.value(onto)));
+    }
+
+private slots:
+    void init()
+    {
+        m_ids.clear();
+        m_cloud = std::make_unique<KeyValueStore>(QString());
+        ServerStore::Options options;
+        options.path = m_folder.path("servers.json");
+        options.inMemoryOnly = true;
+        m_store = std::make_unique<ServerStore>(options, *m_cloud);
+        for (const ServerConnection &server : QList(m_store->library().servers))
+            m_store->remove(server.id);
+        for (const ServerFolder &folder : QList(m_store->library().folders))
+            m_store->deleteFolder(folder.id);
+        m_model = std::make_unique<ServerTreeModel>(*m_store, [](const QUuid &) { return false; });
+        m_tester = std::make_unique<QAbstractItemModelTester>(m_model.get(),
+                                                              QAbstractItemModelTester::FailureReportingMode::QtTest);
+        addFolder(u"A"_s);
+        addFolder(u"B"_s);
+        addFolder(u"AA"_s, u"A"_s);
+        for (const QString &name : {u"a1"_s, u"a2"_s, u"a3"_s})
+            addServer(name, u"A"_s);
+        addServer(u"top"_s);
+    }
+
+    void cleanup()
+    {
+        m_tester.reset();
+        m_model.reset();
+    }
+
+    void foldersStandBeforeTheServersBesideThem() { QCOMPARE(tree(), u"A(AA() a1 a2 a3) B() top"_s); }
+
+    void droppedEntryStandsWhereItWasDropped_data()
+    {
+        QTest::addColumn<QString>("what");
+        QTest::addColumn<int>("row");
+        QTest::addColumn<QString>("onto");
+        QTest::addColumn<QString>("expected");
+        const auto row = [](const char *name, const char *what, int at, const char *onto, const char *expected) {
+            QTest::newRow(name) << QString::fromUtf8(what) << at << QString::fromUtf8(onto)
+                                << QString::fromUtf8(expected);
+        };
+        row("down among siblings", "a1", 3, "A", "A(AA() a2 a1 a3) B() top");
+        row("up among siblings", "a3", 1, "A", "A(AA() a3 a1 a2) B() top");
+        row("to its own place", "a2", 2, "A", "A(AA() a1 a2 a3) B() top");
+        row("to the end", "a1", 4, "A", "A(AA() a2 a3 a1) B() top");
+        row("above the folders: first of the servers", "a2", 0, "A", "A(AA() a2 a1 a3) B() top");
+        row("onto a folder", "top", -1, "B", "A(AA() a1 a2 a3) B(top)");
+        row("out to the top", "a1", -1, "", "A(AA() a2 a3) B() top a1");
+        row("folder before its sibling", "B", 0, "", "B() A(AA() a1 a2 a3) top");
+        row("folder below the servers: last of the folders", "A", 3, "", "B() A(AA() a1 a2 a3) top");
+        row("folder into another", "A", -1, "B", "B(A(AA() a1 a2 a3)) top");
+    }
+
+    void droppedEntryStandsWhereItWasDropped()
+    {
+        QFETCH(QString, what);
+        QFETCH(int, row);
+        QFETCH(QString, onto);
+        QVERIFY(drop(what, row, onto));
+        QTEST(tree(), "expected");
+    }
+
+    void folderIsNotDroppedIntoItself()
+    {
+        QVERIFY(!drop(u"A"_s, -1, u"AA"_s));
+        QVERIFY(!drop(u"A"_s, 0, u"A"_s));
+        QVERIFY(!drop(u"a1"_s, -1, u"top"_s));
+        QCOMPARE(tree(), u"A(AA() a1 a2 a3) B() top"_s);
+    }
+
+    void searchShowsHitsWithTheFoldersAroundThemAndRefusesDrops()
+    {
+        m_model->setFilter(u" A2.EXAMPLE "_s);
+        QCOMPARE(tree(), u"A(a2)"_s);
+        QVERIFY(!drop(u"a2"_s, -1, QString()));
+        m_model->setFilter(u"nothing such"_s);
+        QCOMPARE(tree(), QString());
+        m_model->setFilter({});
+        QCOMPARE(tree(), u"A(AA() a1 a2 a3) B() top"_s);
+    }
+
+    void emptyNameIsNoNewName()
+    {
+        const QModelIndex folder = m_model->indexOf(m_ids.value(u"B"_s));
+        QVERIFY(!m_model->setData(folder, u"  "_s, Qt::EditRole));
+        QVERIFY(m_model->setData(folder, u" C "_s, Qt::EditRole));
+        QCOMPARE(tree(), u"A(AA() a1 a2 a3) C() top"_s);
+    }
+};
+
+MOORIX_TEST(ServerTreeModelTest)
+#include "ServerTreeModelTest.moc"

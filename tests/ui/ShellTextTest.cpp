@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ui/Favorites.h"
+#include "ui/HostKeyPanel.h"
+#include "ui/TransferText.h"
+
+#include "support/TestMain.h"
+#include "transfers/TransferEngine.h"
+
+#include <QTest>
+
+using namespace moorix;
+using namespace Qt::StringLiterals;
+
+class ShellTextTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { QLocale::setDefault(QLocale::c()); }
+
+    void timeLeftIsSaidAsAPersonWould_data()
+    {
+        QTest::addColumn<qint64>("bytes");
+        QTest::addColumn<double>("rate");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("rounded up") << qint64(1001) << 100.0 << u"11 s left"_s;
+        QTest::newRow("last second of a minute") << qint64(5900) << 100.0 << u"59 s left"_s;
+        QTest::newRow("just over a minute") << qint64(6100) << 100.0 << u"1 min left"_s;
+        QTest::newRow("an hour, not 60 minutes") << qint64(3590) << 1.0 << u"1 h 0 min left"_s;
+        QTest::newRow("hours") << qint64(7500) << 1.0 << u"2 h 5 min left"_s;
+        QTest::newRow("done") << qint64(0) << 100.0 << QString();
+        QTest::newRow("more than expected came") << qint64(-5) << 100.0 << QString();
+        QTest::newRow("stalled") << qint64(100) << 0.0 << QString();
+        QTest::newRow("absurd") << (qint64(1) << 40) << 1.0 << QString();
+    }
+
+    void timeLeftIsSaidAsAPersonWould()
+    {
+        QFETCH(qint64, bytes);
+        QFETCH(double, rate);
+        QTEST(TransferText::timeLeft(bytes, rate), "text");
+    }
+
+    void progressNeverPassesTheEnd()
+    {
+        TransferStatus transfer;
+        QCOMPARE(TransferText::permille(transfer), -1);
+        transfer.filesTotal = 4;
+        transfer.filesDone = 1;
+        QCOMPARE(TransferText::permille(transfer), 250);
+        // Files grow while they are copied.
+        transfer.bytesTotal = 1000;
+        transfer.bytesDone = 1200;
+        QCOMPARE(TransferText::permille(transfer), 1000);
+        transfer.filesDone = 4;
+        QVERIFY(TransferText::progress(transfer).contains(u"file 4 of 4"_s));
+    }
+
+    void failuresAndSkippedFilesAreCounted()
+    {
+        TransferStatus transfer;
+        transfer.state = TransferStatus::State::failed;
+        transfer.failures = {u"a"_s, u"b"_s};
+        transfer.filesDone = 1;
+        transfer.bytesDone = 214;
+        transfer.skipped = 3;
+        QCOMPARE(TransferText::outcome(transfer), u"2 failed · 1 file · 214 bytes · 3 skipped"_s);
+    }
+
+    void favouritesSurviveAnyName()
+    {
+        const QStringList odd{u"/a,b"_s, u"/line\nbreak"_s, u"/\"quoted\""_s, u"/Ünïcode"_s};
+        QString raw;
+        for (const QString &path : odd)
+            raw = Favorites::adding(raw, path);
+        QCOMPARE(Favorites::parse(raw), odd);
+        QCOMPARE(Favorites::adding(raw, odd.first()), raw);
+        for (const QString &path : odd)
+            raw = Favorites::removing(raw, path);
+        QCOMPARE(raw, QString());
+    }
+
+    void damagedFavouritesAreLeftOut()
+    {
+        QCOMPARE(Favorites::parse(u"[\"/a\", 7, \"relative\", null, \"/a\"]"_s), QStringList{u"/a"_s});
+        QCOMPARE(Favorites::parse(u"/a\n\n/b"_s), (QStringList{u"/a"_s, u"/b"_s}));
+        QCOMPARE(Favorites::parse(u"{\"/a\""_s), QStringList());
+    }
+
+    void onlyHostKeyFailuresAreTakenForOnes()
+    {
+        using Reason = HostKeyPanel::Reason;
+        QCOMPARE(HostKeyPanel::reasonOf(u"WARNING: REMOTE HOST IDENTIFICATION HAS CHANGED!"_s), Reason::keyChanged);
+        QCOMPARE(HostKeyPanel::reasonOf(
+                     u"No ED25519 host key is known for web-01 and you have requested strict checking."_s),
+                 Reason::hostUnknown);
+        QCOMPARE(HostKeyPanel::reasonOf(u"me@web-01: Permission denied (publickey)."_s), std::nullopt);
+    }
+};
+
+MOORIX_TEST(ShellTextTest)
+#include "ShellTextTest.moc"

@@ -1,0 +1,98 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "app/AppModel.h"
+#include "app/PaneTabs.h"
+#include "app/Session.h"
+#include "files/PaneModel.h"
+#include "servers/KeychainStore.h"
+#include "servers/ServerStore.h"
+#include "settings/SettingsStore.h"
+#include "support/FakeProcessRunner.h"
+#include "support/MemoryKeychain.h"
+#include "support/TestTree.h"
+#include "ui/MainWindow.h"
+
+#include <QApplication>
+#include <QTest>
+
+namespace moorix::test {
+
+/// The whole program in a home of its own: the folder "left" is open on the left, "right" on the right, and the
+/// library is empty. The clients are answered by the test, secrets stay in memory.
+class WindowBench final
+{
+public:
+    explicit WindowBench(
+        std::initializer_list<TestTree::Entry> entries,
+        FakeProcessRunner::Answer answer = [](const ProcessRequest &) { return FakeProcessRunner::success(); })
+        : home(entries)
+        , runner(std::make_shared<FakeProcessRunner>(std::move(answer)))
+        , keychain(std::make_shared<MemoryKeychain>())
+    {
+        qputenv("HOME", home.path().toUtf8());
+        qputenv("XDG_DATA_HOME", home.path("data").toUtf8());
+        qputenv("XDG_CONFIG_HOME", home.path("config").toUtf8());
+        home.write("left/", {});
+        home.write("right/", {});
+        home.write("data/Moorix/servers.json", R"({"folders": [], "servers": []})");
+        home.write("config/Moorix/preferences.json",
+                   QStringLiteral(R"({"window.leftTabs": ["%1"], "window.rightTabs": ["%2"]})")
+                       .arg(home.path("left"), home.path("right"))
+                       .toUtf8());
+        start();
+    }
+    ~WindowBench() { stop(); }
+
+    void start()
+    {
+        model = std::make_unique<AppModel>(AppModel::Platform{runner, keychain});
+        window = std::make_unique<MainWindow>(*model);
+        window->show();
+        QVERIFY(QTest::qWaitForWindowActive(window.get()));
+        for (const Side side : {Side::left, Side::right})
+            QTRY_VERIFY(!pane(side)->currentPath().isEmpty() && !pane(side)->isLoading());
+    }
+    void stop()
+    {
+        window.reset();
+        model.reset();
+    }
+    /// Ends the program as the user does and starts it again.
+    void restart()
+    {
+        window->close();
+        stop();
+        start();
+    }
+
+    PaneModel *pane(Side side) const { return model->tabs(side).current().pane(); }
+    void select(Side side, const char *name) const
+    {
+        pane(side)->setSelection({pane(side)->currentPath() + u'/' + QString::fromUtf8(name)});
+    }
+    /// A key press for whatever has the keyboard.
+    void key(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) const
+    {
+        QWidget *target = QApplication::focusWidget();
+        QTest::keyClick(target ? target : window.get(), key, modifiers);
+    }
+    /// The first visible widget of this name anywhere in the program.
+    template <class Widget = QWidget>
+    Widget *find(const char *name) const
+    {
+        for (Widget *widget : window->findChildren<Widget *>(QString::fromLatin1(name))) {
+            if (widget->isVisible())
+                return widget;
+        }
+        return nullptr;
+    }
+
+    TestTree home;
+    std::shared_ptr<FakeProcessRunner> runner;
+    std::shared_ptr<MemoryKeychain> keychain;
+    std::unique_ptr<AppModel> model;
+    std::unique_ptr<MainWindow> window;
+};
+
+} // namespace moorix::test
