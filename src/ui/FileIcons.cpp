@@ -59,7 +59,7 @@ QIcon FileIcons::iconFor(const FileItem &item)
         return *known;
     QIcon icon = item.isDirectory ? Theme::icon(u"folder"_s, Theme::Color::folder) : iconForSuffix(kind);
     if (item.isSymlink)
-        icon = withEmblem(icon, Theme::icon(u"emblem-symbolic-link"_s));
+        icon = asLink(icon);
     cache().insert(key, icon);
     return icon;
 }

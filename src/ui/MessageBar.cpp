@@ -77,6 +77,10 @@ void MessageBar::keyPressEvent(QKeyEvent *event)
         emit dismissed();
         return;
     }
+    if ((event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) && m_confirm->hasFocus()) {
+        m_confirm->click();
+        return;
+    }
     QFrame::keyPressEvent(event);
 }
 

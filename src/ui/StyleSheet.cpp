@@ -51,6 +51,9 @@ QLineEdit[role="inCell"] { border-color: <accent>; border-radius: 4px; padding: 
 #pathField:hover { border-color: <faintText>; }
 #pathField[editing="true"] { border-color: <accent>; }
 #pathField QLineEdit { background: transparent; border: none; padding: 2px 0; }
+#completionPopup { background: <toolBar>; border: 1px solid <border>; padding: 4px; }
+#completionPopup::item { padding: 4px 8px; border-radius: 4px; }
+#completionPopup::item:selected { background: <selection>; color: <text>; }
 QToolButton[role="crumb"] { padding: 2px 5px; border-radius: 4px; }
 QFrame[role="statusLine"] { background: <sidebar>; border: none; border-top: 1px solid <border>; }
 QFrame[role="statusLine"] QPushButton { padding: 0 6px; min-height: 14px; }
@@ -81,49 +84,13 @@ moorix--MessageBar { background: <accentGround>; border: none; border-left: 3px 
 moorix--MessageBar[tone="warning"] { background: <warningGround>; border-left-color: <warning>; }
 moorix--MessageBar[tone="danger"] { background: <dangerGround>; border-left-color: <danger>; }
 
-QAbstractItemView { background: <toolBar>; border: 1px solid <border>; selection-background-color: <selection>;
-    outline: none; padding: 4px; }
-
-QLineEdit[role="inCell"] { border-color: <accent>; border-radius: 4px; padding: 0 4px; }
-#pathField { background: <base>; border: 1px solid <border>; border-radius: 6px; }
-#pathField:hover { border-color: <faintText>; }
-#pathField[editing="true"] { border-color: <accent>; }
-#pathField QLineEdit { background: transparent; border: none; padding: 2px 0; }
-QToolButton[role="crumb"] { padding: 2px 5px; border-radius: 4px; }
-QFrame[role="statusLine"] { background: <sidebar>; border: none; border-top: 1px solid <border>; }
-QFrame[role="statusLine"] QPushButton { padding: 0 6px; min-height: 14px; }
-QPlainTextEdit[role="page"] { border: none; border-radius: 0; }
-
-QPushButton { background: <toolBar>; color: <text>; border: 1px solid <border>; border-radius: 6px; padding: 4px 14px;
-    min-height: 18px; }
-QPushButton:hover { background: <hover>; }
-QPushButton:pressed { background: <selection>; }
-QPushButton:focus { border-color: <accent>; }
-QPushButton:disabled { color: <faintText>; }
-QPushButton[role="primary"], QPushButton:default { background: <selection>; border-color: <accent>; }
-QPushButton[role="primary"]:hover, QPushButton:default:hover { background: <hover>; }
-QPushButton[role="danger"] { color: <danger>; border-color: <danger>; }
-QPushButton[role="danger"]:focus { background: <hover>; border-width: 2px; padding: 3px 13px; }
-QPushButton[role="link"] { background: transparent; border: 1px solid transparent; color: <accent>; padding: 2px 6px; }
-QPushButton[role="link"]:focus { border-color: <accent>; }
-
-QLabel[role="muted"] { color: <mutedText>; }
-QLabel[role="section"] { color: <faintText>; font-weight: 600; }
-QLabel[role="title"] { font-weight: 600; }
-QLabel[role="error"] { color: <danger>; }
-
-QFrame[role="bar"] { background: <sidebar>; border: none; border-bottom: 1px solid <border>; }
-QFrame[role="card"] { background: <toolBar>; border: 1px solid <border>; border-radius: 8px; }
-QFrame[role="banner"] { background: <inactiveSelection>; border: none; border-bottom: 1px solid <border>; }
-QFrame[role="errorBanner"] { background: <errorGround>; border: none; border-bottom: 1px solid <danger>; }
-
 QAbstractItemView { background: <base>; border: none; outline: none; selection-background-color: <selection>;
     selection-color: <text>; alternate-background-color: <base>; }
 QHeaderView { background: <base>; border: none; border-bottom: 1px solid <border>; }
 QHeaderView::section { background: <base>; color: <mutedText>; border: none; border-bottom: 1px solid <border>;
     padding: 6px 8px; font-weight: 600; }
 QHeaderView::section:hover { color: <text>; background: <hover>; }
-QHeaderView::down-arrow, QHeaderView::up-arrow { width: 8px; height: 8px; }
+QTreeView QScrollBar:vertical { background: <base>; }
 
 QMenuBar { background: <toolBar>; color: <text>; }
 QMenuBar::item { padding: 4px 8px; border-radius: 4px; background: transparent; }
@@ -165,14 +132,15 @@ QColor ground(Color role)
 QString styleSheet()
 {
     const std::pair<QStringView, QColor> names[] = {
-        {u"<window>", color(Color::window)},          {u"<base>", color(Color::base)},
-        {u"<sidebar>", color(Color::sidebar)},        {u"<text>", color(Color::text)},
-        {u"<mutedText>", color(Color::mutedText)},    {u"<faintText>", color(Color::faintText)},
-        {u"<border>", color(Color::border)},          {u"<accent>", color(Color::accent)},
-        {u"<selection>", color(Color::selection)},    {u"<inactiveSelection>", color(Color::inactiveSelection)},
-        {u"<toolBar>", color(Color::toolBar)},        {u"<hover>", color(Color::hover)},
-        {u"<danger>", color(Color::danger)},          {u"<accentGround>", ground(Color::accent)},
-        {u"<warningGround>", ground(Color::warning)}, {u"<dangerGround>", ground(Color::danger)},
+        {u"<window>", color(Color::window)},        {u"<base>", color(Color::base)},
+        {u"<sidebar>", color(Color::sidebar)},      {u"<text>", color(Color::text)},
+        {u"<mutedText>", color(Color::mutedText)},  {u"<faintText>", color(Color::faintText)},
+        {u"<border>", color(Color::border)},        {u"<accent>", color(Color::accent)},
+        {u"<selection>", color(Color::selection)},  {u"<inactiveSelection>", color(Color::inactiveSelection)},
+        {u"<toolBar>", color(Color::toolBar)},      {u"<hover>", color(Color::hover)},
+        {u"<warning>", color(Color::warning)},      {u"<danger>", color(Color::danger)},
+        {u"<accentGround>", ground(Color::accent)}, {u"<warningGround>", ground(Color::warning)},
+        {u"<dangerGround>", ground(Color::danger)},
     };
     QString sheet = sheetTemplate;
     for (const auto &[name, value] : names)

@@ -3,10 +3,11 @@
 
 #include "ui/FileIcons.h"
 #include "ui/StyleSheet.h"
+#include "ui/ThemeStyle.h"
 
 #include <QApplication>
+#include <QFontInfo>
 #include <QPalette>
-#include <QStyleFactory>
 
 #include <array>
 
@@ -91,7 +92,7 @@ QList<Description> all()
 void apply(QApplication &application, const QString &themeID, double contentFontSize)
 {
     appliedScheme = &schemeFor(themeID);
-    QApplication::setStyle(QStyleFactory::create(u"Fusion"_s));
+    QApplication::setStyle(new ThemeStyle);
     QStringList paths = QIcon::themeSearchPaths();
     if (const QString system = u"/usr/share/icons"_s; !paths.contains(system))
         QIcon::setThemeSearchPaths(paths << system);
@@ -122,7 +123,7 @@ QIcon fileIcon(const FileItem &item)
 QFont monospace()
 {
     QFont font(QStringList{u"JetBrains Mono"_s, u"DejaVu Sans Mono"_s, u"monospace"_s});
-    font.setPixelSize(QApplication::font().pixelSize());
+    font.setPixelSize(QFontInfo(QApplication::font()).pixelSize());
     font.setFixedPitch(true);
     font.setHintingPreference(QFont::PreferNoHinting);
     return font;

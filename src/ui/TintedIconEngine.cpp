@@ -73,16 +73,15 @@ private:
     Theme::Color m_role;
 };
 
-class EmblemIconEngine final : public ComposedIconEngine
+class LinkIconEngine final : public ComposedIconEngine
 {
 public:
-    EmblemIconEngine(QIcon icon, QIcon emblem)
+    explicit LinkIconEngine(QIcon icon)
         : m_icon(std::move(icon))
-        , m_emblem(std::move(emblem))
     {
     }
 
-    QIconEngine *clone() const override { return new EmblemIconEngine(m_icon, m_emblem); }
+    QIconEngine *clone() const override { return new LinkIconEngine(m_icon); }
 
 private:
     QPixmap compose(const QSize &size, qreal scale, QIcon::Mode mode) const override
@@ -90,16 +89,20 @@ private:
         QPixmap pixmap = emptyPixmap(size, scale);
         QPainter painter(&pixmap);
         m_icon.paint(&painter, QRect(QPoint(), size), Qt::AlignCenter, mode);
-        const QRect corner(size.width() / 2, size.height() / 2, (size.width() + 1) / 2, (size.height() + 1) / 2);
+        painter.setRenderHint(QPainter::Antialiasing);
+        // In sixteenths of the icon: a gap around the arrow keeps it apart from what is below.
+        painter.scale(size.width() / 16.0, size.height() / 16.0);
         painter.setCompositionMode(QPainter::CompositionMode_Clear);
-        painter.fillRect(corner, Qt::transparent);
+        painter.drawRoundedRect(QRectF(7, 7, 10, 10), 2, 2);
+        painter.fillRect(QRectF(7.5, 7.5, 9, 9), Qt::transparent);
         painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
-        m_emblem.paint(&painter, corner);
+        painter.setPen(QPen(Theme::color(Theme::Color::accent), 1.5, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+        painter.drawLine(QPointF(9.5, 14.5), QPointF(14.5, 9.5));
+        painter.drawPolyline(QPolygonF{{10.5, 9.5}, {14.5, 9.5}, {14.5, 13.5}});
         return pixmap;
     }
 
     QIcon m_icon;
-    QIcon m_emblem;
 };
 
 } // namespace
@@ -109,9 +112,9 @@ QIcon tinted(const QIcon &shape, Theme::Color role)
     return QIcon(new TintedIconEngine(shape, role));
 }
 
-QIcon withEmblem(const QIcon &icon, const QIcon &emblem)
+QIcon asLink(const QIcon &icon)
 {
-    return QIcon(new EmblemIconEngine(icon, emblem));
+    return QIcon(new LinkIconEngine(icon));
 }
 
 QIcon Theme::icon(const QString &name, Color role)

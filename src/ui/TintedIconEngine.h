@@ -9,7 +9,7 @@ namespace moorix {
 
 /// `shape` filled with the colour the role has when it is painted; disabled icons are pale.
 QIcon tinted(const QIcon &shape, Theme::Color role);
-/// `icon` with a small `emblem` in its lower right corner.
-QIcon withEmblem(const QIcon &icon, const QIcon &emblem);
+/// `icon` with the small arrow of a symbolic link in its lower right corner.
+QIcon asLink(const QIcon &icon);
 
 } // namespace moorix

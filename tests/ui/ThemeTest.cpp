@@ -5,6 +5,7 @@
 #include "support/TestMain.h"
 
 #include <QApplication>
+#include <QRegularExpression>
 #include <QTest>
 
 #include <cmath>
@@ -74,6 +75,17 @@ private slots:
             QVERIFY2(contrast(text, ground) >= 4.5, qPrintable(Theme::color(ground).name()));
         for (const auto role : {mutedText, danger, warning, success, accent})
             QVERIFY2(contrast(role, base) >= 4.5, qPrintable(Theme::color(role).name()));
+    }
+
+    void styleSheetOfEveryThemeIsUnderstood_data() { textsAreLegibleOnTheirGround_data(); }
+
+    void styleSheetOfEveryThemeIsUnderstood()
+    {
+        QFETCH(QString, theme);
+        QTest::failOnWarning(QRegularExpression(u"parse"_s));
+        Theme::apply(*qApp, theme, 13);
+        QVERIFY2(!qApp->styleSheet().contains(u'<'), "a colour was not filled in");
+        QWidget().ensurePolished();
     }
 
     void unknownThemeGivesMidnight()

@@ -21,6 +21,7 @@ public:
     void arrange();
 
 protected:
+    void paintSection(QPainter *painter, const QRect &rect, int column) const override;
     void contextMenuEvent(QContextMenuEvent *event) override;
 
 private:

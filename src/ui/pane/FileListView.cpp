@@ -151,18 +151,13 @@ bool FileListView::typeAhead(const QKeyEvent &event)
     if ((event.modifiers() & ~ignored) || event.text().isEmpty() || !event.text().front().isPrint())
         return false;
     const std::chrono::milliseconds now(m_clock.elapsed());
-    if (!m_typeAhead.isTyping(now)) {
-        if (event.key() == Qt::Key_Space) {
-            emit commandRequested(PaneCommand::quickLook);
-            return true;
-        }
-        if (event.text() == QStringLiteral("*")) {
-            invertSelection();
-            return true;
-        }
-    }
     const TypeAhead::Rows rows{m_files->rowCount(), currentIndex().row(),
                                [this](int row) -> const QString & { return m_files->item(row).name; }};
+    const bool isSpace = event.key() == Qt::Key_Space;
+    if ((isSpace || event.text() == QStringLiteral("*")) && !m_typeAhead.continues(event.text(), now, rows)) {
+        emit commandRequested(isSpace ? PaneCommand::quickLook : PaneCommand::invertSelection);
+        return true;
+    }
     if (const auto row = m_typeAhead.type(event.text(), now, rows))
         setCurrentIndex(m_files->index(*row, FileListModel::name));
     return true;

@@ -33,6 +33,11 @@ std::optional<Value> common(const QList<FileItem> &items, std::optional<Value> F
     return isShared ? first : std::nullopt;
 }
 
+QString counted(qint64 number, const QString &one, const QString &many)
+{
+    return u"%1 %2"_s.arg(QLocale().toString(number), number == 1 ? one : many);
+}
+
 QString kindOf(const FileItem &item)
 {
     if (item.isSymlink)
@@ -202,11 +207,14 @@ void InfoDialog::showTally(bool isComplete)
     const qint64 bytes = m_tally->bytes;
     QString text = tr("%1 (%L2 bytes)").arg(Format::byteCount(bytes)).arg(bytes);
     if (m_hasFolder || m_items.size() > 1)
-        text += tr(" in %L1 files, %L2 folders").arg(m_tally->files).arg(m_tally->folders);
+        text += tr(" in %1, %2")
+                    .arg(counted(m_tally->files, tr("file"), tr("files")),
+                         counted(m_tally->folders, tr("folder"), tr("folders")));
     if (!isComplete)
         text = tr("So far %1").arg(text);
     if (const qint64 unreadable = m_tally->unreadable; unreadable > 0)
-        text += u'\n' + tr("%L1 folders could not be read and are not counted.").arg(unreadable);
+        text += u'\n' + tr("%1 could not be read; what is inside is not counted.")
+                            .arg(counted(unreadable, tr("folder"), tr("folders")));
     m_size->setText(text);
 }
 

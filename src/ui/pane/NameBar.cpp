@@ -36,7 +36,6 @@ NameBar::NameBar(QWidget *parent)
     hide();
 
     connect(m_edit, &QLineEdit::textChanged, this, &NameBar::check);
-    connect(m_edit, &QLineEdit::returnPressed, this, &NameBar::accept);
     connect(m_create, &QPushButton::clicked, this, &NameBar::accept);
     connect(cancel, &QPushButton::clicked, this, &NameBar::close);
 }
@@ -82,6 +81,8 @@ void NameBar::keyPressEvent(QKeyEvent *event)
 {
     if (event->key() == Qt::Key_Escape)
         close();
+    else if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)
+        accept();
     else
         QFrame::keyPressEvent(event);
 }

@@ -25,6 +25,18 @@ using namespace Qt::StringLiterals;
 
 namespace moorix {
 
+namespace {
+
+/// Keys that a button or a text line left over. Plain ones (Return, Delete) were meant for it and must not open or
+/// delete files.
+bool isMeantForPane(const QKeyEvent &event)
+{
+    const bool isFunctionKey = event.key() >= Qt::Key_F1 && event.key() <= Qt::Key_F12;
+    return isFunctionKey || (event.modifiers() & (Qt::ControlModifier | Qt::AltModifier));
+}
+
+} // namespace
+
 PaneView::PaneView(PaneModel &pane, const PaneContext &context, QWidget *parent)
     : QWidget(parent)
     , m_pane(pane)
@@ -58,7 +70,13 @@ PaneView::PaneView(PaneModel &pane, const PaneContext &context, QWidget *parent)
         answer(request);
 }
 
-PaneView::~PaneView() = default;
+PaneView::~PaneView()
+{
+    // Parts are taken down after this object; a name still being edited must not be reported to what is left of it.
+    for (QObject *part :
+         std::initializer_list<QObject *>{m_list, m_pathBar, m_nameBar, m_filterBar, m_question, m_actions})
+        part->disconnect(this);
+}
 
 void PaneView::build()
 {
@@ -262,7 +280,7 @@ void PaneView::keyPressEvent(QKeyEvent *event)
     if (event->key() == Qt::Key_Escape) {
         escape();
         focusList();
-    } else if (const auto command = commandForKey(*event); command && command != PaneCommand::focusOtherSide) {
+    } else if (const auto command = commandForKey(*event); command && isMeantForPane(*event)) {
         run(*command);
     } else {
         QWidget::keyPressEvent(event);

@@ -26,6 +26,7 @@ PathEdit::PathEdit(PaneModel &pane, QWidget *parent)
     m_completer->setModel(m_offers);
     m_completer->setCaseSensitivity(pane.isLocal() ? Qt::CaseSensitive : Qt::CaseInsensitive);
     m_completer->setCompletionMode(QCompleter::PopupCompletion);
+    m_completer->popup()->setObjectName(u"completionPopup"_s);
     setCompleter(m_completer);
     m_pause.setSingleShot(true);
     m_pause.setInterval(120ms);

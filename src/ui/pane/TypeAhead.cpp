@@ -25,6 +25,15 @@ bool TypeAhead::isTyping(std::chrono::milliseconds now) const
     return !m_word.isEmpty() && now - m_lastKey < pause;
 }
 
+bool TypeAhead::continues(const QString &text, std::chrono::milliseconds now, const Rows &rows) const
+{
+    if (!isTyping(now))
+        return false;
+    const QString word = m_word + text.toLower();
+    return firstRow(0, rows.count, [&](int row) { return rows.name(row).startsWith(word, Qt::CaseInsensitive); })
+        .has_value();
+}
+
 std::optional<int> TypeAhead::type(const QString &text, std::chrono::milliseconds now, const Rows &rows)
 {
     if (!isTyping(now))

@@ -26,11 +26,13 @@ public:
     /// typed again and again walks through the names that begin with it. Names that merely contain the word count when
     /// none begins with it.
     std::optional<int> type(const QString &text, std::chrono::milliseconds now, const Rows &rows);
-    /// Whether a key pressed at `now` continues a word.
-    bool isTyping(std::chrono::milliseconds now) const;
+    /// Whether `text` typed at `now` continues a word toward a name. Keys with a meaning of their own do so only then.
+    bool continues(const QString &text, std::chrono::milliseconds now, const Rows &rows) const;
     void clear() { m_word.clear(); }
 
 private:
+    bool isTyping(std::chrono::milliseconds now) const;
+
     QString m_word;
     std::chrono::milliseconds m_lastKey{};
 };

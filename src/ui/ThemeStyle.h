@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QProxyStyle>
+
+namespace moorix {
+
+/// Fusion, with check boxes and radio buttons whose outline is seen on dark and light grounds alike.
+class ThemeStyle final : public QProxyStyle
+{
+    Q_OBJECT
+
+public:
+    ThemeStyle();
+
+    void drawPrimitive(PrimitiveElement element, const QStyleOption *option, QPainter *painter,
+                       const QWidget *widget) const override;
+};
+
+} // namespace moorix

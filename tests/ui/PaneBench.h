@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "app/FileClipboard.h"
+#include "files/PaneModel.h"
+#include "platform/KeyValueStore.h"
+#include "platform/Preferences.h"
+#include "settings/SettingsStore.h"
+#include "support/MemoryFileService.h"
+#include "ui/pane/PaneView.h"
+
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTreeView>
+
+namespace moorix::test {
+
+/// A pane on a tree in memory, in a window that has the keyboard.
+class PaneBench final
+{
+public:
+    explicit PaneBench(std::initializer_list<MemoryFileService::Entry> entries)
+        : files(std::make_shared<MemoryFileService>(entries))
+    {
+        view.resize(600, 400);
+        view.show();
+        isReady = QTest::qWaitForWindowActive(&view);
+        view.focusList();
+    }
+
+    /// Loads a folder and waits for it.
+    bool open(const QString &path)
+    {
+        pane.load(path, true);
+        return isReady && QTest::qWaitFor([&] { return pane.currentPath() == path && !pane.isLoading(); });
+    }
+
+    QTreeView &list() { return *part<QTreeView>("fileList"); }
+    template <class Part>
+    Part *part(const char *name)
+    {
+        return view.findChild<Part *>(QString::fromLatin1(name));
+    }
+    /// A part of one of the bars that all look alike.
+    template <class Part>
+    Part *part(const char *bar, const char *name)
+    {
+        return part<QWidget>(bar)->template findChild<Part *>(QString::fromLatin1(name));
+    }
+    bool isShown(const char *name) { return part<QWidget>(name) && part<QWidget>(name)->isVisible(); }
+    void press(int key, Qt::KeyboardModifiers modifiers = {})
+    {
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key(key), modifiers);
+    }
+    void type(const QString &text) { QTest::keyClicks(QApplication::focusWidget(), text); }
+    QString current() { return list().currentIndex().siblingAtColumn(0).data().toString(); }
+    QStringList rows()
+    {
+        QStringList names;
+        for (int row = 0; row < list().model()->rowCount(); ++row)
+            names.append(list().model()->index(row, 0).data().toString());
+        return names;
+    }
+    QStringList selected()
+    {
+        QStringList names;
+        for (const FileItem &item : pane.selectedItems())
+            names.append(item.name);
+        return names;
+    }
+    /// The names the view paints as selected.
+    QStringList painted()
+    {
+        QStringList names;
+        for (const QModelIndex &index : list().selectionModel()->selectedRows())
+            names.append(index.data().toString());
+        names.sort();
+        return names;
+    }
+
+    bool isReady = false;
+    QTemporaryDir folder;
+    Preferences preferences{folder.filePath(QStringLiteral("preferences.json"))};
+    KeyValueStore cloud{QString()};
+    SettingsStore settings{preferences, cloud};
+    FileClipboard clipboard;
+    std::shared_ptr<MemoryFileService> files;
+    PaneModel pane{files, QStringLiteral("memory"), false};
+    QList<TransferRequest> transfers;
+    QString refusal;
+    PaneView view{pane, context()};
+
+private:
+    PaneContext context()
+    {
+        PaneContext context{settings, clipboard, files, {}, {}, {}, {}, {}, {}, {}, {}, {}};
+        context.transfer = [this](TransferRequest request) { transfers.append(std::move(request)); };
+        context.copyToOtherSide = [this] { return PaneContext::Refusal(refusal); };
+        return context;
+    }
+};
+
+} // namespace moorix::test

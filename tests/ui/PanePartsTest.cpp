@@ -1,0 +1,173 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The parts of a pane that can be tried without one.
+#include "support/MemoryFileService.h"
+#include "support/TestMain.h"
+#include "ui/pane/FolderTally.h"
+#include "ui/pane/PermissionsEditor.h"
+#include "ui/pane/QuickLookContent.h"
+#include "ui/pane/TypeAhead.h"
+
+#include "base/Error.h"
+
+#include <QBuffer>
+#include <QCheckBox>
+#include <QLineEdit>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+using namespace moorix;
+using moorix::test::MemoryFileService;
+using Kind = QuickLookContent::Kind;
+
+class PanePartsTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void typeAheadFindsTheRow_data()
+    {
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<int>("pauseMs");
+        QTest::addColumn<int>("row");
+        QTest::newRow("prefix, whatever the case") << u"BR"_s << 10 << 3;
+        QTest::newRow("after a pause a new word") << u"bc"_s << 1500 << 4;
+        QTest::newRow("one letter again walks on") << u"bb"_s << 10 << 3;
+        QTest::newRow("and starts over") << u"bbb"_s << 10 << 2;
+        QTest::newRow("inside a name when none begins so") << u"ph"_s << 10 << 1;
+        QTest::newRow("no such name") << u"zz"_s << 10 << -1;
+    }
+
+    void typeAheadFindsTheRow()
+    {
+        QFETCH(QString, typed);
+        QFETCH(int, pauseMs);
+        QFETCH(int, row);
+        const QStringList names{u"aa"_s, u"alpha"_s, u"beta"_s, u"Bravo"_s, u"cc"_s};
+        TypeAhead typeAhead;
+        int current = 0;
+        std::optional<int> found;
+        std::chrono::milliseconds now = 5s;
+        for (const QChar letter : typed) {
+            now += std::chrono::milliseconds(pauseMs);
+            const TypeAhead::Rows rows{int(names.size()), current,
+                                       [&](int at) -> const QString & { return names.at(at); }};
+            found = typeAhead.type(letter, now, rows);
+            current = found.value_or(current);
+        }
+        QCOMPARE(found.value_or(-1), row);
+    }
+
+    void typeAheadInAnEmptyListFindsNothing()
+    {
+        TypeAhead typeAhead;
+        QVERIFY(!typeAhead.type(u"a"_s, 1s, {}));
+    }
+
+    void quickLookTellsTextsFromOtherBytes_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<Kind>("kind");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("UTF-8") << QByteArray("gr\xc3\xbc\xc3\x9f") << Kind::text << u"grüß"_s;
+        QTest::newRow("else Latin-1") << QByteArray("gr\xfc\xdf") << Kind::text << u"grüß"_s;
+        QTest::newRow("UTF-16 with a mark") << QByteArray("\xff\xfe"
+                                                          "a\0b\0",
+                                                          6)
+                                            << Kind::text << u"ab"_s;
+        QTest::newRow("with a zero") << QByteArray("ab\0\xff", 4) << Kind::hex
+                                     << u"00000000  61 62 00 ff                                        ab··"_s;
+        QTest::newRow("empty") << QByteArray() << Kind::message << u"The file is empty."_s;
+    }
+
+    void quickLookTellsTextsFromOtherBytes()
+    {
+        QFETCH(QByteArray, bytes);
+        QFETCH(Kind, kind);
+        QFETCH(QString, text);
+        const QuickLookContent content = QuickLookContents::fromBytes(bytes);
+        QCOMPARE(content.kind, kind);
+        QCOMPARE(content.text.simplified(), text.simplified());
+    }
+
+    void quickLookCutsALongTextBetweenCharacters()
+    {
+        // An odd first byte puts the limit into the middle of a character.
+        const QByteArray bytes = "a" + QByteArray("\xc3\xbc").repeated(QuickLookContents::maxTextBytes / 2 + 10);
+        const QuickLookContent content = QuickLookContents::fromBytes(bytes);
+        QCOMPARE(content.text.size(), QuickLookContents::maxTextBytes / 2);
+        QCOMPARE(content.text.back(), u'ü');
+        QVERIFY(!content.remark.isEmpty());
+    }
+
+    void quickLookShowsPicturesWithTheirSize()
+    {
+        QByteArray bytes;
+        QBuffer buffer(&bytes);
+        QImage picture(3, 2, QImage::Format_RGB32);
+        picture.fill(Qt::red);
+        QVERIFY(picture.save(&buffer, "PNG"));
+        const QuickLookContent content = QuickLookContents::fromBytes(bytes);
+        QCOMPARE(content.kind, Kind::image);
+        QCOMPARE(content.image.size(), QSize(3, 2));
+        QCOMPARE(content.remark, u"3 × 2 pixels"_s);
+    }
+
+    void quickLookRefusesWhatIsTooLargeWithoutReadingIt()
+    {
+        MemoryFileService files{{"/large", "0123456789"}};
+        files.failOn(u"/large"_s, u"It was read."_s);
+        FileItem item;
+        item.name = u"large"_s;
+        item.path = u"/large"_s;
+        item.size = 10;
+        const QuickLookContent content = QuickLookContents::load(files, item, 9, {});
+        QCOMPARE(content.kind, Kind::message);
+        QVERIFY2(content.text.contains(u"10 bytes"_s), qPrintable(content.text));
+    }
+
+    void tallyCountsEverythingBelowButFollowsNoLink()
+    {
+        MemoryFileService files{{"/top/a", "123"}, {"/top/.hidden", "4"}, {"/top/deep/er/b", "56"}, {"/top/locked/c"}};
+        files.putLink(u"/top/deep/loop"_s, u"/top"_s);
+        files.failOn(u"/top/locked"_s, u"Permission denied."_s);
+        FolderTally tally;
+        countInto(tally, files, files.list(u"/"_s, HiddenFiles::included, {}), {});
+        QCOMPARE(tally.folders, 4);
+        QCOMPARE(tally.files, 4);
+        QVERIFY(tally.bytes >= 6);
+        QCOMPARE(tally.unreadable, 1);
+    }
+
+    void tallyEndsWhenStopped()
+    {
+        MemoryFileService files{{"/top/a", "123"}};
+        std::stop_source source;
+        source.request_stop();
+        FolderTally tally;
+        const QList<FileItem> top = files.list(u"/"_s, HiddenFiles::included, {});
+        QVERIFY_THROWS_EXCEPTION(Cancelled, countInto(tally, files, top, source.get_token()));
+    }
+
+    void permissionBoxesAndNumberSayTheSame()
+    {
+        PermissionsEditor editor;
+        auto *number = editor.findChild<QLineEdit *>();
+        const auto box = [&](int i) { return editor.findChild<QCheckBox *>(u"permission%1"_s.arg(i)); };
+        editor.setPermissions(u"rwxr-x---"_s);
+        QCOMPARE(number->text(), u"750"_s);
+        box(8)->click();
+        QCOMPARE(editor.octal().value_or(QString()), u"751"_s);
+        number->setText(u"4640"_s);
+        QVERIFY(box(0)->isChecked() && box(1)->isChecked() && !box(2)->isChecked() && !box(8)->isChecked());
+        box(2)->click();
+        QCOMPARE(editor.octal().value_or(QString()), u"4740"_s);
+        number->setText(u"64"_s);
+        QVERIFY(!editor.octal());
+        editor.setPermissions(std::nullopt);
+        QVERIFY(!editor.octal());
+    }
+};
+
+MOORIX_TEST(PanePartsTest)
+#include "PanePartsTest.moc"

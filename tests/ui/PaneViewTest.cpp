@@ -1,0 +1,378 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "PaneBench.h"
+
+#include "support/TestMain.h"
+#include "ui/Theme.h"
+#include "ui/pane/FileMimeData.h"
+
+#include <QDropEvent>
+#include <QHeaderView>
+#include <QSignalSpy>
+
+using namespace Qt::StringLiterals;
+using namespace moorix;
+using moorix::test::MemoryFileService;
+using moorix::test::PaneBench;
+
+namespace {
+
+void putMany(MemoryFileService &files, int count)
+{
+    for (int i = 0; i < count; ++i)
+        files.put(u"/f%1"_s.arg(i, 6, 10, QChar(u'0')));
+}
+
+void dropOn(QTreeView &list, const QMimeData &data, const QPoint &place)
+{
+    const Qt::DropActions actions = Qt::CopyAction | Qt::MoveAction;
+    QDragEnterEvent enter(place, actions, &data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(list.viewport(), &enter);
+    QVERIFY(enter.isAccepted());
+    QDropEvent drop(place, actions, &data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(list.viewport(), &drop);
+}
+
+} // namespace
+
+class PaneViewTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { Theme::apply(*qApp, u"midnight"_s, 13); }
+
+    void viewGoesAwayWhileANameIsBeingEdited()
+    {
+        PaneBench bench{{"/b", "x"}};
+        QVERIFY(bench.open(u"/"_s));
+        bench.press(Qt::Key_F2);
+        bench.part<QLineEdit>("renameEdit")->setText(u"a/b"_s);
+    }
+
+    void keysEnterAFolderAndComeBackToItsRow()
+    {
+        PaneBench bench{{"/a/"}, {"/b/"}, {"/b/x"}, {"/c/"}};
+        QVERIFY(bench.open(u"/"_s));
+        QCOMPARE(bench.current(), u"a"_s);
+        bench.press(Qt::Key_Down);
+        bench.press(Qt::Key_Return);
+        QTRY_COMPARE(bench.rows(), QStringList{u"x"_s});
+        bench.press(Qt::Key_Backspace);
+        QTRY_COMPARE(bench.pane.currentPath(), u"/"_s);
+        QTRY_COMPARE(bench.current(), u"b"_s);
+        bench.press(Qt::Key_Left, Qt::AltModifier);
+        QTRY_COMPARE(bench.pane.currentPath(), u"/b"_s);
+        bench.press(Qt::Key_Right, Qt::AltModifier);
+        QTRY_COMPARE(bench.pane.currentPath(), u"/"_s);
+    }
+
+    void renameOffersTheStemAndKeepsTheExtension()
+    {
+        PaneBench bench{{"/photo.tar.gz", "x"}, {"/z"}};
+        QVERIFY(bench.open(u"/"_s));
+        bench.press(Qt::Key_F2);
+        auto *editor = bench.part<QLineEdit>("renameEdit");
+        QVERIFY(editor);
+        QTRY_COMPARE(editor->selectedText(), u"photo"_s);
+        QTest::keyClicks(editor, u"new"_s);
+        QTest::keyClick(editor, Qt::Key_Return);
+        QTRY_COMPARE(bench.rows(), (QStringList{u"new.tar.gz"_s, u"z"_s}));
+        QTRY_COMPARE(bench.selected(), QStringList{u"new.tar.gz"_s});
+    }
+
+    void nameBeingTypedSurvivesAReload()
+    {
+        PaneBench bench{{"/b", "the one"}, {"/c"}};
+        QVERIFY(bench.open(u"/"_s));
+        bench.press(Qt::Key_F2);
+        QTest::keyClicks(bench.part<QLineEdit>("renameEdit"), u"typed"_s);
+        bench.files->put(u"/a"_s);
+        bench.pane.reload();
+        QTRY_COMPARE(bench.rows().size(), 3);
+        QTRY_COMPARE(bench.list().findChildren<QLineEdit *>(u"renameEdit"_s).size(), 1);
+        auto *editor = bench.part<QLineEdit>("renameEdit");
+        QCOMPARE(editor->text(), u"typed"_s);
+        QTest::keyClick(editor, Qt::Key_Return);
+        QTRY_COMPARE(bench.files->snapshot().value(u"/typed"_s), "the one");
+    }
+
+    void nameWithASlashIsRefusedInWords()
+    {
+        PaneBench bench{{"/b", "x"}};
+        QVERIFY(bench.open(u"/"_s));
+        bench.press(Qt::Key_F2);
+        auto *editor = bench.part<QLineEdit>("renameEdit");
+        editor->setText(u"a/b"_s);
+        QTest::keyClick(editor, Qt::Key_Return);
+        QTRY_VERIFY(bench.isShown("questionBar"));
+        QVERIFY(bench.part<QLabel>("questionBar", "messageBarText")->text().contains(u"slash"_s));
+        QVERIFY(bench.files->snapshot().contains(u"/b"_s));
+    }
+
+    void deletingForGoodAsksFirstAndEscapeMeansNo()
+    {
+        PaneBench bench{{"/a"}, {"/b"}};
+        QVERIFY(bench.open(u"/"_s));
+        bench.press(Qt::Key_F8);
+        QVERIFY(bench.isShown("questionBar"));
+        bench.press(Qt::Key_Escape);
+        QVERIFY(!bench.isShown("questionBar"));
+        QVERIFY(bench.list().hasFocus());
+        QCOMPARE(bench.files->snapshot().keys(), (QStringList{u"/a"_s, u"/b"_s}));
+        bench.press(Qt::Key_F8);
+        bench.press(Qt::Key_Return);
+        QTRY_COMPARE(bench.rows(), QStringList{u"b"_s});
+    }
+
+    void deletesWhatWasAskedAboutWhateverIsSelectedThen()
+    {
+        PaneBench bench{{"/a"}, {"/b"}, {"/c"}};
+        QVERIFY(bench.open(u"/"_s));
+        bench.press(Qt::Key_Delete, Qt::ShiftModifier);
+        bench.pane.setSelection({u"/b"_s, u"/c"_s});
+        QTest::mouseClick(bench.part<QPushButton>("questionBar", "messageBarConfirm"), Qt::LeftButton);
+        QTRY_COMPARE(bench.rows(), (QStringList{u"b"_s, u"c"_s}));
+    }
+
+    void deletesAtOnceWhenQuestionsAreSwitchedOff()
+    {
+        PaneBench bench{{"/a"}, {"/b"}};
+        bench.settings.confirmDeletes.set(false);
+        QVERIFY(bench.open(u"/"_s));
+        bench.press(Qt::Key_Delete);
+        QTRY_COMPARE(bench.rows(), QStringList{u"b"_s});
+        QCOMPARE(bench.current(), u"b"_s);
+    }
+
+    void selectionCursorAndScrollSurviveAReload()
+    {
+        PaneBench bench{};
+        putMany(*bench.files, 500);
+        QVERIFY(bench.open(u"/"_s));
+        bench.list().setCurrentIndex(bench.list().model()->index(250, 0));
+        bench.press(Qt::Key_Down, Qt::ShiftModifier);
+        const QStringList painted = bench.painted();
+        const QString top = bench.list().indexAt(QPoint(0, 0)).data().toString();
+        bench.files->put(u"/a new one above"_s);
+        bench.pane.reload();
+        QTRY_COMPARE(bench.rows().size(), 501);
+        QCOMPARE(painted.size(), 2);
+        QCOMPARE(bench.painted(), painted);
+        QCOMPARE(bench.current(), u"f000251"_s);
+        QCOMPARE(bench.list().indexAt(QPoint(0, 0)).data().toString(), top);
+    }
+
+    void rowAfterADeletedOneBecomesCurrent()
+    {
+        PaneBench bench{{"/a"}, {"/b"}, {"/c"}};
+        QVERIFY(bench.open(u"/"_s));
+        bench.press(Qt::Key_Down);
+        bench.files->drop(u"/b"_s);
+        bench.pane.reload();
+        QTRY_COMPARE(bench.rows().size(), 2);
+        QCOMPARE(bench.current(), u"c"_s);
+        QVERIFY(bench.selected().isEmpty());
+    }
+
+    void selectionOfTheModelIsPainted()
+    {
+        PaneBench bench{{"/a"}, {"/b"}, {"/c"}, {"/d"}};
+        QVERIFY(bench.open(u"/"_s));
+        bench.pane.setSelection({u"/a"_s, u"/c"_s, u"/d"_s});
+        QCOMPARE(bench.painted(), (QStringList{u"a"_s, u"c"_s, u"d"_s}));
+        bench.type(u"*"_s);
+        QCOMPARE(bench.selected(), QStringList{u"b"_s});
+        QCOMPARE(bench.painted(), QStringList{u"b"_s});
+    }
+
+    void insertSelectsAndGoesOn()
+    {
+        PaneBench bench{{"/a"}, {"/b"}, {"/c"}};
+        QVERIFY(bench.open(u"/"_s));
+        bench.press(Qt::Key_Insert);
+        bench.press(Qt::Key_Insert);
+        QCOMPARE(bench.selected(), (QStringList{u"a"_s, u"b"_s}));
+        QCOMPARE(bench.current(), u"c"_s);
+    }
+
+    void typingGoesToTheName()
+    {
+        PaneBench bench{{"/alpha"}, {"/beta"}, {"/Bravo"}, {"/two words"}};
+        QVERIFY(bench.open(u"/"_s));
+        bench.type(u"br"_s);
+        QCOMPARE(bench.selected(), QStringList{u"Bravo"_s});
+        bench.press(Qt::Key_Escape);
+        bench.type(u"two w"_s);
+        QCOMPARE(bench.current(), u"two words"_s);
+        QVERIFY(!bench.part<QWidget>("quickLook"));
+    }
+
+    void filterNarrowsTheListAndEscapeShowsAllAgain()
+    {
+        PaneBench bench{{"/alpha"}, {"/beta"}};
+        QVERIFY(bench.open(u"/"_s));
+        bench.press(Qt::Key_F, Qt::ControlModifier);
+        bench.type(u"BET"_s);
+        QTRY_COMPARE(bench.rows(), QStringList{u"beta"_s});
+        bench.type(u"x"_s);
+        QTRY_VERIFY(bench.isShown("paneNotice"));
+        QCOMPARE(bench.part<QLabel>("noticeText")->text(), u"Nothing matches “BETx”."_s);
+        bench.press(Qt::Key_Escape);
+        QTRY_COMPARE(bench.rows().size(), 2);
+        QVERIFY(bench.list().hasFocus());
+        QVERIFY(!bench.isShown("paneNotice"));
+    }
+
+    void failureIsSaidAboveTheListAndRetryGoesThere()
+    {
+        PaneBench bench{{"/a/"}, {"/a/inside"}};
+        QVERIFY(bench.open(u"/"_s));
+        bench.files->failOn(u"/a"_s, u"The server is away."_s);
+        bench.press(Qt::Key_Return);
+        QTRY_VERIFY(bench.isShown("errorBanner"));
+        QCOMPARE(bench.part<QLabel>("errorBanner", "messageBarText")->text(), u"The server is away."_s);
+        QCOMPARE(bench.rows(), QStringList{u"a"_s});
+        QVERIFY(bench.list().hasFocus());
+        bench.files->failOn(u"/a"_s, {});
+        QTest::mouseClick(bench.part<QPushButton>("errorBanner", "messageBarConfirm"), Qt::LeftButton);
+        QTRY_COMPARE(bench.rows(), QStringList{u"inside"_s});
+        QTRY_VERIFY(!bench.isShown("errorBanner"));
+    }
+
+    void firstListingThatFailsIsSaidInsteadOfRows()
+    {
+        PaneBench bench{{"/a"}};
+        bench.files->failOn(u"/"_s, u"The server is away."_s);
+        bench.pane.load(u"/"_s, true);
+        QTRY_COMPARE(bench.part<QLabel>("noticeText")->text(), u"The server is away."_s);
+        QVERIFY(!bench.isShown("errorBanner"));
+        bench.files->failOn(u"/"_s, {});
+        QTest::mouseClick(bench.part<QPushButton>("noticeButton"), Qt::LeftButton);
+        QTRY_COMPARE(bench.rows(), QStringList{u"a"_s});
+        QVERIFY(!bench.isShown("paneNotice"));
+    }
+
+    void slowListingSaysWhatItWaitsForAndCanBeGivenUp()
+    {
+        PaneBench bench{{"/a/"}};
+        QVERIFY(bench.open(u"/"_s));
+        bench.files->block(u"/a"_s);
+        bench.press(Qt::Key_Return);
+        QTRY_COMPARE(bench.part<QLabel>("statusLine")->text(), u"Listing /a…"_s);
+        QCOMPARE(bench.rows(), QStringList{u"a"_s});
+        QTest::mouseClick(bench.part<QPushButton>("statusCancel"), Qt::LeftButton);
+        QVERIFY(!bench.pane.isLoading());
+        QTRY_VERIFY(bench.part<QLabel>("statusLine")->text().startsWith(u"1 of 1 selected"_s));
+    }
+
+    void newFolderRefusesANameThatIsTaken()
+    {
+        PaneBench bench{{"/taken/"}};
+        QVERIFY(bench.open(u"/"_s));
+        bench.press(Qt::Key_F7);
+        bench.type(u"taken"_s);
+        QVERIFY(!bench.part<QPushButton>("nameCreate")->isEnabled());
+        QVERIFY(bench.isShown("nameProblem"));
+        bench.type(u" not"_s);
+        bench.press(Qt::Key_Return);
+        QTRY_COMPARE(bench.rows(), (QStringList{u"taken"_s, u"taken not"_s}));
+        QTRY_COMPARE(bench.current(), u"taken not"_s);
+        QVERIFY(bench.list().hasFocus());
+    }
+
+    void pathThatCannotBeShownStaysToBeCorrected()
+    {
+        PaneBench bench{{"/a/"}, {"/a/b/"}};
+        QVERIFY(bench.open(u"/"_s));
+        bench.press(Qt::Key_L, Qt::ControlModifier);
+        auto *edit = bench.part<QLineEdit>("pathEdit");
+        QVERIFY(edit->hasFocus());
+        edit->setText(u"/a/c"_s);
+        bench.press(Qt::Key_Return);
+        QTRY_VERIFY(bench.isShown("errorBanner"));
+        QVERIFY(edit->isVisible());
+        QCOMPARE(edit->text(), u"/a/c"_s);
+        edit->setText(u"a/b/"_s);
+        QTest::keyClick(edit, Qt::Key_Return);
+        QTRY_COMPARE(bench.pane.currentPath(), u"/a/b"_s);
+        QVERIFY(!edit->isVisible());
+        QVERIFY(bench.list().hasFocus());
+    }
+
+    void clickOnAHeaderSortsAndIsRemembered()
+    {
+        PaneBench bench{{"/big", "123456"}, {"/small", "1"}};
+        QVERIFY(bench.open(u"/"_s));
+        QHeaderView *header = bench.list().header();
+        const QPoint sizeColumn(header->sectionViewportPosition(1) + 20, header->height() / 2);
+        QTest::mouseClick(header->viewport(), Qt::LeftButton, {}, sizeColumn);
+        QCOMPARE(bench.rows(), (QStringList{u"small"_s, u"big"_s}));
+        QTest::mouseClick(header->viewport(), Qt::LeftButton, {}, sizeColumn);
+        QCOMPARE(bench.rows(), (QStringList{u"big"_s, u"small"_s}));
+        QCOMPARE(fileSortKeyFromRaw(bench.settings.sortKeyRaw.value()), FileSortKey::size);
+        QCOMPARE(bench.settings.sortAscending.value(), false);
+    }
+
+    void dropFromAnotherPlaceCopiesIntoTheFolderUnderIt()
+    {
+        PaneBench bench{{"/folder/"}, {"/z"}};
+        QVERIFY(bench.open(u"/"_s));
+        const auto other = std::make_shared<MemoryFileService>();
+        FileItem dropped;
+        dropped.name = u"x"_s;
+        dropped.path = u"/x"_s;
+        const FileMimeData data(other, {dropped}, false);
+        const QPoint place = bench.list().visualRect(bench.list().model()->index(0, 0)).center();
+        dropOn(bench.list(), data, place);
+        QCOMPARE(bench.transfers.size(), 1);
+        QCOMPARE(bench.transfers.front().targetFolder, u"/folder"_s);
+        QCOMPARE(bench.transfers.front().source, std::shared_ptr<FileService>(other));
+        QVERIFY(!bench.transfers.front().isMove);
+    }
+
+    void folderDroppedOnItselfStays()
+    {
+        PaneBench bench{{"/folder/"}};
+        QVERIFY(bench.open(u"/"_s));
+        const FileMimeData data(bench.files, {bench.pane.displayedItem(0)}, false);
+        const QPoint place = bench.list().visualRect(bench.list().model()->index(0, 0)).center();
+        dropOn(bench.list(), data, place);
+        QVERIFY(bench.transfers.isEmpty());
+    }
+
+    void whyNothingCouldBeCopiedIsSaid()
+    {
+        PaneBench bench{{"/a"}};
+        QVERIFY(bench.open(u"/"_s));
+        bench.refusal = u"The other side shows no folder."_s;
+        bench.press(Qt::Key_F5);
+        QCOMPARE(bench.part<QLabel>("questionBar", "messageBarText")->text(), bench.refusal);
+        QCOMPARE(bench.selected(), QStringList{u"a"_s});
+    }
+
+    void requestFromAMenuIsAnsweredOnce()
+    {
+        PaneBench bench{{"/a"}};
+        QVERIFY(bench.open(u"/"_s));
+        bench.pane.request(PaneRequest::requestNewFolder);
+        QTRY_VERIFY(bench.isShown("nameEdit"));
+        QVERIFY(!bench.pane.isRequested(PaneRequest::requestNewFolder));
+    }
+
+    void hundredThousandRowsAreShownAndSelected()
+    {
+        PaneBench bench{};
+        putMany(*bench.files, 100'000);
+        QVERIFY(bench.open(u"/"_s));
+        bench.press(Qt::Key_A, Qt::ControlModifier);
+        QCOMPARE(bench.pane.selection().size(), 100'000);
+        bench.pane.setSelection({u"/f099999"_s});
+        bench.press(Qt::Key_End);
+        QCOMPARE(bench.current(), u"f099999"_s);
+        QVERIFY(
+            bench.list().viewport()->rect().contains(bench.list().visualRect(bench.list().currentIndex()).center()));
+    }
+};
+
+MOORIX_TEST(PaneViewTest)
+#include "PaneViewTest.moc"
