@@ -3,8 +3,6 @@
 
 #include "base/Error.h"
 
-#include <QFile>
-
 #include <cerrno>
 #include <cstdio>
 
@@ -43,10 +41,10 @@ private:
     termios m_before = {};
 };
 
-QByteArray readLine(const std::stop_token &stop)
+/// Waits for input and reads at most `size` bytes of it; empty at the end of the input.
+QByteArray readSome(qsizetype size, const std::stop_token &stop)
 {
-    QByteArray line;
-    while (!line.endsWith('\n')) {
+    while (true) {
         pollfd input{STDIN_FILENO, POLLIN, 0};
         constexpr int sliceMsecs = 50;
         const int ready = ::poll(&input, 1, sliceMsecs);
@@ -54,10 +52,22 @@ QByteArray readLine(const std::stop_token &stop)
             throw Cancelled();
         if (ready <= 0)
             continue;
-        char letter = '\0';
-        if (::read(STDIN_FILENO, &letter, 1) <= 0)
+        QByteArray bytes(size, Qt::Uninitialized);
+        const ssize_t count = ::read(STDIN_FILENO, bytes.data(), size_t(size));
+        if (count < 0)
+            throw Error(u"Console"_s, u"Standard input could not be read: %1"_s.arg(systemErrorText(errno)));
+        return bytes.left(count);
+    }
+}
+
+QByteArray readLine(const std::stop_token &stop)
+{
+    QByteArray line;
+    while (!line.endsWith('\n')) {
+        const QByteArray letter = readSome(1, stop);
+        if (letter.isEmpty())
             throw Cancelled();
-        line.append(letter);
+        line += letter;
     }
     line.chop(1);
     return line;
@@ -110,18 +120,22 @@ QString console::ask(const QString &question, const std::stop_token &stop)
     return QString::fromUtf8(readLine(stop)).trimmed();
 }
 
-QByteArray console::readAll()
+QByteArray console::readAll(const std::stop_token &stop)
 {
-    QFile input;
-    if (!input.open(stdin, QIODevice::ReadOnly))
-        throw Error(u"Console"_s, u"Standard input could not be read: %1"_s.arg(input.errorString()));
-    return input.readAll();
+    constexpr qsizetype chunkBytes = 65536;
+    QByteArray all;
+    while (true) {
+        const QByteArray bytes = readSome(chunkBytes, stop);
+        if (bytes.isEmpty())
+            return all;
+        all += bytes;
+    }
 }
 
 QByteArray console::readSecret(const QString &prompt, const std::stop_token &stop)
 {
     if (!canAsk())
-        return readAll();
+        return readAll(stop);
     const EchoOff silence;
     toStandardError(prompt);
     const QByteArray line = readLine(stop);

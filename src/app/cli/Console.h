@@ -27,8 +27,9 @@ bool canAsk();
 /// Asks on standard error and reads one line. Throws Cancelled after a stop or at the end of the input.
 QString ask(const QString &question, const std::stop_token &stop);
 
-/// All of standard input. On a terminal one line, not echoed, after `prompt`.
+/// All of standard input. Throws Cancelled after a stop.
+QByteArray readAll(const std::stop_token &stop);
+/// The same, but on a terminal one line, not echoed, after `prompt`.
 QByteArray readSecret(const QString &prompt, const std::stop_token &stop);
-QByteArray readAll();
 
 } // namespace moorix::console

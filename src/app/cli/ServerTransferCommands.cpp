@@ -35,10 +35,10 @@ ExitCode runExport(const QCommandLineParser &parser, CommandContext &context)
     return ExitCode::done;
 }
 
-ServerLibrary readLibrary(const QString &file)
+ServerLibrary readLibrary(const QString &file, const std::stop_token &stop)
 {
     if (file == u"-")
-        return ServerLibrary::decode(console::readAll());
+        return ServerLibrary::decode(console::readAll(stop));
     const auto bytes = jsonFile::read(absolute(file));
     if (!bytes)
         throw Error(u"Servers"_s, u"There is no file “%1”."_s.arg(file));
@@ -63,7 +63,7 @@ void importFolders(QList<ServerFolder> folders, ServerStore &store)
 
 ExitCode runImport(const QCommandLineParser &parser, CommandContext &context)
 {
-    const ServerLibrary library = readLibrary(parser.positionalArguments().constFirst());
+    const ServerLibrary library = readLibrary(parser.positionalArguments().constFirst(), context.stop());
     ServerStore &store = context.servers();
     qsizetype replaced = 0;
     for (const ServerConnection &server : library.servers)
