@@ -62,14 +62,14 @@ void TransferRoute::copyThroughThisMachine(const FileItem &file, const QString &
                                 {true, [&progress, half](qint64 bytes) { progress(half + bytes / 2); }}, stop);
 }
 
-qint64 TransferRoute::destinationSize(const FileItem &file, const std::stop_token &stop) const
+qint64 TransferRoute::sizeAtSource(const FileItem &file, const std::stop_token &stop) const
 {
-    if (m_destinationServer)
-        return m_destinationServer->followLink(file, stop).size;
-    const auto item = m_destination->stat(file.path, stop);
-    if (!item)
-        throw Error(u"Transfer"_s, u"the copy is not there although the transfer reported success"_s);
-    return item->size;
+    return m_source->followLink(file, stop).size;
+}
+
+qint64 TransferRoute::sizeAtDestination(const FileItem &file, const std::stop_token &stop) const
+{
+    return m_destination->followLink(file, stop).size;
 }
 
 bool TransferRoute::rename(const FileItem &item, const QString &toPath, localTransfer::Existing existing,

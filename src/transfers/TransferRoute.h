@@ -32,8 +32,9 @@ public:
     /// fails. Throws for links and special files that this route cannot carry.
     void copyFile(const FileItem &file, const QString &toPath, localTransfer::Flush flush,
                   const std::function<void(qint64 bytes)> &progress, const std::stop_token &stop) const;
-    /// The size of a file at the destination; throws when there is none. Cheaper than a stat where that reads a folder.
-    qint64 destinationSize(const FileItem &file, const std::stop_token &stop) const;
+    /// The size of a file at this moment; throws when it is gone. Cheaper than a stat, for which servers read a folder.
+    qint64 sizeAtSource(const FileItem &file, const std::stop_token &stop) const;
+    qint64 sizeAtDestination(const FileItem &file, const std::stop_token &stop) const;
     /// Renames within the destination. Returns false, having done nothing, between two local file systems.
     [[nodiscard]] bool rename(const FileItem &item, const QString &toPath, localTransfer::Existing existing,
                               const std::stop_token &stop) const;

@@ -66,17 +66,14 @@ void TransferRun::transferFile(const TransferNode &node, const Place &place)
 
 void TransferRun::verify(const FileItem &item, const FileItem &part) const
 {
-    const qint64 copied = m_route.destinationSize(part, m_stop);
+    const qint64 copied = m_route.sizeAtDestination(part, m_stop);
     // A copy may only count as whole, and its original as superfluous, by what the original is at this moment.
     qint64 expected = item.size;
-    if (m_request.isMove || copied != expected) {
-        const auto original = m_route.source().stat(item.path, m_stop);
-        if (!original)
-            throw Error(u"Transfer"_s, u"the original disappeared while it was copied"_s);
-        expected = original->size;
-    }
+    if (m_request.isMove || copied != expected)
+        expected = m_route.sizeAtSource(item, m_stop);
     if (copied != expected) {
-        throw Error(u"Transfer"_s,
+        throw Error(
+            u"Transfer"_s,
             u"the copy has %1 bytes, the original %2; it may have changed meanwhile"_s.arg(copied).arg(expected));
     }
 }

@@ -9,6 +9,7 @@
 
 #include <atomic>
 #include <functional>
+#include <memory>
 
 namespace moorix::test {
 
@@ -27,7 +28,8 @@ public:
     /// What `connect` throws.
     std::function<void(const std::stop_token &)> connecting;
     std::atomic<int> connects = 0;
-    std::atomic<int> disconnects = 0;
+    /// Counts disconnects, if set; may outlive the server.
+    std::shared_ptr<std::atomic<int>> farewells;
     QString home = QStringLiteral("/");
 
     void connect(const std::stop_token &stop) override
@@ -39,7 +41,8 @@ public:
     }
     void disconnect() noexcept override
     {
-        ++disconnects;
+        if (farewells)
+            ++*farewells;
         m_isConnected = false;
     }
     QString defaultDirectory(const std::stop_token &) override { return home; }
@@ -75,8 +78,8 @@ public:
     {
         m_disk.write(data, path, stop);
     }
-    void setPermissions(
-        const QString &path, const QString &octal, Recursive recursive, const std::stop_token &stop) override
+    void setPermissions(const QString &path, const QString &octal, Recursive recursive,
+                        const std::stop_token &stop) override
     {
         m_disk.setPermissions(path, octal, recursive, stop);
     }
@@ -98,12 +101,12 @@ public:
     }
     std::optional<qint64> freeSpace(const QString &, const std::stop_token &) override { return space; }
     void download(const QString &remotePath, const QString &toLocal, const RemoteTransferOptions &options,
-        const std::stop_token &stop) override
+                  const std::stop_token &stop) override
     {
         carry(remotePath, toLocal, options, stop);
     }
     void upload(const QString &localPath, const QString &toRemote, const RemoteTransferOptions &options,
-        const std::stop_token &stop) override
+                const std::stop_token &stop) override
     {
         carry(localPath, toRemote, options, stop);
     }
@@ -118,7 +121,7 @@ public:
 
 private:
     void carry(const QString &from, const QString &to, const RemoteTransferOptions &options,
-        const std::stop_token &stop) const
+               const std::stop_token &stop) const
     {
         const QByteArray bytes = LocalFileService().read(from, stop);
         QFile target(to);

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "transfers/TransferEngine.h"
 #include "support/FolderServer.h"
 #include "support/TestMain.h"
 #include "support/TestTree.h"
-#include "transfers/TransferEngine.h"
 
 #include <QSemaphore>
 #include <QSignalSpy>

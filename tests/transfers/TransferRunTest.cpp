@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "transfers/TransferRun.h"
 #include "base/Error.h"
 #include "support/FolderServer.h"
 #include "support/TestMain.h"
 #include "support/TestTree.h"
-#include "transfers/TransferRun.h"
 
 #include <QFileInfo>
 #include <QTest>
@@ -34,7 +34,7 @@ struct Scene
     {
         request.source = route == Route::local || route == Route::upload ? disk : server;
         request.destination = route == Route::local || route == Route::download ? disk
-            : route == Route::betweenServers                                    ? otherServer
+                              : route == Route::betweenServers                  ? otherServer
                                                                                 : server;
         request.targetFolder = tree.path("to");
         callbacks.ask = [](const TransferConflict &, const std::stop_token &) -> ConflictAnswer {
@@ -67,11 +67,14 @@ void addRoutes()
     QTest::newRow("within a server") << Route::withinServer;
 }
 
-const TreeSnapshot wholeTree{{u"site/"_s, ""}, {u"site/a.txt"_s, "text"}, {u"site/.hidden"_s, "dot"},
-    {u"site/empty/"_s, ""}, {u"site/deep/"_s, ""}, {u"site/deep/b"_s, "more"}};
+const TreeSnapshot wholeTree{{u"site/"_s, ""},       {u"site/a.txt"_s, "text"}, {u"site/.hidden"_s, "dot"},
+                             {u"site/empty/"_s, ""}, {u"site/deep/"_s, ""},     {u"site/deep/b"_s, "more"}};
 
-const std::initializer_list<TestTree::Entry> treeToSend{{"from/site/a.txt", "text"}, {"from/site/.hidden", "dot"},
-    {"from/site/empty/", ""}, {"from/site/deep/b", "more"}, {"to/", ""}};
+const std::initializer_list<TestTree::Entry> treeToSend{{"from/site/a.txt", "text"},
+                                                        {"from/site/.hidden", "dot"},
+                                                        {"from/site/empty/", ""},
+                                                        {"from/site/deep/b", "more"},
+                                                        {"to/", ""}};
 
 } // namespace
 
@@ -144,8 +147,8 @@ private slots:
         QTest::newRow("rename") << TransferConflictPolicy::rename << nobody << folderToo;
         QTest::newRow("ask: skip each") << ask << std::optional(ConflictAnswer{Choice::skip, false}) << kept;
         QTest::newRow("ask: rename each") << ask << std::optional(ConflictAnswer{Choice::rename, false}) << both;
-        QTest::newRow("ask: overwrite all") << ask << std::optional(ConflictAnswer{Choice::overwrite, true})
-                                            << replaced;
+        QTest::newRow("ask: overwrite all")
+            << ask << std::optional(ConflictAnswer{Choice::overwrite, true}) << replaced;
         QTest::newRow("ask: cancel") << ask << std::optional(ConflictAnswer{Choice::cancel, false}) << kept;
     }
     void conflictsAreResolvedByPolicy()
@@ -154,9 +157,13 @@ private slots:
         QFETCH(const std::optional<ConflictAnswer>, answer);
         QFETCH(const TreeSnapshot, expected);
         for (const Route route : {Route::local, Route::upload, Route::withinServer}) {
-            Scene scene({{"from/a.tar.gz", "new a"}, {"from/b", "new b"}, {"from/d/c", "new c"}, {"to/a.tar.gz", "old"},
-                            {"to/b", "old"}, {"to/d/c", "old"}},
-                route);
+            Scene scene({{"from/a.tar.gz", "new a"},
+                         {"from/b", "new b"},
+                         {"from/d/c", "new c"},
+                         {"to/a.tar.gz", "old"},
+                         {"to/b", "old"},
+                         {"to/d/c", "old"}},
+                        route);
             scene.request.policy = policy;
             int questions = 0;
             scene.callbacks.ask = [&](const TransferConflict &, const std::stop_token &) {
@@ -205,7 +212,7 @@ private slots:
         QCOMPARE(outcome.failures.size(), 1);
         QVERIFY2(outcome.failures.first().startsWith(u"“bad” was not moved: "_s) &&
                      outcome.failures.first().contains(words),
-            qPrintable(outcome.failures.first()));
+                 qPrintable(outcome.failures.first()));
         TreeSnapshot expected{{u"bad"_s, "old data"}};
         if (!isSilent)
             expected.insert(u"good"_s, "fine");
@@ -230,18 +237,18 @@ private slots:
         QTest::addColumn<QByteArray>("item");
         QTest::addColumn<QByteArray>("targetFolder");
         QTest::addColumn<QString>("words");
-        QTest::newRow("file onto itself") << QByteArray("from/file") << QByteArray("from")
-                                          << u"it cannot be copied onto itself"_s;
-        QTest::newRow("file onto itself through a link") << QByteArray("from/file") << QByteArray("link")
-                                                         << u"it cannot be copied onto itself"_s;
-        QTest::newRow("folder into itself") << QByteArray("from/d") << QByteArray("from/d")
-                                            << u"a folder cannot go into itself"_s;
-        QTest::newRow("folder into its own depth") << QByteArray("from/d") << QByteArray("link/d/e")
-                                                   << u"a folder cannot go into itself"_s;
-        QTest::newRow("file over a folder") << QByteArray("from/file") << QByteArray("clash")
-                                            << u"a file does not replace a folder"_s;
-        QTest::newRow("folder over a file") << QByteArray("from/d") << QByteArray("clash")
-                                            << u"a folder does not replace a file"_s;
+        QTest::newRow("file onto itself")
+            << QByteArray("from/file") << QByteArray("from") << u"it cannot be copied onto itself"_s;
+        QTest::newRow("file onto itself through a link")
+            << QByteArray("from/file") << QByteArray("link") << u"it cannot be copied onto itself"_s;
+        QTest::newRow("folder into itself")
+            << QByteArray("from/d") << QByteArray("from/d") << u"a folder cannot go into itself"_s;
+        QTest::newRow("folder into its own depth")
+            << QByteArray("from/d") << QByteArray("link/d/e") << u"a folder cannot go into itself"_s;
+        QTest::newRow("file over a folder")
+            << QByteArray("from/file") << QByteArray("clash") << u"a file does not replace a folder"_s;
+        QTest::newRow("folder over a file")
+            << QByteArray("from/d") << QByteArray("clash") << u"a folder does not replace a file"_s;
         QTest::newRow("fifo") << QByteArray("from/fifo") << QByteArray("to") << u"neither a file nor a folder"_s;
     }
     void impossibleCopiesAreRefusedInWords()
@@ -287,8 +294,9 @@ private slots:
     {
         QFETCH(const QByteArray, written);
         Scene scene({{"from/d/a", "before"}, {"to/", ""}}, Route::upload);
-        scene.server->halfway
-            = [&scene, written](const QString &) { scene.tree.write(written.constData(), "written meanwhile"); };
+        scene.server->halfway = [&scene, written](const QString &) {
+            scene.tree.write(written.constData(), "written meanwhile");
+        };
         scene.add("from/d");
         scene.request.isMove = true;
         QCOMPARE(scene.run().failures.size(), 1);
@@ -323,8 +331,9 @@ private slots:
     void lostConnectionEndsTheTransferWithOneSentence()
     {
         Scene scene({{"from/a", "1"}, {"from/b", "2"}, {"from/c", "3"}, {"to/", ""}}, Route::upload);
-        scene.server->halfway
-            = [](const QString &) { throw FileServiceError::connectionFailed(u"Connection reset by peer"_s); };
+        scene.server->halfway = [](const QString &) {
+            throw FileServiceError::connectionFailed(u"Connection reset by peer"_s);
+        };
         for (const char *path : {"from/a", "from/b", "from/c"})
             scene.add(path);
         QCOMPARE(scene.run().failures, QStringList{u"Could not connect: Connection reset by peer"_s});
