@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "app/PaneTabs.h"
+#include "app/ServerConnections.h"
+#include "app/Session.h"
+#include "files/PaneModel.h"
+#include "platform/KeyValueStore.h"
+#include "platform/Preferences.h"
+#include "settings/SettingsStore.h"
+#include "support/FakeProcessRunner.h"
+#include "support/FolderServer.h"
+#include "support/TestTree.h"
+#include "transfers/TransferEngine.h"
+
+namespace moorix::test {
+
+inline ServerConnection serverNamed(const QString &name)
+{
+    ServerConnection server;
+    server.name = name;
+    server.host = QStringLiteral("host.example.org");
+    server.username = QStringLiteral("deploy");
+    return server;
+}
+
+/// One side of a window over temporary folders, whose servers are folders of this machine.
+struct AppScene
+{
+    TestTree tree{{"home/a.txt", "a"}, {"home/.dot", ""}, {"srv/b.txt", "b"}, {"srv/deep/c.txt", "c"}};
+    Preferences preferences{tree.path("preferences.json")};
+    KeyValueStore cloud{QString()};
+    SettingsStore settings{preferences, cloud};
+    std::shared_ptr<FakeProcessRunner> runner;
+    /// How often a service was disconnected; outlives the services.
+    std::shared_ptr<std::atomic<int>> farewells = std::make_shared<std::atomic<int>>(0);
+    /// Every service made, in order. Changed on workers, one at a time.
+    QList<FolderServer *> made;
+    /// Prepares each new service.
+    std::function<void(FolderServer &)> prepare = [](FolderServer &) {};
+    ServerConnections connections{[this](const ServerConnection &, const std::optional<ConnectionCredentials> &) {
+                                      auto server = std::make_shared<FolderServer>();
+                                      server->home = tree.path("srv");
+                                      server->farewells = farewells;
+                                      prepare(*server);
+                                      made << server.get();
+                                      return server;
+                                  },
+                                  runner};
+    TransferEngine transfers;
+    std::unique_ptr<PaneTabs> tabs;
+
+    explicit AppScene(std::shared_ptr<FakeProcessRunner> processes = std::make_shared<FakeProcessRunner>())
+        : runner(std::move(processes))
+    {
+        settings.defaultLocalPath.set(tree.path("home"));
+        settings.sortKeyRaw.set(QStringLiteral("size"));
+        settings.showHiddenFiles.set(true);
+        tabs = std::make_unique<PaneTabs>(
+            PaneTabs::Environment{std::make_shared<LocalFileService>(), connections, settings, transfers});
+    }
+};
+
+} // namespace moorix::test

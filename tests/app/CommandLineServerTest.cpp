@@ -1,0 +1,165 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/CommandLine.h"
+#include "files/LocalFileService.h"
+#include "servers/ServerLibrary.h"
+#include "support/MemoryKeychain.h"
+#include "support/TestMain.h"
+#include "support/TestServer.h"
+#include "support/TestTree.h"
+
+#include <QDir>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTemporaryFile>
+#include <QTest>
+
+#include <cstdio>
+#include <utility>
+
+#include <unistd.h>
+
+using namespace moorix;
+using namespace moorix::test;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// Sends a standard stream into a file for as long as it lives.
+class Captured final
+{
+public:
+    Captured(FILE *stream, int number)
+        : m_stream(stream)
+        , m_number(number)
+        , m_before(::dup(number))
+    {
+        std::fflush(m_stream);
+        m_file.open();
+        ::dup2(m_file.handle(), m_number);
+    }
+    Q_DISABLE_COPY_MOVE(Captured)
+    ~Captured() { text(); }
+    QByteArray text()
+    {
+        if (m_before < 0)
+            return m_text;
+        std::fflush(m_stream);
+        ::dup2(m_before, m_number);
+        ::close(std::exchange(m_before, -1));
+        m_file.seek(0);
+        return m_text = m_file.readAll();
+    }
+
+private:
+    FILE *m_stream;
+    int m_number;
+    int m_before;
+    QTemporaryFile m_file;
+    QByteArray m_text;
+};
+
+} // namespace
+
+/// Commands against a real sshd.
+class CommandLineServerTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        qputenv("XDG_DATA_HOME", QFile::encodeName(m_tree.path("data")));
+        qputenv("XDG_CONFIG_HOME", QFile::encodeName(m_tree.path("config")));
+        m_server = std::make_unique<TestServer>();
+        ServerConnection record = m_server->connection();
+        record.name = u"web"_s;
+        ServerLibrary library;
+        library.servers = {record};
+        m_tree.write("data/Moorix/servers.json", library.encode());
+        m_platform = {std::make_shared<IsolatedClients>(m_server->knownHostsPath()),
+                      std::make_shared<MemoryKeychain>()};
+    }
+
+    void cleanupTestCase()
+    {
+        m_platform = {};
+        m_server.reset();
+        qunsetenv("XDG_DATA_HOME");
+        qunsetenv("XDG_CONFIG_HOME");
+    }
+
+    void firstContactIsToldOnceOnStandardError()
+    {
+        QCOMPARE(run({u"ls"_s, remote("")}), 0);
+        QVERIFY2(m_err.contains("First contact with 127.0.0.1") && m_err.contains("SHA256:"), m_err.constData());
+        QCOMPARE(run({u"ls"_s, remote("")}), 0);
+        QCOMPARE(m_err, QByteArray());
+    }
+
+    void treeTravelsToTheServerAndBack()
+    {
+        QCOMPARE(run({u"cp"_s, m_tree.path("site"), remote("")}), 0);
+        QCOMPARE(run({u"ls"_s, u"--json"_s, remote("/site")}), 0);
+        const QJsonArray items = QJsonDocument::fromJson(m_out).object().value(u"items").toArray();
+        QCOMPARE(items.size(), 2);
+        QCOMPARE(items.at(1).toObject().value(u"name").toString(), u"it's \"a\".txt"_s);
+        QCOMPARE(items.at(1).toObject().value(u"size").toInt(), 4);
+        QCOMPARE(run({u"mv"_s, remote("/site"), u"renamed"_s}), 0);
+        QCOMPARE(run({u"chmod"_s, u"640"_s, remote("/renamed/it's \"a\".txt")}), 0);
+        QCOMPARE(run({u"cat"_s, remote("/renamed/deep/b")}), 0);
+        QCOMPARE(m_out, QByteArray("more"));
+        QCOMPARE(run({u"cp"_s, remote("/renamed"), m_tree.path("back")}), 0);
+        QCOMPARE(m_tree.read("back/it's \"a\".txt"), QByteArray("text"));
+        QCOMPARE(m_tree.read("back/.hidden"), QByteArray("dot"));
+        const auto copied = LocalFileService().stat(m_tree.path("back/it's \"a\".txt"), {});
+        QCOMPARE(copied->permissions, std::optional(u"rw-r-----"_s));
+        QCOMPARE(run({u"cp"_s, remote("/renamed"), remote("/copy")}), 0);
+        QCOMPARE(run({u"rm"_s, remote("/renamed")}), 1);
+        QCOMPARE(run({u"rm"_s, u"--recursive"_s, remote("/renamed"), remote("/copy")}), 0);
+        QCOMPARE(QDir(m_server->sharedPath()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+                 QStringList());
+    }
+
+    void existingRemoteFilesAreNotReplacedUnasked()
+    {
+        QCOMPARE(run({u"cp"_s, m_tree.path("site/deep/b"), remote("/b")}), 0);
+        QCOMPARE(run({u"cp"_s, m_tree.path("site/.hidden"), remote("/b")}), 1);
+        QVERIFY(m_err.contains("exists already"));
+        QCOMPARE(run({u"mkdir"_s, remote("/b")}), 1);
+        QCOMPARE(run({u"cat"_s, remote("/b")}), 0);
+        QCOMPARE(m_out, QByteArray("more"));
+        QCOMPARE(run({u"cp"_s, m_tree.path("site/.hidden"), remote("/b"), u"--conflict"_s, u"overwrite"_s}), 0);
+        QCOMPARE(run({u"cat"_s, remote("/b")}), 0);
+        QCOMPARE(m_out, QByteArray("dot"));
+        QCOMPARE(run({u"rm"_s, remote("/b")}), 0);
+    }
+
+    void stoppedServerIsSaidInWords()
+    {
+        m_server->kill();
+        QCOMPARE(run({u"ls"_s, remote("")}), 1);
+        QVERIFY2(m_err.startsWith("Could not connect: "), m_err.constData());
+    }
+
+private:
+    QString remote(const char *path) const { return u"web:"_s + m_server->sharedPath() + QString::fromUtf8(path); }
+    int run(const QStringList &arguments)
+    {
+        Captured out(stdout, STDOUT_FILENO);
+        Captured err(stderr, STDERR_FILENO);
+        const int code = CommandLine::run(QStringList{u"moorix"_s} + arguments, m_platform);
+        m_out = out.text();
+        m_err = err.text();
+        return code;
+    }
+
+    TestTree m_tree{{"site/it's \"a\".txt", "text"}, {"site/.hidden", "dot"}, {"site/deep/b", "more"}};
+    std::unique_ptr<TestServer> m_server;
+    CommandLine::Platform m_platform;
+    QByteArray m_out;
+    QByteArray m_err;
+};
+
+MOORIX_TEST(CommandLineServerTest)
+#include "CommandLineServerTest.moc"
