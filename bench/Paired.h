@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <benchmark/benchmark.h>
+
+#include <functional>
+
+namespace moorix::bench {
+
+/// Runs `ours` and `peer` in turn, so that a machine that changes its speed changes both, and reports the median of
+/// their ratios ("ratio", smaller is better for us) beside the limit it must not pass ("limit"). Times are of `ours`.
+void paired(benchmark::State &state, const std::function<void()> &ours, const std::function<void()> &peer,
+            double limit);
+
+/// Measures `work` and reports its median in milliseconds beside its limit.
+void limited(benchmark::State &state, const std::function<void()> &prepare, const std::function<void()> &work,
+             double limitMilliseconds);
+
+} // namespace moorix::bench
