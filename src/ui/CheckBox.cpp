@@ -8,6 +8,12 @@
 
 namespace moorix {
 
+QSize CheckBox::sizeHint() const
+{
+    // The style's own box is smaller.
+    return QCheckBox::sizeHint().expandedTo({18, 18}) + QSize(4, 0);
+}
+
 void CheckBox::paintEvent(QPaintEvent *)
 {
     QStyleOptionButton option;

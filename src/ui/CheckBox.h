@@ -13,6 +13,9 @@ class CheckBox final : public QCheckBox
 public:
     using QCheckBox::QCheckBox;
 
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override { return sizeHint(); }
+
 protected:
     void paintEvent(QPaintEvent *event) override;
 };

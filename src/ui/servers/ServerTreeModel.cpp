@@ -168,8 +168,10 @@ QVariant ServerTreeModel::folderData(const QUuid &id, int column, int role) cons
     const std::optional<ServerFolder> folder = m_store.folder(id);
     if (!folder)
         return {};
-    if (column == addressColumn && role == Qt::DisplayRole)
-        return tr("%n server(s)", nullptr, int(m_store.serverCount(id)));
+    if (column == addressColumn && role == Qt::DisplayRole) {
+        const qsizetype count = m_store.serverCount(id);
+        return count == 1 ? tr("1 server") : tr("%1 servers").arg(count);
+    }
     if (role == Qt::ForegroundRole && column != nameColumn)
         return Theme::color(Theme::Color::mutedText);
     if (column != nameColumn)
