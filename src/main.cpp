@@ -4,6 +4,7 @@
 #include "base/Job.h"
 #include "platform/SecretServiceKeychain.h"
 #include "platform/SystemProcessRunner.h"
+#include "ui/FirstPaint.h"
 #include "ui/MainWindow.h"
 #include "ui/TerminationSignals.h"
 
@@ -47,6 +48,7 @@ int runWindow(int &argc, char **argv)
         const TerminationSignals signalsOfTheSystem;
         QObject::connect(&signalsOfTheSystem, &TerminationSignals::terminationRequested, &window, &MainWindow::quitNow);
         window.openTargets(QApplication::arguments().mid(1));
+        new FirstPaint(window);
         window.show();
         code = QApplication::exec();
     }

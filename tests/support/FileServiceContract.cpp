@@ -288,6 +288,17 @@ void treesWithLinksAreRemovedWithoutFollowingThem(const Place &at, const Subject
 using Rule = void (*)(const Place &);
 using LinkRule = void (*)(const Place &, const Subject &);
 
+} // namespace
+
+} // namespace moorix::test::FileServiceContract
+
+Q_DECLARE_METATYPE(moorix::test::FileServiceContract::Rule)
+Q_DECLARE_METATYPE(moorix::test::FileServiceContract::LinkRule)
+
+namespace moorix::test::FileServiceContract {
+
+namespace {
+
 constexpr std::pair<const char *, Rule> rules[] = {
     {"written bytes are read back", writtenBytesAreReadBack},
     {"listing holds every entry once with its path", listingHoldsEveryEntryOnceWithItsPath},
@@ -350,6 +361,3 @@ void runRow(const Subject &subject)
 }
 
 } // namespace moorix::test::FileServiceContract
-
-Q_DECLARE_METATYPE(moorix::test::FileServiceContract::Rule)
-Q_DECLARE_METATYPE(moorix::test::FileServiceContract::LinkRule)
