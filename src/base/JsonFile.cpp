@@ -17,12 +17,12 @@ std::optional<QByteArray> read(const QString &path)
         if (!QFileInfo::exists(path) && !QFileInfo(path).isSymLink())
             return std::nullopt;
         throw Error(QStringLiteral("Storage"),
-            QStringLiteral("“%1” could not be read: %2").arg(path, file.errorString()));
+                    QStringLiteral("“%1” could not be read: %2").arg(path, file.errorString()));
     }
     const QByteArray bytes = file.readAll();
     if (file.error() != QFile::NoError) {
         throw Error(QStringLiteral("Storage"),
-            QStringLiteral("“%1” could not be read: %2").arg(path, file.errorString()));
+                    QStringLiteral("“%1” could not be read: %2").arg(path, file.errorString()));
     }
     return bytes;
 }
@@ -35,12 +35,11 @@ void write(const QString &path, const QByteArray &bytes)
         QFile::setPermissions(folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     }
     QSaveFile file(path);
-    const bool written = file.open(QIODevice::WriteOnly)
-        && file.setPermissions(QFile::ReadOwner | QFile::WriteOwner) && file.write(bytes) == bytes.size()
-        && file.commit();
+    const bool written = file.open(QIODevice::WriteOnly) && file.setPermissions(QFile::ReadOwner | QFile::WriteOwner) &&
+                         file.write(bytes) == bytes.size() && file.commit();
     if (!written) {
         throw Error(QStringLiteral("Storage"),
-            QStringLiteral("“%1” could not be saved: %2").arg(path, file.errorString()));
+                    QStringLiteral("“%1” could not be saved: %2").arg(path, file.errorString()));
     }
 }
 

@@ -40,8 +40,8 @@ public:
     /// Creates or replaces a file with the bytes.
     virtual void write(const QByteArray &data, const QString &path, const std::stop_token &stop) = 0;
     /// `octal` is octal digits such as "755".
-    virtual void setPermissions(
-        const QString &path, const QString &octal, Recursive recursive, const std::stop_token &stop) = 0;
+    virtual void setPermissions(const QString &path, const QString &octal, Recursive recursive,
+                                const std::stop_token &stop) = 0;
 
     /// What stands at `path` itself (a link is not followed), or nothing. Where the source has no cheaper way, a
     /// folder comes back without date and permissions.

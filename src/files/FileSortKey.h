@@ -11,8 +11,7 @@ namespace moorix {
 /// What a file list is ordered by; the order itself is ItemOrder's.
 enum class FileSortKey { name, size, date, kind };
 
-inline constexpr std::array allFileSortKeys{
-    FileSortKey::name, FileSortKey::size, FileSortKey::date, FileSortKey::kind};
+inline constexpr std::array allFileSortKeys{FileSortKey::name, FileSortKey::size, FileSortKey::date, FileSortKey::kind};
 
 /// The stored form: the case's name.
 QString rawText(FileSortKey key);

@@ -22,9 +22,9 @@ class RemoteFileService : public FileService
 {
 public:
     virtual void download(const QString &remotePath, const QString &toLocal, const RemoteTransferOptions &options,
-        const std::stop_token &stop) = 0;
+                          const std::stop_token &stop) = 0;
     virtual void upload(const QString &localPath, const QString &toRemote, const RemoteTransferOptions &options,
-        const std::stop_token &stop) = 0;
+                        const std::stop_token &stop) = 0;
     /// Copies a whole folder; a target that exists already gets it as a subfolder.
     virtual void downloadRecursive(const QString &remotePath, const QString &toLocal, const std::stop_token &stop) = 0;
     virtual void uploadRecursive(const QString &localPath, const QString &toRemote, const std::stop_token &stop) = 0;
