@@ -10,6 +10,8 @@
 #include "remote/SSHDestination.h"
 #include "remote/SSHFailureText.h"
 
+#include <QScopeGuard>
+
 namespace moorix {
 
 namespace {
@@ -130,6 +132,12 @@ ProcessResult SFTPProcessRunner::runClient(const SSHLogin &login, const QString 
     const QString host = QStringLiteral("%1 %2").arg(server.host).arg(server.port);
     const ConnectionGate::Place place = ConnectionGate::ofThisProgram().enter(host, isWarm, stop);
     isShared = ControlSocket::claim(server, login.credentials, *m_processes);
+
+    // A login that left no shared connection leaves no record of one either.
+    const auto tidy = qScopeGuard([&server] {
+        if (!ControlSocket::isPresent(server))
+            ControlSocket::forget(server);
+    });
 
     Environment auth = authEnvironment(server, login.credentials);
     useUtf8(auth.env);

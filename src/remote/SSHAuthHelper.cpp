@@ -132,8 +132,10 @@ LaunchArguments sshLaunchArgs(const ServerConnection &server, const ConnectionCr
 
 void closeMaster(const ServerConnection &server, ProcessRunner &runner) noexcept
 {
-    if (!ControlSocket::isPresent(server))
+    if (!ControlSocket::isPresent(server)) {
+        ControlSocket::forget(server);
         return;
+    }
     try {
         ProcessRequest request;
         request.program = QStringLiteral("/usr/bin/ssh");

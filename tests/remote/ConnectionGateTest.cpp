@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "RemoteTestSupport.h"
+
+#include "remote/ConnectionGate.h"
+#include "support/TestMain.h"
+
+#include <QTest>
+
+#include <atomic>
+#include <latch>
+#include <thread>
+#include <vector>
+
+using namespace moorix;
+using namespace moorix::test;
+
+class ConnectionGateTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void onlySoManyRunAtOnce_data()
+    {
+        QTest::addColumn<bool>("isWarm");
+        QTest::addColumn<int>("most");
+        QTest::newRow("no shared connection yet") << false << 1;
+        QTest::newRow("shared connection") << true << ConnectionGate::mostAtOnce;
+    }
+
+    void onlySoManyRunAtOnce()
+    {
+        QFETCH(bool, isWarm);
+        QFETCH(int, most);
+        ConnectionGate gate;
+        std::atomic<int> running = 0;
+        std::atomic<int> highest = 0;
+        std::latch allInside(most);
+        const auto child = [&] {
+            const auto place = gate.enter(
+                QStringLiteral("h"), [&] { return isWarm; }, neverStops);
+            const int inside = ++running;
+            if (inside > highest)
+                highest = inside;
+            // Nobody leaves before as many as may are inside; those who come later go straight through.
+            if (!allInside.try_wait())
+                allInside.arrive_and_wait();
+            --running;
+        };
+        {
+            std::vector<std::jthread> children;
+            for (int i = 0; i < most; ++i)
+                children.emplace_back(child);
+        }
+        QCOMPARE(highest.load(), most);
+        {
+            std::vector<std::jthread> children;
+            for (int i = 0; i < 4 * most; ++i)
+                children.emplace_back(child);
+        }
+        QVERIFY(highest <= most);
+    }
+
+    void waitingEndsWithAPlaceOrACancel()
+    {
+        ConnectionGate gate;
+        const auto cold = [] { return false; };
+        std::stop_source source;
+        std::atomic<int> entered = 0;
+        std::atomic<bool> wasCancelled = false;
+        std::jthread waiting;
+        std::jthread cancelled;
+        {
+            const auto place = gate.enter(QStringLiteral("h"), cold, neverStops);
+            const auto other = gate.enter(QStringLiteral("another host"), cold, neverStops);
+            waiting = std::jthread([&] {
+                const auto later = gate.enter(QStringLiteral("h"), cold, neverStops);
+                ++entered;
+            });
+            cancelled = std::jthread([&] {
+                try {
+                    const auto never = gate.enter(QStringLiteral("h"), cold, source.get_token());
+                } catch (const Cancelled &) {
+                    wasCancelled = true;
+                }
+            });
+            source.request_stop();
+            cancelled.join();
+            QVERIFY(wasCancelled);
+            QCOMPARE(entered.load(), 0);
+        }
+        waiting.join();
+        QCOMPARE(entered.load(), 1);
+    }
+
+    void placesOpenUpOnceTheConnectionIsShared()
+    {
+        ConnectionGate gate;
+        std::atomic<bool> isWarm = false;
+        const auto first = gate.enter(
+            QStringLiteral("h"), [&] { return isWarm.load(); }, neverStops);
+        std::jthread waiting([&] {
+            const auto second = gate.enter(
+                QStringLiteral("h"), [&] { return isWarm.load(); }, neverStops);
+        });
+        isWarm = true;
+        waiting.join();
+    }
+};
+
+MOORIX_TEST(ConnectionGateTest)
+#include "ConnectionGateTest.moc"
