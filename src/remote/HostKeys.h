@@ -11,19 +11,24 @@ namespace moorix {
 
 class ProcessRunner;
 
-/// What the OpenSSH client knows about the keys of a server's host.
+/// What the OpenSSH client knows about the keys of a server's host, in the files its configuration names. A host that
+/// the configuration gives another name or port is looked for under those. All block; worker threads.
 namespace HostKeys {
 
 /// Fingerprints of the host's keys in the user's known_hosts, "ED25519 SHA256:…", empty when the host is unknown.
-/// Blocking.
 QStringList knownFingerprints(const ServerConnection &server, ProcessRunner &runner, const std::stop_token &stop);
 
-/// Fingerprints of the keys the host offers at this moment, not authenticated. Blocking (network). Throws an Error
-/// when it cannot be reached.
+/// Fingerprints of the keys the host offers at this moment, not authenticated. Throws an Error when it cannot be
+/// reached.
 QStringList offeredFingerprints(const ServerConnection &server, ProcessRunner &runner, const std::stop_token &stop);
 
-/// Removes the host's keys from known_hosts, so that the next connection counts as a first contact. Blocking.
+/// Removes the host's keys from known_hosts, so that the next connection counts as a first contact.
 void forget(const ServerConnection &server, ProcessRunner &runner, const std::stop_token &stop);
+
+/// Makes those of the keys the host offers at this moment whose fingerprints the user has confirmed the only ones
+/// known of it. Throws an Error, and changes nothing, when the host offers none of them any more.
+void trust(const ServerConnection &server, const QStringList &confirmed, ProcessRunner &runner,
+           const std::stop_token &stop);
 
 } // namespace HostKeys
 

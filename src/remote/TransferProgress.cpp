@@ -44,8 +44,10 @@ std::function<void(qint64)> ofUpload(const QString &localPath, const std::functi
     if (!report)
         return nullptr;
     const QString path = QFileInfo(localPath).canonicalFilePath();
-    return [path, report](qint64 processId) {
-        report(std::max<qint64>(0, positionIn(path, processId) - mostOnItsWayBytes));
+    // The client closes the file before the last bytes are confirmed: the position is then gone, not zero.
+    return [path, report, furthest = qint64(0)](qint64 processId) mutable {
+        furthest = std::max(furthest, positionIn(path, processId) - mostOnItsWayBytes);
+        report(furthest);
     };
 }
 

@@ -68,6 +68,48 @@ private slots:
                  qPrintable(message));
     }
 
+    void confirmedKeyReplacesTheKnownOneAndNoOther_data()
+    {
+        QTest::addColumn<bool>("hashesNames");
+        QTest::newRow("plain names") << false;
+        QTest::newRow("hashed names") << true;
+    }
+
+    void confirmedKeyReplacesTheKnownOneAndNoOther()
+    {
+        QFETCH(bool, hashesNames);
+        const TestServer sshd;
+        const TestServer other;
+        const auto clients = std::make_shared<IsolatedClients>(sshd.knownHostsPath());
+        clients->setHashesKnownHosts(hashesNames);
+        QFile otherKey(QFileInfo(other.keyPath()).path() + QStringLiteral("/host_key.pub"));
+        QVERIFY(otherKey.open(QIODevice::ReadOnly));
+        const QByteArray key = otherKey.readAll().trimmed();
+        const QByteArray elsewhere = "elsewhere.example " + key;
+        writeFile(sshd.knownHostsPath(),
+                  QStringLiteral("[127.0.0.1]:%1 ").arg(sshd.port()).toUtf8() + key + '\n' + elsewhere);
+        ServerConnection server = sshd.connection();
+        server.strictHostKeyChecking = true;
+
+        const QStringList shown = HostKeys::offeredFingerprints(server, *clients, neverStops);
+        const QStringList before = HostKeys::knownFingerprints(server, *clients, neverStops);
+        QVERIFY(messageOf([&] {
+                    HostKeys::trust(server, before, *clients, neverStops);
+                }).contains(QStringLiteral("now shows other keys")));
+        QCOMPARE(HostKeys::knownFingerprints(server, *clients, neverStops), before);
+
+        HostKeys::trust(server, shown, *clients, neverStops);
+        QCOMPARE(HostKeys::knownFingerprints(server, *clients, neverStops), shown);
+        SFTPService service(server, {}, clients);
+        service.connect(neverStops);
+        service.disconnect();
+        QFile known(sshd.knownHostsPath());
+        QVERIFY(known.open(QIODevice::ReadOnly));
+        const QByteArray text = known.readAll();
+        QVERIFY(text.contains(elsewhere + '\n'));
+        QCOMPARE(text.contains("127.0.0.1"), !hashesNames);
+    }
+
     void unreachableHostShowsNoKey()
     {
         ServerConnection server;

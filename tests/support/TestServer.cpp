@@ -250,12 +250,16 @@ ProcessResult IsolatedClients::run(const ProcessRequest &request, const std::sto
 {
     ProcessRequest isolated = request;
     if (request.program == QStringLiteral("/usr/bin/ssh") || request.program == QStringLiteral("/usr/bin/sftp")) {
-        isolated.arguments = QStringList{QStringLiteral("-F"), QStringLiteral("none"),
-                                         QStringLiteral("-o"), QStringLiteral("UserKnownHostsFile=") + m_knownHostsPath,
-                                         QStringLiteral("-o"), QStringLiteral("GlobalKnownHostsFile=none")} +
+        isolated.arguments = QStringList{QStringLiteral("-F"),
+                                         QStringLiteral("none"),
+                                         QStringLiteral("-o"),
+                                         QStringLiteral("UserKnownHostsFile=") + m_knownHostsPath,
+                                         QStringLiteral("-o"),
+                                         QStringLiteral("GlobalKnownHostsFile=none"),
+                                         QStringLiteral("-o"),
+                                         QStringLiteral("HashKnownHosts=") +
+                                             (m_hashesKnownHosts ? QStringLiteral("yes") : QStringLiteral("no"))} +
                              request.arguments;
-    } else if (request.arguments.contains(QStringLiteral("-F")) || request.arguments.contains(QStringLiteral("-R"))) {
-        isolated.arguments += QStringList{QStringLiteral("-f"), m_knownHostsPath};
     }
     {
         const std::lock_guard lock(m_mutex);

@@ -75,6 +75,9 @@ class IsolatedClients final : public ProcessRunner
 public:
     explicit IsolatedClients(QString knownHostsPath);
 
+    /// Whether host keys are remembered under hashed names.
+    void setHashesKnownHosts(bool hashes) { m_hashesKnownHosts = hashes; }
+
     ProcessResult run(const ProcessRequest &request, const std::stop_token &stop) override;
 
     /// How often `program` was run ("/usr/bin/sftp").
@@ -82,6 +85,7 @@ public:
 
 private:
     QString m_knownHostsPath;
+    bool m_hashesKnownHosts = false;
     mutable std::mutex m_mutex;
     QHash<QString, int> m_runs;
     SystemProcessRunner m_runner;
