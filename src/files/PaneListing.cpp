@@ -29,6 +29,7 @@ PaneListing::PaneListing(QList<FileItem> items, HiddenFiles hidden, const ItemVi
     , m_baseSorted(ItemOrder::sorted(m_keys, m_view))
     , m_rows(ItemOrder::matching(m_keys, m_baseSorted, m_view.searchQuery))
 {
+    indexRows();
 }
 
 std::shared_ptr<PaneListing> PaneListing::make(QList<FileItem> items, HiddenFiles hidden, const ItemView &view)
@@ -38,13 +39,19 @@ std::shared_ptr<PaneListing> PaneListing::make(QList<FileItem> items, HiddenFile
 
 std::optional<qsizetype> PaneListing::rowOf(const QString &id) const
 {
-    if (m_displayedIndex.isEmpty()) {
-        m_displayedIndex.reserve(rowCount());
-        for (qsizetype i = 0; i < rowCount(); ++i)
-            m_displayedIndex.insert(row(i).id(), i);
-    }
+    if (id.isEmpty())
+        return std::nullopt;
+    if (m_displayedIndex.isEmpty())
+        indexRows();
     const auto found = m_displayedIndex.constFind(id);
     return found == m_displayedIndex.constEnd() ? std::nullopt : std::optional(*found);
+}
+
+void PaneListing::indexRows() const
+{
+    m_displayedIndex.reserve(rowCount());
+    for (qsizetype i = 0; i < rowCount(); ++i)
+        m_displayedIndex.insert(row(i).id(), i);
 }
 
 bool PaneListing::setView(const ItemView &view)

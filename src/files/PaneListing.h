@@ -33,6 +33,7 @@ public:
 
 private:
     PaneListing(QList<FileItem> items, HiddenFiles hidden, const ItemView &view);
+    void indexRows() const;
 
     QList<FileItem> m_items;
     HiddenFiles m_hidden;

@@ -108,7 +108,9 @@ private slots:
     void firstContactIsToldWithTheFingerprintAndOnlyOnce()
     {
         int lookUps = 0;
-        AppScene scene(std::make_shared<FakeProcessRunner>([&lookUps](const ProcessRequest &) {
+        AppScene scene(std::make_shared<FakeProcessRunner>([&lookUps](const ProcessRequest &request) {
+            if (request.arguments.contains(u"-G"_s))
+                return ProcessResult{0, false, "hostname host.example.org\nuserknownhostsfile /known\n", ""};
             return ProcessResult{0, false, ++lookUps == 1 ? "" : "host.example.org ED25519 SHA256:abc\n", ""};
         }));
         const ServerConnection server = serverNamed(u"web-01"_s);

@@ -198,6 +198,8 @@ private slots:
                                      {},
                                      "@ WARNING: REMOTE HOST IDENTIFICATION HAS CHANGED! @\n"
                                      "Host key verification failed.\nConnection closed\n"};
+            if (request.arguments.contains(u"-G"_s))
+                return ProcessResult{0, false, "hostname web-01\nuserknownhostsfile /dev/null\n", {}};
             if (request.arguments.contains(u"-F"_s))
                 return ProcessResult{0, false, "web-01 ED25519 SHA256:oldKey\n", {}};
             return ProcessResult{};
