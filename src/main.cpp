@@ -9,6 +9,7 @@
 #include "ui/TerminationSignals.h"
 
 #include <QApplication>
+#include <QIcon>
 
 #include <cstdio>
 #include <cstdlib>
@@ -40,6 +41,7 @@ int runWindow(int &argc, char **argv)
     qInstallMessageHandler(nullptr);
     QApplication::setApplicationName(QStringLiteral("moorix"));
     QApplication::setApplicationDisplayName(QStringLiteral("Moorix"));
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/moorix.svg")));
     QApplication::setDesktopFileName(QStringLiteral("moorix"));
     int code = 0;
     {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/AppModel.h"
 
+#include "app/ListColumns.h"
+#include "app/OpenedCopies.h"
 #include "app/PaneTabs.h"
 #include "app/ServerConnections.h"
 #include "app/Session.h"
@@ -72,6 +74,8 @@ AppModel::AppModel(Platform platform, QObject *parent)
     , m_connections(std::make_unique<ServerConnections>(m_keychain, m_processes))
     , m_transfers(std::make_unique<TransferEngine>())
     , m_clipboard(std::make_unique<FileClipboard>())
+    , m_columns(std::make_unique<ListColumns>(*m_settings, *m_preferences))
+    , m_openedCopies(std::make_unique<OpenedCopies>())
 {
     ServerStore::Options options;
     options.path = AppPaths::applicationSupport() + u"/servers.json"_s;

@@ -18,6 +18,8 @@ namespace moorix {
 class FileService;
 class KeyValueStore;
 class Keychain;
+class ListColumns;
+class OpenedCopies;
 class PaneTabs;
 class Preferences;
 class ProcessRunner;
@@ -57,6 +59,8 @@ public:
     ServerConnections &connections() const { return *m_connections; }
     TransferEngine &transfers() const { return *m_transfers; }
     FileClipboard &clipboard() const { return *m_clipboard; }
+    ListColumns &columns() const { return *m_columns; }
+    OpenedCopies &openedCopies() const { return *m_openedCopies; }
     PaneTabs &tabs(Side side) const;
     const std::shared_ptr<FileService> &localFiles() const { return m_localFiles; }
     const std::shared_ptr<ProcessRunner> &processes() const { return m_processes; }
@@ -98,6 +102,8 @@ private:
     std::unique_ptr<ServerConnections> m_connections;
     std::unique_ptr<TransferEngine> m_transfers;
     std::unique_ptr<FileClipboard> m_clipboard;
+    std::unique_ptr<ListColumns> m_columns;
+    std::unique_ptr<OpenedCopies> m_openedCopies;
     std::array<std::unique_ptr<PaneTabs>, 2> m_tabs;
     Side m_activeSide = Side::left;
     Job m_migration;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/CommandLine.h"
 
+#include "app/ProgramInfo.h"
 #include "app/cli/Command.h"
 #include "app/cli/CommandContext.h"
 #include "app/cli/Console.h"
@@ -115,7 +116,7 @@ ExitCode runWords(QStringList words, const CommandLine::Platform &platform)
         return ExitCode::done;
     }
     if (isVersion(words.constFirst())) {
-        console::print(u"Moorix %1\n"_s.arg(QString::fromLatin1(MOORIX_VERSION)));
+        console::print(u"Moorix %1\n"_s.arg(ProgramInfo::version()));
         return ExitCode::done;
     }
     const QString group = words.constFirst();

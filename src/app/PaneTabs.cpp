@@ -37,6 +37,20 @@ void PaneTabs::setCurrentIndex(qsizetype index)
     showCurrent();
 }
 
+void PaneTabs::restore(const QList<SavedTab> &tabs, qsizetype currentIndex)
+{
+    if (tabs.isEmpty())
+        return;
+    const QList<Session *> old = std::exchange(m_sessions, {});
+    for (const SavedTab &tab : tabs)
+        m_sessions.append(&adopt(make(tab)));
+    m_currentIndex = std::clamp<qsizetype>(currentIndex, 0, m_sessions.size() - 1);
+    emit sessionsChanged();
+    showCurrent();
+    for (Session *session : old)
+        discard(session);
+}
+
 Session &PaneTabs::openLocal(const QString &path)
 {
     return append(makeLocal(path));
@@ -58,9 +72,9 @@ Session &PaneTabs::openServer(const ServerConnection &server, const std::optiona
     return append(makeRemote(server, credentials, path));
 }
 
-Session &PaneTabs::openServerHere(const ServerConnection &server)
+Session &PaneTabs::openServerHere(const ServerConnection &server, const std::optional<QString> &path)
 {
-    return replaceCurrent(makeRemote(server, std::nullopt, std::nullopt));
+    return replaceCurrent(makeRemote(server, std::nullopt, path));
 }
 
 Session &PaneTabs::openLocalHere(const QString &path)
@@ -135,6 +149,17 @@ void PaneTabs::discard(Session *session)
 {
     session->disconnect(this);
     session->deleteLater();
+}
+
+std::unique_ptr<Session> PaneTabs::make(const SavedTab &tab)
+{
+    if (tab.mode == PaneMode::servers)
+        return Session::library();
+    if (!tab.server)
+        return makeLocal(tab.path);
+    const auto path = tab.path.isEmpty() ? std::nullopt : std::optional(tab.path);
+    return Session::dormant({*tab.server, std::nullopt, path}, m_environment.connections,
+                            [this](PaneModel &pane) { setUp(pane); });
 }
 
 /// The slot's own list serves one tab; further local tabs get lists of their own.

@@ -24,6 +24,15 @@ class PaneTabs final : public QObject
     Q_OBJECT
 
 public:
+    /// A tab as it is remembered from one run to the next.
+    struct SavedTab
+    {
+        PaneMode mode = PaneMode::local;
+        /// Empty for the library and for a server's start folder.
+        QString path;
+        std::optional<ServerConnection> server;
+    };
+
     /// What the tabs work with; all of it outlives them.
     struct Environment
     {
@@ -43,6 +52,8 @@ public:
     qsizetype currentIndex() const { return m_currentIndex; }
     void setCurrentIndex(qsizetype index);
 
+    /// Replaces all tabs; servers are not connected before somebody asks for it. Nothing happens without tabs.
+    void restore(const QList<SavedTab> &tabs, qsizetype currentIndex);
     /// A new tab behind the current one, made current.
     Session &openLocal(const QString &path);
     /// The tab of the server library: an existing one, or a new one.
@@ -51,7 +62,7 @@ public:
     Session &openServer(const ServerConnection &server, const std::optional<ConnectionCredentials> &credentials,
                         const std::optional<QString> &path);
     /// Shows the server in the current tab instead of what is there (a click on a saved server).
-    Session &openServerHere(const ServerConnection &server);
+    Session &openServerHere(const ServerConnection &server, const std::optional<QString> &path = std::nullopt);
     /// Shows a local folder in the current tab: loads it when the tab is local, else replaces the tab.
     Session &openLocalHere(const QString &path);
     /// Closing the last tab leaves a local one.
@@ -68,6 +79,7 @@ private:
     Session &replaceCurrent(std::unique_ptr<Session> session);
     Session &adopt(std::unique_ptr<Session> session);
     void discard(Session *session);
+    std::unique_ptr<Session> make(const SavedTab &tab);
     std::unique_ptr<Session> makeLocal(const QString &path);
     std::unique_ptr<Session> makeRemote(const ServerConnection &server,
                                         const std::optional<ConnectionCredentials> &credentials,

@@ -45,13 +45,20 @@ std::unique_ptr<Session> Session::library()
 
 std::unique_ptr<Session> Session::remote(Target target, ServerConnections &connections, PaneSetup setUp)
 {
+    std::unique_ptr<Session> session = dormant(std::move(target), connections, std::move(setUp));
+    session->connectToServer();
+    return session;
+}
+
+std::unique_ptr<Session> Session::dormant(Target target, ServerConnections &connections, PaneSetup setUp)
+{
     std::unique_ptr<Session> session(new Session(PaneMode::remote));
+    session->m_state = State::dormant;
     session->m_server = std::move(target.server);
     session->m_credentials = std::move(target.credentials);
     session->m_path = std::move(target.path);
     session->m_connections = &connections;
     session->m_setUp = std::move(setUp);
-    session->connectToServer();
     return session;
 }
 
@@ -66,9 +73,15 @@ QString Session::title() const
     case PaneMode::local:
         break;
     }
-    const QString &path = m_pane->currentPath().isEmpty() ? m_pane->loadingPath() : m_pane->currentPath();
-    const QString name = Format::fileName(path);
+    const QString name = Format::fileName(folder());
     return name.isEmpty() ? u"/"_s : Format::display(name);
+}
+
+QString Session::folder() const
+{
+    if (!m_pane)
+        return m_path.value_or(QString());
+    return m_pane->currentPath().isEmpty() ? m_pane->loadingPath() : m_pane->currentPath();
 }
 
 void Session::dismissNotice()
@@ -81,7 +94,7 @@ void Session::dismissNotice()
 
 void Session::retry()
 {
-    if (m_mode == PaneMode::remote && m_state == State::failed)
+    if (m_state == State::dormant || m_state == State::failed)
         connectToServer();
 }
 

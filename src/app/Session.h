@@ -22,7 +22,8 @@ class Session final : public QObject
     Q_OBJECT
 
 public:
-    enum class State { ready, connecting, failed };
+    /// `dormant` is a server that nobody asked to connect yet: a tab of an earlier run.
+    enum class State { ready, dormant, connecting, failed };
     /// Gives a new file list its order and its switch for hidden entries.
     using PaneSetup = std::function<void(PaneModel &)>;
 
@@ -43,6 +44,8 @@ public:
     static std::unique_ptr<Session> library();
     /// A tab of a server; connects at once.
     static std::unique_ptr<Session> remote(Target target, ServerConnections &connections, PaneSetup setUp);
+    /// A tab of a server that connects when it is told to.
+    static std::unique_ptr<Session> dormant(Target target, ServerConnections &connections, PaneSetup setUp);
     ~Session() override;
 
     const QUuid &id() const { return m_id; }
@@ -53,6 +56,9 @@ public:
     /// The file list; null for the library and while a server is not connected.
     PaneModel *pane() const { return m_pane; }
     const std::optional<ServerConnection> &server() const { return m_server; }
+    /// The folder shown or, until there is one, the folder to be opened. Empty for the library, and where a server's
+    /// start folder is meant.
+    QString folder() const;
     /// What a connecting session waits for ("Connecting to web-01…"), or the sentence of its failure; the client's
     /// own words follow after a line break.
     const QString &stateText() const { return m_stateText; }
@@ -60,7 +66,7 @@ public:
     const QString &notice() const { return m_notice; }
     void dismissNotice();
 
-    /// Connects (again) after a failure or a cancel.
+    /// Connects: for the first time, or again after a failure or a cancel.
     void retry();
     /// Gives up connecting; the session turns to `failed` and can be retried.
     void cancelConnecting();

@@ -52,7 +52,7 @@ QString FileItem::symbol() const
 {
     static const QHash<QString, QString> table = symbolTable();
     if (isSymlink)
-        return isDirectory ? QStringLiteral("folder") : QStringLiteral("inode-symlink");
+        return isShownAsFolder() ? QStringLiteral("folder") : QStringLiteral("inode-symlink");
     if (isDirectory)
         return QStringLiteral("folder");
     const qsizetype dot = name.lastIndexOf(u'.');
@@ -65,7 +65,7 @@ size_t qHash(const FileItem &item, size_t seed) noexcept
 {
     const qint64 date = item.modified ? item.modified->toMSecsSinceEpoch() : 0;
     return qHashMulti(seed, item.name, item.path, item.isDirectory, item.isSymlink, item.size, date,
-                      item.permissions.value_or(QString()), item.ownerName.value_or(QString()));
+                      item.permissions.value_or(QString()), item.ownerName.value_or(QString()), item.leadsToFolder);
 }
 
 } // namespace moorix

@@ -25,8 +25,12 @@ struct FileItem
     std::optional<QString> permissions;
     /// The owner's account name where the source reports one; local listings leave it absent.
     std::optional<QString> ownerName;
+    /// A symbolic link that is known to lead to a folder. Local listings tell, servers do not.
+    bool leadsToFolder = false;
 
     const QString &id() const { return path; }
+    /// Listed among folders and entered like one.
+    bool isShownAsFolder() const { return isDirectory || leadsToFolder; }
     /// Icon name for the kind of item (folder, link, or by file extension); presentation only.
     QString symbol() const;
 

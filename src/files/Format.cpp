@@ -2,6 +2,7 @@
 #include "files/Format.h"
 
 #include <QLocale>
+#include <QRegularExpression>
 
 #include <array>
 #include <cmath>
@@ -32,16 +33,30 @@ QString mediumDateFormat(const QLocale &locale)
     return format.replace(QStringLiteral("MMMM"), QStringLiteral("MMM"));
 }
 
-QString dateTimeFormat()
+/// The locale's short time. Where Qt knows none it is one with seconds, which many sources do not tell.
+QString shortTimeFormat(const QLocale &locale)
+{
+    static const QRegularExpression seconds(QStringLiteral("[:.]ss?"));
+    return locale.timeFormat(QLocale::ShortFormat).remove(seconds);
+}
+
+struct DateFormats
+{
+    QString day;
+    QString dayAndTime;
+};
+
+const DateFormats &dateFormats()
 {
     thread_local QLocale known = QLocale::c();
-    thread_local QString format;
+    thread_local DateFormats formats;
     const QLocale locale;
-    if (format.isEmpty() || known != locale) {
+    if (formats.day.isEmpty() || known != locale) {
         known = locale;
-        format = mediumDateFormat(locale) + QStringLiteral(", ") + locale.timeFormat(QLocale::ShortFormat);
+        formats.day = mediumDateFormat(locale);
+        formats.dayAndTime = formats.day + QStringLiteral(", ") + shortTimeFormat(locale);
     }
-    return format;
+    return formats;
 }
 
 QStringView withoutTrailingSlashes(QStringView path)
@@ -103,7 +118,12 @@ QString date(const std::optional<QDateTime> &date)
 {
     if (!date)
         return QStringLiteral("—");
-    return QLocale().toString(date->toLocalTime(), dateTimeFormat());
+    return QLocale().toString(date->toLocalTime(), dateFormats().dayAndTime);
+}
+
+QString day(const QDateTime &date)
+{
+    return QLocale().toString(date.toLocalTime(), dateFormats().day);
 }
 
 QString join(const QString &base, const QString &name)

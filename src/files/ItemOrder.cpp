@@ -79,7 +79,7 @@ ItemKeys keys(const QList<FileItem> &items)
         ItemKey key;
         key.size = item.size;
         key.modified = item.modified ? item.modified->toMSecsSinceEpoch() : std::numeric_limits<qint64>::min();
-        key.isDirectory = item.isDirectory;
+        key.isDirectory = item.isShownAsFolder();
         key.isHidden = item.name.startsWith(u'.');
         all.keys.push_back(key);
         all.lowerNames.push_back(item.name.toLower());

@@ -32,6 +32,9 @@ std::unique_ptr<struct ::statx> statusOf(const QString &path);
 std::unique_ptr<struct ::statx> targetStatusOf(const QString &path);
 FileItem item(const QString &name, const QString &path, const struct ::statx &status);
 
+/// Whether the link `name` in an open folder leads to a folder, by what the system knows already: one that leads to a
+/// server which is away must not hold up a listing.
+bool leadsToFolder(int folder, const char *name);
 /// Entries in the order the disk gives them, without "." and "..". An entry whose values cannot be read comes with
 /// no more than its name and what the folder itself knows of it.
 QList<FileItem> list(const QString &path, const std::stop_token &stop);

@@ -16,6 +16,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
+#include <limits>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 
@@ -137,6 +138,11 @@ void LocalFileService::rename(const FileItem &item, const QString &newName, cons
 
 QByteArray LocalFileService::read(const QString &path, const std::stop_token &stop)
 {
+    return readHead(path, std::numeric_limits<qint64>::max(), stop);
+}
+
+QByteArray LocalFileService::readHead(const QString &path, qint64 maxBytes, const std::stop_token &stop)
+{
     const QByteArray bytes = native(path);
     struct stat status = {};
     // Looked at before it is opened: opening some devices already does something.
@@ -148,11 +154,12 @@ QByteArray LocalFileService::read(const QString &path, const std::stop_token &st
         fail(path, QStringLiteral("could not be read"), errno);
     requireOrdinaryFile(path, status.st_mode);
     QByteArray data;
-    data.reserve(status.st_size);
+    data.reserve(std::min(qint64(status.st_size), maxBytes));
     QByteArray chunk(1 << 20, Qt::Uninitialized);
     for (;;) {
         throwIfStopped(stop);
-        const ssize_t count = ::read(file.value(), chunk.data(), size_t(chunk.size()));
+        const qint64 wanted = std::min(qint64(chunk.size()), maxBytes - data.size());
+        const ssize_t count = ::read(file.value(), chunk.data(), size_t(wanted));
         if (count < 0 && errno == EINTR)
             continue;
         if (count < 0)
@@ -205,7 +212,9 @@ std::optional<FileItem> LocalFileService::stat(const QString &path, const std::s
     const auto status = statusOf(path);
     if (!status)
         return std::nullopt;
-    return LocalDisk::item(Format::fileName(path), path, *status);
+    FileItem item = LocalDisk::item(Format::fileName(path), path, *status);
+    item.leadsToFolder = item.isSymlink && leadsToFolder(AT_FDCWD, native(path).constData());
+    return item;
 }
 
 FileItem LocalFileService::followLink(const FileItem &link, const std::stop_token &)

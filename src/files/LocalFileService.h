@@ -40,6 +40,8 @@ public:
     void move(const FileItem &item, const QString &toPath, const std::stop_token &stop) override;
     std::optional<qint64> freeSpace(const QString &path, const std::stop_token &stop) override;
 
+    /// The first bytes of a file, at most `maxBytes`. Refuses what `read` refuses.
+    QByteArray readHead(const QString &path, qint64 maxBytes, const std::stop_token &stop);
     /// Puts the entry into the user's bin, from where other programs can restore it.
     void moveToTrash(const QString &path);
 };

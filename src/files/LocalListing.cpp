@@ -93,6 +93,13 @@ FileItem item(const QString &name, const QString &path, const struct ::statx &st
     return item;
 }
 
+bool leadsToFolder(int folder, const char *name)
+{
+    struct ::statx status = {};
+    return ::statx(folder, name, AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC, STATX_TYPE, &status) == 0 &&
+           S_ISDIR(status.stx_mode);
+}
+
 QList<FileItem> list(const QString &path, const std::stop_token &stop)
 {
     const int descriptor = ::open(native(path).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
@@ -112,6 +119,8 @@ QList<FileItem> list(const QString &path, const std::stop_token &stop)
         if (::statx(descriptor, bytes.data(), AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT,
                     STATX_TYPE | STATX_MODE | STATX_SIZE | STATX_MTIME, &status) == 0) {
             items.append(item(name, base + name, status));
+            if (items.last().isSymlink)
+                items.last().leadsToFolder = leadsToFolder(descriptor, bytes.data());
         } else {
             FileItem unknown;
             unknown.name = name;

@@ -53,6 +53,7 @@ void KeyValueStore::setFolder(const QString &folder)
     m_folder = folder;
     m_values.clear();
     synchronize();
+    emit folderChanged();
 }
 
 QString KeyValueStore::filePath(const QString &key) const

@@ -22,7 +22,7 @@ public:
 
     bool isAvailable() const { return !m_folder.isEmpty(); }
     const QString &folder() const { return m_folder; }
-    /// Switches to another folder and announces every key found there.
+    /// Switches to another folder and announces every key found there, then the switch itself.
     void setFolder(const QString &folder);
 
     /// The last value seen under `key`.
@@ -36,6 +36,8 @@ signals:
     /// Values of these keys arrived or were removed from outside.
     void changedExternally(const QStringList &keys);
     void writeFailed(const QString &message);
+    /// The values of another folder are in force; what it lacks may be written to it.
+    void folderChanged();
 
 private:
     QString filePath(const QString &key) const;

@@ -49,6 +49,7 @@ ServerStore::ServerStore(Options options, KeyValueStore &kv, QObject *parent)
         if (keys.contains(kvKey))
             mergeFromCloud();
     });
+    connect(&m_kv, &KeyValueStore::folderChanged, this, &ServerStore::mergeBothWays);
     if (m_options.iCloudSyncEnabled)
         m_kv.synchronize();
     mergeFromCloud();
@@ -180,6 +181,13 @@ void ServerStore::setCloudSyncEnabled(bool enabled)
     if (!enabled)
         return;
     m_kv.synchronize();
+    mergeBothWays();
+}
+
+void ServerStore::mergeBothWays()
+{
+    if (!m_options.iCloudSyncEnabled || !m_kv.isAvailable())
+        return;
     mergeFromCloud();
     const std::optional<ServerLibrary> cloud = cloudLibrary();
     const bool isCloudBehind = cloud ? *cloud != m_library : !m_kv.value(kvKey);

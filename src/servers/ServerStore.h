@@ -39,7 +39,8 @@ public:
     /// Why the file could not be loaded or written the last time, for the user; empty when all is well. The library in
     /// memory stays as changed when it cannot be written.
     const QString &problem() const { return m_problem; }
-    /// Turned on, it merges with the cloud copy, and sends the library there where it is the newer one.
+    /// Turned on, and when the cloud store gets another folder, it merges with the cloud copy, and sends the library
+    /// there where it is the newer one.
     void setCloudSyncEnabled(bool enabled);
 
     std::optional<ServerConnection> server(const QUuid &id) const;
@@ -89,6 +90,7 @@ private:
     void sendToCloud(const QByteArray &bytes);
     std::optional<ServerLibrary> cloudLibrary() const;
     void mergeFromCloud();
+    void mergeBothWays();
 
     Options m_options;
     KeyValueStore &m_kv;

@@ -25,6 +25,7 @@ SettingsStore::SettingsStore(Preferences &defaults, KeyValueStore &kv, QObject *
     m_persistDebounce.setInterval(std::chrono::seconds(1));
     connect(&m_persistDebounce, &QTimer::timeout, this, &SettingsStore::sendPending);
     connect(&m_kv, &KeyValueStore::changedExternally, this, &SettingsStore::applyRemoteChanges);
+    connect(&m_kv, &KeyValueStore::folderChanged, this, &SettingsStore::sendWhatTheCloudLacks);
     applyRemoteChanges(snapshot().keys());
     replaceEarlierToolbar();
 }
@@ -83,6 +84,19 @@ void SettingsStore::sendPending()
     // What could not be written stays and goes with the next change.
     m_pendingCloudKeys.removeIf(
         [this](const auto &entry) { return m_kv.setValue(entry.key(), scalarText(entry.value())); });
+}
+
+/// Settings that were never changed here stay out: other machines may have better ones.
+void SettingsStore::sendWhatTheCloudLacks()
+{
+    if (!iCloudSyncEnabled.value() || !m_kv.isAvailable())
+        return;
+    for (const AnySetting *setting : m_settings) {
+        const bool wasChanged = !m_defaults.value(setting->key()).isUndefined();
+        if (setting != &iCloudSyncEnabled && wasChanged && !m_kv.value(setting->key()))
+            m_pendingCloudKeys.insert(setting->key(), setting->toJson());
+    }
+    sendPending();
 }
 
 void SettingsStore::apply(const SettingsSnapshot &snapshot)

@@ -21,8 +21,8 @@ using SettingsSnapshot = QJsonObject;
 
 /// The user's preferences as observable values: read at start, each change handed to the preferences at once and
 /// mirrored through the cloud key-value store a moment later, one cloud key per setting. What the cloud holds wins at
-/// start, when it arrives and when mirroring is turned on. `iCloudSyncEnabled` gates all of it and is not mirrored
-/// itself: each machine decides for itself. Main thread.
+/// start, when it arrives and when mirroring is turned on; what another cloud folder lacks is sent there.
+/// `iCloudSyncEnabled` gates all of it and is not mirrored itself: each machine decides for itself. Main thread.
 class SettingsStore final : public QObject
 {
     Q_OBJECT
@@ -85,6 +85,7 @@ private:
     void replaceEarlierToolbar();
     void applyRemoteChanges(const QStringList &keys);
     void sendPending();
+    void sendWhatTheCloudLacks();
 
     /// Values that came from the cloud are being applied and must not be sent back.
     bool m_isApplyingRemote = false;

@@ -24,6 +24,7 @@ ConnectingView::ConnectingView(Session &session, QWidget *parent)
     activity->setRange(0, 0);
     activity->setFixedWidth(220);
     QPushButton *cancel = Widgets::button(tr("Cancel"), QStringLiteral("cancelConnecting"), this);
+    cancel->setAutoDefault(true);
     auto *column = new QVBoxLayout(this);
     column->setSpacing(10);
     column->addStretch(2);

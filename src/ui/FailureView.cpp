@@ -52,6 +52,7 @@ FailureView::FailureView(Session &session, bool isSaved, std::shared_ptr<Process
     }
     auto *buttons = new QHBoxLayout;
     QPushButton *retry = Widgets::primaryButton(tr("Try again"), QStringLiteral("retry"), body);
+    retry->setAutoDefault(true);
     connect(retry, &QPushButton::clicked, &session, &Session::retry);
     buttons->addWidget(retry);
     if (isSaved) {

@@ -52,12 +52,12 @@ QIcon iconForSuffix(const QString &suffix)
 QIcon FileIcons::iconFor(const FileItem &item)
 {
     // No suffix can hold a slash, so these keys are free.
-    const QString kind = item.isDirectory ? u"/folder"_s : suffixOf(item.name);
+    const QString kind = item.isShownAsFolder() ? u"/folder"_s : suffixOf(item.name);
     const QString key = item.isSymlink ? u"/link "_s + kind : kind;
     const auto known = cache().constFind(key);
     if (known != cache().constEnd())
         return *known;
-    QIcon icon = item.isDirectory ? Theme::icon(u"folder"_s, Theme::Color::folder) : iconForSuffix(kind);
+    QIcon icon = item.isShownAsFolder() ? Theme::icon(u"folder"_s, Theme::Color::folder) : iconForSuffix(kind);
     if (item.isSymlink)
         icon = asLink(icon);
     cache().insert(key, icon);

@@ -131,14 +131,18 @@ void MainToolBar::fillSortMenu()
                                                     {FileSortKey::date, tr("Date")},
                                                     {FileSortKey::kind, tr("Kind")}};
     for (const auto &[key, label] : keys) {
-        QAction *action =
-            m_sortMenu->addAction(label, m_pane.data(), [pane = m_pane, key = key] { pane->setSortKey(key); });
+        QAction *action = m_sortMenu->addAction(label, m_pane.data(), [this, key = key] {
+            m_pane->setSortKey(key);
+            m_model.settings().sortKeyRaw.set(rawText(key));
+        });
         action->setCheckable(true);
         action->setChecked(m_pane->sortKey() == key);
     }
     m_sortMenu->addSeparator();
-    QAction *ascending = m_sortMenu->addAction(tr("Ascending"), m_pane.data(),
-                                               [pane = m_pane] { pane->setSortAscending(!pane->sortAscending()); });
+    QAction *ascending = m_sortMenu->addAction(tr("Ascending"), m_pane.data(), [this](bool isAscending) {
+        m_pane->setSortAscending(isAscending);
+        m_model.settings().sortAscending.set(isAscending);
+    });
     ascending->setCheckable(true);
     ascending->setChecked(m_pane->sortAscending());
 }

@@ -44,6 +44,7 @@ MainWindow::MainWindow(AppModel &model)
     build();
     // Before the tabs are followed, since following them stores them.
     WindowState::restore(m_model, *this, *m_outer, *m_sides);
+    m_sides->handle(1)->installEventFilter(this);
     connectParts();
     connectCommands();
     m_actions->action(WindowCommand::sidebar)->setChecked(m_sidebar->isVisibleTo(this));
@@ -71,7 +72,6 @@ void MainWindow::build()
         m_sideViews.at(std::size_t(side)) = view;
         m_sides->addWidget(view);
     }
-    m_sides->handle(1)->installEventFilter(this);
     m_outer = new QSplitter(Qt::Horizontal, this);
     m_outer->setObjectName(QStringLiteral("outerSplitter"));
     m_outer->addWidget(m_sidebar);
@@ -200,7 +200,7 @@ void MainWindow::showLocation()
         m_status->showConnection(tr("%1 connected").arg(session.server()->displayName()), true);
     else if (session.state() == Session::State::connecting)
         m_status->showConnection(tr("Connecting…"), false);
-    else if (session.state() == Session::State::failed)
+    else if (session.server())
         m_status->showConnection(tr("Not connected"), false);
     else
         m_status->showConnection(isLocal ? tr("Local files") : tr("Servers"), false);

@@ -13,6 +13,7 @@
 #include "ui/SideView.h"
 #include "ui/Sidebar.h"
 #include "ui/TransferDrawer.h"
+#include "ui/dialogs/AboutDialog.h"
 #include "ui/dialogs/ShortcutsOverview.h"
 #include "ui/pane/PaneView.h"
 #include "ui/preferences/PreferencesWindow.h"
@@ -106,6 +107,7 @@ void MainWindow::addViewCommands()
     };
     m_handlers[transfers] = [this] { m_drawer->setVisible(m_actions->action(WindowCommand::transfers)->isChecked()); };
     m_handlers[shortcuts] = [this] { (new ShortcutsOverview(*m_actions, this))->show(); };
+    m_handlers[about] = [this] { (new AboutDialog(this))->open(); };
 }
 
 void MainWindow::runPaneCommand(PaneCommand command)
@@ -242,19 +244,28 @@ void MainWindow::swapSides()
 void MainWindow::openTargets(const QStringList &targets)
 {
     Side side = m_model.activeSide();
-    for (const QString &target : targets) {
+    for (qsizetype i = 0; i < targets.size(); ++i) {
+        const QString &target = targets.at(i);
+        PaneTabs &tabs = m_model.tabs(side);
+        const bool isFirstOfItsSide = i < 2;
         const qsizetype colon = target.indexOf(u':');
         const QString name = target.left(colon);
         const bool mayBeServer = colon > 0 && !name.contains(u'/');
         const std::optional<ServerConnection> server =
             mayBeServer ? serverNamed(name, m_model.servers()) : std::nullopt;
-        if (server)
-            m_model.tabs(side).openServer(
-                *server, std::nullopt, colon + 1 < target.size() ? std::optional(target.mid(colon + 1)) : std::nullopt);
+        const QString rest = target.mid(colon + 1);
+        const auto path = rest.isEmpty() ? std::nullopt : std::optional(rest);
+        const QString local = QDir::cleanPath(QDir::current().absoluteFilePath(target));
+        if (server && isFirstOfItsSide)
+            tabs.openServerHere(*server, path);
+        else if (server)
+            tabs.openServer(*server, std::nullopt, path);
         else if (mayBeServer)
             emit m_model.messageRaised(tr("There is no saved server “%1”.").arg(name));
+        else if (isFirstOfItsSide)
+            tabs.openLocalHere(local);
         else
-            m_model.tabs(side).openLocalHere(QDir::cleanPath(QDir::current().absoluteFilePath(target)));
+            tabs.openLocal(local);
         side = otherSide(side);
     }
 }

@@ -6,6 +6,7 @@
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QToolButton>
 
@@ -17,16 +18,22 @@ namespace moorix {
 MessageBar::MessageBar(QWidget *parent)
     : QFrame(parent)
     , m_text(Widgets::label({}, Widgets::TextRole::body, this))
+    , m_progress(new QProgressBar(this))
     , m_confirm(Widgets::button({}, QStringLiteral("messageBarConfirm"), this))
 {
     setObjectName(QStringLiteral("messageBar"));
     m_text->setObjectName(QStringLiteral("messageBarText"));
     m_text->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    m_progress->setObjectName(QStringLiteral("messageBarProgress"));
+    m_progress->setFixedWidth(140);
+    m_progress->setTextVisible(false);
+    m_progress->hide();
     QToolButton *close =
         Widgets::iconButton(QStringLiteral("window-close"), tr("Close"), QStringLiteral("messageBarClose"), this);
     auto *row = new QHBoxLayout(this);
     row->setContentsMargins(12, 7, 8, 7);
     row->addWidget(m_text, 1);
+    row->addWidget(m_progress);
     row->addWidget(m_confirm);
     row->addWidget(close);
     hide();
@@ -64,6 +71,13 @@ void MessageBar::offer(const QString &text, const QString &buttonText, Tone tone
     show(text, tone);
 }
 
+void MessageBar::showProgress(int permille)
+{
+    m_progress->setRange(0, permille < 0 ? 0 : 1000);
+    m_progress->setValue(permille);
+    m_progress->show();
+}
+
 void MessageBar::dismiss()
 {
     m_confirmed = {};
@@ -88,6 +102,7 @@ void MessageBar::show(const QString &text, Tone tone)
 {
     static const std::array names{QStringLiteral("information"), QStringLiteral("warning"), QStringLiteral("danger")};
     m_text->setText(text);
+    m_progress->hide();
     Widgets::setStyleProperty(*this, "tone", names.at(std::size_t(tone)));
     QFrame::show();
 }

@@ -6,6 +6,7 @@
 #include <functional>
 
 class QLabel;
+class QProgressBar;
 class QPushButton;
 
 namespace moorix {
@@ -27,6 +28,9 @@ public:
     void ask(const QString &text, const QString &buttonText, Tone tone, std::function<void()> confirmed);
     /// Like `ask` for what need not be answered: the focus stays where it is.
     void offer(const QString &text, const QString &buttonText, Tone tone, std::function<void()> pressed);
+    /// Shows, beside the sentence of `offer`, how far it is; a negative number when that is unknown. Goes with the next
+    /// sentence.
+    void showProgress(int permille);
     /// Hides the bar without an answer.
     void dismiss();
 
@@ -41,6 +45,7 @@ private:
     void show(const QString &text, Tone tone);
 
     QLabel *m_text;
+    QProgressBar *m_progress;
     QPushButton *m_confirm;
     std::function<void()> m_confirmed;
 };

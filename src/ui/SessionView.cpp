@@ -3,19 +3,23 @@
 
 #include "app/PaneTabs.h"
 #include "app/Session.h"
+#include "files/PaneModel.h"
+#include "files/RemoteFileService.h"
 #include "servers/ServerStore.h"
 #include "transfers/TransferEngine.h"
 #include "ui/ConnectingView.h"
+#include "ui/DormantView.h"
 #include "ui/FailureView.h"
 #include "ui/MessageBar.h"
+#include "ui/RemoteOpening.h"
 #include "ui/pane/PaneContext.h"
 #include "ui/pane/PaneView.h"
 #include "ui/servers/ServerLibraryView.h"
 
 #include <QApplication>
-#include <QDesktopServices>
-#include <QUrl>
 #include <QVBoxLayout>
+
+#include <algorithm>
 
 namespace moorix {
 
@@ -77,6 +81,8 @@ void SessionView::followNotice()
 QWidget *SessionView::makeContent()
 {
     switch (m_session.state()) {
+    case Session::State::dormant:
+        return new DormantView(m_session, this);
     case Session::State::connecting:
         return new ConnectingView(m_session, this);
     case Session::State::failed:
@@ -95,6 +101,7 @@ PaneContext SessionView::paneContext()
     PaneContext context{
         .settings = m_model.settings(),
         .clipboard = m_model.clipboard(),
+        .columns = m_model.columns(),
         .localFiles = m_model.localFiles(),
         .copyToOtherSide = [this] { return m_model.transferSelection(m_side, false); },
         .moveToOtherSide = [this] { return m_model.transferSelection(m_side, true); },
@@ -106,13 +113,20 @@ PaneContext SessionView::paneContext()
         .openInNewTab = open(m_side, true),
         .focusOtherSide = [this] { m_model.setActiveSide(otherSide(m_side)); },
     };
-    if (m_session.mode() == PaneMode::local) {
-        context.openFile = [this](const FileItem &item) {
-            if (!QDesktopServices::openUrl(QUrl::fromLocalFile(item.path)))
-                emit m_model.messageRaised(tr("No program is set up to open “%1”.").arg(item.name));
-        };
-    }
+    if (m_session.mode() == PaneMode::local)
+        context.openFile = [this](const FileItem &item) { openWithDesktop(m_model, item.path); };
+    else if (auto server = std::dynamic_pointer_cast<RemoteFileService>(m_session.pane()->service()))
+        context.openFile = [this, server](const FileItem &item) { openRemoteFile(server, item); };
     return context;
+}
+
+void SessionView::openRemoteFile(const std::shared_ptr<RemoteFileService> &server, const FileItem &file)
+{
+    const QList<RemoteOpening *> underWay = findChildren<RemoteOpening *>(Qt::FindDirectChildrenOnly);
+    const bool isOnItsWay = std::ranges::any_of(
+        underWay, [&file](const RemoteOpening *opening) { return opening->file().path == file.path; });
+    if (!isOnItsWay)
+        new RemoteOpening(m_model, server, file, *m_column);
 }
 
 QWidget *SessionView::makePane()

@@ -12,7 +12,9 @@ namespace moorix {
 
 class MessageBar;
 class PaneView;
+class RemoteFileService;
 class ServerLibraryView;
+struct FileItem;
 struct PaneContext;
 class Session;
 
@@ -43,6 +45,7 @@ private:
     void followNotice();
     QWidget *makeContent();
     PaneContext paneContext();
+    void openRemoteFile(const std::shared_ptr<RemoteFileService> &server, const FileItem &file);
     QWidget *makePane();
     QWidget *makeLibrary();
     QWidget *makeFailure();

@@ -32,7 +32,7 @@ QStringList foldersOf(const QMimeData &data)
         if (!files->hasUrls())
             return {};
         for (const FileItem &item : files->items()) {
-            if (item.isDirectory)
+            if (item.isShownAsFolder())
                 folders += item.path;
         }
         return folders;

@@ -91,6 +91,7 @@ QHeaderView::section { background: <base>; color: <mutedText>; border: none; bor
     padding: 6px 8px; font-weight: 600; }
 QHeaderView::section:hover { color: <text>; background: <hover>; }
 QTreeView QScrollBar:vertical { background: <base>; }
+#fileListCorner { background: <base>; border-bottom: 1px solid <border>; }
 
 QMenuBar { background: <toolBar>; color: <text>; }
 QMenuBar::item { padding: 4px 8px; border-radius: 4px; background: transparent; }

@@ -50,6 +50,7 @@ QList<CommandInfo> windowCommands()
         {focusSidebar, WindowActions::tr("Go to the sidebar"), u"go-first-view"_s, {Qt::CTRL | Qt::Key_0}},
         {transfers, WindowActions::tr("Transfers"), u"document-send"_s, {Qt::CTRL | Qt::Key_J}, true},
         {shortcuts, WindowActions::tr("Keyboard shortcuts"), u"help-keyboard-shortcuts"_s, {Qt::Key_F1}},
+        {about, WindowActions::tr("About Moorix"), u"help-about"_s, {}},
     };
 }
 // clang-format on
@@ -107,7 +108,7 @@ const QList<WindowActions::Menu> &WindowActions::menus()
           W::focusSidebar, line, W::addFavorite}},
         {tr("&Servers"),
          {W::quickConnect, W::serverLibrary, line, W::newServer, W::importServers, line, W::disconnect}},
-        {tr("&Help"), {W::shortcuts}},
+        {tr("&Help"), {W::shortcuts, line, W::about}},
     };
     return all;
 }

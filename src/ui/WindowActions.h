@@ -35,7 +35,8 @@ enum class WindowCommand {
     sidebar,
     focusSidebar,
     transfers,
-    shortcuts
+    shortcuts,
+    about
 };
 
 /// Every action of the window with its text, icon and keys, and the menus they stand in.

@@ -4,10 +4,13 @@
 #include "app/AppModel.h"
 #include "app/PaneTabs.h"
 #include "app/Session.h"
-#include "files/PaneModel.h"
+#include "base/Json.h"
 #include "platform/Preferences.h"
+#include "servers/ServerStore.h"
+#include "ui/SideView.h"
 
 #include <QJsonArray>
+#include <QJsonObject>
 #include <QMainWindow>
 #include <QSplitter>
 
@@ -19,6 +22,9 @@ const QString geometryKey = QStringLiteral("window.geometry");
 const QString dividerKey = QStringLiteral("window.divider");
 const QString sidebarWidthKey = QStringLiteral("window.sidebarWidth");
 const QString sidebarShownKey = QStringLiteral("window.sidebarShown");
+const QString swappedKey = QStringLiteral("window.sidesSwapped");
+const QString serverKey = QStringLiteral("server");
+const QString pathKey = QStringLiteral("path");
 
 QString tabsKey(Side side)
 {
@@ -30,22 +36,56 @@ QString currentTabKey(Side side)
     return side == Side::left ? QStringLiteral("window.leftTab") : QStringLiteral("window.rightTab");
 }
 
+/// Whether the right side stands on the left.
+bool isSwapped(const QSplitter &sides)
+{
+    const auto *first = qobject_cast<const SideView *>(sides.widget(0));
+    return first && first->side() == Side::right;
+}
+
+/// A local folder is its path, a server an object with its id and folder, the library an empty object. Servers that are
+/// not in the library have no entry: nothing of them is kept.
+std::optional<QJsonValue> saved(const AppModel &model, const Session &session)
+{
+    if (session.mode() == PaneMode::local)
+        return session.folder();
+    if (session.mode() == PaneMode::servers)
+        return QJsonObject();
+    if (!session.server() || !model.servers().server(session.server()->id))
+        return std::nullopt;
+    return QJsonObject{{serverKey, uuidText(session.server()->id)}, {pathKey, session.folder()}};
+}
+
+/// Nothing for a value of another form, and for a server that is gone from the library.
+std::optional<PaneTabs::SavedTab> tabFrom(const AppModel &model, const QJsonValue &value)
+{
+    if (value.isString() && value.toString().startsWith(u'/'))
+        return PaneTabs::SavedTab{PaneMode::local, value.toString(), {}};
+    if (!value.isObject())
+        return std::nullopt;
+    if (value.toObject().isEmpty())
+        return PaneTabs::SavedTab{PaneMode::servers, {}, {}};
+    const std::optional<ServerConnection> server = model.servers().server(QUuid(value[serverKey].toString()));
+    if (!server)
+        return std::nullopt;
+    return PaneTabs::SavedTab{PaneMode::remote, value[pathKey].toString(), server};
+}
+
 void restoreTabs(AppModel &model, Side side)
 {
     const Preferences &preferences = model.preferences();
-    PaneTabs &tabs = model.tabs(side);
-    bool isFirst = true;
+    const int wantedCurrent = preferences.value(currentTabKey(side)).toInt(0);
+    QList<PaneTabs::SavedTab> tabs;
+    qsizetype current = 0;
+    int place = 0;
     for (const QJsonValue &value : preferences.value(tabsKey(side)).toArray()) {
-        const QString path = value.toString();
-        if (!path.startsWith(u'/'))
-            continue;
-        if (isFirst)
-            tabs.openLocalHere(path);
-        else
-            tabs.openLocal(path);
-        isFirst = false;
+        const std::optional<PaneTabs::SavedTab> tab = tabFrom(model, value);
+        if (place++ == wantedCurrent)
+            current = tabs.size();
+        if (tab)
+            tabs += *tab;
     }
-    tabs.setCurrentIndex(preferences.value(currentTabKey(side)).toInt(0));
+    model.tabs(side).restore(tabs, current);
 }
 
 } // namespace
@@ -53,18 +93,16 @@ void restoreTabs(AppModel &model, Side side)
 void saveTabs(AppModel &model)
 {
     for (const Side side : {Side::left, Side::right}) {
-        QJsonArray paths;
+        QJsonArray entries;
         qsizetype current = 0;
         const PaneTabs &tabs = model.tabs(side);
         for (const Session *session : tabs.sessions()) {
             if (session == &tabs.current())
-                current = paths.size();
-            if (session->mode() != PaneMode::local)
-                continue;
-            const QString path = session->pane()->currentPath();
-            paths += path.isEmpty() ? session->pane()->loadingPath() : path;
+                current = entries.size();
+            if (const std::optional<QJsonValue> entry = saved(model, *session))
+                entries += *entry;
         }
-        model.preferences().setValue(tabsKey(side), paths);
+        model.preferences().setValue(tabsKey(side), entries);
         model.preferences().setValue(currentTabKey(side), current);
     }
 }
@@ -77,6 +115,7 @@ void save(AppModel &model, const QMainWindow &window, const QSplitter &outer, co
     const QList<int> widths = sides.sizes();
     if (widths.value(0) > 0 && widths.value(1) > 0)
         preferences.setValue(dividerKey, double(widths.at(0)) / (widths.at(0) + widths.at(1)));
+    preferences.setValue(swappedKey, isSwapped(sides));
     const bool isSidebarShown = outer.widget(0)->isVisibleTo(&window);
     preferences.setValue(sidebarShownKey, isSidebarShown);
     if (isSidebarShown && outer.sizes().at(0) > 0)
@@ -89,6 +128,8 @@ void restore(AppModel &model, QMainWindow &window, QSplitter &outer, QSplitter &
     for (const Side side : {Side::left, Side::right})
         restoreTabs(model, side);
     window.restoreGeometry(QByteArray::fromBase64(preferences.value(geometryKey).toString().toLatin1()));
+    if (preferences.value(swappedKey).toBool() != isSwapped(sides))
+        sides.insertWidget(0, sides.widget(1));
     constexpr int parts = 100000;
     const double divider = preferences.value(dividerKey).toDouble(0.5);
     if (divider > 0.05 && divider < 0.95)

@@ -11,7 +11,7 @@ class AppModel;
 /// Where the window stood and what its tabs showed, kept in the preferences under keys that begin with "window.".
 namespace WindowState {
 
-/// Local tabs with their folders; servers are not connected again on their own.
+/// All tabs with their folders; those of servers come back unconnected.
 void saveTabs(AppModel &model);
 void save(AppModel &model, const QMainWindow &window, const QSplitter &outer, const QSplitter &sides);
 /// Opens the tabs of the last run and brings the window to its last place. Values that make no sense are left out.

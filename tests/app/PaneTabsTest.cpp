@@ -131,6 +131,30 @@ private slots:
         QTRY_VERIFY(session.pane() && session.pane()->currentPath() == scene.tree.path("srv/deep"));
     }
 
+    void rememberedTabsComeBackWithoutConnecting()
+    {
+        AppScene scene;
+        PaneTabs &tabs = *scene.tabs;
+        const ServerConnection server = serverNamed(u"web-01"_s);
+        tabs.restore({{PaneMode::local, scene.tree.path("srv"), {}},
+                      {PaneMode::remote, scene.tree.path("srv/deep"), server},
+                      {PaneMode::servers, {}, {}},
+                      {PaneMode::local, scene.tree.path("home"), {}}},
+                     1);
+        QCOMPARE(tabs.sessions().size(), 4);
+        Session &session = tabs.current();
+        QCOMPARE(session.state(), State::dormant);
+        QCOMPARE(session.folder(), scene.tree.path("srv/deep"));
+        QVERIFY(scene.made.isEmpty());
+        QTRY_COMPARE(tabs.sessions().at(0)->pane()->currentPath(), scene.tree.path("srv"));
+        QTRY_COMPARE(tabs.sessions().at(3)->pane()->currentPath(), scene.tree.path("home"));
+        QVERIFY(!tabs.sessions().at(0)->pane()->canGoBack());
+        session.retry();
+        QTRY_VERIFY(session.pane() && session.pane()->currentPath() == scene.tree.path("srv/deep"));
+        tabs.restore({}, 0);
+        QCOMPARE(tabs.sessions().size(), 4);
+    }
+
     void panesReloadWhenATransferChangedTheirFolder()
     {
         AppScene scene;

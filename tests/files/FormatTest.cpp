@@ -53,6 +53,7 @@ private slots:
         QTest::newRow("weekday in front")
             << QLocale(QLocale::English, QLocale::UnitedStates) << QStringLiteral("Mar 5, 2024, 2:07 PM");
         QTest::newRow("day first") << QLocale(QLocale::German) << QStringLiteral("5. März 2024, 14:07");
+        QTest::newRow("no seconds where Qt has no short time") << QLocale::c() << QStringLiteral("5 Mar 2024, 14:07");
         QTest::newRow("weekday at the end") << QLocale(QLocale::Chinese) << QStringLiteral("2024年3月5日, 14:07");
     }
     void dateIsMediumWithAShortTime()

@@ -68,12 +68,15 @@ private slots:
         QTEST(names(items, order), "order");
     }
 
-    void linkToAFolderIsOrderedAmongFiles()
+    void linkIsOrderedAmongFoldersOnlyWhenItIsKnownToLeadToOne()
     {
         FileItem link = file("a link");
         link.isSymlink = true;
-        const QList<FileItem> items{link, folder("z")};
-        QCOMPARE(names(items, ItemOrder::sorted(ItemOrder::keys(items), {})), QStringLiteral("z a link"));
+        FileItem folderLink = link;
+        folderLink.name = QStringLiteral("zz");
+        folderLink.leadsToFolder = true;
+        const QList<FileItem> items{link, folder("z"), folderLink};
+        QCOMPARE(names(items, ItemOrder::sorted(ItemOrder::keys(items), {})), QStringLiteral("z zz a link"));
     }
 
     void namesThatDifferInCaseOnlyKeepAFixedOrder()

@@ -106,12 +106,14 @@ private slots:
     {
         const TestTree tree{{"file.txt", "12345"}, {"folder/inside", "1"}, {".dot", ""}};
         tree.link("link", "folder");
+        tree.link("broken", "nowhere");
+        tree.link("to file", "file.txt");
         setTimes(tree.path("file.txt"), 1700000000);
         ::chmod(QFile::encodeName(tree.path("file.txt")).constData(), 04750);
         QMap<QByteArray, FileItem> items;
         for (const FileItem &item : m_service.list(tree.path(), HiddenFiles::asTheSourceDoes, go))
             items.insert(item.name.toUtf8(), item);
-        QCOMPARE(items.keys(), (QList<QByteArray>{".dot", "file.txt", "folder", "link"}));
+        QCOMPARE(items.keys(), (QList<QByteArray>{".dot", "broken", "file.txt", "folder", "link", "to file"}));
         FileItem file;
         file.name = QStringLiteral("file.txt");
         file.path = tree.path("file.txt");
@@ -122,6 +124,8 @@ private slots:
         QVERIFY(items.value("folder").isDirectory);
         QCOMPARE(items.value("folder").size, 0);
         QVERIFY(items.value("link").isSymlink && !items.value("link").isDirectory);
+        QVERIFY(items.value("link").leadsToFolder);
+        QVERIFY(!items.value("to file").leadsToFolder && !items.value("broken").leadsToFolder);
     }
 
     void namesThatAreNoUtf8AreAddressedExactly()

@@ -272,6 +272,21 @@ private slots:
         QVERIFY(fixture.saved() == fixture.store.library());
     }
 
+    void anotherCloudFolderGetsTheLibraryAtOnceOrGivesItsNewerOne_data() { turningTheCloudOnMergesOrSends_data(); }
+    void anotherCloudFolderGetsTheLibraryAtOnceOrGivesItsNewerOne()
+    {
+        QFETCH(const QByteArray, cloud);
+        QFETCH(const QString, everywhere);
+        const TestTree tree{{libraryFile, libraryNamed(QStringLiteral("local"), noon).encode()}, {"cloud/", ""}};
+        if (!cloud.isEmpty())
+            tree.write(cloudFile, cloud);
+        KeyValueStore kv{QString()};
+        const ServerStore store({.path = tree.path(libraryFile), .iCloudSyncEnabled = true}, kv);
+        kv.setFolder(tree.path("cloud"));
+        QCOMPARE(namesOf(store.library().servers), QStringList{everywhere});
+        QVERIFY(ServerLibrary::decode(tree.read(cloudFile)) == store.library());
+    }
+
     void turningTheCloudOnKeepsTheSampleToThisMachine()
     {
         const TestTree tree{{"cloud/", ""}};

@@ -274,6 +274,20 @@ private slots:
         QVERIFY(!tree.exists("cloud/showHiddenFiles.json"));
     }
 
+    void anotherCloudFolderGetsWhatWasChangedHereAndItLacks()
+    {
+        const TestTree tree{{"other/", ""}};
+        Fixture fixture(tree);
+        fixture.kv.setFolder(QString());
+        fixture.settings->contentFontSize.set(20);
+        fixture.settings->themeID.set(QStringLiteral("daylight"));
+        tree.write("other/themeID.json", "\"midnight\"");
+        fixture.kv.setFolder(tree.path("other"));
+        QCOMPARE(fixture.settings->themeID.value(), QStringLiteral("midnight"));
+        QCOMPARE(tree.read("other/contentFontSize.json"), "20");
+        QVERIFY(!tree.exists("other/sortKeyRaw.json"));
+    }
+
     void aSnapshotReplacesAllSettingsItHolds()
     {
         const TestTree tree{{"cloud/", ""}};

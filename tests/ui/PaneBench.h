@@ -2,6 +2,7 @@
 #pragma once
 
 #include "app/FileClipboard.h"
+#include "app/ListColumns.h"
 #include "files/PaneModel.h"
 #include "platform/KeyValueStore.h"
 #include "platform/Preferences.h"
@@ -87,6 +88,7 @@ public:
     KeyValueStore cloud{QString()};
     SettingsStore settings{preferences, cloud};
     FileClipboard clipboard;
+    ListColumns columns{settings, preferences};
     std::shared_ptr<MemoryFileService> files;
     PaneModel pane{files, QStringLiteral("memory"), false};
     QList<TransferRequest> transfers;
@@ -96,7 +98,7 @@ public:
 private:
     PaneContext context()
     {
-        PaneContext context{settings, clipboard, files, {}, {}, {}, {}, {}, {}, {}, {}, {}};
+        PaneContext context{settings, clipboard, columns, files, {}, {}, {}, {}, {}, {}, {}, {}, {}};
         context.transfer = [this](TransferRequest request) { transfers.append(std::move(request)); };
         context.copyToOtherSide = [this] { return PaneContext::Refusal(refusal); };
         return context;

@@ -12,9 +12,12 @@
 #include "support/MemoryKeychain.h"
 #include "support/TestTree.h"
 #include "ui/MainWindow.h"
+#include "ui/SessionView.h"
+#include "ui/SideView.h"
 
 #include <QApplication>
 #include <QTest>
+#include <QTreeView>
 
 namespace moorix::test {
 
@@ -26,9 +29,15 @@ public:
     explicit WindowBench(
         std::initializer_list<TestTree::Entry> entries,
         FakeProcessRunner::Answer answer = [](const ProcessRequest &) { return FakeProcessRunner::success(); })
+        : WindowBench(entries, std::make_shared<FakeProcessRunner>(std::move(answer)))
+    {
+    }
+    /// With clients of the test's own.
+    WindowBench(std::initializer_list<TestTree::Entry> entries, const std::shared_ptr<ProcessRunner> &clients)
         : home(entries)
-        , runner(std::make_shared<FakeProcessRunner>(std::move(answer)))
+        , runner(std::dynamic_pointer_cast<FakeProcessRunner>(clients))
         , keychain(std::make_shared<MemoryKeychain>())
+        , m_clients(clients)
     {
         qputenv("HOME", home.path().toUtf8());
         qputenv("XDG_DATA_HOME", home.path("data").toUtf8());
@@ -46,12 +55,12 @@ public:
 
     void start()
     {
-        model = std::make_unique<AppModel>(AppModel::Platform{runner, keychain});
+        model = std::make_unique<AppModel>(AppModel::Platform{m_clients, keychain});
         window = std::make_unique<MainWindow>(*model);
         window->show();
         QVERIFY(QTest::qWaitForWindowActive(window.get()));
         for (const Side side : {Side::left, Side::right})
-            QTRY_VERIFY(!pane(side)->currentPath().isEmpty() && !pane(side)->isLoading());
+            QTRY_VERIFY(!pane(side) || (!pane(side)->currentPath().isEmpty() && !pane(side)->isLoading()));
     }
     void stop()
     {
@@ -77,6 +86,19 @@ public:
         QWidget *target = QApplication::focusWidget();
         QTest::keyClick(target ? target : window.get(), key, modifiers);
     }
+    QTreeView *list(Side side) const
+    {
+        for (auto *view : window->findChildren<SideView *>()) {
+            if (view->side() == side)
+                return view->currentView()->findChild<QTreeView *>(QStringLiteral("fileList"));
+        }
+        return nullptr;
+    }
+    static void click(QWidget *button)
+    {
+        QVERIFY(button);
+        QTest::mouseClick(button, Qt::LeftButton);
+    }
     /// The first visible widget of this name anywhere in the program.
     template <class Widget = QWidget>
     Widget *find(const char *name) const
@@ -89,10 +111,14 @@ public:
     }
 
     TestTree home;
+    /// What was asked of the clients; null when they are the test's own.
     std::shared_ptr<FakeProcessRunner> runner;
     std::shared_ptr<MemoryKeychain> keychain;
     std::unique_ptr<AppModel> model;
     std::unique_ptr<MainWindow> window;
+
+private:
+    std::shared_ptr<ProcessRunner> m_clients;
 };
 
 } // namespace moorix::test

@@ -23,7 +23,7 @@ constexpr int textStart = padding + iconSize + iconGap;
 /// What a rename usually changes: the name without its extension.
 qsizetype stemLength(const FileItem &item)
 {
-    return item.isDirectory ? item.name.size() : FileNames::extensionStart(item.name);
+    return item.isShownAsFolder() ? item.name.size() : FileNames::extensionStart(item.name);
 }
 
 } // namespace

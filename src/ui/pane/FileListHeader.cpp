@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/pane/FileListHeader.h"
 
+#include "app/ListColumns.h"
 #include "settings/SettingsStore.h"
 #include "ui/Theme.h"
 #include "ui/pane/FileListModel.h"
@@ -9,7 +10,6 @@
 #include <QContextMenuEvent>
 #include <QMenu>
 #include <QPainter>
-#include <QSignalBlocker>
 
 #include <chrono>
 
@@ -33,6 +33,21 @@ std::optional<FileSortKey> keyOf(int column)
     }
 }
 
+int sectionOf(ListColumns::Column column)
+{
+    switch (column) {
+    case ListColumns::Column::size:
+        return FileListModel::size;
+    case ListColumns::Column::modified:
+        return FileListModel::modified;
+    case ListColumns::Column::permissions:
+        return FileListModel::permissions;
+    case ListColumns::Column::owner:
+        break;
+    }
+    return FileListModel::owner;
+}
+
 QString textOf(FileSortKey key)
 {
     switch (key) {
@@ -50,10 +65,11 @@ QString textOf(FileSortKey key)
 
 } // namespace
 
-FileListHeader::FileListHeader(PaneModel &pane, SettingsStore &settings, QWidget *parent)
+FileListHeader::FileListHeader(PaneModel &pane, SettingsStore &settings, ListColumns &columns, QWidget *parent)
     : QHeaderView(Qt::Horizontal, parent)
     , m_pane(pane)
     , m_settings(settings)
+    , m_columns(columns)
 {
     setObjectName(QStringLiteral("fileListHeader"));
     setHighlightSections(false);
@@ -65,10 +81,7 @@ FileListHeader::FileListHeader(PaneModel &pane, SettingsStore &settings, QWidget
     connect(&m_widthTimer, &QTimer::timeout, this, &FileListHeader::takeWidths);
     connect(this, &QHeaderView::sectionClicked, this, &FileListHeader::sortByColumn);
     connect(&pane, &PaneModel::orderChanged, this, &FileListHeader::showOrder);
-    connect(&settings, &SettingsStore::settingChanged, this, [this](const QString &key) {
-        if (key == m_settings.sizeColumnWidth.key() || key == m_settings.dateColumnWidth.key())
-            showWidths();
-    });
+    connect(&columns, &ListColumns::changed, this, &FileListHeader::showColumns);
 }
 
 void FileListHeader::arrange()
@@ -78,30 +91,43 @@ void FileListHeader::arrange()
     setSortIndicatorShown(true);
     setSectionResizeMode(QHeaderView::Interactive);
     setSectionResizeMode(FileListModel::name, QHeaderView::Stretch);
-    hideSection(FileListModel::permissions);
-    hideSection(FileListModel::owner);
-    resizeSection(FileListModel::permissions, 100);
-    resizeSection(FileListModel::owner, 90);
-    showWidths();
+    showColumns();
     showOrder();
-    connect(this, &QHeaderView::sectionResized, this, [this](int column) {
-        if (column == FileListModel::size || column == FileListModel::modified)
+    connect(this, &QHeaderView::sectionResized, this, [this](int section) {
+        if (section != FileListModel::name)
             m_widthTimer.start();
     });
 }
 
-void FileListHeader::showWidths()
+QWidget *FileListHeader::makeCorner(QWidget *parent)
 {
-    const QSignalBlocker blocker(&m_widthTimer);
-    resizeSection(FileListModel::size, qRound(m_settings.sizeColumnWidth.value()));
-    resizeSection(FileListModel::modified, qRound(m_settings.dateColumnWidth.value()));
+    auto *corner = new QWidget(parent);
+    corner->setObjectName(QStringLiteral("fileListCorner"));
+    corner->setAttribute(Qt::WA_StyledBackground);
+    corner->setFixedHeight(sizeHint().height());
+    connect(this, &QHeaderView::geometriesChanged, corner, [this, corner] { corner->setFixedHeight(height()); });
+    return corner;
+}
+
+void FileListHeader::showColumns()
+{
+    // A width that is being dragged is newer than the one stored.
+    if (m_widthTimer.isActive())
+        return;
+    for (const ListColumns::Column column : ListColumns::all) {
+        setSectionHidden(sectionOf(column), !m_columns.isShown(column));
+        if (m_columns.isShown(column))
+            resizeSection(sectionOf(column), m_columns.width(column));
+    }
     m_widthTimer.stop();
 }
 
 void FileListHeader::takeWidths()
 {
-    m_settings.sizeColumnWidth.set(sectionSize(FileListModel::size));
-    m_settings.dateColumnWidth.set(sectionSize(FileListModel::modified));
+    for (const ListColumns::Column column : ListColumns::all) {
+        if (!isSectionHidden(sectionOf(column)))
+            m_columns.setWidth(column, sectionSize(sectionOf(column)));
+    }
 }
 
 void FileListHeader::sortByColumn(int column)
@@ -117,6 +143,12 @@ void FileListHeader::sortByColumn(int column)
         m_pane.setSortKey(*key);
         m_pane.setSortAscending(true);
     }
+    storeOrder();
+}
+
+/// New lists begin in the order chosen last.
+void FileListHeader::storeOrder()
+{
     m_settings.sortKeyRaw.set(rawText(m_pane.sortKey()));
     m_settings.sortAscending.set(m_pane.sortAscending());
 }
@@ -163,6 +195,7 @@ void FileListHeader::contextMenuEvent(QContextMenuEvent *event)
 {
     auto *menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->setObjectName(QStringLiteral("headerMenu"));
     auto *keys = new QActionGroup(menu);
     for (const FileSortKey key : allFileSortKeys) {
         QAction *action = menu->addAction(textOf(key));
@@ -171,16 +204,22 @@ void FileListHeader::contextMenuEvent(QContextMenuEvent *event)
         keys->addAction(action);
         connect(action, &QAction::triggered, this, [this, key] {
             m_pane.setSortKey(key);
-            m_settings.sortKeyRaw.set(rawText(key));
+            storeOrder();
         });
     }
+    QAction *ascending = menu->addAction(tr("Ascending"));
+    ascending->setCheckable(true);
+    ascending->setChecked(m_pane.sortAscending());
+    connect(ascending, &QAction::triggered, this, [this](bool isAscending) {
+        m_pane.setSortAscending(isAscending);
+        storeOrder();
+    });
     menu->addSeparator();
-    for (const int column :
-         {FileListModel::size, FileListModel::modified, FileListModel::permissions, FileListModel::owner}) {
-        QAction *action = menu->addAction(model()->headerData(column, Qt::Horizontal).toString());
+    for (const ListColumns::Column column : ListColumns::all) {
+        QAction *action = menu->addAction(model()->headerData(sectionOf(column), Qt::Horizontal).toString());
         action->setCheckable(true);
-        action->setChecked(!isSectionHidden(column));
-        connect(action, &QAction::toggled, this, [this, column](bool isShown) { setSectionHidden(column, !isShown); });
+        action->setChecked(m_columns.isShown(column));
+        connect(action, &QAction::toggled, this, [this, column](bool isShown) { m_columns.setShown(column, isShown); });
     }
     menu->popup(event->globalPos());
 }

@@ -6,19 +6,23 @@
 
 namespace moorix {
 
+class ListColumns;
 class PaneModel;
 class SettingsStore;
 
-/// The head of a file list: a click sorts, widths are remembered, its menu chooses columns and order. Main thread.
+/// The head of a file list: a click sorts, its menu chooses columns and order; columns and widths are remembered. Main
+/// thread.
 class FileListHeader final : public QHeaderView
 {
     Q_OBJECT
 
 public:
-    FileListHeader(PaneModel &pane, SettingsStore &settings, QWidget *parent = nullptr);
+    FileListHeader(PaneModel &pane, SettingsStore &settings, ListColumns &columns, QWidget *parent = nullptr);
 
     /// Arranges the columns; called once the model is set.
     void arrange();
+    /// What continues the head above a scroll bar beside the rows.
+    QWidget *makeCorner(QWidget *parent);
 
 protected:
     void paintSection(QPainter *painter, const QRect &rect, int column) const override;
@@ -27,11 +31,13 @@ protected:
 private:
     void sortByColumn(int column);
     void showOrder();
+    void storeOrder();
     void takeWidths();
-    void showWidths();
+    void showColumns();
 
     PaneModel &m_pane;
     SettingsStore &m_settings;
+    ListColumns &m_columns;
     QTimer m_widthTimer;
 };
 

@@ -5,6 +5,7 @@
 #include "files/Format.h"
 #include "ui/Theme.h"
 #include "ui/pane/FileMimeData.h"
+#include "ui/pane/ModifiedText.h"
 
 #include <QLocale>
 
@@ -84,9 +85,9 @@ QString FileListModel::text(const FileItem &entry, int column) const
     case name:
         return Format::display(entry.name);
     case size:
-        return entry.isDirectory ? u"—"_s : Format::byteCount(entry.size);
+        return entry.isShownAsFolder() ? u"—"_s : Format::byteCount(entry.size);
     case modified:
-        return Format::date(entry.modified);
+        return ModifiedText::brief(entry, m_pane.isLocal());
     case permissions:
         return entry.permissions.value_or(u"—"_s);
     case owner:
@@ -101,10 +102,10 @@ QString FileListModel::toolTip(const FileItem &entry) const
     QStringList lines{Format::display(entry.path)};
     if (entry.isSymlink)
         lines << tr("Symbolic link");
-    if (!entry.isDirectory)
+    if (!entry.isShownAsFolder())
         lines << tr("%1 (%2 bytes)").arg(Format::byteCount(entry.size), QLocale().toString(entry.size));
     if (entry.modified)
-        lines << QLocale().toString(entry.modified->toLocalTime(), QLocale::LongFormat);
+        lines << ModifiedText::full(entry, m_pane.isLocal());
     if (entry.permissions)
         lines << *entry.permissions + (entry.ownerName ? u"  "_s + *entry.ownerName : QString());
     // A tool tip that begins with a tag would be read as markup.
@@ -140,7 +141,7 @@ Qt::ItemFlags FileListModel::flags(const QModelIndex &index) const
     if (!index.isValid() || index.row() >= m_pane.displayedCount())
         return Qt::ItemIsDropEnabled;
     Qt::ItemFlags flags = Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemIsDragEnabled | Qt::ItemNeverHasChildren;
-    if (item(index.row()).isDirectory)
+    if (item(index.row()).isShownAsFolder())
         flags |= Qt::ItemIsDropEnabled;
     if (index.column() == name)
         flags |= Qt::ItemIsEditable;

@@ -25,11 +25,12 @@ FileListView::FileListView(PaneModel &pane, const PaneContext &context, QWidget 
     setObjectName(QStringLiteral("fileList"));
     setAccessibleName(tr("Files"));
     setUpLook();
-    auto *header = new FileListHeader(pane, context.settings, this);
+    auto *header = new FileListHeader(pane, context.settings, context.columns, this);
     setHeader(header);
     setModel(m_files);
     setItemDelegate(m_delegate);
     header->arrange();
+    addScrollBarWidget(header->makeCorner(this), Qt::AlignTop);
     // The position is restored after the selection: making a row current must not change what is selected.
     new SelectionLink(pane, *m_files, *selectionModel(), this);
     new ListPosition(pane, *m_files, *this);
@@ -221,7 +222,7 @@ void FileListView::dragMoveEvent(QDragMoveEvent *event)
 {
     QTreeView::dragMoveEvent(event);
     const QModelIndex under = indexAt(event->position().toPoint());
-    const bool isFolder = under.isValid() && m_files->item(under.row()).isDirectory;
+    const bool isFolder = under.isValid() && m_files->item(under.row()).isShownAsFolder();
     showDropRow(isFolder ? under.row() : -1);
     const QString target = isFolder ? m_files->item(under.row()).path : m_pane.currentPath();
     const Qt::DropAction action = m_drop->actionFor(*event, target);
@@ -245,7 +246,7 @@ void FileListView::dropEvent(QDropEvent *event)
     stopAutoScroll();
     setState(QAbstractItemView::NoState);
     const QModelIndex under = indexAt(event->position().toPoint());
-    const bool isFolder = under.isValid() && m_files->item(under.row()).isDirectory;
+    const bool isFolder = under.isValid() && m_files->item(under.row()).isShownAsFolder();
     m_drop->drop(*event, isFolder ? m_files->item(under.row()).path : m_pane.currentPath());
 }
 

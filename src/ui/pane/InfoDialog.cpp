@@ -6,6 +6,7 @@
 #include "ui/Theme.h"
 #include "ui/Widgets.h"
 #include "ui/pane/FolderTally.h"
+#include "ui/pane/ModifiedText.h"
 #include "ui/pane/PermissionsEditor.h"
 
 #include <QCheckBox>
@@ -41,7 +42,7 @@ QString counted(qint64 number, const QString &one, const QString &many)
 QString kindOf(const FileItem &item)
 {
     if (item.isSymlink)
-        return InfoDialog::tr("Symbolic link");
+        return item.leadsToFolder ? InfoDialog::tr("Symbolic link to a folder") : InfoDialog::tr("Symbolic link");
     return item.isDirectory ? InfoDialog::tr("Folder") : InfoDialog::tr("File");
 }
 
@@ -128,8 +129,8 @@ void InfoDialog::addFacts(QFormLayout &form)
         add(tr("In"), Format::display(m_pane.currentPath()));
     }
     form.addRow(Widgets::label(tr("Size"), Widgets::TextRole::muted, this), makeSize());
-    if (const auto date = common(m_items, &FileItem::modified))
-        add(tr("Modified"), QLocale().toString(date->toLocalTime(), QLocale::LongFormat));
+    if (common(m_items, &FileItem::modified))
+        add(tr("Modified"), ModifiedText::full(m_items.front(), m_pane.isLocal()));
     if (const auto owner = common(m_items, &FileItem::ownerName))
         add(tr("Owner"), *owner);
 }

@@ -10,6 +10,7 @@
 namespace moorix {
 
 class FileClipboard;
+class ListColumns;
 class SettingsStore;
 
 /// What a file list needs of the rest of the program. References outlive the view; a function that is absent disables
@@ -20,6 +21,7 @@ struct PaneContext
 
     SettingsStore &settings;
     FileClipboard &clipboard;
+    ListColumns &columns;
     /// The local disk, for files that are dropped or pasted from other programs.
     std::shared_ptr<FileService> localFiles;
 

@@ -80,8 +80,8 @@ QString PaneStatusLine::summary() const
         qint64 bytes = 0;
         bool hasFiles = false;
         for (const FileItem &item : selected) {
-            bytes += item.isDirectory ? 0 : item.size;
-            hasFiles = hasFiles || !item.isDirectory;
+            bytes += item.isShownAsFolder() ? 0 : item.size;
+            hasFiles = hasFiles || !item.isShownAsFolder();
         }
         parts << tr("%L1 of %L2 selected").arg(selected.size()).arg(shown);
         if (hasFiles)

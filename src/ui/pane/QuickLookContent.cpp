@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/pane/QuickLookContent.h"
 
-#include "files/FileService.h"
+#include "base/Error.h"
 #include "files/Format.h"
+#include "files/LocalFileService.h"
+#include "files/RemoteFileService.h"
+#include "platform/PrivateFile.h"
 
 #include <QBuffer>
 #include <QCoreApplication>
@@ -105,6 +108,46 @@ QuickLookContent textOf(const QByteArray &bytes, QStringConverter::Encoding enco
     return {Kind::text, text, {}, isCut ? tr("The first %1").arg(Format::byteCount(head.size())) : QString()};
 }
 
+/// Fetches until the beginning has safely arrived, then gives the rest up.
+QByteArray downloadHead(RemoteFileService &server, const QString &path, qint64 bytes, const std::stop_token &stop)
+{
+    const PrivateFile part(u"moorix-"_s);
+    std::stop_source enough;
+    const std::stop_callback forward(stop, [&enough] { enough.request_stop(); });
+    RemoteTransferOptions options;
+    options.progress = [&enough](qint64 received) {
+        if (received >= QuickLookContents::headTransferBytes)
+            enough.request_stop();
+    };
+    try {
+        server.download(path, part.path(), options, enough.get_token());
+    } catch (const Cancelled &) {
+        if (stop.stop_requested())
+            throw;
+    }
+    return LocalFileService().readHead(part.path(), bytes, stop);
+}
+
+/// The beginning of a file; nothing where the service reads files only as a whole.
+std::optional<QByteArray> headOf(FileService &service, const QString &path, qint64 bytes, const std::stop_token &stop)
+{
+    if (auto *disk = dynamic_cast<LocalFileService *>(&service))
+        return disk->readHead(path, bytes, stop);
+    if (auto *server = dynamic_cast<RemoteFileService *>(&service))
+        return downloadHead(*server, path, bytes, stop);
+    return std::nullopt;
+}
+
+bool isPicture(const QByteArray &bytes)
+{
+    QBuffer buffer;
+    buffer.setData(bytes);
+    buffer.open(QIODevice::ReadOnly);
+    QImageReader reader(&buffer);
+    reader.setDecideFormatFromContent(true);
+    return reader.canRead();
+}
+
 } // namespace
 
 QuickLookContent QuickLookContents::fromBytes(const QByteArray &bytes)
@@ -126,12 +169,16 @@ QuickLookContent QuickLookContents::load(FileService &service, const FileItem &i
     const FileItem target = item.isSymlink ? service.followLink(item, stop) : item;
     if (target.isDirectory)
         return message(tr("“%1” is a folder.").arg(Format::display(item.name)));
-    if (target.size > maxBytes) {
-        return message(
-            tr("“%1” has %2. Quick look shows files up to %3.")
-                .arg(Format::display(item.name), Format::byteCount(target.size), Format::byteCount(maxBytes)));
-    }
-    return fromBytes(service.read(target.path, stop));
+    if (target.size <= maxBytes)
+        return fromBytes(service.read(target.path, stop));
+    // A little more than is shown tells that there is more.
+    const std::optional<QByteArray> head = headOf(service, target.path, maxTextBytes + 4, stop);
+    if (head && !isPicture(*head))
+        return fromBytes(*head);
+    const QString sentence = head ? tr("“%1” has %2. Quick look shows pictures up to %3.")
+                                  : tr("“%1” has %2. Quick look shows files up to %3.");
+    return message(
+        sentence.arg(Format::display(item.name), Format::byteCount(target.size), Format::byteCount(maxBytes)));
 }
 
 } // namespace moorix

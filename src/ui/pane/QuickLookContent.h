@@ -26,10 +26,13 @@ struct QuickLookContent
 
 namespace QuickLookContents {
 
-/// A service reads files as a whole, so larger ones are not read at all.
+/// A service reads files as a whole; of larger ones only the beginning is fetched, which is enough for a text.
 constexpr qint64 maxBytesLocal = 64 * 1024 * 1024;
 constexpr qint64 maxBytesRemote = 16 * 1024 * 1024;
 constexpr qsizetype maxTextBytes = 1024 * 1024;
+/// How much of a server's file has to arrive before its beginning is taken: clients ask for several parts at once and
+/// need not get them in order.
+constexpr qint64 headTransferBytes = 4 * 1024 * 1024;
 constexpr qsizetype maxHexBytes = 4096;
 constexpr qint64 maxPixels = 120'000'000;
 

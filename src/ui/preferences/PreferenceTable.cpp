@@ -3,6 +3,7 @@
 
 #include "app/AppModel.h"
 #include "files/FileSortKey.h"
+#include "platform/AppPaths.h"
 #include "platform/KeyValueStore.h"
 #include "platform/Preferences.h"
 #include "settings/SettingsStore.h"
@@ -178,8 +179,9 @@ PreferencePage cloud(AppModel &model)
     folder.help = tr("A folder that your cloud client mirrors (Nextcloud, Syncthing, Dropbox). Empty: no mirroring.");
     folder.value = [&model] { return model.preferences().value(QStringLiteral("cloudFolder")).toString(); };
     folder.set = [&model](const QVariant &value) {
-        model.preferences().setValue(QStringLiteral("cloudFolder"), value.toString());
-        model.cloud().setFolder(value.toString());
+        const QString path = AppPaths::expandTilde(value.toString());
+        model.preferences().setValue(QStringLiteral("cloudFolder"), path);
+        model.cloud().setFolder(path);
     };
     folder.fallBack = QString();
     return {

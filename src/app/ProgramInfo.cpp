@@ -1,0 +1,11 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/ProgramInfo.h"
+
+namespace moorix {
+
+QString ProgramInfo::version()
+{
+    return QStringLiteral(MOORIX_VERSION);
+}
+
+} // namespace moorix

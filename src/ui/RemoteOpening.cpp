@@ -1,0 +1,90 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ui/RemoteOpening.h"
+
+#include "app/AppModel.h"
+#include "app/OpenedCopies.h"
+#include "files/Format.h"
+#include "files/RemoteFileService.h"
+#include "ui/MessageBar.h"
+
+#include <QBoxLayout>
+#include <QDesktopServices>
+#include <QUrl>
+
+#include <algorithm>
+#include <chrono>
+
+using namespace std::chrono_literals;
+
+namespace moorix {
+
+void openWithDesktop(AppModel &model, const QString &path)
+{
+    if (!QDesktopServices::openUrl(QUrl::fromLocalFile(path))) {
+        emit model.messageRaised(
+            RemoteOpening::tr("No program is set up to open “%1”.").arg(Format::display(Format::fileName(path))));
+    }
+}
+
+RemoteOpening::RemoteOpening(AppModel &model, std::shared_ptr<RemoteFileService> server, FileItem file,
+                             QBoxLayout &column)
+    : QObject(column.parentWidget())
+    , m_model(model)
+    , m_server(std::move(server))
+    , m_file(std::move(file))
+    , m_bar(new MessageBar(column.parentWidget()))
+{
+    m_bar->setObjectName(QStringLiteral("openingBar"));
+    column.insertWidget(0, m_bar);
+    connect(m_bar, &MessageBar::dismissed, this, &RemoteOpening::end);
+    // A download that ends at once is not worth a notice.
+    m_tick.setInterval(200ms);
+    connect(&m_tick, &QTimer::timeout, this, &RemoteOpening::showProgress);
+    if (m_file.size <= largeBytes) {
+        fetch();
+        return;
+    }
+    m_bar->ask(
+        tr("“%1” has %2. Download it to open it?").arg(Format::display(m_file.name), Format::byteCount(m_file.size)),
+        tr("Download and open"), MessageBar::Tone::information, [this] { fetch(); });
+}
+
+RemoteOpening::~RemoteOpening() = default;
+
+void RemoteOpening::fetch()
+{
+    m_received = std::make_shared<std::atomic<qint64>>(0);
+    m_tick.start();
+    m_job = m_model.openedCopies().fetch(
+        m_server, m_file, m_received,
+        [this](const QString &path) {
+            emit m_model.messageRaised(tr("“%1” was opened as a read-only copy; the file on the server stays as it is.")
+                                           .arg(Format::display(m_file.name)));
+            openWithDesktop(m_model, path);
+            end();
+        },
+        [this](const Error &error) {
+            m_tick.stop();
+            m_bar->offer(error.message(), tr("Retry"), MessageBar::Tone::danger, [this] { fetch(); });
+        });
+}
+
+void RemoteOpening::showProgress()
+{
+    const qint64 received = *m_received;
+    m_bar->offer(tr("Fetching “%1”: %2 of %3")
+                     .arg(Format::display(m_file.name), Format::byteCount(received), Format::byteCount(m_file.size)),
+                 tr("Cancel"), MessageBar::Tone::information, [this] { end(); });
+    m_bar->showProgress(m_file.size > 0 ? int(std::min<qint64>(1000, received * 1000 / m_file.size)) : -1);
+}
+
+void RemoteOpening::end()
+{
+    m_tick.stop();
+    m_job.cancel();
+    m_bar->hide();
+    m_bar->deleteLater();
+    deleteLater();
+}
+
+} // namespace moorix

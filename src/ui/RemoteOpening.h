@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "base/Job.h"
+#include "files/FileItem.h"
+
+#include <QObject>
+#include <QTimer>
+
+#include <atomic>
+#include <memory>
+
+class QBoxLayout;
+
+namespace moorix {
+
+class AppModel;
+class MessageBar;
+class RemoteFileService;
+
+/// Hands a file on this machine to the desktop's program for it, and says when there is none.
+void openWithDesktop(AppModel &model, const QString &path);
+
+/// A file of a server on its way to the desktop's program for it: asks first when it is large, shows how far the
+/// download is, and can be given up. Ends itself when the file is open or nobody wants it any more. Main thread.
+class RemoteOpening final : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Files larger than this are asked about first.
+    static constexpr qint64 largeBytes = 50'000'000;
+
+    /// Shows its notices at the top of `column`, whose widget becomes the parent.
+    RemoteOpening(AppModel &model, std::shared_ptr<RemoteFileService> server, FileItem file, QBoxLayout &column);
+    ~RemoteOpening() override;
+
+    const FileItem &file() const { return m_file; }
+
+private:
+    void fetch();
+    void showProgress();
+    void end();
+
+    AppModel &m_model;
+    std::shared_ptr<RemoteFileService> m_server;
+    FileItem m_file;
+    MessageBar *m_bar;
+    std::shared_ptr<std::atomic<qint64>> m_received;
+    QTimer m_tick;
+    Job m_job;
+};
+
+} // namespace moorix

@@ -1,0 +1,179 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "WindowBench.h"
+
+#include "app/ListColumns.h"
+#include "platform/KeyValueStore.h"
+#include "platform/Preferences.h"
+#include "support/TestMain.h"
+
+#include <QHeaderView>
+#include <QJsonArray>
+#include <QLabel>
+#include <QMenu>
+#include <QSplitter>
+
+using namespace moorix;
+using namespace moorix::test;
+using namespace Qt::StringLiterals;
+
+/// What the window takes over from one run to the next.
+class WindowMemoryTest : public QObject
+{
+    Q_OBJECT
+
+    static ServerConnection addServer(const WindowBench &bench, const QString &name)
+    {
+        ServerConnection server;
+        server.name = name;
+        server.host = u"127.0.0.1"_s;
+        server.username = u"me"_s;
+        bench.model->servers().upsert(server);
+        return server;
+    }
+
+    /// Chooses an entry of the menu that is open.
+    static void choose(const WindowBench &bench, const char *menu, const QString &text)
+    {
+        const auto *open = bench.find<QMenu>(menu);
+        QVERIFY(open);
+        for (QAction *action : open->actions()) {
+            if (action->text() == text) {
+                action->trigger();
+                return;
+            }
+        }
+        QFAIL(qPrintable(text));
+    }
+
+private slots:
+    void columnChosenInOneListIsInAllListsAndAtTheNextStart()
+    {
+        WindowBench bench({});
+        QHeaderView *header = bench.list(Side::left)->header();
+        QVERIFY(header->isSectionHidden(3));
+        QContextMenuEvent event(QContextMenuEvent::Mouse, QPoint(5, 5), header->mapToGlobal(QPoint(5, 5)));
+        QApplication::sendEvent(header->viewport(), &event);
+        choose(bench, "headerMenu", u"Permissions"_s);
+        QVERIFY(!bench.list(Side::right)->header()->isSectionHidden(3));
+        header->resizeSection(3, 137);
+        QTRY_COMPARE(bench.model->columns().width(ListColumns::Column::permissions), 137);
+        QCOMPARE(bench.list(Side::right)->header()->sectionSize(3), 137);
+        header->resizeSection(1, 111);
+        QTRY_COMPARE(bench.model->settings().sizeColumnWidth.value(), 111);
+        bench.restart();
+        for (const Side side : {Side::left, Side::right}) {
+            QCOMPARE(bench.list(side)->header()->sectionSize(3), 137);
+            QCOMPARE(bench.list(side)->header()->sectionSize(1), 111);
+            QVERIFY(bench.list(side)->header()->isSectionHidden(4));
+        }
+    }
+
+    void columnsOfADamagedMemoryAreTheUsualOnes_data()
+    {
+        QTest::addColumn<QByteArray>("columns");
+        QTest::newRow("no object") << QByteArray("7");
+        QTest::newRow("entries of another type") << QByteArray(R"({"owner": true, "size": {"shown": 1}})");
+        QTest::newRow("width out of reason")
+            << QByteArray(R"({"owner": {"width": 1e9}, "permissions": {"width": -3}})");
+    }
+    void columnsOfADamagedMemoryAreTheUsualOnes()
+    {
+        QFETCH(const QByteArray, columns);
+        const TestTree tree{{"preferences.json", R"({"window.columns": )" + columns + "}"}};
+        Preferences preferences(tree.path("preferences.json"));
+        KeyValueStore cloud{QString()};
+        SettingsStore settings(preferences, cloud);
+        const ListColumns memory(settings, preferences);
+        QVERIFY(memory.isShown(ListColumns::Column::size) && !memory.isShown(ListColumns::Column::owner));
+        for (const ListColumns::Column column : ListColumns::all)
+            QVERIFY(memory.width(column) >= 40 && memory.width(column) <= 600);
+    }
+
+    void tabsOfServersComeBackUnconnectedAndConnectOnAClick()
+    {
+        WindowBench bench({}, [](const ProcessRequest &) {
+            return ProcessResult{255, false, {}, "ssh: connect to host 127.0.0.1 port 22: Connection refused\r\n"};
+        });
+        const ServerConnection server = addServer(bench, u"web-01"_s);
+        const ServerConnection forgotten = addServer(bench, u"forgotten"_s);
+        PaneTabs &tabs = bench.model->tabs(Side::right);
+        tabs.openServer(forgotten, std::nullopt, std::nullopt);
+        tabs.openServers();
+        tabs.openServer(server, std::nullopt, u"/var/www"_s);
+        QTRY_VERIFY(bench.find("failureView"));
+        bench.model->removeServer(forgotten.id);
+        const qsizetype tries = bench.runner->requests().size();
+        bench.restart();
+        PaneTabs &again = bench.model->tabs(Side::right);
+        QCOMPARE(again.sessions().size(), 3);
+        QCOMPARE(again.sessions().at(1)->mode(), PaneMode::servers);
+        QCOMPARE(again.currentIndex(), 2);
+        QCOMPARE(again.current().folder(), u"/var/www"_s);
+        QVERIFY(bench.find("dormantView"));
+        QCOMPARE(bench.runner->requests().size(), tries);
+        bench.key(Qt::Key_Tab);
+        bench.key(Qt::Key_Return);
+        QTRY_VERIFY(bench.find("failureView"));
+        QVERIFY(bench.runner->requests().size() > tries);
+    }
+
+    void swappedSidesAndTheirDividerStaySwapped()
+    {
+        WindowBench bench({});
+        auto *sides = bench.find<QSplitter>("sideSplitter");
+        const auto firstSide = [&sides] { return qobject_cast<SideView *>(sides->widget(0))->side(); };
+        QCOMPARE(firstSide(), Side::left);
+        sides->setSizes({300, 700});
+        bench.key(Qt::Key_U, Qt::ControlModifier);
+        QCOMPARE(firstSide(), Side::right);
+        const QList<int> before = sides->sizes();
+        QVERIFY(before.at(0) > before.at(1));
+        bench.restart();
+        sides = bench.find<QSplitter>("sideSplitter");
+        QCOMPARE(firstSide(), Side::right);
+        QVERIFY(std::abs(sides->sizes().at(0) - before.at(0)) <= 2);
+        QCOMPARE(bench.pane(Side::right)->currentPath(), bench.home.path("right"));
+        QTest::mouseDClick(sides->handle(1), Qt::LeftButton);
+        QVERIFY(std::abs(sides->sizes().at(0) - sides->sizes().at(1)) <= 1);
+        bench.key(Qt::Key_U, Qt::ControlModifier);
+        QCOMPARE(firstSide(), Side::left);
+    }
+
+    void orderAndHiddenFilesChosenLastAreThoseOfNewTabs()
+    {
+        WindowBench bench({{"left/.dot", ""}, {"left/big", "12345"}, {"left/small", "1"}});
+        QHeaderView *header = bench.list(Side::left)->header();
+        const QPoint sizeColumn(header->sectionViewportPosition(1) + 20, header->height() / 2);
+        QTest::mouseClick(header->viewport(), Qt::LeftButton, {}, sizeColumn);
+        QTest::mouseClick(header->viewport(), Qt::LeftButton, {}, sizeColumn);
+        bench.key(Qt::Key_H, Qt::ControlModifier);
+        bench.key(Qt::Key_T, Qt::ControlModifier);
+        QTRY_COMPARE(bench.pane(Side::left)->displayedCount(), 3);
+        QCOMPARE(bench.pane(Side::left)->displayedItem(0).name, u"big"_s);
+        bench.restart();
+        QTRY_COMPARE(bench.pane(Side::left)->displayedCount(), 3);
+        QCOMPARE(bench.pane(Side::left)->displayedItem(0).name, u"big"_s);
+    }
+
+    void commandLineReplacesTheTabsOfBothSidesAndAddsFurtherOnes()
+    {
+        WindowBench bench({{"one/", ""}, {"two/", ""}, {"three/", ""}}, [](const ProcessRequest &) {
+            return ProcessResult{255, false, {}, "ssh: connect to host 127.0.0.1 port 22: Connection refused\r\n"};
+        });
+        addServer(bench, u"web-01"_s);
+        bench.window->openTargets({bench.home.path("one"), u"web-01:/var/www"_s, bench.home.path("three")});
+        PaneTabs &left = bench.model->tabs(Side::left);
+        QCOMPARE(left.sessions().size(), 2);
+        QTRY_COMPARE(left.sessions().at(0)->folder(), bench.home.path("one"));
+        QTRY_COMPARE(left.current().folder(), bench.home.path("three"));
+        PaneTabs &right = bench.model->tabs(Side::right);
+        QCOMPARE(right.sessions().size(), 1);
+        QCOMPARE(right.current().folder(), u"/var/www"_s);
+        bench.window->openTargets({u"nobody:/srv"_s});
+        QTRY_VERIFY(bench.find<QLabel>("statusMessage")->text().contains(u"“nobody”"_s));
+        QCOMPARE(left.sessions().size(), 2);
+    }
+};
+
+MOORIX_TEST(WindowMemoryTest)
+#include "WindowMemoryTest.moc"
