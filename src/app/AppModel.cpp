@@ -8,6 +8,7 @@
 #include "app/Session.h"
 #include "files/LocalFileService.h"
 #include "files/PaneModel.h"
+#include "files/RemoteFileService.h"
 #include "platform/AppPaths.h"
 #include "platform/KeyValueStore.h"
 #include "platform/Preferences.h"
@@ -95,10 +96,45 @@ AppModel::AppModel(Platform platform, QObject *parent)
         if (!m_servers->problem().isEmpty())
             emit messageRaised(m_servers->problem());
     });
+    takeUpTransfers();
     m_migration = migrateSecretsOnce(*m_preferences, m_keychain, idsOf(m_servers->library().servers), {});
 }
 
 AppModel::~AppModel() = default;
+
+void AppModel::takeUpTransfers()
+{
+    const auto followLimit = [this] { m_transfers->setMostAtOnce(int(m_settings->maxConcurrentTransfers.value())); };
+    followLimit();
+    connect(m_settings.get(), &SettingsStore::settingChanged, this, [this, followLimit](const QString &key) {
+        if (key == m_settings->maxConcurrentTransfers.key())
+            followLimit();
+    });
+    connect(m_transfers.get(), &TransferEngine::queueProblem, this, &AppModel::messageRaised);
+    TransferPlaces places;
+    places.serverOf = [this](const FileService &service) -> TransferPlaces::Server {
+        if (&service == m_localFiles.get())
+            return std::nullopt;
+        return m_connections->serverOf(service).value_or(QUuid());
+    };
+    places.open = [this](const TransferPlaces::Server &server, std::function<void(std::shared_ptr<FileService>)> done,
+                         const std::function<void(const Error &)> &failed) {
+        if (!server)
+            return runJob([local = m_localFiles](const std::stop_token &) { return local; }, std::move(done), failed);
+        const auto record = m_servers->server(*server);
+        if (!record) {
+            return runJob(
+                [](const std::stop_token &) -> std::shared_ptr<FileService> {
+                    throw Error(u"Transfer"_s, u"The server of this transfer is no longer in the library."_s);
+                },
+                std::move(done), failed);
+        }
+        return m_connections->open(
+            *record, std::nullopt, [done = std::move(done)](const OpenConnection &open) { done(open.service); },
+            failed);
+    };
+    m_transfers->keepQueueIn(AppPaths::applicationSupport() + u"/transfers.json"_s, std::move(places));
+}
 
 PaneTabs &AppModel::tabs(Side side) const
 {

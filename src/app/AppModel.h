@@ -91,6 +91,7 @@ signals:
 
 private:
     std::optional<QString> transfer(FileClipboard::Content content, Side to);
+    void takeUpTransfers();
 
     std::unique_ptr<Preferences> m_preferences;
     std::unique_ptr<KeyValueStore> m_cloud;

@@ -193,6 +193,15 @@ bool ServerConnections::isConnected(const QUuid &serverID) const
     return line && line->live();
 }
 
+std::optional<QUuid> ServerConnections::serverOf(const FileService &service) const
+{
+    for (auto line = m_lines.cbegin(); line != m_lines.cend(); ++line) {
+        if (line.value()->live().get() == &service)
+            return line.key();
+    }
+    return std::nullopt;
+}
+
 void ServerConnections::disconnect(const QUuid &serverID)
 {
     const std::shared_ptr<Line> line = m_lines.take(serverID);

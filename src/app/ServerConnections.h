@@ -13,6 +13,7 @@
 
 namespace moorix {
 
+class FileService;
 class KeychainStore;
 class ProcessRunner;
 class RemoteFileService;
@@ -52,6 +53,8 @@ public:
     [[nodiscard]] Job test(const ServerConnection &draft, const ConnectionCredentials &credentials,
                            std::function<void(const QString &summary)> done, std::function<void(const Error &)> failed);
     bool isConnected(const QUuid &serverID) const;
+    /// The server that a live service reaches, if it is one of these.
+    std::optional<QUuid> serverOf(const FileService &service) const;
     void disconnect(const QUuid &serverID);
 
 signals:

@@ -178,7 +178,12 @@ void setModeRecursively(const QString &path, unsigned mode, const std::stop_toke
 
 QString partPath(const QString &path)
 {
-    const QString suffix = QStringLiteral(".moorix-") + uuidText(newUuid()) + QStringLiteral(".part");
+    return partPath(path, newUuid());
+}
+
+QString partPath(const QString &path, const QUuid &id)
+{
+    const QString suffix = QStringLiteral(".moorix-") + uuidText(id) + QStringLiteral(".part");
     constexpr qsizetype longestName = 255;
     QString name = Format::fileName(path);
     while (NativePath::bytes(name).size() + suffix.size() + 1 > longestName)

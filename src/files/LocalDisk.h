@@ -4,6 +4,7 @@
 #include "files/FileItem.h"
 
 #include <QList>
+#include <QUuid>
 
 #include <memory>
 #include <stop_token>
@@ -56,5 +57,6 @@ void setModeRecursively(const QString &path, unsigned mode, const std::stop_toke
 /// A name in the same folder for a file that is being written: ".NAME.moorix-UUID.part", shortened where the name
 /// leaves no room for the rest.
 QString partPath(const QString &path);
+QString partPath(const QString &path, const QUuid &id);
 
 } // namespace moorix::LocalDisk

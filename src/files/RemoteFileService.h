@@ -3,6 +3,9 @@
 
 #include "files/FileService.h"
 
+#include <QHash>
+#include <QStringList>
+
 #include <functional>
 
 namespace moorix {
@@ -13,6 +16,9 @@ struct RemoteTransferOptions
     bool keepsTimes = false;
     /// Called on the worker about every 200 ms with the bytes of the file that have arrived, never more than it holds.
     std::function<void(qint64 bytes)> progress;
+    /// Goes on where the target ends, which the caller knows to be the beginning of the source and shorter than it.
+    /// A service that cannot do this copies the whole file.
+    bool resumes = false;
 };
 
 /// A file service on another machine: files travel between its disk and the local one. As plain as the commands below
@@ -31,6 +37,12 @@ public:
     virtual void copyRemote(const QString &source, const QString &destination, const std::stop_token &stop) = 0;
     /// Replaces a file that stands at `destination`, in one step where the server can.
     virtual void moveRemote(const QString &source, const QString &destination, const std::stop_token &stop) = 0;
+    /// SHA-256 of each file that can be read, computed there and asked for in one go. Nothing where the server cannot.
+    virtual std::optional<QHash<QString, QByteArray>> checksums(const QStringList & /*paths*/,
+                                                                const std::stop_token & /*stop*/)
+    {
+        return std::nullopt;
+    }
 };
 
 } // namespace moorix

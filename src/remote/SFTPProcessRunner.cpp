@@ -87,9 +87,11 @@ QString SFTPProcessRunner::runSSH(const SSHLogin &login, const QString &command,
         output.errorText.isEmpty() ? QStringLiteral("ssh exited with code %1").arg(output.exitCode) : output.errorText);
 }
 
-SSHOutput SFTPProcessRunner::runRemote(const SSHLogin &login, const QString &command, const std::stop_token &stop)
+SSHOutput SFTPProcessRunner::runRemote(const SSHLogin &login, const QString &command, const std::stop_token &stop,
+                                       const QByteArray &standardInput)
 {
     ProcessRequest request;
+    request.standardInput = standardInput;
     request.program = QStringLiteral("/usr/bin/ssh");
     request.arguments << command;
     const ProcessResult result = runClient(login, QStringLiteral("-p"), std::move(request), stop);

@@ -69,7 +69,8 @@ public:
     QString runSSH(const SSHLogin &login, const QString &command, const std::stop_token &stop);
 
     /// The same for callers that judge the command's own exit code. Throws only when the client fails (255).
-    SSHOutput runRemote(const SSHLogin &login, const QString &command, const std::stop_token &stop);
+    SSHOutput runRemote(const SSHLogin &login, const QString &command, const std::stop_token &stop,
+                        const QByteArray &standardInput = {});
 
     /// Throws authFailed when the passphrase of a key login does not open its key, before a server sees it.
     void checkPassphrase(const SSHLogin &login, const std::stop_token &stop);

@@ -51,6 +51,7 @@ public:
     void uploadRecursive(const QString &localPath, const QString &toRemote, const std::stop_token &stop) override;
     void copyRemote(const QString &source, const QString &destination, const std::stop_token &stop) override;
     void moveRemote(const QString &source, const QString &destination, const std::stop_token &stop) override;
+    std::optional<QHash<QString, QByteArray>> checksums(const QStringList &paths, const std::stop_token &stop) override;
 
 private:
     /// The login in force; throws notConnected.

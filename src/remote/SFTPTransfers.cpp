@@ -23,6 +23,17 @@ QString pair(const QString &from, const QString &to)
     return sftpPath(from) + u' ' + sftpPath(to);
 }
 
+/// "get -ap " and the like.
+QString copyCommand(const QString &name, const RemoteTransferOptions &options)
+{
+    QString flags;
+    if (options.resumes)
+        flags += u'a';
+    if (options.keepsTimes)
+        flags += u'p';
+    return flags.isEmpty() ? name + u' ' : QStringLiteral("%1 -%2 ").arg(name, flags);
+}
+
 QString action(const QString &from, const QString &done)
 {
     return QStringLiteral("“%1” could not be %2").arg(Format::display(from), done);
@@ -34,8 +45,7 @@ void SFTPService::download(const QString &remotePath, const QString &toLocal, co
                            const std::stop_token &stop)
 {
     SFTPBatch batch;
-    batch.commands = {(options.keepsTimes ? QStringLiteral("get -p ") : QStringLiteral("get ")) +
-                      pair(remotePath, toLocal)};
+    batch.commands = {copyCommand(QStringLiteral("get"), options) + pair(remotePath, toLocal)};
     batch.subject = remotePath;
     batch.action = action(remotePath, QStringLiteral("downloaded"));
     batch.whileRunning = TransferProgress::ofDownload(toLocal, options.progress);
@@ -56,8 +66,7 @@ std::optional<QString> SFTPService::put(const QString &localPath, const QString 
 {
     const qint64 sizeBefore = QFileInfo(localPath).size();
     SFTPBatch batch;
-    batch.commands = {(options.keepsTimes ? QStringLiteral("put -p ") : QStringLiteral("put ")) +
-                      pair(localPath, toRemote)};
+    batch.commands = {copyCommand(QStringLiteral("put"), options) + pair(localPath, toRemote)};
     batch.subject = Format::parent(toRemote);
     batch.action = action(localPath, QStringLiteral("uploaded"));
     batch.whileRunning = TransferProgress::ofUpload(localPath, options.progress);
@@ -105,6 +114,26 @@ void SFTPService::moveRemote(const QString &source, const QString &destination, 
         batch.subject = source;
     batch.action = action(source, QStringLiteral("moved to “%1”").arg(Format::display(destination)));
     run(batch, stop);
+}
+
+/// Names go in and come back with a NUL behind each, so that none of them needs quoting.
+std::optional<QHash<QString, QByteArray>> SFTPService::checksums(const QStringList &paths, const std::stop_token &stop)
+{
+    constexpr qsizetype digits = 64;
+    constexpr qsizetype gap = 2;
+    if (paths.isEmpty())
+        return QHash<QString, QByteArray>();
+    const QByteArray names = paths.join(QChar::Null).toUtf8() + '\0';
+    const SSHOutput output = m_runner.runRemote(login(), QStringLiteral("xargs -0 sha256sum -z --"), stop, names);
+    QHash<QString, QByteArray> sums;
+    const QStringList rows = output.text.split(QChar::Null, Qt::SkipEmptyParts);
+    for (const QString &row : rows) {
+        const QByteArray sum = QByteArray::fromHex(row.left(digits).toLatin1());
+        if (sum.size() == digits / 2)
+            sums.insert(row.mid(digits + gap), sum);
+    }
+    // Files that cannot be read make it fail; it cannot be there at all when nothing came back.
+    return sums.isEmpty() ? std::nullopt : std::optional(sums);
 }
 
 void SFTPService::runRecursiveCopy(const SFTPBatch &batch, const std::stop_token &stop)

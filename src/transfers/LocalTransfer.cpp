@@ -23,7 +23,23 @@ using namespace Qt::StringLiterals;
 using LocalDisk::fail;
 using LocalDisk::native;
 
-void localTransfer::copyFile(const QString &from, const QString &to, Flush flush,
+namespace {
+
+/// Opens the file that takes a copy, and says how much of the copy it holds already.
+FileDescriptor openTarget(const QString &path, localTransfer::Start start, qint64 &held)
+{
+    const int existing = start == localTransfer::Start::fresh ? O_EXCL : O_NOFOLLOW;
+    FileDescriptor target(::open(native(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC | existing, 0600));
+    struct stat status = {};
+    if (!target.isOpen() || ::fstat(target.value(), &status) != 0)
+        fail(path, u"could not be made"_s, errno);
+    held = status.st_size;
+    return target;
+}
+
+} // namespace
+
+void localTransfer::copyFile(const QString &from, const QString &to, Start start, Flush flush,
                              const std::function<void(qint64)> &progress, const std::stop_token &stop)
 {
     // Without O_NONBLOCK, opening a fifo would wait for somebody to write into it.
@@ -34,10 +50,12 @@ void localTransfer::copyFile(const QString &from, const QString &to, Flush flush
     if (!S_ISREG(status.st_mode))
         fail(from, u"is neither a file nor a folder and cannot be copied."_s);
 
-    FileDescriptor target(::open(native(to).constData(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
-    if (!target.isOpen())
-        fail(to, u"could not be made"_s, errno);
-    if (const int problem = LocalDisk::copyContent(source.value(), target.value(), stop, progress))
+    qint64 held = 0;
+    FileDescriptor target = openTarget(to, start, held);
+    if (::lseek(source.value(), held, SEEK_SET) < 0 || ::lseek(target.value(), held, SEEK_SET) < 0)
+        fail(to, u"could not be continued"_s, errno);
+    const auto fromStart = [&progress, held](qint64 bytes) { progress(held + bytes); };
+    if (const int problem = LocalDisk::copyContent(source.value(), target.value(), stop, fromStart))
         fail(from, u"could not be copied"_s, problem);
     // File systems without modes or times refuse these; the bytes are what must not be lost.
     ::fchmod(target.value(), status.st_mode & 0777);

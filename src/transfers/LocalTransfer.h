@@ -13,11 +13,17 @@ namespace moorix::localTransfer {
 
 enum class Flush { no, toDisk };
 enum class Existing { refuse, replace };
+enum class Start {
+    /// Nothing stands at the target.
+    fresh,
+    /// What stands there, if anything, is the beginning of the source.
+    resumed
+};
 
-/// Copies the bytes, permission bits and modification time of a regular file to `to`, which must not exist. Leaves
-/// what it wrote when it fails or is stopped: the caller removes it. Throws when `from` is not a regular file.
-void copyFile(const QString &from, const QString &to, Flush flush, const std::function<void(qint64 bytes)> &progress,
-              const std::stop_token &stop);
+/// Copies the bytes, permission bits and modification time of a regular file to `to`. Leaves what it wrote when it
+/// fails or is stopped: the caller removes it or goes on later. Throws when `from` is not a regular file.
+void copyFile(const QString &from, const QString &to, Start start, Flush flush,
+              const std::function<void(qint64 bytes)> &progress, const std::stop_token &stop);
 
 /// Makes `to` a symbolic link to wherever `from` points.
 void copyLink(const QString &from, const QString &to);

@@ -8,10 +8,16 @@ namespace moorix {
 
 namespace {
 
+using Choice = ConflictAnswer::Choice;
 using Row = std::pair<TransferConflictPolicy, const char *>;
 constexpr std::array policies{Row{TransferConflictPolicy::ask, "ask"}, Row{TransferConflictPolicy::skip, "skip"},
                               Row{TransferConflictPolicy::overwrite, "overwrite"},
                               Row{TransferConflictPolicy::rename, "rename"}};
+
+bool isPlainFile(const FileItem &item)
+{
+    return !item.isDirectory && !item.isSymlink;
+}
 
 } // namespace
 
@@ -31,6 +37,50 @@ std::optional<TransferConflictPolicy> transferConflictPolicyFromRaw(const QStrin
             return value;
     }
     return std::nullopt;
+}
+
+bool TransferConflict::canResume() const
+{
+    return isPlainFile(source) && isPlainFile(existing) && existing.size > 0 && existing.size < source.size;
+}
+
+std::optional<Choice> choiceOf(TransferConflictPolicy policy)
+{
+    switch (policy) {
+    case TransferConflictPolicy::skip:
+        return Choice::skip;
+    case TransferConflictPolicy::overwrite:
+        return Choice::overwrite;
+    case TransferConflictPolicy::rename:
+        return Choice::rename;
+    case TransferConflictPolicy::ask:
+        break;
+    }
+    return std::nullopt;
+}
+
+std::optional<Choice> settled(Choice choice, const TransferConflict &conflict)
+{
+    const FileItem &source = conflict.source;
+    const FileItem &existing = conflict.existing;
+    switch (choice) {
+    case Choice::overwriteOlder:
+        if (!source.modified || !existing.modified)
+            return std::nullopt;
+        return *source.modified > *existing.modified ? Choice::overwrite : Choice::skip;
+    case Choice::overwriteOtherSize:
+        return source.size != existing.size ? Choice::overwrite : Choice::skip;
+    case Choice::resume:
+        if (source.size == existing.size)
+            return Choice::skip;
+        return conflict.canResume() ? std::optional(Choice::resume) : std::nullopt;
+    case Choice::skip:
+    case Choice::overwrite:
+    case Choice::rename:
+    case Choice::cancel:
+        break;
+    }
+    return choice;
 }
 
 } // namespace moorix

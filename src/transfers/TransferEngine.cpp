@@ -2,41 +2,45 @@
 #include "transfers/TransferEngine.h"
 
 #include "base/Json.h"
-#include "files/Format.h"
-#include "transfers/TransferRun.h"
-
-#include <QDateTime>
-#include <QPointer>
 
 #include <algorithm>
 
 namespace moorix {
 
 using namespace Qt::StringLiterals;
+using State = TransferStatus::State;
 
 namespace {
 
-QString titleOf(const TransferRequest &request)
+bool isUnderWay(State state)
 {
-    const QString verb = request.isMove ? u"Moving"_s : u"Copying"_s;
-    const QString what = request.items.size() == 1 ? u"“%1”"_s.arg(Format::display(request.items.constFirst().name))
-                                                   : u"%1 items"_s.arg(request.items.size());
-    return u"%1 %2 to %3"_s.arg(verb, what, Format::display(request.targetFolder));
-}
-
-bool hasEnded(const TransferStatus &status)
-{
-    return status.state != TransferStatus::State::waiting && status.state != TransferStatus::State::running;
+    return state == State::running || state == State::reconnecting;
 }
 
 } // namespace
 
 TransferEngine::TransferEngine(QObject *parent)
-    : QObject(parent)
+    : TransferEngine(Options(), parent)
 {
 }
 
-TransferEngine::~TransferEngine() = default;
+TransferEngine::TransferEngine(const Options &options, QObject *parent)
+    : QObject(parent)
+    , m_options(options)
+    , m_gate(std::make_shared<TransferGate>(options.mostAtOnce))
+{
+}
+
+TransferEngine::~TransferEngine()
+{
+    // What the document holds goes on with its part files another time.
+    for (const auto &[id, activity] : m_activities) {
+        const auto order = m_orders.find(id);
+        const TransferStatus *status = find(id);
+        if (m_file && order != m_orders.end() && order->second.isKept && status && isOpen(status->state))
+            activity->control().stop(TransferControl::Parts::kept);
+    }
+}
 
 TransferStatus *TransferEngine::find(const QUuid &id)
 {
@@ -45,94 +49,188 @@ TransferStatus *TransferEngine::find(const QUuid &id)
     return place == m_transfers.end() ? nullptr : &*place;
 }
 
+void TransferEngine::setState(TransferStatus &status, State state)
+{
+    status.state = state;
+    if (!isUnderWay(state))
+        status.bytesPerSecond = 0;
+    if (state != State::reconnecting)
+        status.waitingFor.clear();
+}
+
+void TransferEngine::setMostAtOnce(int count)
+{
+    m_options.mostAtOnce = std::max(1, count);
+    m_gate->setMostAtOnce(m_options.mostAtOnce);
+    startNext();
+}
+
 QUuid TransferEngine::enqueue(TransferRequest request)
 {
     TransferStatus status;
     status.id = newUuid();
-    status.title = titleOf(request);
+    status.title = request.title();
+    request.id = status.id;
+    Order order;
+    order.next = request;
+    if (m_places.serverOf) {
+        order.stored.source = m_places.serverOf(*request.source);
+        order.stored.destination = m_places.serverOf(*request.destination);
+        order.isKept = order.stored.source != QUuid() && order.stored.destination != QUuid();
+    }
+    order.stored.request = std::move(request);
+    m_orders.insert_or_assign(status.id, std::move(order));
     const QUuid id = status.id;
     m_transfers.append(std::move(status));
-    m_requests.insert(id, std::move(request));
     emit listChanged();
     startNext();
+    save();
     return id;
 }
 
 void TransferEngine::cancel(const QUuid &id)
 {
     TransferStatus *status = find(id);
-    if (!status || hasEnded(*status))
+    if (!status || !isOpen(status->state))
         return;
-    status->state = TransferStatus::State::cancelled;
-    status->bytesPerSecond = 0;
-    if (m_active && m_active->id == id) {
-        m_active->stop.request_stop();
-        m_active->reply = nullptr;
-        setConflict(std::nullopt);
+    setState(*status, State::cancelled);
+    Order &order = m_orders.at(id);
+    order.openSource.cancel();
+    order.openDestination.cancel();
+    if (const auto activity = m_activities.find(id); activity != m_activities.end()) {
+        activity->second->control().stop(TransferControl::Parts::removed);
+        withdrawQuestions(id);
     } else {
-        m_requests.remove(id);
+        removeLeftovers(order);
     }
     emit transferChanged(id);
+    startNext();
+    save();
+}
+
+void TransferEngine::pause(const QUuid &id)
+{
+    TransferStatus *status = find(id);
+    if (!status || (status->state != State::waiting && !isUnderWay(status->state)))
+        return;
+    setState(*status, State::paused);
+    if (const auto activity = m_activities.find(id); activity != m_activities.end())
+        activity->second->control().pause();
+    emit transferChanged(id);
+    startNext();
+    save();
+}
+
+void TransferEngine::resume(const QUuid &id)
+{
+    TransferStatus *status = find(id);
+    if (!status || (status->state != State::paused && status->state != State::interrupted))
+        return;
+    const auto activity = m_activities.find(id);
+    setState(*status, activity == m_activities.end() ? State::waiting : State::running);
+    if (activity != m_activities.end())
+        activity->second->control().resume();
+    emit transferChanged(id);
+    startNext();
+    save();
+}
+
+void TransferEngine::retryFailed(const QUuid &id)
+{
+    if (const auto order = m_orders.find(id); order != m_orders.end() && !order->second.stored.remaining.isEmpty())
+        retry(id, order->second.stored.remaining);
+}
+
+void TransferEngine::retryAll(const QUuid &id)
+{
+    if (const auto order = m_orders.find(id); order != m_orders.end())
+        retry(id, order->second.stored.request.pieces());
+}
+
+void TransferEngine::retry(const QUuid &id, const QList<TransferPiece> &pieces)
+{
+    TransferStatus *status = find(id);
+    if (!status || isOpen(status->state))
+        return;
+    Order &order = m_orders.at(id);
+    order.next.items = pieces.constFirst().items;
+    order.next.targetFolder = pieces.constFirst().targetFolder;
+    order.next.more = pieces.mid(1);
+    order.next.isContinuation = true;
+    TransferStatus fresh;
+    fresh.id = id;
+    fresh.title = status->title;
+    *status = fresh;
+    emit transferChanged(id);
+    startNext();
+    save();
+}
+
+void TransferEngine::moveUp(const QUuid &id)
+{
+    swapWithWaiting(id, -1);
+}
+
+void TransferEngine::moveDown(const QUuid &id)
+{
+    swapWithWaiting(id, 1);
+}
+
+void TransferEngine::swapWithWaiting(const QUuid &id, int step)
+{
+    const TransferStatus *status = find(id);
+    if (!status || m_activities.count(id) > 0 || !isOpen(status->state))
+        return;
+    const qsizetype from = status - m_transfers.constData();
+    for (qsizetype to = from + step; to >= 0 && to < m_transfers.size(); to += step) {
+        if (!isOpen(m_transfers.at(to).state) || m_activities.count(m_transfers.at(to).id) > 0)
+            continue;
+        m_transfers.swapItemsAt(from, to);
+        emit listChanged();
+        save();
+        return;
+    }
+}
+
+TransferTotals TransferEngine::totals() const
+{
+    TransferTotals totals;
+    for (const TransferStatus &status : m_transfers) {
+        if (!isOpen(status.state))
+            continue;
+        totals.bytesDone += status.bytesDone;
+        totals.bytesTotal += status.bytesTotal;
+        totals.filesDone += status.filesDone;
+        totals.filesTotal += status.filesTotal;
+        totals.bytesPerSecond += status.bytesPerSecond;
+        ++totals.transfers;
+    }
+    return totals;
 }
 
 void TransferEngine::clearEnded()
 {
     const auto isGone = [this](const TransferStatus &status) {
-        return hasEnded(status) && !(m_active && m_active->id == status.id);
+        return !isOpen(status.state) && m_activities.count(status.id) == 0;
     };
+    for (const TransferStatus &status : std::as_const(m_transfers)) {
+        const auto order = m_orders.find(status.id);
+        if (!isGone(status) || order == m_orders.end())
+            continue;
+        if (status.state == State::failed && status.hasRemaining)
+            removeLeftovers(order->second);
+        m_orders.erase(order);
+    }
     if (m_transfers.removeIf(isGone) > 0)
         emit listChanged();
-}
-
-void TransferEngine::startNext()
-{
-    if (m_active)
-        return;
-    for (TransferStatus &status : m_transfers) {
-        if (status.state != TransferStatus::State::waiting)
-            continue;
-        status.state = TransferStatus::State::running;
-        m_active = Active{status.id, {}, {}, {}};
-        run(m_requests.value(status.id));
-        emit transferChanged(status.id);
-        return;
-    }
-}
-
-void TransferEngine::run(const TransferRequest &request)
-{
-    const QPointer<TransferEngine> engine(this);
-    const QUuid id = m_active->id;
-    TransferRun::Callbacks callbacks;
-    callbacks.progress = [engine, id](const TransferCounts &counts) {
-        onMain([engine, id, counts] {
-            if (engine)
-                engine->applyCounts(id, counts);
-        });
-    };
-    callbacks.ask = [engine, id](const TransferConflict &conflict, const std::stop_token &stop) {
-        return askMain<ConflictAnswer>(stop, [engine, id, conflict](std::function<void(ConflictAnswer)> reply) {
-            if (engine)
-                engine->ask(id, conflict, std::move(reply));
-        });
-    };
-    m_job = runJob(
-        [request, callbacks, source = m_active->stop](const std::stop_token &stop) mutable {
-            const std::stop_callback passOn(stop, [&source] { source.request_stop(); });
-            return TransferRun(request, callbacks).run(source.get_token());
-        },
-        [this](const TransferOutcome &outcome) { finish(outcome); },
-        [this](const Error &error) {
-            TransferOutcome outcome;
-            outcome.failures.append(error.message());
-            finish(outcome);
-        });
+    save();
 }
 
 void TransferEngine::applyCounts(const QUuid &id, const TransferCounts &counts)
 {
     TransferStatus *status = find(id);
-    if (!status || status->state != TransferStatus::State::running)
+    const auto activity = m_activities.find(id);
+    if (!status || activity == m_activities.end() || !isOpen(status->state))
         return;
     status->currentName = counts.currentName;
     status->bytesDone = counts.bytesDone;
@@ -140,76 +238,50 @@ void TransferEngine::applyCounts(const QUuid &id, const TransferCounts &counts)
     status->filesDone = counts.filesDone;
     status->filesTotal = counts.filesTotal;
     status->skipped = counts.skipped;
-    measureRate(*status);
+    if (status->state != State::paused) {
+        setState(*status, counts.waitingFor.isEmpty() ? State::running : State::reconnecting);
+        status->waitingFor = counts.waitingFor;
+        status->bytesPerSecond = activity->second->measureRate(counts.bytesDone);
+    }
     emit transferChanged(id);
 }
 
-void TransferEngine::measureRate(TransferStatus &status)
+void TransferEngine::ask(const QUuid &id, const TransferConflict &conflict, TransferActivity::Reply reply)
 {
-    constexpr qint64 windowMsecs = 4000;
-    auto &progress = m_active->progress;
-    const qint64 now = QDateTime::currentMSecsSinceEpoch();
-    progress.emplace_back(now, status.bytesDone);
-    while (progress.size() > 2 && now - progress.front().first > windowMsecs)
-        progress.pop_front();
-    const qint64 msecs = now - progress.front().first;
-    // A failed file takes its bytes back.
-    const qint64 bytes = std::max<qint64>(0, status.bytesDone - progress.front().second);
-    status.bytesPerSecond = msecs > 0 ? double(bytes) * 1000.0 / double(msecs) : 0;
-}
-
-void TransferEngine::ask(const QUuid &id, const TransferConflict &conflict, std::function<void(ConflictAnswer)> reply)
-{
-    if (!m_active || m_active->id != id || m_active->stop.stop_requested())
+    const TransferStatus *status = find(id);
+    if (!status || !isOpen(status->state))
         return;
-    m_active->reply = std::move(reply);
-    setConflict(conflict);
+    m_questions.push_back({id, conflict, std::move(reply)});
+    showFirstQuestion();
 }
 
 void TransferEngine::answer(const ConflictAnswer &answer)
 {
-    if (!m_conflict || !m_active || !m_active->reply)
+    if (m_questions.empty())
         return;
     if (answer.choice == ConflictAnswer::Choice::cancel) {
-        cancel(m_active->id);
+        cancel(m_questions.front().id);
         return;
     }
-    const auto reply = std::exchange(m_active->reply, nullptr);
-    setConflict(std::nullopt);
+    const TransferActivity::Reply reply = std::move(m_questions.front().reply);
+    m_questions.pop_front();
+    showFirstQuestion();
     reply(answer);
 }
 
-void TransferEngine::setConflict(std::optional<TransferConflict> conflict)
+void TransferEngine::withdrawQuestions(const QUuid &id)
 {
-    if (!conflict && !m_conflict)
-        return;
-    m_conflict = std::move(conflict);
-    emit conflictChanged();
+    const auto isOf = [&id](const Question &question) { return question.id == id; };
+    m_questions.erase(std::remove_if(m_questions.begin(), m_questions.end(), isOf), m_questions.end());
+    showFirstQuestion();
 }
 
-void TransferEngine::finish(const TransferOutcome &outcome)
+void TransferEngine::showFirstQuestion()
 {
-    const QUuid id = m_active->id;
-    const TransferRequest request = m_requests.take(id);
-    if (TransferStatus *status = find(id)) {
-        if (status->state == TransferStatus::State::running)
-            applyCounts(id, outcome.counts);
-        status->failures = outcome.failures;
-        status->bytesPerSecond = 0;
-        if (outcome.wasCancelled)
-            status->state = TransferStatus::State::cancelled;
-        else
-            status->state =
-                outcome.failures.isEmpty() ? TransferStatus::State::finished : TransferStatus::State::failed;
-    }
-    m_active.reset();
-    setConflict(std::nullopt);
-    emit transferChanged(id);
-    if (!outcome.changedTargetFolders.isEmpty())
-        emit foldersChanged(request.destination.get(), outcome.changedTargetFolders);
-    if (!outcome.changedSourceFolders.isEmpty())
-        emit foldersChanged(request.source.get(), outcome.changedSourceFolders);
-    startNext();
+    if (m_questions.empty() && !m_conflict)
+        return;
+    m_conflict = m_questions.empty() ? std::nullopt : std::optional(m_questions.front().conflict);
+    emit conflictChanged();
 }
 
 } // namespace moorix

@@ -1,52 +1,23 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "base/Job.h"
-#include "transfers/TransferConflict.h"
-#include "transfers/TransferRequest.h"
+#include "transfers/TransferActivity.h"
+#include "transfers/TransferPlaces.h"
+#include "transfers/TransferQueueFile.h"
+#include "transfers/TransferStatus.h"
 
 #include <QHash>
 #include <QObject>
-#include <QStringList>
-#include <QUuid>
 
 #include <deque>
-#include <functional>
+#include <map>
 #include <optional>
-#include <stop_token>
-#include <utility>
 
 namespace moorix {
 
-class FileService;
-struct TransferCounts;
-struct TransferOutcome;
-
-/// One copy or move as the user sees it.
-struct TransferStatus
-{
-    enum class State { waiting, running, finished, failed, cancelled };
-
-    QUuid id;
-    State state = State::waiting;
-    /// "Copying 3 items to /var/www".
-    QString title;
-    /// The file under way.
-    QString currentName;
-    qint64 bytesDone = 0;
-    /// Grows while folders are walked.
-    qint64 bytesTotal = 0;
-    qint64 filesDone = 0;
-    qint64 filesTotal = 0;
-    /// Bytes per second over the last seconds.
-    double bytesPerSecond = 0;
-    qint64 skipped = 0;
-    /// One sentence per item that failed.
-    QStringList failures;
-};
-
-/// Copies and moves files between any two services, one transfer after the other. A file reaches its real name only
-/// once it is whole: it is written under a part name beside the target, its size checked, then renamed. Main thread.
+/// The queue of copies and moves between any two services: several at once, within a limit of files at once over all
+/// of them. A file reaches its real name only once it is whole: it is written under a part name beside the target, its
+/// size checked, then renamed. Main thread.
 class TransferEngine final : public QObject
 {
     Q_OBJECT
@@ -54,16 +25,39 @@ class TransferEngine final : public QObject
     Q_MOC_INCLUDE("files/FileService.h")
 
 public:
+    struct Options
+    {
+        /// Files, and transfers, at the same time.
+        int mostAtOnce = 3;
+        TransferLink::Delays reconnectDelays = TransferLink::usualDelays();
+    };
+
     explicit TransferEngine(QObject *parent = nullptr);
+    explicit TransferEngine(const Options &options, QObject *parent = nullptr);
     ~TransferEngine() override;
+
+    /// Keeps the queue in a document from now on, and takes up what it holds: those transfers wait for `resume`.
+    void keepQueueIn(const QString &path, TransferPlaces places);
+    void setMostAtOnce(int count);
 
     QUuid enqueue(TransferRequest request);
     void cancel(const QUuid &id);
-    /// In the order they were asked for; finished ones stay until `clearEnded`.
+    /// Files under way stop where they are; `resume` goes on from there.
+    void pause(const QUuid &id);
+    void resume(const QUuid &id);
+    /// For ended transfers: what did not arrive, or everything.
+    void retryFailed(const QUuid &id);
+    void retryAll(const QUuid &id);
+    /// Before or behind the next one that waits.
+    void moveUp(const QUuid &id);
+    void moveDown(const QUuid &id);
+    /// In the order they run; ended ones stay until `clearEnded`.
     const QList<TransferStatus> &transfers() const { return m_transfers; }
+    TransferTotals totals() const;
     void clearEnded();
-    /// The conflict of the running transfer that waits for `answer`, if any.
+    /// The conflict that waits for `answer`, if any, and the transfer it belongs to.
     const std::optional<TransferConflict> &conflict() const { return m_conflict; }
+    QUuid conflictTransfer() const { return m_questions.empty() ? QUuid() : m_questions.front().id; }
     void answer(const ConflictAnswer &answer);
 
 signals:
@@ -73,33 +67,58 @@ signals:
     void conflictChanged();
     /// A transfer ended and changed these folders of its services.
     void foldersChanged(const moorix::FileService *service, const QStringList &folders);
+    /// The queue could not be read or written, in words.
+    void queueProblem(const QString &sentence);
 
 private:
-    /// The transfer under way.
-    struct Active
+    /// What a transfer is about, and what it needs to start.
+    struct Order
+    {
+        StoredTransfer stored;
+        /// The request to be run: all of it, or what is left.
+        TransferRequest next;
+        bool isKept = false;
+        /// The jobs that open its two places.
+        Job openSource = {};
+        Job openDestination = {};
+    };
+    struct Question
     {
         QUuid id;
-        /// Not the Job's own: a cancelled run still tells which folders it has changed.
-        std::stop_source stop;
-        std::function<void(ConflictAnswer)> reply;
-        /// When how many bytes were done, over the last seconds, in milliseconds.
-        std::deque<std::pair<qint64, qint64>> progress;
+        TransferConflict conflict;
+        TransferActivity::Reply reply;
     };
 
     TransferStatus *find(const QUuid &id);
+    void setState(TransferStatus &status, TransferStatus::State state);
     void startNext();
-    void run(const TransferRequest &request);
+    void start(TransferStatus &status);
+    void openPlaces(const QUuid &id);
+    Job openPlace(const TransferPlaces::Server &server, const QUuid &id,
+                  std::function<void(Order &, std::shared_ptr<FileService>)> opened);
+    void run(const QUuid &id);
+    void retry(const QUuid &id, const QList<TransferPiece> &pieces);
+    void swapWithWaiting(const QUuid &id, int step);
     void applyCounts(const QUuid &id, const TransferCounts &counts);
-    void measureRate(TransferStatus &status);
-    void ask(const QUuid &id, const TransferConflict &conflict, std::function<void(ConflictAnswer)> reply);
-    void finish(const TransferOutcome &outcome);
-    void setConflict(std::optional<TransferConflict> conflict);
+    void ask(const QUuid &id, const TransferConflict &conflict, TransferActivity::Reply reply);
+    void withdrawQuestions(const QUuid &id);
+    void showFirstQuestion();
+    void finish(const QUuid &id, const TransferOutcome &outcome);
+    void fail(const QUuid &id, const QString &sentence);
+    void removeLeftovers(const Order &order);
+    void save();
 
+    Options m_options;
+    std::shared_ptr<TransferGate> m_gate;
     QList<TransferStatus> m_transfers;
+    std::map<QUuid, Order> m_orders;
+    std::map<QUuid, std::unique_ptr<TransferActivity>> m_activities;
+    std::deque<Question> m_questions;
     std::optional<TransferConflict> m_conflict;
-    QHash<QUuid, TransferRequest> m_requests;
-    std::optional<Active> m_active;
-    Job m_job;
+    TransferPlaces m_places;
+    std::optional<TransferQueueFile> m_file;
+    /// Services that are opened to clean up behind transfers.
+    std::vector<Job> m_cleanups;
 };
 
 } // namespace moorix

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "transfers/TransferNames.h"
 
+#include "base/Json.h"
 #include "files/FileNames.h"
+#include "files/Format.h"
+#include "files/LocalDisk.h"
 
 #include <algorithm>
 
@@ -33,6 +36,32 @@ QString transferNames::freeName(const FileItem &item, const std::function<bool(c
         if (!isTaken(candidate))
             return candidate;
     }
+}
+
+FileItem transferNames::itemAt(const QString &path, FileItem like)
+{
+    like.path = path;
+    like.name = Format::fileName(path);
+    return like;
+}
+
+QString transferNames::partPath(const QString &target, const QUuid &transfer, const FileItem &source)
+{
+    const qint64 time = source.modified ? source.modified->toMSecsSinceEpoch() : 0;
+    const QString identity = u"%1 %2 %3"_s.arg(QString::number(source.size), QString::number(time), source.path);
+    // One half tells the transfer, the other what the source was.
+    QUuid id = QUuid::createUuidV5(transfer, identity);
+    id.data1 = transfer.data1;
+    id.data2 = transfer.data2;
+    id.data3 = transfer.data3;
+    return LocalDisk::partPath(target, id);
+}
+
+bool transferNames::isPart(const QString &name, const QUuid &transfer)
+{
+    constexpr qsizetype halfLength = 18;
+    const QString mark = u".moorix-"_s + uuidText(transfer).left(halfLength);
+    return name.startsWith(u'.') && name.endsWith(u".part"_s) && name.contains(mark);
 }
 
 } // namespace moorix

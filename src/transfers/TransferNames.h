@@ -4,6 +4,7 @@
 #include "files/FileItem.h"
 
 #include <QString>
+#include <QUuid>
 
 #include <functional>
 
@@ -19,5 +20,14 @@ std::optional<QString> objection(const QString &name, NameSource from);
 /// The first of "NAME 2.ext", "NAME 3.ext" … (and "NAME 2.tar.gz") that `isTaken` does not know. A folder's name is not
 /// split at a dot.
 QString freeName(const FileItem &item, const std::function<bool(const QString &)> &isTaken);
+
+/// An item like another one, at another path.
+FileItem itemAt(const QString &path, FileItem like = {});
+
+/// Where the copy of `source` is written until it may take its name beside it. The same for each run of one transfer,
+/// as long as the source keeps its size and time: a part that is found there is the beginning of this file.
+QString partPath(const QString &target, const QUuid &transfer, const FileItem &source);
+/// Whether an entry is the part file of this transfer, for whatever source.
+bool isPart(const QString &name, const QUuid &transfer);
 
 } // namespace moorix::transferNames

@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "transfers/TransferPlan.h"
 
-#include "files/FileServiceError.h"
-#include "files/RemoteFileService.h"
-#include "transfers/TransferNames.h"
+#include "transfers/TransferLink.h"
 
 #include <QHash>
 
@@ -31,39 +29,37 @@ qint64 TransferNode::byteCount() const
     return bytes;
 }
 
-TransferScan::TransferScan(std::shared_ptr<FileService> service,
+TransferScan::TransferScan(Lister list, transferNames::NameSource from,
                            std::function<void(const FileItem &, const QString &)> objected)
-    : m_service(std::move(service))
+    : m_list(std::move(list))
+    , m_from(from)
     , m_objected(std::move(objected))
-    , m_isServer(dynamic_cast<RemoteFileService *>(m_service.get()) != nullptr)
 {
 }
 
 bool TransferScan::isAccepted(const FileItem &item) const
 {
-    using transferNames::NameSource;
-    const auto reason = transferNames::objection(item.name, m_isServer ? NameSource::server : NameSource::localDisk);
+    const auto reason = transferNames::objection(item.name, m_from);
     if (reason)
         m_objected(item, *reason);
     return !reason;
 }
 
-void TransferScan::fill(TransferNode &node, const std::stop_token &stop) const
+void TransferScan::fill(TransferNode &node) const
 {
-    if (stop.stop_requested())
-        throw Cancelled();
     node.isScanned = true;
     if (!node.isFolder())
         return;
     QList<FileItem> entries;
     try {
-        entries = m_service->list(node.item.path, HiddenFiles::included, stop);
+        entries = m_list(node.item.path);
     } catch (const Cancelled &) {
         throw;
     } catch (const Error &error) {
         if (isConnectionLost(error))
             throw;
         node.isIncomplete = true;
+        node.isUnread = true;
         m_objected(node.item, error.message());
         return;
     }
@@ -73,8 +69,8 @@ void TransferScan::fill(TransferNode &node, const std::stop_token &stop) const
             node.isIncomplete = true;
             continue;
         }
-        TransferNode &child = node.children.emplace_back(TransferNode{std::move(entry), {}, false, false});
-        fill(child, stop);
+        TransferNode &child = node.children.emplace_back(TransferNode{std::move(entry)});
+        fill(child);
         node.isIncomplete = node.isIncomplete || child.isIncomplete;
     }
 }
@@ -94,14 +90,23 @@ bool holdsNothingElse(const TransferNode &present, const TransferNode &planned)
     });
 }
 
-bool isConnectionLost(const std::exception &error)
+void addRemaining(const TransferNode &node, const QString &targetFolder, QList<TransferPiece> &pieces)
 {
-    const auto *remote = dynamic_cast<const FileServiceError *>(&error);
-    if (!remote)
-        return false;
-    using Case = FileServiceError::Case;
-    return remote->kind() == Case::notConnected || remote->kind() == Case::connectionFailed ||
-           remote->kind() == Case::authFailed;
+    using Fate = TransferNode::Fate;
+    if (node.fate == Fate::arrived || node.fate == Fate::moved || node.fate == Fate::skipped)
+        return;
+    if (node.fate == Fate::entered && !node.isUnread) {
+        for (const TransferNode &child : node.children)
+            addRemaining(child, node.placedAt, pieces);
+        return;
+    }
+    const auto place = std::find_if(pieces.begin(), pieces.end(), [&targetFolder](const TransferPiece &piece) {
+        return piece.targetFolder == targetFolder;
+    });
+    if (place == pieces.end())
+        pieces.append({{node.item}, targetFolder});
+    else
+        place->items.append(node.item);
 }
 
 } // namespace moorix

@@ -1,26 +1,38 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "files/FileItem.h"
+#include "transfers/TransferNames.h"
+#include "transfers/TransferRequest.h"
 
 #include <functional>
-#include <memory>
-#include <stop_token>
 #include <vector>
 
 namespace moorix {
-
-class FileService;
 
 /// One entry to copy, and for a folder all that lies in it.
 struct TransferNode
 {
     FileItem item;
-    std::vector<TransferNode> children;
+    std::vector<TransferNode> children = {};
     /// The children were read; always true for files.
     bool isScanned = false;
     /// Something in the folder could not be read or must not be copied: what arrives is not all of it.
     bool isIncomplete = false;
+    /// The folder itself could not be read.
+    bool isUnread = false;
+
+    enum class Fate {
+        /// Has not arrived (yet).
+        open,
+        arrived,
+        /// By a rename: nothing of it is left at its old place.
+        moved,
+        skipped,
+        /// A folder that stands at `placedAt`, whatever became of its children.
+        entered
+    };
+    Fate fate = Fate::open;
+    QString placedAt = {};
 
     bool isFolder() const { return item.isDirectory && !item.isSymlink; }
     /// Files and links in the tree; a folder whose children were not read counts as one.
@@ -32,25 +44,28 @@ struct TransferNode
 class TransferScan final
 {
 public:
+    /// Lists a folder, hidden files included.
+    using Lister = std::function<QList<FileItem>(const QString &path)>;
+
     /// `objected` is told of each entry that is left out, with the reason.
-    TransferScan(std::shared_ptr<FileService> service,
+    TransferScan(Lister list, transferNames::NameSource from,
                  std::function<void(const FileItem &item, const QString &reason)> objected);
 
     /// Reads what lies under `node`. A folder that cannot be read is left out; a connection that fails throws.
-    void fill(TransferNode &node, const std::stop_token &stop) const;
+    void fill(TransferNode &node) const;
 
 private:
     bool isAccepted(const FileItem &item) const;
 
-    std::shared_ptr<FileService> m_service;
+    Lister m_list;
+    transferNames::NameSource m_from;
     std::function<void(const FileItem &, const QString &)> m_objected;
-    bool m_isServer;
 };
 
 /// Whether `present` holds nothing that is not, unchanged, in `planned`.
 bool holdsNothingElse(const TransferNode &present, const TransferNode &planned);
 
-/// Whether the error says that the server as a whole is out of reach, so that the next file will not do better.
-bool isConnectionLost(const std::exception &error);
+/// Adds what of a tree has not arrived and was not skipped. `targetFolder` is where the node goes.
+void addRemaining(const TransferNode &node, const QString &targetFolder, QList<TransferPiece> &pieces);
 
 } // namespace moorix

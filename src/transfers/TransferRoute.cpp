@@ -2,14 +2,18 @@
 #include "transfers/TransferRoute.h"
 
 #include "base/Error.h"
+#include "files/FileServiceError.h"
 #include "files/RemoteFileService.h"
+#include "transfers/TransferNames.h"
 
 #include <QDir>
+#include <QFileInfo>
 #include <QTemporaryFile>
 
 namespace moorix {
 
 using namespace Qt::StringLiterals;
+using localTransfer::Start;
 
 TransferRoute::TransferRoute(std::shared_ptr<FileService> source, std::shared_ptr<FileService> destination)
     : m_source(std::move(source))
@@ -24,29 +28,76 @@ bool TransferRoute::isWithinOnePlace() const
     return m_sourceServer == m_destinationServer;
 }
 
-void TransferRoute::copyFile(const FileItem &file, const QString &toPath, localTransfer::Flush flush,
-                             const std::function<void(qint64)> &progress, const std::stop_token &stop) const
+QList<const void *> TransferRoute::servers() const
 {
-    if (file.isSymlink && (m_sourceServer || m_destinationServer))
-        throw Error(u"Transfer"_s, u"Symbolic links are not copied from or to servers."_s);
-    const RemoteTransferOptions options{true, progress};
-    if (isWithinOneServer())
-        m_source->copy(file, toPath, stop);
-    else if (m_sourceServer && m_destinationServer)
-        copyThroughThisMachine(file, toPath, progress, stop);
-    else if (m_sourceServer)
-        m_sourceServer->download(file.path, toPath, options, stop);
-    else if (m_destinationServer)
-        m_destinationServer->upload(file.path, toPath, options, stop);
-    else if (file.isSymlink)
-        localTransfer::copyLink(file.path, toPath);
-    else
-        localTransfer::copyFile(file.path, toPath, flush, progress, stop);
+    QList<const void *> all;
+    if (m_sourceServer)
+        all << m_sourceServer;
+    if (m_destinationServer && m_destinationServer != m_sourceServer)
+        all << m_destinationServer;
+    return all;
 }
 
-void TransferRoute::copyThroughThisMachine(const FileItem &file, const QString &toPath,
-                                           const std::function<void(qint64)> &progress,
-                                           const std::stop_token &stop) const
+TransferRoute::Way TransferRoute::copyFile(const TransferCopy &copy, const std::stop_token &stop) const
+{
+    if (copy.file.isSymlink && (m_sourceServer || m_destinationServer))
+        throw Error(u"Transfer"_s, u"Symbolic links are not copied from or to servers."_s);
+    if (m_sourceServer && !m_destinationServer)
+        return download(copy, stop);
+    if (m_destinationServer && !m_sourceServer)
+        return upload(copy, stop);
+    if (isWithinOneServer())
+        copyOnServer(copy, stop);
+    else if (m_sourceServer)
+        copyThroughThisMachine(copy, stop);
+    else if (copy.file.isSymlink)
+        localTransfer::copyLink(copy.file.path, copy.toPath);
+    else
+        return copyOnDisk(copy, stop);
+    return Way::whole;
+}
+
+TransferRoute::Way TransferRoute::copyOnDisk(const TransferCopy &copy, const std::stop_token &stop) const
+{
+    const qint64 held = copy.start == Start::resumed ? QFileInfo(copy.toPath).size() : 0;
+    if (held > copy.file.size)
+        QFile::resize(copy.toPath, 0);
+    localTransfer::copyFile(copy.file.path, copy.toPath, copy.start, copy.flush, copy.progress, stop);
+    return held > 0 && held <= copy.file.size ? Way::continued : Way::whole;
+}
+
+TransferRoute::Way TransferRoute::download(const TransferCopy &copy, const std::stop_token &stop) const
+{
+    RemoteTransferOptions options{true, copy.progress};
+    // Blocks that were on their way when the link broke may have arrived out of order, with gaps before them.
+    constexpr qint64 doubtfulBytes = 4 * 1024 * 1024;
+    QFile part(copy.toPath);
+    const qint64 sure = copy.start == Start::resumed ? part.size() - doubtfulBytes : 0;
+    options.resumes = sure > 0 && sure < copy.file.size && part.resize(sure);
+    m_sourceServer->download(copy.file.path, copy.toPath, options, stop);
+    return options.resumes ? Way::continued : Way::whole;
+}
+
+TransferRoute::Way TransferRoute::upload(const TransferCopy &copy, const std::stop_token &stop) const
+{
+    RemoteTransferOptions options{true, copy.progress};
+    if (copy.start == Start::resumed) {
+        const qint64 held = sizeOfPart(transferNames::itemAt(copy.toPath), stop).value_or(0);
+        options.resumes = held > 0 && held < copy.file.size;
+    }
+    m_destinationServer->upload(copy.file.path, copy.toPath, options, stop);
+    return options.resumes ? Way::continued : Way::whole;
+}
+
+void TransferRoute::copyOnServer(const TransferCopy &copy, const std::stop_token &stop) const
+{
+    const FileItem part = transferNames::itemAt(copy.toPath);
+    if (copy.start == Start::resumed && sizeOfPart(part, stop))
+        m_source->remove(part, stop);
+    m_source->copy(copy.file, copy.toPath, stop);
+}
+
+void TransferRoute::copyThroughThisMachine(const TransferCopy &copy, const std::stop_token &stop) const
 {
     // Created readable by this user alone, and gone with the object.
     QTemporaryFile between(QDir::tempPath() + u"/moorix-XXXXXX"_s);
@@ -55,11 +106,27 @@ void TransferRoute::copyThroughThisMachine(const FileItem &file, const QString &
                                        between.errorString()));
     }
     // Each half of the way counts for half of the bytes.
-    m_sourceServer->download(file.path, between.fileName(), {true, [&progress](qint64 bytes) { progress(bytes / 2); }},
-                             stop);
-    const qint64 half = file.size / 2;
-    m_destinationServer->upload(between.fileName(), toPath,
+    const auto &progress = copy.progress;
+    m_sourceServer->download(copy.file.path, between.fileName(),
+                             {true, [&progress](qint64 bytes) { progress(bytes / 2); }}, stop);
+    const qint64 half = copy.file.size / 2;
+    m_destinationServer->upload(between.fileName(), copy.toPath,
                                 {true, [&progress, half](qint64 bytes) { progress(half + bytes / 2); }}, stop);
+}
+
+std::optional<qint64> TransferRoute::sizeOfPart(const FileItem &part, const std::stop_token &stop) const
+{
+    if (!m_destinationServer) {
+        const auto item = m_destination->stat(part.path, stop);
+        return item ? std::optional(item->size) : std::nullopt;
+    }
+    try {
+        return sizeAtDestination(part, stop);
+    } catch (const FileServiceError &error) {
+        if (error.kind() == FileServiceError::Case::notFound)
+            return std::nullopt;
+        throw;
+    }
 }
 
 qint64 TransferRoute::sizeAtSource(const FileItem &file, const std::stop_token &stop) const

@@ -4,14 +4,28 @@
 #include "files/FileItem.h"
 #include "transfers/LocalTransfer.h"
 
+#include <QList>
+
 #include <functional>
 #include <memory>
+#include <optional>
 #include <stop_token>
 
 namespace moorix {
 
 class FileService;
 class RemoteFileService;
+
+/// One file on its way.
+struct TransferCopy
+{
+    FileItem file;
+    QString toPath;
+    localTransfer::Flush flush = localTransfer::Flush::no;
+    /// `resumed` where nothing is to go on with, or the route cannot, copies the whole file.
+    localTransfer::Start start = localTransfer::Start::fresh;
+    std::function<void(qint64 bytes)> progress = {};
+};
 
 /// How files get from one service to another: which of the two lies on the local disk, and whether they are one.
 /// Knows nothing of conflicts, part names or checks. Worker threads.
@@ -28,10 +42,16 @@ public:
     bool isServerSource() const { return m_sourceServer; }
     bool isLocalDestination() const { return !m_destinationServer; }
 
-    /// Copies one file, or a link on the local disk, to `toPath`, where nothing stands. What it wrote stays when it
-    /// fails. Throws for links and special files that this route cannot carry.
-    void copyFile(const FileItem &file, const QString &toPath, localTransfer::Flush flush,
-                  const std::function<void(qint64 bytes)> &progress, const std::stop_token &stop) const;
+    bool isServerDestination() const { return m_destinationServer; }
+    /// The servers at the ends, for TransferGate.
+    QList<const void *> servers() const;
+
+    enum class Way { whole, continued };
+    /// Copies one file, or a link on the local disk. What it wrote stays when it fails. Throws for links and special
+    /// files that this route cannot carry.
+    Way copyFile(const TransferCopy &copy, const std::stop_token &stop) const;
+    /// The size of what stands at the destination, if anything.
+    std::optional<qint64> sizeOfPart(const FileItem &part, const std::stop_token &stop) const;
     /// The size of a file at this moment; throws when it is gone. Cheaper than a stat, for which servers read a folder.
     qint64 sizeAtSource(const FileItem &file, const std::stop_token &stop) const;
     qint64 sizeAtDestination(const FileItem &file, const std::stop_token &stop) const;
@@ -43,8 +63,11 @@ public:
     bool isSame(const QString &sourcePath, const QString &destinationPath) const;
 
 private:
-    void copyThroughThisMachine(const FileItem &file, const QString &toPath,
-                                const std::function<void(qint64 bytes)> &progress, const std::stop_token &stop) const;
+    Way copyOnDisk(const TransferCopy &copy, const std::stop_token &stop) const;
+    Way download(const TransferCopy &copy, const std::stop_token &stop) const;
+    Way upload(const TransferCopy &copy, const std::stop_token &stop) const;
+    void copyThroughThisMachine(const TransferCopy &copy, const std::stop_token &stop) const;
+    void copyOnServer(const TransferCopy &copy, const std::stop_token &stop) const;
     QString place(const QString &path) const;
 
     std::shared_ptr<FileService> m_source;

@@ -2,79 +2,145 @@
 #include "transfers/TransferRun.h"
 
 #include "base/Error.h"
+#include "base/Json.h"
 #include "files/FileService.h"
 #include "files/Format.h"
 #include "transfers/TransferNames.h"
+
+#include <QSet>
 
 #include <utility>
 
 namespace moorix {
 
 using namespace Qt::StringLiterals;
-using localTransfer::Existing;
+using Fate = TransferNode::Fate;
+using Standing = TransferPlace::Standing;
+using transferNames::NameSource;
+
+namespace {
+
+TransferRequest withId(TransferRequest request)
+{
+    if (request.id.isNull())
+        request.id = newUuid();
+    return request;
+}
+
+TransferRun::Callbacks complete(TransferRun::Callbacks callbacks)
+{
+    constexpr int usualFilesAtOnce = 3;
+    if (!callbacks.gate)
+        callbacks.gate = std::make_shared<TransferGate>(usualFilesAtOnce);
+    if (!callbacks.control)
+        callbacks.control = std::make_shared<TransferControl>();
+    return callbacks;
+}
+
+NameSource nameSource(const TransferRoute &route)
+{
+    return route.isServerSource() ? NameSource::server : NameSource::localDisk;
+}
+
+} // namespace
 
 TransferRun::TransferRun(TransferRequest request, Callbacks callbacks)
-    : m_request(std::move(request))
-    , m_callbacks(std::move(callbacks))
+    : m_request(withId(std::move(request)))
+    , m_callbacks(complete(std::move(callbacks)))
+    , m_tally(m_callbacks.progress)
     , m_route(m_request.source, m_request.destination)
-    , m_scan(m_request.source, [this](const FileItem &item, const QString &reason) { report(item, reason); })
-    , m_policy(m_request.policy)
+    , m_link(*m_callbacks.control, m_tally, m_callbacks.reconnectDelays)
+    , m_scan(
+          [this](const QString &path) {
+              return m_link.repeat([&](const std::stop_token &stop, bool) {
+                  return m_route.source().list(path, HiddenFiles::included, stop);
+              });
+          },
+          nameSource(m_route), [this](const FileItem &item, const QString &reason) { report(item, reason); })
+    , m_placement(
+          m_request, m_route,
+          [this](const TransferConflict &conflict) { return m_callbacks.ask(conflict, m_callbacks.control->token()); })
+    , m_carrier(m_request, m_route, m_link, *m_callbacks.gate, m_tally)
 {
 }
 
 TransferOutcome TransferRun::run(const std::stop_token &stop)
 {
-    m_stop = stop;
+    TransferControl &control = *m_callbacks.control;
+    const std::stop_callback passOn(stop, [&control] { control.stop(TransferControl::Parts::removed); });
+    bool wasCancelled = false;
     try {
         transferAll();
     } catch (const Cancelled &) {
-        m_outcome.wasCancelled = true;
+        control.stop(TransferControl::Parts::removed);
+        wasCancelled = !m_isLost;
     } catch (const Error &error) {
-        m_outcome.failures.append(error.message());
+        if (isConnectionLost(error))
+            endForLostLink(error);
+        else
+            m_tally.fail(error.message());
     }
-    publish(true);
-    m_outcome.changedTargetFolders = m_changedTargets.values();
-    if (m_request.isMove) {
-        QSet<QString> folders;
-        for (const FileItem &item : std::as_const(m_request.items))
-            folders.insert(Format::parent(item.path));
-        m_outcome.changedSourceFolders = folders.values();
+    m_lanes.finish();
+    m_tally.publish(true);
+    TransferOutcome outcome = m_tally.outcome();
+    outcome.wasCancelled = wasCancelled || (control.isStopped() && !m_isLost);
+    const QList<TransferPiece> pieces = m_request.pieces();
+    QSet<QString> sourceFolders;
+    for (qsizetype index = 0; index < pieces.size(); ++index) {
+        for (const FileItem &item : pieces.at(index).items)
+            sourceFolders.insert(Format::parent(item.path));
+        if (std::size_t(index) >= m_pieces.size())
+            outcome.remaining.append(pieces.at(index));
+        else
+            for (const Item &item : m_pieces.at(std::size_t(index)))
+                addRemaining(item.node, pieces.at(index).targetFolder, outcome.remaining);
     }
-    return m_outcome;
+    if (m_request.isMove)
+        outcome.changedSourceFolders = sourceFolders.values();
+    return outcome;
 }
 
 void TransferRun::transferAll()
 {
-    Target target = openTarget(m_request.targetFolder);
-    std::vector<TransferNode> nodes = plan();
-    checkSpace(nodes, target);
-    for (TransferNode &node : nodes) {
-        if (transfer(node, target) == Result::arrived && m_request.isMove)
-            removeSource(node);
+    for (const TransferPiece &piece : m_request.pieces())
+        transferPiece(piece);
+    m_lanes.finish();
+    if (m_callbacks.control->isStopped())
+        throw Cancelled();
+    if (m_request.check == TransferCheck::contents)
+        checkContents();
+}
+
+void TransferRun::transferPiece(const TransferPiece &piece)
+{
+    std::deque<Item> &items = m_pieces.emplace_back();
+    for (const FileItem &item : piece.items)
+        items.emplace_back().node.item = item;
+    TransferTarget target = openTarget(piece.targetFolder);
+    plan(items);
+    checkSpace(items, target);
+    for (Item &item : items) {
+        if (!transferNames::objection(item.node.item.name, nameSource(m_route)))
+            dispatch(item.node, target, item);
+        release(item);
     }
 }
 
 /// Trees are read beforehand, which tells their size and keeps a copy from meeting itself. A rename or a copy made by
 /// a server takes a folder as a whole, so those are not read unless it comes to merging.
-std::vector<TransferNode> TransferRun::plan()
+void TransferRun::plan(std::deque<Item> &items)
 {
-    using transferNames::NameSource;
     const bool takesFoldersWhole = m_route.isWithinOneServer() || (m_request.isMove && m_route.isWithinOnePlace());
-    const NameSource from = m_route.isServerSource() ? NameSource::server : NameSource::localDisk;
-    std::vector<TransferNode> nodes;
-    for (const FileItem &item : std::as_const(m_request.items)) {
-        if (const auto reason = transferNames::objection(item.name, from)) {
-            report(item, *reason);
+    for (Item &item : items) {
+        if (const auto reason = transferNames::objection(item.node.item.name, nameSource(m_route))) {
+            report(item.node.item, *reason);
+            item.isIncomplete = true;
             continue;
         }
-        TransferNode &node = nodes.emplace_back(TransferNode{item, {}, false, false});
         if (!takesFoldersWhole)
-            m_scan.fill(node, m_stop);
-        m_outcome.counts.filesTotal += node.fileCount();
-        m_outcome.counts.bytesTotal += node.byteCount();
-        publish();
+            m_scan.fill(item.node);
+        m_tally.addTotal(item.node.fileCount(), item.node.byteCount());
     }
-    return nodes;
 }
 
 void TransferRun::fill(TransferNode &node)
@@ -82,195 +148,160 @@ void TransferRun::fill(TransferNode &node)
     if (node.isScanned)
         return;
     const qint64 counted = node.fileCount();
-    m_scan.fill(node, m_stop);
-    m_outcome.counts.filesTotal += node.fileCount() - counted;
-    m_outcome.counts.bytesTotal += node.byteCount();
+    m_scan.fill(node);
+    m_tally.addTotal(node.fileCount() - counted, node.byteCount());
 }
 
-void TransferRun::checkSpace(const std::vector<TransferNode> &nodes, const Target &target) const
+void TransferRun::checkSpace(const std::deque<Item> &items, const TransferTarget &target)
 {
-    if (m_request.isMove && m_route.isWithinOnePlace())
+    // What an earlier run has left there takes room already.
+    if (m_request.isContinuation || (m_request.isMove && m_route.isWithinOnePlace()))
         return;
     // What stands there already may be skipped or merged, so only the rest is sure to need room.
     qint64 needed = 0;
-    for (const TransferNode &node : nodes) {
-        if (!target.entries.contains(node.item.name))
-            needed += node.byteCount();
+    for (const Item &item : items) {
+        if (!target.entries.contains(item.node.item.name))
+            needed += item.node.byteCount();
     }
-    const auto available = m_route.destination().freeSpace(target.path, m_stop);
+    const auto available = m_link.repeat(
+        [&](const std::stop_token &stop, bool) { return m_route.destination().freeSpace(target.path, stop); });
     if (available && *available < needed) {
         throw Error(u"Transfer"_s, u"“%1” has %2 free, but %3 are needed. Nothing was copied."_s.arg(
                                        target.path, Format::byteCount(*available), Format::byteCount(needed)));
     }
 }
 
-TransferRun::Target TransferRun::openTarget(const QString &path) const
+TransferTarget TransferRun::openTarget(const QString &path)
 {
-    Target target{path, {}};
-    const QList<FileItem> entries = m_route.destination().list(path, HiddenFiles::included, m_stop);
+    const QList<FileItem> entries = m_link.repeat([&](const std::stop_token &stop, bool) {
+        return m_route.destination().list(path, HiddenFiles::included, stop);
+    });
+    TransferTarget target{path};
     target.entries.reserve(entries.size());
     for (const FileItem &entry : entries)
         target.entries.insert(entry.name, entry);
     return target;
 }
 
-TransferRun::Result TransferRun::transfer(TransferNode &node, Target &target)
+void TransferRun::dispatch(TransferNode &node, TransferTarget &target, Item &item)
 {
-    if (m_stop.stop_requested())
-        throw Cancelled();
-    m_outcome.counts.currentName = node.item.name;
-    publish();
+    m_callbacks.control->waitWhilePaused();
     try {
-        const auto place = choosePlace(node, target);
-        if (!place) {
-            m_outcome.counts.skipped += node.fileCount();
-            return Result::incomplete;
+        const auto [kind, place] = m_placement.decide(node, target);
+        if (kind == TransferPlacement::Kind::isSkipped) {
+            node.fate = Fate::skipped;
+            m_tally.addSkipped(node.fileCount());
+            item.isIncomplete = true;
+        } else if (kind == TransferPlacement::Kind::isThere) {
+            arrive(node);
+        } else {
+            m_tally.noteChanged(target.path);
+            send(node, place, target, item);
         }
-        m_changedTargets.insert(target.path);
-        Result result = Result::arrived;
-        if (m_request.isMove && moveInOneStep(node, *place))
-            addDone(node);
-        else if (node.isFolder())
-            result = transferFolder(node, *place);
-        else
-            transferFile(node, *place);
-        FileItem arrived = node.item;
-        arrived.path = place->path;
-        arrived.name = Format::fileName(place->path);
-        target.entries.insert(arrived.name, arrived);
-        return result;
     } catch (const Cancelled &) {
         throw;
     } catch (const Error &error) {
         if (isConnectionLost(error))
             throw;
+        item.isIncomplete = true;
         report(node.item, error.message());
-        return Result::incomplete;
     }
 }
 
-std::optional<TransferRun::Place> TransferRun::choosePlace(const TransferNode &node, const Target &target)
+void TransferRun::send(TransferNode &node, const TransferPlace &place, TransferTarget &target, Item &item)
 {
-    const bool isRenamed = !m_request.newName.isEmpty() && target.path == m_request.targetFolder;
-    FileItem item = node.item;
-    if (isRenamed)
-        item.name = m_request.newName;
-    const Place direct{Format::join(target.path, item.name), Standing::nothing};
-    const auto existing = target.entries.constFind(item.name);
-    const bool picksNewName = m_policy == TransferConflictPolicy::rename && !m_request.isMove;
-    if (existing == target.entries.cend() || !picksNewName)
-        refuseOntoItself(node, direct);
-    if (existing == target.entries.cend())
-        return direct;
-
-    const bool existingIsFolder = existing->isDirectory && !existing->isSymlink;
-    if (node.isFolder() && existingIsFolder && m_policy != TransferConflictPolicy::rename)
-        return Place{direct.path, Standing::merged};
-    switch (choose(item, *existing)) {
-    case ConflictAnswer::Choice::skip:
-        return std::nullopt;
-    case ConflictAnswer::Choice::rename: {
-        const QString name = transferNames::freeName(
-            item, [&target](const QString &candidate) { return target.entries.contains(candidate); });
-        const Place renamed{Format::join(target.path, name), Standing::nothing};
-        refuseOntoItself(node, renamed);
-        return renamed;
+    // Taken from now on, whatever becomes of it.
+    FileItem arriving = transferNames::itemAt(place.path, node.item);
+    if (m_request.isMove && m_carrier.moveInOneStep(node.item, place)) {
+        arrive(node);
+        node.fate = Fate::moved;
+    } else if (node.isFolder()) {
+        enterFolder(node, place, item);
+    } else {
+        addTask(item, node, [this, &node, &item, place] {
+            m_carrier.carry(node.item, place);
+            node.fate = Fate::arrived;
+            const std::lock_guard lock(m_arrivedMutex);
+            m_arrived.push_back({&item, node.item, place.path});
+        });
     }
-    case ConflictAnswer::Choice::overwrite:
-        if (node.isFolder())
-            throw Error(u"Transfer"_s, u"a file of this name is there, and a folder does not replace a file"_s);
-        if (existingIsFolder)
-            throw Error(u"Transfer"_s, u"a folder of this name is there, and a file does not replace a folder"_s);
-        return Place{direct.path, Standing::replaced};
-    case ConflictAnswer::Choice::cancel:
-        break;
-    }
-    throw Cancelled();
+    target.entries.insert(arriving.name, std::move(arriving));
 }
 
-ConflictAnswer::Choice TransferRun::choose(const FileItem &item, const FileItem &existing)
+void TransferRun::enterFolder(TransferNode &node, const TransferPlace &place, Item &item)
 {
-    using Choice = ConflictAnswer::Choice;
-    switch (m_policy) {
-    case TransferConflictPolicy::skip:
-        return Choice::skip;
-    case TransferConflictPolicy::overwrite:
-        return Choice::overwrite;
-    case TransferConflictPolicy::rename:
-        return Choice::rename;
-    case TransferConflictPolicy::ask:
-        break;
-    }
-    const ConflictAnswer answer = m_callbacks.ask({item, existing}, m_stop);
-    if (answer.forAll && answer.choice == Choice::skip)
-        m_policy = TransferConflictPolicy::skip;
-    else if (answer.forAll && answer.choice == Choice::overwrite)
-        m_policy = TransferConflictPolicy::overwrite;
-    else if (answer.forAll && answer.choice == Choice::rename)
-        m_policy = TransferConflictPolicy::rename;
-    return answer.choice;
-}
-
-void TransferRun::refuseOntoItself(const TransferNode &node, const Place &place) const
-{
-    if (m_route.isSame(node.item.path, place.path)) {
-        throw Error(u"Transfer"_s,
-                    m_request.isMove ? u"it is in this folder already"_s : u"it cannot be copied onto itself"_s);
-    }
-    if (node.isFolder() && m_route.isInside(Format::parent(place.path), node.item.path))
-        throw Error(u"Transfer"_s, u"a folder cannot go into itself"_s);
-}
-
-bool TransferRun::moveInOneStep(const TransferNode &node, const Place &place)
-{
-    if (!m_route.isWithinOnePlace() || place.standing == Standing::merged)
-        return false;
-    const Existing existing = place.standing == Standing::replaced ? Existing::replace : Existing::refuse;
-    return m_route.rename(node.item, place.path, existing, m_stop);
-}
-
-TransferRun::Result TransferRun::transferFolder(TransferNode &node, const Place &place)
-{
-    if (m_route.isWithinOneServer() && place.standing == Standing::nothing && !node.isScanned) {
-        copyTreeOnServer(node, place);
-        return Result::arrived;
+    const bool isNew = place.standing == Standing::nothing;
+    if (m_route.isWithinOneServer() && isNew && !node.isScanned) {
+        addTask(item, node, [this, &node, place] {
+            m_carrier.copyTreeOnServer(node.item, place);
+            arrive(node);
+        });
+        return;
     }
     fill(node);
-    const bool isNew = place.standing == Standing::nothing;
     if (isNew)
-        m_route.destination().createDirectory(place.path, m_stop);
-    Target inner = isNew ? Target{place.path, {}} : openTarget(place.path);
-    Result result = node.isIncomplete ? Result::incomplete : Result::arrived;
-    for (TransferNode &child : node.children) {
-        if (transfer(child, inner) == Result::incomplete)
-            result = Result::incomplete;
-    }
+        makeFolder(place.path);
+    node.placedAt = place.path;
+    node.fate = Fate::entered;
     if (isNew)
-        applyFolderAttributes(node.item, place.path);
-    return result;
+        item.newFolders.emplace_back(node.item, place.path);
+    if (node.isIncomplete)
+        item.isIncomplete = true;
+    TransferTarget inner = isNew ? TransferTarget{place.path} : openTarget(place.path);
+    inner.isNew = isNew;
+    for (TransferNode &child : node.children)
+        dispatch(child, inner, item);
 }
 
-void TransferRun::addDone(const TransferNode &node)
+void TransferRun::makeFolder(const QString &path)
 {
-    m_outcome.counts.filesDone += node.fileCount();
-    m_outcome.counts.bytesDone += node.byteCount();
-    publish();
+    m_link.repeat([&](const std::stop_token &stop, bool isFirst) {
+        if (isFirst || !m_route.destination().stat(path, stop))
+            m_route.destination().createDirectory(path, stop);
+    });
+}
+
+void TransferRun::addTask(Item &item, TransferNode &node, std::function<void()> task)
+{
+    ++item.pending;
+    m_lanes.add([this, &item, &node, task = std::move(task)] {
+        try {
+            if (!m_callbacks.control->isStopped())
+                task();
+        } catch (const Cancelled &) {
+            item.isIncomplete = true;
+        } catch (const Error &error) {
+            item.isIncomplete = true;
+            if (isConnectionLost(error))
+                endForLostLink(error);
+            else
+                report(node.item, error.message());
+        }
+        if (node.fate != Fate::arrived)
+            item.isIncomplete = true;
+        release(item);
+    });
+}
+
+void TransferRun::arrive(TransferNode &node)
+{
+    node.fate = Fate::arrived;
+    m_tally.addDone(node.fileCount(), node.byteCount());
 }
 
 void TransferRun::report(const FileItem &item, const QString &reason)
 {
     const QString verb = m_request.isMove ? u"moved"_s : u"copied"_s;
-    m_outcome.failures.append(u"“%1” was not %2: %3"_s.arg(Format::display(item.name), verb, reason));
+    m_tally.fail(u"“%1” was not %2: %3"_s.arg(Format::display(item.name), verb, reason));
 }
 
-void TransferRun::publish(bool always)
+/// The next file would not do better. What has arrived of the files under way stays for another try.
+void TransferRun::endForLostLink(const Error &error)
 {
-    constexpr qint64 intervalMsecs = 100;
-    if (!always && m_sincePublished.isValid() && m_sincePublished.elapsed() < intervalMsecs)
+    if (m_isLost.exchange(true) || m_callbacks.control->isStopped())
         return;
-    m_sincePublished.start();
-    if (m_callbacks.progress)
-        m_callbacks.progress(m_outcome.counts);
+    m_callbacks.control->stop(TransferControl::Parts::kept);
+    m_tally.fail(error.message());
 }
 
 } // namespace moorix

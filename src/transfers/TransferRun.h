@@ -1,53 +1,35 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "transfers/TransferConflict.h"
-#include "transfers/TransferPlan.h"
-#include "transfers/TransferRequest.h"
-#include "transfers/TransferRoute.h"
+#include "transfers/TransferLanes.h"
+#include "transfers/TransferOutcome.h"
+#include "transfers/TransferPlacement.h"
 
-#include <QElapsedTimer>
-#include <QHash>
-#include <QSet>
-#include <QStringList>
-
+#include <atomic>
+#include <deque>
 #include <functional>
+#include <memory>
 #include <stop_token>
 
 namespace moorix {
 
-/// How far a transfer has come.
-struct TransferCounts
-{
-    QString currentName;
-    qint64 bytesDone = 0;
-    qint64 bytesTotal = 0;
-    qint64 filesDone = 0;
-    qint64 filesTotal = 0;
-    qint64 skipped = 0;
-};
-
-/// What became of a transfer.
-struct TransferOutcome
-{
-    TransferCounts counts;
-    /// One sentence per item that did not arrive, and per original that had to stay.
-    QStringList failures;
-    bool wasCancelled = false;
-    QStringList changedSourceFolders;
-    QStringList changedTargetFolders;
-};
-
-/// Carries out one request on the calling thread, which must be a worker or own no window.
+/// Carries out one request. The calling thread, which must be a worker or own no window, reads the trees and decides;
+/// the files travel on lanes of their own.
 class TransferRun final
 {
 public:
     struct Callbacks
     {
-        /// At most about ten times a second.
+        /// At most about ten times a second, on any of the run's threads.
         std::function<void(const TransferCounts &)> progress;
-        /// Called when the policy is `ask`; may wait for the user. Throws Cancelled when it is stopped.
+        /// Called on the calling thread when the policy is `ask`; may wait for the user. Throws Cancelled when it is
+        /// stopped.
         std::function<ConflictAnswer(const TransferConflict &, const std::stop_token &)> ask;
+        /// Shared by all runs of the program; without one, this run copies three files at once.
+        std::shared_ptr<TransferGate> gate = nullptr;
+        /// For pausing the run and for keeping its part files.
+        std::shared_ptr<TransferControl> control = nullptr;
+        TransferLink::Delays reconnectDelays = TransferLink::usualDelays();
     };
 
     TransferRun(TransferRequest request, Callbacks callbacks);
@@ -56,51 +38,59 @@ public:
     TransferOutcome run(const std::stop_token &stop);
 
 private:
-    /// A folder written into, with what stands in it.
-    struct Target
+    /// One of the request's items with all that lies in it.
+    struct Item
     {
-        QString path;
-        QHash<QString, FileItem> entries;
+        TransferNode node;
+        /// Files on their way, and one for the reading of the tree.
+        std::atomic<int> pending = 1;
+        std::atomic<bool> isIncomplete = false;
+        /// Folders that were made, and what they are copies of.
+        std::vector<std::pair<FileItem, QString>> newFolders;
     };
-    enum class Standing { nothing, replaced, merged };
-    struct Place
+    struct Arrived
     {
+        Item *item;
+        FileItem file;
         QString path;
-        Standing standing = Standing::nothing;
     };
-    enum class Result { arrived, incomplete };
 
     void transferAll();
-    std::vector<TransferNode> plan();
-    void checkSpace(const std::vector<TransferNode> &nodes, const Target &target) const;
-    Target openTarget(const QString &path) const;
-    Result transfer(TransferNode &node, Target &target);
-    std::optional<Place> choosePlace(const TransferNode &node, const Target &target);
-    ConflictAnswer::Choice choose(const FileItem &item, const FileItem &existing);
-    void refuseOntoItself(const TransferNode &node, const Place &place) const;
-    bool moveInOneStep(const TransferNode &node, const Place &place);
-    void transferFile(const TransferNode &node, const Place &place);
-    Result transferFolder(TransferNode &node, const Place &place);
-    void copyTreeOnServer(const TransferNode &node, const Place &place);
-    void applyFolderAttributes(const FileItem &folder, const QString &path) const;
-    void verify(const FileItem &item, const FileItem &part) const;
-    void removePart(const FileItem &part);
-    void removeSource(const TransferNode &node);
+    void transferPiece(const TransferPiece &piece);
+    void plan(std::deque<Item> &items);
     void fill(TransferNode &node);
+    void checkSpace(const std::deque<Item> &items, const TransferTarget &target);
+    TransferTarget openTarget(const QString &path);
+    void dispatch(TransferNode &node, TransferTarget &target, Item &item);
+    void send(TransferNode &node, const TransferPlace &place, TransferTarget &target, Item &item);
+    void enterFolder(TransferNode &node, const TransferPlace &place, Item &item);
+    void makeFolder(const QString &path);
+    void addTask(Item &item, TransferNode &node, std::function<void()> task);
 
-    void addDone(const TransferNode &node);
+    void release(Item &item);
+    void applyFolderAttributes(const FileItem &folder, const QString &path);
+    void checkContents();
+    void removeSource(const Item &item);
+    bool isUnchanged(const TransferNode &node, const FileItem &present);
+
+    void arrive(TransferNode &node);
     void report(const FileItem &item, const QString &reason);
-    void publish(bool always = false);
+    void endForLostLink(const Error &error);
 
     TransferRequest m_request;
     Callbacks m_callbacks;
+    TransferTally m_tally;
     TransferRoute m_route;
+    TransferLink m_link;
     TransferScan m_scan;
-    std::stop_token m_stop;
-    TransferOutcome m_outcome;
-    TransferConflictPolicy m_policy;
-    QSet<QString> m_changedTargets;
-    QElapsedTimer m_sincePublished;
+    TransferPlacement m_placement;
+    TransferCarrier m_carrier;
+    /// Items never move in memory: the lanes hold on to them.
+    std::deque<std::deque<Item>> m_pieces;
+    std::mutex m_arrivedMutex;
+    std::vector<Arrived> m_arrived;
+    std::atomic<bool> m_isLost = false;
+    TransferLanes m_lanes;
 };
 
 } // namespace moorix

@@ -11,6 +11,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
 #include <QPushButton>
 #include <QVBoxLayout>
 
@@ -53,6 +54,7 @@ ConflictBar::ConflictBar(TransferEngine &transfers, QWidget *parent)
     buttons->addStretch(1);
     addChoice(*buttons, tr("Cancel transfer"), QStringLiteral("conflictCancel"), ConflictAnswer::Choice::cancel);
     addChoice(*buttons, tr("Keep both"), QStringLiteral("conflictKeepBoth"), ConflictAnswer::Choice::rename);
+    addConditions(*buttons);
     addChoice(*buttons, tr("Overwrite"), QStringLiteral("conflictOverwrite"), ConflictAnswer::Choice::overwrite);
     addChoice(*buttons, tr("Skip"), QStringLiteral("conflictSkip"), ConflictAnswer::Choice::skip);
     auto *sides = new QHBoxLayout;
@@ -77,9 +79,30 @@ void ConflictBar::addChoice(QHBoxLayout &row, const QString &text, const QString
     if (choice == ConflictAnswer::Choice::overwrite)
         button->setProperty("role", QStringLiteral("danger"));
     row.addWidget(button);
-    connect(button, &QPushButton::clicked, this, [this, choice] {
-        m_transfers.answer({choice, m_forAll->isChecked()});
-    });
+    connect(button, &QPushButton::clicked, this, [this, choice] { answer(choice); });
+}
+
+void ConflictBar::addConditions(QHBoxLayout &row)
+{
+    using Choice = ConflictAnswer::Choice;
+    QPushButton *button = Widgets::button(tr("Overwrite if…"), QStringLiteral("conflictConditions"), this);
+    auto *menu = new QMenu(button);
+    const auto add = [&](const QString &text, const QString &objectName, Choice choice) {
+        QAction *action = menu->addAction(text, this, [this, choice] { answer(choice); });
+        action->setObjectName(objectName);
+        return action;
+    };
+    m_older = add(tr("The copy is newer"), QStringLiteral("conflictOverwriteOlder"), Choice::overwriteOlder);
+    m_otherSize = add(tr("The sizes differ"), QStringLiteral("conflictOverwriteOtherSize"), Choice::overwriteOtherSize);
+    menu->addSeparator();
+    m_resume = add(tr("Go on where the existing file ends"), QStringLiteral("conflictResume"), Choice::resume);
+    button->setMenu(menu);
+    row.addWidget(button);
+}
+
+void ConflictBar::answer(ConflictAnswer::Choice choice)
+{
+    m_transfers.answer({choice, m_forAll->isChecked()});
 }
 
 void ConflictBar::follow()
@@ -95,6 +118,9 @@ void ConflictBar::follow()
     m_existing->setText(tr("There: %1%2").arg(facts(existing), age(existing, source)));
     m_source->setText(tr("Copy: %1%2").arg(facts(source), age(source, existing)));
     m_forAll->setChecked(false);
+    m_older->setEnabled(source.modified && existing.modified);
+    m_otherSize->setEnabled(!source.isDirectory && !existing.isDirectory);
+    m_resume->setEnabled(conflict->canResume());
     // The harmless answer is the one that a hasty Return gives; somebody who types is not disturbed.
     if (!qobject_cast<QLineEdit *>(QApplication::focusWidget()))
         findChild<QPushButton *>(QStringLiteral("conflictSkip"))->setFocus();

@@ -5,6 +5,7 @@
 
 #include <QFrame>
 
+class QAction;
 class QCheckBox;
 class QHBoxLayout;
 class QLabel;
@@ -24,12 +25,17 @@ public:
 private:
     void follow();
     void addChoice(QHBoxLayout &row, const QString &text, const QString &objectName, ConflictAnswer::Choice choice);
+    void addConditions(QHBoxLayout &row);
+    void answer(ConflictAnswer::Choice choice);
 
     TransferEngine &m_transfers;
     QLabel *m_question;
     QLabel *m_existing;
     QLabel *m_source;
     QCheckBox *m_forAll;
+    QAction *m_older = nullptr;
+    QAction *m_otherSize = nullptr;
+    QAction *m_resume = nullptr;
 };
 
 } // namespace moorix

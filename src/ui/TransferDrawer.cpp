@@ -19,26 +19,62 @@ namespace moorix {
 
 namespace {
 
-QIcon stateIcon(TransferStatus::State state)
+constexpr int idRole = Qt::UserRole;
+constexpr int isOpenRole = Qt::UserRole + 1;
+constexpr int detailsRole = Qt::UserRole + 2;
+
+using State = TransferStatus::State;
+
+QIcon stateIcon(State state)
 {
     switch (state) {
-    case TransferStatus::State::running:
+    case State::running:
         return Theme::icon(QStringLiteral("media-playback-start"), Theme::Color::accent);
-    case TransferStatus::State::finished:
+    case State::finished:
         return Theme::icon(QStringLiteral("dialog-ok-apply"), Theme::Color::success);
-    case TransferStatus::State::failed:
+    case State::failed:
         return Theme::icon(QStringLiteral("data-warning"), Theme::Color::danger);
-    case TransferStatus::State::cancelled:
+    case State::cancelled:
         return Theme::icon(QStringLiteral("dialog-cancel"), Theme::Color::mutedText);
-    case TransferStatus::State::waiting:
+    case State::paused:
+    case State::interrupted:
+        return Theme::icon(QStringLiteral("media-playback-pause"), Theme::Color::mutedText);
+    case State::reconnecting:
+    case State::waiting:
         break;
     }
     return Theme::icon(QStringLiteral("chronometer"), Theme::Color::mutedText);
 }
 
-bool isOpen(TransferStatus::State state)
+bool canPause(const TransferStatus &transfer)
 {
-    return state == TransferStatus::State::waiting || state == TransferStatus::State::running;
+    return transfer.state == State::waiting || transfer.state == State::running ||
+           transfer.state == State::reconnecting;
+}
+
+bool canResume(const TransferStatus &transfer)
+{
+    return transfer.state == State::paused || transfer.state == State::interrupted;
+}
+
+bool canCancel(const TransferStatus &transfer)
+{
+    return isOpen(transfer.state);
+}
+
+bool canRetryFailed(const TransferStatus &transfer)
+{
+    return !isOpen(transfer.state) && transfer.hasRemaining;
+}
+
+bool canRetry(const TransferStatus &transfer)
+{
+    return transfer.state == State::failed || transfer.state == State::cancelled;
+}
+
+bool canMove(const TransferStatus &transfer)
+{
+    return transfer.state == State::waiting || transfer.state == State::interrupted;
 }
 
 } // namespace
@@ -49,21 +85,24 @@ TransferDrawer::TransferDrawer(TransferEngine &transfers, QWidget *parent)
     , m_list(new QTreeWidget(this))
     , m_empty(Widgets::label(tr("No transfers yet. F5 copies the selection to the other side."),
                              Widgets::TextRole::muted, this))
-    , m_cancel(Widgets::button(tr("Cancel selected"), QStringLiteral("cancelTransfer"), this))
+    , m_totals(Widgets::label({}, Widgets::TextRole::muted, this))
     , m_clear(Widgets::button(tr("Clear ended"), QStringLiteral("clearTransfers"), this))
 {
     setObjectName(QStringLiteral("transferDrawer"));
+    m_totals->setObjectName(QStringLiteral("transferTotals"));
     m_list->setObjectName(QStringLiteral("transferList"));
     m_list->setColumnCount(2);
     m_list->setHeaderHidden(true);
     m_list->setFrameShape(NoFrame);
     m_list->setTabKeyNavigation(false);
+    m_list->setSelectionMode(QAbstractItemView::ExtendedSelection);
     m_list->header()->setSectionResizeMode(0, QHeaderView::Stretch);
     m_list->header()->setSectionResizeMode(1, QHeaderView::ResizeToContents);
     m_list->header()->setStretchLastSection(false);
     auto *head = new QHBoxLayout;
-    head->addWidget(Widgets::label(tr("TRANSFERS"), Widgets::TextRole::section, this), 1);
-    head->addWidget(m_cancel);
+    head->addWidget(Widgets::label(tr("TRANSFERS"), Widgets::TextRole::section, this));
+    head->addWidget(m_totals, 1);
+    addCommands(*head);
     head->addWidget(m_clear);
     auto *column = new QVBoxLayout(this);
     column->setContentsMargins(12, 8, 12, 8);
@@ -75,30 +114,62 @@ TransferDrawer::TransferDrawer(TransferEngine &transfers, QWidget *parent)
     connect(&transfers, &TransferEngine::transferChanged, this, &TransferDrawer::update);
     connect(m_list, &QTreeWidget::itemSelectionChanged, this, &TransferDrawer::updateButtons);
     connect(m_clear, &QPushButton::clicked, &transfers, &TransferEngine::clearEnded);
-    connect(m_cancel, &QPushButton::clicked, this, &TransferDrawer::cancelSelected);
     rebuild();
+}
+
+void TransferDrawer::addCommands(QHBoxLayout &row)
+{
+    addCommand(row, tr("Up"), QStringLiteral("moveTransferUp"), canMove, &TransferEngine::moveUp);
+    addCommand(row, tr("Down"), QStringLiteral("moveTransferDown"), canMove, &TransferEngine::moveDown);
+    addCommand(row, tr("Pause"), QStringLiteral("pauseTransfer"), canPause, &TransferEngine::pause);
+    addCommand(row, tr("Resume"), QStringLiteral("resumeTransfer"), canResume, &TransferEngine::resume);
+    addCommand(row, tr("Retry failed"), QStringLiteral("retryFailedTransfer"), canRetryFailed,
+               &TransferEngine::retryFailed);
+    addCommand(row, tr("Retry all"), QStringLiteral("retryTransfer"), canRetry, &TransferEngine::retryAll);
+    addCommand(row, tr("Cancel selected"), QStringLiteral("cancelTransfer"), canCancel, &TransferEngine::cancel);
+}
+
+void TransferDrawer::addCommand(QHBoxLayout &row, const QString &text, const QString &objectName,
+                                bool (*applies)(const TransferStatus &), void (TransferEngine::*action)(const QUuid &))
+{
+    const Command command{Widgets::button(text, objectName, this), applies, action};
+    row.addWidget(command.button);
+    connect(command.button, &QPushButton::clicked, this, [this, command] { run(command); });
+    m_commands.push_back(command);
 }
 
 void TransferDrawer::rebuild()
 {
+    const QList<QUuid> selected = selectedTransfers();
     m_list->clear();
     m_items.clear();
+    int openCount = 0;
     for (const TransferStatus &transfer : m_transfers.transfers()) {
         auto *item = new QTreeWidgetItem;
-        item->setData(0, Qt::UserRole, transfer.id);
-        m_list->insertTopLevelItem(0, item);
+        item->setData(0, idRole, transfer.id);
+        item->setData(0, isOpenRole, isOpen(transfer.state));
+        m_list->insertTopLevelItem(isOpen(transfer.state) ? openCount++ : openCount, item);
         m_items.insert(transfer.id, item);
         show(transfer, *item);
+        item->setSelected(selected.contains(transfer.id));
     }
     updateButtons();
+    updateTotals();
 }
 
 void TransferDrawer::update(const QUuid &id)
 {
     const auto found = std::ranges::find(m_transfers.transfers(), id, &TransferStatus::id);
-    if (found != m_transfers.transfers().end() && m_items.contains(id))
-        show(*found, *m_items.value(id));
+    if (found == m_transfers.transfers().end() || !m_items.contains(id))
+        return;
+    QTreeWidgetItem &item = *m_items.value(id);
+    if (item.data(0, isOpenRole).toBool() != isOpen(found->state)) {
+        rebuild();
+        return;
+    }
+    show(*found, item);
     updateButtons();
+    updateTotals();
 }
 
 void TransferDrawer::show(const TransferStatus &transfer, QTreeWidgetItem &item)
@@ -107,20 +178,50 @@ void TransferDrawer::show(const TransferStatus &transfer, QTreeWidgetItem &item)
     item.setText(0, transfer.title);
     item.setText(1, TransferText::outcome(transfer));
     item.setForeground(1, Theme::color(Theme::Color::mutedText));
-    for (qsizetype index = item.childCount(); index < transfer.failures.size(); ++index) {
-        auto *failure = new QTreeWidgetItem(&item, {transfer.failures.at(index)});
-        failure->setFirstColumnSpanned(true);
-        failure->setForeground(0, Theme::color(Theme::Color::danger));
-        failure->setToolTip(0, transfer.failures.at(index));
-        item.setExpanded(true);
-    }
+    showDetails(transfer, item);
 }
 
-void TransferDrawer::cancelSelected()
+void TransferDrawer::showDetails(const TransferStatus &transfer, QTreeWidgetItem &item)
 {
+    QStringList remarks = transfer.notes;
+    if (!transfer.waitingFor.isEmpty())
+        remarks.prepend(transfer.waitingFor);
+    const QStringList all = remarks + transfer.failures;
+    if (item.data(0, detailsRole).toStringList() == all)
+        return;
+    item.setData(0, detailsRole, all);
+    qDeleteAll(item.takeChildren());
+    for (const QString &text : all) {
+        auto *line = new QTreeWidgetItem(&item, {text});
+        line->setFirstColumnSpanned(true);
+        const bool isRemark = item.childCount() <= remarks.size();
+        line->setForeground(0, Theme::color(isRemark ? Theme::Color::mutedText : Theme::Color::danger));
+        line->setToolTip(0, text);
+    }
+    item.setExpanded(true);
+}
+
+QList<QUuid> TransferDrawer::selectedTransfers() const
+{
+    QList<QUuid> ids;
     const QList<QTreeWidgetItem *> selected = m_list->selectedItems();
-    for (const QTreeWidgetItem *item : selected)
-        m_transfers.cancel(item->data(0, Qt::UserRole).toUuid());
+    for (const QTreeWidgetItem *item : selected) {
+        // A line beneath a transfer stands for it.
+        const QUuid id = (item->parent() ? item->parent() : item)->data(0, idRole).toUuid();
+        if (!ids.contains(id))
+            ids.append(id);
+    }
+    return ids;
+}
+
+void TransferDrawer::run(const Command &command)
+{
+    const QList<QUuid> ids = selectedTransfers();
+    for (const QUuid &id : ids) {
+        const auto found = std::ranges::find(m_transfers.transfers(), id, &TransferStatus::id);
+        if (found != m_transfers.transfers().end() && command.applies(*found))
+            (m_transfers.*command.run)(id);
+    }
 }
 
 void TransferDrawer::updateButtons()
@@ -129,10 +230,19 @@ void TransferDrawer::updateButtons()
     m_empty->setVisible(all.isEmpty());
     m_list->setVisible(!all.isEmpty());
     m_clear->setEnabled(std::ranges::any_of(all, [](const auto &transfer) { return !isOpen(transfer.state); }));
-    const QList<QTreeWidgetItem *> selected = m_list->selectedItems();
-    m_cancel->setEnabled(std::ranges::any_of(all, [&](const TransferStatus &transfer) {
-        return isOpen(transfer.state) && selected.contains(m_items.value(transfer.id));
-    }));
+    const QList<QUuid> selected = selectedTransfers();
+    for (const Command &command : m_commands) {
+        const bool isUseful = std::ranges::any_of(all, [&](const TransferStatus &transfer) {
+            return selected.contains(transfer.id) && command.applies(transfer);
+        });
+        command.button->setEnabled(isUseful);
+        command.button->setVisible(isUseful || command.applies == canCancel);
+    }
+}
+
+void TransferDrawer::updateTotals()
+{
+    m_totals->setText(TransferText::totals(m_transfers.totals()));
 }
 
 } // namespace moorix

@@ -5,6 +5,9 @@
 #include <QHash>
 #include <QUuid>
 
+#include <vector>
+
+class QHBoxLayout;
 class QLabel;
 class QPushButton;
 class QTreeWidget;
@@ -15,7 +18,8 @@ namespace moorix {
 class TransferEngine;
 struct TransferStatus;
 
-/// All transfers since they were last cleared, each with its failures beneath.
+/// The queue: what is under way and waits, in the order it runs, then what has ended, the latest first; each with the
+/// way it took and its failures beneath.
 class TransferDrawer final : public QFrame
 {
     Q_OBJECT
@@ -24,17 +28,32 @@ public:
     explicit TransferDrawer(TransferEngine &transfers, QWidget *parent = nullptr);
 
 private:
+    /// A button that acts on those selected transfers it applies to.
+    struct Command
+    {
+        QPushButton *button;
+        bool (*applies)(const TransferStatus &transfer);
+        void (TransferEngine::*run)(const QUuid &id);
+    };
+
+    void addCommands(QHBoxLayout &row);
+    void addCommand(QHBoxLayout &row, const QString &text, const QString &objectName,
+                    bool (*applies)(const TransferStatus &), void (TransferEngine::*action)(const QUuid &));
     void rebuild();
     void update(const QUuid &id);
     void show(const TransferStatus &transfer, QTreeWidgetItem &item);
-    void cancelSelected();
+    void showDetails(const TransferStatus &transfer, QTreeWidgetItem &item);
+    QList<QUuid> selectedTransfers() const;
+    void run(const Command &command);
     void updateButtons();
+    void updateTotals();
 
     TransferEngine &m_transfers;
     QTreeWidget *m_list;
     QLabel *m_empty;
-    QPushButton *m_cancel;
+    QLabel *m_totals;
     QPushButton *m_clear;
+    std::vector<Command> m_commands;
     QHash<QUuid, QTreeWidgetItem *> m_items;
 };
 

@@ -67,6 +67,13 @@ QString outcome(const TransferStatus &transfer)
         return tr("Waiting");
     case TransferStatus::State::running:
         return progress(transfer);
+    case TransferStatus::State::reconnecting:
+        return tr("Waiting to reconnect");
+    case TransferStatus::State::interrupted:
+        return tr("Waiting – resume?");
+    case TransferStatus::State::paused:
+        parts += tr("Paused");
+        break;
     case TransferStatus::State::cancelled:
         parts += tr("Cancelled");
         break;
@@ -81,6 +88,19 @@ QString outcome(const TransferStatus &transfer)
     if (transfer.skipped > 0)
         parts += tr("%1 skipped").arg(transfer.skipped);
     return parts.join(QStringLiteral(" · "));
+}
+
+QString totals(const TransferTotals &totals)
+{
+    if (totals.transfers < 2)
+        return {};
+    QString text = tr("%1 transfers · %2 of %3")
+                       .arg(QString::number(totals.transfers), Format::byteCount(totals.bytesDone),
+                            Format::byteCount(totals.bytesTotal));
+    if (totals.bytesPerSecond >= 1)
+        text += tr(" · %1/s").arg(Format::byteCount(qint64(totals.bytesPerSecond)));
+    const QString left = timeLeft(totals.bytesTotal - totals.bytesDone, totals.bytesPerSecond);
+    return left.isEmpty() ? text : text + QStringLiteral(" · ") + left;
 }
 
 int permille(const TransferStatus &transfer)

@@ -6,6 +6,7 @@
 namespace moorix {
 
 struct TransferStatus;
+struct TransferTotals;
 
 /// What the window says about transfers.
 namespace TransferText {
@@ -16,6 +17,8 @@ QString progress(const TransferStatus &transfer);
 QString timeLeft(qint64 bytesLeft, double bytesPerSecond);
 /// How an ended or waiting transfer stands: "21 files, 4.6 MB", "2 skipped", "Cancelled".
 QString outcome(const TransferStatus &transfer);
+/// All open transfers in one line; empty when there are fewer than two.
+QString totals(const TransferTotals &totals);
 /// Of 1000; -1 while the total is unknown.
 int permille(const TransferStatus &transfer);
 

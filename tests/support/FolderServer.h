@@ -5,6 +5,7 @@
 #include "files/LocalFileService.h"
 #include "files/RemoteFileService.h"
 
+#include <QCryptographicHash>
 #include <QFile>
 
 #include <atomic>
@@ -22,9 +23,13 @@ public:
     std::function<void(const QString &source)> halfway;
     /// Files arrive with half of their bytes, reported as success.
     bool losesHalf = false;
+    /// The second half of files arrives as something else of the same size. May be set while a file is halfway.
+    std::atomic<bool> garbles = false;
     /// Names that listings make up.
     QStringList inventedNames;
     std::optional<qint64> space;
+    /// It can compute checksums.
+    bool hasShell = false;
     /// What `connect` throws.
     std::function<void(const std::stop_token &)> connecting;
     std::atomic<int> connects = 0;
@@ -89,6 +94,8 @@ public:
     }
     FileItem followLink(const FileItem &link, const std::stop_token &stop) override
     {
+        if (!m_disk.stat(link.path, stop))
+            throw FileServiceError::notFound(link.path);
         return m_disk.followLink(link, stop);
     }
     void copy(const FileItem &item, const QString &toPath, const std::stop_token &stop) override
@@ -110,6 +117,15 @@ public:
     {
         carry(localPath, toRemote, options, stop);
     }
+    std::optional<QHash<QString, QByteArray>> checksums(const QStringList &paths, const std::stop_token &stop) override
+    {
+        if (!hasShell)
+            return std::nullopt;
+        QHash<QString, QByteArray> sums;
+        for (const QString &path : paths)
+            sums.insert(path, QCryptographicHash::hash(m_disk.read(path, stop), QCryptographicHash::Sha256));
+        return sums;
+    }
     void downloadRecursive(const QString &, const QString &, const std::stop_token &) override { Q_UNREACHABLE(); }
     void uploadRecursive(const QString &, const QString &, const std::stop_token &) override { Q_UNREACHABLE(); }
     void copyRemote(const QString &, const QString &, const std::stop_token &) override { Q_UNREACHABLE(); }
@@ -123,19 +139,23 @@ private:
     void carry(const QString &from, const QString &to, const RemoteTransferOptions &options,
                const std::stop_token &stop) const
     {
-        const QByteArray bytes = LocalFileService().read(from, stop);
+        QByteArray bytes = LocalFileService().read(from, stop);
         QFile target(to);
-        if (!target.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
+        const auto mode = options.resumes ? QIODevice::Append : QIODevice::WriteOnly;
+        if (!target.open(mode | QIODevice::Unbuffered))
             throw FileServiceError::operationFailed(QStringLiteral("open: ") + target.errorString());
+        const qint64 held = options.resumes ? target.size() : 0;
+        bytes.remove(0, held);
         target.write(bytes.left(bytes.size() / 2));
         if (options.progress)
-            options.progress(bytes.size() / 2);
+            options.progress(held + bytes.size() / 2);
         if (halfway)
             halfway(from);
         if (stop.stop_requested())
             throw Cancelled();
+        const QByteArray rest = bytes.mid(bytes.size() / 2);
         if (!losesHalf)
-            target.write(bytes.mid(bytes.size() / 2));
+            target.write(garbles ? QByteArray(rest.size(), '*') : rest);
         if (!options.keepsTimes)
             return;
         const QFile source(from);

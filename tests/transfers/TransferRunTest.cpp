@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "transfers/TransferRun.h"
 #include "base/Error.h"
-#include "support/FolderServer.h"
 #include "support/TestMain.h"
-#include "support/TestTree.h"
+#include "transfers/TransferScene.h"
 
 #include <QFileInfo>
 #include <QTest>
@@ -15,47 +13,6 @@ using namespace moorix::test;
 using namespace Qt::StringLiterals;
 
 namespace {
-
-enum class Route { local, upload, download, betweenServers, withinServer };
-
-/// A source and a target folder on disk, and the two services that see them.
-struct Scene
-{
-    TestTree tree;
-    std::shared_ptr<FileService> disk = std::make_shared<LocalFileService>();
-    std::shared_ptr<FolderServer> server = std::make_shared<FolderServer>();
-    std::shared_ptr<FolderServer> otherServer = std::make_shared<FolderServer>();
-    TransferRequest request;
-    TransferRun::Callbacks callbacks;
-    std::stop_source stop;
-
-    explicit Scene(std::initializer_list<TestTree::Entry> entries, Route route = Route::local)
-        : tree(entries)
-    {
-        request.source = route == Route::local || route == Route::upload ? disk : server;
-        request.destination = route == Route::local || route == Route::download ? disk
-                              : route == Route::betweenServers                  ? otherServer
-                                                                                : server;
-        request.targetFolder = tree.path("to");
-        callbacks.ask = [](const TransferConflict &, const std::stop_token &) -> ConflictAnswer {
-            throw Error(u"Test"_s, u"asked although nobody expected it"_s);
-        };
-    }
-
-    void add(const RelPath &path) { request.items << *LocalFileService().stat(tree.path(path), {}); }
-    TransferOutcome run() { return TransferRun(request, callbacks).run(stop.get_token()); }
-    /// What lies under a folder, by paths relative to it.
-    TreeSnapshot under(const QString &folder) const
-    {
-        TreeSnapshot result;
-        const TreeSnapshot all = tree.snapshot();
-        for (auto entry = all.cbegin(); entry != all.cend(); ++entry) {
-            if (entry.key().startsWith(folder) && entry.key() != folder)
-                result.insert(entry.key().mid(folder.size()), entry.value());
-        }
-        return result;
-    }
-};
 
 void addRoutes()
 {

@@ -17,6 +17,7 @@
 
 #include <QDir>
 
+#include <algorithm>
 #include <array>
 #include <functional>
 #include <utility>
@@ -97,6 +98,13 @@ ServerStore &CommandContext::servers()
     if (!m_servers->problem().isEmpty())
         console::complain(m_servers->problem());
     return *m_servers;
+}
+
+int CommandContext::filesAtOnce()
+{
+    servers();
+    // Not through the settings' store, which would take part in the exchange with the cloud.
+    return int(std::clamp<qint64>(m_preferences->value(u"maxConcurrentTransfers"_s).toInteger(3), 1, 8));
 }
 
 ServerConnection CommandContext::server(const QString &reference)

@@ -42,6 +42,8 @@ public:
     const std::stop_token &stop() const { return m_stop; }
     ServerStore &servers();
     KeychainStore &keychain();
+    /// How many files a copy takes on at once.
+    int filesAtOnce();
     /// The saved server of this id, name or host. Throws a UsageError that tells what is wrong when none or more than
     /// one fits.
     ServerConnection server(const QString &reference);

@@ -10,6 +10,9 @@
 
 #include <QCommandLineParser>
 
+#include <atomic>
+#include <memory>
+
 namespace moorix {
 
 using namespace Qt::StringLiterals;
@@ -60,39 +63,78 @@ QList<TransferRequest> requestsFor(const QStringList &sources, const CopyTarget 
     return requests;
 }
 
-void showProgress(const TransferCounts &counts)
-{
-    const qint64 percent = counts.bytesTotal > 0 ? counts.bytesDone * 100 / counts.bytesTotal : 0;
-    console::showProgress(u"%1 %  %2 of %3  %4"_s.arg(
-        QString::number(percent).rightJustified(3), Format::byteCount(counts.bytesDone),
-        Format::byteCount(counts.bytesTotal), Format::display(counts.currentName).left(40)));
-}
-
-ConflictAnswer askOnTerminal(const TransferConflict &conflict, const std::stop_token &stop)
+/// The choice of a letter, if any.
+std::optional<ConflictAnswer::Choice> choiceFor(QChar letter, const TransferConflict &conflict)
 {
     using Choice = ConflictAnswer::Choice;
-    if (!console::canAsk())
-        throw Error(u"Files"_s, u"“%1” exists already"_s.arg(conflict.existing.path));
-    const QString question = u"“%1” exists already (%2, %3; the new one %4, %5).\n"
-                             "[s]kip, [o]verwrite, [r]ename, [c]ancel; a capital letter for all: "_s;
-    while (true) {
-        const QString reply = console::ask(
-            question.arg(Format::display(conflict.existing.path), Format::byteCount(conflict.existing.size),
-                         Format::date(conflict.existing.modified), Format::byteCount(conflict.source.size),
-                         Format::date(conflict.source.modified)),
-            stop);
-        const bool forAll = !reply.isEmpty() && reply.at(0).isUpper();
-        const QString letter = reply.toLower();
-        if (letter == u"s" || letter == u"skip")
-            return {Choice::skip, forAll};
-        if (letter == u"o" || letter == u"overwrite")
-            return {Choice::overwrite, forAll};
-        if (letter == u"r" || letter == u"rename")
-            return {Choice::rename, forAll};
-        if (letter == u"c" || letter == u"cancel")
-            return {Choice::cancel, false};
+    switch (letter.toLower().unicode()) {
+    case u's':
+        return Choice::skip;
+    case u'o':
+        return Choice::overwrite;
+    case u'n':
+        return Choice::overwriteOlder;
+    case u'd':
+        return Choice::overwriteOtherSize;
+    case u'g':
+        return conflict.canResume() ? std::optional(Choice::resume) : std::nullopt;
+    case u'r':
+        return Choice::rename;
+    case u'c':
+        return Choice::cancel;
+    default:
+        return std::nullopt;
     }
 }
+
+/// Shows progress and asks, never both: files travel on while a question is open.
+class CopyTerminal final
+{
+public:
+    /// Any thread, but one at a time.
+    void show(const TransferCounts &counts) const
+    {
+        if (m_isAsking)
+            return;
+        if (!counts.waitingFor.isEmpty()) {
+            console::showProgress(u"Waiting to reconnect: %1"_s.arg(counts.waitingFor.section(u'\n', 0, 0)));
+            return;
+        }
+        const qint64 percent = counts.bytesTotal > 0 ? counts.bytesDone * 100 / counts.bytesTotal : 0;
+        console::showProgress(u"%1 %  %2 of %3  %4"_s.arg(
+            QString::number(percent).rightJustified(3), Format::byteCount(counts.bytesDone),
+            Format::byteCount(counts.bytesTotal), Format::display(counts.currentName).left(40)));
+    }
+
+    ConflictAnswer ask(const TransferConflict &conflict, const std::stop_token &stop)
+    {
+        if (!console::canAsk())
+            throw Error(u"Files"_s, u"“%1” exists already"_s.arg(conflict.existing.path));
+        m_isAsking = true;
+        const std::shared_ptr<void> end(nullptr, [this](void *) { m_isAsking = false; });
+        while (true) {
+            const QString reply = console::ask(question(conflict), stop);
+            const auto choice = reply.isEmpty() ? std::nullopt : choiceFor(reply.at(0), conflict);
+            if (choice)
+                return {*choice, reply.at(0).isUpper()};
+        }
+    }
+
+private:
+    static QString question(const TransferConflict &conflict)
+    {
+        const FileItem &existing = conflict.existing;
+        const FileItem &source = conflict.source;
+        return u"“%1” exists already (%2, %3; the new one %4, %5).\n"
+               "[s]kip, [o]verwrite, overwrite if [n]ewer, if [d]ifferent in size, %6[r]ename, [c]ancel; a capital "
+               "letter for all: "_s.arg(Format::display(existing.path), Format::byteCount(existing.size),
+                                        Format::date(existing.modified), Format::byteCount(source.size),
+                                        Format::date(source.modified),
+                                        conflict.canResume() ? u"[g]o on where it ends, "_s : QString());
+    }
+
+    std::atomic<bool> m_isAsking = false;
+};
 
 void add(TransferOutcome &sum, const TransferOutcome &outcome)
 {
@@ -100,6 +142,7 @@ void add(TransferOutcome &sum, const TransferOutcome &outcome)
     sum.counts.bytesDone += outcome.counts.bytesDone;
     sum.counts.skipped += outcome.counts.skipped;
     sum.failures += outcome.failures;
+    sum.notes += outcome.notes;
     sum.wasCancelled = outcome.wasCancelled;
 }
 
@@ -115,6 +158,11 @@ void printJson(const TransferOutcome &outcome)
     writer.beginArray();
     for (const QString &failure : outcome.failures)
         writer.value(QJsonValue(failure));
+    writer.endArray();
+    writer.key(u"notes");
+    writer.beginArray();
+    for (const QString &note : outcome.notes)
+        writer.value(QJsonValue(note));
     writer.endArray();
     writer.endObject();
     console::printBytes(writer.bytes());
@@ -136,9 +184,19 @@ ExitCode runCp(const QCommandLineParser &parser, CommandContext &context)
     const QString destination = sources.takeLast();
     const CopyTarget target = copyTarget(destination, sources.size() == 1, context);
     TransferOutcome sum;
+    CopyTerminal terminal;
+    const auto gate = std::make_shared<TransferGate>(context.filesAtOnce());
     for (TransferRequest &request : requestsFor(sources, target, context)) {
         request.policy = policy;
-        TransferRun run(std::move(request), {console::showsProgress() ? showProgress : nullptr, askOnTerminal});
+        request.check = parser.isSet(u"verify"_s) ? TransferCheck::contents : TransferCheck::size;
+        TransferRun::Callbacks callbacks;
+        if (console::showsProgress())
+            callbacks.progress = [&terminal](const TransferCounts &counts) { terminal.show(counts); };
+        callbacks.ask = [&terminal](const TransferConflict &conflict, const std::stop_token &stop) {
+            return terminal.ask(conflict, stop);
+        };
+        callbacks.gate = gate;
+        TransferRun run(std::move(request), std::move(callbacks));
         add(sum, run.run(context.stop()));
         if (sum.wasCancelled)
             break;
@@ -160,7 +218,7 @@ ExitCode runCp(const QCommandLineParser &parser, CommandContext &context)
 QList<Command> copyCommands()
 {
     Command cp{u"cp"_s,
-               u"SOURCE… DESTINATION [--conflict ask|skip|overwrite|rename] [--json]"_s,
+               u"SOURCE… DESTINATION [--conflict ask|skip|overwrite|rename] [--verify] [--json]"_s,
                u"Copy files and folders between any two places."_s,
                {},
                {},
@@ -171,10 +229,13 @@ QList<Command> copyCommands()
     cp.details =
         u"A file reaches its name only once it is whole. An existing folder as DESTINATION takes the sources in; a\n"
         "folder that exists there is merged. Without a terminal, --conflict ask counts conflicts as failures.\n"
-        "--json prints {\"files\",\"bytes\",\"skipped\",\"cancelled\",\"failures\":[text…]}."_s;
+        "A broken connection is tried again for about a minute, and files go on where they stopped. As many files as\n"
+        "the preferences say travel at once.\n"
+        "--json prints {\"files\",\"bytes\",\"skipped\",\"cancelled\",\"failures\":[text…],\"notes\":[text…]}."_s;
     cp.examples = {u"cp ./site web-01:/var/www"_s, u"cp web-01:/var/log/syslog ./syslog.txt"_s,
                    u"cp web-01:/srv/data backup:/srv --conflict overwrite"_s};
     cp.options = {{u"conflict"_s, u"What to do when a file exists: ask, skip, overwrite or rename."_s, u"POLICY"_s},
+                  {u"verify"_s, u"Compare the contents of both sides by SHA-256 afterwards, where the server can."_s},
                   {u"json"_s, u"Print one JSON object."_s}};
     return {cp};
 }

@@ -1,0 +1,197 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "transfers/TransferCarrier.h"
+
+#include "base/Error.h"
+#include "files/FileService.h"
+#include "files/FileServiceError.h"
+#include "transfers/TransferChecksums.h"
+#include "transfers/TransferNames.h"
+
+namespace moorix {
+
+using namespace Qt::StringLiterals;
+using localTransfer::Existing;
+using localTransfer::Start;
+using Standing = TransferPlace::Standing;
+
+TransferCarrier::TransferCarrier(const TransferRequest &request, const TransferRoute &route, TransferLink &link,
+                                 TransferGate &gate, TransferTally &tally)
+    : m_request(request)
+    , m_route(route)
+    , m_link(link)
+    , m_gate(gate)
+    , m_tally(tally)
+{
+}
+
+void TransferCarrier::carry(const FileItem &file, const TransferPlace &place)
+{
+    const FileItem part = transferNames::itemAt(transferNames::partPath(place.path, m_request.id, file), file);
+    const bool replaces = place.standing == Standing::replaced;
+    TransferCopy copy{file, part.path};
+    copy.flush = m_request.isMove || replaces ? localTransfer::Flush::toDisk : localTransfer::Flush::no;
+    copy.start = place.hasPart || place.isContinued ? Start::resumed : Start::fresh;
+    TransferTally::File progress(m_tally, file.name);
+    try {
+        if (place.isContinued && !place.hasPart)
+            m_route.destination().copy(transferNames::itemAt(place.path, file), part.path, m_link.control().token());
+        carryPart(copy, progress);
+        giveName(part, place);
+    } catch (const Error &error) {
+        const TransferControl &control = m_link.control();
+        if (control.isStopped() ? !control.keepsParts() : !isConnectionLost(error))
+            removePart(part);
+        throw;
+    }
+    progress.arrive(file.isSymlink ? 0 : file.size);
+}
+
+void TransferCarrier::carryPart(const TransferCopy &copy, TransferTally::File &progress)
+{
+    const FileItem part = transferNames::itemAt(copy.toPath, copy.file);
+    const bool wasContinued = copyAcrossBreaks(copy, progress) == TransferRoute::Way::continued;
+    try {
+        verify(copy.file, part);
+        if (!wasContinued)
+            return;
+        checkContinued(copy.file, part);
+        m_tally.noteOneMore(u"1 file went on where its copy had stopped."_s,
+                            u"%1 files went on where their copies had stopped."_s);
+        return;
+    } catch (const Error &error) {
+        if (!wasContinued || m_link.control().isStopped() || isConnectionLost(error))
+            throw;
+    }
+    // What was there is no beginning of this file, so it is copied as a whole.
+    removePart(part);
+    TransferCopy afresh = copy;
+    afresh.start = Start::fresh;
+    copyAcrossBreaks(afresh, progress);
+    verify(copy.file, part);
+}
+
+TransferRoute::Way TransferCarrier::copyAcrossBreaks(TransferCopy copy, TransferTally::File &progress)
+{
+    TransferLink::Tries tries(m_link);
+    TransferControl &control = m_link.control();
+    const FileItem part = transferNames::itemAt(copy.toPath, copy.file);
+    std::optional<qint64> first;
+    copy.progress = [&](qint64 bytes) {
+        if (bytes > first.value_or(bytes))
+            tries.restored();
+        first = first.value_or(bytes);
+        progress.moveTo(bytes);
+    };
+    while (true) {
+        control.waitWhilePaused();
+        first.reset();
+        try {
+            const std::stop_token stop = control.untilPause();
+            const TransferGate::Place place = m_gate.enter(m_route.servers(), stop);
+            return m_route.copyFile(copy, stop);
+        } catch (const Cancelled &) {
+            if (control.isStopped())
+                throw;
+        } catch (const Error &error) {
+            // A part of a file that may not be written to can be begun, but not continued.
+            if (copy.start == Start::resumed && !isConnectionLost(error)) {
+                removePart(part);
+                copy.start = Start::fresh;
+                continue;
+            }
+            tries.wait(error);
+        }
+        copy.start = Start::resumed;
+    }
+}
+
+void TransferCarrier::verify(const FileItem &file, const FileItem &part)
+{
+    if (file.isSymlink)
+        return;
+    const auto sizes = [&](const std::stop_token &stop, bool) {
+        const qint64 copied = m_route.sizeAtDestination(part, stop);
+        // A copy may only count as whole, and its original as superfluous, by what the original is at this moment.
+        const bool isTold = !m_request.isMove && copied == file.size;
+        return std::pair(copied, isTold ? file.size : m_route.sizeAtSource(file, stop));
+    };
+    const auto [copied, expected] = m_link.repeat(sizes);
+    if (copied != expected) {
+        throw Error(
+            u"Transfer"_s,
+            u"the copy has %1 bytes, the original %2; it may have changed meanwhile"_s.arg(copied).arg(expected));
+    }
+}
+
+/// Where one of the sides cannot tell, the sizes have to do.
+void TransferCarrier::checkContinued(const FileItem &file, const FileItem &part)
+{
+    const auto compare = [&](const std::stop_token &stop, bool) {
+        const auto copied = transferChecksums::of(m_route.destination(), {part.path}, stop);
+        const auto original = copied ? transferChecksums::of(m_route.source(), {file.path}, stop) : std::nullopt;
+        return !original || original->value(file.path) == copied->value(part.path);
+    };
+    if (!m_link.repeat(compare))
+        throw Error(u"Transfer"_s, u"the copy differs from the original"_s);
+}
+
+void TransferCarrier::giveName(const FileItem &part, const TransferPlace &place)
+{
+    // Asking a server whether something stands there costs as much as the file itself.
+    const bool isSafe = place.isInNewFolder && m_route.isServerDestination();
+    const Existing existing = place.standing == Standing::replaced || isSafe ? Existing::replace : Existing::refuse;
+    const bool isDone = m_link.repeat([&](const std::stop_token &stop, bool isFirst) {
+        if (!isFirst && !m_route.sizeOfPart(part, stop))
+            return m_route.sizeOfPart(transferNames::itemAt(place.path), stop).has_value();
+        return m_route.rename(part, place.path, existing, stop);
+    });
+    if (!isDone)
+        throw Error(u"Transfer"_s, u"its folder lies on another file system"_s);
+}
+
+/// Cleans up even after a stop, hence the token of its own.
+void TransferCarrier::removePart(const FileItem &part)
+{
+    const std::stop_token unstoppable;
+    FileService &service = m_route.destination();
+    try {
+        if (!m_route.isLocalDestination() || service.stat(part.path, unstoppable))
+            service.remove(part, unstoppable);
+    } catch (const Error &error) {
+        const auto *remote = dynamic_cast<const FileServiceError *>(&error);
+        if (remote && remote->kind() == FileServiceError::Case::notFound)
+            return;
+        m_tally.fail(u"The unfinished copy “%1” could not be removed: %2"_s.arg(part.path, error.message()));
+    }
+}
+
+void TransferCarrier::copyTreeOnServer(const FileItem &folder, const TransferPlace &place)
+{
+    const FileItem part = transferNames::itemAt(transferNames::partPath(place.path, m_request.id, folder), folder);
+    try {
+        m_link.repeat([&](const std::stop_token &stop, bool isFirst) {
+            const TransferGate::Place room = m_gate.enter(m_route.servers(), stop);
+            if (!isFirst)
+                removePart(part);
+            m_route.destination().copy(folder, part.path, stop);
+        });
+        giveName(part, place);
+    } catch (const Error &) {
+        removePart(part);
+        throw;
+    }
+}
+
+bool TransferCarrier::moveInOneStep(const FileItem &item, const TransferPlace &place)
+{
+    if (!m_route.isWithinOnePlace() || place.standing == Standing::merged)
+        return false;
+    const Existing existing = place.standing == Standing::replaced ? Existing::replace : Existing::refuse;
+    return m_link.repeat([&](const std::stop_token &stop, bool isFirst) {
+        if (!isFirst && !m_route.source().stat(item.path, stop))
+            return true;
+        return m_route.rename(item, place.path, existing, stop);
+    });
+}
+
+} // namespace moorix

@@ -1,0 +1,206 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// How queued transfers are started, ended and kept.
+#include "transfers/TransferEngine.h"
+
+#include "base/Json.h"
+#include "files/FileService.h"
+#include "transfers/TransferLeftovers.h"
+
+#include <algorithm>
+
+namespace moorix {
+
+using namespace Qt::StringLiterals;
+using State = TransferStatus::State;
+
+void TransferEngine::startNext()
+{
+    const auto underWay = std::count_if(m_transfers.cbegin(), m_transfers.cend(), [](const TransferStatus &status) {
+        return status.state == State::running || status.state == State::reconnecting;
+    });
+    qsizetype free = m_options.mostAtOnce - underWay;
+    for (TransferStatus &status : m_transfers) {
+        // One that is tried again may still be ending.
+        if (free <= 0 || status.state != State::waiting || m_activities.count(status.id) > 0)
+            continue;
+        --free;
+        start(status);
+    }
+}
+
+void TransferEngine::start(TransferStatus &status)
+{
+    const QUuid id = status.id;
+    const Order &order = m_orders.at(id);
+    if (order.next.source && order.next.destination) {
+        setState(status, State::running);
+        run(id);
+    } else {
+        setState(status, State::reconnecting);
+        openPlaces(id);
+    }
+    emit transferChanged(id);
+}
+
+void TransferEngine::openPlaces(const QUuid &id)
+{
+    if (!m_places.open)
+        return;
+    Order &order = m_orders.at(id);
+    // Both ends on one place are one service.
+    if (order.stored.source == order.stored.destination) {
+        order.openSource = openPlace(order.stored.source, id, [](Order &opened, std::shared_ptr<FileService> service) {
+            opened.next.source = service;
+            opened.next.destination = std::move(service);
+        });
+        return;
+    }
+    order.openSource = openPlace(order.stored.source, id, [](Order &opened, std::shared_ptr<FileService> service) {
+        opened.next.source = std::move(service);
+    });
+    order.openDestination =
+        openPlace(order.stored.destination, id, [](Order &opened, std::shared_ptr<FileService> service) {
+            opened.next.destination = std::move(service);
+        });
+}
+
+Job TransferEngine::openPlace(const TransferPlaces::Server &server, const QUuid &id,
+                              std::function<void(Order &, std::shared_ptr<FileService>)> opened)
+{
+    return m_places.open(
+        server,
+        [this, id, opened = std::move(opened)](std::shared_ptr<FileService> service) {
+            Order &order = m_orders.at(id);
+            opened(order, std::move(service));
+            TransferStatus *status = find(id);
+            if (status && status->state == State::reconnecting && order.next.source && order.next.destination)
+                start(*status);
+        },
+        [this, id](const Error &error) { fail(id, error.message()); });
+}
+
+void TransferEngine::run(const QUuid &id)
+{
+    Order &order = m_orders.at(id);
+    TransferActivity::Events events;
+    events.progressed = [this, id](const TransferCounts &counts) { applyCounts(id, counts); };
+    events.asked = [this, id](const TransferConflict &conflict, TransferActivity::Reply reply) {
+        ask(id, conflict, std::move(reply));
+    };
+    events.ended = [this, id](const TransferOutcome &outcome) { finish(id, outcome); };
+    order.stored.hasStarted = true;
+    m_activities[id] =
+        std::make_unique<TransferActivity>(order.next, m_gate, m_options.reconnectDelays, std::move(events));
+    save();
+}
+
+void TransferEngine::finish(const QUuid &id, const TransferOutcome &outcome)
+{
+    applyCounts(id, outcome.counts);
+    // Its functions are running; it goes once they have returned.
+    const std::shared_ptr<TransferActivity> ending = std::move(m_activities.at(id));
+    m_activities.erase(id);
+    onMain([ending] {});
+    withdrawQuestions(id);
+    Order &order = m_orders.at(id);
+    const TransferRequest request = order.next;
+    order.stored.remaining = outcome.remaining;
+    order.stored.failures = outcome.failures;
+    // One that is to be tried again already keeps its new state.
+    if (TransferStatus *status = find(id); status && status->state != State::waiting) {
+        status->failures = outcome.failures;
+        status->notes = outcome.notes;
+        status->hasRemaining = !outcome.remaining.isEmpty();
+        const bool wasCancelled = outcome.wasCancelled || status->state == State::cancelled;
+        setState(*status, wasCancelled                 ? State::cancelled
+                          : outcome.failures.isEmpty() ? State::finished
+                                                       : State::failed);
+    }
+    emit transferChanged(id);
+    if (!outcome.changedTargetFolders.isEmpty())
+        emit foldersChanged(request.destination.get(), outcome.changedTargetFolders);
+    if (!outcome.changedSourceFolders.isEmpty())
+        emit foldersChanged(request.source.get(), outcome.changedSourceFolders);
+    startNext();
+    save();
+}
+
+/// A transfer whose places cannot be opened waits for the user again.
+void TransferEngine::fail(const QUuid &id, const QString &sentence)
+{
+    TransferStatus *status = find(id);
+    if (!status || status->state != State::reconnecting)
+        return;
+    setState(*status, State::interrupted);
+    status->failures = {sentence};
+    emit transferChanged(id);
+    startNext();
+}
+
+/// Behind a transfer that nobody will go on with. What is out of reach stays.
+void TransferEngine::removeLeftovers(const Order &order)
+{
+    const auto remove = [request = order.stored.request](const std::shared_ptr<FileService> &destination) {
+        TransferRequest left = request;
+        left.destination = destination;
+        runJob([left](const std::stop_token &stop) { transferLeftovers::remove(left, stop); }, [] {},
+               [](const Error &) {})
+            .detach();
+    };
+    if (!order.stored.hasStarted)
+        return;
+    if (order.next.destination)
+        remove(order.next.destination);
+    else if (m_places.open)
+        m_cleanups.push_back(m_places.open(order.stored.destination, remove, [](const Error &) {}));
+}
+
+void TransferEngine::keepQueueIn(const QString &path, TransferPlaces places)
+{
+    m_places = std::move(places);
+    m_file.emplace(path);
+    QString problem;
+    for (StoredTransfer &stored : m_file->load(problem)) {
+        TransferStatus status;
+        status.id = stored.request.id;
+        status.title = stored.request.title();
+        status.failures = stored.failures;
+        status.hasRemaining = !stored.remaining.isEmpty();
+        status.state = stored.failures.isEmpty() ? State::interrupted : State::failed;
+        Order order;
+        order.next = stored.request;
+        order.next.isContinuation = stored.hasStarted;
+        order.isKept = true;
+        order.stored = std::move(stored);
+        m_orders.insert_or_assign(status.id, std::move(order));
+        m_transfers.append(std::move(status));
+    }
+    emit listChanged();
+    if (!problem.isEmpty())
+        emit queueProblem(problem);
+}
+
+void TransferEngine::save()
+{
+    if (!m_file)
+        return;
+    QList<StoredTransfer> stored;
+    for (const TransferStatus &status : std::as_const(m_transfers)) {
+        const auto order = m_orders.find(status.id);
+        const bool hasEnded = status.state == State::finished || status.state == State::cancelled;
+        if (order == m_orders.end() || !order->second.isKept || hasEnded)
+            continue;
+        stored.append(order->second.stored);
+        if (isOpen(status.state)) {
+            stored.last().failures.clear();
+            stored.last().remaining.clear();
+        }
+    }
+    try {
+        m_file->save(stored);
+    } catch (const Error &error) {
+        emit queueProblem(error.message());
+    }
+}
+
+} // namespace moorix

@@ -1,0 +1,127 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "transfers/TransferPlacement.h"
+
+#include "base/Error.h"
+#include "files/Format.h"
+#include "transfers/TransferNames.h"
+
+#include <cstdlib>
+
+namespace moorix {
+
+using namespace Qt::StringLiterals;
+using Choice = ConflictAnswer::Choice;
+using Standing = TransferPlace::Standing;
+
+namespace {
+
+bool isFolder(const FileItem &item)
+{
+    return item.isDirectory && !item.isSymlink;
+}
+
+/// Whether a file is what an earlier run of the transfer has put there. Servers tell times to the minute.
+bool hasArrivedBefore(const FileItem &source, const FileItem &existing)
+{
+    constexpr qint64 toleranceMsecs = 60'000;
+    if (isFolder(source) || isFolder(existing) || source.isSymlink != existing.isSymlink ||
+        source.size != existing.size || !source.modified || !existing.modified)
+        return false;
+    return std::abs(source.modified->msecsTo(*existing.modified)) < toleranceMsecs;
+}
+
+} // namespace
+
+TransferPlacement::TransferPlacement(const TransferRequest &request, const TransferRoute &route, Ask ask)
+    : m_request(request)
+    , m_route(route)
+    , m_ask(std::move(ask))
+    , m_forAll(choiceOf(request.policy))
+{
+}
+
+TransferPlacement::Decision TransferPlacement::decide(const TransferNode &node, const TransferTarget &target)
+{
+    FileItem item = node.item;
+    if (!m_request.newName.isEmpty() && target.path == m_request.targetFolder)
+        item.name = m_request.newName;
+    const TransferPlace direct = placeAt(node.item, item.name, target);
+    const auto existing = target.entries.constFind(item.name);
+    const bool picksNewName = m_request.policy == TransferConflictPolicy::rename && !m_request.isMove;
+    if (existing == target.entries.cend() || !picksNewName)
+        refuseOntoItself(node, direct);
+    if (existing == target.entries.cend())
+        return {Kind::goes, direct};
+    return decideConflict(node, item, *existing, target);
+}
+
+TransferPlacement::Decision TransferPlacement::decideConflict(const TransferNode &node, const FileItem &item,
+                                                              const FileItem &existing, const TransferTarget &target)
+{
+    TransferPlace place = placeAt(node.item, item.name, target);
+    const bool keepsBoth = m_forAll == Choice::rename;
+    if (node.isFolder() && isFolder(existing) && (!keepsBoth || m_request.isContinuation)) {
+        place.standing = Standing::merged;
+        return {Kind::goes, place};
+    }
+    place.standing = Standing::replaced;
+    // An original may only go once its copy has been checked by this run, so for a move it is made once more.
+    if (m_request.isContinuation && hasArrivedBefore(item, existing))
+        return {m_request.isMove ? Kind::goes : Kind::isThere, place};
+    const Choice choice = choose({item, existing});
+    if (choice == Choice::skip)
+        return {Kind::isSkipped, place};
+    if (choice == Choice::rename) {
+        const QString name = transferNames::freeName(
+            item, [&target](const QString &candidate) { return target.entries.contains(candidate); });
+        const TransferPlace renamed = placeAt(node.item, name, target);
+        refuseOntoItself(node, renamed);
+        return {Kind::goes, renamed};
+    }
+    if (node.isFolder())
+        throw Error(u"Transfer"_s, u"a file of this name is there, and a folder does not replace a file"_s);
+    if (isFolder(existing))
+        throw Error(u"Transfer"_s, u"a folder of this name is there, and a file does not replace a folder"_s);
+    place.isContinued = choice == Choice::resume;
+    return {Kind::goes, place};
+}
+
+Choice TransferPlacement::choose(const TransferConflict &conflict)
+{
+    if (m_forAll) {
+        if (const auto choice = settled(*m_forAll, conflict))
+            return *choice;
+    }
+    while (true) {
+        const ConflictAnswer answer = m_ask(conflict);
+        if (answer.choice == Choice::cancel)
+            throw Cancelled();
+        const auto choice = settled(answer.choice, conflict);
+        if (choice && answer.forAll)
+            m_forAll = answer.choice;
+        if (choice)
+            return *choice;
+    }
+}
+
+TransferPlace TransferPlacement::placeAt(const FileItem &item, const QString &name, const TransferTarget &target) const
+{
+    TransferPlace place;
+    place.path = Format::join(target.path, name);
+    place.isInNewFolder = target.isNew;
+    const QString part = transferNames::partPath(place.path, m_request.id, item);
+    place.hasPart = target.entries.contains(Format::fileName(part));
+    return place;
+}
+
+void TransferPlacement::refuseOntoItself(const TransferNode &node, const TransferPlace &place) const
+{
+    if (m_route.isSame(node.item.path, place.path)) {
+        throw Error(u"Transfer"_s,
+                    m_request.isMove ? u"it is in this folder already"_s : u"it cannot be copied onto itself"_s);
+    }
+    if (node.isFolder() && m_route.isInside(Format::parent(place.path), node.item.path))
+        throw Error(u"Transfer"_s, u"a folder cannot go into itself"_s);
+}
+
+} // namespace moorix

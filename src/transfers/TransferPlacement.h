@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "transfers/TransferCarrier.h"
+#include "transfers/TransferPlan.h"
+
+#include <QHash>
+
+#include <functional>
+#include <optional>
+
+namespace moorix {
+
+/// A folder written into, with what stands in it.
+struct TransferTarget
+{
+    QString path;
+    QHash<QString, FileItem> entries = {};
+    /// Made by this transfer.
+    bool isNew = false;
+};
+
+/// Decides where each item goes, and asks where something stands there already. One thread only.
+class TransferPlacement final
+{
+public:
+    using Ask = std::function<ConflictAnswer(const TransferConflict &)>;
+
+    enum class Kind { goes, isSkipped, isThere };
+    struct Decision
+    {
+        Kind kind = Kind::isSkipped;
+        TransferPlace place = {};
+    };
+
+    TransferPlacement(const TransferRequest &request, const TransferRoute &route, Ask ask);
+
+    /// Throws when the item cannot go there, and Cancelled when that is the answer.
+    Decision decide(const TransferNode &node, const TransferTarget &target);
+
+private:
+    Decision decideConflict(const TransferNode &node, const FileItem &item, const FileItem &existing,
+                            const TransferTarget &target);
+    ConflictAnswer::Choice choose(const TransferConflict &conflict);
+    TransferPlace placeAt(const FileItem &item, const QString &name, const TransferTarget &target) const;
+    void refuseOntoItself(const TransferNode &node, const TransferPlace &place) const;
+
+    const TransferRequest &m_request;
+    const TransferRoute &m_route;
+    Ask m_ask;
+    /// The answer for all further conflicts.
+    std::optional<ConflictAnswer::Choice> m_forAll;
+};
+
+} // namespace moorix

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "transfers/TransferPlaces.h"
+#include "transfers/TransferRequest.h"
+
+#include <QStringList>
+
+namespace moorix {
+
+/// A transfer as it outlives the program: without the services, which are opened again by their servers' ids.
+struct StoredTransfer
+{
+    TransferPlaces::Server source;
+    TransferPlaces::Server destination;
+    /// All that was asked for.
+    TransferRequest request;
+    /// What is left of it after a failed try.
+    QList<TransferPiece> remaining;
+    QStringList failures;
+    /// Files may have arrived already, whole or in part.
+    bool hasStarted = false;
+};
+
+/// The transfers that have not come to their end, in one document. Main thread.
+class TransferQueueFile final
+{
+public:
+    explicit TransferQueueFile(QString path);
+
+    /// What the document holds. One that cannot be decoded is set aside; `problem` then says so.
+    QList<StoredTransfer> load(QString &problem) const;
+    /// Replaces the document. Throws an Error when it cannot be written.
+    void save(const QList<StoredTransfer> &transfers);
+
+private:
+    QString m_path;
+    QByteArray m_saved;
+};
+
+} // namespace moorix

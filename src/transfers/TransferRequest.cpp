@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "transfers/TransferRequest.h"
+
+#include "files/Format.h"
+
+namespace moorix {
+
+using namespace Qt::StringLiterals;
+
+QList<TransferPiece> TransferRequest::pieces() const
+{
+    QList<TransferPiece> all = more;
+    if (!items.isEmpty())
+        all.prepend({items, targetFolder});
+    return all;
+}
+
+QString TransferRequest::title() const
+{
+    const QString verb = isMove ? u"Moving"_s : u"Copying"_s;
+    const QString what =
+        items.size() == 1 ? u"“%1”"_s.arg(Format::display(items.constFirst().name)) : u"%1 items"_s.arg(items.size());
+    return u"%1 %2 to %3"_s.arg(verb, what, Format::display(targetFolder));
+}
+
+} // namespace moorix

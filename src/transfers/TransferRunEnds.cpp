@@ -1,0 +1,148 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What is done once all of an item has arrived, and how an original is given up.
+#include "transfers/TransferRun.h"
+
+#include "base/Error.h"
+#include "files/FileService.h"
+#include "files/Format.h"
+#include "transfers/TransferChecksums.h"
+
+namespace moorix {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// "rwxr-x---" as octal digits; nothing for another text.
+std::optional<QString> octalDigits(const std::optional<QString> &permissions)
+{
+    if (!permissions || permissions->size() != 9)
+        return std::nullopt;
+    int mode = 0;
+    for (const QChar letter : *permissions)
+        mode = mode * 2 + (letter == u'-' ? 0 : 1);
+    return QString::number(mode, 8).rightJustified(3, u'0');
+}
+
+} // namespace
+
+/// The last one out closes the door: whichever lane it is, the folders get their modes and times, and the original
+/// goes.
+void TransferRun::release(Item &item)
+{
+    if (--item.pending > 0 || m_callbacks.control->isStopped())
+        return;
+    try {
+        for (auto folder = item.newFolders.crbegin(); folder != item.newFolders.crend(); ++folder)
+            applyFolderAttributes(folder->first, folder->second);
+        if (m_request.isMove && !item.isIncomplete && m_request.check == TransferCheck::size)
+            removeSource(item);
+    } catch (const Cancelled &) {
+        return;
+    } catch (const Error &error) {
+        endForLostLink(error);
+    }
+}
+
+/// Modes and times that a file system or a server does not take are left as they are: the content is what counts.
+void TransferRun::applyFolderAttributes(const FileItem &folder, const QString &path)
+{
+    if (const auto octal = octalDigits(folder.permissions)) {
+        try {
+            m_link.repeat([&](const std::stop_token &stop, bool) {
+                m_route.destination().setPermissions(path, *octal, Recursive::no, stop);
+            });
+        } catch (const Cancelled &) {
+            throw;
+        } catch (const Error &error) {
+            if (isConnectionLost(error))
+                throw;
+        }
+    }
+    if (m_route.isLocalDestination() && folder.modified)
+        localTransfer::setModified(path, *folder.modified);
+}
+
+/// Reads both sides once more, each in one go.
+void TransferRun::checkContents()
+{
+    QStringList originals;
+    QStringList copies;
+    for (const Arrived &arrived : m_arrived) {
+        if (arrived.file.isSymlink)
+            continue;
+        originals << arrived.file.path;
+        copies << arrived.path;
+    }
+    const auto sums = [this](FileService &service, const QStringList &paths) {
+        return m_link.repeat(
+            [&](const std::stop_token &stop, bool) { return transferChecksums::of(service, paths, stop); });
+    };
+    const auto copied = sums(m_route.destination(), copies);
+    const auto original = copied ? sums(m_route.source(), originals) : std::nullopt;
+    m_tally.note(original ? u"Contents compared by SHA-256."_s
+                          : u"Only sizes were compared: the server cannot compute checksums."_s);
+    for (const Arrived &arrived : m_arrived) {
+        if (!original || arrived.file.isSymlink || original->value(arrived.file.path) == copied->value(arrived.path))
+            continue;
+        arrived.item->isIncomplete = true;
+        m_tally.fail(u"The copy of “%1” differs from the original."_s.arg(Format::display(arrived.file.name)));
+    }
+    for (const std::deque<Item> &piece : m_pieces) {
+        for (const Item &item : piece) {
+            if (m_request.isMove && !item.isIncomplete)
+                removeSource(item);
+        }
+    }
+}
+
+/// The originals go in one step and last: only when all of them have arrived, and only when nothing has joined them or
+/// changed since they were read.
+void TransferRun::removeSource(const Item &item)
+{
+    const TransferNode &node = item.node;
+    if (node.fate == TransferNode::Fate::moved)
+        return;
+    try {
+        const auto present = m_link.repeat(
+            [&](const std::stop_token &stop, bool) { return m_route.source().stat(node.item.path, stop); });
+        if (!present)
+            return;
+        if (!isUnchanged(node, *present)) {
+            m_tally.fail(u"“%1” was copied, but the original stays because it has changed meanwhile."_s.arg(
+                Format::display(node.item.name)));
+            return;
+        }
+        m_link.repeat([&](const std::stop_token &stop, bool isFirst) {
+            if (isFirst || m_route.source().stat(node.item.path, stop))
+                m_route.source().remove(node.item, stop);
+        });
+    } catch (const Cancelled &) {
+        throw;
+    } catch (const Error &error) {
+        m_tally.fail(u"“%1” was copied, but the original could not be removed: %2"_s.arg(
+            Format::display(node.item.name), error.message()));
+    }
+}
+
+bool TransferRun::isUnchanged(const TransferNode &node, const FileItem &present)
+{
+    const auto list = [this](const QString &path) {
+        return m_link.repeat([&](const std::stop_token &stop, bool) {
+            return m_route.source().list(path, HiddenFiles::included, stop);
+        });
+    };
+    TransferNode now{node.item};
+    now.item.size = present.size;
+    // One file and a whole listing of a server may be dated in different time zones.
+    if (!m_route.isServerSource())
+        now.item.modified = present.modified;
+    bool isUnchanged = true;
+    const auto from =
+        m_route.isServerSource() ? transferNames::NameSource::server : transferNames::NameSource::localDisk;
+    const TransferScan scan(list, from, [&isUnchanged](const FileItem &, const QString &) { isUnchanged = false; });
+    scan.fill(now);
+    return isUnchanged && holdsNothingElse(now, node);
+}
+
+} // namespace moorix

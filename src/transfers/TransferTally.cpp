@@ -1,0 +1,131 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "transfers/TransferTally.h"
+
+namespace moorix {
+
+TransferTally::TransferTally(Report report)
+    : m_report(std::move(report))
+{
+}
+
+TransferTally::File::File(TransferTally &tally, const QString &name)
+    : m_tally(tally)
+{
+    tally.change([&name](TransferCounts &counts) { counts.currentName = name; });
+}
+
+TransferTally::File::~File()
+{
+    moveTo(0);
+}
+
+void TransferTally::File::moveTo(qint64 bytes)
+{
+    const qint64 delta = bytes - m_bytes;
+    m_bytes = bytes;
+    if (delta != 0)
+        m_tally.change([delta](TransferCounts &counts) { counts.bytesDone += delta; });
+}
+
+void TransferTally::File::arrive(qint64 size)
+{
+    const qint64 delta = size - m_bytes;
+    m_bytes = 0;
+    m_tally.change([delta](TransferCounts &counts) {
+        counts.bytesDone += delta;
+        ++counts.filesDone;
+    });
+}
+
+void TransferTally::addTotal(qint64 files, qint64 bytes)
+{
+    change([files, bytes](TransferCounts &counts) {
+        counts.filesTotal += files;
+        counts.bytesTotal += bytes;
+    });
+}
+
+void TransferTally::addDone(qint64 files, qint64 bytes)
+{
+    change([files, bytes](TransferCounts &counts) {
+        counts.filesDone += files;
+        counts.bytesDone += bytes;
+    });
+}
+
+void TransferTally::addSkipped(qint64 files)
+{
+    change([files](TransferCounts &counts) { counts.skipped += files; });
+}
+
+void TransferTally::fail(const QString &sentence)
+{
+    const std::lock_guard lock(m_mutex);
+    m_outcome.failures.append(sentence);
+}
+
+void TransferTally::noteChanged(const QString &targetFolder)
+{
+    const std::lock_guard lock(m_mutex);
+    m_changedFolders.insert(targetFolder);
+}
+
+void TransferTally::note(const QString &text)
+{
+    const std::lock_guard lock(m_mutex);
+    if (!m_outcome.notes.contains(text))
+        m_outcome.notes.append(text);
+}
+
+void TransferTally::noteOneMore(const QString &one, const QString &several)
+{
+    const std::lock_guard lock(m_mutex);
+    auto &[text, count] = m_numbers[several];
+    text = one;
+    ++count;
+}
+
+void TransferTally::waitFor(const QString &lostLink)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_outcome.counts.waitingFor == lostLink)
+            return;
+        m_outcome.counts.waitingFor = lostLink;
+    }
+    publish(true);
+}
+
+void TransferTally::change(const std::function<void(TransferCounts &)> &change)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        change(m_outcome.counts);
+    }
+    publish();
+}
+
+void TransferTally::publish(bool always)
+{
+    constexpr qint64 intervalMsecs = 100;
+    // Reported under the lock, so that an older count never comes after a newer one.
+    const std::lock_guard lock(m_mutex);
+    if (!m_report || (!always && m_sincePublished.isValid() && m_sincePublished.elapsed() < intervalMsecs))
+        return;
+    m_sincePublished.start();
+    m_report(m_outcome.counts);
+}
+
+TransferOutcome TransferTally::outcome() const
+{
+    const std::lock_guard lock(m_mutex);
+    TransferOutcome outcome = m_outcome;
+    outcome.changedTargetFolders = m_changedFolders.values();
+    for (auto number = m_numbers.cbegin(); number != m_numbers.cend(); ++number) {
+        const auto &[one, count] = number.value();
+        outcome.notes.append(count == 1 ? one : number.key().arg(count));
+    }
+    return outcome;
+}
+
+} // namespace moorix

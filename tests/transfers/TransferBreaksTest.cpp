@@ -1,0 +1,207 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "support/TestMain.h"
+#include "transfers/TransferScene.h"
+
+#include <QTest>
+
+using namespace moorix;
+using namespace moorix::test;
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+const QByteArray much = QByteArray("0123456789abcdef").repeated(1024 * 1024);
+
+} // namespace
+
+class TransferBreaksTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void brokenLinkGoesOnWhereItStopped_data()
+    {
+        QTest::addColumn<Route>("route");
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<bool>("isContinued");
+        QTest::newRow("upload") << Route::upload << QByteArray("12345678") << true;
+        QTest::newRow("download") << Route::download << much << true;
+        QTest::newRow("download of less than what is in doubt") << Route::download << QByteArray("12345678") << false;
+        QTest::newRow("between servers") << Route::betweenServers << QByteArray("12345678") << false;
+    }
+    void brokenLinkGoesOnWhereItStopped()
+    {
+        QFETCH(const Route, route);
+        QFETCH(const QByteArray, content);
+        QFETCH(const bool, isContinued);
+        Scene scene({{"from/a", content}, {"to/", ""}}, route);
+        scene.callbacks.reconnectDelays = {1ms, 1ms};
+        scene.server->halfway = breakLink(2);
+        std::atomic<bool> waited = false;
+        scene.callbacks.progress = [&waited](const TransferCounts &counts) {
+            if (counts.waitingFor.contains(u"reset by peer"_s))
+                waited = true;
+            QVERIFY(counts.bytesDone <= counts.bytesTotal);
+        };
+        scene.add("from/a");
+        const TransferOutcome outcome = scene.run();
+        QCOMPARE(outcome.failures, QStringList());
+        QVERIFY(waited);
+        QVERIFY(outcome.counts.waitingFor.isEmpty());
+        QVERIFY(scene.tree.read("to/a") == content);
+        QCOMPARE(scene.under(u"to/"_s).size(), 1);
+        QCOMPARE(outcome.notes.value(0).contains(u"1 file went on"_s), isContinued);
+    }
+
+    void partThatDoesNotFitIsCopiedAfresh()
+    {
+        Scene scene({{"from/a", "12345678"}, {"to/", ""}}, Route::upload);
+        scene.callbacks.reconnectDelays = {1ms};
+        scene.server->hasShell = true;
+        scene.server->halfway = [&scene, broken = std::make_shared<bool>()](const QString &) {
+            if (std::exchange(*broken, true))
+                return;
+            scene.tree.write("from/a", "abcdefgh");
+            throw FileServiceError::connectionFailed(u"gone"_s);
+        };
+        scene.add("from/a");
+        const TransferOutcome outcome = scene.run();
+        QCOMPARE(outcome.failures, QStringList());
+        QCOMPARE(scene.under(u"to/"_s), (TreeSnapshot{{u"a"_s, "abcdefgh"}}));
+        QCOMPARE(outcome.notes, QStringList());
+    }
+
+    void refusedLoginIsNotTriedAgain()
+    {
+        Scene scene({{"from/a", "1"}, {"to/", ""}}, Route::upload);
+        scene.callbacks.reconnectDelays = {1h};
+        scene.server->halfway = [](const QString &) {
+            throw FileServiceError::connectionFailed(u"…\nme@host: Permission denied (publickey,password)."_s);
+        };
+        scene.add("from/a");
+        QCOMPARE(scene.run().failures.size(), 1);
+    }
+
+    void stopEndsTheWaitForALostLink()
+    {
+        Scene scene({{"from/a", "12345678"}, {"to/", ""}}, Route::upload);
+        scene.callbacks.reconnectDelays = {1h};
+        scene.server->halfway = breakLink(1);
+        scene.callbacks.progress = [&scene](const TransferCounts &counts) {
+            if (!counts.waitingFor.isEmpty())
+                scene.stop.request_stop();
+        };
+        scene.add("from/a");
+        QVERIFY(scene.run().wasCancelled);
+        QCOMPARE(scene.under(u"to/"_s), TreeSnapshot());
+    }
+
+    void whatALostLinkLeftOverIsAllThatAnotherTryCopies()
+    {
+        Scene scene({{"from/d/a", "12345678"}, {"from/d/e/b", "12345678"}, {"from/d/c", "whole"}, {"to/", ""}},
+                    Route::upload);
+        scene.callbacks.gate = std::make_shared<TransferGate>(1);
+        scene.request.id = QUuid::createUuid();
+        scene.server->halfway = [](const QString &source) {
+            if (!source.endsWith(u'c'))
+                throw FileServiceError::connectionFailed(u"gone"_s);
+        };
+        scene.add("from/d/c");
+        scene.add("from/d");
+        TransferOutcome outcome = scene.run();
+        QCOMPARE(outcome.failures, QStringList{u"Could not connect: gone"_s});
+        QVERIFY(!outcome.wasCancelled);
+        QCOMPARE(scene.tree.read("to/c"), QByteArray("whole"));
+
+        // The files that had come to their places stay untouched, parts are taken up.
+        scene.tree.write("to/c", "other");
+        scene.server->halfway = nullptr;
+        scene.request.items.clear();
+        scene.request.more = outcome.remaining;
+        scene.request.isContinuation = true;
+        outcome = scene.run();
+        QCOMPARE(outcome.failures, QStringList());
+        QCOMPARE(outcome.remaining.size(), 0);
+        QCOMPARE(scene.under(u"to/"_s), (TreeSnapshot{{u"c"_s, "other"},
+                                                      {u"d/"_s, ""},
+                                                      {u"d/a"_s, "12345678"},
+                                                      {u"d/c"_s, "whole"},
+                                                      {u"d/e/"_s, ""},
+                                                      {u"d/e/b"_s, "12345678"}}));
+    }
+
+    void continuedCopyPassesByWhatHasArrivedAndAMoveCopiesItAgain_data()
+    {
+        QTest::addColumn<bool>("isMove");
+        QTest::newRow("copy") << false;
+        QTest::newRow("move") << true;
+    }
+    void continuedCopyPassesByWhatHasArrivedAndAMoveCopiesItAgain()
+    {
+        QFETCH(const bool, isMove);
+        Scene scene({{"from/a", "12345678"}, {"from/b", "12345678"}, {"to/a", "********"}, {"to/b", "short"}},
+                    Route::upload);
+        scene.request.isContinuation = true;
+        scene.request.isMove = isMove;
+        scene.callbacks.ask = [](const TransferConflict &conflict, const std::stop_token &) {
+            // What differs is the user's to decide.
+            return ConflictAnswer{conflict.existing.name == u"b" ? ConflictAnswer::Choice::overwrite
+                                                                 : ConflictAnswer::Choice::cancel};
+        };
+        scene.add("from/a");
+        scene.add("from/b");
+        const TransferOutcome outcome = scene.run();
+        QCOMPARE(outcome.failures, QStringList());
+        QCOMPARE(outcome.counts.filesDone, 2);
+        QCOMPARE(scene.under(u"to/"_s),
+                 (TreeSnapshot{{u"a"_s, isMove ? "12345678" : "********"}, {u"b"_s, "12345678"}}));
+        QCOMPARE(scene.under(u"from/"_s).size(), isMove ? 0 : 2);
+    }
+
+    void olderHalfOfAFileIsContinuedOnlyIfItFits_data()
+    {
+        QTest::addColumn<QByteArray>("existing");
+        QTest::addColumn<bool>("isContinued");
+        QTest::newRow("its beginning") << QByteArray("1234") << true;
+        QTest::newRow("something else") << QByteArray("abcd") << false;
+    }
+    void olderHalfOfAFileIsContinuedOnlyIfItFits()
+    {
+        QFETCH(const QByteArray, existing);
+        QFETCH(const bool, isContinued);
+        for (const Route route : {Route::local, Route::upload}) {
+            Scene scene({{"from/a", "12345678"}, {"to/a", existing}}, route);
+            scene.server->hasShell = true;
+            scene.callbacks.ask = [](const TransferConflict &conflict, const std::stop_token &) {
+                return ConflictAnswer{conflict.canResume() ? ConflictAnswer::Choice::resume
+                                                           : ConflictAnswer::Choice::cancel};
+            };
+            scene.add("from/a");
+            const TransferOutcome outcome = scene.run();
+            QCOMPARE(outcome.failures, QStringList());
+            QCOMPARE(scene.under(u"to/"_s), (TreeSnapshot{{u"a"_s, "12345678"}}));
+            QCOMPARE(outcome.notes.size(), isContinued ? 1 : 0);
+        }
+    }
+
+    void comparedContentsFindWhatSizesDoNot()
+    {
+        Scene scene({{"from/good", "12345678"}, {"from/bad", "12345678"}, {"to/", ""}}, Route::upload);
+        scene.server->hasShell = true;
+        scene.request.check = TransferCheck::contents;
+        scene.request.isMove = true;
+        scene.server->halfway = [&scene](const QString &source) {
+            if (source.endsWith(u"bad"_s))
+                scene.server->garbles = true;
+        };
+        scene.callbacks.gate = std::make_shared<TransferGate>(1);
+        scene.add("from/good");
+        scene.add("from/bad");
+        QCOMPARE(scene.run().failures, QStringList{u"The copy of “bad” differs from the original."_s});
+        QCOMPARE(scene.under(u"from/"_s), (TreeSnapshot{{u"bad"_s, "12345678"}}));
+    }
+};
+
+MOORIX_TEST(TransferBreaksTest)
+#include "TransferBreaksTest.moc"

@@ -1,0 +1,164 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "remote/SFTPService.h"
+#include "support/TestMain.h"
+#include "support/TestServer.h"
+#include "transfers/TransferChecksums.h"
+#include "transfers/TransferScene.h"
+
+#include <QTest>
+
+#include <csignal>
+#include <unistd.h>
+
+using namespace moorix;
+using namespace moorix::test;
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+/// The real clients, at a pace that leaves time to interfere.
+class SlowClients final : public ProcessRunner
+{
+public:
+    explicit SlowClients(const QString &knownHostsPath)
+        : m_clients(knownHostsPath)
+    {
+    }
+
+    ProcessResult run(const ProcessRequest &request, const std::stop_token &stop) override
+    {
+        ProcessRequest slow = request;
+        if (request.program.endsWith(u"/sftp"_s))
+            slow.arguments = QStringList{u"-l"_s, u"80000"_s} + request.arguments;
+        return m_clients.run(slow, stop);
+    }
+
+private:
+    IsolatedClients m_clients;
+};
+
+/// Kills the first child of this program that runs `program`. Returns whether there was one.
+bool killChild(const QByteArray &program)
+{
+    for (const qint64 process : descendants(::getpid())) {
+        QFile name(u"/proc/%1/comm"_s.arg(process));
+        if (name.open(QIODevice::ReadOnly) && name.readAll().trimmed() == program)
+            return ::kill(pid_t(process), SIGKILL) == 0;
+    }
+    return false;
+}
+
+} // namespace
+
+/// Transfers to and from a real sshd through the real clients.
+class TransferServerTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        m_sshd = std::make_unique<TestServer>();
+        m_service = connected(std::make_shared<IsolatedClients>(m_sshd->knownHostsPath()), m_sshd->connection());
+    }
+
+    void cleanupTestCase()
+    {
+        m_service->disconnect();
+        m_service.reset();
+        m_sshd.reset();
+    }
+
+    void killedClientIsMadeUpFor_data()
+    {
+        QTest::addColumn<bool>("isUpload");
+        QTest::addColumn<QByteArray>("victim");
+        for (const char *victim : {"sftp", "ssh"}) {
+            QTest::addRow("upload, %s", victim) << true << QByteArray(victim);
+            QTest::addRow("download, %s", victim) << false << QByteArray(victim);
+        }
+    }
+    void killedClientIsMadeUpFor()
+    {
+        QFETCH(const bool, isUpload);
+        QFETCH(const QByteArray, victim);
+        constexpr qsizetype size = 10 * 1024 * 1024;
+        QByteArray content(size, Qt::Uninitialized);
+        std::generate(content.begin(), content.end(), [state = 1u]() mutable {
+            state = state * 1664525 + 1013904223;
+            return char(state >> 24);
+        });
+        const auto slow = connected(std::make_shared<SlowClients>(m_sshd->knownHostsPath()), m_sshd->connection());
+        Scene scene({{"from/a", content}, {"to/", ""}});
+        (isUpload ? scene.request.destination : scene.request.source) = slow;
+        scene.callbacks.reconnectDelays = {1ms, 50ms, 200ms, 1s};
+        std::atomic<bool> killed = false;
+        scene.callbacks.progress = [&](const TransferCounts &counts) {
+            if (counts.bytesDone > size / 2 && !killed)
+                killed = killChild(victim);
+        };
+        scene.add("from/a");
+        const TransferOutcome outcome = scene.run();
+        QVERIFY(killed);
+        QCOMPARE(outcome.failures, QStringList());
+        QVERIFY(scene.tree.read("to/a") == content);
+        QCOMPARE(scene.under(u"to/"_s).size(), 1);
+        QCOMPARE(outcome.notes, QStringList{u"1 file went on where its copy had stopped."_s});
+    }
+
+    void fullDiskLeavesTheOldFileWhole()
+    {
+        if (!m_sshd->hasAccounts())
+            QSKIP("Only root can mount a small disk.");
+        const QString old = m_sshd->fullDiskPath() + u"/a"_s;
+        m_service->write("old", old, {});
+        Scene scene({{"from/a", QByteArray(100'000, 'x')}});
+        scene.request.destination = m_service;
+        scene.request.targetFolder = m_sshd->fullDiskPath();
+        scene.request.policy = TransferConflictPolicy::overwrite;
+        scene.request.isMove = true;
+        scene.add("from/a");
+        const TransferOutcome outcome = scene.run();
+        QCOMPARE(outcome.failures.size(), 1);
+        QCOMPARE(m_service->read(old, {}), QByteArray("old"));
+        QCOMPARE(m_service->list(m_sshd->fullDiskPath(), HiddenFiles::included, {}).size(), 1);
+        QVERIFY(scene.tree.exists("from/a"));
+    }
+
+    void checksumsOfManyFilesComeInOneGo()
+    {
+        const TestTree tree{{"plain", "1"}, {"two  spaces", "2"}, {"it's \"q\" \\x", "3"}, {"größe", "4"}};
+        QStringList paths;
+        for (const QString &name : tree.snapshot().keys())
+            paths << tree.path(name);
+        LocalFileService disk;
+        const auto local = transferChecksums::of(disk, paths, {});
+        QCOMPARE(m_service->checksums(paths, {}), local);
+        QCOMPARE(m_service->checksums(paths + QStringList{tree.path("missing")}, {}), local);
+        if (!m_sshd->hasAccounts())
+            QSKIP("Only root can make accounts without a shell.");
+        ConnectionCredentials credentials;
+        credentials.password = TestServer::password();
+        const auto service = connected(std::make_shared<IsolatedClients>(m_sshd->knownHostsPath()),
+                                       m_sshd->connectionByPassword(TestServer::userWithoutShell()), credentials);
+        QVERIFY(!service->checksums(paths, {}));
+        service->disconnect();
+    }
+
+private:
+    static std::shared_ptr<SFTPService> connected(std::shared_ptr<ProcessRunner> clients,
+                                                  const ServerConnection &server,
+                                                  const ConnectionCredentials &credentials = {})
+    {
+        auto service = std::make_shared<SFTPService>(server, credentials, std::move(clients));
+        service->connect({});
+        return service;
+    }
+
+    std::unique_ptr<TestServer> m_sshd;
+    std::shared_ptr<SFTPService> m_service;
+};
+
+MOORIX_TEST(TransferServerTest)
+#include "TransferServerTest.moc"
