@@ -14,25 +14,19 @@ class PreferencesTest : public QObject
     Q_OBJECT
 
 private slots:
-    void aDamagedFileIsSetAsideAndNeverLost_data()
-    {
-        QTest::addColumn<QByteArray>("text");
-        QTest::newRow("garbage") << QByteArray("{\"themeID\":");
-        QTest::newRow("a list") << QByteArray("[1]");
-        QTest::newRow("empty") << QByteArray();
-    }
     void aDamagedFileIsSetAsideAndNeverLost()
     {
-        QFETCH(const QByteArray, text);
-        const TestTree tree{{"preferences.json", text}};
-        Preferences preferences(tree.path("preferences.json"));
-        QVERIFY(preferences.value(QStringLiteral("themeID")).isUndefined());
-        preferences.setValue(QStringLiteral("themeID"), QStringLiteral("x"));
-        preferences.flush();
-        const auto after = tree.snapshot();
-        QCOMPARE(after.size(), 2);
-        QVERIFY(after.lastKey().startsWith(QStringLiteral("preferences.json.corrupt-")));
-        QCOMPARE(after.last(), text);
+        for (const QByteArray &text : {QByteArray("{\"themeID\":"), QByteArray("[1]"), QByteArray()}) {
+            const TestTree tree{{"preferences.json", text}};
+            Preferences preferences(tree.path("preferences.json"));
+            QVERIFY(preferences.value(QStringLiteral("themeID")).isUndefined());
+            preferences.setValue(QStringLiteral("themeID"), QStringLiteral("x"));
+            preferences.flush();
+            const auto after = tree.snapshot();
+            QCOMPARE(after.size(), 2);
+            QVERIFY(after.lastKey().startsWith(QStringLiteral("preferences.json.corrupt-")));
+            QCOMPARE(after.last(), text);
+        }
     }
 
     void changesAreWrittenByThemselvesWithTheirTypes()

@@ -56,20 +56,14 @@ class SystemProcessRunnerTest : public QObject
     Q_OBJECT
 
 private slots:
-    void exitCodeAndBothStreamsArrive()
+    void exitCodeSignalAndBothStreamsArrive()
     {
-        const ProcessResult result = runShell(QStringLiteral("printf out; printf err >&2; exit 3"));
-        QCOMPARE(result.exitCode, 3);
-        QVERIFY(!result.crashed);
-        QCOMPARE(result.standardOutput, QByteArray("out"));
-        QCOMPARE(result.standardError, QByteArray("err"));
-    }
-
-    void deathBySignalIsACrash()
-    {
-        const ProcessResult result = runShell(QStringLiteral("kill -9 $$"));
-        QVERIFY(result.crashed);
-        QCOMPARE(result.exitCode, SIGKILL);
+        const ProcessResult exited = runShell(QStringLiteral("printf out; printf err >&2; exit 3"));
+        QVERIFY(exited.exitCode == 3 && !exited.crashed);
+        QCOMPARE(exited.standardOutput, QByteArray("out"));
+        QCOMPARE(exited.standardError, QByteArray("err"));
+        const ProcessResult killed = runShell(QStringLiteral("kill -9 $$"));
+        QVERIFY(killed.exitCode == SIGKILL && killed.crashed);
     }
 
     void bigOutputOnBothStreamsIsWhole()
@@ -80,18 +74,13 @@ private slots:
         QCOMPARE(result.standardError.size(), 7000000);
     }
 
-    void inputLargerThanAPipeComesBackWhole()
+    void inputLargerThanAPipeComesBackWholeOrIsDroppedUnread()
     {
         ProcessRequest request = shell(QStringLiteral("exec cat"));
         for (int line = 0; line < 200000; ++line)
             request.standardInput += QByteArray::number(line) + '\n';
         QCOMPARE(SystemProcessRunner().run(request, {}).standardOutput, request.standardInput);
-    }
-
-    void inputForAChildThatDoesNotReadItIsDropped()
-    {
-        ProcessRequest request = shell(QStringLiteral("exit 4"));
-        request.standardInput = QByteArray(1000000, 'x');
+        request.arguments.last() = QStringLiteral("exit 4");
         QCOMPARE(SystemProcessRunner().run(request, {}).exitCode, 4);
     }
 
@@ -104,18 +93,13 @@ private slots:
         ::kill(pid_t(helper), SIGKILL);
     }
 
-    void endlessOutputIsEndedAtTheLimit_data()
-    {
-        QTest::addColumn<QString>("script");
-        QTest::newRow("standard output") << QStringLiteral("exec yes");
-        QTest::newRow("standard error") << QStringLiteral("exec yes >&2");
-    }
     void endlessOutputIsEndedAtTheLimit()
     {
-        QFETCH(const QString, script);
-        ProcessRequest request = shell(script);
-        request.outputLimitBytes = 100000;
-        QCOMPARE(failureOf(request), QStringLiteral("“/bin/sh” printed more than 100000 bytes and was ended."));
+        for (const QString &script : {QStringLiteral("exec yes"), QStringLiteral("exec yes >&2")}) {
+            ProcessRequest request = shell(script);
+            request.outputLimitBytes = 100000;
+            QCOMPARE(failureOf(request), QStringLiteral("“/bin/sh” printed more than 100000 bytes and was ended."));
+        }
     }
 
     void aMissingProgramIsNamed()
