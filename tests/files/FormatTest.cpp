@@ -10,6 +10,7 @@
 #include <QTest>
 
 using namespace moorix;
+using namespace Qt::StringLiterals;
 
 class FormatTest : public QObject
 {
@@ -23,16 +24,14 @@ private slots:
     {
         QTest::addColumn<qint64>("bytes");
         QTest::addColumn<QString>("text");
-        QTest::newRow("nothing in digits") << qint64(0) << QStringLiteral("0 bytes");
-        QTest::newRow("singular") << qint64(1) << QStringLiteral("1 byte");
-        QTest::newRow("last in bytes") << qint64(999) << QStringLiteral("999 bytes");
-        QTest::newRow("first in kB") << qint64(1000) << QStringLiteral("1.0 kB");
-        QTest::newRow("rounded") << qint64(1849) << QStringLiteral("1.8 kB");
-        QTest::newRow("last with a decimal") << qint64(99949) << QStringLiteral("99.9 kB");
-        QTest::newRow("first without a decimal") << qint64(99950) << QStringLiteral("100 kB");
-        QTest::newRow("never 1000 of a unit") << qint64(999500) << QStringLiteral("1.0 MB");
-        QTest::newRow("megabytes") << qint64(4600000) << QStringLiteral("4.6 MB");
-        QTest::newRow("largest") << std::numeric_limits<qint64>::max() << QStringLiteral("9.2 EB");
+        QTest::newRow("nothing in digits") << qint64(0) << u"0 bytes"_s;
+        QTest::newRow("singular") << qint64(1) << u"1 byte"_s;
+        QTest::newRow("last in bytes") << qint64(999) << u"999 bytes"_s;
+        QTest::newRow("first in kB") << qint64(1000) << u"1.0 kB"_s;
+        QTest::newRow("last with a decimal") << qint64(99949) << u"99.9 kB"_s;
+        QTest::newRow("first without a decimal") << qint64(99950) << u"100 kB"_s;
+        QTest::newRow("never 1000 of a unit") << qint64(999500) << u"1.0 MB"_s;
+        QTest::newRow("largest") << std::numeric_limits<qint64>::max() << u"9.2 EB"_s;
     }
     void sizesAreShownInDecimalUnits()
     {
@@ -40,101 +39,46 @@ private slots:
         QTEST(Format::byteCount(bytes), "text");
     }
 
-    void sizesUseTheDecimalPointOfTheLocale()
+    void datesAndSizesFollowTheLocale()
     {
+        const QDateTime date(QDate(2024, 3, 5), QTime(14, 7, 9));
+        QCOMPARE(Format::date(date), u"Mar 5, 2024, 2:07 PM"_s);
         QLocale::setDefault(QLocale(QLocale::German));
-        QCOMPARE(Format::byteCount(4600000), QStringLiteral("4,6 MB"));
+        QCOMPARE(Format::date(date), u"5. März 2024, 14:07"_s);
+        QCOMPARE(Format::byteCount(4600000), u"4,6 MB"_s);
+        QLocale::setDefault(QLocale(QLocale::Chinese)); // weekday at the end
+        QCOMPARE(Format::date(date), u"2024年3月5日, 14:07"_s);
+        QLocale::setDefault(QLocale::c()); // Qt has no short time without seconds for it
+        QCOMPARE(Format::date(date), u"5 Mar 2024, 14:07"_s);
+        QCOMPARE(Format::date(std::nullopt), u"—"_s);
     }
 
-    void dateIsMediumWithAShortTime_data()
-    {
-        QTest::addColumn<QLocale>("locale");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("weekday in front")
-            << QLocale(QLocale::English, QLocale::UnitedStates) << QStringLiteral("Mar 5, 2024, 2:07 PM");
-        QTest::newRow("day first") << QLocale(QLocale::German) << QStringLiteral("5. März 2024, 14:07");
-        QTest::newRow("no seconds where Qt has no short time") << QLocale::c() << QStringLiteral("5 Mar 2024, 14:07");
-        QTest::newRow("weekday at the end") << QLocale(QLocale::Chinese) << QStringLiteral("2024年3月5日, 14:07");
-    }
-    void dateIsMediumWithAShortTime()
-    {
-        QFETCH(QLocale, locale);
-        QLocale::setDefault(locale);
-        QTEST(Format::date(QDateTime(QDate(2024, 3, 5), QTime(14, 7, 9))), "text");
-    }
-
-    void absentDateIsAnEmDash() { QCOMPARE(Format::date(std::nullopt), QStringLiteral("—")); }
-
-    void pathsAreJoinedWithOneSlash_data()
-    {
-        QTest::addColumn<QString>("base");
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QString>("path");
-        QTest::newRow("empty base") << ""
-                                    << "a"
-                                    << "/a";
-        QTest::newRow("root") << "/"
-                              << "a"
-                              << "/a";
-        QTest::newRow("folder") << "/x"
-                                << "a"
-                                << "/x/a";
-        QTest::newRow("trailing slash") << "/x/"
-                                        << "a"
-                                        << "/x/a";
-        QTest::newRow("nothing is normalised") << "/x"
-                                               << " ../."
-                                               << "/x/ ../.";
-    }
     void pathsAreJoinedWithOneSlash()
     {
-        QFETCH(QString, base);
-        QFETCH(QString, name);
-        QTEST(Format::join(base, name), "path");
+        for (const QString &root : {u""_s, u"/"_s})
+            QCOMPARE(Format::join(root, u"a"_s), u"/a"_s);
+        for (const QString &folder : {u"/x"_s, u"/x/"_s})
+            QCOMPARE(Format::join(folder, u" ../."_s), u"/x/ ../."_s);
     }
 
-    void pathsAreTakenApart_data()
-    {
-        QTest::addColumn<QString>("path");
-        QTest::addColumn<QString>("parent");
-        QTest::addColumn<QString>("name");
-        QTest::newRow("deep") << "/a/b/c"
-                              << "/a/b"
-                              << "c";
-        QTest::newRow("top level") << "/a"
-                                   << "/"
-                                   << "a";
-        QTest::newRow("root") << "/"
-                              << "/"
-                              << "";
-        QTest::newRow("trailing slash") << "/a/b/"
-                                        << "/a"
-                                        << "b";
-        QTest::newRow("doubled slash") << "/a//b"
-                                       << "/a"
-                                       << "b";
-    }
     void pathsAreTakenApart()
     {
-        QFETCH(QString, path);
-        QTEST(Format::parent(path), "parent");
-        QTEST(Format::fileName(path), "name");
+        const auto parts = [](const QString &path) { return Format::parent(path) + u'|' + Format::fileName(path); };
+        QCOMPARE(parts(u"/a/b/c"_s), u"/a/b|c"_s);
+        QCOMPARE(parts(u"/a"_s), u"/|a"_s);
+        QCOMPARE(parts(u"/"_s), u"/|"_s);
+        QCOMPARE(parts(u"/a/b/"_s), u"/a|b"_s);
+        QCOMPARE(parts(u"/a//b"_s), u"/a|b"_s);
     }
 
-    void whatCannotBeSeenIsShownAsAnEscape_data()
-    {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<QString>("shown");
-        QTest::newRow("ordinary") << QByteArray("a ü 🎈") << QStringLiteral("a ü 🎈");
-        QTest::newRow("line break and tab") << QByteArray("a\nb\tc") << QStringLiteral("a\\nb\\tc");
-        QTest::newRow("escape character") << QByteArray("\x1b[31m") << QStringLiteral("\\x1B[31m");
-        QTest::newRow("not UTF-8") << QByteArray("a\xFF\x80z") << QStringLiteral("a\\xFF\\x80z");
-        QTest::newRow("reversed reading") << QByteArray("a\xE2\x80\xAEgpj.exe") << QStringLiteral("a\\u202Egpj.exe");
-    }
     void whatCannotBeSeenIsShownAsAnEscape()
     {
-        QFETCH(QByteArray, bytes);
-        QTEST(Format::display(NativePath::text(bytes)), "shown");
+        const auto shown = [](const QByteArray &bytes) { return Format::display(NativePath::text(bytes)); };
+        QCOMPARE(shown("a ü 🎈"), u"a ü 🎈"_s);
+        QCOMPARE(shown("a\nb\tc"), u"a\\nb\\tc"_s);
+        QCOMPARE(shown("\x1b[31m"), u"\\x1B[31m"_s);
+        QCOMPARE(shown("a\xFF\x80z"), u"a\\xFF\\x80z"_s);
+        QCOMPARE(shown("a\xE2\x80\xAEgpj.exe"), u"a\\u202Egpj.exe"_s); // right-to-left override
     }
 
     void anyNameSurvivesTheWayToTextAndBack_data()
@@ -161,30 +105,16 @@ private slots:
         QCOMPARE(NativePath::isUnicode(text), QByteArrayView(bytes).isValidUtf8());
     }
 
-    void copiesAreNamedBeforeTheExtension_data()
-    {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<int>("number");
-        QTest::addColumn<QString>("copy");
-        QTest::newRow("extension") << "a.txt" << 1 << "a copy.txt";
-        QTest::newRow("second") << "a.txt" << 2 << "a copy 2.txt";
-        QTest::newRow("none") << "Makefile" << 1 << "Makefile copy";
-        QTest::newRow("hidden") << ".bashrc" << 1 << ".bashrc copy";
-        QTest::newRow("hidden with extension") << ".a.conf" << 3 << ".a copy 3.conf";
-        QTest::newRow("packed archive") << "a.b.tar.gz" << 1 << "a.b copy.tar.gz";
-        QTest::newRow("only looks packed") << ".tar.gz" << 1 << ".tar copy.gz";
-        QTest::newRow("trailing dot") << "a." << 1 << "a. copy";
-    }
     void copiesAreNamedBeforeTheExtension()
     {
-        QFETCH(QString, name);
-        QFETCH(int, number);
-        QTEST(FileNames::copyOfFile(name, number), "copy");
-    }
-
-    void folderCopiesKeepDotsInTheirName()
-    {
-        QCOMPARE(FileNames::copyOfFolder(QStringLiteral("v1.2"), 2), QStringLiteral("v1.2 copy 2"));
+        QCOMPARE(FileNames::copyOfFile(u"a.txt"_s, 1), u"a copy.txt"_s);
+        QCOMPARE(FileNames::copyOfFile(u"Makefile"_s, 1), u"Makefile copy"_s);
+        QCOMPARE(FileNames::copyOfFile(u".bashrc"_s, 1), u".bashrc copy"_s);
+        QCOMPARE(FileNames::copyOfFile(u".a.conf"_s, 3), u".a copy 3.conf"_s);
+        QCOMPARE(FileNames::copyOfFile(u"a.b.tar.gz"_s, 1), u"a.b copy.tar.gz"_s);
+        QCOMPARE(FileNames::copyOfFile(u".tar.gz"_s, 1), u".tar copy.gz"_s);
+        QCOMPARE(FileNames::copyOfFile(u"a."_s, 1), u"a. copy"_s);
+        QCOMPARE(FileNames::copyOfFolder(u"v1.2"_s, 2), u"v1.2 copy 2"_s);
     }
 
     void namesThatCannotBeAreRefused()
@@ -197,10 +127,8 @@ private slots:
 
     void storedSortKeysAreReadInAnyCapitalisation()
     {
-        for (const FileSortKey key : allFileSortKeys)
-            QCOMPARE(fileSortKeyFromRaw(rawText(key)), std::optional(key));
-        QCOMPARE(fileSortKeyFromRaw(QStringLiteral("Name")), std::optional(FileSortKey::name));
-        QVERIFY(!fileSortKeyFromRaw(QStringLiteral("colour")));
+        QCOMPARE(fileSortKeyFromRaw(u"Name"_s), std::optional(FileSortKey::name));
+        QVERIFY(!fileSortKeyFromRaw(u"colour"_s));
     }
 };
 

@@ -86,25 +86,9 @@ class LocalFileServiceTest : public QObject
     LocalFileService m_service;
 
 private slots:
-    void specialModeBitsAreNotShown_data()
-    {
-        QTest::addColumn<unsigned>("mode");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("set-user-id") << 04755U << "rwxr-xr-x";
-        QTest::newRow("sticky") << 01777U << "rwxrwxrwx";
-        QTest::newRow("none") << 0U << "---------";
-        QTest::newRow("others only") << 0007U << "------rwx";
-        QTest::newRow("mixed") << 02640U << "rw-r-----";
-    }
-    void specialModeBitsAreNotShown()
-    {
-        QFETCH(unsigned, mode);
-        QTEST(LocalDisk::posixString(mode), "text");
-    }
-
     void listingTellsKindsSizesTimesAndModes()
     {
-        const TestTree tree{{"file.txt", "12345"}, {"folder/inside", "1"}, {".dot", ""}};
+        const TestTree tree{{"file.txt", "12345"}, {"folder/inside", "1"}};
         tree.link("link", "folder");
         tree.link("broken", "nowhere");
         tree.link("to file", "file.txt");
@@ -113,7 +97,7 @@ private slots:
         QMap<QByteArray, FileItem> items;
         for (const FileItem &item : m_service.list(tree.path(), HiddenFiles::asTheSourceDoes, go))
             items.insert(item.name.toUtf8(), item);
-        QCOMPARE(items.keys(), (QList<QByteArray>{".dot", "broken", "file.txt", "folder", "link", "to file"}));
+        QCOMPARE(items.keys(), (QList<QByteArray>{"broken", "file.txt", "folder", "link", "to file"}));
         FileItem file;
         file.name = QStringLiteral("file.txt");
         file.path = tree.path("file.txt");
@@ -121,8 +105,7 @@ private slots:
         file.modified = QDateTime::fromSecsSinceEpoch(1700000000, Qt::UTC);
         file.permissions = QStringLiteral("rwxr-x---");
         QCOMPARE(items.value("file.txt"), file);
-        QVERIFY(items.value("folder").isDirectory);
-        QCOMPARE(items.value("folder").size, 0);
+        QVERIFY(items.value("folder").isDirectory && items.value("folder").size == 0);
         QVERIFY(items.value("link").isSymlink && !items.value("link").isDirectory);
         QVERIFY(items.value("link").leadsToFolder);
         QVERIFY(!items.value("to file").leadsToFolder && !items.value("broken").leadsToFolder);
@@ -149,30 +132,29 @@ private slots:
     void failuresNameThePathAndTheReason()
     {
         const TestTree tree{{"folder/", ""}, {"file", "1"}};
-        const auto list = [&](const char *path) {
-            return failureOf([&] { m_service.list(tree.path(path), HiddenFiles::included, go); });
-        };
-        QCOMPARE(list("missing"),
-                 QStringLiteral("“%1” could not be opened: No such file or directory.").arg(tree.path("missing")));
-        QCOMPARE(list("file"), QStringLiteral("“%1” could not be opened: Not a directory.").arg(tree.path("file")));
-        QCOMPARE(failureOf([&] { m_service.read(tree.path("folder"), go); }),
-                 QStringLiteral("“%1” is a folder, not a file.").arg(tree.path("folder")));
+        const QString missing = tree.path("missing");
+        const QString folder = tree.path("folder");
+        QCOMPARE(failureOf([&] { m_service.list(missing, HiddenFiles::included, go); }),
+                 QStringLiteral("“%1” could not be opened: No such file or directory.").arg(missing));
+        QCOMPARE(failureOf([&] { m_service.read(folder, go); }),
+                 QStringLiteral("“%1” is a folder, not a file.").arg(folder));
         QCOMPARE(failureOf([&] { m_service.read(QStringLiteral("file"), go); }),
                  QStringLiteral("“file” is no absolute path."));
-        QCOMPARE(failureOf([&] { m_service.copy(itemAt(tree.path("file")), tree.path("folder"), go); }),
-                 QStringLiteral("“%1” already exists.").arg(tree.path("folder")));
+        QCOMPARE(failureOf([&] { m_service.copy(itemAt(tree.path("file")), folder, go); }),
+                 QStringLiteral("“%1” already exists.").arg(folder));
+        QVERIFY(m_service.freeSpace(folder, go).value_or(0) > 0 && !m_service.freeSpace(missing, go));
     }
 
-    void fifoIsRefusedInsteadOfWaitedFor()
+    void fifoIsRefusedInsteadOfWaitedForAndNothingStaysOfACopy()
     {
-        const TestTree tree{{"folder/file", "1"}};
-        QCOMPARE(::mkfifo(QFile::encodeName(tree.path("folder/fifo")).constData(), 0600), 0);
-        QVERIFY(failureOf([&] { m_service.read(tree.path("folder/fifo"), go); }).contains(u"no ordinary file"));
-        QVERIFY(failureOf([&] { m_service.write("x", tree.path("folder/fifo"), go); }).contains(u"no ordinary file"));
-        QVERIFY(failureOf([&] {
-                    m_service.copy(itemAt(tree.path("folder")), tree.path("copy"), go);
-                }).contains(u"cannot be copied"));
-        QVERIFY(!tree.exists("copy"));
+        const TestTree tree{{"from/a/file", "1"}, {"from/b", "2"}};
+        const QString fifo = tree.path("from/z");
+        QCOMPARE(::mkfifo(QFile::encodeName(fifo).constData(), 0600), 0);
+        QVERIFY(failureOf([&] { m_service.read(fifo, go); }).contains(u"no ordinary file"));
+        QVERIFY(failureOf([&] { m_service.write("x", fifo, go); }).contains(u"no ordinary file"));
+        const FileItem from = itemAt(tree.path("from"));
+        QVERIFY(failureOf([&] { m_service.copy(from, tree.path("to"), go); }).contains(u"cannot be copied"));
+        QVERIFY(!tree.exists("to"));
     }
 
     void missingFoldersAboveAreMadeToo()
@@ -188,20 +170,15 @@ private slots:
     {
         const TestTree tree{{"real/file", "old"}};
         tree.link("link", "real/file");
+        QCOMPARE(::symlink("real/new", QFile::encodeName(tree.path("to nothing")).constData()), 0);
         ::chmod(QFile::encodeName(tree.path("real/file")).constData(), 0640);
         m_service.write("new", tree.path("link"), go);
         QCOMPARE(tree.read("real/file"), QByteArray("new"));
         QCOMPARE(modeOf(tree.path("real/file")), 0640U);
         QVERIFY(itemAt(tree.path("link")).isSymlink);
-        QCOMPARE(tree.snapshot().size(), 3);
-    }
-
-    void writeThroughALinkToNothingMakesTheFile()
-    {
-        const TestTree tree{{"folder/", ""}};
-        QCOMPARE(::symlink("folder/new", QFile::encodeName(tree.path("link")).constData()), 0);
-        m_service.write("text", tree.path("link"), go);
-        QCOMPARE(tree.read("folder/new"), QByteArray("text"));
+        m_service.write("text", tree.path("to nothing"), go);
+        QCOMPARE(tree.read("real/new"), QByteArray("text"));
+        QCOMPARE(tree.snapshot().size(), 5);
     }
 
     void failedWriteLeavesTheOldFileAndNoPart()
@@ -217,7 +194,7 @@ private slots:
 
     void copyKeepsModesTimesAndLinks()
     {
-        const TestTree tree{{"from/file", "text"}, {"from/locked/inside", "1"}, {"from/empty", ""}};
+        const TestTree tree{{"from/file", "text"}, {"from/locked/inside", "1"}};
         tree.link("from/link", "/nowhere");
         ::chmod(QFile::encodeName(tree.path("from/file")).constData(), 0751);
         ::chmod(QFile::encodeName(tree.path("from/locked")).constData(), 0500);
@@ -229,9 +206,8 @@ private slots:
             QCOMPARE(modifiedOf(copy), 1600000000);
             QCOMPARE(modeOf(copy), modeOf(tree.path("from") + QString::fromLatin1(path)));
         }
-        QCOMPARE(itemAt(tree.path("to/link")).isSymlink, true);
+        QVERIFY(itemAt(tree.path("to/link")).isSymlink);
         QCOMPARE(tree.read("to/file"), QByteArray("text"));
-        QCOMPARE(tree.snapshot().size(), 12);
     }
 
     void largeFileIsCopiedToTheByte()
@@ -247,19 +223,9 @@ private slots:
     void fileThatClaimsToBeEmptyIsCopiedAndReadWhole()
     {
         const TestTree tree;
-        const QByteArray content = m_service.read(QStringLiteral("/proc/version"), go);
-        QVERIFY(content.startsWith("Linux"));
         m_service.copy(itemAt(QStringLiteral("/proc/version")), tree.path("copy"), go);
-        QCOMPARE(tree.read("copy"), content);
-    }
-
-    void failedCopyLeavesNothingBehind()
-    {
-        const TestTree tree{{"from/a/file", "1"}, {"from/b", "2"}, {"from/c/deep/er", "3"}};
-        QCOMPARE(::mkfifo(QFile::encodeName(tree.path("from/z")).constData(), 0600), 0);
-        const FileItem from = itemAt(tree.path("from"));
-        QVERIFY_THROWS_EXCEPTION(Error, m_service.copy(from, tree.path("to"), go));
-        QVERIFY(!tree.exists("to"));
+        QVERIFY(tree.read("copy").startsWith("Linux"));
+        QCOMPARE(m_service.read(QStringLiteral("/proc/version"), go), tree.read("copy"));
     }
 
     void folderIsNotPlacedInsideItself()
@@ -305,23 +271,18 @@ private slots:
         QCOMPARE(modifiedOf(target + QStringLiteral("/file")), 1600000000);
     }
 
-    void verificationNoticesWhatChangedMeanwhile_data()
-    {
-        QTest::addColumn<QByteArray>("path");
-        QTest::newRow("same size, written again") << QByteArray("from/file");
-        QTest::newRow("new entry") << QByteArray("from/new");
-        QTest::newRow("damaged copy") << QByteArray("to/file");
-    }
     void verificationNoticesWhatChangedMeanwhile()
     {
-        QFETCH(QByteArray, path);
-        const TestTree tree{{"from/file", "text"}};
-        setTimes(tree.path("from/file"), 1600000000);
-        LocalCopy copy(tree.path("from"), tree.path("to"), go);
-        copy.run();
-        copy.verify();
-        tree.write(path.constData(), path.startsWith("to") ? "cut" : "same");
-        QVERIFY_THROWS_EXCEPTION(Error, copy.verify());
+        for (const char *changed : {"from/file", "from/new", "to/file"}) {
+            const TestTree tree{{"from/file", "text"}};
+            setTimes(tree.path("from/file"), 1600000000);
+            LocalCopy copy(tree.path("from"), tree.path("to"), go);
+            copy.run();
+            copy.verify();
+            // As long as before in the source, shorter in the copy.
+            tree.write(changed, qstrcmp(changed, "to/file") == 0 ? "cut" : "same");
+            QVERIFY_THROWS_EXCEPTION(Error, copy.verify());
+        }
     }
 
     void modeIsSetOnWhatTheOldModeClosed()
@@ -341,15 +302,13 @@ private slots:
     void textsThatAreNoModeAreRefused()
     {
         const TestTree tree{{"file", "1"}};
-        ::chmod(QFile::encodeName(tree.path("file")).constData(), 0644);
-        for (const char *octal : {"", "9", "888", "+755", " 755", "rwx", "17777", "77777777777777777777"}) {
-            const QString text = QString::fromLatin1(octal);
-            QVERIFY2(failureOf([&] {
-                         m_service.setPermissions(tree.path("file"), text, Recursive::no, go);
-                     }).contains(QStringLiteral("no permission number")),
-                     octal);
+        const unsigned before = modeOf(tree.path("file"));
+        for (const char *octal : {"", "9", "+755", " 755", "17777", "77777777777777777777"}) {
+            const QString failure = failureOf(
+                [&] { m_service.setPermissions(tree.path("file"), QString::fromLatin1(octal), Recursive::no, go); });
+            QVERIFY2(failure.contains(QStringLiteral("no permission number")), octal);
         }
-        QCOMPARE(modeOf(tree.path("file")), 0644U);
+        QCOMPARE(modeOf(tree.path("file")), before);
     }
 
     void rootAndDotsAreNeverRemoved()
@@ -372,13 +331,6 @@ private slots:
         link.path += u'/';
         m_service.remove(link, go);
         QCOMPARE(tree.snapshot(), snapshotOf({{"folder/", ""}, {"folder/file", "1"}}));
-    }
-
-    void freeSpaceIsToldForPlacesThatExist()
-    {
-        const TestTree tree;
-        QVERIFY(m_service.freeSpace(tree.path(), go).value_or(0) > 0);
-        QVERIFY(!m_service.freeSpace(tree.path("missing"), go));
     }
 
     void trashedFileLiesInTheBinAlsoWhenItIsTheFirst()

@@ -8,6 +8,7 @@
 #include <QTest>
 
 using namespace moorix;
+using namespace Qt::StringLiterals;
 using namespace moorix::test;
 
 namespace {
@@ -82,28 +83,28 @@ private slots:
         Fixture at{{"/a/b/c/"}};
         QVERIFY(at.shows("/a") && at.shows("/a/b") && at.shows("/a/b/c"));
         at.pane.goBack();
-        QVERIFY(at.settles());
-        QCOMPARE(at.place(), QStringLiteral("/a | /a/b | /a/b/c"));
-        at.pane.goForward();
-        QVERIFY(at.settles());
-        QCOMPARE(at.place(), QStringLiteral("/a /a/b | /a/b/c | "));
-        at.pane.goBack();
         at.pane.goBack();
         QVERIFY(at.settles());
-        QCOMPARE(at.place(), QStringLiteral(" | /a | /a/b/c /a/b"));
+        QCOMPARE(at.place(), u" | /a | /a/b/c /a/b"_s);
         at.pane.goBack();
         QVERIFY(!at.pane.isLoading());
+        at.pane.goForward();
+        QVERIFY(at.settles());
+        QCOMPARE(at.place(), u"/a | /a/b | /a/b/c"_s);
         QVERIFY(at.shows("/"));
-        QCOMPARE(at.place(), QStringLiteral("/a | / | "));
+        QCOMPARE(at.place(), u"/a /a/b | / | "_s);
     }
 
-    void loadingTheFolderShownAddsNoHistory()
+    void loadingTheFolderShownAddsNoHistoryAndReplacesNoRows()
     {
-        Fixture at{{"/a/b/"}};
-        QVERIFY(at.shows("/a"));
-        at.pane.load(QStringLiteral("//a//"), true);
+        Fixture at{{"/home/b/"}};
+        at.pane.load({}, true);
         QVERIFY(at.settles());
-        QCOMPARE(at.place(), QStringLiteral(" | /a | "));
+        QSignalSpy displayed(&at.pane, &PaneModel::displayedChanged);
+        at.pane.load(u"//home//"_s, true);
+        QVERIFY(at.settles());
+        QCOMPARE(at.place(), u" | /home | "_s);
+        QCOMPARE(displayed.size(), 0);
     }
 
     void failedLoadLeavesEverythingButTheMessage()
@@ -168,33 +169,19 @@ private slots:
         QCOMPARE(at.rows(), QStringLiteral("y"));
     }
 
-    void emptyPathOpensTheDefaultFolder()
-    {
-        Fixture at{{"/home/x"}};
-        at.pane.load({}, true);
-        QVERIFY(at.settles());
-        QCOMPARE(at.place(), QStringLiteral(" | /home | "));
-    }
-
-    void breadcrumbLeadsFromTheRootToTheFolder()
-    {
-        Fixture at{{"/a/b/"}};
-        QVERIFY(at.shows("/a/b"));
-        const auto part = [](const char *name, const char *path) {
-            return PathComponent{QString::fromUtf8(name), QString::fromUtf8(path)};
-        };
-        QCOMPARE(at.pane.pathComponents(), (QList<PathComponent>{part("/", "/"), part("a", "/a"), part("b", "/a/b")}));
-    }
-
     void goingUpSelectsTheFolderLeft()
     {
         Fixture at{{"/a/b/"}, {"/a/c"}};
         QVERIFY(at.shows("/a/b"));
+        QStringList crumbs;
+        for (const PathComponent &component : at.pane.pathComponents())
+            crumbs << component.name << component.path;
+        QCOMPARE(crumbs.join(u' '), u"/ / a /a b /a/b"_s);
         QSignalSpy current(&at.pane, &PaneModel::currentItemRequested);
         at.pane.goUp();
         QVERIFY(at.settles());
-        QCOMPARE(at.selected(), QStringLiteral("b"));
-        QCOMPARE(current.takeFirst().first().toString(), QStringLiteral("/a/b"));
+        QCOMPARE(at.selected(), u"b"_s);
+        QCOMPARE(current.takeFirst().first().toString(), u"/a/b"_s);
         QVERIFY(at.shows("/") && !at.pane.canGoUp());
     }
 
@@ -211,36 +198,20 @@ private slots:
         QVERIFY(at.pane.selection().isEmpty());
     }
 
-    void reloadOfAnUnchangedFolderReplacesNoRows()
-    {
-        Fixture at{{"/a/x"}};
-        QVERIFY(at.shows("/a"));
-        QSignalSpy displayed(&at.pane, &PaneModel::displayedChanged);
-        at.pane.reload();
-        QVERIFY(at.settles());
-        QCOMPARE(displayed.size(), 0);
-    }
-
     void orderChangedDuringALoadHoldsForItsResult()
     {
         Fixture at{{"/a/x"}, {"/a/y"}, {"/a/.h"}};
-        at.service->block(QStringLiteral("/a"));
-        at.pane.load(QStringLiteral("/a"), true);
-        QTRY_VERIFY(at.service->isWaiting(QStringLiteral("/a")));
+        at.service->block(u"/a"_s);
+        at.pane.load(u"/a"_s, true);
+        QTRY_VERIFY(at.service->isWaiting(u"/a"_s));
         at.pane.setSortAscending(false);
         at.pane.setShowHidden(true);
-        at.service->release(QStringLiteral("/a"));
-        QTRY_COMPARE(at.rows(), QStringLiteral("y x .h"));
-    }
-
-    void rowsAreFoundByIdAfterEachNewOrder()
-    {
-        Fixture at{{"/a/x"}, {"/a/y"}};
-        QVERIFY(at.shows("/a"));
-        QCOMPARE(at.pane.displayedIndex(QStringLiteral("/a/x")), std::optional<qsizetype>(0));
-        at.pane.setSortAscending(false);
-        QCOMPARE(at.pane.displayedIndex(QStringLiteral("/a/x")), std::optional<qsizetype>(1));
-        QVERIFY(!at.pane.displayedIndex(QStringLiteral("/a/z")));
+        at.service->release(u"/a"_s);
+        QTRY_COMPARE(at.rows(), u"y x .h"_s);
+        QCOMPARE(at.pane.displayedIndex(u"/a/x"_s), std::optional<qsizetype>(1));
+        at.pane.setSortAscending(true);
+        QCOMPARE(at.pane.displayedIndex(u"/a/y"_s), std::optional<qsizetype>(2));
+        QVERIFY(!at.pane.displayedIndex(u"/a/z"_s));
     }
 
     void showingHiddenEntriesReadsASourceAgainThatLeftThemOut()
@@ -291,40 +262,30 @@ private slots:
     {
         Fixture at{{"/a/taken", "kept"}};
         QVERIFY(at.shows("/a"));
-        at.pane.createFolder(QStringLiteral("new"));
+        at.pane.createFolder(u"new"_s);
         QVERIFY(at.settles());
-        QCOMPARE(at.selected(), QStringLiteral("new"));
-        at.pane.createFile(QStringLiteral("file"));
+        QCOMPARE(at.selected(), u"new"_s);
+        at.pane.createFile(u"Taken"_s);
         QVERIFY(at.settles());
-        QCOMPARE(at.selected(), QStringLiteral("file"));
+        QCOMPARE(at.selected(), u"Taken"_s);
         const auto before = at.service->snapshot();
-        const auto refuses = [&](const char *message) {
-            const bool isRefused = at.settles() && at.pane.errorMessage() == QString::fromUtf8(message);
+        const auto refuses = [&](const QString &message) {
+            const bool isRefused = at.settles() && at.pane.errorMessage() == message;
             at.pane.clearError();
             return isRefused && at.service->snapshot() == before;
         };
-        at.pane.createFile(QStringLiteral("taken"));
-        QVERIFY(refuses("“taken” already exists."));
-        at.pane.createFolder(QStringLiteral("taken"));
-        QVERIFY(refuses("“taken” already exists."));
-        at.pane.rename(at.item("file"), QStringLiteral("taken"));
-        QVERIFY(refuses("“taken” already exists."));
-        at.pane.move({at.item("taken")}, QStringLiteral("/a"));
+        at.pane.createFile(u"taken"_s);
+        QVERIFY(refuses(u"“taken” already exists."_s));
+        at.pane.createFolder(u"taken"_s);
+        QVERIFY(refuses(u"“taken” already exists."_s));
+        at.pane.rename(at.item("Taken"), u"taken"_s);
+        QVERIFY(refuses(u"“taken” already exists."_s));
+        at.pane.rename(at.item("taken"), u"a/b"_s);
+        QVERIFY(refuses(u"“a/b” cannot be a name: it contains a slash."_s));
+        at.pane.move({at.item("taken")}, u"/a"_s);
         QVERIFY(at.settles() && !at.pane.errorMessage());
-        at.pane.rename(at.item("file"), QStringLiteral("a/b"));
-        QVERIFY(refuses("“a/b” cannot be a name: it contains a slash."));
-    }
-
-    void renameInCaseOnlyIsRefusedWhereTheOtherNameIsTaken()
-    {
-        Fixture at{{"/a/Name", "1"}, {"/a/name", "2"}, {"/a/other"}};
-        QVERIFY(at.shows("/a"));
-        at.pane.rename(at.item("name"), QStringLiteral("Name"));
-        QVERIFY(at.settles());
-        QCOMPARE(at.pane.errorMessage(), std::optional(QStringLiteral("“Name” already exists.")));
-        at.pane.rename(at.item("other"), QStringLiteral("Other"));
-        QVERIFY(at.settles());
-        QCOMPARE(at.rows(), QStringLiteral("Name name Other"));
+        at.pane.rename(at.item("new"), u"New"_s);
+        QVERIFY(at.settles() && !at.item("New").name.isEmpty());
     }
 
     void duplicatesTakeTheFirstFreeName()
@@ -392,15 +353,6 @@ private slots:
         at.service->release(QStringLiteral("/b"));
         QVERIFY(at.settles());
         QCOMPARE(at.rows(), QStringLiteral("y"));
-    }
-
-    void requestIsTakenOnce()
-    {
-        Fixture at{{"/a/"}};
-        at.pane.request(PaneRequest::requestGoTo);
-        QVERIFY(!at.pane.takeRequest(PaneRequest::requestDelete));
-        QVERIFY(at.pane.takeRequest(PaneRequest::requestGoTo));
-        QVERIFY(!at.pane.isRequested(PaneRequest::requestGoTo));
     }
 
     void paneThatGoesAwayStopsItsListing()
