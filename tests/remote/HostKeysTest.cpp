@@ -13,20 +13,18 @@
 using namespace moorix;
 using namespace moorix::test;
 
-namespace {
-
-void writeFile(const QString &path, const QByteArray &content)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(content);
-}
-
-} // namespace
-
 class HostKeysTest final : public QObject
 {
     Q_OBJECT
+
+    static QByteArray hostKeyOf(const TestServer &server)
+    {
+        return contentOf(QFileInfo(server.keyPath()).path() + QStringLiteral("/host_key.pub")).trimmed();
+    }
+    static QByteArray known(const TestServer &server, const QByteArray &key)
+    {
+        return QStringLiteral("[127.0.0.1]:%1 ").arg(server.port()).toUtf8() + key;
+    }
 
 private slots:
     void keyOfTheHostIsOfferedKnownAndForgotten()
@@ -58,10 +56,7 @@ private slots:
         const TestServer other;
         const auto clients = std::make_shared<IsolatedClients>(sshd.knownHostsPath());
         const ServerConnection server = sshd.connection();
-        QFile otherKey(QFileInfo(other.keyPath()).path() + QStringLiteral("/host_key.pub"));
-        QVERIFY(otherKey.open(QIODevice::ReadOnly));
-        writeFile(sshd.knownHostsPath(),
-                  QStringLiteral("[127.0.0.1]:%1 ").arg(sshd.port()).toUtf8() + otherKey.readAll());
+        putFile(sshd.knownHostsPath(), known(sshd, hostKeyOf(other)));
         SFTPService service(server, {}, clients);
         const QString message = messageOf([&] { service.connect(neverStops); });
         QVERIFY2(message.startsWith(QStringLiteral("Could not connect: the key of 127.0.0.1 has changed.")),
@@ -82,12 +77,8 @@ private slots:
         const TestServer other;
         const auto clients = std::make_shared<IsolatedClients>(sshd.knownHostsPath());
         clients->setHashesKnownHosts(hashesNames);
-        QFile otherKey(QFileInfo(other.keyPath()).path() + QStringLiteral("/host_key.pub"));
-        QVERIFY(otherKey.open(QIODevice::ReadOnly));
-        const QByteArray key = otherKey.readAll().trimmed();
-        const QByteArray elsewhere = "elsewhere.example " + key;
-        writeFile(sshd.knownHostsPath(),
-                  QStringLiteral("[127.0.0.1]:%1 ").arg(sshd.port()).toUtf8() + key + '\n' + elsewhere);
+        const QByteArray elsewhere = "elsewhere.example " + hostKeyOf(other);
+        putFile(sshd.knownHostsPath(), known(sshd, hostKeyOf(other)) + '\n' + elsewhere);
         ServerConnection server = sshd.connection();
         server.strictHostKeyChecking = true;
 
@@ -103,9 +94,7 @@ private slots:
         SFTPService service(server, {}, clients);
         service.connect(neverStops);
         service.disconnect();
-        QFile known(sshd.knownHostsPath());
-        QVERIFY(known.open(QIODevice::ReadOnly));
-        const QByteArray text = known.readAll();
+        const QByteArray text = contentOf(sshd.knownHostsPath());
         QVERIFY(text.contains(elsewhere + '\n'));
         QCOMPARE(text.contains("127.0.0.1"), !hashesNames);
     }
@@ -127,15 +116,16 @@ private slots:
         const QTemporaryDir folder;
         const QString config = folder.filePath(QStringLiteral("config"));
         const QString key = folder.filePath(QStringLiteral("key"));
-        writeFile(key, "PRIVATE KEY");
-        writeFile(config, "Include " + folder.path().toUtf8() +
-                              "/more-*\nhost = web \"web two\" *.example !not\n  HostName web.example\n"
-                              "  Port 2200\n  User ada\n  IdentityFile " +
-                              key.toUtf8() +
-                              "\nHost web plain\n"
-                              "Include missing\n");
-        writeFile(folder.filePath(QStringLiteral("more-1")), "Host first\n  User bob\n  IdentityFile /nowhere/key\n");
+        putFile(key, "PRIVATE KEY");
+        putFile(config, "Include " + folder.path().toUtf8() +
+                            "/more-*\nhost = web \"web two\" *.example !not\n  HostName web.example\n"
+                            "  Port 2200\n  User ada\n  IdentityFile " +
+                            key.toUtf8() +
+                            "\nHost web plain\n"
+                            "Include missing\n");
+        putFile(folder.filePath(QStringLiteral("more-1")), "Host first\n  User bob\n  IdentityFile /nowhere/key\n");
         QCOMPARE(SSHConfigHosts::aliases(config).join(u','), QStringLiteral("first,web,web two,plain"));
+        QVERIFY(SSHConfigHosts::aliases(QStringLiteral("/nowhere/config")).isEmpty());
 
         SystemProcessRunner runner;
         const QList<ServerConnection> drafts = SSHConfigHosts::drafts(config, runner, neverStops);
@@ -150,11 +140,6 @@ private slots:
         QCOMPARE(described.join(u'\n'), QStringLiteral("first=bob@first:22 no key\nweb=ada@web.example:2200 %1\n"
                                                        "plain=@plain:22 no key")
                                             .arg(key));
-    }
-
-    void missingConfigurationHasNoHosts()
-    {
-        QVERIFY(SSHConfigHosts::aliases(QStringLiteral("/nowhere/config")).isEmpty());
     }
 };
 

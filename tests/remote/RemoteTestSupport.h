@@ -4,10 +4,9 @@
 #include "base/Error.h"
 #include "files/FileServiceError.h"
 
+#include <QFile>
 #include <QString>
-#include <QStringList>
 
-#include <algorithm>
 #include <stop_token>
 
 namespace moorix::test {
@@ -38,14 +37,17 @@ std::optional<FileServiceError::Case> caseOf(Action action)
     return std::nullopt;
 }
 
-template <class Items>
-QStringList namesOf(const Items &items)
+inline void putFile(const QString &path, const QByteArray &content)
 {
-    QStringList names;
-    for (const auto &item : items)
-        names << item.name;
-    names.sort();
-    return names;
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
+        qFatal("%s could not be written.", qUtf8Printable(path));
+}
+
+inline QByteArray contentOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<cannot be read>");
 }
 
 } // namespace moorix::test

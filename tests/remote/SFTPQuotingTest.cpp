@@ -10,6 +10,7 @@
 #include <QTest>
 
 using namespace moorix;
+using namespace Qt::StringLiterals;
 using namespace moorix::test;
 using namespace moorix::SFTPQuoting;
 
@@ -40,12 +41,12 @@ class SFTPQuotingTest final : public QObject
     Q_OBJECT
 
 private slots:
-    void ordinaryPathsStandBetweenDoubleQuotes()
+    void ordinaryPathsStandBetweenDoubleQuotesAndAreNoOptions()
     {
-        QCOMPARE(sftpPath(QStringLiteral("/a b/c\"d")), QStringLiteral("\"/a b/c\\\"d\""));
-        QCOMPARE(shellPath(QStringLiteral("/a b/c\"d")), QStringLiteral("\"/a b/c\\\"d\""));
-        QCOMPARE(sftpPath(QStringLiteral("/{a}")), QStringLiteral("\"/{a}\""));
-        QCOMPARE(sftpListPath(QStringLiteral("/{a}")), QStringLiteral("\"/\\{a}\""));
+        QCOMPARE(sftpPath(u"/a b/c\"d"_s), u"\"/a b/c\\\"d\""_s);
+        QCOMPARE(shellPath(u"/a b/c\"d"_s), u"\"/a b/c\\\"d\""_s);
+        QCOMPARE(sftpPath(u"-rf"_s), u"\"./-rf\""_s);
+        QCOMPARE(shellPath(u"-$"_s), u"'./-$'"_s);
     }
 
     void shellGetsExactlyTheName_data() { oddNames(); }
@@ -75,45 +76,17 @@ private slots:
         QVERIFY(dir.isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot));
     }
 
-    void backslashNeverHitsTheNeighbour()
-    {
-        const QTemporaryDir folder;
-        for (const char *name : {"a\\b", "ab"})
-            QVERIFY(QFile(folder.filePath(QString::fromLatin1(name))).open(QIODevice::WriteOnly));
-        localSftp({QStringLiteral("rm ") + sftpPath(folder.filePath(QStringLiteral("a\\b")))});
-        QCOMPARE(QDir(folder.path()).entryList(QDir::Files), QStringList{QStringLiteral("ab")});
-    }
-
-    void pathsThatCannotBeSentExactlyAreRefused_data()
-    {
-        QTest::addColumn<QString>("path");
-        QTest::addColumn<QString>("message");
-        const QString control = QStringLiteral("Path contains invalid control characters.");
-        QTest::newRow("newline") << "/a\nb" << control;
-        QTest::newRow("tab") << "/a\tb" << control;
-        QTest::newRow("NUL") << QStringLiteral("/a") + QChar(0) << control;
-        QTest::newRow("unit separator") << QStringLiteral("/a") + QChar(0x1f) << control;
-        QTest::newRow("not UTF-8") << QStringLiteral("/a") + QChar(0xdcff)
-                                   << QStringLiteral(
-                                          "“/a\\xFF” cannot be reached: its name holds bytes that are not UTF-8 text.");
-        QTest::newRow("empty") << ""
-                               << "The path is empty.";
-    }
-
     void pathsThatCannotBeSentExactlyAreRefused()
     {
-        QFETCH(QString, path);
-        QFETCH(QString, message);
         for (const auto &quote : {sftpPath, sftpListPath, shellPath}) {
-            QCOMPARE(messageOf([&] { quote(path); }), message);
-            QVERIFY(caseOf([&] { quote(path); }) == FileServiceError::Case::operationFailed);
+            for (const QChar character : {u'\n', u'\t', u'\0', u'\x1f'})
+                QCOMPARE(messageOf([&] { quote(u"/a"_s + character); }),
+                         u"Path contains invalid control characters."_s);
+            QCOMPARE(messageOf([&] { quote(u"/a"_s + QChar(0xdcff)); }),
+                     u"“/a\\xFF” cannot be reached: its name holds bytes that are not UTF-8 text."_s);
+            QCOMPARE(messageOf([&] { quote(QString()); }), u"The path is empty."_s);
+            QVERIFY(caseOf([&] { quote(QString()); }) == FileServiceError::Case::operationFailed);
         }
-    }
-
-    void relativePathIsNeverAnOption()
-    {
-        QCOMPARE(sftpPath(QStringLiteral("-rf")), QStringLiteral("\"./-rf\""));
-        QCOMPARE(shellPath(QStringLiteral("-$")), QStringLiteral("'./-$'"));
     }
 
     void lineTheClientWouldBreakInTwoIsRefused()

@@ -18,6 +18,7 @@
 #include <unistd.h>
 
 using namespace moorix;
+using namespace Qt::StringLiterals;
 using namespace moorix::test;
 
 namespace {
@@ -28,13 +29,6 @@ namespace {
     QSKIP("Only root can give the test server accounts.")
 
 constexpr qint64 largeFileBytes = 24 * 1024 * 1024;
-
-void writeFile(const QString &path, const QByteArray &content)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(content), content.size());
-}
 
 ConnectionCredentials withPassword(const QString &password = TestServer::password())
 {
@@ -48,8 +42,7 @@ QStringList runningClients()
 {
     QStringList found;
     for (const qint64 process : descendants(::getpid())) {
-        QFile file(QStringLiteral("/proc/%1/comm").arg(process));
-        const QByteArray name = file.open(QIODevice::ReadOnly) ? file.readAll().trimmed() : QByteArray();
+        const QByteArray name = contentOf(QStringLiteral("/proc/%1/comm").arg(process)).trimmed();
         if (name == "sftp" || name == "ssh")
             found << QString::fromLatin1(name);
     }
@@ -103,14 +96,6 @@ private slots:
         QCOMPARE(message.count(QStringLiteral("Permission denied")), 1);
     }
 
-    void passwordOpensTheAccount()
-    {
-        NEED_ACCOUNTS();
-        SFTPService &service = make(m_sshd->connectionByPassword(TestServer::user()), withPassword());
-        service.connect(neverStops);
-        QVERIFY(service.defaultDirectory(neverStops).endsWith(u'/' + TestServer::user()));
-    }
-
     void passphraseThatOpensNoKeyIsNeverOfferedAsPassword()
     {
         NEED_ACCOUNTS();
@@ -132,10 +117,8 @@ private slots:
     {
         ServerConnection server = m_sshd->connection();
         server.authMethod = AuthMethod::privateKeyPasted;
-        QFile key(m_sshd->keyPath());
-        QVERIFY(key.open(QIODevice::ReadOnly));
         ConnectionCredentials secrets;
-        secrets.privateKeyText = QString::fromUtf8(key.readAll());
+        secrets.privateKeyText = QString::fromUtf8(contentOf(m_sshd->keyPath()));
         SFTPService &service = make(server, secrets);
         service.connect(neverStops);
         service.list(QStringLiteral("/"), HiddenFiles::asTheSourceDoes, neverStops);
@@ -153,7 +136,7 @@ private slots:
         FileItem folder = *service.stat(from, neverStops);
         service.copy(folder, at("copy"), neverStops);
         QCOMPARE(service.read(at("copy/in\\ner/.hidden"), neverStops), QByteArray("1"));
-        writeFile(at("outside"), "kept");
+        putFile(at("outside"), "kept");
         QVERIFY(QFile::link(at("outside"), from + QStringLiteral("/link")));
         service.setPermissions(from, QStringLiteral("700"), Recursive::yes, neverStops);
         QVERIFY(!(QFile::permissions(from + QStringLiteral("/in\\ner/.hidden")) & QFile::ReadOther));
@@ -180,7 +163,7 @@ private slots:
         SFTPService &service = make(m_sshd->connectionByPassword(TestServer::user()), withPassword());
         service.connect(neverStops);
         QVERIFY(QDir(m_folder->path()).mkdir(QStringLiteral("locked")));
-        writeFile(at("locked/file"), "x");
+        putFile(at("locked/file"), "x");
         const auto messageWithMode = [&](int mode) {
             QFile::setPermissions(at("locked"), QFile::Permissions(mode));
             return messageOf([&] { service.list(at("locked"), HiddenFiles::asTheSourceDoes, neverStops); });
@@ -195,7 +178,7 @@ private slots:
         SFTPService &service = make(m_sshd->connection(), {});
         service.connect(neverStops);
         QVERIFY(QDir(m_folder->path()).mkdir(QStringLiteral("tree")));
-        writeFile(at("tree/file"), "1");
+        putFile(at("tree/file"), "1");
         QVERIFY(QFile::link(QStringLiteral("file"), at("tree/link")));
         const QString down = messageOf([&] { service.downloadRecursive(at("tree"), at("down"), neverStops); });
         QVERIFY2(down.startsWith(QStringLiteral("Copied without")) && down.contains(at("tree/link")), qPrintable(down));
@@ -344,7 +327,7 @@ private:
     startTransfer(DelayProxy &proxy,
                   std::function<void(const RemoteTransferOptions &, const std::stop_token &)> transfer)
     {
-        writeFile(at("large"), QByteArray(largeFileBytes, 'x'));
+        putFile(at("large"), QByteArray(largeFileBytes, 'x'));
         m_lastProgress = 0;
         m_progressIsSound = true;
         RemoteTransferOptions options;

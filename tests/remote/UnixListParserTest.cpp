@@ -5,6 +5,7 @@
 #include <QTest>
 
 using namespace moorix;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -37,32 +38,24 @@ private slots:
         };
         row("new client", "-rw-r--r--    ? ada      staff         5 Mar  1 10:00 /d/a.txt", "-|a.txt|/d/a.txt|5");
         row("old client", "-rw-r--r--    1 ada      staff         5 Mar  1 10:00 a.txt", "-|a.txt|/d/a.txt|5");
-        row("folder", "drwxr-xr-x    3 ada      staff      4096 Mar  1 10:00 sub", "d|sub|/d/sub|4096");
         row("link with target", "lrwxrwxrwx 1 ada staff 4 Mar  1 10:00 docs -> /srv/docs", "l|docs|/d/docs|4");
         row("link, new client", "lrwxrwxrwx    ? ada staff 4 Mar  1 10:00 /d/a -> b", "l|a -> b|/d/a -> b|4");
         row("file with an arrow", "-rw-r--r-- 1 ada staff 4 Mar  1 10:00 a -> b", "-|a -> b|/d/a -> b|4");
         row("two spaces inside", "-rw-r--r-- 1 ada staff 4 Mar  1 10:00 a  b", "-|a b|/d/a  b|4");
         row("spaces around", "-rw-r--r--    ? ada staff 4 Mar  1 10:00 /d/ a ", "-| a |/d/ a |4");
         row("spaces around, old client", "-rw-r--r--    1 ada staff 4 Mar  1 10:00  a ", "-|a|/d/ a |4");
-        row("access list mark", "-rw-r--r--+ 1 ada staff 4 Mar  1 10:00 a", "-|a|/d/a|4");
-        row("setuid", "-rwsr-xr-t 1 root root 4 Mar  1 10:00 a", "-|a|/d/a|4");
-        row("socket", "srwxr-xr-x 1 root root 0 Mar  1 10:00 s", "-|s|/d/s|0");
         row("device", "crw-rw---- 1 root tty 4, 64 Mar  1 10:00 ttyS0", "-|ttyS0|/d/ttyS0|64");
         row("group of two words", "-rw-r--r-- 1 ada domain users 77 Mar  1 10:00 a", "-|a|/d/a|77");
         row("size no number", "-rw-r--r-- 1 ada staff ? Mar  1 10:00 a", "-|a|/d/a|0");
-        row("huge", "-rw-r--r-- 1 ada staff 9007199254740993 Mar  1 10:00 a", "-|a|/d/a|9007199254740993");
-        row("dotted names", "-rw-r--r-- 1 ada staff 1 Mar  1 10:00 ...", "-|...|/d/...|1");
         row("looks like an escape", "-rw-r--r-- 1 ada staff 1 Mar  1 10:00 a\\101", "-|a\\101|/d/a\\101|1");
         row("CR LF", "-rw-r--r-- 1 ada staff 1 Mar  1 10:00 a\r", "-|a|/d/a|1");
         row("self", "drwxr-xr-x    ? ada staff 1 Mar  1 10:00 /d/.", "");
         row("parent", "drwxr-xr-x 1 ada staff 1 Mar  1 10:00 ..", "");
         row("total", "total 12", "");
-        row("echo", "sftp> ls -l \"/d\"", "");
         row("rest of a name with a newline", "second half", "");
         row("short mode", "drwx 1 ada staff 1 Mar  1 10:00 x", "");
         row("unknown kind", "?rwxr-xr-x 1 ada staff 1 Mar  1 10:00 x", "");
         row("no name", "-rw-r--r-- 1 ada staff 1 Mar  1 10:00", "");
-        row("no name but a space", "-rw-r--r-- 1 ada staff 1 Mar  1 10:00 ", "");
         row("blank", "   ", "");
     }
 
@@ -89,35 +82,17 @@ private slots:
         QCOMPARE(items.at(1).modified, QDateTime(QDate(2026, 3, 9), QTime(8, 30)));
     }
 
-    void folderOfThePathIsStripped_data()
-    {
-        QTest::addColumn<QString>("dir");
-        QTest::addColumn<QString>("shown");
-        QTest::addColumn<QString>("item");
-        QTest::newRow("root") << "/"
-                              << "/etc"
-                              << "-|etc|/etc|1";
-        QTest::newRow("slash at the end") << "/d/"
-                                          << "/d/a"
-                                          << "-|a|/d/a|1";
-        QTest::newRow("the file itself") << "/d/a"
-                                         << "/d/a"
-                                         << "-|a|/d/a|1";
-        QTest::newRow("mark of a folder") << "/d"
-                                          << "/d/sub/"
-                                          << "-|sub|/d/sub|1";
-        QTest::newRow("relative") << "."
-                                  << "./a"
-                                  << "-|a|./a|1";
-    }
-
     void folderOfThePathIsStripped()
     {
-        QFETCH(QString, dir);
-        QFETCH(QString, shown);
-        QFETCH(QString, item);
-        const QString row = QStringLiteral("-rw-r--r--    ? ada staff 1 Mar  1 10:00 ") + shown;
-        QCOMPARE(described(UnixListParser::parse(row, dir, now)).join(u'\n'), item);
+        const auto item = [](const QString &dir, const QString &shown) {
+            const QString row = u"-rw-r--r--    ? ada staff 1 Mar  1 10:00 "_s + shown;
+            return described(UnixListParser::parse(row, dir, now)).join(u'\n');
+        };
+        QCOMPARE(item(u"/"_s, u"/etc"_s), u"-|etc|/etc|1"_s);
+        QCOMPARE(item(u"/d/"_s, u"/d/a"_s), u"-|a|/d/a|1"_s);
+        QCOMPARE(item(u"/d/a"_s, u"/d/a"_s), u"-|a|/d/a|1"_s); // a file listed by its own path
+        QCOMPARE(item(u"/d"_s, u"/d/sub/"_s), u"-|sub|/d/sub|1"_s);
+        QCOMPARE(item(u"."_s, u"./a"_s), u"-|a|./a|1"_s);
     }
 
     void bytesThatCannotBeNamedAreNeverAddressable()
@@ -153,12 +128,9 @@ private slots:
         QTest::newRow("more than a day ahead") << "Mar 12 11:00" << at(2025, 3, 12, 11);
         QTest::newRow("leap day") << "Feb 29 01:00" << at(2024, 2, 29, 1);
         QTest::newRow("year") << "Jan 2 2020" << at(2020, 1, 2);
-        QTest::newRow("far future") << "Jan 2 2096" << at(2096, 1, 2);
         QTest::newRow("no such day") << "Feb 31 2020" << QDateTime();
-        QTest::newRow("no such time") << "Feb 3 25:00" << QDateTime();
         QTest::newRow("no such month") << "Foo 3 2020" << QDateTime();
         QTest::newRow("between two months") << "anF 3 2020" << QDateTime();
-        QTest::newRow("words") << "Jan x y:z" << QDateTime();
     }
 
     void datesAreReadAsLocalTime()
