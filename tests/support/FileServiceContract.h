@@ -16,7 +16,7 @@ struct Subject
     FileService &service;
     /// An existing, empty folder that the row may fill.
     QString root;
-    /// Makes a symbolic link on the side of the service; without it the rows about links are skipped.
+    /// Makes a symbolic link on the side of the service.
     std::function<void(const QString &target, const QString &link)> makeLink;
 };
 

@@ -19,12 +19,13 @@ namespace {
 constexpr auto passwordHash =
     "$6$moorixtest$ldCJQxkD/38xjy09poL1SXLX9Z/uUoLcRHTPKnWJqlqdN4NUxqQwsacGy4gGL9OVwezf/X.nBqkwQAu6gK/NA.";
 
-void run(const QString &program, const QStringList &arguments)
+QByteArray run(const QString &program, const QStringList &arguments)
 {
     QProcess process;
     process.start(program, arguments);
     if (!process.waitForFinished() || process.exitCode() != 0)
         qFatal("%s: %s", qPrintable(program), process.readAllStandardError().constData());
+    return process.readAllStandardOutput();
 }
 
 void makeKey(const QString &path, const QString &passphrase)
@@ -51,14 +52,6 @@ quint16 freePort()
     QTcpServer server;
     server.listen(QHostAddress::LocalHost);
     return server.serverPort();
-}
-
-QString userName()
-{
-    QProcess process;
-    process.start(QStringLiteral("id"), {QStringLiteral("-un")});
-    process.waitForFinished();
-    return QString::fromUtf8(process.readAllStandardOutput()).trimmed();
 }
 
 qint64 parentOf(qint64 process)
@@ -192,7 +185,7 @@ ServerConnection TestServer::connection() const
     server.name = QStringLiteral("Test server");
     server.host = QStringLiteral("127.0.0.1");
     server.port = m_port;
-    server.username = userName();
+    server.username = QString::fromUtf8(run(QStringLiteral("id"), {QStringLiteral("-un")})).trimmed();
     server.authMethod = AuthMethod::privateKeyFile;
     server.privateKeyPath = keyPath();
     return server;
@@ -236,11 +229,6 @@ void TestServer::thaw()
     signalAll(SIGCONT);
 }
 
-qsizetype TestServer::sessionCount() const
-{
-    return std::max<qsizetype>(0, processes().size() - 1);
-}
-
 IsolatedClients::IsolatedClients(QString knownHostsPath)
     : m_knownHostsPath(std::move(knownHostsPath))
 {
@@ -250,16 +238,10 @@ ProcessResult IsolatedClients::run(const ProcessRequest &request, const std::sto
 {
     ProcessRequest isolated = request;
     if (request.program == QStringLiteral("/usr/bin/ssh") || request.program == QStringLiteral("/usr/bin/sftp")) {
-        isolated.arguments = QStringList{QStringLiteral("-F"),
-                                         QStringLiteral("none"),
-                                         QStringLiteral("-o"),
-                                         QStringLiteral("UserKnownHostsFile=") + m_knownHostsPath,
-                                         QStringLiteral("-o"),
-                                         QStringLiteral("GlobalKnownHostsFile=none"),
-                                         QStringLiteral("-o"),
-                                         QStringLiteral("HashKnownHosts=") +
-                                             (m_hashesKnownHosts ? QStringLiteral("yes") : QStringLiteral("no"))} +
-                             request.arguments;
+        const QString options = QStringLiteral("-F none -o UserKnownHostsFile=%1 -o GlobalKnownHostsFile=none "
+                                               "-o HashKnownHosts=%2");
+        const QString hashes = m_hashesKnownHosts ? QStringLiteral("yes") : QStringLiteral("no");
+        isolated.arguments = options.arg(m_knownHostsPath, hashes).split(u' ') + request.arguments;
     }
     {
         const std::lock_guard lock(m_mutex);

@@ -52,8 +52,6 @@ public:
     /// Stops listener and sessions where they are, until `thaw`.
     void freeze();
     void thaw();
-    /// Sessions in progress.
-    qsizetype sessionCount() const;
 
 private:
     void writeFiles();
