@@ -31,7 +31,7 @@ QString outcomeOf(Work work)
 {
     QString outcome;
     const Job job = runJob(
-        std::move(work), [&] { outcome = QStringLiteral("done"); },
+        std::move(work), [&] { outcome = u"done"_s; },
         [&](const Error &error) { outcome = error.domain() + u'|' + error.message(); });
     (void)QTest::qWaitFor([&] { return !outcome.isEmpty(); });
     return outcome;
@@ -75,11 +75,10 @@ private slots:
         const std::weak_ptr<int> firstState = first;
         // The first work ends normally although it was asked to stop, as work that is nearly done may.
         Job job = runJob([first = std::move(first)](const std::stop_token &stop) { waitForStop(stop); },
-                         [&] { delivered.append(QStringLiteral("first")); }, ignoreFailure);
-        job =
-            runJob([](const std::stop_token &) {}, [&] { delivered.append(QStringLiteral("second")); }, ignoreFailure);
+                         [&] { delivered.append(u"first"_s); }, ignoreFailure);
+        job = runJob([](const std::stop_token &) {}, [&] { delivered.append(u"second"_s); }, ignoreFailure);
         QTRY_VERIFY(firstState.expired() && !delivered.isEmpty());
-        QCOMPARE(delivered, QStringList{QStringLiteral("second")});
+        QCOMPARE(delivered, QStringList{u"second"_s});
     }
 
     void aJobDroppedBetweenItsEndAndItsDeliveryIsNotDelivered()
@@ -121,7 +120,7 @@ private slots:
         for (int index = 0; index < 40; ++index)
             waiting.push_back(runJob(
                 waitForStop, [] {}, ignoreFailure));
-        QCOMPARE(outcomeOf([](const std::stop_token &) {}), QStringLiteral("done"));
+        QCOMPARE(outcomeOf([](const std::stop_token &) {}), u"done"_s);
     }
 
     void stoppingAllWorkReachesDetachedJobs()
@@ -156,7 +155,7 @@ class AskMainTest : public QObject
             [question = std::move(question)](const std::stop_token &stop) { return askMain<QString>(stop, question); },
             [this](const QString &answer) { m_outcome = answer; },
             [this](const Error &error) {
-                m_outcome = dynamic_cast<const Cancelled *>(&error) ? QStringLiteral("cancelled") : error.message();
+                m_outcome = dynamic_cast<const Cancelled *>(&error) ? u"cancelled"_s : error.message();
             });
     }
 
@@ -168,9 +167,9 @@ private slots:
         QThread *askedOn = nullptr;
         const Job job = ask([&](const Answer &answer) {
             askedOn = QThread::currentThread();
-            answer(QStringLiteral("yes"));
+            answer(u"yes"_s);
         });
-        QTRY_COMPARE(m_outcome, QStringLiteral("yes"));
+        QTRY_COMPARE(m_outcome, u"yes"_s);
         QCOMPARE(askedOn, QThread::currentThread());
     }
 
@@ -180,15 +179,15 @@ private slots:
         const Job job = ask([&](const Answer &answer) { kept = answer; });
         QTRY_VERIFY(kept);
         const Answer other = kept;
-        kept(QStringLiteral("skip"));
-        other(QStringLiteral("overwrite"));
-        QTRY_COMPARE(m_outcome, QStringLiteral("skip"));
+        kept(u"skip"_s);
+        other(u"overwrite"_s);
+        QTRY_COMPARE(m_outcome, u"skip"_s);
     }
 
     void aQuestionNobodyCanAnswerAnyMoreIsCancelled()
     {
         const Job job = ask([](const Answer &) {});
-        QTRY_COMPARE(m_outcome, QStringLiteral("cancelled"));
+        QTRY_COMPARE(m_outcome, u"cancelled"_s);
     }
 
     void aStopEndsTheWait()
@@ -198,7 +197,7 @@ private slots:
         QTRY_VERIFY(kept);
         job.cancel();
         QVERIFY(stopAllWork(std::chrono::seconds(20)));
-        kept(QStringLiteral("too late"));
+        kept(u"too late"_s);
         QVERIFY(m_outcome.isEmpty());
     }
 };

@@ -12,6 +12,7 @@
 #include <sys/stat.h>
 
 using namespace moorix;
+using namespace Qt::StringLiterals;
 using moorix::test::TestTree;
 
 namespace {
@@ -69,8 +70,7 @@ private slots:
                 message = error.message();
             }
         }
-        QVERIFY2(message.startsWith(QStringLiteral("“%1” could not be saved: ").arg(tree.path("doc.json"))),
-                 qPrintable(message));
+        QVERIFY2(message.startsWith(u"“%1” could not be saved: "_s.arg(tree.path("doc.json"))), qPrintable(message));
         QCOMPARE(tree.snapshot(), before);
     }
 
@@ -97,7 +97,7 @@ private slots:
         const TestTree tree{{"a", "1"}, {"taken", "2"}};
         QVERIFY(!jsonFile::setAside(tree.path("a"), tree.path("taken")));
         QVERIFY(jsonFile::setAside(tree.path("a"), tree.path("free")));
-        QCOMPARE(tree.snapshot(), (test::TreeSnapshot{{QStringLiteral("free"), "1"}, {QStringLiteral("taken"), "2"}}));
+        QCOMPARE(tree.snapshot(), (test::TreeSnapshot{{u"free"_s, "1"}, {u"taken"_s, "2"}}));
     }
 };
 

@@ -16,17 +16,16 @@ namespace {
 QString readAll(const QByteArray &bytes)
 {
     try {
-        const JsonReader reader = JsonReader::parse(bytes, QStringLiteral("server “web”"));
-        reader.requiredString(QStringLiteral("text"));
-        reader.optionalInteger(QStringLiteral("number"));
-        reader.optionalUuid(QStringLiteral("uuid"));
-        reader.optionalDate(QStringLiteral("date"));
-        for (qsizetype index = 0; const QJsonValue &each : reader.requiredArray(QStringLiteral("list"))) {
+        const JsonReader reader = JsonReader::parse(bytes, u"server “web”"_s);
+        reader.requiredString(u"text"_s);
+        reader.optionalInteger(u"number"_s);
+        reader.optionalUuid(u"uuid"_s);
+        reader.optionalDate(u"date"_s);
+        for (qsizetype index = 0; const QJsonValue &each : reader.requiredArray(u"list"_s)) {
             Q_UNUSED(each)
-            reader.element(reader.requiredArray(QStringLiteral("list")), index++, QStringLiteral("entry"))
-                .requiredBool(QStringLiteral("on"));
+            reader.element(reader.requiredArray(u"list"_s), index++, u"entry"_s).requiredBool(u"on"_s);
         }
-        return QStringLiteral("fine");
+        return u"fine"_s;
     } catch (const Error &error) {
         return error.message();
     }
@@ -94,7 +93,7 @@ private slots:
 
     void scalarTextIsReadBackAndNothingElseIs()
     {
-        for (const QJsonValue &value : {QJsonValue(QStringLiteral("a]\"")), QJsonValue(2.5), QJsonValue(false)})
+        for (const QJsonValue &value : {QJsonValue(u"a]\""_s), QJsonValue(2.5), QJsonValue(false)})
             QCOMPARE(scalarFromText(scalarText(value)), std::optional(value));
         for (const char *text : {"", "1,2", "[1]", "{}", "\"half", "1]"})
             QVERIFY2(!scalarFromText(text), text);

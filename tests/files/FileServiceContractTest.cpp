@@ -10,6 +10,7 @@
 #include <QTest>
 
 using namespace moorix;
+using namespace Qt::StringLiterals;
 using namespace moorix::test;
 
 class FileServiceContractTest : public QObject
@@ -31,9 +32,9 @@ private slots:
     void memoryTreeKeepsTheContract()
     {
         MemoryFileService service{{"/root/"}};
-        FileServiceContract::runRow(
-            {service, QStringLiteral("/root"),
-             [&service](const QString &target, const QString &link) { service.putLink(link, target); }});
+        FileServiceContract::runRow({service, u"/root"_s, [&service](const QString &target, const QString &link) {
+                                         service.putLink(link, target);
+                                     }});
     }
 };
 

@@ -7,6 +7,7 @@
 #include <QTest>
 
 using namespace moorix;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -71,13 +72,12 @@ private slots:
         FileItem link = file("a link");
         link.isSymlink = true;
         FileItem folderLink = link;
-        folderLink.name = QStringLiteral("zz");
+        folderLink.name = u"zz"_s;
         folderLink.leadsToFolder = true;
         const QList<FileItem> items{link, folder("z"), folderLink, file(".b")};
         const ItemKeys keys = ItemOrder::keys(items);
-        QCOMPARE(names(items, ItemOrder::sorted(keys, {})), QStringLiteral("z zz a link"));
-        QCOMPARE(names(items, ItemOrder::sorted(keys, {FileSortKey::name, true, true, {}})),
-                 QStringLiteral("z zz .b a link"));
+        QCOMPARE(names(items, ItemOrder::sorted(keys, {})), u"z zz a link"_s);
+        QCOMPARE(names(items, ItemOrder::sorted(keys, {FileSortKey::name, true, true, {}})), u"z zz .b a link"_s);
     }
 
     void namesThatDifferInCaseOnlyKeepAFixedOrder()
@@ -93,10 +93,9 @@ private slots:
         const QList<FileItem> items{file("Übung.txt"), file("b"), file("ÜBER"), file("xüb")};
         const ItemKeys keys = ItemOrder::keys(items);
         const std::vector<quint32> order{3, 2, 1, 0};
-        QCOMPARE(names(items, ItemOrder::matching(keys, order, QStringLiteral("üB"))),
-                 QStringLiteral("xüb ÜBER Übung.txt"));
+        QCOMPARE(names(items, ItemOrder::matching(keys, order, u"üB"_s)), u"xüb ÜBER Übung.txt"_s);
         QCOMPARE(ItemOrder::matching(keys, order, {}), order);
-        QVERIFY(ItemOrder::matching(keys, order, QStringLiteral("nothing")).empty());
+        QVERIFY(ItemOrder::matching(keys, order, u"nothing"_s).empty());
     }
 };
 

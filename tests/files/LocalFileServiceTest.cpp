@@ -18,6 +18,7 @@
 #include <unistd.h>
 
 using namespace moorix;
+using namespace Qt::StringLiterals;
 using namespace moorix::test;
 
 namespace {
@@ -74,7 +75,7 @@ QString otherFileSystem(const QString &here)
     struct stat other = {};
     const bool differs = ::stat(QFile::encodeName(here).constData(), &own) == 0 && ::stat("/dev/shm", &other) == 0 &&
                          own.st_dev != other.st_dev && ::access("/dev/shm", W_OK) == 0;
-    return differs ? QStringLiteral("/dev/shm/moorix-test-XXXXXX") : QString();
+    return differs ? u"/dev/shm/moorix-test-XXXXXX"_s : QString();
 }
 
 } // namespace
@@ -99,11 +100,11 @@ private slots:
             items.insert(item.name.toUtf8(), item);
         QCOMPARE(items.keys(), (QList<QByteArray>{"broken", "file.txt", "folder", "link", "to file"}));
         FileItem file;
-        file.name = QStringLiteral("file.txt");
+        file.name = u"file.txt"_s;
         file.path = tree.path("file.txt");
         file.size = 5;
         file.modified = QDateTime::fromSecsSinceEpoch(1700000000, Qt::UTC);
-        file.permissions = QStringLiteral("rwxr-x---");
+        file.permissions = u"rwxr-x---"_s;
         QCOMPARE(items.value("file.txt"), file);
         QVERIFY(items.value("folder").isDirectory && items.value("folder").size == 0);
         QVERIFY(items.value("link").isSymlink && !items.value("link").isDirectory);
@@ -121,7 +122,7 @@ private slots:
         QCOMPARE(items.size(), 1);
         m_service.write("text", items.first().path, go);
         m_service.copy(items.first(), tree.path("copy"), go);
-        m_service.rename(items.first(), QStringLiteral("plain"), go);
+        m_service.rename(items.first(), u"plain"_s, go);
         QCOMPARE(tree.snapshot(), snapshotOf({{"copy", "text"}, {"plain", "text"}}));
         m_service.rename(itemAt(tree.path("plain")), items.first().name, go);
         QCOMPARE(::access(native.constData(), F_OK), 0);
@@ -135,13 +136,11 @@ private slots:
         const QString missing = tree.path("missing");
         const QString folder = tree.path("folder");
         QCOMPARE(failureOf([&] { m_service.list(missing, HiddenFiles::included, go); }),
-                 QStringLiteral("“%1” could not be opened: No such file or directory.").arg(missing));
-        QCOMPARE(failureOf([&] { m_service.read(folder, go); }),
-                 QStringLiteral("“%1” is a folder, not a file.").arg(folder));
-        QCOMPARE(failureOf([&] { m_service.read(QStringLiteral("file"), go); }),
-                 QStringLiteral("“file” is no absolute path."));
+                 u"“%1” could not be opened: No such file or directory."_s.arg(missing));
+        QCOMPARE(failureOf([&] { m_service.read(folder, go); }), u"“%1” is a folder, not a file."_s.arg(folder));
+        QCOMPARE(failureOf([&] { m_service.read(u"file"_s, go); }), u"“file” is no absolute path."_s);
         QCOMPARE(failureOf([&] { m_service.copy(itemAt(tree.path("file")), folder, go); }),
-                 QStringLiteral("“%1” already exists.").arg(folder));
+                 u"“%1” already exists."_s.arg(folder));
         QVERIFY(m_service.freeSpace(folder, go).value_or(0) > 0 && !m_service.freeSpace(missing, go));
     }
 
@@ -223,9 +222,9 @@ private slots:
     void fileThatClaimsToBeEmptyIsCopiedAndReadWhole()
     {
         const TestTree tree;
-        m_service.copy(itemAt(QStringLiteral("/proc/version")), tree.path("copy"), go);
+        m_service.copy(itemAt(u"/proc/version"_s), tree.path("copy"), go);
         QVERIFY(tree.read("copy").startsWith("Linux"));
-        QCOMPARE(m_service.read(QStringLiteral("/proc/version"), go), tree.read("copy"));
+        QCOMPARE(m_service.read(u"/proc/version"_s, go), tree.read("copy"));
     }
 
     void folderIsNotPlacedInsideItself()
@@ -258,17 +257,17 @@ private slots:
         if (place.isEmpty())
             QSKIP("There is no second file system to move to.");
         QTemporaryDir other(place);
-        const QString target = other.filePath(QStringLiteral("to"));
+        const QString target = other.filePath(u"to"_s);
         setTimes(tree.path("from/file"), 1600000000);
-        QVERIFY(QDir(other.path()).mkdir(QStringLiteral("taken")));
+        QVERIFY(QDir(other.path()).mkdir(u"taken"_s));
         const FileItem from = itemAt(tree.path("from"));
-        QVERIFY_THROWS_EXCEPTION(Error, m_service.move(from, other.filePath(QStringLiteral("taken")), go));
+        QVERIFY_THROWS_EXCEPTION(Error, m_service.move(from, other.filePath(u"taken"_s), go));
         QVERIFY(tree.exists("from/file"));
         m_service.move(from, target, go);
         QCOMPARE(tree.snapshot(), TreeSnapshot());
-        QCOMPARE(m_service.read(target + QStringLiteral("/file"), go), QByteArray("text"));
-        QCOMPARE(m_service.read(target + QStringLiteral("/folder/deep"), go), QByteArray("1"));
-        QCOMPARE(modifiedOf(target + QStringLiteral("/file")), 1600000000);
+        QCOMPARE(m_service.read(target + u"/file"_s, go), QByteArray("text"));
+        QCOMPARE(m_service.read(target + u"/folder/deep"_s, go), QByteArray("1"));
+        QCOMPARE(modifiedOf(target + u"/file"_s), 1600000000);
     }
 
     void verificationNoticesWhatChangedMeanwhile()
@@ -291,9 +290,9 @@ private slots:
         tree.link("a/link", "outside");
         ::chmod(QFile::encodeName(tree.path("outside")).constData(), 0600);
         ::chmod(QFile::encodeName(tree.path("a/b")).constData(), 0);
-        m_service.setPermissions(tree.path("a"), QStringLiteral("644"), Recursive::yes, go);
+        m_service.setPermissions(tree.path("a"), u"644"_s, Recursive::yes, go);
         QCOMPARE(modeOf(tree.path("a")), 0644U);
-        m_service.setPermissions(tree.path("a"), QStringLiteral("755"), Recursive::yes, go);
+        m_service.setPermissions(tree.path("a"), u"755"_s, Recursive::yes, go);
         for (const char *path : {"a", "a/b", "a/b/file"})
             QCOMPARE(modeOf(tree.path(path)), 0755U);
         QCOMPARE(modeOf(tree.path("outside")), 0600U);
@@ -306,7 +305,7 @@ private slots:
         for (const char *octal : {"", "9", "+755", " 755", "17777", "77777777777777777777"}) {
             const QString failure = failureOf(
                 [&] { m_service.setPermissions(tree.path("file"), QString::fromLatin1(octal), Recursive::no, go); });
-            QVERIFY2(failure.contains(QStringLiteral("no permission number")), octal);
+            QVERIFY2(failure.contains(u"no permission number"_s), octal);
         }
         QCOMPARE(modeOf(tree.path("file")), before);
     }
@@ -314,8 +313,7 @@ private slots:
     void rootAndDotsAreNeverRemoved()
     {
         const TestTree tree{{"folder/file", "1"}};
-        for (const QString &path : {QStringLiteral("/"), tree.path("folder/."), tree.path("folder/.."), QString(),
-                                    QStringLiteral("folder")}) {
+        for (const QString &path : {u"/"_s, tree.path("folder/."), tree.path("folder/.."), QString(), u"folder"_s}) {
             FileItem item;
             item.path = path;
             QVERIFY2(!failureOf([&] { m_service.remove(item, go); }).isEmpty(), qUtf8Printable(path));

@@ -21,7 +21,7 @@ struct Fixture
 
     explicit Fixture(std::initializer_list<MemoryFileService::Entry> entries)
         : service(std::make_shared<MemoryFileService>(entries))
-        , pane(service, QStringLiteral("Test"), false)
+        , pane(service, u"Test"_s, false)
     {
     }
 
@@ -66,8 +66,7 @@ struct Fixture
     }
     QString place() const
     {
-        return pane.history().join(u' ') + QStringLiteral(" | ") + pane.currentPath() + QStringLiteral(" | ") +
-               pane.forwardStack().join(u' ');
+        return pane.history().join(u' ') + u" | "_s + pane.currentPath() + u" | "_s + pane.forwardStack().join(u' ');
     }
 };
 
@@ -111,48 +110,48 @@ private slots:
     {
         Fixture at{{"/a/file"}, {"/b/"}};
         QVERIFY(at.shows("/b") && at.shows("/a"));
-        at.service->failOn(QStringLiteral("/b"), QStringLiteral("No way."));
+        at.service->failOn(u"/b"_s, u"No way."_s);
         const QString before = at.place();
         at.pane.goBack();
         QVERIFY(at.settles());
-        QCOMPARE(at.pane.errorMessage(), std::optional(QStringLiteral("No way.")));
+        QCOMPARE(at.pane.errorMessage(), std::optional(u"No way."_s));
         QCOMPARE(at.place(), before);
-        QCOMPARE(at.rows(), QStringLiteral("file"));
-        at.pane.load(QStringLiteral("/missing"), true);
+        QCOMPARE(at.rows(), u"file"_s);
+        at.pane.load(u"/missing"_s, true);
         QVERIFY(at.settles());
         QCOMPARE(at.place(), before);
-        at.service->failOn(QStringLiteral("/b"), {});
+        at.service->failOn(u"/b"_s, {});
         at.pane.goBack();
         QVERIFY(at.settles());
-        QCOMPARE(at.place(), QStringLiteral(" | /b | /a"));
+        QCOMPARE(at.place(), u" | /b | /a"_s);
         QVERIFY(!at.pane.errorMessage());
     }
 
     void laterLoadReplacesASlowOne()
     {
         Fixture at{{"/slow/x"}, {"/fast/y"}};
-        at.service->block(QStringLiteral("/slow"));
-        at.pane.load(QStringLiteral("/slow"), true);
-        QTRY_VERIFY(at.service->isWaiting(QStringLiteral("/slow")));
-        QCOMPARE(at.pane.loadingPath(), QStringLiteral("/slow"));
+        at.service->block(u"/slow"_s);
+        at.pane.load(u"/slow"_s, true);
+        QTRY_VERIFY(at.service->isWaiting(u"/slow"_s));
+        QCOMPARE(at.pane.loadingPath(), u"/slow"_s);
         QVERIFY(at.shows("/fast"));
-        at.service->release(QStringLiteral("/slow"));
-        QTRY_VERIFY(!at.service->isWaiting(QStringLiteral("/slow")));
-        QCOMPARE(at.place(), QStringLiteral(" | /fast | "));
-        QCOMPARE(at.rows(), QStringLiteral("y"));
+        at.service->release(u"/slow"_s);
+        QTRY_VERIFY(!at.service->isWaiting(u"/slow"_s));
+        QCOMPARE(at.place(), u" | /fast | "_s);
+        QCOMPARE(at.rows(), u"y"_s);
     }
 
     void cancelledLoadStopsTheListingAndChangesNothing()
     {
         Fixture at{{"/a/x"}, {"/slow/y"}};
         QVERIFY(at.shows("/a"));
-        at.service->block(QStringLiteral("/slow"));
-        at.pane.load(QStringLiteral("/slow"), true);
-        QTRY_VERIFY(at.service->isWaiting(QStringLiteral("/slow")));
+        at.service->block(u"/slow"_s);
+        at.pane.load(u"/slow"_s, true);
+        QTRY_VERIFY(at.service->isWaiting(u"/slow"_s));
         at.pane.cancelLoading();
         QVERIFY(!at.pane.isLoading());
-        QTRY_VERIFY(!at.service->isWaiting(QStringLiteral("/slow")));
-        QCOMPARE(at.place(), QStringLiteral(" | /a | "));
+        QTRY_VERIFY(!at.service->isWaiting(u"/slow"_s));
+        QCOMPARE(at.place(), u" | /a | "_s);
         QVERIFY(!at.pane.errorMessage());
     }
 
@@ -160,13 +159,13 @@ private slots:
     {
         Fixture at{{"/a/x"}, {"/b/y"}};
         connect(&at.pane, &PaneModel::currentPathChanged, &at.pane, [&at] {
-            if (at.pane.currentPath() == QStringLiteral("/a"))
-                at.pane.load(QStringLiteral("/b"), true);
+            if (at.pane.currentPath() == u"/a"_s)
+                at.pane.load(u"/b"_s, true);
         });
-        at.pane.load(QStringLiteral("/a"), true);
-        QTRY_COMPARE(at.place(), QStringLiteral("/a | /b | "));
+        at.pane.load(u"/a"_s, true);
+        QTRY_COMPARE(at.place(), u"/a | /b | "_s);
         QVERIFY(at.settles());
-        QCOMPARE(at.rows(), QStringLiteral("y"));
+        QCOMPARE(at.rows(), u"y"_s);
     }
 
     void goingUpSelectsTheFolderLeft()
@@ -190,10 +189,10 @@ private slots:
         Fixture at{{"/a/x"}, {"/a/y"}, {"/a/z"}};
         QVERIFY(at.shows("/a"));
         at.select({"x", "y"});
-        at.service->drop(QStringLiteral("/a/x"));
+        at.service->drop(u"/a/x"_s);
         at.pane.reload();
         QVERIFY(at.settles());
-        QCOMPARE(at.pane.selection(), QSet<QString>{QStringLiteral("/a/y")});
+        QCOMPARE(at.pane.selection(), QSet<QString>{u"/a/y"_s});
         QVERIFY(at.shows("/"));
         QVERIFY(at.pane.selection().isEmpty());
     }
@@ -220,12 +219,12 @@ private slots:
         at.service->setDotFiles(MemoryFileService::DotFiles::leftOut);
         QVERIFY(at.shows("/a"));
         at.pane.setShowHidden(true);
-        QTRY_COMPARE(at.rows(), QStringLiteral(".h x"));
+        QTRY_COMPARE(at.rows(), u".h x"_s);
         at.pane.setShowHidden(false);
-        QCOMPARE(at.rows(), QStringLiteral("x"));
+        QCOMPARE(at.rows(), u"x"_s);
         at.pane.setShowHidden(true);
-        QCOMPARE(at.rows(), QStringLiteral(".h x"));
-        QCOMPARE(at.service->listCount(QStringLiteral("/a")), 2);
+        QCOMPARE(at.rows(), u".h x"_s);
+        QCOMPARE(at.service->listCount(u"/a"_s), 2);
     }
 
     void tenKeystrokesFilterOnce()
@@ -234,28 +233,28 @@ private slots:
         QVERIFY(at.shows("/a"));
         QSignalSpy displayed(&at.pane, &PaneModel::displayedChanged);
         for (int length = 1; length <= 10; ++length)
-            at.pane.setSearchQuery(QStringLiteral("abcdefghij").first(length));
+            at.pane.setSearchQuery(u"abcdefghij"_s.first(length));
         QCOMPARE(at.pane.displayedCount(), 3);
-        QTRY_COMPARE(at.rows(), QStringLiteral("abcdefghij"));
+        QTRY_COMPARE(at.rows(), u"abcdefghij"_s);
         QCOMPARE(displayed.size(), 1);
     }
 
     void linksLeadToFoldersAndFilesAsReachedThroughThem()
     {
         Fixture at{{"/a/"}, {"/target/x"}};
-        at.service->putLink(QStringLiteral("/a/folder"), QStringLiteral("/target"));
-        at.service->putLink(QStringLiteral("/a/file"), QStringLiteral("/target/x"));
-        at.service->putLink(QStringLiteral("/a/broken"), QStringLiteral("/nowhere"));
+        at.service->putLink(u"/a/folder"_s, u"/target"_s);
+        at.service->putLink(u"/a/file"_s, u"/target/x"_s);
+        at.service->putLink(u"/a/broken"_s, u"/nowhere"_s);
         QVERIFY(at.shows("/a"));
         QSignalSpy opened(&at.pane, &PaneModel::openFileRequested);
         at.pane.open(at.item("file"));
         QTRY_COMPARE(opened.size(), 1);
-        QCOMPARE(opened.first().first().value<FileItem>().path, QStringLiteral("/a/file"));
+        QCOMPARE(opened.first().first().value<FileItem>().path, u"/a/file"_s);
         at.pane.open(at.item("broken"));
-        QTRY_COMPARE(at.pane.errorMessage(), std::optional(QStringLiteral("Couldn’t follow symlink to “broken”")));
+        QTRY_COMPARE(at.pane.errorMessage(), std::optional(u"Couldn’t follow symlink to “broken”"_s));
         at.pane.open(at.item("folder"));
-        QTRY_COMPARE(at.place(), QStringLiteral("/a | /a/folder | "));
-        QCOMPARE(at.rows(), QStringLiteral("x"));
+        QTRY_COMPARE(at.place(), u"/a | /a/folder | "_s);
+        QCOMPARE(at.rows(), u"x"_s);
     }
 
     void newEntriesAreSelectedAndTakenNamesRefused()
@@ -294,50 +293,50 @@ private slots:
         QVERIFY(at.shows("/a"));
         at.pane.duplicate({at.item("x.txt"), at.item("d.d")});
         QVERIFY(at.settles());
-        QCOMPARE(at.rows(), QStringLiteral("d.d d.d copy x copy 2.txt x copy.txt x.txt"));
-        QCOMPARE(at.selected(), QStringLiteral("d.d copy x copy 2.txt"));
-        QCOMPARE(at.service->snapshot().value(QStringLiteral("/a/d.d copy/in")), QByteArray("3"));
+        QCOMPARE(at.rows(), u"d.d d.d copy x copy 2.txt x copy.txt x.txt"_s);
+        QCOMPARE(at.selected(), u"d.d copy x copy 2.txt"_s);
+        QCOMPARE(at.service->snapshot().value(u"/a/d.d copy/in"_s), QByteArray("3"));
     }
 
     void oneFailureDoesNotKeepTheOthersFromBeingDone()
     {
         Fixture at{{"/a/x"}, {"/a/y"}, {"/a/z"}, {"/b/"}};
         QVERIFY(at.shows("/a"));
-        at.service->failOn(QStringLiteral("/a/x"), QStringLiteral("x is held."));
-        at.service->failOn(QStringLiteral("/a/z"), QStringLiteral("z is held."));
+        at.service->failOn(u"/a/x"_s, u"x is held."_s);
+        at.service->failOn(u"/a/z"_s, u"z is held."_s);
         at.pane.remove({at.item("x"), at.item("y"), at.item("z")});
-        QCOMPARE(at.pane.operation(), std::optional(QStringLiteral("Deleting 3 items")));
+        QCOMPARE(at.pane.operation(), std::optional(u"Deleting 3 items"_s));
         QVERIFY(at.settles());
-        QTRY_COMPARE(at.rows(), QStringLiteral("x z"));
-        QCOMPARE(at.pane.errorMessage(), std::optional(QStringLiteral("x is held.\nz is held.")));
+        QTRY_COMPARE(at.rows(), u"x z"_s);
+        QCOMPARE(at.pane.errorMessage(), std::optional(u"x is held.\nz is held."_s));
     }
 
     void operationsRunOneAfterAnother()
     {
         Fixture at{{"/a/x"}};
         QVERIFY(at.shows("/a"));
-        at.service->block(QStringLiteral("/a/x"));
+        at.service->block(u"/a/x"_s);
         at.pane.remove({at.item("x")});
-        at.pane.createFolder(QStringLiteral("x"));
-        QTRY_VERIFY(at.service->isWaiting(QStringLiteral("/a/x")));
-        QCOMPARE(at.pane.operation(), std::optional(QStringLiteral("Deleting “x”")));
-        at.service->release(QStringLiteral("/a/x"));
+        at.pane.createFolder(u"x"_s);
+        QTRY_VERIFY(at.service->isWaiting(u"/a/x"_s));
+        QCOMPARE(at.pane.operation(), std::optional(u"Deleting “x”"_s));
+        at.service->release(u"/a/x"_s);
         QVERIFY(at.settles());
         QVERIFY(!at.pane.errorMessage());
-        QVERIFY(at.service->snapshot().contains(QStringLiteral("/a/x/")));
+        QVERIFY(at.service->snapshot().contains(u"/a/x/"_s));
     }
 
     void cancelledOperationShowsWhatItHadDone()
     {
         Fixture at{{"/a/x"}, {"/a/y"}, {"/a/z"}};
         QVERIFY(at.shows("/a"));
-        at.service->block(QStringLiteral("/a/y"));
+        at.service->block(u"/a/y"_s);
         at.pane.remove({at.item("x"), at.item("y"), at.item("z")});
-        at.pane.createFolder(QStringLiteral("never made"));
-        QTRY_VERIFY(at.service->isWaiting(QStringLiteral("/a/y")));
+        at.pane.createFolder(u"never made"_s);
+        QTRY_VERIFY(at.service->isWaiting(u"/a/y"_s));
         at.pane.cancelOperation();
         QVERIFY(at.settles());
-        QTRY_COMPARE(at.rows(), QStringLiteral("y z"));
+        QTRY_COMPARE(at.rows(), u"y z"_s);
         QVERIFY(!at.pane.errorMessage());
     }
 
@@ -345,26 +344,26 @@ private slots:
     {
         Fixture at{{"/a/x"}, {"/b/y"}};
         QVERIFY(at.shows("/a"));
-        at.service->block(QStringLiteral("/b"));
-        at.pane.load(QStringLiteral("/b"), true);
+        at.service->block(u"/b"_s);
+        at.pane.load(u"/b"_s, true);
         at.pane.remove({at.item("x")});
         QTRY_VERIFY(!at.pane.operation());
-        QCOMPARE(at.pane.loadingPath(), QStringLiteral("/b"));
-        at.service->release(QStringLiteral("/b"));
+        QCOMPARE(at.pane.loadingPath(), u"/b"_s);
+        at.service->release(u"/b"_s);
         QVERIFY(at.settles());
-        QCOMPARE(at.rows(), QStringLiteral("y"));
+        QCOMPARE(at.rows(), u"y"_s);
     }
 
     void paneThatGoesAwayStopsItsListing()
     {
         const auto service =
             std::make_shared<MemoryFileService>(std::initializer_list<MemoryFileService::Entry>{{"/a/x"}});
-        service->block(QStringLiteral("/a"));
-        auto pane = std::make_unique<PaneModel>(service, QStringLiteral("Test"), false);
-        pane->load(QStringLiteral("/a"), true);
-        QTRY_VERIFY(service->isWaiting(QStringLiteral("/a")));
+        service->block(u"/a"_s);
+        auto pane = std::make_unique<PaneModel>(service, u"Test"_s, false);
+        pane->load(u"/a"_s, true);
+        QTRY_VERIFY(service->isWaiting(u"/a"_s));
         pane.reset();
-        QTRY_VERIFY(!service->isWaiting(QStringLiteral("/a")));
+        QTRY_VERIFY(!service->isWaiting(u"/a"_s));
     }
 };
 

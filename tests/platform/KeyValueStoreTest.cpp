@@ -7,6 +7,7 @@
 #include <QSignalSpy>
 
 using namespace moorix;
+using namespace Qt::StringLiterals;
 using moorix::test::TestTree;
 
 class KeyValueStoreTest : public QObject
@@ -19,18 +20,17 @@ private slots:
         const TestTree tree{{"a.json", "1"}, {"gone.json", "1"}};
         KeyValueStore store(tree.path());
         QSignalSpy changes(&store, &KeyValueStore::changedExternally);
-        QVERIFY(store.setValue(QStringLiteral("own"), "mine"));
+        QVERIFY(store.setValue(u"own"_s, "mine"));
         // Everything that the watcher says from now on goes through one look at the folder.
         tree.write("a.json", "2");
         tree.write("new.json", "3");
         tree.write("notes.txt", "not ours");
         QFile::remove(tree.path("gone.json"));
         QTRY_VERIFY(changes.count() > 0);
-        QCOMPARE(changes.first().first().toStringList(),
-                 (QStringList{QStringLiteral("a"), QStringLiteral("gone"), QStringLiteral("new")}));
-        QCOMPARE(store.value(QStringLiteral("a")), std::optional(QByteArray("2")));
-        QVERIFY(!store.value(QStringLiteral("gone")));
-        QCOMPARE(store.value(QStringLiteral("own")), std::optional(QByteArray("mine")));
+        QCOMPARE(changes.first().first().toStringList(), (QStringList{u"a"_s, u"gone"_s, u"new"_s}));
+        QCOMPARE(store.value(u"a"_s), std::optional(QByteArray("2")));
+        QVERIFY(!store.value(u"gone"_s));
+        QCOMPARE(store.value(u"own"_s), std::optional(QByteArray("mine")));
     }
 
     void aFileReplacedByRenamingIsSeenTwice()
@@ -40,14 +40,14 @@ private slots:
         for (const QByteArray &text : {QByteArray("2"), QByteArray("3")}) {
             tree.write("incoming", text);
             QVERIFY(QFile::remove(tree.path("a.json")) && QFile::rename(tree.path("incoming"), tree.path("a.json")));
-            QTRY_COMPARE(store.value(QStringLiteral("a")), std::optional(text));
+            QTRY_COMPARE(store.value(u"a"_s), std::optional(text));
         }
     }
 
     void keysThatAreNoFileNamesSurvive()
     {
         const TestTree tree;
-        const QString key = QStringLiteral("a/../b%:ü");
+        const QString key = u"a/../b%:ü"_s;
         QVERIFY(KeyValueStore(tree.path()).setValue(key, "1"));
         QCOMPARE(tree.snapshot().size(), 1);
         QCOMPARE(KeyValueStore(tree.path()).value(key), std::optional(QByteArray("1")));
@@ -60,9 +60,9 @@ private slots:
         QSignalSpy changes(&store, &KeyValueStore::changedExternally);
         store.setFolder(tree.path("two"));
         QCOMPARE(changes.count(), 1);
-        QCOMPARE(changes.first().first().toStringList(), (QStringList{QStringLiteral("a"), QStringLiteral("b")}));
+        QCOMPARE(changes.first().first().toStringList(), (QStringList{u"a"_s, u"b"_s}));
         tree.write("two/b.json", "3");
-        QTRY_COMPARE(store.value(QStringLiteral("b")), std::optional(QByteArray("3")));
+        QTRY_COMPARE(store.value(u"b"_s), std::optional(QByteArray("3")));
     }
 
     void aFolderThatCannotBeWrittenToIsToldAndNoneAtAllIsNot()
@@ -71,9 +71,9 @@ private slots:
         for (const QString &folder : {tree.path("folder"), QString()}) {
             KeyValueStore store(folder);
             QSignalSpy failures(&store, &KeyValueStore::writeFailed);
-            QVERIFY(!store.setValue(QStringLiteral("a"), "1"));
+            QVERIFY(!store.setValue(u"a"_s, "1"));
             QCOMPARE(failures.count(), folder.isEmpty() ? 0 : 1);
-            QVERIFY(!store.value(QStringLiteral("a")));
+            QVERIFY(!store.value(u"a"_s));
         }
     }
 };

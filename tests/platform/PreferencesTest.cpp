@@ -7,6 +7,7 @@
 #include <QSignalSpy>
 
 using namespace moorix;
+using namespace Qt::StringLiterals;
 using moorix::test::TestTree;
 
 class PreferencesTest : public QObject
@@ -19,12 +20,12 @@ private slots:
         for (const QByteArray &text : {QByteArray("{\"themeID\":"), QByteArray("[1]"), QByteArray()}) {
             const TestTree tree{{"preferences.json", text}};
             Preferences preferences(tree.path("preferences.json"));
-            QVERIFY(preferences.value(QStringLiteral("themeID")).isUndefined());
-            preferences.setValue(QStringLiteral("themeID"), QStringLiteral("x"));
+            QVERIFY(preferences.value(u"themeID"_s).isUndefined());
+            preferences.setValue(u"themeID"_s, u"x"_s);
             preferences.flush();
             const auto after = tree.snapshot();
             QCOMPARE(after.size(), 2);
-            QVERIFY(after.lastKey().startsWith(QStringLiteral("preferences.json.corrupt-")));
+            QVERIFY(after.lastKey().startsWith(u"preferences.json.corrupt-"_s));
             QCOMPARE(after.last(), text);
         }
     }
@@ -33,8 +34,8 @@ private slots:
     {
         const TestTree tree{{"preferences.json", "{\"kept\":\"1\",\"changed\":1}"}};
         Preferences preferences(tree.path("preferences.json"));
-        preferences.setValue(QStringLiteral("changed"), 2.5);
-        preferences.setValue(QStringLiteral("on"), true);
+        preferences.setValue(u"changed"_s, 2.5);
+        preferences.setValue(u"on"_s, true);
         QTRY_COMPARE(tree.read("preferences.json"),
                      QByteArray("{\n    \"changed\": 2.5,\n    \"kept\": \"1\",\n    \"on\": true\n}\n"));
     }
@@ -45,7 +46,7 @@ private slots:
         {
             Preferences preferences(tree.path("folder/preferences.json"));
             QSignalSpy failures(&preferences, &Preferences::saveFailed);
-            preferences.setValue(QStringLiteral("on"), true);
+            preferences.setValue(u"on"_s, true);
             preferences.flush();
             QCOMPARE(failures.count(), 1);
             QVERIFY(failures.first().first().toString().contains(tree.path("folder/preferences.json")));

@@ -10,6 +10,7 @@
 #include <sys/stat.h>
 
 using namespace moorix;
+using namespace Qt::StringLiterals;
 using moorix::test::TestTree;
 
 namespace {
@@ -31,19 +32,19 @@ private slots:
     {
         QString path;
         {
-            const PrivateFile file(QStringLiteral("moorix-test-"), "secret", QStringLiteral(".key"));
+            const PrivateFile file(u"moorix-test-"_s, "secret", u".key"_s);
             path = file.path();
             QCOMPARE(modeOf(path), 0600U);
             QCOMPARE(QFileInfo(path).size(), 6);
-            QVERIFY(QFileInfo(path).fileName().startsWith(QStringLiteral("moorix-test-")) && path.endsWith(u".key"));
+            QVERIFY(QFileInfo(path).fileName().startsWith(u"moorix-test-"_s) && path.endsWith(u".key"));
         }
         QVERIFY(!QFileInfo::exists(path));
     }
 
     void ownershipMovesWithTheObject()
     {
-        PrivateFile first(QStringLiteral("moorix-test-"));
-        PrivateFile second(QStringLiteral("moorix-test-"));
+        PrivateFile first(u"moorix-test-"_s);
+        PrivateFile second(u"moorix-test-"_s);
         const QString firstPath = first.path();
         const QString secondPath = second.path();
         {

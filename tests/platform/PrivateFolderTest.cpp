@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 
 using namespace moorix;
+using namespace Qt::StringLiterals;
 
 class PrivateFolderTest : public QObject
 {
@@ -19,13 +20,13 @@ private slots:
     {
         QString path;
         {
-            PrivateFolder first(QStringLiteral("moorix-test-"));
+            PrivateFolder first(u"moorix-test-"_s);
             const PrivateFolder folder(std::move(first));
             path = folder.path();
             struct stat status = {};
             QCOMPARE(::stat(QFile::encodeName(path).constData(), &status), 0);
             QCOMPARE(status.st_mode & 07777U, 0700U);
-            QFile file(path + QStringLiteral("/inside"));
+            QFile file(path + u"/inside"_s);
             QVERIFY(file.open(QIODevice::WriteOnly));
             file.setPermissions(QFile::ReadOwner);
         }
@@ -36,7 +37,7 @@ private slots:
     {
         QString message;
         try {
-            const PrivateFolder folder(QStringLiteral("moorix-no-such-folder/moorix-"));
+            const PrivateFolder folder(u"moorix-no-such-folder/moorix-"_s);
         } catch (const Error &error) {
             message = error.message();
         }

@@ -11,6 +11,7 @@
 #include <thread>
 
 using namespace moorix;
+using namespace Qt::StringLiterals;
 using moorix::test::TestTree;
 
 namespace {
@@ -18,8 +19,8 @@ namespace {
 ProcessRequest shell(const QString &script)
 {
     ProcessRequest request;
-    request.program = QStringLiteral("/bin/sh");
-    request.arguments = {QStringLiteral("-c"), script};
+    request.program = u"/bin/sh"_s;
+    request.arguments = {u"-c"_s, script};
     return request;
 }
 
@@ -36,13 +37,13 @@ QString failureOf(const ProcessRequest &request, const std::stop_token &stop = {
     } catch (const Error &error) {
         return error.message();
     }
-    return QStringLiteral("no error");
+    return u"no error"_s;
 }
 
 /// Whether a process exists that is more than an entry waiting to be reaped.
 bool isAlive(qint64 processId)
 {
-    QFile status(QStringLiteral("/proc/%1/stat").arg(processId));
+    QFile status(u"/proc/%1/stat"_s.arg(processId));
     if (processId <= 0 || !status.open(QIODevice::ReadOnly))
         return false;
     const QByteArray line = status.readAll();
@@ -58,35 +59,34 @@ class SystemProcessRunnerTest : public QObject
 private slots:
     void exitCodeSignalAndBothStreamsArrive()
     {
-        const ProcessResult exited = runShell(QStringLiteral("printf out; printf err >&2; exit 3"));
+        const ProcessResult exited = runShell(u"printf out; printf err >&2; exit 3"_s);
         QVERIFY(exited.exitCode == 3 && !exited.crashed);
         QCOMPARE(exited.standardOutput, QByteArray("out"));
         QCOMPARE(exited.standardError, QByteArray("err"));
-        const ProcessResult killed = runShell(QStringLiteral("kill -9 $$"));
+        const ProcessResult killed = runShell(u"kill -9 $$"_s);
         QVERIFY(killed.exitCode == SIGKILL && killed.crashed);
     }
 
     void bigOutputOnBothStreamsIsWhole()
     {
-        const ProcessResult result =
-            runShell(QStringLiteral("head -c 9000000 /dev/zero & head -c 7000000 /dev/zero >&2; wait"));
+        const ProcessResult result = runShell(u"head -c 9000000 /dev/zero & head -c 7000000 /dev/zero >&2; wait"_s);
         QCOMPARE(result.standardOutput.size(), 9000000);
         QCOMPARE(result.standardError.size(), 7000000);
     }
 
     void inputLargerThanAPipeComesBackWholeOrIsDroppedUnread()
     {
-        ProcessRequest request = shell(QStringLiteral("exec cat"));
+        ProcessRequest request = shell(u"exec cat"_s);
         for (int line = 0; line < 200000; ++line)
             request.standardInput += QByteArray::number(line) + '\n';
         QCOMPARE(SystemProcessRunner().run(request, {}).standardOutput, request.standardInput);
-        request.arguments.last() = QStringLiteral("exit 4");
+        request.arguments.last() = u"exit 4"_s;
         QCOMPARE(SystemProcessRunner().run(request, {}).exitCode, 4);
     }
 
     void aHelperThatKeepsThePipesOpenDoesNotHoldTheRunUp()
     {
-        const ProcessResult result = runShell(QStringLiteral("sleep 600 & echo $!; head -c 60000 /dev/zero >&2"));
+        const ProcessResult result = runShell(u"sleep 600 & echo $!; head -c 60000 /dev/zero >&2"_s);
         const qint64 helper = result.standardOutput.trimmed().toLongLong();
         QVERIFY(isAlive(helper));
         QCOMPARE(result.standardError.size(), 60000);
@@ -95,26 +95,25 @@ private slots:
 
     void endlessOutputIsEndedAtTheLimit()
     {
-        for (const QString &script : {QStringLiteral("exec yes"), QStringLiteral("exec yes >&2")}) {
+        for (const QString &script : {u"exec yes"_s, u"exec yes >&2"_s}) {
             ProcessRequest request = shell(script);
             request.outputLimitBytes = 100000;
-            QCOMPARE(failureOf(request), QStringLiteral("“/bin/sh” printed more than 100000 bytes and was ended."));
+            QCOMPARE(failureOf(request), u"“/bin/sh” printed more than 100000 bytes and was ended."_s);
         }
     }
 
     void aMissingProgramIsNamed()
     {
         ProcessRequest request;
-        request.program = QStringLiteral("/nonexistent/tool");
-        QCOMPARE(failureOf(request),
-                 QStringLiteral("“/nonexistent/tool” could not be started: No such file or directory"));
+        request.program = u"/nonexistent/tool"_s;
+        QCOMPARE(failureOf(request), u"“/nonexistent/tool” could not be started: No such file or directory"_s);
     }
 
     void theGivenEnvironmentIsTheWholeEnvironment()
     {
-        ProcessRequest request = shell(QStringLiteral("printf '%s|%s' \"$MARK\" \"$HOME\""));
+        ProcessRequest request = shell(u"printf '%s|%s' \"$MARK\" \"$HOME\""_s);
         request.environment.emplace();
-        request.environment->insert(QStringLiteral("MARK"), QStringLiteral("here"));
+        request.environment->insert(u"MARK"_s, u"here"_s);
         QCOMPARE(SystemProcessRunner().run(request, {}).standardOutput, QByteArray("here|"));
     }
 
@@ -123,20 +122,19 @@ private slots:
         std::stop_source source;
         source.request_stop();
         const TestTree tree;
-        QCOMPARE(failureOf(shell(QStringLiteral("touch '%1/started'").arg(tree.path())), source.get_token()),
-                 Cancelled().message());
+        QCOMPARE(failureOf(shell(u"touch '%1/started'"_s.arg(tree.path())), source.get_token()), Cancelled().message());
         QVERIFY(!tree.exists("started"));
     }
 
     void cancelEndsTheWholeGroup_data()
     {
         QTest::addColumn<QString>("script");
-        const QString children = QStringLiteral("sleep 600 & echo $$ $! > '%1/new'; mv '%1/new' '%1/pids'; ");
-        QTest::newRow("obedient") << children + QStringLiteral("wait");
-        QTest::newRow("deaf to SIGTERM") << QStringLiteral("trap '' TERM; ") + children + QStringLiteral("wait");
-        QTest::newRow("printing without end") << children + QStringLiteral("yes");
+        const QString children = u"sleep 600 & echo $$ $! > '%1/new'; mv '%1/new' '%1/pids'; "_s;
+        QTest::newRow("obedient") << children + u"wait"_s;
+        QTest::newRow("deaf to SIGTERM") << u"trap '' TERM; "_s + children + u"wait"_s;
+        QTest::newRow("printing without end") << children + u"yes"_s;
         QTest::newRow("helper deaf, leader obedient")
-            << QStringLiteral("(trap '' TERM; exec sleep 600) & echo $$ $! > '%1/new'; mv '%1/new' '%1/pids'; wait");
+            << u"(trap '' TERM; exec sleep 600) & echo $$ $! > '%1/new'; mv '%1/new' '%1/pids'; wait"_s;
     }
     void cancelEndsTheWholeGroup()
     {
@@ -158,8 +156,7 @@ private slots:
     void whileRunningSeesTheChild()
     {
         const TestTree tree;
-        ProcessRequest request =
-            shell(QStringLiteral("echo $$; while [ ! -e '%1/go' ]; do sleep 0.02; done").arg(tree.path()));
+        ProcessRequest request = shell(u"echo $$; while [ ! -e '%1/go' ]; do sleep 0.02; done"_s.arg(tree.path()));
         qint64 seen = 0;
         request.whileRunning = [&](qint64 processId) {
             seen = processId;
@@ -174,9 +171,8 @@ private slots:
         std::vector<std::jthread> threads;
         std::vector<QByteArray> outputs(16);
         for (std::size_t index = 0; index < outputs.size(); ++index) {
-            threads.emplace_back([&output = outputs[index], index] {
-                output = runShell(QStringLiteral("echo %1; cat").arg(index)).standardOutput;
-            });
+            threads.emplace_back(
+                [&output = outputs[index], index] { output = runShell(u"echo %1; cat"_s.arg(index)).standardOutput; });
         }
         threads.clear();
         for (std::size_t index = 0; index < outputs.size(); ++index)

@@ -12,6 +12,7 @@
 #include <vector>
 
 using namespace moorix;
+using namespace Qt::StringLiterals;
 using namespace moorix::test;
 
 class ConnectionGateTest final : public QObject
@@ -37,7 +38,7 @@ private slots:
         std::latch allInside(most);
         const auto child = [&] {
             const auto place = gate.enter(
-                QStringLiteral("h"), [&] { return isWarm; }, neverStops);
+                u"h"_s, [&] { return isWarm; }, neverStops);
             const int inside = ++running;
             if (inside > highest)
                 highest = inside;
@@ -70,15 +71,15 @@ private slots:
         std::jthread waiting;
         std::jthread cancelled;
         {
-            const auto place = gate.enter(QStringLiteral("h"), cold, neverStops);
-            const auto other = gate.enter(QStringLiteral("another host"), cold, neverStops);
+            const auto place = gate.enter(u"h"_s, cold, neverStops);
+            const auto other = gate.enter(u"another host"_s, cold, neverStops);
             waiting = std::jthread([&] {
-                const auto later = gate.enter(QStringLiteral("h"), cold, neverStops);
+                const auto later = gate.enter(u"h"_s, cold, neverStops);
                 ++entered;
             });
             cancelled = std::jthread([&] {
                 try {
-                    const auto never = gate.enter(QStringLiteral("h"), cold, source.get_token());
+                    const auto never = gate.enter(u"h"_s, cold, source.get_token());
                 } catch (const Cancelled &) {
                     wasCancelled = true;
                 }
@@ -97,10 +98,10 @@ private slots:
         ConnectionGate gate;
         std::atomic<bool> isWarm = false;
         const auto first = gate.enter(
-            QStringLiteral("h"), [&] { return isWarm.load(); }, neverStops);
+            u"h"_s, [&] { return isWarm.load(); }, neverStops);
         std::jthread waiting([&] {
             const auto second = gate.enter(
-                QStringLiteral("h"), [&] { return isWarm.load(); }, neverStops);
+                u"h"_s, [&] { return isWarm.load(); }, neverStops);
         });
         isWarm = true;
         waiting.join();

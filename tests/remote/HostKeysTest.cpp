@@ -11,6 +11,7 @@
 #include <QTest>
 
 using namespace moorix;
+using namespace Qt::StringLiterals;
 using namespace moorix::test;
 
 class HostKeysTest final : public QObject
@@ -19,11 +20,11 @@ class HostKeysTest final : public QObject
 
     static QByteArray hostKeyOf(const TestServer &server)
     {
-        return contentOf(QFileInfo(server.keyPath()).path() + QStringLiteral("/host_key.pub")).trimmed();
+        return contentOf(QFileInfo(server.keyPath()).path() + u"/host_key.pub"_s).trimmed();
     }
     static QByteArray known(const TestServer &server, const QByteArray &key)
     {
-        return QStringLiteral("[127.0.0.1]:%1 ").arg(server.port()).toUtf8() + key;
+        return u"[127.0.0.1]:%1 "_s.arg(server.port()).toUtf8() + key;
     }
 
 private slots:
@@ -34,11 +35,11 @@ private slots:
         ServerConnection server = sshd.connection();
         const QStringList offered = HostKeys::offeredFingerprints(server, *clients, neverStops);
         QCOMPARE(offered.size(), 1);
-        QVERIFY(offered.constFirst().startsWith(QStringLiteral("ED25519 SHA256:")));
+        QVERIFY(offered.constFirst().startsWith(u"ED25519 SHA256:"_s));
         QVERIFY(HostKeys::knownFingerprints(server, *clients, neverStops).isEmpty());
         server.strictHostKeyChecking = true;
         SFTPService strict(server, {}, clients);
-        QVERIFY(messageOf([&] { strict.connect(neverStops); }).contains(QStringLiteral("is not known yet")));
+        QVERIFY(messageOf([&] { strict.connect(neverStops); }).contains(u"is not known yet"_s));
 
         server.strictHostKeyChecking = false;
         SFTPService service(server, {}, clients);
@@ -59,8 +60,7 @@ private slots:
         putFile(sshd.knownHostsPath(), known(sshd, hostKeyOf(other)));
         SFTPService service(server, {}, clients);
         const QString message = messageOf([&] { service.connect(neverStops); });
-        QVERIFY2(message.startsWith(QStringLiteral("Could not connect: the key of 127.0.0.1 has changed.")),
-                 qPrintable(message));
+        QVERIFY2(message.startsWith(u"Could not connect: the key of 127.0.0.1 has changed."_s), qPrintable(message));
     }
 
     void confirmedKeyReplacesTheKnownOneAndNoOther_data()
@@ -86,7 +86,7 @@ private slots:
         const QStringList before = HostKeys::knownFingerprints(server, *clients, neverStops);
         QVERIFY(messageOf([&] {
                     HostKeys::trust(server, before, *clients, neverStops);
-                }).contains(QStringLiteral("now shows other keys")));
+                }).contains(u"now shows other keys"_s));
         QCOMPARE(HostKeys::knownFingerprints(server, *clients, neverStops), before);
 
         HostKeys::trust(server, shown, *clients, neverStops);
@@ -102,20 +102,20 @@ private slots:
     void unreachableHostShowsNoKey()
     {
         ServerConnection server;
-        server.host = QStringLiteral("127.0.0.1");
+        server.host = u"127.0.0.1"_s;
         server.port = 1;
-        server.username = QStringLiteral("ada");
+        server.username = u"ada"_s;
         SystemProcessRunner runner;
         QVERIFY(messageOf([&] {
                     HostKeys::offeredFingerprints(server, runner, neverStops);
-                }).startsWith(QStringLiteral("127.0.0.1 shows no key on port 1.")));
+                }).startsWith(u"127.0.0.1 shows no key on port 1."_s));
     }
 
     void hostsOfTheConfigurationBecomeDrafts()
     {
         const QTemporaryDir folder;
-        const QString config = folder.filePath(QStringLiteral("config"));
-        const QString key = folder.filePath(QStringLiteral("key"));
+        const QString config = folder.filePath(u"config"_s);
+        const QString key = folder.filePath(u"key"_s);
         putFile(key, "PRIVATE KEY");
         putFile(config, "Include " + folder.path().toUtf8() +
                             "/more-*\nhost = web \"web two\" *.example !not\n  HostName web.example\n"
@@ -123,23 +123,21 @@ private slots:
                             key.toUtf8() +
                             "\nHost web plain\n"
                             "Include missing\n");
-        putFile(folder.filePath(QStringLiteral("more-1")), "Host first\n  User bob\n  IdentityFile /nowhere/key\n");
-        QCOMPARE(SSHConfigHosts::aliases(config).join(u','), QStringLiteral("first,web,web two,plain"));
-        QVERIFY(SSHConfigHosts::aliases(QStringLiteral("/nowhere/config")).isEmpty());
+        putFile(folder.filePath(u"more-1"_s), "Host first\n  User bob\n  IdentityFile /nowhere/key\n");
+        QCOMPARE(SSHConfigHosts::aliases(config).join(u','), u"first,web,web two,plain"_s);
+        QVERIFY(SSHConfigHosts::aliases(u"/nowhere/config"_s).isEmpty());
 
         SystemProcessRunner runner;
         const QList<ServerConnection> drafts = SSHConfigHosts::drafts(config, runner, neverStops);
         QStringList described;
         for (const ServerConnection &draft : drafts) {
-            described << QStringLiteral("%1=%2@%3:%4 %5")
-                             .arg(draft.name, draft.name == QStringLiteral("plain") ? QString() : draft.username,
-                                  draft.host)
+            described << u"%1=%2@%3:%4 %5"_s
+                             .arg(draft.name, draft.name == u"plain"_s ? QString() : draft.username, draft.host)
                              .arg(draft.port)
-                             .arg(draft.privateKeyPath.value_or(QStringLiteral("no key")));
+                             .arg(draft.privateKeyPath.value_or(u"no key"_s));
         }
-        QCOMPARE(described.join(u'\n'), QStringLiteral("first=bob@first:22 no key\nweb=ada@web.example:2200 %1\n"
-                                                       "plain=@plain:22 no key")
-                                            .arg(key));
+        QCOMPARE(described.join(u'\n'), u"first=bob@first:22 no key\nweb=ada@web.example:2200 %1\n"
+                                        "plain=@plain:22 no key"_s.arg(key));
     }
 };
 

@@ -16,13 +16,10 @@ using namespace moorix::test;
 namespace {
 
 /// Names that break programs which build command lines carelessly.
-const QStringList oddNames{QStringLiteral("plain"),         QStringLiteral(".hidden"), QStringLiteral("two  spaces"),
-                           QStringLiteral(" around "),      QStringLiteral("-rf"),     QStringLiteral("a\\b"),
-                           QStringLiteral("end\\"),         QStringLiteral("q\"uote"), QStringLiteral("it's"),
-                           QStringLiteral("$(touch gone)"), QStringLiteral("`id`"),    QStringLiteral("bang!"),
-                           QStringLiteral("{a,b}"),         QStringLiteral("*"),       QStringLiteral("a?[b]"),
-                           QStringLiteral("#x; &"),         QStringLiteral("größe"),   QStringLiteral("a -> b"),
-                           QStringLiteral("x\\101")};
+const QStringList oddNames{u"plain"_s, u".hidden"_s, u"two  spaces"_s, u" around "_s, u"-rf"_s,
+                           u"a\\b"_s,  u"end\\"_s,   u"q\"uote"_s,     u"it's"_s,     u"$(touch gone)"_s,
+                           u"`id`"_s,  u"bang!"_s,   u"{a,b}"_s,       u"*"_s,        u"a?[b]"_s,
+                           u"#x; &"_s, u"größe"_s,   u"a -> b"_s,      u"x\\101"_s};
 
 QStringList exactNames(const QList<FileItem> &items)
 {
@@ -59,7 +56,7 @@ private slots:
 
     void init()
     {
-        m_folder = std::make_unique<QTemporaryDir>(m_sshd->sharedPath() + QStringLiteral("/t-XXXXXX"));
+        m_folder = std::make_unique<QTemporaryDir>(m_sshd->sharedPath() + u"/t-XXXXXX"_s);
         QFile::setPermissions(m_folder->path(), QFile::Permissions(0x7777));
     }
 
@@ -76,10 +73,7 @@ private slots:
     }
 
     // The names that `sftp`, a shell and `ls` would each misread; the others pass through the cheaper test below.
-    void contractOfFileServicesHolds_data()
-    {
-        FileServiceContract::addRows({QStringLiteral("a\\b"), QStringLiteral("{a,b}"), QStringLiteral("$(touch x)")});
-    }
+    void contractOfFileServicesHolds_data() { FileServiceContract::addRows({u"a\\b"_s, u"{a,b}"_s, u"$(touch x)"_s}); }
 
     void contractOfFileServicesHolds()
     {
@@ -125,18 +119,18 @@ private slots:
     void oddNamesTravelExactlyThroughEveryCommand()
     {
         for (const QString &name : oddNames) {
-            const QString path = m_folder->filePath(QStringLiteral("./") + name);
+            const QString path = m_folder->filePath(u"./"_s + name);
             m_service->write(name.toUtf8(), path, neverStops);
             QCOMPARE(contentOf(path), name.toUtf8());
             QCOMPARE(m_service->read(path, neverStops), name.toUtf8());
-            m_service->setPermissions(path, QStringLiteral("604"), Recursive::no, neverStops);
+            m_service->setPermissions(path, u"604"_s, Recursive::no, neverStops);
         }
         QStringList expected = oddNames;
         expected.sort();
         QList<FileItem> items = m_service->list(m_folder->path(), HiddenFiles::included, neverStops);
         QCOMPARE(exactNames(items), expected);
         for (const FileItem &item : items)
-            QCOMPARE(item.permissions, QStringLiteral("rw----r--"));
+            QCOMPARE(item.permissions, u"rw----r--"_s);
         for (const FileItem &item : items)
             m_service->remove(item, neverStops);
         QVERIFY(QDir(m_folder->path()).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot));

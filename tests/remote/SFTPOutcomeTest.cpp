@@ -7,6 +7,7 @@
 #include <QTest>
 
 using namespace moorix;
+using namespace Qt::StringLiterals;
 using Kind = SFTPOutcome::Kind;
 using OddItems = SFTPOutcome::OddItems;
 
@@ -80,12 +81,12 @@ private slots:
     void escapedWordsAreReadableAndEchoesLeftOut()
     {
         QCOMPARE(SFTPText::result("sftp> pwd\nRemote working directory: /\nsftp> "),
-                 QStringLiteral("Remote working directory: /\n"));
+                 u"Remote working directory: /\n"_s);
         const auto outcome = SFTPOutcome::classify(
             "sftp> quit\n", "Connected to h.\nremote delete /gr\\303\\266\\303\\237e\\\\b: Permission denied\r\n",
             OddItems::fail);
-        QCOMPARE(outcome.words, QStringLiteral("remote delete /größe\\b: Permission denied"));
-        QCOMPARE(outcome.reason, QStringLiteral("Permission denied"));
+        QCOMPARE(outcome.words, u"remote delete /größe\\b: Permission denied"_s);
+        QCOMPARE(outcome.reason, u"Permission denied"_s);
     }
 
     void failedConnectionsAreExplained_data()
@@ -121,13 +122,13 @@ private slots:
         QFETCH(QString, begin);
         QFETCH(QString, words);
         ServerConnection server;
-        server.host = QStringLiteral("h");
+        server.host = u"h"_s;
         server.port = 2222;
-        server.username = QStringLiteral("u");
+        server.username = u"u"_s;
         const QString text = SSHFailureText::connection(server, said);
         QVERIFY2(text.startsWith(begin), qPrintable(text));
         QVERIFY2(text.endsWith(u'\n' + words), qPrintable(text));
-        QCOMPARE(SSHFailureText::connection(server, "  something new \r\n"), QStringLiteral("something new"));
+        QCOMPARE(SSHFailureText::connection(server, "  something new \r\n"), u"something new"_s);
     }
 };
 

@@ -20,8 +20,8 @@ namespace {
 QString localSftp(const QStringList &commands)
 {
     ProcessRequest request;
-    request.program = QStringLiteral("/usr/bin/sftp");
-    request.arguments = QStringList{QStringLiteral("-D"), QStringLiteral("/usr/lib/openssh/sftp-server")};
+    request.program = u"/usr/bin/sftp"_s;
+    request.arguments = QStringList{u"-D"_s, u"/usr/lib/openssh/sftp-server"_s};
     request.standardInput = commands.join(u'\n').toUtf8() + '\n';
     return QString::fromUtf8(SystemProcessRunner().run(request, neverStops).standardError);
 }
@@ -29,8 +29,8 @@ QString localSftp(const QStringList &commands)
 QByteArray shell(const QString &command)
 {
     ProcessRequest request;
-    request.program = QStringLiteral("/bin/sh");
-    request.arguments = QStringList{QStringLiteral("-c"), command};
+    request.program = u"/bin/sh"_s;
+    request.arguments = QStringList{u"-c"_s, command};
     return SystemProcessRunner().run(request, neverStops).standardOutput;
 }
 
@@ -54,7 +54,7 @@ private slots:
     void shellGetsExactlyTheName()
     {
         QFETCH(QString, name);
-        QCOMPARE(shell(QStringLiteral("printf %s ") + shellPath(u'/' + name)), '/' + name.toUtf8());
+        QCOMPARE(shell(u"printf %s "_s + shellPath(u'/' + name)), '/' + name.toUtf8());
     }
 
     void clientActsOnExactlyTheName_data() { oddNames(); }
@@ -65,14 +65,12 @@ private slots:
         const QTemporaryDir folder;
         const QDir dir(folder.path());
         const QString path = folder.path() + u'/' + name;
-        const auto said = [](const QString &command) {
-            return localSftp({command}).section(QStringLiteral("sftp-server.\n"), 1);
-        };
-        QCOMPARE(said(QStringLiteral("mkdir ") + sftpPath(path)), QString());
+        const auto said = [](const QString &command) { return localSftp({command}).section(u"sftp-server.\n"_s, 1); };
+        QCOMPARE(said(u"mkdir "_s + sftpPath(path)), QString());
         QCOMPARE(dir.entryList(QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot), QStringList{name});
-        QCOMPARE(said(QStringLiteral("ls -l ") + sftpListPath(path)), QString());
-        QCOMPARE(said(QStringLiteral("rename ") + sftpPath(path) + u' ' + sftpPath(path + u'2')), QString());
-        QCOMPARE(said(QStringLiteral("rmdir ") + sftpPath(path + u'2')), QString());
+        QCOMPARE(said(u"ls -l "_s + sftpListPath(path)), QString());
+        QCOMPARE(said(u"rename "_s + sftpPath(path) + u' ' + sftpPath(path + u'2')), QString());
+        QCOMPARE(said(u"rmdir "_s + sftpPath(path + u'2')), QString());
         QVERIFY(dir.isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot));
     }
 
@@ -92,7 +90,7 @@ private slots:
     void lineTheClientWouldBreakInTwoIsRefused()
     {
         QCOMPARE(messageOf([] { rejectLongLine(QString(2046, u'x')); }), QString());
-        QVERIFY(messageOf([] { rejectLongLine(QString(2047, u'x')); }).contains(QStringLiteral("2046 bytes")));
+        QVERIFY(messageOf([] { rejectLongLine(QString(2047, u'x')); }).contains(u"2046 bytes"_s));
         QVERIFY(!messageOf([] { rejectLongLine(QString(1024, u'ü')); }).isEmpty());
     }
 

@@ -16,8 +16,8 @@ namespace {
 ServerConnection record()
 {
     ServerConnection server;
-    server.host = QStringLiteral("host.example");
-    server.username = QStringLiteral("ada");
+    server.host = u"host.example"_s;
+    server.username = u"ada"_s;
     server.port = 2200;
     server.authMethod = AuthMethod::agent;
     return server;
@@ -62,8 +62,8 @@ private slots:
         const auto row = [](const char *name, const Operation &operation, const char *line) {
             QTest::newRow(name) << operation << QString::fromUtf8(line);
         };
-        const QString d = QStringLiteral("/d");
-        const QString local = QStringLiteral("/l");
+        const QString d = u"/d"_s;
+        const QString local = u"/l"_s;
         row(
             "list", [=](auto &s) { s.list(d, HiddenFiles::asTheSourceDoes, neverStops); }, "ls -l \"/d\"");
         row(
@@ -98,27 +98,15 @@ private slots:
         QFETCH(std::function<void(SFTPService &)>, operation);
         QFETCH(QString, line);
         m_service->connect(neverStops);
+        QCOMPARE(m_clients->requests().constLast().environment->value(u"LC_CTYPE"_s), u"C.UTF-8"_s);
         operation(*m_service);
         QStringList sent;
         for (const ProcessRequest &request : m_clients->requests()) {
-            const bool isShell = request.program == QStringLiteral("/usr/bin/ssh");
-            sent << (isShell ? QStringLiteral("ssh: ") + request.arguments.last()
-                             : QString::fromUtf8(request.standardInput));
+            const bool isShell = request.program == u"/usr/bin/ssh"_s;
+            sent << (isShell ? u"ssh: "_s + request.arguments.last() : QString::fromUtf8(request.standardInput));
         }
-        QVERIFY2(sent.contains(line.startsWith(QStringLiteral("ssh: ")) ? line : line + QStringLiteral("\nquit\n")),
+        QVERIFY2(sent.contains(line.startsWith(u"ssh: "_s) ? line : line + u"\nquit\n"_s),
                  qPrintable(sent.join(u'\n')));
-    }
-
-    void clientsAreStartedWithOptionsAndDestination()
-    {
-        m_service->connect(neverStops);
-        const ProcessRequest request = m_clients->requests().constLast();
-        QCOMPARE(request.program, QStringLiteral("/usr/bin/sftp"));
-        QCOMPARE(request.arguments.mid(request.arguments.size() - 3).join(u' '),
-                 QStringLiteral("-P 2200 ada@host.example"));
-        QVERIFY(request.arguments.contains(QStringLiteral("ControlPersist=120")));
-        QCOMPARE(request.environment->value(QStringLiteral("LC_CTYPE")), QStringLiteral("C.UTF-8"));
-        QCOMPARE(m_service->defaultDirectory(neverStops), QStringLiteral("/home/ada"));
     }
 
     void failedClientIsAFailedConnection()
@@ -138,7 +126,7 @@ private slots:
 
     void nothingIsDoneWithoutAConnection()
     {
-        const auto list = [this] { m_service->list(QStringLiteral("/"), HiddenFiles::included, neverStops); };
+        const auto list = [this] { m_service->list(u"/"_s, HiddenFiles::included, neverStops); };
         QVERIFY(caseOf(list) == FileServiceError::Case::notConnected);
         m_service->connect(neverStops);
         QVERIFY(!caseOf(list));
@@ -151,17 +139,13 @@ private slots:
         m_service->connect(neverStops);
         const auto started = m_clients->requests().size();
         FileItem item;
-        item.path = QStringLiteral("/a\nb");
+        item.path = u"/a\nb"_s;
         QCOMPARE(messageOf([&] { m_service->remove(item, neverStops); }),
-                 QStringLiteral("Path contains invalid control characters."));
+                 u"Path contains invalid control characters."_s);
         const QString longPath = u'/' + QString(2040, u'x');
-        QVERIFY(messageOf([&] {
-                    m_service->createDirectory(longPath, neverStops);
-                }).contains(QStringLiteral("this one has 2049")));
-        QVERIFY(!messageOf([&] { m_service->rename(item, QStringLiteral("a/b"), neverStops); }).isEmpty());
-        QVERIFY(!messageOf([&] {
-                     m_service->setPermissions(QStringLiteral("/a"), QStringLiteral("u+x"), Recursive::no, neverStops);
-                 }).isEmpty());
+        QVERIFY(messageOf([&] { m_service->createDirectory(longPath, neverStops); }).contains(u"this one has 2049"_s));
+        QVERIFY(!messageOf([&] { m_service->rename(item, u"a/b"_s, neverStops); }).isEmpty());
+        QVERIFY(!messageOf([&] { m_service->setPermissions(u"/a"_s, u"u+x"_s, Recursive::no, neverStops); }).isEmpty());
         QCOMPARE(m_clients->requests().size(), started);
     }
 
@@ -171,7 +155,7 @@ private slots:
         const QString folder = u'/' + QString(700, u'x');
         m_service->list(folder, HiddenFiles::included, neverStops);
         QCOMPARE(QString::fromUtf8(m_clients->requests().constLast().standardInput),
-                 QStringLiteral("cd \"%1\"\nls -la\nquit\n").arg(folder));
+                 u"cd \"%1\"\nls -la\nquit\n"_s.arg(folder));
     }
 
 private:

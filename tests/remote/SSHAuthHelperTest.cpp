@@ -22,9 +22,9 @@ namespace {
 ServerConnection record()
 {
     ServerConnection server;
-    server.id = QUuid(QStringLiteral("{0a1b2c3d-0000-4000-8000-000000000001}"));
-    server.host = QStringLiteral("host.example");
-    server.username = QStringLiteral("ada");
+    server.id = QUuid(u"{0a1b2c3d-0000-4000-8000-000000000001}"_s);
+    server.host = u"host.example"_s;
+    server.username = u"ada"_s;
     return server;
 }
 
@@ -53,12 +53,12 @@ private slots:
         server.keepAliveSeconds = 15;
         server.strictHostKeyChecking = true;
         QCOMPARE(authOptions(server, u"/k"_s, Multiplex::yes, Interactive::yes).join(u' '),
-                 QStringLiteral("-o StrictHostKeyChecking=yes -o ConnectTimeout=20 -o NumberOfPasswordPrompts=1 "
-                                "-o Compression=no -o "
-                                "Ciphers=chacha20-poly1305@openssh.com,aes128-gcm@openssh.com,aes256-gcm@openssh.com "
-                                "-o ServerAliveInterval=15 -o ServerAliveCountMax=3 -o ControlMaster=auto "
-                                "-o ControlPath=/tmp/moorix-ssh-0A1B2C3D -o ControlPersist=120 -o IdentitiesOnly=yes "
-                                "-i /k"));
+                 u"-o StrictHostKeyChecking=yes -o ConnectTimeout=20 -o NumberOfPasswordPrompts=1 "
+                 "-o Compression=no -o "
+                 "Ciphers=chacha20-poly1305@openssh.com,aes128-gcm@openssh.com,aes256-gcm@openssh.com "
+                 "-o ServerAliveInterval=15 -o ServerAliveCountMax=3 -o ControlMaster=auto "
+                 "-o ControlPath=/tmp/moorix-ssh-0A1B2C3D -o ControlPersist=120 -o IdentitiesOnly=yes "
+                 "-i /k"_s);
     }
 
     void terminalGetsOptionsPortAndDestination()
@@ -67,9 +67,9 @@ private slots:
         server.port = 2200;
         std::optional<QString> key;
         const QStringList arguments = sshLaunchArgs(server, {}, key).arguments;
-        QCOMPARE(arguments.mid(arguments.size() - 3).join(u' '), QStringLiteral("-p 2200 ada@host.example"));
-        QVERIFY(arguments.contains(QStringLiteral("Compression=no")));
-        QVERIFY(!arguments.contains(QStringLiteral("ControlMaster=auto")));
+        QCOMPARE(arguments.mid(arguments.size() - 3).join(u' '), u"-p 2200 ada@host.example"_s);
+        QVERIFY(arguments.contains(u"Compression=no"_s));
+        QVERIFY(!arguments.contains(u"ControlMaster=auto"_s));
     }
 
     void secretReachesTheClientThroughFilesThatVanish()
@@ -165,8 +165,8 @@ private slots:
         QStringList names;
         for (const QString &path : SSHKeys::detected(m_folder->path()))
             names << QDir(path).dirName();
-        QCOMPARE(names.join(u' '), QStringLiteral("id_ed25519 id_rsa work"));
-        QVERIFY(SSHKeys::detected(m_folder->filePath(QStringLiteral("none"))).isEmpty());
+        QCOMPARE(names.join(u' '), u"id_ed25519 id_rsa work"_s);
+        QVERIFY(SSHKeys::detected(m_folder->filePath(u"none"_s)).isEmpty());
     }
 
     void keyTextIsReadOnlyFromWhatMayBeAKey()

@@ -3,7 +3,7 @@
 
 #include "remote/ControlSocket.h"
 #include "remote/SFTPService.h"
-#include "support/DelayProxy.h"
+#include "support/SlowProxy.h"
 #include "support/TestMain.h"
 #include "support/TestServer.h"
 
@@ -42,7 +42,7 @@ QStringList runningClients()
 {
     QStringList found;
     for (const qint64 process : descendants(::getpid())) {
-        const QByteArray name = contentOf(QStringLiteral("/proc/%1/comm").arg(process)).trimmed();
+        const QByteArray name = contentOf(u"/proc/%1/comm"_s.arg(process)).trimmed();
         if (name == "sftp" || name == "ssh")
             found << QString::fromLatin1(name);
     }
@@ -67,7 +67,7 @@ private slots:
 
     void init()
     {
-        m_folder = std::make_unique<QTemporaryDir>(m_sshd->sharedPath() + QStringLiteral("/t-XXXXXX"));
+        m_folder = std::make_unique<QTemporaryDir>(m_sshd->sharedPath() + u"/t-XXXXXX"_s);
         QFile::setPermissions(m_folder->path(), QFile::Permissions(0x7777));
         m_temporary = std::make_unique<QTemporaryDir>();
         qputenv("TMPDIR", m_temporary->path().toUtf8());
@@ -87,13 +87,12 @@ private slots:
     void wrongPasswordIsTriedOnceAndExplained()
     {
         NEED_ACCOUNTS();
-        SFTPService &service =
-            make(m_sshd->connectionByPassword(TestServer::user()), withPassword(QStringLiteral("no")));
+        SFTPService &service = make(m_sshd->connectionByPassword(TestServer::user()), withPassword(u"no"_s));
         const QString message = messageOf([&] { service.connect(neverStops); });
-        QVERIFY2(message.startsWith(QStringLiteral("Could not connect: 127.0.0.1 did not accept the login of "
-                                                   "“moorix-test”. Check user name and password, or the key.\n")),
+        QVERIFY2(message.startsWith(u"Could not connect: 127.0.0.1 did not accept the login of "
+                                    "“moorix-test”. Check user name and password, or the key.\n"_s),
                  qPrintable(message));
-        QCOMPARE(message.count(QStringLiteral("Permission denied")), 1);
+        QCOMPARE(message.count(u"Permission denied"_s), 1);
     }
 
     void passphraseThatOpensNoKeyIsNeverOfferedAsPassword()
@@ -104,11 +103,11 @@ private slots:
         server.privateKeyPath = m_sshd->encryptedKeyPath();
         ConnectionCredentials secrets;
         secrets.passphrase = TestServer::password();
-        const int before = m_clients->runs(QStringLiteral("/usr/bin/sftp"));
+        const int before = m_clients->runs(u"/usr/bin/sftp"_s);
         const QString message = messageOf([&] { make(server, secrets).connect(neverStops); });
-        QVERIFY2(message.startsWith(QStringLiteral("Authentication failed: the passphrase does not open the key.")),
+        QVERIFY2(message.startsWith(u"Authentication failed: the passphrase does not open the key."_s),
                  qPrintable(message));
-        QCOMPARE(m_clients->runs(QStringLiteral("/usr/bin/sftp")), before);
+        QCOMPARE(m_clients->runs(u"/usr/bin/sftp"_s), before);
         secrets.passphrase = TestServer::passphrase();
         make(server, secrets).connect(neverStops);
     }
@@ -121,7 +120,7 @@ private slots:
         secrets.privateKeyText = QString::fromUtf8(contentOf(m_sshd->keyPath()));
         SFTPService &service = make(server, secrets);
         service.connect(neverStops);
-        service.list(QStringLiteral("/"), HiddenFiles::asTheSourceDoes, neverStops);
+        service.list(u"/"_s, HiddenFiles::asTheSourceDoes, neverStops);
     }
 
     void accountWithoutShellCopiesChangesAndDeletesFolders()
@@ -131,15 +130,15 @@ private slots:
         service.connect(neverStops);
         const QString from = at("from");
         service.createDirectory(from, neverStops);
-        service.createDirectory(from + QStringLiteral("/in\\ner"), neverStops);
-        service.write("1", from + QStringLiteral("/in\\ner/.hidden"), neverStops);
+        service.createDirectory(from + u"/in\\ner"_s, neverStops);
+        service.write("1", from + u"/in\\ner/.hidden"_s, neverStops);
         FileItem folder = *service.stat(from, neverStops);
         service.copy(folder, at("copy"), neverStops);
         QCOMPARE(service.read(at("copy/in\\ner/.hidden"), neverStops), QByteArray("1"));
         putFile(at("outside"), "kept");
-        QVERIFY(QFile::link(at("outside"), from + QStringLiteral("/link")));
-        service.setPermissions(from, QStringLiteral("700"), Recursive::yes, neverStops);
-        QVERIFY(!(QFile::permissions(from + QStringLiteral("/in\\ner/.hidden")) & QFile::ReadOther));
+        QVERIFY(QFile::link(at("outside"), from + u"/link"_s));
+        service.setPermissions(from, u"700"_s, Recursive::yes, neverStops);
+        QVERIFY(!(QFile::permissions(from + u"/in\\ner/.hidden"_s) & QFile::ReadOther));
         QVERIFY(QFile::permissions(at("outside")) & QFile::ReadOther);
         service.remove(folder, neverStops);
         QVERIFY(!QFileInfo::exists(from));
@@ -151,9 +150,9 @@ private slots:
         NEED_ACCOUNTS();
         SFTPService &service = make(m_sshd->connection(), {});
         service.connect(neverStops);
-        const QString target = m_sshd->fullDiskPath() + QStringLiteral("/file");
+        const QString target = m_sshd->fullDiskPath() + u"/file"_s;
         const QString message = messageOf([&] { service.write(QByteArray(200'000, 'x'), target, neverStops); });
-        QVERIFY2(message.contains(QStringLiteral("write remote")), qPrintable(message));
+        QVERIFY2(message.contains(u"write remote"_s), qPrintable(message));
         QVERIFY(service.freeSpace(m_sshd->fullDiskPath(), neverStops).value_or(-1) < 64 * 1024);
     }
 
@@ -162,14 +161,14 @@ private slots:
         NEED_ACCOUNTS();
         SFTPService &service = make(m_sshd->connectionByPassword(TestServer::user()), withPassword());
         service.connect(neverStops);
-        QVERIFY(QDir(m_folder->path()).mkdir(QStringLiteral("locked")));
+        QVERIFY(QDir(m_folder->path()).mkdir(u"locked"_s));
         putFile(at("locked/file"), "x");
         const auto messageWithMode = [&](int mode) {
             QFile::setPermissions(at("locked"), QFile::Permissions(mode));
             return messageOf([&] { service.list(at("locked"), HiddenFiles::asTheSourceDoes, neverStops); });
         };
-        QVERIFY(messageWithMode(0x7700).contains(QStringLiteral("could not be listed: permission denied.")));
-        QVERIFY(messageWithMode(0x7744).contains(QStringLiteral("may not enter this folder")));
+        QVERIFY(messageWithMode(0x7700).contains(u"could not be listed: permission denied."_s));
+        QVERIFY(messageWithMode(0x7744).contains(u"may not enter this folder"_s));
         QCOMPARE(messageWithMode(0x7755), QString());
     }
 
@@ -177,21 +176,21 @@ private slots:
     {
         SFTPService &service = make(m_sshd->connection(), {});
         service.connect(neverStops);
-        QVERIFY(QDir(m_folder->path()).mkdir(QStringLiteral("tree")));
+        QVERIFY(QDir(m_folder->path()).mkdir(u"tree"_s));
         putFile(at("tree/file"), "1");
-        QVERIFY(QFile::link(QStringLiteral("file"), at("tree/link")));
+        QVERIFY(QFile::link(u"file"_s, at("tree/link")));
         const QString down = messageOf([&] { service.downloadRecursive(at("tree"), at("down"), neverStops); });
-        QVERIFY2(down.startsWith(QStringLiteral("Copied without")) && down.contains(at("tree/link")), qPrintable(down));
+        QVERIFY2(down.startsWith(u"Copied without"_s) && down.contains(at("tree/link")), qPrintable(down));
         QVERIFY(QFileInfo::exists(at("down/file")));
         const QString up = messageOf([&] { service.uploadRecursive(at("tree"), at("up"), neverStops); });
-        QVERIFY2(up.startsWith(QStringLiteral("Copied without")), qPrintable(up));
+        QVERIFY2(up.startsWith(u"Copied without"_s), qPrintable(up));
         QVERIFY(QFileInfo::exists(at("up/file")));
     }
 
     void serverThatDiesInTheMiddleOfAnUploadFailsIt()
     {
         TestServer sshd;
-        DelayProxy proxy(sshd.port());
+        SlowProxy proxy(sshd.port());
         SFTPService &service = makeThrough(proxy, sshd);
         auto upload = startTransfer(proxy, [&](const auto &options, const std::stop_token &stop) {
             service.upload(at("large"), at("target"), options, stop);
@@ -199,13 +198,13 @@ private slots:
         sshd.kill();
         proxy.resume();
         const QString message = messageOf([&] { upload.get(); });
-        QVERIFY2(message.startsWith(QStringLiteral("Could not connect: the connection to 127.0.0.1 was lost.")),
+        QVERIFY2(message.startsWith(u"Could not connect: the connection to 127.0.0.1 was lost."_s),
                  qPrintable(message));
     }
 
     void lineThatBreaksInTheMiddleOfADownloadFailsIt()
     {
-        DelayProxy proxy(m_sshd->port());
+        SlowProxy proxy(m_sshd->port());
         SFTPService &service = makeThrough(proxy, *m_sshd);
         auto download = startTransfer(proxy, [&](const auto &options, const std::stop_token &stop) {
             service.download(at("large"), at("target"), options, stop);
@@ -216,7 +215,7 @@ private slots:
 
     void cancelledTransferLeavesNoProcess()
     {
-        DelayProxy proxy(m_sshd->port());
+        SlowProxy proxy(m_sshd->port());
         SFTPService &service = makeThrough(proxy, *m_sshd);
         std::stop_source source;
         auto upload = startTransfer(proxy, [&](const auto &options, const std::stop_token &) {
@@ -231,7 +230,7 @@ private slots:
     void cancelledLoginLeavesNoProcess()
     {
         NEED_ACCOUNTS();
-        DelayProxy proxy(m_sshd->port());
+        SlowProxy proxy(m_sshd->port());
         proxy.stall();
         ServerConnection server = m_sshd->connectionByPassword(TestServer::user());
         server.port = proxy.port();
@@ -253,7 +252,7 @@ private slots:
     void progressGrowsAndNeverPassesTheSize()
     {
         QFETCH(bool, isUpload);
-        DelayProxy proxy(m_sshd->port());
+        SlowProxy proxy(m_sshd->port());
         SFTPService &service = makeThrough(proxy, *m_sshd);
         auto transfer = startTransfer(proxy, [&](const auto &options, const std::stop_token &stop) {
             if (isUpload)
@@ -313,7 +312,7 @@ private:
         return *m_services.back();
     }
 
-    SFTPService &makeThrough(const DelayProxy &proxy, const TestServer &sshd)
+    SFTPService &makeThrough(const SlowProxy &proxy, const TestServer &sshd)
     {
         ServerConnection server = sshd.connection();
         server.port = proxy.port();
@@ -324,7 +323,7 @@ private:
 
     /// Starts a transfer of the file "large" on a thread and returns once the line stands still in its middle.
     std::future<void>
-    startTransfer(DelayProxy &proxy,
+    startTransfer(SlowProxy &proxy,
                   std::function<void(const RemoteTransferOptions &, const std::stop_token &)> transfer)
     {
         putFile(at("large"), QByteArray(largeFileBytes, 'x'));
@@ -335,8 +334,6 @@ private:
             m_progressIsSound = m_progressIsSound && bytes >= m_lastProgress && bytes <= largeFileBytes;
             m_lastProgress = bytes;
         };
-        // Slow enough to be stopped in its middle.
-        proxy.setDelay(std::chrono::milliseconds(20));
         auto running = std::async(std::launch::async, [=] { transfer(options, neverStops); });
         const qint64 before = proxy.bytesPassed();
         [&] { QTRY_VERIFY(proxy.bytesPassed() - before > largeFileBytes / 4); }();

@@ -17,7 +17,7 @@ QStringList described(const QList<FileItem> &items)
     QStringList lines;
     for (const FileItem &item : items) {
         const QChar kind = item.isDirectory ? u'd' : item.isSymlink ? u'l' : u'-';
-        lines << QStringLiteral("%1|%2|%3|%4").arg(kind).arg(item.name, item.path).arg(item.size);
+        lines << u"%1|%2|%3|%4"_s.arg(kind).arg(item.name, item.path).arg(item.size);
     }
     return lines;
 }
@@ -63,22 +63,22 @@ private slots:
     {
         QFETCH(QString, row);
         QFETCH(QString, item);
-        QCOMPARE(described(UnixListParser::parse(row, QStringLiteral("/d"), now)).join(u'\n'), item);
+        QCOMPARE(described(UnixListParser::parse(row, u"/d"_s, now)).join(u'\n'), item);
     }
 
     void bothFormsGiveTheSameItems()
     {
-        const QString bare = QStringLiteral("drwxr-xr-x    2 ada      staff      4096 Jan  2  2020 sub\n"
-                                            "-rw-r-----    1 ada      staff        12 Mar  9 08:30 größe.txt\n");
+        const QString bare = u"drwxr-xr-x    2 ada      staff      4096 Jan  2  2020 sub\n"
+                             "-rw-r-----    1 ada      staff        12 Mar  9 08:30 größe.txt\n"_s;
         QString prefixed = bare;
-        prefixed.replace(QStringLiteral(" 2 ada"), QStringLiteral(" ? ada"))
-            .replace(QStringLiteral(" 1 ada"), QStringLiteral(" ? ada"))
-            .replace(QStringLiteral("sub"), QStringLiteral("/srv/sub"))
-            .replace(QStringLiteral("größe"), QStringLiteral("/srv/größe"));
-        const QList<FileItem> items = UnixListParser::parse(bare, QStringLiteral("/srv"), now);
-        QCOMPARE(items, UnixListParser::parse(prefixed, QStringLiteral("/srv"), now));
-        QCOMPARE(items.at(1).permissions, QStringLiteral("rw-r-----"));
-        QCOMPARE(items.at(1).ownerName, QStringLiteral("ada"));
+        prefixed.replace(u" 2 ada"_s, u" ? ada"_s)
+            .replace(u" 1 ada"_s, u" ? ada"_s)
+            .replace(u"sub"_s, u"/srv/sub"_s)
+            .replace(u"größe"_s, u"/srv/größe"_s);
+        const QList<FileItem> items = UnixListParser::parse(bare, u"/srv"_s, now);
+        QCOMPARE(items, UnixListParser::parse(prefixed, u"/srv"_s, now));
+        QCOMPARE(items.at(1).permissions, u"rw-r-----"_s);
+        QCOMPARE(items.at(1).ownerName, u"ada"_s);
         QCOMPARE(items.at(1).modified, QDateTime(QDate(2026, 3, 9), QTime(8, 30)));
     }
 
@@ -98,18 +98,17 @@ private slots:
     void bytesThatCannotBeNamedAreNeverAddressable()
     {
         const QList<FileItem> items = UnixListParser::parse(
-            QStringLiteral("-rw-r--r-- 1 a b 1 Mar  1 10:00 x\\377y\n-rw-r--r-- 1 a b 1 Mar  1 10:00 bell\\007\n"),
-            QStringLiteral("/d"), now);
-        QCOMPARE(items.at(0).path, QStringLiteral("/d/x") + QChar(0xdcff) + u'y');
-        QCOMPARE(items.at(1).path, QStringLiteral("/d/bell") + QChar(7));
+            u"-rw-r--r-- 1 a b 1 Mar  1 10:00 x\\377y\n-rw-r--r-- 1 a b 1 Mar  1 10:00 bell\\007\n"_s, u"/d"_s, now);
+        QCOMPARE(items.at(0).path, u"/d/x"_s + QChar(0xdcff) + u'y');
+        QCOMPARE(items.at(1).path, u"/d/bell"_s + QChar(7));
     }
 
     void rowsTheClientHasCutAreMarked()
     {
-        const QString start = QStringLiteral("-rw-r--r--    ? ada staff 1 Mar  1 10:00 /d/");
+        const QString start = u"-rw-r--r--    ? ada staff 1 Mar  1 10:00 /d/"_s;
         const auto nameOfRow = [&](qsizetype bytes) {
             const QString row = start + QString(bytes - start.size(), u'n');
-            return UnixListParser::parse(row, QStringLiteral("/d"), now).constFirst().name;
+            return UnixListParser::parse(row, u"/d"_s, now).constFirst().name;
         };
         QVERIFY(nameOfRow(1022).endsWith(u'n'));
         QVERIFY(nameOfRow(1023).endsWith(u'…'));
@@ -143,9 +142,9 @@ private slots:
 
     void listingCutShortByTheServerIsRecognised()
     {
-        const QString self = QStringLiteral("drwxr-xr-x    ? ada staff 1 Mar  1 10:00 /d/.\n");
-        QVERIFY(UnixListParser::listsTheFolderItself(self, QStringLiteral("/d")));
-        QVERIFY(!UnixListParser::listsTheFolderItself(QString(), QStringLiteral("/d")));
+        const QString self = u"drwxr-xr-x    ? ada staff 1 Mar  1 10:00 /d/.\n"_s;
+        QVERIFY(UnixListParser::listsTheFolderItself(self, u"/d"_s));
+        QVERIFY(!UnixListParser::listsTheFolderItself(QString(), u"/d"_s));
     }
 };
 

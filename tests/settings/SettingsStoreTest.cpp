@@ -39,13 +39,10 @@ struct Fixture
             keys.append(arguments.first().toString());
         return keys;
     }
-    QByteArray cloud(const char *key) const
-    {
-        return tree.read(QStringLiteral("cloud/%1.json").arg(QLatin1String(key)));
-    }
+    QByteArray cloud(const char *key) const { return tree.read(u"cloud/%1.json"_s.arg(QLatin1String(key))); }
     void arrive(const char *key, const QByteArray &text)
     {
-        tree.write(QStringLiteral("cloud/%1.json").arg(QLatin1String(key)), text);
+        tree.write(u"cloud/%1.json"_s.arg(QLatin1String(key)), text);
         kv.synchronize();
     }
 
@@ -90,18 +87,16 @@ private slots:
     void changesOfEveryTypeSurviveARestart()
     {
         const TestTree tree;
+        SettingsSnapshot before;
         {
             const Fixture fixture(tree);
-            fixture.settings->themeID.set(QStringLiteral("daylight \"ü\""));
+            fixture.settings->themeID.set(u"daylight \"ü\""_s);
             fixture.settings->showHiddenFiles.set(true);
             fixture.settings->terminalFontSize.set(14.5);
             fixture.settings->maxConcurrentTransfers.set(6);
+            before = fixture.settings->snapshot();
         }
-        const Fixture fixture(tree);
-        QCOMPARE(fixture.settings->themeID.value(), QStringLiteral("daylight \"ü\""));
-        QCOMPARE(fixture.settings->showHiddenFiles.value(), true);
-        QCOMPARE(fixture.settings->terminalFontSize.value(), 14.5);
-        QCOMPARE(fixture.settings->maxConcurrentTransfers.value(), 6);
+        QCOMPARE(Fixture(tree).settings->snapshot(), before);
         QCOMPARE(QJsonDocument::fromJson(tree.read("preferences.json")).object().size(), 4);
     }
 
@@ -113,7 +108,7 @@ private slots:
                              "\"sortAscending\":false}"}};
         const Fixture fixture(tree);
         SettingsSnapshot expected = Fixture(TestTree()).settings->snapshot();
-        expected.insert(QStringLiteral("sortAscending"), false);
+        expected.insert(u"sortAscending"_s, false);
         QCOMPARE(fixture.settings->snapshot(), expected);
     }
 
@@ -175,7 +170,7 @@ private slots:
         fixture.settings->showHiddenFiles.set(true);
         QTRY_VERIFY(failures.count() > 0);
         QFile::remove(tree.path("cloud"));
-        fixture.settings->themeID.set(QStringLiteral("daylight"));
+        fixture.settings->themeID.set(u"daylight"_s);
         fixture.settings.reset();
         QCOMPARE(fixture.cloud("showHiddenFiles"), QByteArray("true"));
         QCOMPARE(fixture.cloud("themeID"), QByteArray("\"daylight\""));
@@ -209,9 +204,9 @@ private slots:
     {
         const TestTree tree{{"cloud/", ""}};
         Fixture fixture(tree);
-        fixture.settings->themeID.set(QStringLiteral("just chosen"));
+        fixture.settings->themeID.set(u"just chosen"_s);
         fixture.arrive("themeID", "\"older\"");
-        QCOMPARE(fixture.settings->themeID.value(), QStringLiteral("just chosen"));
+        QCOMPARE(fixture.settings->themeID.value(), u"just chosen"_s);
         fixture.settings.reset();
         QCOMPARE(fixture.cloud("themeID"), QByteArray("\"just chosen\""));
     }
@@ -224,11 +219,11 @@ private slots:
         fixture.settings->showHiddenFiles.set(true);
         fixture.arrive("themeID", "\"elsewhere\"");
         fixture.arrive("iCloudSyncEnabled", "true");
-        QCOMPARE(fixture.settings->themeID.value(), QStringLiteral("midnight"));
+        QCOMPARE(fixture.settings->themeID.value(), u"midnight"_s);
         QVERIFY(!fixture.settings->iCloudSyncEnabled.value());
 
         fixture.settings->iCloudSyncEnabled.set(true);
-        QCOMPARE(fixture.settings->themeID.value(), QStringLiteral("elsewhere"));
+        QCOMPARE(fixture.settings->themeID.value(), u"elsewhere"_s);
         fixture.arrive("iCloudSyncEnabled", "false");
         QVERIFY(fixture.settings->iCloudSyncEnabled.value());
         fixture.settings.reset();
@@ -241,10 +236,10 @@ private slots:
         Fixture fixture(tree);
         fixture.kv.setFolder(QString());
         fixture.settings->contentFontSize.set(20);
-        fixture.settings->themeID.set(QStringLiteral("daylight"));
+        fixture.settings->themeID.set(u"daylight"_s);
         tree.write("other/themeID.json", "\"midnight\"");
         fixture.kv.setFolder(tree.path("other"));
-        QCOMPARE(fixture.settings->themeID.value(), QStringLiteral("midnight"));
+        QCOMPARE(fixture.settings->themeID.value(), u"midnight"_s);
         QCOMPARE(tree.read("other/contentFontSize.json"), "20");
         QVERIFY(!tree.exists("other/sortKeyRaw.json"));
     }
@@ -274,10 +269,9 @@ private slots:
                             {"cloud/showHiddenFiles.json", "true"},
                             {"cloud/sortKeyRaw.json", "\"Size\""}};
         Fixture fixture(tree);
-        fixture.settings->apply(
-            {{QStringLiteral("iCloudSyncEnabled"), true}, {QStringLiteral("showHiddenFiles"), false}});
+        fixture.settings->apply({{u"iCloudSyncEnabled"_s, true}, {u"showHiddenFiles"_s, false}});
         QCOMPARE(fixture.settings->showHiddenFiles.value(), false);
-        QCOMPARE(fixture.settings->sortKeyRaw.value(), QStringLiteral("Size"));
+        QCOMPARE(fixture.settings->sortKeyRaw.value(), u"Size"_s);
         fixture.settings.reset();
         QCOMPARE(fixture.cloud("showHiddenFiles"), QByteArray("false"));
     }

@@ -4,23 +4,20 @@
 #include <QtGlobal>
 
 #include <atomic>
-#include <chrono>
 #include <thread>
 
 namespace moorix::test {
 
-/// A TCP proxy on a free loopback port that makes a near server far away: bytes arrive after a delay, not at all, or
-/// the line is cut. Runs in a thread of its own, which ends with the object.
-class DelayProxy final
+/// A TCP proxy on a free loopback port that puts a near server behind a slow line, which can stand still or break.
+/// Runs in a thread of its own, which ends with the object.
+class SlowProxy final
 {
 public:
-    explicit DelayProxy(quint16 targetPort);
-    ~DelayProxy() = default;
-    Q_DISABLE_COPY_MOVE(DelayProxy)
+    explicit SlowProxy(quint16 targetPort);
+    ~SlowProxy() = default;
+    Q_DISABLE_COPY_MOVE(SlowProxy)
 
     quint16 port() const { return m_port; }
-    /// How long bytes travel in each direction, from now on.
-    void setDelay(std::chrono::milliseconds oneWay) { m_delay = oneWay; }
     /// Bytes no longer arrive, and the connections stay open.
     void stall() { m_isStalled = true; }
     void resume() { m_isStalled = false; }
@@ -33,7 +30,6 @@ private:
     void serve(const std::stop_token &stop, int listener, quint16 targetPort);
 
     quint16 m_port = 0;
-    std::atomic<std::chrono::milliseconds> m_delay{std::chrono::milliseconds(0)};
     std::atomic<bool> m_isStalled = false;
     std::atomic<int> m_cuts = 0;
     std::atomic<qint64> m_bytesPassed = 0;

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "support/DelayProxy.h"
+#include "support/SlowProxy.h"
 
 #include <QByteArray>
 
-#include <deque>
+#include <algorithm>
+#include <cerrno>
 #include <list>
 
 #include <fcntl.h>
@@ -15,11 +16,6 @@
 namespace moorix::test {
 
 namespace {
-
-using Clock = std::chrono::steady_clock;
-
-/// As much as a slow line holds before the sender has to wait.
-constexpr qsizetype mostOnTheWayBytes = 1 << 20;
 
 sockaddr_in loopback(quint16 port)
 {
@@ -40,47 +36,23 @@ struct Way
 {
     int from;
     int to;
-    struct Parcel
-    {
-        Clock::time_point due;
-        QByteArray bytes;
-    };
-    std::deque<Parcel> onTheWay;
-    qsizetype bytesOnTheWay = 0;
+    QByteArray onTheWay;
 
-    /// False when the sender has closed.
-    bool take(std::chrono::milliseconds delay)
+    /// Passes one parcel on. Returns its size, or -1 when either side has closed.
+    qint64 pass()
     {
-        if (bytesOnTheWay >= mostOnTheWayBytes)
-            return true;
-        QByteArray bytes(65536, Qt::Uninitialized);
-        const ssize_t count = ::recv(from, bytes.data(), size_t(bytes.size()), MSG_DONTWAIT);
-        if (count <= 0)
-            return count < 0 && errno == EAGAIN;
-        bytes.truncate(count);
-        bytesOnTheWay += count;
-        onTheWay.push_back({Clock::now() + delay, bytes});
-        return true;
-    }
-
-    /// Delivers what is due; returns the number of bytes, or -1 when nobody takes them any more.
-    qint64 deliver()
-    {
-        qint64 delivered = 0;
-        while (!onTheWay.empty() && onTheWay.front().due <= Clock::now()) {
-            QByteArray &bytes = onTheWay.front().bytes;
-            const ssize_t count = ::send(to, bytes.constData(), size_t(bytes.size()), MSG_DONTWAIT | MSG_NOSIGNAL);
-            if (count < 0)
-                return errno == EAGAIN ? delivered : -1;
-            delivered += count;
-            bytesOnTheWay -= count;
-            if (count < bytes.size()) {
-                bytes.remove(0, count);
-                break;
-            }
-            onTheWay.pop_front();
+        if (onTheWay.isEmpty()) {
+            onTheWay.resize(16384);
+            const ssize_t taken = ::recv(from, onTheWay.data(), size_t(onTheWay.size()), MSG_DONTWAIT);
+            onTheWay.truncate(std::max<ssize_t>(0, taken));
+            if (taken <= 0)
+                return taken < 0 && errno == EAGAIN ? 0 : -1;
         }
-        return delivered;
+        const ssize_t sent = ::send(to, onTheWay.constData(), size_t(onTheWay.size()), MSG_DONTWAIT | MSG_NOSIGNAL);
+        if (sent < 0)
+            return errno == EAGAIN ? 0 : -1;
+        onTheWay.remove(0, sent);
+        return sent;
     }
 };
 
@@ -98,7 +70,7 @@ struct Connection
 
 } // namespace
 
-DelayProxy::DelayProxy(quint16 targetPort)
+SlowProxy::SlowProxy(quint16 targetPort)
 {
     const int listener = openSocket();
     sockaddr_in address = loopback(0);
@@ -112,7 +84,7 @@ DelayProxy::DelayProxy(quint16 targetPort)
         std::jthread([this, listener, targetPort](const std::stop_token &stop) { serve(stop, listener, targetPort); });
 }
 
-void DelayProxy::serve(const std::stop_token &stop, int listener, quint16 targetPort)
+void SlowProxy::serve(const std::stop_token &stop, int listener, quint16 targetPort)
 {
     std::list<Connection> connections;
     int cutsDone = 0;
@@ -123,17 +95,16 @@ void DelayProxy::serve(const std::stop_token &stop, int listener, quint16 target
             const int server = openSocket();
             sockaddr_in address = loopback(targetPort);
             if (::connect(server, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0)
-                connections.push_back({{client, server, {}, 0}, {server, client, {}, 0}});
+                connections.push_back({{client, server, {}}, {server, client, {}}});
         }
         const bool isCut = cutsDone != m_cuts;
         cutsDone = m_cuts;
         connections.remove_if([&](Connection &connection) {
             bool isOpen = !isCut;
             for (Way *way : {&connection.there, &connection.back}) {
-                const bool isTaking = way->take(m_delay);
-                const qint64 delivered = m_isStalled ? 0 : way->deliver();
-                m_bytesPassed += std::max<qint64>(0, delivered);
-                isOpen = isOpen && delivered >= 0 && (isTaking || !way->onTheWay.empty());
+                const qint64 passed = m_isStalled ? 0 : way->pass();
+                m_bytesPassed += std::max<qint64>(0, passed);
+                isOpen = isOpen && passed >= 0;
             }
             if (!isOpen)
                 connection.close();
