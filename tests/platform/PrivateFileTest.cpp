@@ -44,10 +44,11 @@ private slots:
     void ownershipMovesWithTheObject()
     {
         PrivateFile first(u"moorix-test-"_s);
-        PrivateFile second(u"moorix-test-"_s);
         const QString firstPath = first.path();
-        const QString secondPath = second.path();
+        QString secondPath;
         {
+            PrivateFile second(u"moorix-test-"_s);
+            secondPath = second.path();
             first = std::move(second);
             const PrivateFile third(std::move(first));
             QCOMPARE(third.path(), secondPath);

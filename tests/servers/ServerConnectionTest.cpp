@@ -150,73 +150,72 @@ private slots:
         library.folders = {ServerFolder()};
         library.folders.first().id = *fullServer().folderID;
         library.servers = {fullServer()};
-        const QByteArray expected(R"({
-  "folders": [
-    {
-      "id": "A1B2C3D4-0000-4000-8000-00000000EF01",
-      "name": "New Folder",
-      "sortIndex": 0,
-      "symbol": "folder.fill",
-      "parentID": null,
-      "colorTag": null
+        // Single quotes stand for double ones.
+        QByteArray expected("{\n"
+                            "  'folders': [\n"
+                            "    {\n"
+                            "      'id': 'A1B2C3D4-0000-4000-8000-00000000EF01',\n"
+                            "      'name': 'New Folder',\n"
+                            "      'sortIndex': 0,\n"
+                            "      'symbol': 'folder.fill',\n"
+                            "      'parentID': null,\n"
+                            "      'colorTag': null\n"
+                            "    }\n"
+                            "  ],\n"
+                            "  'servers': [\n"
+                            "    {\n"
+                            "      'id': 'A1B2C3D4-0000-4000-8000-00000000ABCD',\n"
+                            "      'name': 'Wéb \\'1\\'',\n"
+                            "      'networkProtocol': 'FTPS',\n"
+                            "      'host': '192.0.2.1',\n"
+                            "      'port': 990,\n"
+                            "      'username': 'deploy',\n"
+                            "      'authMethod': 'SSH Key (Provided)',\n"
+                            "      'privateKeyPath': '~/.ssh/id',\n"
+                            "      'remotePath': '/srv',\n"
+                            "      'folderID': 'A1B2C3D4-0000-4000-8000-00000000EF01',\n"
+                            "      'isFavorite': true,\n"
+                            "      'colorTag': '#3DDC84',\n"
+                            "      'symbol': 'bolt',\n"
+                            "      'sortIndex': -3,\n"
+                            "      'passiveMode': false,\n"
+                            "      'useTLS': true,\n"
+                            "      'keepAliveSeconds': 15,\n"
+                            "      'strictHostKeyChecking': true,\n"
+                            "      'charset': 'ISO-8859-1',\n"
+                            "      'notes': 'two\\nlines'\n"
+                            "    }\n"
+                            "  ],\n"
+                            "  'lastModified': null\n"
+                            "}\n");
+        QCOMPARE(library.encode(), expected.replace('\'', '"'));
     }
-  ],
-  "servers": [
+
+    void oneBadRecordMakesTheWholeLibraryUnreadable()
     {
-      "id": "A1B2C3D4-0000-4000-8000-00000000ABCD",
-      "name": "Wéb \"1\"",
-      "networkProtocol": "FTPS",
-      "host": "192.0.2.1",
-      "port": 990,
-      "username": "deploy",
-      "authMethod": "SSH Key (Provided)",
-      "privateKeyPath": "~/.ssh/id",
-      "remotePath": "/srv",
-      "folderID": "A1B2C3D4-0000-4000-8000-00000000EF01",
-      "isFavorite": true,
-      "colorTag": "#3DDC84",
-      "symbol": "bolt",
-      "sortIndex": -3,
-      "passiveMode": false,
-      "useTLS": true,
-      "keepAliveSeconds": 15,
-      "strictHostKeyChecking": true,
-      "charset": "ISO-8859-1",
-      "notes": "two\nlines"
+        const auto problemOf = [](QByteArray text) {
+            try {
+                ServerLibrary::decode(text.replace('\'', '"'));
+            } catch (const Error &error) {
+                return error.message();
+            }
+            return QStringLiteral("none");
+        };
+        QCOMPARE(problemOf("{'folders':[]}"), QStringLiteral("The key “servers” of the server library is missing."));
+        QCOMPARE(problemOf("{'folders':[{'name':'Clients'}],'servers':[]}"),
+                 QStringLiteral("The key “id” of folder “Clients” is missing."));
+        QCOMPARE(problemOf("{'folders':[],'servers':[{}]}"),
+                 QStringLiteral("The key “id” of server 1 of the server library is missing."));
     }
-  ],
-  "lastModified": null
-}
-)");
-        QCOMPARE(library.encode(), expected);
-}
 
-void oneBadRecordMakesTheWholeLibraryUnreadable()
-{
-    const auto problemOf = [](QByteArray text) {
-        try {
-            ServerLibrary::decode(text.replace('\'', '"'));
-        } catch (const Error &error) {
-            return error.message();
-        }
-        return QStringLiteral("none");
-    };
-    QCOMPARE(problemOf("{'folders':[]}"), QStringLiteral("The key “servers” of the server library is missing."));
-    QCOMPARE(problemOf("{'folders':[{'name':'Clients'}],'servers':[]}"),
-             QStringLiteral("The key “id” of folder “Clients” is missing."));
-    QCOMPARE(problemOf("{'folders':[],'servers':[{}]}"),
-             QStringLiteral("The key “id” of server 1 of the server library is missing."));
-}
-
-void theSampleReachesNobody()
-{
-    const QRegularExpression reserved(
-        QStringLiteral("^(192\\.0\\.2|198\\.51\\.100|203\\.0\\.113)\\.\\d+$|(^|\\.)example\\.(com|org|net)$"));
-    for (const ServerConnection &server : ServerLibrary::sample().servers)
-        QVERIFY2(reserved.match(server.host).hasMatch(), qPrintable(server.host));
-}
-}
-;
+    void theSampleReachesNobody()
+    {
+        const QRegularExpression reserved(
+            QStringLiteral("^(192\\.0\\.2|198\\.51\\.100|203\\.0\\.113)\\.\\d+$|(^|\\.)example\\.(com|org|net)$"));
+        for (const ServerConnection &server : ServerLibrary::sample().servers)
+            QVERIFY2(reserved.match(server.host).hasMatch(), qPrintable(server.host));
+    }
+};
 
 MOORIX_TEST(ServerLibraryTest)
 #include "ServerConnectionTest.moc"
