@@ -2,11 +2,8 @@
 #include "servers/ServerStore.h"
 
 #include "base/Error.h"
-#include "base/JsonFile.h"
 #include "platform/KeyValueStore.h"
 #include "servers/ServerTree.h"
-
-#include <QFileInfo>
 
 #include <algorithm>
 
@@ -41,10 +38,15 @@ bool isOlder(const std::optional<QDateTime> &a, const std::optional<QDateTime> &
 ServerStore::ServerStore(Options options, KeyValueStore &kv, QObject *parent)
     : QObject(parent)
     , m_options(std::move(options))
+    , m_file(m_options.path, m_options.inMemoryOnly ? LibraryFile::Access::readOnly : LibraryFile::Access::readWrite)
     , m_kv(kv)
 {
     load();
     const QString loadProblem = m_problem;
+    connect(&m_file, &LibraryFile::touched, this, [this] {
+        if (adoptFile())
+            emit libraryChanged();
+    });
     connect(&m_kv, &KeyValueStore::changedExternally, this, [this](const QStringList &keys) {
         if (keys.contains(kvKey))
             mergeFromCloud();
@@ -61,60 +63,54 @@ ServerStore::ServerStore(Options options, KeyValueStore &kv, QObject *parent)
 void ServerStore::load()
 {
     try {
-        const std::optional<QByteArray> bytes = jsonFile::read(m_options.path);
-        if (bytes) {
-            m_library = ServerLibrary::decode(*bytes);
+        if (std::optional<ServerLibrary> library = m_file.readIfChanged()) {
+            m_library = *std::move(library);
             serverTree::mend(m_library);
             return;
         }
     } catch (const Error &error) {
         m_library = ServerLibrary::empty();
-        setDamagedAside(error.message());
+        m_problem = damageReport(QStringLiteral("could not be loaded, so the list starts empty"), error);
         return;
     }
     m_library = ServerLibrary::sample();
-    writeFile(m_library.encode());
+    writeFile();
 }
 
-void ServerStore::setDamagedAside(const QString &reason)
+QString ServerStore::damageReport(const QString &what, const Error &error) const
 {
-    const QFileInfo file(m_options.path);
-    // A fixed name, without a stamp: of several damaged files the first, which held the most, keeps it.
-    const QString aside = file.absolutePath() + QStringLiteral("/servers.corrupt-.json");
-    m_isDamagedFileInPlace = m_options.inMemoryOnly || !jsonFile::setAside(m_options.path, aside);
-    m_problem = m_isDamagedFileInPlace
-                    ? QStringLiteral("The server library could not be loaded, so the list starts empty. %1").arg(reason)
-                    : QStringLiteral(
-                          "The server library could not be loaded, so the list starts empty; the damaged file is kept "
-                          "as “%1”. %2")
-                          .arg(aside, reason);
+    const QString kept = m_file.asidePath().isEmpty()
+                             ? QString()
+                             : QStringLiteral("; the damaged file is kept as “%1”").arg(m_file.asidePath());
+    return QStringLiteral("The server library %1%2. %3").arg(what, kept, error.message());
 }
 
-bool ServerStore::makeRoomForFile()
+bool ServerStore::adoptFile()
 {
-    if (!m_isDamagedFileInPlace || !QFileInfo::exists(m_options.path))
-        return true;
-    const QFileInfo file(m_options.path);
-    const QString stamp = systemNow().toString(QStringLiteral("yyyyMMdd'T'HHmmsszzz'Z'"));
-    const QString aside = file.absolutePath() + QStringLiteral("/servers.corrupt-%1.json").arg(stamp);
-    m_isDamagedFileInPlace = !jsonFile::setAside(m_options.path, aside);
-    return !m_isDamagedFileInPlace;
-}
-
-void ServerStore::writeFile(const QByteArray &bytes)
-{
-    if (m_options.inMemoryOnly)
-        return;
-    if (!makeRoomForFile()) {
-        setProblem(QStringLiteral("Changes to the server library are not saved: the damaged file “%1” could not be "
-                                  "moved aside and is not written over.")
-                       .arg(m_options.path));
-        return;
-    }
     try {
-        jsonFile::write(m_options.path, bytes);
+        std::optional<ServerLibrary> written = m_file.readIfChanged();
+        // What could not be saved here is newer than what others save without knowing of it.
+        if (!written || (m_isUnsaved && isOlder(written->lastModified, m_library.lastModified)))
+            return false;
+        serverTree::mend(*written);
+        m_library = *std::move(written);
+        m_isUnsaved = false;
+        return true;
+    } catch (const Error &error) {
+        setProblem(
+            damageReport(QStringLiteral("can no longer be read from its file; the list stays as it is here"), error));
+        return false;
+    }
+}
+
+void ServerStore::writeFile()
+{
+    try {
+        m_file.write(m_library);
+        m_isUnsaved = false;
         setProblem({});
     } catch (const Error &error) {
+        m_isUnsaved = true;
         setProblem(error.message());
     }
 }
@@ -127,15 +123,24 @@ void ServerStore::setProblem(const QString &problem)
     emit problemChanged();
 }
 
+void ServerStore::change(const std::function<bool(ServerLibrary &)> &edit)
+{
+    const auto lock = m_file.lock();
+    const bool isAdopted = adoptFile();
+    if (edit(m_library))
+        persist();
+    else if (isAdopted)
+        emit libraryChanged();
+}
+
 void ServerStore::persist()
 {
     serverTree::mend(m_library);
     const QDateTime now = m_options.clock().toUTC();
     // Where another machine's clock is ahead, a change made here must still count as the newer one.
     m_library.lastModified = isOlder(m_library.lastModified, now) ? now : m_library.lastModified->addMSecs(1);
-    const QByteArray bytes = m_library.encode();
-    writeFile(bytes);
-    sendToCloud(bytes);
+    writeFile();
+    sendToCloud(m_library.encode());
     emit libraryChanged();
 }
 
@@ -154,7 +159,8 @@ void ServerStore::mergeFromCloud()
     if (!cloud || isOlder(cloud->lastModified, m_library.lastModified) || *cloud == m_library)
         return;
     m_library = *cloud;
-    writeFile(m_library.encode());
+    const auto lock = m_file.lock();
+    writeFile();
     emit libraryChanged();
 }
 
@@ -208,32 +214,37 @@ std::optional<ServerFolder> ServerStore::folder(const QUuid &id) const
 
 void ServerStore::upsert(ServerConnection server)
 {
-    const auto existing = findByID(m_library.servers, server.id);
-    if (existing != m_library.servers.end()) {
-        *existing = std::move(server);
-    } else {
+    change([&server](ServerLibrary &library) {
+        const auto existing = findByID(library.servers, server.id);
+        if (existing != library.servers.end()) {
+            *existing = std::move(server);
+            return true;
+        }
         const auto last = std::max_element(
-            m_library.servers.cbegin(), m_library.servers.cend(),
+            library.servers.cbegin(), library.servers.cend(),
             [](const ServerConnection &a, const ServerConnection &b) { return a.sortIndex < b.sortIndex; });
-        server.sortIndex = last == m_library.servers.cend() ? 1 : last->sortIndex + 1;
-        m_library.servers.append(std::move(server));
-    }
-    persist();
+        server.sortIndex = last == library.servers.cend() ? 1 : last->sortIndex + 1;
+        library.servers.append(std::move(server));
+        return true;
+    });
 }
 
 void ServerStore::remove(const QUuid &id)
 {
-    if (m_library.servers.removeIf([&](const ServerConnection &server) { return server.id == id; }) > 0)
-        persist();
+    change([&id](ServerLibrary &library) {
+        return library.servers.removeIf([&](const ServerConnection &server) { return server.id == id; }) > 0;
+    });
 }
 
 void ServerStore::toggleFavorite(const QUuid &id)
 {
-    const auto server = findByID(m_library.servers, id);
-    if (server == m_library.servers.end())
-        return;
-    server->isFavorite = !server->isFavorite;
-    persist();
+    change([&id](ServerLibrary &library) {
+        const auto server = findByID(library.servers, id);
+        if (server == library.servers.end())
+            return false;
+        server->isFavorite = !server->isFavorite;
+        return true;
+    });
 }
 
 QList<ServerConnection> ServerStore::favorites() const
@@ -279,45 +290,41 @@ QList<std::pair<ServerFolder, int>> ServerStore::flattenedFolders() const
 
 void ServerStore::updateFolder(const ServerFolder &folder)
 {
-    serverTree::putFolder(m_library, folder);
-    persist();
+    change([&](ServerLibrary &library) {
+        serverTree::putFolder(library, folder);
+        return true;
+    });
 }
 
 void ServerStore::deleteFolder(const QUuid &id)
 {
-    if (serverTree::removeFolder(m_library, id))
-        persist();
+    change([&](ServerLibrary &library) { return serverTree::removeFolder(library, id); });
 }
 
 void ServerStore::moveFolder(const QUuid &id, const std::optional<QUuid> &toParent)
 {
-    if (serverTree::moveFolder(m_library, id, toParent))
-        persist();
+    change([&](ServerLibrary &library) { return serverTree::moveFolder(library, id, toParent); });
 }
 
 void ServerStore::moveFolder(const QUuid &id, Direction direction)
 {
     const auto with = direction == Direction::up ? serverTree::Neighbour::previous : serverTree::Neighbour::next;
-    if (serverTree::swapFolder(m_library, id, with))
-        persist();
+    change([&](ServerLibrary &library) { return serverTree::swapFolder(library, id, with); });
 }
 
 void ServerStore::placeFolder(const QUuid &id, const std::optional<QUuid> &inParent, qsizetype at)
 {
-    if (serverTree::placeFolder(m_library, id, inParent, at))
-        persist();
+    change([&](ServerLibrary &library) { return serverTree::placeFolder(library, id, inParent, at); });
 }
 
 void ServerStore::moveServer(const QUuid &id, const std::optional<QUuid> &toFolder)
 {
-    if (serverTree::moveServer(m_library, id, toFolder))
-        persist();
+    change([&](ServerLibrary &library) { return serverTree::moveServer(library, id, toFolder); });
 }
 
 void ServerStore::placeServer(const QUuid &id, const std::optional<QUuid> &inFolder, qsizetype at)
 {
-    if (serverTree::placeServer(m_library, id, inFolder, at))
-        persist();
+    change([&](ServerLibrary &library) { return serverTree::placeServer(library, id, inFolder, at); });
 }
 
 } // namespace moorix

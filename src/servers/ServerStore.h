@@ -2,19 +2,22 @@
 #pragma once
 
 #include "base/Clock.h"
+#include "servers/LibraryFile.h"
 #include "servers/ServerLibrary.h"
 
 #include <QObject>
 #include <QSet>
 
+#include <functional>
 #include <utility>
 
 namespace moorix {
 
+class Error;
 class KeyValueStore;
 
-/// Owns the one library of the running program: loads it at start, saves it whole after every change, and mirrors it
-/// through the cloud key-value store. Main thread.
+/// Owns the one library of the running program: loads it at start, saves it whole after every change, takes over what
+/// other programs of this user save, and mirrors it through the cloud key-value store. Main thread.
 class ServerStore final : public QObject
 {
     Q_OBJECT
@@ -81,11 +84,13 @@ signals:
 
 private:
     void load();
-    void setDamagedAside(const QString &reason);
-    /// Moves a damaged file that still stands in the file's place out of the way. Returns whether the place is free.
-    bool makeRoomForFile();
-    void writeFile(const QByteArray &bytes);
+    /// Takes over what another program has written into the file; returns whether there was something.
+    bool adoptFile();
+    QString damageReport(const QString &what, const Error &error) const;
+    void writeFile();
     void setProblem(const QString &problem);
+    /// `edit` returns whether it changed anything. It works on the library as it stands in the file.
+    void change(const std::function<bool(ServerLibrary &)> &edit);
     void persist();
     void sendToCloud(const QByteArray &bytes);
     std::optional<ServerLibrary> cloudLibrary() const;
@@ -93,10 +98,12 @@ private:
     void mergeBothWays();
 
     Options m_options;
+    LibraryFile m_file;
     KeyValueStore &m_kv;
     ServerLibrary m_library;
     QString m_problem;
-    bool m_isDamagedFileInPlace = false;
+    /// The library holds a change that could not be written.
+    bool m_isUnsaved = false;
 };
 
 } // namespace moorix

@@ -267,6 +267,27 @@ private slots:
             QVERIFY(ServerLibrary::decode(tree.read(libraryFile)) == store.library());
         }
     }
+
+    void twoProgramsNeverWriteOverEachOthersChanges()
+    {
+        const TestTree tree({{libraryFile, ServerLibrary::empty().encode()}});
+        Fixture window(tree);
+        Fixture commandLine(tree, false, noon.addSecs(1));
+        const ServerConnection first = libraryNamed(QStringLiteral("first"), {}).servers.first();
+        const ServerConnection second = libraryNamed(QStringLiteral("second"), {}).servers.first();
+        window.store.upsert(first);
+        commandLine.store.upsert(second);
+        window.store.toggleFavorite(second.id);
+        QCOMPARE(namesOf(window.saved().servers), QStringList({QStringLiteral("first"), QStringLiteral("second")}));
+        QVERIFY(window.saved().servers.last().isFavorite);
+
+        commandLine.store.remove(first.id);
+        QTRY_COMPARE(namesOf(window.store.library().servers), QStringList{QStringLiteral("second")});
+        tree.write(libraryFile, "{damaged");
+        window.store.toggleFavorite(second.id);
+        QCOMPARE(tree.read("Moorix/servers.corrupt-.json"), QByteArray("{damaged"));
+        QCOMPARE(namesOf(window.saved().servers), QStringList{QStringLiteral("second")});
+    }
 };
 
 MOORIX_TEST(ServerStoreTest)
