@@ -49,6 +49,7 @@ FailureView::FailureView(Session &session, bool isSaved, std::shared_ptr<Process
         auto *panel = new HostKeyPanel(*session.server(), *reason, std::move(runner), body);
         column->addWidget(panel);
         connect(panel, &HostKeyPanel::forgotten, &session, &Session::retry);
+        connect(panel, &HostKeyPanel::trusted, &session, &Session::retry);
     }
     auto *buttons = new QHBoxLayout;
     QPushButton *retry = Widgets::primaryButton(tr("Try again"), QStringLiteral("retry"), body);

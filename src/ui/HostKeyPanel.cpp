@@ -45,16 +45,17 @@ HostKeyPanel::HostKeyPanel(const ServerConnection &server, Reason reason, std::s
                  "renewed. It can also mean that someone else answers in its place. Ask who runs the server, or "
                  "compare "
                  "the fingerprints with those that the server itself reports.")
-            : tr("%1 has never been connected to from this account, and this server is set to refuse unknown hosts. If "
-                 "the "
-                 "fingerprint is the right one, turn off “Refuse hosts whose key is not known yet” for the first "
-                 "connection; the key is remembered then.");
+            : tr("%1 has never been connected to from this account, and this server is set to refuse unknown hosts. "
+                 "Compare the fingerprint with the one that whoever runs the server tells you; if it is the same, the "
+                 "key can be trusted.");
     column->addWidget(Widgets::label(meaning.arg(m_server.host), Widgets::TextRole::body, this));
     if (reason == Reason::keyChanged)
         m_known = addFingerprints(*column, tr("Known until now"), QStringLiteral("knownKeys"));
     m_offered = addFingerprints(*column, tr("Shown by the server now"), QStringLiteral("offeredKeys"));
     if (reason == Reason::keyChanged)
         addForgetting(*column);
+    else
+        addTrusting(*column);
     loadFingerprints();
 }
 
@@ -95,6 +96,21 @@ void HostKeyPanel::addForgetting(QVBoxLayout &column)
     connect(m_confirm, &QPushButton::clicked, this, &HostKeyPanel::forget);
 }
 
+void HostKeyPanel::addTrusting(QVBoxLayout &column)
+{
+    m_trust = Widgets::button(tr("Trust this key and connect"), QStringLiteral("trustKey"), this);
+    m_trust->setEnabled(false);
+    m_question = Widgets::label({}, Widgets::TextRole::error, this);
+    m_question->setObjectName(QStringLiteral("trustProblem"));
+    m_question->hide();
+    auto *row = new QHBoxLayout;
+    row->addWidget(m_trust);
+    row->addWidget(m_question, 1);
+    row->addStretch();
+    column.addLayout(row);
+    connect(m_trust, &QPushButton::clicked, this, &HostKeyPanel::trust);
+}
+
 void HostKeyPanel::loadFingerprints()
 {
     if (m_known) {
@@ -105,12 +121,19 @@ void HostKeyPanel::loadFingerprints()
             [this](const QStringList &known) { m_known->setText(linesOr(known, tr("None in your known hosts"))); },
             [this](const Error &error) { m_known->setText(error.message()); });
     }
-    m_offeredJob = runJob(
-        [server = m_server, runner = m_runner](const std::stop_token &stop) {
-            return HostKeys::offeredFingerprints(server, *runner, stop);
-        },
-        [this](const QStringList &offered) { m_offered->setText(linesOr(offered, tr("The server shows none"))); },
-        [this](const Error &error) { m_offered->setText(error.message()); });
+    m_offeredJob =
+        runJob([server = m_server, runner = m_runner](
+                   const std::stop_token &stop) { return HostKeys::offeredFingerprints(server, *runner, stop); },
+               [this](const QStringList &offered) {
+                   m_offered->setText(linesOr(offered, tr("The server shows none")));
+                   m_offeredKeys = offered;
+                   if (m_trust) {
+                       m_trust->setText(offered.size() > 1 ? tr("Trust these keys and connect")
+                                                           : tr("Trust this key and connect"));
+                       m_trust->setEnabled(!offered.isEmpty());
+                   }
+               },
+               [this](const Error &error) { m_offered->setText(error.message()); });
 }
 
 void HostKeyPanel::forget()
@@ -123,6 +146,19 @@ void HostKeyPanel::forget()
                              m_confirm->setEnabled(true);
                              m_question->setText(error.message());
                          });
+}
+
+void HostKeyPanel::trust()
+{
+    m_trust->setEnabled(false);
+    m_trustJob = runJob([server = m_server, keys = m_offeredKeys, runner = m_runner](
+                            const std::stop_token &stop) { HostKeys::trust(server, keys, *runner, stop); },
+                        [this] { emit trusted(); },
+                        [this](const Error &error) {
+                            m_trust->setEnabled(true);
+                            m_question->setText(error.message());
+                            m_question->show();
+                        });
 }
 
 } // namespace moorix

@@ -5,6 +5,7 @@
 #include "servers/ServerConnection.h"
 
 #include <QFrame>
+#include <QStringList>
 
 #include <memory>
 
@@ -17,7 +18,7 @@ namespace moorix {
 class ProcessRunner;
 
 /// What a failed host key check means, with the fingerprints of both sides, and the way to go on once the user has
-/// compared them: forgetting the old key.
+/// compared them: forgetting the old key, or trusting the ones shown.
 class HostKeyPanel final : public QFrame
 {
     Q_OBJECT
@@ -36,12 +37,16 @@ public:
 signals:
     /// The known key is gone; a new connection counts as a first contact.
     void forgotten();
+    /// The keys that were shown are known now.
+    void trusted();
 
 private:
     QLabel *addFingerprints(QVBoxLayout &column, const QString &title, const QString &objectName);
     void addForgetting(QVBoxLayout &column);
+    void addTrusting(QVBoxLayout &column);
     void loadFingerprints();
     void forget();
+    void trust();
 
     ServerConnection m_server;
     std::shared_ptr<ProcessRunner> m_runner;
@@ -50,9 +55,13 @@ private:
     QLabel *m_question = nullptr;
     QPushButton *m_forget = nullptr;
     QPushButton *m_confirm = nullptr;
+    QPushButton *m_trust = nullptr;
+    /// As shown: what the user compares is what is trusted.
+    QStringList m_offeredKeys;
     Job m_knownJob;
     Job m_offeredJob;
     Job m_forgetJob;
+    Job m_trustJob;
 };
 
 } // namespace moorix

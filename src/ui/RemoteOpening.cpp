@@ -84,6 +84,8 @@ void RemoteOpening::end()
     m_job.cancel();
     m_bar->hide();
     m_bar->deleteLater();
+    // Nobody should take it for one that is under way.
+    setParent(nullptr);
     deleteLater();
 }
 

@@ -3,6 +3,7 @@
 
 #include "app/PaneTabs.h"
 #include "app/Session.h"
+#include "files/Format.h"
 #include "files/PaneModel.h"
 #include "settings/SettingsStore.h"
 #include "ui/QuickConnectBar.h"
@@ -70,6 +71,8 @@ QWidget *SideView::makeHeader()
     m_bar->setDrawBase(false);
     m_bar->setElideMode(Qt::ElideMiddle);
     m_bar->setUsesScrollButtons(true);
+    // By itself it is at least as wide as its scroll buttons, shown or not, and leaves a gap behind a short tab.
+    m_bar->setMinimumWidth(60);
     m_bar->setFocusPolicy(Qt::NoFocus);
     m_bar->setContextMenuPolicy(Qt::CustomContextMenu);
     m_bar->installEventFilter(this);
@@ -188,8 +191,9 @@ void SideView::updateTab(int index)
         m_bar->setTabIcon(index, ServerLook::icon(*session.server()));
     else
         m_bar->setTabIcon(index, Theme::icon(QStringLiteral("network-server")));
-    if (session.pane())
-        m_bar->setTabToolTip(index, session.pane()->currentPath());
+    m_bar->setTabToolTip(index, Format::display(session.folder()));
+    // A bar that is not shown yet keeps the new width to itself.
+    m_bar->updateGeometry();
 }
 
 SessionView *SideView::makeView(Session &session)

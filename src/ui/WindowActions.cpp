@@ -173,9 +173,11 @@ void WindowActions::fill(QMenuBar &bar)
                 made->addSeparator();
         }
         connect(made, &QMenu::aboutToShow, this, &WindowActions::menuOpens);
-        connect(made, &QMenu::aboutToHide, this, [made] {
-            for (QAction *shown : made->actions())
-                shown->setEnabled(true);
+        connect(made, &QMenu::aboutToHide, this, [this] {
+            for (QAction *action : std::as_const(m_window))
+                action->setEnabled(true);
+            for (QAction *action : std::as_const(m_pane))
+                action->setEnabled(true);
         });
     }
 }

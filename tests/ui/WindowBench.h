@@ -94,6 +94,12 @@ public:
         }
         return nullptr;
     }
+    /// Gives a side's list the keyboard.
+    void activateList(Side side) const
+    {
+        QVERIFY(list(side));
+        list(side)->setFocus();
+    }
     static void click(QWidget *button)
     {
         QVERIFY(button);

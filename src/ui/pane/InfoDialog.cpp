@@ -66,6 +66,7 @@ InfoDialog::InfoDialog(PaneModel &pane, QList<FileItem> items, QWidget *parent)
     setWindowTitle(m_items.size() == 1 ? tr("Info: %1").arg(Format::display(m_items.front().name))
                                        : tr("Info: %L1 items").arg(m_items.size()));
     setMinimumWidth(420);
+    resize(minimumSize());
     auto *form = new QFormLayout(this);
     form->setContentsMargins(20, 18, 20, 18);
     form->setHorizontalSpacing(16);
@@ -85,6 +86,7 @@ InfoDialog::InfoDialog(PaneModel &pane, QList<FileItem> items, QWidget *parent)
         else
             startCounting();
     });
+    fitHeight();
     // On a server every folder costs a command: there it is counted when asked for.
     if (!m_hasFolder || m_pane.isLocal())
         startCounting();
@@ -217,6 +219,16 @@ void InfoDialog::showTally(bool isComplete)
         text += u'\n' + tr("%1 could not be read; what is inside is not counted.")
                             .arg(counted(unreadable, tr("folder"), tr("folders")));
     m_size->setText(text);
+    fitHeight();
+}
+
+/// Texts wrap, and a window does not follow them by itself.
+void InfoDialog::fitHeight()
+{
+    const int width = std::max(this->width(), minimumWidth());
+    layout()->activate();
+    if (!isVisible() || height() < layout()->totalHeightForWidth(width))
+        resize(width, layout()->totalHeightForWidth(width));
 }
 
 void InfoDialog::apply()

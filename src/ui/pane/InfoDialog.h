@@ -41,6 +41,7 @@ private:
     void startCounting();
     void stopCounting();
     void showTally(bool isComplete);
+    void fitHeight();
     void apply();
 
     PaneModel &m_pane;

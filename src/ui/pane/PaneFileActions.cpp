@@ -38,7 +38,9 @@ const QMimeData *foreignFiles()
 {
     const QClipboard *clipboard = QGuiApplication::clipboard();
     const QMimeData *data = clipboard->mimeData();
-    return !clipboard->ownsClipboard() && data && data->hasUrls() ? data : nullptr;
+    // Not every platform knows whose its clipboard is; what comes from here is an object of ours.
+    const bool isOurs = clipboard->ownsClipboard() || qobject_cast<const FileMimeData *>(data);
+    return !isOurs && data && data->hasUrls() ? data : nullptr;
 }
 
 } // namespace

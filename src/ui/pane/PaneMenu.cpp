@@ -47,7 +47,9 @@ void PaneMenu::popup(PaneView &view, const PaneModel &pane, const QPoint &global
             if (!isAvailable && isLeftOutWhenUseless(command))
                 continue;
             const PaneCommandInfo &info = infoOf(command);
-            QAction *action = menu->addAction(Theme::icon(info.iconName), info.text);
+            const bool isDangerous = command == PaneCommand::remove || command == PaneCommand::removeForGood;
+            QAction *action = menu->addAction(
+                Theme::icon(info.iconName, isDangerous ? Theme::Color::danger : Theme::Color::text), info.text);
             action->setEnabled(isAvailable);
             action->setCheckable(command == PaneCommand::toggleHidden);
             action->setChecked(command == PaneCommand::toggleHidden && pane.showHidden());

@@ -58,6 +58,8 @@ void PathEdit::offerFolders()
     QString folder = typedFolder;
     if (m_pane.isLocal() && folder.startsWith(u"~/"))
         folder.replace(0, 1, QDir::homePath());
+    if (folder.size() > 1)
+        folder.chop(1);
     m_listing = runJob(
         [service = m_pane.service(), folder](const std::stop_token &stop) {
             QStringList names;
@@ -97,15 +99,21 @@ void PathEdit::keyPressEvent(QKeyEvent *event)
     case Qt::Key_Escape:
         emit cancelled();
         break;
-    case Qt::Key_Tab:
-        if (m_completer->completionCount() > 0) {
-            setText(m_completer->currentCompletion());
-            offerFolders();
-        }
-        break;
     default:
         QLineEdit::keyPressEvent(event);
     }
+}
+
+/// Tab takes the folder that is offered; the keyboard moves on only when there is none.
+bool PathEdit::focusNextPrevChild(bool next)
+{
+    const bool isOffered = next && m_completer->completionPrefix() == text() && m_completer->completionCount() > 0;
+    if (!isOffered)
+        return QLineEdit::focusNextPrevChild(next);
+    setText(m_completer->currentCompletion());
+    m_completer->popup()->hide();
+    offerFolders();
+    return true;
 }
 
 } // namespace moorix

@@ -1,0 +1,272 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "WindowBench.h"
+
+#include "app/ServerConnections.h"
+#include "support/TestMain.h"
+#include "support/TestServer.h"
+
+#include <QDesktopServices>
+#include <QDir>
+#include <QLabel>
+#include <QPlainTextEdit>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QTreeWidget>
+#include <QUrl>
+
+using namespace moorix;
+using namespace moorix::test;
+using namespace Qt::StringLiterals;
+
+/// The window with a real server.
+class RemoteWindowTest : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<TestServer> m_sshd;
+    QByteArray m_temporary;
+    QStringList m_opened;
+
+    QString onServer(const QString &name) const { return m_sshd->sharedPath() + u'/' + name; }
+
+    void putOnServer(const QString &name, const QByteArray &content) const
+    {
+        QFile file(onServer(name));
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
+    }
+
+    QByteArray readOnServer(const QString &name) const
+    {
+        QFile file(onServer(name));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+
+    /// The server as a saved record whose start folder is the shared one.
+    ServerConnection addServer(const WindowBench &bench) const
+    {
+        ServerConnection server = m_sshd->connection();
+        server.remotePath = m_sshd->sharedPath();
+        bench.model->servers().upsert(server);
+        return server;
+    }
+
+    std::shared_ptr<ProcessRunner> clients() const
+    {
+        return std::make_shared<IsolatedClients>(m_sshd->knownHostsPath());
+    }
+
+    /// Connects the right side by a click in the sidebar.
+    ServerConnection connectRight(const WindowBench &bench) const
+    {
+        ServerConnection server = addServer(bench);
+        bench.model->setActiveSide(Side::right);
+        auto *sidebar = bench.find<QTreeWidget>("sidebar");
+        const auto found = sidebar->findItems(server.name, Qt::MatchExactly | Qt::MatchRecursive);
+        QTest::mouseClick(sidebar->viewport(), Qt::LeftButton, {}, sidebar->visualItemRect(found.value(0)).center());
+        [&] {
+            QTRY_VERIFY(bench.pane(Side::right) && bench.pane(Side::right)->currentPath() == m_sshd->sharedPath());
+        }();
+        return server;
+    }
+
+    /// What lies in the temporary folder, apart from the login of a connection that lasts.
+    static QStringList copiesIn(const WindowBench &bench)
+    {
+        QStringList names = QDir(bench.home.path("tmp")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
+        names.removeIf([](const QString &name) { return name.startsWith(u"moorix-login-"_s); });
+        return names;
+    }
+
+    static QStringList namesIn(const PaneModel &pane)
+    {
+        QStringList names;
+        for (const FileItem &item : pane.displayed())
+            names << item.name;
+        return names;
+    }
+
+private slots:
+    void openUrl(const QUrl &url) { m_opened << url.toLocalFile(); }
+
+    void initTestCase()
+    {
+        m_temporary = qgetenv("TMPDIR");
+        m_sshd = std::make_unique<TestServer>();
+        QDesktopServices::setUrlHandler(u"file"_s, this, "openUrl");
+    }
+
+    void cleanup()
+    {
+        m_temporary.isNull() ? qunsetenv("TMPDIR") : qputenv("TMPDIR", m_temporary);
+        m_opened.clear();
+        for (const QString &name : QDir(m_sshd->sharedPath()).entryList(QDir::Files))
+            QFile::remove(onServer(name));
+    }
+
+    void cleanupTestCase()
+    {
+        QDesktopServices::unsetUrlHandler(u"file"_s);
+        m_sshd.reset();
+    }
+
+    void filesGoBothWaysAndTheConnectionEnds()
+    {
+        putOnServer(u"from server.txt"_s, "remote");
+        WindowBench bench({{"left/from here.txt", "local"}}, clients());
+        const ServerConnection server = connectRight(bench);
+        QVERIFY(bench.find<QLabel>("messageBarText")->text().contains(u"First contact with 127.0.0.1"_s));
+        bench.click(bench.find("messageBarClose"));
+        QVERIFY(bench.model->tabs(Side::right).current().notice().isEmpty());
+
+        bench.model->setActiveSide(Side::left);
+        bench.select(Side::left, "from here.txt");
+        bench.key(Qt::Key_F5);
+        QTRY_COMPARE(readOnServer(u"from here.txt"_s), "local");
+        QTRY_COMPARE(namesIn(*bench.pane(Side::right)), (QStringList{u"from here.txt"_s, u"from server.txt"_s}));
+        bench.key(Qt::Key_Tab);
+        bench.select(Side::right, "from server.txt");
+        bench.key(Qt::Key_F5);
+        QTRY_COMPARE(bench.home.read("left/from server.txt"), "remote");
+
+        QVERIFY(bench.model->connections().isConnected(server.id));
+        bench.key(Qt::Key_K, Qt::ControlModifier | Qt::ShiftModifier);
+        QTRY_VERIFY(!bench.model->connections().isConnected(server.id));
+        bench.key(Qt::Key_R, Qt::ControlModifier);
+        QTRY_VERIFY(bench.find("failureView"));
+        bench.click(bench.find("retry"));
+        QTRY_COMPARE(bench.pane(Side::right) ? namesIn(*bench.pane(Side::right)).size() : 0, 2);
+    }
+
+    void otherSideWorksWhileTheServerIsFrozenAndTheWaitCanBeGivenUp()
+    {
+        putOnServer(u"a.txt"_s, "a");
+        WindowBench bench({{"left/inside/b.txt", "b"}, {"left/c.txt", "c"}}, clients());
+        connectRight(bench);
+        QTRY_COMPARE(namesIn(*bench.pane(Side::right)), QStringList{u"a.txt"_s});
+        m_sshd->freeze();
+        bench.key(Qt::Key_R, Qt::ControlModifier);
+        QVERIFY(bench.pane(Side::right)->isLoading());
+        bench.key(Qt::Key_Tab);
+        bench.select(Side::left, "inside");
+        bench.key(Qt::Key_Return);
+        QTRY_COMPARE(namesIn(*bench.pane(Side::left)), QStringList{u"b.txt"_s});
+        QVERIFY(bench.pane(Side::right)->isLoading());
+        QTRY_VERIFY(bench.find<QPushButton>("statusCancel"));
+        bench.click(bench.find("statusCancel"));
+        QVERIFY(!bench.pane(Side::right)->isLoading());
+        QCOMPARE(namesIn(*bench.pane(Side::right)), QStringList{u"a.txt"_s});
+        m_sshd->thaw();
+        putOnServer(u"b.txt"_s, "b");
+        bench.pane(Side::right)->reload();
+        QTRY_COMPARE(namesIn(*bench.pane(Side::right)).size(), 2);
+    }
+
+    void fileOfAServerIsOpenedAsAReadOnlyCopyThatGoesAtTheEnd()
+    {
+        putOnServer(u"notes & plans.txt"_s, "text");
+        WindowBench bench({{"tmp/", ""}}, clients());
+        qputenv("TMPDIR", bench.home.path("tmp").toUtf8());
+        connectRight(bench);
+        QTRY_COMPARE(bench.pane(Side::right)->displayedCount(), 1);
+        bench.select(Side::right, "notes & plans.txt");
+        bench.key(Qt::Key_Return);
+        QTRY_COMPARE(m_opened.size(), 1);
+        QFile copy(m_opened.first());
+        QVERIFY2(copy.fileName().endsWith(u"/notes & plans.txt"_s) && copy.fileName().contains(u"/tmp/moorix-"_s),
+                 qPrintable(copy.fileName()));
+        QVERIFY(copy.open(QIODevice::ReadOnly));
+        QCOMPARE(copy.readAll(), "text");
+        QVERIFY(!(copy.permissions() & (QFile::WriteOwner | QFile::ReadGroup | QFile::ReadOther)));
+        QVERIFY(bench.find<QLabel>("statusMessage")->text().contains(u"read-only copy"_s));
+        bench.stop();
+        QTRY_COMPARE(copiesIn(bench), QStringList());
+    }
+
+    void largeFileIsAskedAboutAndItsDownloadCanBeGivenUp()
+    {
+        QFile large(onServer(u"large.iso"_s));
+        QVERIFY(large.open(QIODevice::WriteOnly) && large.resize(400'000'000));
+        WindowBench bench({{"tmp/", ""}}, clients());
+        qputenv("TMPDIR", bench.home.path("tmp").toUtf8());
+        connectRight(bench);
+        QTRY_COMPARE(bench.pane(Side::right)->displayedCount(), 1);
+        bench.select(Side::right, "large.iso");
+        const auto question = [&bench] {
+            const QWidget *bar = bench.find("openingBar");
+            return bar ? bar->findChild<QLabel *>(u"messageBarText"_s)->text() : QString();
+        };
+        bench.key(Qt::Key_Return);
+        QTRY_VERIFY2(question().contains(u"400 MB"_s), qPrintable(question()));
+        bench.key(Qt::Key_Escape);
+        QTRY_VERIFY(!bench.find("openingBar"));
+        bench.activateList(Side::right);
+        bench.key(Qt::Key_Return);
+        QTRY_VERIFY(bench.find("openingBar"));
+        bench.click(bench.find("openingBar")->findChild<QPushButton *>(u"messageBarConfirm"_s));
+        QTRY_VERIFY(copiesIn(bench).size() == 1);
+        m_sshd->freeze();
+        QTRY_VERIFY2(question().startsWith(u"Fetching “large.iso”: "_s), qPrintable(question()));
+        QVERIFY(bench.find<QProgressBar>("messageBarProgress"));
+        bench.click(bench.find("openingBar")->findChild<QPushButton *>(u"messageBarConfirm"_s));
+        QTRY_VERIFY(!bench.find("openingBar"));
+        m_sshd->thaw();
+        QTRY_COMPARE(copiesIn(bench), QStringList());
+        QCOMPARE(m_opened, QStringList());
+    }
+
+    void quickLookShowsTheBeginningOfALargeFile()
+    {
+        putOnServer(u"server.log"_s, QByteArray("a line of the log\n").repeated(1'200'000));
+        WindowBench bench({{"tmp/", ""}}, clients());
+        qputenv("TMPDIR", bench.home.path("tmp").toUtf8());
+        connectRight(bench);
+        QTRY_COMPARE(bench.pane(Side::right)->displayedCount(), 1);
+        bench.select(Side::right, "server.log");
+        bench.key(Qt::Key_F3);
+        QTRY_VERIFY(bench.find<QPlainTextEdit>("quickLookText"));
+        const QString shown = bench.find<QPlainTextEdit>("quickLookText")->toPlainText();
+        QCOMPARE(shown.size(), 1024 * 1024);
+        QVERIFY(shown.startsWith(u"a line of the log\na line"_s));
+        QTRY_COMPARE(copiesIn(bench), QStringList());
+    }
+
+    void rememberedServerTabOpensItsFolderOnAClick()
+    {
+        QDir(m_sshd->sharedPath()).mkdir(u"deep"_s);
+        WindowBench bench({}, clients());
+        connectRight(bench);
+        bench.pane(Side::right)->load(onServer(u"deep"_s), true);
+        QTRY_COMPARE(bench.pane(Side::right)->currentPath(), onServer(u"deep"_s));
+        bench.restart();
+        QVERIFY(!bench.pane(Side::right));
+        bench.click(bench.find("connectDormant"));
+        QTRY_VERIFY(bench.pane(Side::right) && bench.pane(Side::right)->currentPath() == onServer(u"deep"_s));
+        QDir(m_sshd->sharedPath()).rmdir(u"deep"_s);
+    }
+
+    void formTriesTheConnectionAndSaysWhatItFound()
+    {
+        putOnServer(u"a.txt"_s, "a");
+        WindowBench bench({}, clients());
+        ServerConnection server = addServer(bench);
+        const auto tryIt = [&bench] {
+            bench.key(Qt::Key_S, Qt::ControlModifier | Qt::ShiftModifier);
+            QTest::keyClick(bench.find("serverTree"), Qt::Key_Return, Qt::AltModifier);
+            QTRY_VERIFY(bench.find("connectionForm"));
+            bench.click(bench.find("testConnection"));
+        };
+        tryIt();
+        QTRY_COMPARE(bench.find<QLabel>("testResult")->text(),
+                     u"Connected to 127.0.0.1. “%1” shows 1 item."_s.arg(m_sshd->sharedPath()));
+        bench.click(bench.find("cancelForm"));
+        QTRY_VERIFY(!bench.find("connectionForm"));
+        server.remotePath = onServer(u"gone"_s);
+        bench.model->servers().upsert(server);
+        tryIt();
+        QTRY_VERIFY(bench.find<QLabel>("testResult")->text().contains(u"gone"_s));
+        QCOMPARE(bench.model->servers().library().servers.size(), 1);
+    }
+};
+
+MOORIX_TEST(RemoteWindowTest)
+#include "RemoteWindowTest.moc"
