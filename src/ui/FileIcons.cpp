@@ -42,7 +42,7 @@ QIcon iconForSuffix(const QString &suffix)
             name == u"application-octet-stream")
             break;
         if (QIcon::hasThemeIcon(name))
-            return QIcon::fromTheme(name);
+            return sharp(QIcon::fromTheme(name));
     }
     return plainFile();
 }

@@ -60,7 +60,9 @@ private:
     {
         QPixmap pixmap = emptyPixmap(size, scale);
         QPainter painter(&pixmap);
-        m_shape.paint(&painter, QRect(QPoint(), size));
+        // Asked for by its painter, a theme's icon would be the one of twice the size on a fine screen, which is drawn
+        // for other places.
+        painter.drawPixmap(QRect(QPoint(), size), m_shape.pixmap(size, scale));
         painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
         QColor color = Theme::color(m_role);
         if (mode == QIcon::Disabled)
@@ -71,6 +73,27 @@ private:
 
     QIcon m_shape;
     Theme::Color m_role;
+};
+
+/// A theme's icon in the drawing made for its size, however fine the screen is.
+class SharpIconEngine final : public ComposedIconEngine
+{
+public:
+    explicit SharpIconEngine(QIcon icon)
+        : m_icon(std::move(icon))
+    {
+    }
+
+    QIconEngine *clone() const override { return new SharpIconEngine(m_icon); }
+    QString iconName() override { return m_icon.name(); }
+
+private:
+    QPixmap compose(const QSize &size, qreal scale, QIcon::Mode mode) const override
+    {
+        return m_icon.pixmap(size, scale, mode);
+    }
+
+    QIcon m_icon;
 };
 
 class LinkIconEngine final : public ComposedIconEngine
@@ -110,6 +133,11 @@ private:
 QIcon tinted(const QIcon &shape, Theme::Color role)
 {
     return QIcon(new TintedIconEngine(shape, role));
+}
+
+QIcon sharp(const QIcon &icon)
+{
+    return QIcon(new SharpIconEngine(icon));
 }
 
 QIcon asLink(const QIcon &icon)

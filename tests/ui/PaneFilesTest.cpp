@@ -3,8 +3,8 @@
 
 #include "support/TestMain.h"
 #include "ui/Theme.h"
+#include "ui/pane/FileFacts.h"
 #include "ui/pane/InfoDialog.h"
-#include "ui/pane/ModifiedText.h"
 #include "ui/pane/QuickLook.h"
 
 #include <QAbstractItemView>
@@ -58,7 +58,7 @@ private slots:
         auto *size = dialog->findChild<QLabel *>(u"infoSize"_s);
         QCOMPARE(bench.files->listCount(u"/docs"_s), 0);
         QTest::mouseClick(dialog->findChild<QPushButton *>(u"infoCount"_s), Qt::LeftButton);
-        QTRY_COMPARE(size->text(), u"7 bytes (7 bytes) in 2 files, 2 folders"_s);
+        QTRY_COMPARE(size->text(), u"7 bytes in 2 files, 2 folders"_s);
         QVERIFY(!dialog->findChild<QPushButton *>(u"infoCount"_s)->isVisible());
     }
 
@@ -250,10 +250,11 @@ private slots:
         FileItem item;
         if (time.isValid())
             item.modified = QDateTime(QDate(2024, 3, 5), time);
-        QTEST(ModifiedText::brief(item, isLocal), "brief");
+        QTEST(FileFacts::modified(item, isLocal), "brief");
         // The name of the time zone may follow.
-        QVERIFY2(ModifiedText::full(item, isLocal).startsWith(full), qPrintable(ModifiedText::full(item, isLocal)));
-        QVERIFY(isLocal || ModifiedText::full(item, isLocal) == full);
+        QVERIFY2(FileFacts::modifiedInFull(item, isLocal).startsWith(full),
+                 qPrintable(FileFacts::modifiedInFull(item, isLocal)));
+        QVERIFY(isLocal || FileFacts::modifiedInFull(item, isLocal) == full);
     }
 };
 

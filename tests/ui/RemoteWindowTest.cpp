@@ -244,6 +244,22 @@ private slots:
         QDir(m_sshd->sharedPath()).rmdir(u"deep"_s);
     }
 
+    void strictServerConnectsOnceItsFingerprintIsTrusted()
+    {
+        QFile::remove(m_sshd->knownHostsPath());
+        WindowBench bench({}, clients());
+        ServerConnection server = addServer(bench);
+        server.strictHostKeyChecking = true;
+        bench.model->servers().upsert(server);
+        bench.model->tabs(Side::left).openServerHere(server);
+        QTRY_VERIFY(bench.find("hostKeyPanel"));
+        QTRY_VERIFY(bench.find("trustKey")->isEnabled());
+        QVERIFY(bench.find<QLabel>("offeredKeys")->text().startsWith(u"ED25519 SHA256:"_s));
+        bench.click(bench.find("trustKey"));
+        QTRY_VERIFY(bench.pane(Side::left) && bench.pane(Side::left)->currentPath() == m_sshd->sharedPath());
+        QCOMPARE(bench.model->tabs(Side::left).current().notice(), QString());
+    }
+
     void formTriesTheConnectionAndSaysWhatItFound()
     {
         putOnServer(u"a.txt"_s, "a");

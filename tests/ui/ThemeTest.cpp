@@ -5,6 +5,7 @@
 #include "support/TestMain.h"
 
 #include <QApplication>
+#include <QPainter>
 #include <QRegularExpression>
 #include <QTest>
 
@@ -111,6 +112,35 @@ private slots:
     {
         for (const QString &name : {u"a.cpp"_s, u"a.unheardof"_s, u"README"_s, u".hidden"_s, u"a."_s, u"ä.TAR.GZ"_s})
             QVERIFY2(strongestColor(Theme::fileIcon(item(name))).alpha() > 0, qPrintable(name));
+    }
+
+    void iconsKeepTheirShapeOnFineScreens_data()
+    {
+        QTest::addColumn<QIcon>("icon");
+        for (const QString &name : {u"folder"_s, u"user-desktop"_s, u"network-server"_s, u"folder-download"_s})
+            QTest::newRow(qPrintable(name)) << Theme::icon(name);
+    }
+
+    void iconsKeepTheirShapeOnFineScreens()
+    {
+        QFETCH(const QIcon, icon);
+        const auto coverage = [&icon](qreal scale) {
+            QImage image(QSize(16, 16) * scale, QImage::Format_ARGB32);
+            image.setDevicePixelRatio(scale);
+            image.fill(Qt::transparent);
+            QPainter painter(&image);
+            icon.paint(&painter, QRect(0, 0, 16, 16));
+            painter.end();
+            double sum = 0;
+            for (int y = 0; y < image.height(); ++y) {
+                for (int x = 0; x < image.width(); ++x)
+                    sum += image.pixelColor(x, y).alphaF();
+            }
+            return sum / (image.width() * image.height());
+        };
+        const double coarse = coverage(1);
+        QVERIFY2(std::abs(coverage(2) - coarse) < 0.1 + 0.2 * coarse,
+                 qPrintable(u"%1 and %2 are covered"_s.arg(coarse).arg(coverage(2))));
     }
 
     void linkLooksUnlikeItsTarget()

@@ -4,10 +4,8 @@
 #include "files/FileNames.h"
 #include "files/Format.h"
 #include "ui/Theme.h"
+#include "ui/pane/FileFacts.h"
 #include "ui/pane/FileMimeData.h"
-#include "ui/pane/ModifiedText.h"
-
-#include <QLocale>
 
 using namespace Qt::StringLiterals;
 
@@ -87,7 +85,7 @@ QString FileListModel::text(const FileItem &entry, int column) const
     case size:
         return entry.isShownAsFolder() ? u"—"_s : Format::byteCount(entry.size);
     case modified:
-        return ModifiedText::brief(entry, m_pane.isLocal());
+        return FileFacts::modified(entry, m_pane.isLocal());
     case permissions:
         return entry.permissions.value_or(u"—"_s);
     case owner:
@@ -103,9 +101,9 @@ QString FileListModel::toolTip(const FileItem &entry) const
     if (entry.isSymlink)
         lines << tr("Symbolic link");
     if (!entry.isShownAsFolder())
-        lines << tr("%1 (%2 bytes)").arg(Format::byteCount(entry.size), QLocale().toString(entry.size));
+        lines << FileFacts::exactSize(entry.size);
     if (entry.modified)
-        lines << ModifiedText::full(entry, m_pane.isLocal());
+        lines << FileFacts::modifiedInFull(entry, m_pane.isLocal());
     if (entry.permissions)
         lines << *entry.permissions + (entry.ownerName ? u"  "_s + *entry.ownerName : QString());
     // A tool tip that begins with a tag would be read as markup.

@@ -5,8 +5,8 @@
 #include "files/PaneModel.h"
 #include "ui/Theme.h"
 #include "ui/Widgets.h"
+#include "ui/pane/FileFacts.h"
 #include "ui/pane/FolderTally.h"
-#include "ui/pane/ModifiedText.h"
 #include "ui/pane/PermissionsEditor.h"
 
 #include <QCheckBox>
@@ -132,7 +132,7 @@ void InfoDialog::addFacts(QFormLayout &form)
     }
     form.addRow(Widgets::label(tr("Size"), Widgets::TextRole::muted, this), makeSize());
     if (common(m_items, &FileItem::modified))
-        add(tr("Modified"), ModifiedText::full(m_items.front(), m_pane.isLocal()));
+        add(tr("Modified"), FileFacts::modifiedInFull(m_items.front(), m_pane.isLocal()));
     if (const auto owner = common(m_items, &FileItem::ownerName))
         add(tr("Owner"), *owner);
 }
@@ -208,7 +208,7 @@ void InfoDialog::stopCounting()
 void InfoDialog::showTally(bool isComplete)
 {
     const qint64 bytes = m_tally->bytes;
-    QString text = tr("%1 (%L2 bytes)").arg(Format::byteCount(bytes)).arg(bytes);
+    QString text = FileFacts::exactSize(bytes);
     if (m_hasFolder || m_items.size() > 1)
         text += tr(" in %1, %2")
                     .arg(counted(m_tally->files, tr("file"), tr("files")),
