@@ -2,6 +2,7 @@
 #include "remote/FileServiceFactory.h"
 
 #include "files/FileServiceError.h"
+#include "remote/FTPService.h"
 #include "remote/SFTPService.h"
 #include "servers/KeychainStore.h"
 
@@ -32,7 +33,7 @@ std::shared_ptr<RemoteFileService> make(const ServerConnection &server, const Co
         return std::make_shared<SFTPService>(server, credentials, std::move(runner));
     case NetworkProtocol::ftp:
     case NetworkProtocol::ftps:
-        break;
+        return std::make_shared<FTPService>(server, credentials, std::move(runner));
     }
     throw FileServiceError::notImplemented(rawText(server.networkProtocol));
 }

@@ -17,8 +17,8 @@ namespace FileServiceFactory {
 /// The server's secrets from the keychain. Blocking: worker threads only.
 ConnectionCredentials credentials(const ServerConnection &server, KeychainStore &keychain);
 
-/// The service for a saved server: SFTP for "SFTP" and "SSH" records. Never connects; the caller calls `connect`.
-/// Blocking (keychain): worker threads only. Throws FileServiceError::notImplemented for protocols without a service.
+/// The service for a saved server: FTP for "FTP" and "FTPS" records, SFTP for the others. Never connects; the caller
+/// calls `connect`. Blocking (keychain): worker threads only.
 std::shared_ptr<RemoteFileService> make(const ServerConnection &server, KeychainStore &keychain,
                                         std::shared_ptr<ProcessRunner> runner);
 

@@ -3,6 +3,7 @@
 
 #include "base/Error.h"
 #include "platform/ProcessRunner.h"
+#include "remote/FTPHostKeys.h"
 #include "remote/SSHDestination.h"
 
 #include <QDir>
@@ -28,6 +29,11 @@ struct Place
     QStringList files;
     bool hashesNames = false;
 };
+
+bool isFTP(const ServerConnection &server)
+{
+    return server.networkProtocol == NetworkProtocol::ftp || server.networkProtocol == NetworkProtocol::ftps;
+}
 
 struct OfferedKey
 {
@@ -199,11 +205,15 @@ void append(const QByteArray &lines, const Place &place)
 
 QStringList knownFingerprints(const ServerConnection &server, ProcessRunner &runner, const std::stop_token &stop)
 {
+    if (isFTP(server))
+        return FTPHostKeys::knownFingerprints(server);
     return fingerprintsIn(placeOf(server, runner, stop), runner, stop);
 }
 
 QStringList offeredFingerprints(const ServerConnection &server, ProcessRunner &runner, const std::stop_token &stop)
 {
+    if (isFTP(server))
+        return FTPHostKeys::offeredFingerprints(server, runner, stop);
     QStringList fingerprints;
     for (const OfferedKey &key : offeredKeys(placeOf(server, runner, stop), runner, stop))
         fingerprints << key.fingerprint;
@@ -212,6 +222,10 @@ QStringList offeredFingerprints(const ServerConnection &server, ProcessRunner &r
 
 void forget(const ServerConnection &server, ProcessRunner &runner, const std::stop_token &stop)
 {
+    if (isFTP(server)) {
+        FTPHostKeys::forget(server);
+        return;
+    }
     const Place place = placeOf(server, runner, stop);
     if (!fingerprintsIn(place, runner, stop).isEmpty())
         forgetIn(place, runner, stop);
@@ -220,6 +234,10 @@ void forget(const ServerConnection &server, ProcessRunner &runner, const std::st
 void trust(const ServerConnection &server, const QStringList &confirmed, ProcessRunner &runner,
            const std::stop_token &stop)
 {
+    if (isFTP(server)) {
+        FTPHostKeys::trust(server, confirmed, runner, stop);
+        return;
+    }
     const Place place = placeOf(server, runner, stop);
     const QByteArray entry = place.entry.toUtf8();
     QByteArray lines;

@@ -12,7 +12,8 @@ namespace moorix {
 class ProcessRunner;
 
 /// What the OpenSSH client knows about the keys of a server's host, in the files its configuration names. A host that
-/// the configuration gives another name or port is looked for under those. All block; worker threads.
+/// the configuration gives another name or port is looked for under those. For FTP servers, what FTPHostKeys knows.
+/// All block; worker threads.
 namespace HostKeys {
 
 /// Fingerprints of the host's keys in the user's known_hosts, "ED25519 SHA256:…", empty when the host is unknown.

@@ -43,26 +43,35 @@ void checkName(const QString &what, const QString &value)
 
 void check(const ServerConnection &server)
 {
-    const QString host = QStringLiteral("host");
     const QString user = QStringLiteral("user name");
-    checkName(host, server.host);
+    checkHost(server);
     checkName(user, server.username);
+    if (server.username.contains(u':'))
+        refuse(user, server.username, QStringLiteral("holds a “:”, which the client would take for a path."));
+}
+
+void checkHost(const ServerConnection &server)
+{
+    const QString host = QStringLiteral("host");
+    checkName(host, server.host);
     if (server.host.contains(u'/') || server.host.contains(u'@'))
         refuse(host, server.host, QStringLiteral("must be a name or an address alone, without “/” and “@”."));
     if (server.host.contains(u':') && !isIPv6Literal(server.host))
         refuse(host, server.host, QStringLiteral("holds a “:”; the port belongs into its own field."));
-    if (server.username.contains(u':'))
-        refuse(user, server.username, QStringLiteral("holds a “:”, which the client would take for a path."));
     if (server.port < 1 || server.port > 65535) {
         throw FileServiceError::connectionFailed(
             QStringLiteral("%1 is not a port; ports are numbers from 1 to 65535.").arg(server.port));
     }
 }
 
+QString hostText(const ServerConnection &server)
+{
+    return isIPv6Literal(server.host) ? u'[' + server.host + u']' : server.host;
+}
+
 QString text(const ServerConnection &server)
 {
-    const QString host = isIPv6Literal(server.host) ? u'[' + server.host + u']' : server.host;
-    return server.username + u'@' + host;
+    return server.username + u'@' + hostText(server);
 }
 
 } // namespace moorix::SSHDestination

@@ -14,6 +14,12 @@ namespace SSHDestination {
 /// for something else: an option, a path, a second address.
 void check(const ServerConnection &server);
 
+/// The same for host and port alone.
+void checkHost(const ServerConnection &server);
+
+/// The host, an IPv6 address in brackets. It must have passed `checkHost`.
+QString hostText(const ServerConnection &server);
+
 /// `username@host`, an IPv6 address in brackets. The server must have passed `check`.
 QString text(const ServerConnection &server);
 

@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "remote/TransferProgress.h"
 
+#include "files/NativePath.h"
+
 #include <QDir>
 #include <QFileInfo>
 
 #include <algorithm>
+#include <sys/stat.h>
 
 namespace moorix::TransferProgress {
 
@@ -13,13 +16,20 @@ namespace {
 /// The client reads ahead of what the server has confirmed by at most this much.
 constexpr qint64 mostOnItsWayBytes = 2'621'440;
 
-/// Where process `processId` stands in the file it has open, 0 when it has not.
-qint64 positionIn(const QString &path, qint64 processId)
+} // namespace
+
+qint64 positionIn(const QString &localPath, qint64 processId)
 {
+    struct ::stat wanted = {};
+    if (::stat(NativePath::bytes(localPath).constData(), &wanted) != 0)
+        return 0;
     const QDir descriptors(QStringLiteral("/proc/%1/fd").arg(processId));
     const QStringList names = descriptors.entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::System);
     for (const QString &name : names) {
-        if (QFile::symLinkTarget(descriptors.filePath(name)) != path)
+        struct ::stat opened = {};
+        const bool isIt = ::stat(QFile::encodeName(descriptors.filePath(name)).constData(), &opened) == 0 &&
+                          opened.st_dev == wanted.st_dev && opened.st_ino == wanted.st_ino;
+        if (!isIt)
             continue;
         QFile info(QStringLiteral("/proc/%1/fdinfo/%2").arg(processId).arg(name));
         if (!info.open(QIODevice::ReadOnly))
@@ -29,8 +39,6 @@ qint64 positionIn(const QString &path, qint64 processId)
     }
     return 0;
 }
-
-} // namespace
 
 std::function<void(qint64)> ofDownload(const QString &localPath, const std::function<void(qint64)> &report)
 {
@@ -43,11 +51,24 @@ std::function<void(qint64)> ofUpload(const QString &localPath, const std::functi
 {
     if (!report)
         return nullptr;
-    const QString path = QFileInfo(localPath).canonicalFilePath();
     // The client closes the file before the last bytes are confirmed: the position is then gone, not zero.
-    return [path, report, furthest = qint64(0)](qint64 processId) mutable {
-        furthest = std::max(furthest, positionIn(path, processId) - mostOnItsWayBytes);
+    return [localPath, report, furthest = qint64(0)](qint64 processId) mutable {
+        furthest = std::max(furthest, positionIn(localPath, processId) - mostOnItsWayBytes);
         report(furthest);
+    };
+}
+
+std::function<void(qint64)> endingStandstill(const std::function<qint64(qint64)> &position,
+                                             std::chrono::milliseconds patience, const std::function<void()> &giveUp)
+{
+    using Clock = std::chrono::steady_clock;
+    return [position, patience, giveUp, last = qint64(-1), since = Clock::now()](qint64 processId) mutable {
+        if (const qint64 now = position(processId); now != last) {
+            last = now;
+            since = Clock::now();
+        } else if (Clock::now() - since > patience) {
+            giveUp();
+        }
     };
 }
 

@@ -283,7 +283,7 @@ std::optional<QDateTime> parseDate(QStringView month, QStringView day, QStringVi
     const qsizetype colon = yearOrTime.indexOf(u':');
     if (colon < 0) {
         const QDate date(yearOrTime.toInt(), monthOfYear, dayOfMonth);
-        return isNumber(yearOrTime) && date.isValid() ? std::optional(date.startOfDay()) : std::nullopt;
+        return isNumber(yearOrTime) && date.isValid() ? std::optional(date.startOfDay(now.timeSpec())) : std::nullopt;
     }
     const QTime time(isNumber(yearOrTime.left(colon)) ? yearOrTime.left(colon).toInt() : -1,
                      isNumber(yearOrTime.mid(colon + 1)) ? yearOrTime.mid(colon + 1).toInt() : -1);
@@ -293,7 +293,7 @@ std::optional<QDateTime> parseDate(QStringView month, QStringView day, QStringVi
     // leap day may need a look further back.
     const QDateTime latest = now.addDays(1);
     for (int year = latest.date().year(); year > latest.date().year() - 5; --year) {
-        const QDateTime candidate(QDate(year, monthOfYear, dayOfMonth), time);
+        const QDateTime candidate(QDate(year, monthOfYear, dayOfMonth), time, now.timeSpec());
         if (candidate.isValid() && candidate <= latest)
             return candidate;
     }

@@ -22,7 +22,8 @@ QList<FileItem> parse(const QString &text, const QString &dir, const QDateTime &
 /// the folder may be read but not entered.
 bool listsTheFolderItself(const QString &text, const QString &dir);
 
-/// A point in local time from a listing's month ("Jan"), day and either year or "hh:mm"; nothing when it is none.
+/// A point in time from a listing's month ("Jan"), day and either year or "hh:mm"; nothing when it is none. It is in
+/// local time or UTC, as `now` is; without a year it is the last such date before a day after `now`.
 std::optional<QDateTime> parseDate(QStringView month, QStringView day, QStringView yearOrTime, const QDateTime &now);
 
 } // namespace moorix::UnixListParser

@@ -22,7 +22,8 @@ QString linesOr(const QStringList &fingerprints, const QString &none)
 
 std::optional<HostKeyPanel::Reason> HostKeyPanel::reasonOf(const QString &clientWords)
 {
-    if (clientWords.contains(QLatin1String("HOST IDENTIFICATION HAS CHANGED")))
+    if (clientWords.contains(QLatin1String("HOST IDENTIFICATION HAS CHANGED")) ||
+        clientWords.contains(QLatin1String("does not match pinned public key")))
         return Reason::keyChanged;
     if (clientWords.contains(QLatin1String("host key is known for")))
         return Reason::hostUnknown;

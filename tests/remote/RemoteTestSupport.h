@@ -6,6 +6,7 @@
 
 #include <QFile>
 #include <QString>
+#include <QStringList>
 
 #include <stop_token>
 
@@ -35,6 +36,17 @@ std::optional<FileServiceError::Case> caseOf(Action action)
         return error.kind();
     }
     return std::nullopt;
+}
+
+/// In alphabetical order.
+template <class Items>
+QStringList namesOf(const Items &items)
+{
+    QStringList names;
+    for (const auto &item : items)
+        names << item.name;
+    names.sort();
+    return names;
 }
 
 inline void putFile(const QString &path, const QByteArray &content)

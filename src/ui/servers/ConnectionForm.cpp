@@ -132,8 +132,10 @@ void ConnectionForm::updateRows()
     m_optionsForm->setRowVisible(m_passive, !isSSH);
     m_optionsForm->setRowVisible(m_tls, protocol() == NetworkProtocol::ftps);
     m_optionsForm->setRowVisible(m_keepAlive, isSSH);
-    m_optionsForm->setRowVisible(m_strict, isSSH);
-    m_serverForm->setRowVisible(m_protocolNote, !isSSH);
+    m_optionsForm->setRowVisible(m_strict, isSSH || protocol() == NetworkProtocol::ftps);
+    m_strict->setText(isSSH ? tr("Refuse hosts whose key is not known yet")
+                            : tr("Refuse certificates that no authority has signed"));
+    m_serverForm->setRowVisible(m_protocolNote, protocol() == NetworkProtocol::ftp);
 }
 
 bool ConnectionForm::showProblems()

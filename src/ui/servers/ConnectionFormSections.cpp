@@ -39,7 +39,7 @@ ConnectionForm::ConnectionForm(AppModel &model, const ServerConnection &server, 
     , m_color(new ComboBox(this))
     , m_symbol(new ComboBox(this))
     , m_passive(new CheckBox(tr("Passive data connections"), this))
-    , m_tls(new CheckBox(tr("Encrypt the control connection (TLS)"), this))
+    , m_tls(new CheckBox(tr("Encrypt the connection (TLS)"), this))
     , m_keepAlive(new QSpinBox(this))
     , m_strict(new CheckBox(tr("Refuse hosts whose key is not known yet"), this))
     , m_charset(new ComboBox(this))
@@ -113,7 +113,8 @@ void ConnectionForm::makeServerSection(QVBoxLayout &column)
     m_port->setRange(0, 99999);
     m_port->setButtonSymbols(QAbstractSpinBox::NoButtons);
     m_port->setFixedWidth(76);
-    m_protocolNote = Widgets::label(tr("FTP is not available yet: the server is saved, connecting comes later."),
+    m_protocolNote = Widgets::label(tr("FTP sends name, password and files unencrypted. Choose FTPS where the server "
+                                       "offers it."),
                                     Widgets::TextRole::muted, this);
     auto *hostRow = new QHBoxLayout;
     hostRow->addWidget(m_host, 1);

@@ -1,0 +1,225 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "remote/CurlRunner.h"
+
+#include "base/Json.h"
+#include "files/FileServiceError.h"
+#include "files/Format.h"
+#include "platform/ProcessRunner.h"
+#include "remote/ConnectionGate.h"
+#include "remote/FTPCertificates.h"
+#include "remote/FTPFailureText.h"
+#include "remote/RemoteCharset.h"
+#include "remote/SSHDestination.h"
+
+#include <algorithm>
+
+namespace moorix {
+
+struct CurlRunner::Output
+{
+    int exitCode = 0;
+    QByteArray standardOutput;
+    QByteArray standardError;
+};
+
+namespace {
+
+constexpr int portOfImplicitTLS = 990;
+/// No public key has this hash.
+const QByteArray keyOfNobody("sha256//AAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAA=");
+
+[[noreturn]] void refuse(const QString &sentence)
+{
+    throw FileServiceError::connectionFailed(sentence);
+}
+
+/// Others would end the host in a URL.
+bool isOfHostNames(QChar c)
+{
+    return c.isLetterOrNumber() || QStringView(u".-_:").contains(c);
+}
+
+bool holdsControlCharacter(const QString &text)
+{
+    return std::any_of(text.begin(), text.end(), [](QChar c) { return c.unicode() < 0x20 || c.unicode() == 0x7f; });
+}
+
+QByteArray inCharset(const FTPLogin &login, const QString &text, const QString &what)
+{
+    const std::optional<QByteArray> bytes = RemoteCharset(login.server.charset).encode(text);
+    if (!bytes)
+        refuse(QStringLiteral("the %1 cannot be written in the server's character set %2.")
+                   .arg(what, login.server.charset));
+    return *bytes;
+}
+
+QByteArray userBytes(const FTPLogin &login)
+{
+    return inCharset(login, login.server.username, QStringLiteral("user name"));
+}
+
+QByteArray passwordBytes(const FTPLogin &login)
+{
+    return inCharset(login, login.credentials.password.value_or(QString()), QStringLiteral("password"));
+}
+
+/// curl splits its option `user` at the first colon; a name that holds one can only travel inside the URL.
+bool travelsInURL(const FTPLogin &login)
+{
+    return login.server.username.contains(u':');
+}
+
+void addLogin(CurlConfig &config, const FTPLogin &login)
+{
+    if (!login.server.username.isEmpty() && !travelsInURL(login))
+        config.set("user", userBytes(login) + ':' + passwordBytes(login));
+    if (!login.usesTLS())
+        return;
+    config.flag("ssl-reqd");
+    if (login.pinnedKey) {
+        // The key itself is what is trusted, whoever has signed it.
+        config.flag("insecure");
+        config.set("pinnedpubkey", *login.pinnedKey);
+    }
+}
+
+CurlConfig commonOptions(const FTPLogin &login)
+{
+    CurlConfig config;
+    for (const char *option : {"silent", "show-error", "globoff", "path-as-is", "fail-early"})
+        config.flag(option);
+    config.set("noproxy", "*");
+    config.set("connect-timeout", "20");
+    config.set("keepalive-time",
+               QByteArray::number(std::max<qint64>(login.server.keepAliveSeconds, 0) > 0 ? login.server.keepAliveSeconds
+                                                                                         : 60));
+    config.set("dump-header", "/dev/stderr");
+    if (!login.server.passiveMode)
+        config.set("ftp-port", "-");
+    return config;
+}
+
+QProcessEnvironment environment()
+{
+    QProcessEnvironment result = QProcessEnvironment::systemEnvironment();
+    for (const char *variable : {"ftp_proxy", "FTP_PROXY", "all_proxy", "ALL_PROXY", "LC_ALL"})
+        result.remove(QLatin1String(variable));
+    // Host names beyond ASCII are read in the locale's character set.
+    result.insert(QStringLiteral("LC_CTYPE"), QStringLiteral("C.UTF-8"));
+    return result;
+}
+
+} // namespace
+
+bool FTPLogin::usesTLS() const
+{
+    return server.useTLS;
+}
+
+CurlRunner::CurlRunner(std::shared_ptr<ProcessRunner> processes)
+    : m_processes(std::move(processes))
+{
+}
+
+void CurlRunner::check(const FTPLogin &login)
+{
+    const ServerConnection &server = login.server;
+    SSHDestination::checkHost(server);
+    if (!std::all_of(server.host.begin(), server.host.end(), isOfHostNames))
+        refuse(QStringLiteral("“%1” is no host name and no address.").arg(Format::display(server.host)));
+    const RemoteCharset charset(server.charset);
+    if (holdsControlCharacter(server.username))
+        refuse(QStringLiteral("the user name holds a control character, which would be read as a command."));
+    if (holdsControlCharacter(login.credentials.password.value_or(QString())))
+        refuse(QStringLiteral("the password holds a control character, which would be read as a command."));
+    if (server.networkProtocol == NetworkProtocol::ftps && !server.useTLS) {
+        refuse(QStringLiteral("this FTPS server is set to use no encryption. Turn encryption on, or save it as an FTP "
+                              "server if name and password may travel in the clear."));
+    }
+    if (login.usesTLS() && !server.passiveMode) {
+        refuse(QStringLiteral("encryption and active data connections do not work together. Turn passive mode on in "
+                              "the server's settings."));
+    }
+}
+
+QByteArray CurlRunner::url(const FTPLogin &login, const QByteArray &path)
+{
+    const ServerConnection &server = login.server;
+    const bool isImplicit = login.usesTLS() && server.port == portOfImplicitTLS;
+    QByteArray url = isImplicit ? "ftps://" : "ftp://";
+    if (travelsInURL(login))
+        url += userBytes(login).toPercentEncoding() + ':' + passwordBytes(login).toPercentEncoding() + '@';
+    url += SSHDestination::hostText(server).toUtf8() + ':' + QByteArray::number(server.port) + '/';
+    // The first slash ends the host, so that an absolute path has two of them.
+    return url + path.toPercentEncoding("/");
+}
+
+QList<CurlTransfer> CurlRunner::run(const FTPLogin &login, const CurlRequest &request, const std::stop_token &stop)
+{
+    check(login);
+    const CurlReport report(uuidText(newUuid()).toLatin1());
+    CurlConfig config = commonOptions(login);
+    addLogin(config, login);
+    config.set("write-out", report.format());
+    config.append(request.config);
+    const Output output = runChild(login, config, request, stop);
+    QList<CurlTransfer> transfers = report.parse(output.standardOutput, output.standardError);
+    if (transfers.isEmpty()) {
+        CurlTransfer failed;
+        failed.exitCode = output.exitCode;
+        failed.words = output.standardError.trimmed();
+        if (output.exitCode == 0)
+            refuse(QStringLiteral("curl ended without a result.\n") + QString::fromUtf8(failed.words));
+        transfers.append(failed);
+    }
+    for (const CurlTransfer &transfer : transfers)
+        FTPFailureText::throwIfConnectionFailed(login, transfer);
+    return transfers;
+}
+
+QByteArray CurlRunner::offeredKey(const FTPLogin &login, const std::stop_token &stop)
+{
+    check(login);
+    const CurlReport report(uuidText(newUuid()).toLatin1());
+    FTPLogin nobody = login;
+    nobody.server.username.clear();
+    nobody.credentials = {};
+    // curl reads the certificates before it compares the key, and goes no further when that differs.
+    nobody.pinnedKey = keyOfNobody;
+    CurlConfig config = commonOptions(nobody);
+    addLogin(config, nobody);
+    config.set("write-out", "%{certs}" + report.format());
+    config.flag("head");
+    config.set("url", url(nobody, {}));
+    const Output output = runChild(nobody, config, CurlRequest(), stop);
+    if (const std::optional<QByteArray> key = FTPCertificate::keyOf(output.standardOutput))
+        return *key;
+    for (const CurlTransfer &transfer : report.parse(output.standardOutput, output.standardError))
+        FTPFailureText::throwIfConnectionFailed(login, transfer);
+    refuse(QStringLiteral("%1 shows no certificate.\n").arg(login.server.host) +
+           QString::fromUtf8(output.standardError).trimmed());
+}
+
+CurlRunner::Output CurlRunner::runChild(const FTPLogin &login, const CurlConfig &config, const CurlRequest &request,
+                                        const std::stop_token &stop)
+{
+    const QString host = QStringLiteral("ftp %1 %2").arg(login.server.host).arg(login.server.port);
+    const auto severalMayRun = [] { return true; };
+    const ConnectionGate::Place place = ConnectionGate::ofThisProgram().enter(host, severalMayRun, stop);
+    CurlConfig all = config;
+    if (request.longest.count() > 0)
+        all.set("max-time", QByteArray::number(qlonglong(request.longest.count())));
+    ProcessRequest process;
+    process.program = QStringLiteral("/usr/bin/curl");
+    // Without -q first of all, curl would read a configuration of its own.
+    process.arguments = QStringList{QStringLiteral("-q"), QStringLiteral("-K"), QStringLiteral("-")};
+    process.environment = environment();
+    process.standardInput = all.text();
+    process.whileRunning = request.whileRunning;
+    const ProcessResult result = m_processes->run(process, stop);
+    if (result.crashed)
+        refuse(QStringLiteral("curl was ended by signal %1.").arg(result.exitCode));
+    return {result.exitCode, result.standardOutput, result.standardError};
+}
+
+} // namespace moorix

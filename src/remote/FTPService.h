@@ -1,0 +1,134 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "files/RemoteFileService.h"
+#include "remote/CurlRunner.h"
+#include "remote/FTPCertificates.h"
+#include "remote/RemoteCharset.h"
+
+#include <mutex>
+
+namespace moorix {
+
+/// How long an FTP server may take.
+struct FTPPatience
+{
+    /// For a few commands, logging in included.
+    std::chrono::seconds command{90};
+    /// Without a single byte of a file moving.
+    std::chrono::seconds standstill{60};
+};
+
+/// Files of a server whose protocol is FTP or FTPS. Every operation is a run of curl with a login of its own: no
+/// session lives between two of them. All operations before `connect` and after `disconnect` throw notConnected. Safe
+/// to use from several threads.
+///
+/// With encryption, the server's key is remembered on first contact and expected from then on, unless the record asks
+/// for a certificate that the system's authorities vouch for. Times in listings are taken as UTC, the zone servers use
+/// unless told otherwise.
+class FTPService final : public RemoteFileService
+{
+public:
+    FTPService(ServerConnection server, ConnectionCredentials credentials, std::shared_ptr<ProcessRunner> processes,
+               FTPCertificates certificates = FTPCertificates::ofThisUser(), FTPPatience patience = {});
+    ~FTPService() override;
+    Q_DISABLE_COPY_MOVE(FTPService)
+
+    const ServerConnection &server() const { return m_server; }
+    bool isConnected() const;
+
+    /// Logs in and learns the folder the login opens on. Throws connectionFailed or authFailed with the reason.
+    void connect(const std::stop_token &stop) override;
+    void disconnect() noexcept override;
+    QString defaultDirectory(const std::stop_token &stop) override;
+    /// Always with hidden entries, where the server shows them at all. Throws rather than showing a part.
+    QList<FileItem> list(const QString &path, HiddenFiles hidden, const std::stop_token &stop) override;
+    void createDirectory(const QString &path, const std::stop_token &stop) override;
+    /// Goes on past entries that cannot be removed; operationFailed then names the first.
+    void remove(const FileItem &item, const std::stop_token &stop) override;
+    void rename(const FileItem &item, const QString &newName, const std::stop_token &stop) override;
+    QByteArray read(const QString &path, const std::stop_token &stop) override;
+    /// Replaces the file in one step once all bytes are on the server, where the folder lets it.
+    void write(const QByteArray &data, const QString &path, const std::stop_token &stop) override;
+    /// Links below a folder are left out, as the change would reach what they lead to.
+    void setPermissions(const QString &path, const QString &octal, Recursive recursive,
+                        const std::stop_token &stop) override;
+
+    std::optional<FileItem> stat(const QString &path, const std::stop_token &stop) override;
+    FileItem followLink(const FileItem &link, const std::stop_token &stop) override;
+    /// By way of this machine: the protocol has no command for it. Links are left out, and named by operationFailed.
+    void copy(const FileItem &item, const QString &toPath, const std::stop_token &stop) override;
+    void move(const FileItem &item, const QString &toPath, const std::stop_token &stop) override;
+    /// Always nothing: the protocol does not tell.
+    std::optional<qint64> freeSpace(const QString &path, const std::stop_token &stop) override;
+
+    void download(const QString &remotePath, const QString &toLocal, const RemoteTransferOptions &options,
+                  const std::stop_token &stop) override;
+    /// Replaces what stands at `toRemote` in one step, as `write` does.
+    void upload(const QString &localPath, const QString &toRemote, const RemoteTransferOptions &options,
+                const std::stop_token &stop) override;
+    void downloadRecursive(const QString &remotePath, const QString &toLocal, const std::stop_token &stop) override;
+    void uploadRecursive(const QString &localPath, const QString &toRemote, const std::stop_token &stop) override;
+    void copyRemote(const QString &source, const QString &destination, const std::stop_token &stop) override;
+    void moveRemote(const QString &source, const QString &destination, const std::stop_token &stop) override;
+
+private:
+    /// The login in force; throws notConnected.
+    FTPLogin login() const;
+    void trustOnFirstContact(FTPLogin &login, const std::stop_token &stop);
+    RemoteCharset charset() const { return RemoteCharset(m_server.charset); }
+    /// A path in the server's bytes; throws operationFailed for one that cannot be sent.
+    QByteArray native(const QString &path) const;
+    QByteArray urlOf(const FTPLogin &login, const QString &path) const { return CurlRunner::url(login, native(path)); }
+    QByteArray urlOfFolder(const FTPLogin &login, const QString &path) const;
+
+    /// Sends the commands one after the other and returns the reply to each, refusals too.
+    QList<FTPReply> command(const QList<QByteArray> &commands, const std::stop_token &stop);
+    QList<FTPReply> command(const QList<QByteArray> &commands, std::chrono::seconds longest,
+                            const std::stop_token &stop);
+    /// Throws the failure of something done to `path`; asks the server what is there where its words do not tell.
+    [[noreturn]] void fail(const CurlTransfer &failure, const QString &path, const QString &sentence,
+                           const std::stop_token &stop);
+
+    QList<CurlTransfer> listings(const QStringList &folders, const QByteArray &command, const std::stop_token &stop);
+    /// The entries of a listing that ended well, or nothing when another command may bring more.
+    std::optional<QList<FileItem>> entries(const CurlTransfer &transfer, const QString &folder) const;
+    QList<FileItem> listedOtherwise(const QString &path, const std::stop_token &stop);
+    /// Everything below a folder, each folder after what it holds; never through links.
+    QList<FileItem> deepestFirst(const QString &folder, const std::stop_token &stop);
+    void commandForEach(const QList<QByteArray> &commands, const QStringList &paths, const QString &done,
+                        const std::stop_token &stop);
+
+    void refuseExisting(const QString &path, const std::stop_token &stop);
+    /// For servers that rename over nothing: what stands at the destination steps aside first, and comes back when
+    /// the source cannot take its place. Returns the reply that counts.
+    FTPReply replaceByDetour(const QString &source, const QString &destination);
+    enum class Existing { refuse, replace };
+    void renameTo(const QString &source, const QString &destination, Existing existing, const std::stop_token &stop);
+    void put(const QString &localPath, const QString &toRemote, const RemoteTransferOptions &options,
+             const std::stop_token &stop);
+    CurlTransfer store(const QString &localPath, const QString &toRemote, const RemoteTransferOptions &options,
+                       const CurlConfig &afterwards, const std::stop_token &stop);
+    void removePart(const QString &part) noexcept;
+    /// Where a file comes from and where it goes to.
+    using Pair = std::pair<QString, QString>;
+    void runPairs(const QList<Pair> &files, const QString &done,
+                  const std::function<void(CurlConfig &, const Pair &)> &add, const std::stop_token &stop);
+    void downloadFolder(const QString &remotePath, const QString &localPath, QStringList &skipped,
+                        const std::stop_token &stop);
+    void uploadFolder(const QString &localPath, const QString &remotePath, QStringList &skipped,
+                      const std::stop_token &stop);
+
+    const ServerConnection m_server;
+    const ConnectionCredentials m_credentials;
+    const FTPCertificates m_certificates;
+    const FTPPatience m_patience;
+    CurlRunner m_runner;
+
+    mutable std::mutex m_mutex;
+    bool m_isConnected = false;
+    QString m_home;
+    std::optional<QByteArray> m_pinnedKey;
+};
+
+} // namespace moorix
