@@ -7,9 +7,13 @@
 #include "servers/ServerConnection.h"
 
 #include <QCryptographicHash>
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QSaveFile>
+
+#include <mutex>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -33,11 +37,32 @@ QString shortId(const ServerConnection &server)
     return uuidText(server.id).left(8);
 }
 
-QString recordPath(const ServerConnection &server)
+const QString socketPrefix = QStringLiteral("/tmp/moorix-ssh-");
+const QString recordName = QStringLiteral("moorix-login-");
+
+QString recordFolder()
 {
     const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
     const bool hasRuntime = !runtime.isEmpty() && QDir(runtime).exists();
-    return (hasRuntime ? runtime : AppPaths::temporaryFolder()) + QStringLiteral("/moorix-login-") + shortId(server);
+    return hasRuntime ? runtime : AppPaths::temporaryFolder();
+}
+
+QString recordPath(const ServerConnection &server)
+{
+    return recordFolder() + u'/' + recordName + shortId(server);
+}
+
+/// Masters end by themselves after a while without a child, and their records stay. A young one may belong to a master
+/// that is just being started.
+void forgetEnded()
+{
+    const QDateTime longAgo = QDateTime::currentDateTimeUtc().addSecs(-600);
+    const QFileInfoList records = QDir(recordFolder()).entryInfoList({recordName + u'*'}, QDir::Files);
+    for (const QFileInfo &record : records) {
+        const QString socket = socketPrefix + record.fileName().sliced(recordName.size());
+        if (record.ownerId() == ::getuid() && record.lastModified() < longAgo && holder(socket) == Holder::nobody)
+            QFile::remove(record.filePath());
+    }
 }
 
 /// What a live master stands for, as a digest that reveals nothing.
@@ -72,11 +97,13 @@ bool writeRecord(const QString &path, const QByteArray &digest)
 
 QString path(const ServerConnection &server)
 {
-    return QStringLiteral("/tmp/moorix-ssh-") + shortId(server);
+    return socketPrefix + shortId(server);
 }
 
 bool claim(const ServerConnection &server, const ConnectionCredentials &credentials, ProcessRunner &runner)
 {
+    static std::once_flag isTidied;
+    std::call_once(isTidied, forgetEnded);
     const Holder socket = holder(path(server));
     if (socket == Holder::somebodyElse)
         return false;

@@ -36,11 +36,6 @@ QStringList offeredFingerprints(const ServerConnection &server, ProcessRunner &r
     return {text(offered(server, runner, stop))};
 }
 
-void forget(const ServerConnection &server)
-{
-    FTPCertificates::ofThisUser().forget(server);
-}
-
 void trust(const ServerConnection &server, const QStringList &confirmed, ProcessRunner &runner,
            const std::stop_token &stop)
 {

@@ -17,7 +17,6 @@ namespace FTPHostKeys {
 
 QStringList knownFingerprints(const ServerConnection &server);
 QStringList offeredFingerprints(const ServerConnection &server, ProcessRunner &runner, const std::stop_token &stop);
-void forget(const ServerConnection &server);
 void trust(const ServerConnection &server, const QStringList &confirmed, ProcessRunner &runner,
            const std::stop_token &stop);
 

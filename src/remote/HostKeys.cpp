@@ -220,17 +220,6 @@ QStringList offeredFingerprints(const ServerConnection &server, ProcessRunner &r
     return fingerprints;
 }
 
-void forget(const ServerConnection &server, ProcessRunner &runner, const std::stop_token &stop)
-{
-    if (isFTP(server)) {
-        FTPHostKeys::forget(server);
-        return;
-    }
-    const Place place = placeOf(server, runner, stop);
-    if (!fingerprintsIn(place, runner, stop).isEmpty())
-        forgetIn(place, runner, stop);
-}
-
 void trust(const ServerConnection &server, const QStringList &confirmed, ProcessRunner &runner,
            const std::stop_token &stop)
 {

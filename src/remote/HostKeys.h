@@ -23,9 +23,6 @@ QStringList knownFingerprints(const ServerConnection &server, ProcessRunner &run
 /// reached.
 QStringList offeredFingerprints(const ServerConnection &server, ProcessRunner &runner, const std::stop_token &stop);
 
-/// Removes the host's keys from known_hosts, so that the next connection counts as a first contact.
-void forget(const ServerConnection &server, ProcessRunner &runner, const std::stop_token &stop);
-
 /// Makes those of the keys the host offers at this moment whose fingerprints the user has confirmed the only ones
 /// known of it. Throws an Error, and changes nothing, when the host offers none of them any more.
 void trust(const ServerConnection &server, const QStringList &confirmed, ProcessRunner &runner,

@@ -48,7 +48,6 @@ FailureView::FailureView(Session &session, bool isSaved, std::shared_ptr<Process
     if (reason && session.server()) {
         auto *panel = new HostKeyPanel(*session.server(), *reason, std::move(runner), body);
         column->addWidget(panel);
-        connect(panel, &HostKeyPanel::forgotten, &session, &Session::retry);
         connect(panel, &HostKeyPanel::trusted, &session, &Session::retry);
     }
     auto *buttons = new QHBoxLayout;

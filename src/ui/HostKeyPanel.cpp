@@ -44,8 +44,8 @@ HostKeyPanel::HostKeyPanel(const ServerConnection &server, Reason reason, std::s
         reason == Reason::keyChanged
             ? tr("%1 shows another key than before. That is harmless when the server was reinstalled or its keys were "
                  "renewed. It can also mean that someone else answers in its place. Ask who runs the server, or "
-                 "compare "
-                 "the fingerprints with those that the server itself reports.")
+                 "compare the "
+                 "fingerprints with those that the server itself reports.")
             : tr("%1 has never been connected to from this account, and this server is set to refuse unknown hosts. "
                  "Compare the fingerprint with the one that whoever runs the server tells you; if it is the same, the "
                  "key can be trusted.");
@@ -53,10 +53,7 @@ HostKeyPanel::HostKeyPanel(const ServerConnection &server, Reason reason, std::s
     if (reason == Reason::keyChanged)
         m_known = addFingerprints(*column, tr("Known until now"), QStringLiteral("knownKeys"));
     m_offered = addFingerprints(*column, tr("Shown by the server now"), QStringLiteral("offeredKeys"));
-    if (reason == Reason::keyChanged)
-        addForgetting(*column);
-    else
-        addTrusting(*column);
+    addTrusting(*column, reason);
     loadFingerprints();
 }
 
@@ -72,44 +69,44 @@ QLabel *HostKeyPanel::addFingerprints(QVBoxLayout &column, const QString &title,
     return list;
 }
 
-void HostKeyPanel::addForgetting(QVBoxLayout &column)
+/// Trusting another key than the known one takes a second click.
+void HostKeyPanel::addTrusting(QVBoxLayout &column, Reason reason)
 {
-    m_question =
-        Widgets::label(tr("The next connection will accept whatever key the server shows. Forget the old one?"),
-                       Widgets::TextRole::error, this);
-    m_forget = Widgets::button(tr("Forget the old key…"), QStringLiteral("forgetKey"), this);
-    m_confirm = Widgets::button(tr("Forget it and connect"), QStringLiteral("confirmForgetKey"), this);
-    m_confirm->setProperty("role", QStringLiteral("danger"));
-    m_question->hide();
-    m_confirm->hide();
-    auto *row = new QHBoxLayout;
-    row->addWidget(m_forget);
-    row->addWidget(m_confirm);
-    row->addWidget(m_question, 1);
-    row->addStretch();
-    column.addLayout(row);
-    connect(m_forget, &QPushButton::clicked, this, [this] {
-        m_forget->hide();
-        m_question->show();
-        m_confirm->show();
-        m_confirm->setFocus();
-    });
-    connect(m_confirm, &QPushButton::clicked, this, &HostKeyPanel::forget);
-}
-
-void HostKeyPanel::addTrusting(QVBoxLayout &column)
-{
-    m_trust = Widgets::button(tr("Trust this key and connect"), QStringLiteral("trustKey"), this);
+    m_trust = Widgets::button({}, QStringLiteral("trustKey"), this);
     m_trust->setEnabled(false);
-    m_question = Widgets::label({}, Widgets::TextRole::error, this);
-    m_question->setObjectName(QStringLiteral("trustProblem"));
-    m_question->hide();
+    nameTrustButton();
+    m_problem = Widgets::label({}, Widgets::TextRole::error, this);
+    m_problem->setObjectName(QStringLiteral("trustProblem"));
+    m_problem->hide();
     auto *row = new QHBoxLayout;
+    if (reason == Reason::keyChanged) {
+        QPushButton *replace = Widgets::button(tr("Replace the known key…"), QStringLiteral("replaceKey"), this);
+        row->addWidget(replace);
+        m_trust->setProperty("role", QStringLiteral("danger"));
+        m_trust->hide();
+        connect(replace, &QPushButton::clicked, this, [this, replace] {
+            replace->hide();
+            m_trust->show();
+            m_trust->setFocus();
+            showProblem(tr("From then on only what the server shows now is accepted. Have you compared it?"));
+        });
+    }
     row->addWidget(m_trust);
-    row->addWidget(m_question, 1);
+    row->addWidget(m_problem, 1);
     row->addStretch();
     column.addLayout(row);
     connect(m_trust, &QPushButton::clicked, this, &HostKeyPanel::trust);
+}
+
+void HostKeyPanel::nameTrustButton()
+{
+    m_trust->setText(m_offeredKeys.size() > 1 ? tr("Trust these keys and connect") : tr("Trust this key and connect"));
+}
+
+void HostKeyPanel::showProblem(const QString &sentence)
+{
+    m_problem->setText(sentence);
+    m_problem->show();
 }
 
 void HostKeyPanel::loadFingerprints()
@@ -128,25 +125,10 @@ void HostKeyPanel::loadFingerprints()
                [this](const QStringList &offered) {
                    m_offered->setText(linesOr(offered, tr("The server shows none")));
                    m_offeredKeys = offered;
-                   if (m_trust) {
-                       m_trust->setText(offered.size() > 1 ? tr("Trust these keys and connect")
-                                                           : tr("Trust this key and connect"));
-                       m_trust->setEnabled(!offered.isEmpty());
-                   }
+                   nameTrustButton();
+                   m_trust->setEnabled(!offered.isEmpty());
                },
                [this](const Error &error) { m_offered->setText(error.message()); });
-}
-
-void HostKeyPanel::forget()
-{
-    m_confirm->setEnabled(false);
-    m_forgetJob = runJob([server = m_server,
-                          runner = m_runner](const std::stop_token &stop) { HostKeys::forget(server, *runner, stop); },
-                         [this] { emit forgotten(); },
-                         [this](const Error &error) {
-                             m_confirm->setEnabled(true);
-                             m_question->setText(error.message());
-                         });
 }
 
 void HostKeyPanel::trust()
@@ -157,8 +139,7 @@ void HostKeyPanel::trust()
                         [this] { emit trusted(); },
                         [this](const Error &error) {
                             m_trust->setEnabled(true);
-                            m_question->setText(error.message());
-                            m_question->show();
+                            showProblem(error.message());
                         });
 }
 

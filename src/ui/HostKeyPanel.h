@@ -18,7 +18,7 @@ namespace moorix {
 class ProcessRunner;
 
 /// What a failed host key check means, with the fingerprints of both sides, and the way to go on once the user has
-/// compared them: forgetting the old key, or trusting the ones shown.
+/// compared them: trusting the keys shown, and no other.
 class HostKeyPanel final : public QFrame
 {
     Q_OBJECT
@@ -35,32 +35,27 @@ public:
     ~HostKeyPanel() override;
 
 signals:
-    /// The known key is gone; a new connection counts as a first contact.
-    void forgotten();
-    /// The keys that were shown are known now.
+    /// The keys that were shown, and no others, are known now.
     void trusted();
 
 private:
     QLabel *addFingerprints(QVBoxLayout &column, const QString &title, const QString &objectName);
-    void addForgetting(QVBoxLayout &column);
-    void addTrusting(QVBoxLayout &column);
+    void addTrusting(QVBoxLayout &column, Reason reason);
+    void nameTrustButton();
+    void showProblem(const QString &sentence);
     void loadFingerprints();
-    void forget();
     void trust();
 
     ServerConnection m_server;
     std::shared_ptr<ProcessRunner> m_runner;
     QLabel *m_known = nullptr;
     QLabel *m_offered;
-    QLabel *m_question = nullptr;
-    QPushButton *m_forget = nullptr;
-    QPushButton *m_confirm = nullptr;
-    QPushButton *m_trust = nullptr;
+    QLabel *m_problem;
+    QPushButton *m_trust;
     /// As shown: what the user compares is what is trusted.
     QStringList m_offeredKeys;
     Job m_knownJob;
     Job m_offeredJob;
-    Job m_forgetJob;
     Job m_trustJob;
 };
 

@@ -235,7 +235,7 @@ private slots:
         QTRY_VERIFY(bench.find<QLabel>("offeredKeys")->text().contains(u"no answer"_s));
         QVERIFY(bench.find("trustKey"));
         QVERIFY(!bench.find("trustKey")->isEnabled());
-        QVERIFY(!bench.find("forgetKey"));
+        QVERIFY(!bench.find("replaceKey"));
     }
 
     void folderShownOnOneSideIsShownOnTheOther()
