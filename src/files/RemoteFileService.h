@@ -43,6 +43,32 @@ public:
     {
         return std::nullopt;
     }
+
+    // A folder as one tar archive. False, with nothing done, where the server cannot.
+
+    /// Makes the folder, which must not exist, and unpacks into it what `next` gives until it gives nothing.
+    virtual bool unpackArchive(const QString & /*folder*/, const std::function<QByteArray()> & /*next*/,
+                               const std::stop_token & /*stop*/)
+    {
+        return false;
+    }
+    /// Packs all that lies in the folder, under names relative to it.
+    virtual bool packArchive(const QString & /*folder*/, const std::function<void(QByteArrayView)> & /*take*/,
+                             const std::stop_token & /*stop*/)
+    {
+        return false;
+    }
+
+    /// Makes a symbolic link. False where the server has none.
+    virtual bool createLink(const QString & /*target*/, const QString & /*path*/, const std::stop_token & /*stop*/)
+    {
+        return false;
+    }
+    /// The text of a symbolic link; nothing where the server does not tell.
+    virtual std::optional<QString> linkTarget(const QString & /*path*/, const std::stop_token & /*stop*/)
+    {
+        return std::nullopt;
+    }
 };
 
 } // namespace moorix

@@ -20,6 +20,12 @@ struct ProcessRequest
     std::optional<QProcessEnvironment> environment;
     /// Written in one go; the pipe is then closed.
     QByteArray standardInput;
+    /// Asked for more on the running thread whenever the child has taken the input so far; nothing more is the end. May
+    /// throw, which ends the child.
+    std::function<QByteArray()> moreInput;
+    /// Takes standard output as it comes, on the running thread; the result then holds none of it. May throw, which
+    /// ends the child.
+    std::function<void(QByteArrayView)> takeOutput;
     /// A child that prints more than this on one stream is ended and the run fails.
     qint64 outputLimitBytes = qint64(512) * 1024 * 1024;
     /// Called about every 200 ms on the running thread with the child's process id.

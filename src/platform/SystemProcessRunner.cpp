@@ -31,6 +31,7 @@ public:
         , m_wake(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
         , m_child(request)
         , m_buffer(readSizeBytes, Qt::Uninitialized)
+        , m_input(request.standardInput)
     {
         feed();
     }
@@ -59,6 +60,7 @@ public:
 
 private:
     static constexpr qsizetype readSizeBytes = 64 * 1024;
+    static constexpr int mostPiecesAtOnce = 16;
 
     void waitForNews()
     {
@@ -76,16 +78,30 @@ private:
     void feed()
     {
         FileDescriptor &input = m_child.standardInput();
-        while (input.isOpen() && m_fed < m_request.standardInput.size()) {
-            const ssize_t count = ::write(input.value(), m_request.standardInput.constData() + m_fed,
-                                          std::size_t(m_request.standardInput.size() - m_fed));
+        // Not for ever: somebody may want to stop, and what the child says has to be read.
+        for (int piece = 0; input.isOpen() && (piece < mostPiecesAtOnce || !m_request.moreInput); ++piece) {
+            if (m_fed == m_input.size() && !fetchInput()) {
+                input.close();
+                return;
+            }
+            const ssize_t count =
+                ::write(input.value(), m_input.constData() + m_fed, std::size_t(m_input.size() - m_fed));
             if (count < 0 && errno == EAGAIN)
                 return;
-            if (count < 0 && errno != EINTR)
-                break; // The child has stopped reading; what it does then is its own affair.
+            if (count < 0 && errno != EINTR) {
+                input.close(); // The child has stopped reading; what it does then is its own affair.
+                return;
+            }
             m_fed += std::max<ssize_t>(count, 0);
         }
-        input.close();
+    }
+
+    /// False when there is no more.
+    bool fetchInput()
+    {
+        m_fed = 0;
+        m_input = m_request.moreInput ? m_request.moreInput() : QByteArray();
+        return !m_input.isEmpty();
     }
 
     /// Reads what one read brings. Returns its size, 0 when there is nothing (any more).
@@ -99,6 +115,10 @@ private:
             stream.close();
         if (count <= 0)
             return 0;
+        if (m_request.takeOutput && &into == &m_result.standardOutput) {
+            m_request.takeOutput(QByteArrayView(m_buffer.constData(), count));
+            return count;
+        }
         into.append(m_buffer.constData(), count);
         if (into.size() > m_request.outputLimitBytes) {
             m_child.endGroup();
@@ -133,6 +153,8 @@ private:
     ChildProcess m_child;
     ProcessResult m_result;
     QByteArray m_buffer;
+    /// What is being written, and how much of it is.
+    QByteArray m_input;
     qsizetype m_fed = 0;
     SteadyClock::time_point m_reported = SteadyClock::now();
 };

@@ -88,10 +88,12 @@ QString SFTPProcessRunner::runSSH(const SSHLogin &login, const QString &command,
 }
 
 SSHOutput SFTPProcessRunner::runRemote(const SSHLogin &login, const QString &command, const std::stop_token &stop,
-                                       const QByteArray &standardInput)
+                                       const SSHStreams &streams)
 {
     ProcessRequest request;
-    request.standardInput = standardInput;
+    request.standardInput = streams.input;
+    request.moreInput = streams.moreInput;
+    request.takeOutput = streams.takeOutput;
     request.program = QStringLiteral("/usr/bin/ssh");
     request.arguments << command;
     const ProcessResult result = runClient(login, QStringLiteral("-p"), std::move(request), stop);

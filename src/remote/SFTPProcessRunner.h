@@ -45,6 +45,14 @@ struct SFTPOutput
     QStringList skipped;
 };
 
+/// What goes into and comes out of a command that the account's shell runs; see ProcessRequest.
+struct SSHStreams
+{
+    QByteArray input = {};
+    std::function<QByteArray()> moreInput = {};
+    std::function<void(QByteArrayView)> takeOutput = {};
+};
+
 /// How a command ended that the account's shell was to run.
 struct SSHOutput
 {
@@ -70,7 +78,7 @@ public:
 
     /// The same for callers that judge the command's own exit code. Throws only when the client fails (255).
     SSHOutput runRemote(const SSHLogin &login, const QString &command, const std::stop_token &stop,
-                        const QByteArray &standardInput = {});
+                        const SSHStreams &streams = {});
 
     /// Throws authFailed when the passphrase of a key login does not open its key, before a server sees it.
     void checkPassphrase(const SSHLogin &login, const std::stop_token &stop);

@@ -281,11 +281,12 @@ SFTPOutput SFTPService::run(const SFTPBatch &batch, const std::stop_token &stop)
     return m_runner.runCommands(login(), batch, stop);
 }
 
-bool SFTPService::runShell(const QString &command, const QString &action, const std::stop_token &stop)
+bool SFTPService::runShell(const QString &command, const QString &action, const std::stop_token &stop,
+                           const SSHStreams &streams)
 {
     constexpr int cannotExecute = 126;
     constexpr int commandNotFound = 127;
-    const SSHOutput output = m_runner.runRemote(login(), command, stop);
+    const SSHOutput output = m_runner.runRemote(login(), command, stop, streams);
     if (output.exitCode == 0)
         return true;
     // The commands used here never fail with words on standard output only: that is an account saying that it offers

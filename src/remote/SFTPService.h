@@ -52,13 +52,20 @@ public:
     void copyRemote(const QString &source, const QString &destination, const std::stop_token &stop) override;
     void moveRemote(const QString &source, const QString &destination, const std::stop_token &stop) override;
     std::optional<QHash<QString, QByteArray>> checksums(const QStringList &paths, const std::stop_token &stop) override;
+    bool unpackArchive(const QString &folder, const std::function<QByteArray()> &next,
+                       const std::stop_token &stop) override;
+    bool packArchive(const QString &folder, const std::function<void(QByteArrayView)> &take,
+                     const std::stop_token &stop) override;
+    bool createLink(const QString &target, const QString &path, const std::stop_token &stop) override;
+    std::optional<QString> linkTarget(const QString &path, const std::stop_token &stop) override;
 
 private:
     /// The login in force; throws notConnected.
     SSHLogin login() const;
     SFTPOutput run(const SFTPBatch &batch, const std::stop_token &stop);
     /// Runs a shell command; false when the account has no shell to run it.
-    bool runShell(const QString &command, const QString &action, const std::stop_token &stop);
+    bool runShell(const QString &command, const QString &action, const std::stop_token &stop,
+                  const SSHStreams &streams = {});
     /// The row of what `path` leads to, links followed; nothing when there is nothing.
     std::optional<FileItem> followed(const QString &path, const std::stop_token &stop);
     /// Uploads; returns where the file went instead when `toRemote` is a folder.

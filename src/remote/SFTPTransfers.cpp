@@ -116,26 +116,6 @@ void SFTPService::moveRemote(const QString &source, const QString &destination, 
     run(batch, stop);
 }
 
-/// Names go in and come back with a NUL behind each, so that none of them needs quoting.
-std::optional<QHash<QString, QByteArray>> SFTPService::checksums(const QStringList &paths, const std::stop_token &stop)
-{
-    constexpr qsizetype digits = 64;
-    constexpr qsizetype gap = 2;
-    if (paths.isEmpty())
-        return QHash<QString, QByteArray>();
-    const QByteArray names = paths.join(QChar::Null).toUtf8() + '\0';
-    const SSHOutput output = m_runner.runRemote(login(), QStringLiteral("xargs -0 sha256sum -z --"), stop, names);
-    QHash<QString, QByteArray> sums;
-    const QStringList rows = output.text.split(QChar::Null, Qt::SkipEmptyParts);
-    for (const QString &row : rows) {
-        const QByteArray sum = QByteArray::fromHex(row.left(digits).toLatin1());
-        if (sum.size() == digits / 2)
-            sums.insert(row.mid(digits + gap), sum);
-    }
-    // Files that cannot be read make it fail; it cannot be there at all when nothing came back.
-    return sums.isEmpty() ? std::nullopt : std::optional(sums);
-}
-
 void SFTPService::runRecursiveCopy(const SFTPBatch &batch, const std::stop_token &stop)
 {
     SFTPBatch tolerant = batch;

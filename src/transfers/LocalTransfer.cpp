@@ -5,6 +5,7 @@
 #include "files/Format.h"
 #include "files/LocalCopy.h"
 #include "files/LocalDisk.h"
+#include "files/NativePath.h"
 
 #include <QFileInfo>
 
@@ -67,14 +68,19 @@ void localTransfer::copyFile(const QString &from, const QString &to, Start start
         fail(to, u"could not be written to its end"_s, errno);
 }
 
-void localTransfer::copyLink(const QString &from, const QString &to)
+std::optional<QString> localTransfer::linkTarget(const QString &link)
 {
     std::array<char, PATH_MAX> text;
-    const ssize_t length = ::readlink(native(from).constData(), text.data(), text.size());
+    const ssize_t length = ::readlink(native(link).constData(), text.data(), text.size());
     if (length < 0)
-        fail(from, u"could not be read"_s, errno);
-    if (::symlink(QByteArray(text.data(), length).constData(), native(to).constData()) != 0)
-        fail(to, u"could not be made"_s, errno);
+        fail(link, u"could not be read"_s, errno);
+    return NativePath::text(QByteArrayView(text.data(), length));
+}
+
+void localTransfer::makeLink(const QString &target, const QString &path)
+{
+    if (::symlink(NativePath::bytes(target).constData(), native(path).constData()) != 0)
+        fail(path, u"could not be made"_s, errno);
 }
 
 bool localTransfer::rename(const QString &from, const QString &to, Existing existing)

@@ -5,6 +5,7 @@
 #include <QString>
 
 #include <functional>
+#include <optional>
 #include <stop_token>
 
 /// Single files on the local disk, with what the file service does not offer: progress, a stop in the middle, and
@@ -25,8 +26,10 @@ enum class Start {
 void copyFile(const QString &from, const QString &to, Start start, Flush flush,
               const std::function<void(qint64 bytes)> &progress, const std::stop_token &stop);
 
-/// Makes `to` a symbolic link to wherever `from` points.
-void copyLink(const QString &from, const QString &to);
+/// The text of a symbolic link.
+std::optional<QString> linkTarget(const QString &link);
+/// Makes `path` a symbolic link.
+void makeLink(const QString &target, const QString &path);
 
 /// Renames in one step. Returns false, having done nothing, when the two lie on different file systems.
 [[nodiscard]] bool rename(const QString &from, const QString &to, Existing existing);

@@ -3,7 +3,6 @@
 
 #include "base/Error.h"
 #include "files/FileService.h"
-#include "files/FileServiceError.h"
 #include "transfers/TransferChecksums.h"
 #include "transfers/TransferNames.h"
 
@@ -21,6 +20,7 @@ TransferCarrier::TransferCarrier(const TransferRequest &request, const TransferR
     , m_link(link)
     , m_gate(gate)
     , m_tally(tally)
+    , m_parts(route, link, tally)
 {
 }
 
@@ -36,11 +36,11 @@ void TransferCarrier::carry(const FileItem &file, const TransferPlace &place)
         if (place.isContinued && !place.hasPart)
             m_route.destination().copy(transferNames::itemAt(place.path, file), part.path, m_link.control().token());
         carryPart(copy, progress);
-        giveName(part, place);
+        m_parts.giveName(part, place);
     } catch (const Error &error) {
         const TransferControl &control = m_link.control();
         if (control.isStopped() ? !control.keepsParts() : !isConnectionLost(error))
-            removePart(part);
+            m_parts.remove(part);
         throw;
     }
     progress.arrive(file.isSymlink ? 0 : file.size);
@@ -63,7 +63,7 @@ void TransferCarrier::carryPart(const TransferCopy &copy, TransferTally::File &p
             throw;
     }
     // What was there is no beginning of this file, so it is copied as a whole.
-    removePart(part);
+    m_parts.remove(part);
     TransferCopy afresh = copy;
     afresh.start = Start::fresh;
     copyAcrossBreaks(afresh, progress);
@@ -95,7 +95,7 @@ TransferRoute::Way TransferCarrier::copyAcrossBreaks(TransferCopy copy, Transfer
         } catch (const Error &error) {
             // A part of a file that may not be written to can be begun, but not continued.
             if (copy.start == Start::resumed && !isConnectionLost(error)) {
-                removePart(part);
+                m_parts.remove(part);
                 copy.start = Start::fresh;
                 continue;
             }
@@ -135,36 +135,6 @@ void TransferCarrier::checkContinued(const FileItem &file, const FileItem &part)
         throw Error(u"Transfer"_s, u"the copy differs from the original"_s);
 }
 
-void TransferCarrier::giveName(const FileItem &part, const TransferPlace &place)
-{
-    // Asking a server whether something stands there costs as much as the file itself.
-    const bool isSafe = place.isInNewFolder && m_route.isServerDestination();
-    const Existing existing = place.standing == Standing::replaced || isSafe ? Existing::replace : Existing::refuse;
-    const bool isDone = m_link.repeat([&](const std::stop_token &stop, bool isFirst) {
-        if (!isFirst && !m_route.sizeOfPart(part, stop))
-            return m_route.sizeOfPart(transferNames::itemAt(place.path), stop).has_value();
-        return m_route.rename(part, place.path, existing, stop);
-    });
-    if (!isDone)
-        throw Error(u"Transfer"_s, u"its folder lies on another file system"_s);
-}
-
-/// Cleans up even after a stop, hence the token of its own.
-void TransferCarrier::removePart(const FileItem &part)
-{
-    const std::stop_token unstoppable;
-    FileService &service = m_route.destination();
-    try {
-        if (!m_route.isLocalDestination() || service.stat(part.path, unstoppable))
-            service.remove(part, unstoppable);
-    } catch (const Error &error) {
-        const auto *remote = dynamic_cast<const FileServiceError *>(&error);
-        if (remote && remote->kind() == FileServiceError::Case::notFound)
-            return;
-        m_tally.fail(u"The unfinished copy “%1” could not be removed: %2"_s.arg(part.path, error.message()));
-    }
-}
-
 void TransferCarrier::copyTreeOnServer(const FileItem &folder, const TransferPlace &place)
 {
     const FileItem part = transferNames::itemAt(transferNames::partPath(place.path, m_request.id, folder), folder);
@@ -172,12 +142,12 @@ void TransferCarrier::copyTreeOnServer(const FileItem &folder, const TransferPla
         m_link.repeat([&](const std::stop_token &stop, bool isFirst) {
             const TransferGate::Place room = m_gate.enter(m_route.servers(), stop);
             if (!isFirst)
-                removePart(part);
+                m_parts.remove(part);
             m_route.destination().copy(folder, part.path, stop);
         });
-        giveName(part, place);
+        m_parts.giveName(part, place);
     } catch (const Error &) {
-        removePart(part);
+        m_parts.remove(part);
         throw;
     }
 }

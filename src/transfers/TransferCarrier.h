@@ -2,27 +2,9 @@
 #pragma once
 
 #include "transfers/TransferGate.h"
-#include "transfers/TransferLink.h"
-#include "transfers/TransferRoute.h"
-#include "transfers/TransferTally.h"
-
-#include <optional>
+#include "transfers/TransferParts.h"
 
 namespace moorix {
-
-/// Where an item goes, and what stands there.
-struct TransferPlace
-{
-    enum class Standing { nothing, replaced, merged };
-    QString path;
-    Standing standing = Standing::nothing;
-    /// What stands there is the beginning of the file and is continued.
-    bool isContinued = false;
-    /// The folder was made by this transfer, so nobody else puts anything there.
-    bool isInNewFolder = false;
-    /// An earlier try has left a part of the file behind.
-    bool hasPart = false;
-};
 
 /// Brings single items to their place, whole or not at all: over a part file, a check and a rename; across broken
 /// links and pauses. Used by all lanes of one transfer at once.
@@ -44,14 +26,13 @@ private:
     TransferRoute::Way copyAcrossBreaks(TransferCopy copy, TransferTally::File &progress);
     void verify(const FileItem &file, const FileItem &part);
     void checkContinued(const FileItem &file, const FileItem &part);
-    void giveName(const FileItem &part, const TransferPlace &place);
-    void removePart(const FileItem &part);
 
     const TransferRequest &m_request;
     const TransferRoute &m_route;
     TransferLink &m_link;
     TransferGate &m_gate;
     TransferTally &m_tally;
+    TransferParts m_parts;
 };
 
 } // namespace moorix

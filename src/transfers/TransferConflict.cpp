@@ -19,6 +19,15 @@ bool isPlainFile(const FileItem &item)
     return !item.isDirectory && !item.isSymlink;
 }
 
+/// Servers tell times to the minute: within the same one, nothing is newer.
+bool isNewer(const QDateTime &time, const QDateTime &other)
+{
+    constexpr qint64 minuteMsecs = 60'000;
+    const bool isExact = time.toMSecsSinceEpoch() % minuteMsecs != 0 && other.toMSecsSinceEpoch() % minuteMsecs != 0;
+    const qint64 difference = other.msecsTo(time);
+    return isExact ? difference > 0 : difference >= minuteMsecs;
+}
+
 } // namespace
 
 QString rawText(TransferConflictPolicy policy)
@@ -67,7 +76,7 @@ std::optional<Choice> settled(Choice choice, const TransferConflict &conflict)
     case Choice::overwriteOlder:
         if (!source.modified || !existing.modified)
             return std::nullopt;
-        return *source.modified > *existing.modified ? Choice::overwrite : Choice::skip;
+        return isNewer(*source.modified, *existing.modified) ? Choice::overwrite : Choice::skip;
     case Choice::overwriteOtherSize:
         return source.size != existing.size ? Choice::overwrite : Choice::skip;
     case Choice::resume:

@@ -157,6 +157,11 @@ void TransferEngine::retry(const QUuid &id, const QList<TransferPiece> &pieces)
     order.next.targetFolder = pieces.constFirst().targetFolder;
     order.next.more = pieces.mid(1);
     order.next.isContinuation = true;
+    // A connection may have been closed since.
+    if (order.isKept && m_places.open) {
+        order.next.source.reset();
+        order.next.destination.reset();
+    }
     TransferStatus fresh;
     fresh.id = id;
     fresh.title = status->title;

@@ -104,6 +104,11 @@ void TransferEngine::finish(const QUuid &id, const TransferOutcome &outcome)
     withdrawQuestions(id);
     Order &order = m_orders.at(id);
     const TransferRequest request = order.next;
+    // A transfer that has ended holds no connection open; another try opens what it needs.
+    if (order.isKept && m_places.open) {
+        order.next.source.reset();
+        order.next.destination.reset();
+    }
     order.stored.remaining = outcome.remaining;
     order.stored.failures = outcome.failures;
     // One that is to be tried again already keeps its new state.

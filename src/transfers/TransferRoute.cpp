@@ -40,8 +40,10 @@ QList<const void *> TransferRoute::servers() const
 
 TransferRoute::Way TransferRoute::copyFile(const TransferCopy &copy, const std::stop_token &stop) const
 {
-    if (copy.file.isSymlink && (m_sourceServer || m_destinationServer))
-        throw Error(u"Transfer"_s, u"Symbolic links are not copied from or to servers."_s);
+    if (copy.file.isSymlink) {
+        copyLink(copy, stop);
+        return Way::whole;
+    }
     if (m_sourceServer && !m_destinationServer)
         return download(copy, stop);
     if (m_destinationServer && !m_sourceServer)
@@ -50,11 +52,21 @@ TransferRoute::Way TransferRoute::copyFile(const TransferCopy &copy, const std::
         copyOnServer(copy, stop);
     else if (m_sourceServer)
         copyThroughThisMachine(copy, stop);
-    else if (copy.file.isSymlink)
-        localTransfer::copyLink(copy.file.path, copy.toPath);
     else
         return copyOnDisk(copy, stop);
     return Way::whole;
+}
+
+void TransferRoute::copyLink(const TransferCopy &copy, const std::stop_token &stop) const
+{
+    const QString &path = copy.file.path;
+    const auto target = m_sourceServer ? m_sourceServer->linkTarget(path, stop) : localTransfer::linkTarget(path);
+    if (!target)
+        throw Error(u"Transfer"_s, u"it is a symbolic link, and the server does not tell where it leads"_s);
+    if (!m_destinationServer)
+        localTransfer::makeLink(*target, copy.toPath);
+    else if (!m_destinationServer->createLink(*target, copy.toPath, stop))
+        throw Error(u"Transfer"_s, u"it is a symbolic link, which the server does not take"_s);
 }
 
 TransferRoute::Way TransferRoute::copyOnDisk(const TransferCopy &copy, const std::stop_token &stop) const

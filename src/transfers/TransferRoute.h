@@ -63,6 +63,7 @@ public:
     bool isSame(const QString &sourcePath, const QString &destinationPath) const;
 
 private:
+    void copyLink(const TransferCopy &copy, const std::stop_token &stop) const;
     Way copyOnDisk(const TransferCopy &copy, const std::stop_token &stop) const;
     Way download(const TransferCopy &copy, const std::stop_token &stop) const;
     Way upload(const TransferCopy &copy, const std::stop_token &stop) const;

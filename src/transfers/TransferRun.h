@@ -4,6 +4,7 @@
 #include "transfers/TransferLanes.h"
 #include "transfers/TransferOutcome.h"
 #include "transfers/TransferPlacement.h"
+#include "transfers/TransferStream.h"
 
 #include <atomic>
 #include <deque>
@@ -64,6 +65,8 @@ private:
     void dispatch(TransferNode &node, TransferTarget &target, Item &item);
     void send(TransferNode &node, const TransferPlace &place, TransferTarget &target, Item &item);
     void enterFolder(TransferNode &node, const TransferPlace &place, Item &item);
+    bool streamFolder(TransferNode &node, const TransferPlace &place, Item &item);
+    void sendRest(TransferNode &node, Item &item);
     void makeFolder(const QString &path);
     void addTask(Item &item, TransferNode &node, std::function<void()> task);
 
@@ -85,6 +88,7 @@ private:
     TransferScan m_scan;
     TransferPlacement m_placement;
     TransferCarrier m_carrier;
+    TransferStream m_stream;
     /// Items never move in memory: the lanes hold on to them.
     std::deque<std::deque<Item>> m_pieces;
     std::mutex m_arrivedMutex;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "transfers/TransferTally.h"
 
+#include <utility>
+
 namespace moorix {
 
 TransferTally::TransferTally(Report report)
@@ -19,22 +21,22 @@ TransferTally::File::~File()
     moveTo(0);
 }
 
-void TransferTally::File::moveTo(qint64 bytes)
+void TransferTally::File::moveTo(qint64 bytes, qint64 files)
 {
-    const qint64 delta = bytes - m_bytes;
-    m_bytes = bytes;
-    if (delta != 0)
-        m_tally.change([delta](TransferCounts &counts) { counts.bytesDone += delta; });
+    const qint64 newBytes = bytes - std::exchange(m_bytes, bytes);
+    const qint64 newFiles = files - std::exchange(m_files, files);
+    if (newBytes == 0 && newFiles == 0)
+        return;
+    m_tally.change([newBytes, newFiles](TransferCounts &counts) {
+        counts.bytesDone += newBytes;
+        counts.filesDone += newFiles;
+    });
 }
 
-void TransferTally::File::arrive(qint64 size)
+void TransferTally::File::arrive(qint64 size, qint64 files)
 {
-    const qint64 delta = size - m_bytes;
-    m_bytes = 0;
-    m_tally.change([delta](TransferCounts &counts) {
-        counts.bytesDone += delta;
-        ++counts.filesDone;
-    });
+    moveTo(size, files);
+    m_bytes = m_files = 0;
 }
 
 void TransferTally::addTotal(qint64 files, qint64 bytes)

@@ -28,15 +28,16 @@ public:
         ~File();
         Q_DISABLE_COPY_MOVE(File)
 
-        /// So many of its bytes have arrived.
-        void moveTo(qint64 bytes);
+        /// So many of its bytes have arrived, and of a folder so many files.
+        void moveTo(qint64 bytes, qint64 files = 0);
         /// It is there as a whole.
-        void arrive(qint64 size);
+        void arrive(qint64 size, qint64 files = 1);
         qint64 bytes() const { return m_bytes; }
 
     private:
         TransferTally &m_tally;
         qint64 m_bytes = 0;
+        qint64 m_files = 0;
     };
 
     void addTotal(qint64 files, qint64 bytes);

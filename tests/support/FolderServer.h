@@ -4,6 +4,7 @@
 #include "files/FileServiceError.h"
 #include "files/LocalFileService.h"
 #include "files/RemoteFileService.h"
+#include "platform/SystemProcessRunner.h"
 
 #include <QCryptographicHash>
 #include <QFile>
@@ -30,6 +31,10 @@ public:
     std::optional<qint64> space;
     /// It can compute checksums.
     bool hasShell = false;
+    /// What it sends instead of the archive of a folder.
+    QByteArray archive;
+    /// Files that went up or down one by one.
+    std::atomic<int> filesCarried = 0;
     /// What `connect` throws.
     std::function<void(const std::stop_token &)> connecting;
     std::atomic<int> connects = 0;
@@ -126,6 +131,36 @@ public:
             sums.insert(path, QCryptographicHash::hash(m_disk.read(path, stop), QCryptographicHash::Sha256));
         return sums;
     }
+    bool unpackArchive(const QString &folder, const std::function<QByteArray()> &next,
+                       const std::stop_token &stop) override
+    {
+        if (!hasShell)
+            return false;
+        m_disk.createDirectory(folder, stop);
+        ProcessRequest request;
+        request.arguments = QStringList{QStringLiteral("-xpof"), QStringLiteral("-"), QStringLiteral("-C"), folder};
+        request.moreInput = next;
+        runTar(request, folder, stop);
+        if (garbles)
+            m_disk.write("*", folder + QStringLiteral("/1"), stop);
+        return true;
+    }
+    bool packArchive(const QString &folder, const std::function<void(QByteArrayView)> &take,
+                     const std::stop_token &stop) override
+    {
+        if (!hasShell)
+            return false;
+        if (!archive.isEmpty()) {
+            take(archive);
+            return true;
+        }
+        ProcessRequest request;
+        request.arguments =
+            QStringList{QStringLiteral("-cf"), QStringLiteral("-"), QStringLiteral("-C"), folder, QStringLiteral(".")};
+        request.takeOutput = take;
+        runTar(request, folder, stop);
+        return true;
+    }
     void downloadRecursive(const QString &, const QString &, const std::stop_token &) override { Q_UNREACHABLE(); }
     void uploadRecursive(const QString &, const QString &, const std::stop_token &) override { Q_UNREACHABLE(); }
     void copyRemote(const QString &, const QString &, const std::stop_token &) override { Q_UNREACHABLE(); }
@@ -136,9 +171,20 @@ public:
     }
 
 private:
-    void carry(const QString &from, const QString &to, const RemoteTransferOptions &options,
-               const std::stop_token &stop) const
+    void runTar(ProcessRequest &request, const QString &folder, const std::stop_token &stop) const
     {
+        request.program = QStringLiteral("tar");
+        const ProcessResult result = SystemProcessRunner().run(request, stop);
+        if (halfway)
+            halfway(folder);
+        if (result.exitCode != 0)
+            throw FileServiceError::operationFailed(QString::fromUtf8(result.standardError));
+    }
+
+    void carry(const QString &from, const QString &to, const RemoteTransferOptions &options,
+               const std::stop_token &stop)
+    {
+        ++filesCarried;
         QByteArray bytes = LocalFileService().read(from, stop);
         QFile target(to);
         const auto mode = options.resumes ? QIODevice::Append : QIODevice::WriteOnly;

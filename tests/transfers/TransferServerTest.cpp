@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "remote/SFTPService.h"
+#include "support/SlowProxy.h"
 #include "support/TestMain.h"
 #include "support/TestServer.h"
 #include "transfers/TransferChecksums.h"
@@ -8,6 +9,7 @@
 #include <QTest>
 
 #include <csignal>
+#include <thread>
 #include <unistd.h>
 
 using namespace moorix;
@@ -74,10 +76,8 @@ private slots:
     {
         QTest::addColumn<bool>("isUpload");
         QTest::addColumn<QByteArray>("victim");
-        for (const char *victim : {"sftp", "ssh"}) {
-            QTest::addRow("upload, %s", victim) << true << QByteArray(victim);
-            QTest::addRow("download, %s", victim) << false << QByteArray(victim);
-        }
+        QTest::newRow("upload, the client itself") << true << QByteArray("sftp");
+        QTest::newRow("download, what carries its bytes") << false << QByteArray("ssh");
     }
     void killedClientIsMadeUpFor()
     {
@@ -105,6 +105,84 @@ private slots:
         QVERIFY(scene.tree.read("to/a") == content);
         QCOMPARE(scene.under(u"to/"_s).size(), 1);
         QCOMPARE(outcome.notes, QStringList{u"1 file went on where its copy had stopped."_s});
+    }
+
+    void folderGoesThroughAShellAsOneStream_data()
+    {
+        QTest::addColumn<bool>("isUpload");
+        QTest::newRow("up") << true;
+        QTest::newRow("down") << false;
+    }
+    void folderGoesThroughAShellAsOneStream()
+    {
+        QFETCH(const bool, isUpload);
+        Scene scene({{"from/d/größe", "1"},
+                     {"from/d/two  spaces", "2"},
+                     {"from/d/-rf", "3"},
+                     {"from/d/$(touch x)", "4"},
+                     {"from/d/a\\b", "5"},
+                     {"from/d/it's \"q\"", "6"},
+                     {"from/d/.hidden", "7"},
+                     {"from/d/e/* {a,b}", "8"},
+                     {"from/d/e/empty", ""},
+                     {"from/d/e/large", QByteArray(300'000, 'x')},
+                     {"to/", ""}});
+        scene.tree.link("from/d/e/link", "/nowhere/at all");
+        (isUpload ? scene.request.destination : scene.request.source) = m_service;
+        scene.request.isMove = true;
+        scene.add("from/d");
+        const TreeSnapshot expected = scene.under(u"from/"_s);
+        const TransferOutcome outcome = scene.run();
+        QCOMPARE(outcome.failures, QStringList());
+        QCOMPARE(scene.under(u"to/"_s), expected);
+        QCOMPARE(scene.under(u"from/"_s), TreeSnapshot());
+        QVERIFY2(outcome.notes.value(0).contains(u"as one stream: “d”, 11 files"_s),
+                 qPrintable(outcome.notes.join(u'|')));
+    }
+
+    void linksTravelAsLinks()
+    {
+        for (const bool isUpload : {true, false}) {
+            Scene scene({{"from/d/a", "a"}, {"to/", ""}});
+            scene.tree.link("from/d/link", "/no where");
+            (isUpload ? scene.request.destination : scene.request.source) = m_service;
+            scene.add("from/d");
+            QCOMPARE(scene.run().failures, QStringList());
+            QCOMPARE(scene.under(u"to/"_s), scene.under(u"from/"_s));
+        }
+    }
+
+    void cutLineIsMadeUpForInAStreamAndInALane_data()
+    {
+        QTest::addColumn<int>("files");
+        QTest::newRow("stream") << 12;
+        QTest::newRow("lane") << 2;
+    }
+    void cutLineIsMadeUpForInAStreamAndInALane()
+    {
+        QFETCH(const int, files);
+        Scene scene({{"from/d/", ""}, {"to/", ""}});
+        for (int i = 0; i < files; ++i)
+            scene.tree.write(u"from/d/%1"_s.arg(i), QByteArray(200'000, char('a' + i)));
+        SlowProxy proxy(m_sshd->port());
+        ServerConnection far = m_sshd->connection();
+        far.port = proxy.port();
+        scene.request.destination = connected(std::make_shared<IsolatedClients>(m_sshd->knownHostsPath()), far);
+        scene.callbacks.reconnectDelays = {1ms, 50ms, 200ms, 1s};
+        std::atomic<bool> isCut = false;
+        const qint64 before = proxy.bytesPassed();
+        std::jthread scissors([&](const std::stop_token &stop) {
+            while (!stop.stop_requested() && proxy.bytesPassed() < before + 150'000)
+                std::this_thread::yield();
+            proxy.cut();
+            isCut = true;
+        });
+        scene.add("from/d");
+        const TransferOutcome outcome = scene.run();
+        QVERIFY(isCut);
+        QCOMPARE(outcome.failures, QStringList());
+        QCOMPARE(scene.under(u"to/"_s), scene.under(u"from/"_s));
+        QCOMPARE(outcome.notes.value(0).startsWith(u"Sent as one stream"_s), files > 8);
     }
 
     void fullDiskLeavesTheOldFileWhole()

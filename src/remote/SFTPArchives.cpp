@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What needs a shell and a few common commands on the server, and may be missing there.
+#include "remote/SFTPService.h"
+
+#include "files/Format.h"
+#include "remote/SFTPQuoting.h"
+
+namespace moorix {
+
+using SFTPQuoting::shellPath;
+
+namespace {
+
+QString action(const QString &path, const QString &done)
+{
+    return QStringLiteral("“%1” could not be %2").arg(Format::display(path), done);
+}
+
+} // namespace
+
+/// Names go in and come back with a NUL behind each, so that none of them needs quoting.
+std::optional<QHash<QString, QByteArray>> SFTPService::checksums(const QStringList &paths, const std::stop_token &stop)
+{
+    constexpr qsizetype digits = 64;
+    constexpr qsizetype gap = 2;
+    if (paths.isEmpty())
+        return QHash<QString, QByteArray>();
+    SSHStreams streams;
+    streams.input = paths.join(QChar::Null).toUtf8() + '\0';
+    const SSHOutput output = m_runner.runRemote(login(), QStringLiteral("xargs -0 sha256sum -z --"), stop, streams);
+    QHash<QString, QByteArray> sums;
+    const QStringList rows = output.text.split(QChar::Null, Qt::SkipEmptyParts);
+    for (const QString &row : rows) {
+        const QByteArray sum = QByteArray::fromHex(row.left(digits).toLatin1());
+        if (sum.size() == digits / 2)
+            sums.insert(row.mid(digits + gap), sum);
+    }
+    // Files that cannot be read make it fail; it cannot be there at all when nothing came back.
+    return sums.isEmpty() ? std::nullopt : std::optional(sums);
+}
+
+bool SFTPService::unpackArchive(const QString &folder, const std::function<QByteArray()> &next,
+                                const std::stop_token &stop)
+{
+    SSHStreams streams;
+    streams.moreInput = next;
+    // As it is in the archive, but owned by the account, whoever that is.
+    const QString command = QStringLiteral("mkdir %1 && tar -xpof - -C %1").arg(shellPath(folder));
+    return runShell(command, action(folder, QStringLiteral("unpacked")), stop, streams);
+}
+
+bool SFTPService::packArchive(const QString &folder, const std::function<void(QByteArrayView)> &take,
+                              const std::stop_token &stop)
+{
+    SSHStreams streams;
+    streams.takeOutput = take;
+    return runShell(QStringLiteral("tar -cf - -C %1 .").arg(shellPath(folder)),
+                    action(folder, QStringLiteral("packed")), stop, streams);
+}
+
+bool SFTPService::createLink(const QString &target, const QString &path, const std::stop_token &stop)
+{
+    SFTPBatch batch;
+    batch.commands = {QStringLiteral("ln -s ") + SFTPQuoting::sftpPath(target) + u' ' + SFTPQuoting::sftpPath(path)};
+    batch.subject = Format::parent(path);
+    batch.action = action(path, QStringLiteral("made"));
+    run(batch, stop);
+    return true;
+}
+
+std::optional<QString> SFTPService::linkTarget(const QString &path, const std::stop_token &stop)
+{
+    const SSHOutput output = m_runner.runRemote(login(), QStringLiteral("readlink -n ") + shellPath(path), stop);
+    return output.exitCode == 0 && !output.text.isEmpty() ? std::optional(output.text) : std::nullopt;
+}
+
+} // namespace moorix

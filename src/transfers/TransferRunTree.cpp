@@ -1,0 +1,152 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// How the entries of a tree get on their way, one after the other.
+#include "transfers/TransferRun.h"
+
+#include "base/Error.h"
+#include "files/FileService.h"
+#include "files/Format.h"
+#include "transfers/TransferNames.h"
+
+#include <utility>
+
+namespace moorix {
+
+using Fate = TransferNode::Fate;
+using Standing = TransferPlace::Standing;
+
+void TransferRun::dispatch(TransferNode &node, TransferTarget &target, Item &item)
+{
+    m_callbacks.control->waitWhilePaused();
+    try {
+        const auto [kind, place] = m_placement.decide(node, target);
+        if (kind == TransferPlacement::Kind::isSkipped) {
+            node.fate = Fate::skipped;
+            m_tally.addSkipped(node.fileCount());
+            item.isIncomplete = true;
+        } else if (kind == TransferPlacement::Kind::isThere) {
+            arrive(node);
+        } else {
+            m_tally.noteChanged(target.path);
+            send(node, place, target, item);
+        }
+    } catch (const Cancelled &) {
+        throw;
+    } catch (const Error &error) {
+        if (isConnectionLost(error))
+            throw;
+        item.isIncomplete = true;
+        report(node.item, error.message());
+    }
+}
+
+void TransferRun::send(TransferNode &node, const TransferPlace &place, TransferTarget &target, Item &item)
+{
+    // Taken from now on, whatever becomes of it.
+    FileItem arriving = transferNames::itemAt(place.path, node.item);
+    if (m_request.isMove && m_carrier.moveInOneStep(node.item, place)) {
+        arrive(node);
+        node.fate = Fate::moved;
+    } else if (node.isFolder()) {
+        enterFolder(node, place, item);
+    } else {
+        addTask(item, node, [this, &node, &item, place] {
+            m_carrier.carry(node.item, place);
+            node.fate = Fate::arrived;
+            const std::lock_guard lock(m_arrivedMutex);
+            m_arrived.push_back({&item, node.item, place.path});
+        });
+    }
+    target.entries.insert(arriving.name, std::move(arriving));
+}
+
+void TransferRun::enterFolder(TransferNode &node, const TransferPlace &place, Item &item)
+{
+    const bool isNew = place.standing == Standing::nothing;
+    if (m_route.isWithinOneServer() && isNew && !node.isScanned) {
+        addTask(item, node, [this, &node, place] {
+            m_carrier.copyTreeOnServer(node.item, place);
+            arrive(node);
+        });
+        return;
+    }
+    fill(node);
+    if (isNew && streamFolder(node, place, item))
+        return;
+    if (isNew)
+        makeFolder(place.path);
+    node.placedAt = place.path;
+    node.fate = Fate::entered;
+    if (isNew)
+        item.newFolders.emplace_back(node.item, place.path);
+    if (node.isIncomplete)
+        item.isIncomplete = true;
+    TransferTarget inner = isNew ? TransferTarget{place.path} : openTarget(place.path);
+    inner.isNew = isNew;
+    for (TransferNode &child : node.children)
+        dispatch(child, inner, item);
+}
+
+/// Takes the folder in one stream where that is possible and faster.
+bool TransferRun::streamFolder(TransferNode &node, const TransferPlace &place, Item &item)
+{
+    if (!m_stream.suits(node) || !m_stream.carry(node, place))
+        return false;
+    if (node.isIncomplete)
+        item.isIncomplete = true;
+    sendRest(node, item);
+    return true;
+}
+
+/// What a stream has left out goes file by file.
+void TransferRun::sendRest(TransferNode &node, Item &item)
+{
+    TransferTarget inner{node.placedAt, {}, true};
+    for (TransferNode &child : node.children) {
+        if (child.fate == Fate::entered) {
+            sendRest(child, item);
+        } else if (child.fate == Fate::arrived) {
+            const std::lock_guard lock(m_arrivedMutex);
+            m_arrived.push_back({&item, child.item, Format::join(node.placedAt, child.item.name)});
+        } else {
+            dispatch(child, inner, item);
+        }
+    }
+}
+
+void TransferRun::makeFolder(const QString &path)
+{
+    m_link.repeat([&](const std::stop_token &stop, bool isFirst) {
+        if (isFirst || !m_route.destination().stat(path, stop))
+            m_route.destination().createDirectory(path, stop);
+    });
+}
+
+void TransferRun::addTask(Item &item, TransferNode &node, std::function<void()> task)
+{
+    ++item.pending;
+    m_lanes.add([this, &item, &node, task = std::move(task)] {
+        try {
+            if (!m_callbacks.control->isStopped())
+                task();
+        } catch (const Cancelled &) {
+            item.isIncomplete = true;
+        } catch (const Error &error) {
+            item.isIncomplete = true;
+            if (isConnectionLost(error))
+                endForLostLink(error);
+            else
+                report(node.item, error.message());
+        }
+        if (node.fate != Fate::arrived)
+            item.isIncomplete = true;
+        release(item);
+    });
+}
+
+void TransferRun::arrive(TransferNode &node)
+{
+    node.fate = Fate::arrived;
+    m_tally.addDone(node.fileCount(), node.byteCount());
+}
+
+} // namespace moorix

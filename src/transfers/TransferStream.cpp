@@ -1,0 +1,185 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "transfers/TransferStream.h"
+
+#include "files/Format.h"
+#include "files/RemoteFileService.h"
+#include "transfers/TarUnpacker.h"
+#include "transfers/TransferNames.h"
+
+#include <algorithm>
+
+namespace moorix {
+
+using namespace Qt::StringLiterals;
+using Fate = TransferNode::Fate;
+
+namespace {
+
+/// The folders are there; `path` is where `folder` is to be.
+void markEntered(TransferNode &folder, const QString &path)
+{
+    folder.fate = Fate::entered;
+    folder.placedAt = path;
+    for (TransferNode &child : folder.children) {
+        if (child.isFolder())
+            markEntered(child, Format::join(path, child.item.name));
+    }
+}
+
+} // namespace
+
+TransferStream::TransferStream(const TransferRequest &request, const TransferRoute &route, TransferLink &link,
+                               TransferGate &gate, TransferTally &tally)
+    : m_request(request)
+    , m_route(route)
+    , m_link(link)
+    , m_gate(gate)
+    , m_tally(tally)
+    , m_parts(route, link, tally)
+{
+}
+
+bool TransferStream::suits(const TransferNode &folder) const
+{
+    constexpr qint64 fewestFiles = 8;
+    // Larger files are better off where each can go on by itself after a break.
+    constexpr qint64 largestMeanBytes = 256 * 1024;
+    constexpr qint64 mostBytes = 256 * 1024 * 1024;
+    if (m_isRefused || m_route.isServerSource() == m_route.isServerDestination())
+        return false;
+    const qint64 files = folder.fileCount();
+    const qint64 bytes = folder.byteCount();
+    return files >= fewestFiles && bytes <= mostBytes && bytes / files <= largestMeanBytes;
+}
+
+bool TransferStream::carry(TransferNode &folder, const TransferPlace &place)
+{
+    const FileItem part =
+        transferNames::itemAt(transferNames::partPath(place.path, m_request.id, folder.item), folder.item);
+    const QString name = Format::display(folder.item.name);
+    TransferTally::File progress(m_tally, folder.item.name);
+    Streamed streamed;
+    try {
+        if (place.hasPart)
+            m_parts.remove(part);
+        streamed = streamAcrossBreaks(folder, part, progress);
+        if (streamed && streamed->empty())
+            throw Error(u"Transfer"_s, u"nothing came out of the stream"_s);
+        if (streamed)
+            m_parts.giveName(part, place);
+        else
+            m_tally.note(u"File by file: the server has no shell that takes folders as one stream."_s);
+    } catch (const Error &error) {
+        // With the link lost for good, the next try clears up.
+        const TransferControl &control = m_link.control();
+        if (control.isStopped() ? !control.keepsParts() : !isConnectionLost(error))
+            m_parts.remove(part);
+        if (control.isStopped() || isConnectionLost(error))
+            throw;
+        m_tally.note(u"“%1” goes file by file: %2"_s.arg(name, error.message().section(u'\n', 0, 0)));
+        streamed.reset();
+    }
+    m_isRefused = !streamed;
+    if (!streamed)
+        return false;
+    markEntered(folder, place.path);
+    qint64 bytes = 0;
+    for (TransferNode *node : *streamed) {
+        node->fate = Fate::arrived;
+        bytes += node->byteCount();
+    }
+    progress.arrive(bytes, qint64(streamed->size()));
+    m_tally.note((m_route.isServerDestination() ? u"Sent as one stream: “%1”, %2 files."_s
+                                                : u"Received as one stream: “%1”, %2 files."_s)
+                     .arg(name)
+                     .arg(streamed->size()));
+    return true;
+}
+
+/// What a stream that breaks off has brought is not gone on with: it begins anew.
+TransferStream::Streamed TransferStream::streamAcrossBreaks(TransferNode &folder, const FileItem &part,
+                                                            TransferTally::File &progress)
+{
+    TransferLink::Tries tries(m_link);
+    TransferControl &control = m_link.control();
+    while (true) {
+        control.waitWhilePaused();
+        try {
+            const std::stop_token stop = control.untilPause();
+            if (!tries.isFirst())
+                m_parts.remove(part);
+            const TransferGate::Place room = m_gate.enter(m_route.servers(), stop);
+            return m_route.isServerDestination() ? upload(folder, part, stop, progress)
+                                                 : download(folder, part, stop, progress);
+        } catch (const Cancelled &) {
+            if (control.isStopped())
+                throw;
+            m_parts.remove(part);
+        } catch (const Error &error) {
+            tries.wait(error);
+        }
+        progress.moveTo(0);
+    }
+}
+
+TransferStream::Streamed TransferStream::upload(TransferNode &folder, const FileItem &part, const std::stop_token &stop,
+                                                TransferTally::File &progress)
+{
+    TarPacker packer(folder, [&progress](qint64 bytes, qint64 files) { progress.moveTo(bytes, files); });
+    auto &server = dynamic_cast<RemoteFileService &>(m_route.destination());
+    if (!server.unpackArchive(
+            part.path, [&packer] { return packer.next(); }, stop))
+        return std::nullopt;
+    check(packer, part, stop);
+    std::vector<TransferNode *> streamed;
+    for (const TarPacker::Packed &packed : packer.packed()) {
+        if (!packed.node->isFolder())
+            streamed.push_back(packed.node);
+    }
+    return streamed;
+}
+
+/// Compares contents where the server can tell them, else sizes.
+void TransferStream::check(const TarPacker &packer, const FileItem &part, const std::stop_token &stop)
+{
+    QStringList paths;
+    for (const TarPacker::Packed &packed : packer.packed()) {
+        if (!packed.sum.isEmpty())
+            paths << Format::join(part.path, packed.relative);
+    }
+    auto &server = dynamic_cast<RemoteFileService &>(m_route.destination());
+    const auto sums = server.checksums(paths, stop);
+    QHash<QString, qint64> sizes;
+    if (!sums) {
+        TransferNode there{part};
+        const auto list = [&](const QString &path) { return server.list(path, HiddenFiles::included, stop); };
+        TransferScan(list, transferNames::NameSource::server, [](const FileItem &, const QString &) {}).fill(there);
+        for (const TreeEntry &entry : entriesOf(there))
+            sizes.insert(entry.relative, entry.node->item.size);
+    }
+    for (const TarPacker::Packed &packed : packer.packed()) {
+        const QString path = Format::join(part.path, packed.relative);
+        const bool isRight = packed.sum.isEmpty() ||
+                             (sums ? sums->value(path) == packed.sum : sizes.value(packed.relative, -1) == packed.size);
+        if (!isRight)
+            throw Error(u"Transfer"_s, u"“%1” did not arrive whole in the stream."_s.arg(packed.relative));
+    }
+}
+
+TransferStream::Streamed TransferStream::download(TransferNode &folder, const FileItem &part,
+                                                  const std::stop_token &stop, TransferTally::File &progress)
+{
+    TarUnpacker unpacker(folder, part.path, [&progress](qint64 bytes, qint64 files) { progress.moveTo(bytes, files); });
+    auto &server = dynamic_cast<RemoteFileService &>(m_route.source());
+    if (!server.packArchive(
+            folder.item.path, [&unpacker](QByteArrayView bytes) { unpacker.feed(bytes); }, stop)) {
+        m_parts.remove(part);
+        return std::nullopt;
+    }
+    if (!unpacker.isComplete())
+        throw Error(u"Transfer"_s, u"The stream ended too early."_s);
+    unpacker.finishFolders();
+    return unpacker.unpacked();
+}
+
+} // namespace moorix

@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "transfers/TransferGate.h"
+#include "transfers/TransferParts.h"
+#include "transfers/TransferPlan.h"
+
+namespace moorix {
+
+class TarPacker;
+
+/// Takes a folder of many small files between the local disk and a server as one archive in one stream, which costs
+/// one round trip instead of several for each file. The folder comes into being under a part name, is checked, and only
+/// then takes its name. One thread.
+class TransferStream final
+{
+public:
+    TransferStream(const TransferRequest &request, const TransferRoute &route, TransferLink &link, TransferGate &gate,
+                   TransferTally &tally);
+
+    /// Whether a folder that goes to where nothing stands gains by it.
+    bool suits(const TransferNode &folder) const;
+
+    /// Carries what was planned of the folder and marks what has arrived; the rest, if any, is left to be carried file
+    /// by file into the folder, which is there then. False when nothing came of it: the server has no shell or no tar,
+    /// or the archive was broken. Throws when the transfer is stopped or the link is lost for good.
+    bool carry(TransferNode &folder, const TransferPlace &place);
+
+private:
+    /// The files and links that came through, or nothing where the server refuses.
+    using Streamed = std::optional<std::vector<TransferNode *>>;
+
+    Streamed streamAcrossBreaks(TransferNode &folder, const FileItem &part, TransferTally::File &progress);
+    Streamed upload(TransferNode &folder, const FileItem &part, const std::stop_token &stop,
+                    TransferTally::File &progress);
+    Streamed download(TransferNode &folder, const FileItem &part, const std::stop_token &stop,
+                      TransferTally::File &progress);
+    void check(const TarPacker &packer, const FileItem &part, const std::stop_token &stop);
+
+    const TransferRequest &m_request;
+    const TransferRoute &m_route;
+    TransferLink &m_link;
+    TransferGate &m_gate;
+    TransferTally &m_tally;
+    TransferParts m_parts;
+    /// Set once a server has turned out not to take or give archives.
+    bool m_isRefused = false;
+};
+
+} // namespace moorix

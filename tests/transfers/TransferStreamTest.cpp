@@ -1,0 +1,129 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "support/TestMain.h"
+#include "transfers/TarFormat.h"
+#include "transfers/TransferScene.h"
+
+#include <QTest>
+
+using namespace moorix;
+using namespace moorix::test;
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+const std::initializer_list<TestTree::Entry> manyFiles{
+    {"from/d/1", "1"},  {"from/d/2", "2"},      {"from/d/3", "3"},    {"from/d/4", "4"},
+    {"from/d/5", "5"},  {"from/d/e/6", "6"},    {"from/d/e/7", "7"},  {"from/d/e/8", ""},
+    {"from/d/.9", "9"}, {"from/d/two  x", "x"}, {"from/d/none/", ""}, {"to/", ""}};
+
+void addWays()
+{
+    QTest::addColumn<Route>("route");
+    QTest::newRow("up") << Route::upload;
+    QTest::newRow("down") << Route::download;
+}
+
+} // namespace
+
+class TransferStreamTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void folderOfManySmallFilesGoesAsOneStream_data() { addWays(); }
+    void folderOfManySmallFilesGoesAsOneStream()
+    {
+        QFETCH(const Route, route);
+        Scene scene(manyFiles, route);
+        scene.tree.link("from/d/link", "/nowhere");
+        scene.server->hasShell = true;
+        scene.request.isMove = true;
+        scene.add("from/d");
+        const TreeSnapshot expected = scene.under(u"from/"_s);
+        const TransferOutcome outcome = scene.run();
+        QCOMPARE(outcome.failures, QStringList());
+        QCOMPARE(scene.under(u"to/"_s), expected);
+        QCOMPARE(scene.under(u"from/"_s), TreeSnapshot());
+        QCOMPARE(outcome.counts.filesDone, 11);
+        QCOMPARE(outcome.counts.bytesDone, outcome.counts.bytesTotal);
+        QCOMPARE(scene.server->filesCarried.load(), 0);
+        QVERIFY2(outcome.notes.value(0).contains(u"as one stream: “d”, 11 files"_s),
+                 qPrintable(outcome.notes.join(u'|')));
+    }
+
+    void streamThatIsNotPossibleLeavesTheFolderToItsFiles_data()
+    {
+        QTest::addColumn<Route>("route");
+        QTest::addColumn<QByteArray>("archive");
+        QTest::addColumn<bool>("hasShell");
+        QTest::newRow("up, no shell") << Route::upload << QByteArray() << false;
+        QTest::newRow("down, no shell") << Route::download << QByteArray() << false;
+        QTest::newRow("down, words instead of an archive")
+            << Route::download << QByteArray("This account is currently not available.\n").repeated(30) << true;
+        QTest::newRow("down, the archive breaks off") << Route::download << QByteArray(512, '\0').first(100) << true;
+        QTest::newRow("down, nothing is in it") << Route::download << tarFormat::end() << true;
+    }
+    void streamThatIsNotPossibleLeavesTheFolderToItsFiles()
+    {
+        QFETCH(const Route, route);
+        QFETCH(const QByteArray, archive);
+        QFETCH(const bool, hasShell);
+        Scene scene(manyFiles, route);
+        scene.server->hasShell = hasShell;
+        scene.server->archive = archive;
+        scene.add("from/d");
+        const TransferOutcome outcome = scene.run();
+        QCOMPARE(outcome.failures, QStringList());
+        QCOMPARE(scene.under(u"to/"_s), scene.under(u"from/"_s));
+        QCOMPARE(scene.server->filesCarried.load(), 10);
+        QCOMPARE(outcome.counts.filesDone, 10);
+    }
+
+    void brokenStreamBeginsAnew_data() { addWays(); }
+    void brokenStreamBeginsAnew()
+    {
+        QFETCH(const Route, route);
+        Scene scene(manyFiles, route);
+        scene.server->hasShell = true;
+        scene.callbacks.reconnectDelays = {1ms};
+        scene.server->halfway = breakLink(1);
+        scene.add("from/d");
+        const TransferOutcome outcome = scene.run();
+        QCOMPARE(outcome.failures, QStringList());
+        QCOMPARE(scene.under(u"to/"_s), scene.under(u"from/"_s));
+        QCOMPARE(scene.server->filesCarried.load(), 0);
+        QCOMPARE(outcome.counts.filesDone, 10);
+    }
+
+    void stoppedStreamLeavesNothing_data() { addWays(); }
+    void stoppedStreamLeavesNothing()
+    {
+        QFETCH(const Route, route);
+        Scene scene(manyFiles, route);
+        scene.server->hasShell = true;
+        scene.server->halfway = [&scene](const QString &) {
+            scene.stop.request_stop();
+            throw Cancelled();
+        };
+        scene.add("from/d");
+        QVERIFY(scene.run().wasCancelled);
+        QCOMPARE(scene.under(u"to/"_s), TreeSnapshot());
+    }
+
+    void fileThatArrivesWrongIsNoticedBeforeTheFolderHasItsName()
+    {
+        Scene scene(manyFiles, Route::upload);
+        scene.server->hasShell = true;
+        scene.server->garbles = true;
+        scene.add("from/d");
+        const TransferOutcome outcome = scene.run();
+        // Nor do the files sent one by one, which the server garbles too, but those it reports as whole.
+        QVERIFY2(outcome.notes.value(0).contains(u"did not arrive whole in the stream"_s),
+                 qPrintable(outcome.notes.value(0)));
+        QCOMPARE(scene.server->filesCarried.load(), 10);
+    }
+};
+
+MOORIX_TEST(TransferStreamTest)
+#include "TransferStreamTest.moc"

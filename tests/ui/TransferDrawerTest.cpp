@@ -1,0 +1,143 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ui/TransferDrawer.h"
+
+#include "support/FolderServer.h"
+#include "support/TestMain.h"
+#include "support/TestTree.h"
+#include "transfers/TransferEngine.h"
+#include "ui/ConflictBar.h"
+
+#include <QAction>
+#include <QLabel>
+#include <QPushButton>
+#include <QSemaphore>
+#include <QTest>
+#include <QTreeWidget>
+
+using namespace moorix;
+using namespace moorix::test;
+using namespace Qt::StringLiterals;
+using State = TransferStatus::State;
+
+namespace {
+
+/// Uploads that stand halfway until they are let go, and the drawer that shows them.
+struct Scene
+{
+    TestTree tree{{"from/a", "12345678"}, {"from/b", "12345678"}, {"from/c", "new"}, {"to/", ""}};
+    std::shared_ptr<QSemaphore> letGo = std::make_shared<QSemaphore>();
+    std::shared_ptr<FolderServer> server = std::make_shared<FolderServer>();
+    TransferEngine engine{TransferEngine::Options{1, {}}};
+    TransferDrawer drawer{engine};
+    ConflictBar bar{engine};
+
+    Scene()
+    {
+        server->halfway = [letGo = letGo](const QString &) { letGo->tryAcquire(1, 5000); };
+        drawer.setVisible(true);
+    }
+    ~Scene() { letGo->release(99); }
+
+    QUuid send(const char *path)
+    {
+        TransferRequest request;
+        request.source = std::make_shared<LocalFileService>();
+        request.destination = server;
+        request.items = {*LocalFileService().stat(tree.path(path), {})};
+        request.targetFolder = tree.path("to");
+        return engine.enqueue(request);
+    }
+    QTreeWidget &list() const { return *drawer.findChild<QTreeWidget *>(u"transferList"_s); }
+    QPushButton &button(const char *name) const { return *drawer.findChild<QPushButton *>(QLatin1String(name)); }
+    void select(int row) const { list().setCurrentItem(list().topLevelItem(row)); }
+    void press(const char *name) const { QTest::mouseClick(&button(name), Qt::LeftButton); }
+    QString text(int row) const { return list().topLevelItem(row)->text(0).section(u' ', 1, 1); }
+};
+
+} // namespace
+
+class TransferDrawerTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void buttonsActOnWhatIsSelectedAndOnlyWhereTheyApply()
+    {
+        Scene scene;
+        scene.send("from/a");
+        QVERIFY(!scene.button("cancelTransfer").isEnabled());
+        scene.select(0);
+        QVERIFY(!scene.button("moveTransferUp").isVisible());
+        scene.press("pauseTransfer");
+        QCOMPARE(scene.engine.transfers().first().state, State::paused);
+        scene.letGo->release();
+        QVERIFY(!scene.button("pauseTransfer").isVisible());
+        scene.letGo->release();
+        scene.press("resumeTransfer");
+        QTRY_COMPARE(scene.engine.transfers().first().state, State::finished);
+        QVERIFY(!scene.button("retryTransfer").isVisible());
+        scene.press("clearTransfers");
+        QCOMPARE(scene.list().topLevelItemCount(), 0);
+    }
+
+    void listStandsInTheOrderItRunsAndEndedOnesBehind()
+    {
+        Scene scene;
+        scene.send("from/a");
+        scene.send("from/b");
+        scene.send("from/c");
+        scene.select(2);
+        scene.press("moveTransferUp");
+        QCOMPARE(scene.text(1), u"“c”"_s);
+        QCOMPARE(scene.list().selectedItems().size(), 1);
+        scene.letGo->release();
+        QTRY_COMPARE(scene.engine.transfers().first().state, State::finished);
+        QCOMPARE(scene.text(0), u"“c”"_s);
+        QCOMPARE(scene.text(2), u"“a”"_s);
+    }
+
+    void failureShowsItsReasonAndCanBeTriedAgain()
+    {
+        Scene scene;
+        scene.server->halfway = [](const QString &) {
+            throw FileServiceError::operationFailed(u"No space left on device"_s);
+        };
+        scene.send("from/a");
+        QTRY_COMPARE(scene.engine.transfers().first().state, State::failed);
+        const QTreeWidgetItem *item = scene.list().topLevelItem(0);
+        QCOMPARE(item->childCount(), 1);
+        QVERIFY(item->child(0)->text(0).contains(u"No space left"_s));
+        scene.server->halfway = nullptr;
+        // The line beneath a transfer stands for it.
+        scene.list().setCurrentItem(item->child(0));
+        scene.press("retryFailedTransfer");
+        QTRY_COMPARE(scene.engine.transfers().first().state, State::finished);
+        QCOMPARE(scene.list().topLevelItem(0)->childCount(), 0);
+    }
+
+    void conflictOffersToGoOnOnlyWhereThatCanBe_data()
+    {
+        QTest::addColumn<QByteArray>("existing");
+        QTest::addColumn<bool>("canResume");
+        QTest::newRow("shorter") << QByteArray("1234") << true;
+        QTest::newRow("longer") << QByteArray("123456789") << false;
+    }
+    void conflictOffersToGoOnOnlyWhereThatCanBe()
+    {
+        QFETCH(const QByteArray, existing);
+        QFETCH(const bool, canResume);
+        Scene scene;
+        scene.letGo->release(9);
+        scene.tree.write("to/a", existing);
+        scene.send("from/a");
+        QTRY_VERIFY(scene.engine.conflict());
+        auto *action = scene.bar.findChild<QAction *>(u"conflictResume"_s);
+        QCOMPARE(action->isEnabled(), canResume);
+        (canResume ? action : scene.bar.findChild<QAction *>(u"conflictOverwriteOtherSize"_s))->trigger();
+        QTRY_COMPARE(scene.engine.transfers().first().state, State::finished);
+        QCOMPARE(scene.tree.read("to/a"), QByteArray("12345678"));
+    }
+};
+
+MOORIX_TEST(TransferDrawerTest)
+#include "TransferDrawerTest.moc"
