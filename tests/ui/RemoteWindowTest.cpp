@@ -2,6 +2,7 @@
 #include "WindowBench.h"
 
 #include "app/ServerConnections.h"
+#include "remote/SFTPService.h"
 #include "support/TestMain.h"
 #include "support/TestServer.h"
 
@@ -129,8 +130,9 @@ private slots:
         QTRY_COMPARE(bench.home.read("left/from server.txt"), "remote");
 
         QVERIFY(bench.model->connections().isConnected(server.id));
+        const auto service = std::dynamic_pointer_cast<SFTPService>(bench.pane(Side::right)->service());
         bench.key(Qt::Key_K, Qt::ControlModifier | Qt::ShiftModifier);
-        QTRY_VERIFY(!bench.model->connections().isConnected(server.id));
+        QTRY_VERIFY(!bench.model->connections().isConnected(server.id) && !service->isConnected());
         bench.key(Qt::Key_R, Qt::ControlModifier);
         QTRY_VERIFY(bench.find("failureView"));
         bench.click(bench.find("retry"));
