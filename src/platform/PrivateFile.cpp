@@ -64,7 +64,9 @@ PrivateFile::PrivateFile(PrivateFile &&other) noexcept
 
 PrivateFile &PrivateFile::operator=(PrivateFile &&other) noexcept
 {
-    std::swap(m_path, other.m_path);
+    // What is replaced goes at once, not with `other`.
+    PrivateFile taken(std::move(other));
+    std::swap(m_path, taken.m_path);
     return *this;
 }
 
