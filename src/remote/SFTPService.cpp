@@ -89,10 +89,13 @@ void SFTPService::connect(const std::stop_token &stop)
 
 void SFTPService::disconnect() noexcept
 {
+    {
+        // First of all: an operation that comes in between must not open another connection.
+        const std::lock_guard lock(m_mutex);
+        m_isConnected = false;
+        SSHAuthHelper::cleanupIdentity(m_tempIdentityPath);
+    }
     m_runner.closeMaster(m_server);
-    const std::lock_guard lock(m_mutex);
-    SSHAuthHelper::cleanupIdentity(m_tempIdentityPath);
-    m_isConnected = false;
 }
 
 QString SFTPService::defaultDirectory(const std::stop_token & /*stop*/)

@@ -248,9 +248,10 @@ void MainWindow::closeEvent(QCloseEvent *event)
     if (open > 0 && !m_mayClose) {
         event->ignore();
         m_question->ask(
-            open == 1 ? tr("A transfer is under way. Cancel it and quit? What is already whole stays.")
-                      : tr("%1 transfers are under way. Cancel them and quit? What is already whole stays.").arg(open),
-            tr("Cancel and quit"), MessageBar::Tone::warning, [this] { quitNow(); });
+            (open == 1 ? tr("A transfer is under way.") : tr("%1 transfers are under way.").arg(open)) + u' ' +
+                tr("Between local folders and saved servers, what is left can go on at the next start; with other "
+                   "servers it ends here. Quit?"),
+            tr("Quit"), MessageBar::Tone::warning, [this] { quitNow(); });
         return;
     }
     WindowState::save(m_model, *this, *m_outer, *m_sides);

@@ -109,9 +109,9 @@ QList<QCommandLineOption> serverOptions()
             {u"symbol"_s, u"Name of the symbol shown."_s, u"NAME"_s},
             {u"sort-index"_s, u"Place among the servers of its folder."_s, u"NUMBER"_s},
             {u"passive"_s, u"FTP: passive data connections, yes or no."_s, u"SWITCH"_s},
-            {u"tls"_s, u"FTPS: encrypt the control channel, yes or no."_s, u"SWITCH"_s},
+            {u"tls"_s, u"FTPS: encrypt the connection, yes or no."_s, u"SWITCH"_s},
             {u"keep-alive"_s, u"Seconds between signs of life; 0 for none."_s, u"SECONDS"_s},
-            {u"strict"_s, u"Refuse unknown host keys, yes or no."_s, u"SWITCH"_s},
+            {u"strict"_s, u"Refuse unknown host keys and certificates, yes or no."_s, u"SWITCH"_s},
             {u"charset"_s, u"Character set of remote names."_s, u"NAME"_s},
             {u"notes"_s, u"Free text."_s, u"TEXT"_s}};
 }
