@@ -54,6 +54,8 @@ int runWindow(int &argc, char **argv)
         window.show();
         code = QApplication::exec();
     }
+    // Letting go of the model has queued the end of each connection; no event loop is left to begin it.
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::MetaCall);
     stopAllWork(patienceAtExit);
     return code;
 }

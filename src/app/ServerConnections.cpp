@@ -10,6 +10,7 @@
 #include <QStringList>
 
 #include <algorithm>
+#include <atomic>
 #include <mutex>
 
 namespace moorix {
@@ -66,11 +67,21 @@ struct ServerConnections::Line
 
     std::mutex serviceMutex;
     std::weak_ptr<RemoteFileService> service;
+    std::shared_ptr<std::atomic<bool>> isEnded;
 
     std::shared_ptr<RemoteFileService> live()
     {
         const std::lock_guard lock(serviceMutex);
         return service.lock();
+    }
+
+    /// The service if it is still to be disconnected. It is so only once: a late second time would close the connection
+    /// that has taken its place on the control socket.
+    std::shared_ptr<RemoteFileService> takeLeave()
+    {
+        const std::lock_guard lock(serviceMutex);
+        std::shared_ptr<RemoteFileService> leaving = service.lock();
+        return leaving && !isEnded->exchange(true) ? leaving : nullptr;
     }
 
     /// Without the start folder.
@@ -85,12 +96,16 @@ std::shared_ptr<RemoteFileService> ServerConnections::Line::makeShared()
 {
     std::shared_ptr<RemoteFileService> inner = makeService(server, credentials);
     RemoteFileService *raw = inner.get();
+    auto ended = std::make_shared<std::atomic<bool>>(false);
     std::shared_ptr<RemoteFileService> shared(
-        raw, [inner = std::move(inner), observer = owner](RemoteFileService *) mutable {
-            disconnectLater(std::move(inner), observer);
+        raw, [inner = std::move(inner), observer = owner, ended](RemoteFileService *) mutable {
+            const std::shared_ptr<RemoteFileService> last = std::move(inner);
+            if (!ended->exchange(true))
+                disconnectLater(last, observer);
         });
     const std::lock_guard lock(serviceMutex);
     service = shared;
+    isEnded = std::move(ended);
     return shared;
 }
 
@@ -99,7 +114,7 @@ OpenConnection ServerConnections::Line::open(const std::stop_token &stop)
     std::unique_lock lock(gate, std::defer_lock);
     lockUnlessStopped(lock, stop);
     if (replaced) {
-        if (const auto old = replaced->live())
+        if (const auto old = replaced->takeLeave())
             old->disconnect();
         replaced.reset();
     }
@@ -207,8 +222,9 @@ void ServerConnections::disconnect(const QUuid &serverID)
     const std::shared_ptr<Line> line = m_lines.take(serverID);
     if (!line)
         return;
-    if (const auto service = line->live())
+    if (const auto service = line->takeLeave())
         disconnectLater(service, this);
+    emit disconnected(serverID);
 }
 
 } // namespace moorix

@@ -59,6 +59,8 @@ public:
 
 signals:
     void connectionsChanged();
+    /// The user has ended the connection to this server, or one in the making.
+    void disconnected(const QUuid &serverID);
 
 private:
     struct Line;

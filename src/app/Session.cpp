@@ -58,6 +58,11 @@ std::unique_ptr<Session> Session::dormant(Target target, ServerConnections &conn
     session->m_credentials = std::move(target.credentials);
     session->m_path = std::move(target.path);
     session->m_connections = &connections;
+    QObject::connect(&connections, &ServerConnections::disconnected, session.get(),
+                     [session = session.get()](const QUuid &serverID) {
+                         if (serverID == session->m_server->id)
+                             session->endConnection(FileServiceError::notConnected().message());
+                     });
     session->m_setUp = std::move(setUp);
     return session;
 }
@@ -155,12 +160,19 @@ void Session::noticeLostConnection()
                                   FileServiceError::authFailed({}).message()};
     const bool isLost = std::any_of(lostPrefixes.cbegin(), lostPrefixes.cend(),
                                     [&message](const QString &prefix) { return message.startsWith(prefix); });
-    if (!isLost)
+    if (isLost)
+        endConnection(message);
+}
+
+void Session::endConnection(const QString &reason)
+{
+    if (m_state != State::connecting && m_state != State::ready)
         return;
-    if (!m_pane->currentPath().isEmpty())
+    m_job.cancel();
+    if (m_pane && !m_pane->currentPath().isEmpty())
         m_path = m_pane->currentPath();
     dropPane();
-    setState(State::failed, message);
+    setState(State::failed, reason);
 }
 
 void Session::setState(State state, const QString &text)

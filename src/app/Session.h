@@ -85,6 +85,7 @@ private:
     void dropPane();
     void setState(State state, const QString &text);
     void noticeLostConnection();
+    void endConnection(const QString &reason);
 
     QUuid m_id;
     PaneMode m_mode = PaneMode::local;

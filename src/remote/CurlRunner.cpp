@@ -90,9 +90,10 @@ CurlConfig commonOptions(const FTPLogin &login)
         config.flag(option);
     config.set("noproxy", "*");
     config.set("connect-timeout", "20");
-    config.set("keepalive-time",
-               QByteArray::number(std::max<qint64>(login.server.keepAliveSeconds, 0) > 0 ? login.server.keepAliveSeconds
-                                                                                         : 60));
+    if (login.server.keepAliveSeconds > 0)
+        config.set("keepalive-time", QByteArray::number(login.server.keepAliveSeconds));
+    else
+        config.flag("no-keepalive");
     config.set("dump-header", "/dev/stderr");
     if (!login.server.passiveMode)
         config.set("ftp-port", "-");

@@ -3,6 +3,7 @@
 
 #include "base/Json.h"
 #include "base/JsonFile.h"
+#include "files/FileItemJson.h"
 
 #include <QFileInfo>
 
@@ -11,32 +12,6 @@ namespace moorix {
 using namespace Qt::StringLiterals;
 
 namespace {
-
-void writeItem(JsonWriter &writer, const FileItem &item)
-{
-    writer.beginObject();
-    writer.field(u"name", QJsonValue(item.name));
-    writer.field(u"path", QJsonValue(item.path));
-    writer.field(u"isDirectory", QJsonValue(item.isDirectory));
-    writer.field(u"isSymlink", QJsonValue(item.isSymlink));
-    writer.field(u"size", QJsonValue(item.size));
-    writer.field(u"modified", item.modified);
-    writer.field(u"permissions", item.permissions);
-    writer.endObject();
-}
-
-FileItem readItem(const JsonReader &reader)
-{
-    FileItem item;
-    item.name = reader.requiredString(u"name"_s);
-    item.path = reader.requiredString(u"path"_s);
-    item.isDirectory = reader.requiredBool(u"isDirectory"_s);
-    item.isSymlink = reader.requiredBool(u"isSymlink"_s);
-    item.size = reader.requiredInteger(u"size"_s);
-    item.modified = reader.optionalDate(u"modified"_s);
-    item.permissions = reader.optionalString(u"permissions"_s);
-    return item;
-}
 
 void writePieces(JsonWriter &writer, QStringView key, const QList<TransferPiece> &pieces)
 {
@@ -48,7 +23,7 @@ void writePieces(JsonWriter &writer, QStringView key, const QList<TransferPiece>
         writer.key(u"items");
         writer.beginArray();
         for (const FileItem &item : piece.items)
-            writeItem(writer, item);
+            writeJson(writer, item);
         writer.endArray();
         writer.endObject();
     }
@@ -64,7 +39,7 @@ QList<TransferPiece> readPieces(const JsonReader &reader, const QString &key)
         const QJsonArray items = piece.requiredArray(u"items"_s);
         pieces.append({{}, piece.requiredString(u"targetFolder"_s)});
         for (qsizetype item = 0; item < items.size(); ++item)
-            pieces.last().items.append(readItem(piece.element(items, item, u"the items of a transfer"_s)));
+            pieces.last().items.append(fileItemFromJson(piece.element(items, item, u"the items of a transfer"_s)));
     }
     return pieces;
 }

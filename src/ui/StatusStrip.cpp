@@ -84,10 +84,12 @@ void StatusStrip::showConnection(const QString &text, bool isConnected)
 void StatusStrip::followTransfers()
 {
     const QList<TransferStatus> &all = m_model.transfers().transfers();
-    const auto running = std::ranges::find(all, TransferStatus::State::running, &TransferStatus::state);
+    auto running = std::ranges::find(all, TransferStatus::State::running, &TransferStatus::state);
+    if (running == all.end())
+        running = std::ranges::find(all, TransferStatus::State::reconnecting, &TransferStatus::state);
     const QUuid before = std::exchange(m_running, running == all.end() ? QUuid() : running->id);
     const auto ended = std::ranges::find(all, before, &TransferStatus::id);
-    if (before != m_running && ended != all.end() && ended->state != TransferStatus::State::running)
+    if (before != m_running && ended != all.end() && !isOpen(ended->state))
         showEnded(*ended);
 
     const bool isRunning = running != all.end();
@@ -97,15 +99,23 @@ void StatusStrip::followTransfers()
         const int permille = TransferText::permille(*running);
         m_progress->setRange(0, permille < 0 ? 0 : 1000);
         m_progress->setValue(std::max(0, permille));
-        m_progressText->setText(TransferText::progress(*running));
+        const bool isReconnecting = running->state == TransferStatus::State::reconnecting;
+        m_progressText->setText(isReconnecting
+                                    ? QStringLiteral("%1 — %2").arg(running->title, TransferText::outcome(*running))
+                                    : TransferText::progress(*running));
     }
     const auto waiting = std::ranges::count(all, TransferStatus::State::waiting, &TransferStatus::state);
     const auto failed = std::ranges::count(all, TransferStatus::State::failed, &TransferStatus::state);
+    const auto halted = std::ranges::count_if(all, [](const TransferStatus &transfer) {
+        return transfer.state == TransferStatus::State::paused || transfer.state == TransferStatus::State::interrupted;
+    });
     m_queue->setVisible(!all.isEmpty());
     if (waiting > 0)
         m_queue->setText(waiting == 1 ? tr("1 transfer queued") : tr("%1 transfers queued").arg(waiting));
+    else if (failed > 0)
+        m_queue->setText(tr("Transfers · %1 failed").arg(failed));
     else
-        m_queue->setText(failed > 0 ? tr("Transfers · %1 failed").arg(failed) : tr("Transfers"));
+        m_queue->setText(halted > 0 ? tr("Transfers · %1 halted").arg(halted) : tr("Transfers"));
 }
 
 void StatusStrip::showEnded(const TransferStatus &transfer)

@@ -121,7 +121,7 @@ private slots:
         const ServerConnection server = serverNamed(u"web-01"_s);
         Session &session = scene.tabs->openServer(server, std::nullopt, scene.tree.path("srv/deep"));
         QTRY_VERIFY(session.pane() && session.pane()->currentPath() == scene.tree.path("srv/deep"));
-        scene.connections.disconnect(server.id);
+        session.pane()->service()->disconnect();
         QTRY_COMPARE(scene.farewells->load(), 1);
         session.pane()->reload();
         QTRY_COMPARE(session.state(), State::failed);

@@ -133,6 +133,7 @@ private slots:
         const auto service = std::dynamic_pointer_cast<SFTPService>(bench.pane(Side::right)->service());
         bench.key(Qt::Key_K, Qt::ControlModifier | Qt::ShiftModifier);
         QTRY_VERIFY(!bench.model->connections().isConnected(server.id) && !service->isConnected());
+        QVERIFY(bench.find("failureView"));
         bench.key(Qt::Key_R, Qt::ControlModifier);
         QTRY_VERIFY(bench.find("failureView"));
         bench.click(bench.find("retry"));
