@@ -8,6 +8,7 @@
 #include "ui/Widgets.h"
 
 #include <QHBoxLayout>
+#include <QIcon>
 #include <QLabel>
 #include <QPushButton>
 #include <QScrollArea>
@@ -30,7 +31,8 @@ FailureView::FailureView(Session &session, bool isSaved, std::shared_ptr<Process
     column->setContentsMargins(24, 24, 24, 24);
     column->setSpacing(12);
     auto *icon = new QLabel(body);
-    icon->setPixmap(Theme::icon(QStringLiteral("data-warning"), Theme::Color::warning).pixmap(32, 32));
+    // In its own colours: tinted, the mark inside would be lost.
+    icon->setPixmap(QIcon::fromTheme(QStringLiteral("data-warning")).pixmap(QSize(22, 22), devicePixelRatioF()));
     QLabel *title = Widgets::label(sentence, Widgets::TextRole::headline, body);
     title->setObjectName(QStringLiteral("failureSentence"));
     title->setTextInteractionFlags(Qt::TextSelectableByMouse);
