@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Reading a server's listing, and one listing over a live connection against the bare client.
+// Reading a server's listing, one listing over a live connection against the bare client, and how soon a child ends.
 #include "Paired.h"
 
+#include "base/Error.h"
+#include "platform/SystemProcessRunner.h"
 #include "remote/SFTPService.h"
 #include "remote/SSHAuthHelper.h"
 #include "remote/UnixListParser.h"
@@ -10,6 +12,9 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QTemporaryDir>
+
+#include <thread>
 
 using namespace moorix;
 
@@ -67,6 +72,40 @@ void listOverLiveConnection(benchmark::State &state)
     service.disconnect();
 }
 BENCHMARK(listOverLiveConnection)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(41);
+
+/// A child that ignores the polite signal and has filled our memory, cancelled while it still runs.
+void cancelDeafChild(benchmark::State &state)
+{
+    std::stop_source stop;
+    std::thread run;
+    const auto startChild = [&] {
+        const QTemporaryDir folder;
+        const QString isReady = folder.filePath(QStringLiteral("ready"));
+        stop = std::stop_source();
+        run = std::thread([isReady, token = stop.get_token()] {
+            ProcessRequest request;
+            request.program = QStringLiteral("/bin/sh");
+            request.outputLimitBytes = 1 << 30;
+            request.arguments = {
+                QStringLiteral("-c"),
+                QStringLiteral("trap '' TERM; head -c 300000000 /dev/zero; touch '%1'; sleep 600 & wait").arg(isReady)};
+            try {
+                SystemProcessRunner().run(request, token);
+            } catch (const Cancelled &) {
+            }
+        });
+        while (!QFile::exists(isReady))
+            std::this_thread::yield();
+    };
+    bench::limited(
+        state, startChild,
+        [&] {
+            stop.request_stop();
+            run.join();
+        },
+        200);
+}
+BENCHMARK(cancelDeafChild)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(11);
 
 } // namespace
 
