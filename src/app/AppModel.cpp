@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/AppModel.h"
 
+#include "app/EditedFiles.h"
 #include "app/ListColumns.h"
-#include "app/OpenedCopies.h"
 #include "app/PaneTabs.h"
 #include "app/ServerConnections.h"
 #include "app/Session.h"
@@ -76,7 +76,6 @@ AppModel::AppModel(Platform platform, QObject *parent)
     , m_transfers(std::make_unique<TransferEngine>())
     , m_clipboard(std::make_unique<FileClipboard>())
     , m_columns(std::make_unique<ListColumns>(*m_settings, *m_preferences))
-    , m_openedCopies(std::make_unique<OpenedCopies>())
 {
     ServerStore::Options options;
     options.path = AppPaths::applicationSupport() + u"/servers.json"_s;
@@ -97,6 +96,7 @@ AppModel::AppModel(Platform platform, QObject *parent)
             emit messageRaised(m_servers->problem());
     });
     takeUpTransfers();
+    takeUpEditedFiles();
     m_migration = migrateSecretsOnce(*m_preferences, m_keychain, idsOf(m_servers->library().servers), {});
 }
 
@@ -134,6 +134,16 @@ void AppModel::takeUpTransfers()
             failed);
     };
     m_transfers->keepQueueIn(AppPaths::applicationSupport() + u"/transfers.json"_s, std::move(places));
+}
+
+void AppModel::takeUpEditedFiles()
+{
+    m_editedFiles = std::make_unique<EditedFiles>(
+        EditedFiles::Environment{AppPaths::applicationSupport() + u"/edited"_s, m_localFiles, *m_connections,
+                                 [this](const QUuid &server) { return m_servers->server(server); }});
+    connect(m_editedFiles.get(), &EditedFiles::messageRaised, this, &AppModel::messageRaised);
+    for (const auto &tabs : m_tabs)
+        connect(m_editedFiles.get(), &EditedFiles::folderChanged, tabs.get(), &PaneTabs::reload);
 }
 
 PaneTabs &AppModel::tabs(Side side) const

@@ -15,11 +15,11 @@
 
 namespace moorix {
 
+class EditedFiles;
 class FileService;
 class KeyValueStore;
 class Keychain;
 class ListColumns;
-class OpenedCopies;
 class PaneTabs;
 class Preferences;
 class ProcessRunner;
@@ -60,7 +60,7 @@ public:
     TransferEngine &transfers() const { return *m_transfers; }
     FileClipboard &clipboard() const { return *m_clipboard; }
     ListColumns &columns() const { return *m_columns; }
-    OpenedCopies &openedCopies() const { return *m_openedCopies; }
+    EditedFiles &editedFiles() const { return *m_editedFiles; }
     PaneTabs &tabs(Side side) const;
     const std::shared_ptr<FileService> &localFiles() const { return m_localFiles; }
     const std::shared_ptr<ProcessRunner> &processes() const { return m_processes; }
@@ -92,6 +92,7 @@ signals:
 private:
     std::optional<QString> transfer(FileClipboard::Content content, Side to);
     void takeUpTransfers();
+    void takeUpEditedFiles();
 
     std::unique_ptr<Preferences> m_preferences;
     std::unique_ptr<KeyValueStore> m_cloud;
@@ -104,7 +105,7 @@ private:
     std::unique_ptr<TransferEngine> m_transfers;
     std::unique_ptr<FileClipboard> m_clipboard;
     std::unique_ptr<ListColumns> m_columns;
-    std::unique_ptr<OpenedCopies> m_openedCopies;
+    std::unique_ptr<EditedFiles> m_editedFiles;
     std::array<std::unique_ptr<PaneTabs>, 2> m_tabs;
     Side m_activeSide = Side::left;
     Job m_migration;

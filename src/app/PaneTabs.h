@@ -68,6 +68,8 @@ public:
     /// Closing the last tab leaves a local one.
     void close(qsizetype index);
     void moveTab(qsizetype from, qsizetype to);
+    /// Lists these folders of a service again wherever they are shown.
+    void reload(const FileService *service, const QStringList &folders);
 
 signals:
     /// Tabs came, went or moved. Sessions that went are deleted later, after the signal.
@@ -86,7 +88,6 @@ private:
                                         const std::optional<QString> &path);
     void setUp(PaneModel &pane) const;
     void showCurrent();
-    void reload(const FileService *service, const QStringList &folders);
 
     Environment m_environment;
     std::unique_ptr<PaneSlot> m_slot;

@@ -202,10 +202,10 @@ Job ServerConnections::test(const ServerConnection &draft, const ConnectionCrede
         std::move(done), std::move(failed));
 }
 
-bool ServerConnections::isConnected(const QUuid &serverID) const
+std::shared_ptr<RemoteFileService> ServerConnections::live(const QUuid &serverID) const
 {
     const std::shared_ptr<Line> line = m_lines.value(serverID);
-    return line && line->live();
+    return line ? line->live() : nullptr;
 }
 
 std::optional<QUuid> ServerConnections::serverOf(const FileService &service) const

@@ -52,7 +52,9 @@ public:
     /// Connects a draft apart from everything else, lists its start folder and disconnects again.
     [[nodiscard]] Job test(const ServerConnection &draft, const ConnectionCredentials &credentials,
                            std::function<void(const QString &summary)> done, std::function<void(const Error &)> failed);
-    bool isConnected(const QUuid &serverID) const;
+    bool isConnected(const QUuid &serverID) const { return live(serverID) != nullptr; }
+    /// The service that is in use for a server, if any.
+    std::shared_ptr<RemoteFileService> live(const QUuid &serverID) const;
     /// The server that a live service reaches, if it is one of these.
     std::optional<QUuid> serverOf(const FileService &service) const;
     void disconnect(const QUuid &serverID);

@@ -166,4 +166,14 @@ QString display(const QString &text)
     return shown += QStringView(text).sliced(done);
 }
 
+std::optional<QString> octalMode(const std::optional<QString> &permissions)
+{
+    if (!permissions || permissions->size() != 9)
+        return std::nullopt;
+    int mode = 0;
+    for (const QChar letter : *permissions)
+        mode = mode * 2 + (QStringView(u"-ST").contains(letter) ? 0 : 1);
+    return QString::number(mode, 8).rightJustified(3, u'0');
+}
+
 } // namespace moorix::Format

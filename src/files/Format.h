@@ -24,4 +24,7 @@ QString fileName(const QString &path);
 /// A name or path for showing: bytes that are no UTF-8 and control characters become visible escapes (\xFF, \n).
 QString display(const QString &text);
 
+/// "rwxr-x---" as octal digits, without set-user-id and its like; nothing for another text.
+std::optional<QString> octalMode(const std::optional<QString> &permissions);
+
 } // namespace moorix::Format

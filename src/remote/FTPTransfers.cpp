@@ -38,17 +38,6 @@ struct ::stat statusOf(const QString &path)
     return status;
 }
 
-/// "rwxr-xr-x" as octal digits; nothing for another text.
-std::optional<QByteArray> octalDigits(const std::optional<QString> &permissions)
-{
-    if (!permissions || permissions->size() != 9)
-        return std::nullopt;
-    int mode = 0;
-    for (const QChar letter : *permissions)
-        mode = mode * 2 + (QStringView(u"-ST").contains(letter) ? 0 : 1);
-    return QByteArray::number(mode, 8).rightJustified(3, '0');
-}
-
 /// The program's own name for a file that is still being written: nobody needs it whole.
 bool isPart(const QString &path)
 {
@@ -183,8 +172,8 @@ void FTPService::put(const QString &localPath, const QString &toRemote, const Re
     const QString part = LocalDisk::partPath(toRemote);
     CurlConfig afterwards;
     if (existing && !options.keepsTimes) {
-        if (const std::optional<QByteArray> octal = octalDigits(existing->permissions))
-            afterwards.set("quote", "-*SITE CHMOD " + *octal + ' ' + native(part));
+        if (const std::optional<QString> octal = Format::octalMode(existing->permissions))
+            afterwards.set("quote", "-*SITE CHMOD " + octal->toLatin1() + ' ' + native(part));
     }
     afterwards.set("quote", "-RNFR " + native(part));
     afterwards.set("quote", "-RNTO " + native(toRemote));

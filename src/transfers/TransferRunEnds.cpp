@@ -11,21 +11,6 @@ namespace moorix {
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-/// "rwxr-x---" as octal digits; nothing for another text.
-std::optional<QString> octalDigits(const std::optional<QString> &permissions)
-{
-    if (!permissions || permissions->size() != 9)
-        return std::nullopt;
-    int mode = 0;
-    for (const QChar letter : *permissions)
-        mode = mode * 2 + (letter == u'-' ? 0 : 1);
-    return QString::number(mode, 8).rightJustified(3, u'0');
-}
-
-} // namespace
-
 /// The last one out closes the door: whichever lane it is, the folders get their modes and times, and the original
 /// goes.
 void TransferRun::release(Item &item)
@@ -47,7 +32,7 @@ void TransferRun::release(Item &item)
 /// Modes and times that a file system or a server does not take are left as they are: the content is what counts.
 void TransferRun::applyFolderAttributes(const FileItem &folder, const QString &path)
 {
-    if (const auto octal = octalDigits(folder.permissions)) {
+    if (const auto octal = Format::octalMode(folder.permissions)) {
         try {
             m_link.repeat([&](const std::stop_token &stop, bool) {
                 m_route.destination().setPermissions(path, *octal, Recursive::no, stop);

@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/MainWindow.h"
 
+#include "app/EditedFiles.h"
 #include "app/PaneTabs.h"
 #include "app/ServerConnections.h"
 #include "app/Session.h"
+#include "files/Format.h"
 #include "files/PaneModel.h"
 #include "settings/SettingsStore.h"
 #include "transfers/TransferEngine.h"
 #include "ui/ConflictBar.h"
+#include "ui/EditedFilesBar.h"
 #include "ui/MainToolBar.h"
 #include "ui/MessageBar.h"
 #include "ui/SessionView.h"
@@ -98,6 +101,7 @@ QWidget *MainWindow::makeCentre()
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
     column->addWidget(m_outer, 1);
+    column->addWidget(new EditedFilesBar(m_model.editedFiles(), centre));
     column->addWidget(new ConflictBar(m_model.transfers(), centre));
     column->addWidget(m_drawer);
     column->addWidget(m_question);
@@ -240,18 +244,33 @@ void MainWindow::quitNow()
     close();
 }
 
-void MainWindow::closeEvent(QCloseEvent *event)
+QString MainWindow::questionBeforeQuitting() const
 {
+    QStringList sentences;
     const auto open = std::ranges::count_if(m_model.transfers().transfers(), [](const TransferStatus &transfer) {
         return transfer.state == TransferStatus::State::running || transfer.state == TransferStatus::State::waiting;
     });
-    if (open > 0 && !m_mayClose) {
+    if (open > 0) {
+        sentences << (open == 1 ? tr("A transfer is under way.") : tr("%1 transfers are under way.").arg(open))
+                  << tr("Between local folders and saved servers, what is left can go on at the next start; with other "
+                        "servers it ends here.");
+    }
+    const QList<EditedFile> unsent = m_model.editedFiles().unsent();
+    if (!unsent.isEmpty()) {
+        sentences << (unsent.size() == 1
+                          ? tr("“%1” was edited and is not uploaded; your version is kept for the next start.")
+                                .arg(Format::display(unsent.first().name))
+                          : tr("%1 edited files are not uploaded; your versions are kept for the next start.")
+                                .arg(unsent.size()));
+    }
+    return sentences.isEmpty() ? QString() : sentences.join(u' ') + u' ' + tr("Quit?");
+}
+
+void MainWindow::closeEvent(QCloseEvent *event)
+{
+    if (const QString question = questionBeforeQuitting(); !question.isEmpty() && !m_mayClose) {
         event->ignore();
-        m_question->ask(
-            (open == 1 ? tr("A transfer is under way.") : tr("%1 transfers are under way.").arg(open)) + u' ' +
-                tr("Between local folders and saved servers, what is left can go on at the next start; with other "
-                   "servers it ends here. Quit?"),
-            tr("Quit"), MessageBar::Tone::warning, [this] { quitNow(); });
+        m_question->ask(question, tr("Quit"), MessageBar::Tone::warning, [this] { quitNow(); });
         return;
     }
     WindowState::save(m_model, *this, *m_outer, *m_sides);

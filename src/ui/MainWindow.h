@@ -77,6 +77,8 @@ private:
     void followSetting(const QString &key);
     void applyLook();
     void applyTwoSides();
+    /// Empty when nothing would be lost or left undone.
+    QString questionBeforeQuitting() const;
 
     AppModel &m_model;
     WindowActions *m_actions = nullptr;

@@ -2,7 +2,7 @@
 #include "ui/RemoteOpening.h"
 
 #include "app/AppModel.h"
-#include "app/OpenedCopies.h"
+#include "app/EditedFiles.h"
 #include "files/Format.h"
 #include "files/RemoteFileService.h"
 #include "ui/MessageBar.h"
@@ -26,11 +26,12 @@ void openWithDesktop(AppModel &model, const QString &path)
     }
 }
 
-RemoteOpening::RemoteOpening(AppModel &model, std::shared_ptr<RemoteFileService> server, FileItem file,
-                             QBoxLayout &column)
+RemoteOpening::RemoteOpening(AppModel &model, ServerConnection server, std::shared_ptr<RemoteFileService> service,
+                             FileItem file, QBoxLayout &column)
     : QObject(column.parentWidget())
     , m_model(model)
     , m_server(std::move(server))
+    , m_service(std::move(service))
     , m_file(std::move(file))
     , m_bar(new MessageBar(column.parentWidget()))
 {
@@ -55,11 +56,11 @@ void RemoteOpening::fetch()
 {
     m_received = std::make_shared<std::atomic<qint64>>(0);
     m_tick.start();
-    m_job = m_model.openedCopies().fetch(
-        m_server, m_file, m_received,
+    m_job = m_model.editedFiles().fetch(
+        m_server, m_service, m_file, m_received,
         [this](const QString &path) {
-            emit m_model.messageRaised(tr("“%1” was opened as a read-only copy; the file on the server stays as it is.")
-                                           .arg(Format::display(m_file.name)));
+            emit m_model.messageRaised(tr("“%1” is open; what you save in it is uploaded to %2.")
+                                           .arg(Format::display(m_file.name), Format::display(m_server.displayName())));
             openWithDesktop(m_model, path);
             end();
         },

@@ -3,6 +3,7 @@
 
 #include "base/Job.h"
 #include "files/FileItem.h"
+#include "servers/ServerConnection.h"
 
 #include <QObject>
 #include <QTimer>
@@ -21,8 +22,9 @@ class RemoteFileService;
 /// Hands a file on this machine to the desktop's program for it, and says when there is none.
 void openWithDesktop(AppModel &model, const QString &path);
 
-/// A file of a server on its way to the desktop's program for it: asks first when it is large, shows how far the
-/// download is, and can be given up. Ends itself when the file is open or nobody wants it any more. Main thread.
+/// A file of a server on its way to the desktop's program for it, which edits a copy that is uploaded on each save:
+/// asks first when it is large, shows how far the download is, and can be given up. Ends itself when the file is open
+/// or nobody wants it any more. Main thread.
 class RemoteOpening final : public QObject
 {
     Q_OBJECT
@@ -32,7 +34,8 @@ public:
     static constexpr qint64 largeBytes = 50'000'000;
 
     /// Shows its notices at the top of `column`, whose widget becomes the parent.
-    RemoteOpening(AppModel &model, std::shared_ptr<RemoteFileService> server, FileItem file, QBoxLayout &column);
+    RemoteOpening(AppModel &model, ServerConnection server, std::shared_ptr<RemoteFileService> service, FileItem file,
+                  QBoxLayout &column);
     ~RemoteOpening() override;
 
     const FileItem &file() const { return m_file; }
@@ -43,7 +46,8 @@ private:
     void end();
 
     AppModel &m_model;
-    std::shared_ptr<RemoteFileService> m_server;
+    ServerConnection m_server;
+    std::shared_ptr<RemoteFileService> m_service;
     FileItem m_file;
     MessageBar *m_bar;
     std::shared_ptr<std::atomic<qint64>> m_received;

@@ -115,18 +115,20 @@ PaneContext SessionView::paneContext()
     };
     if (m_session.mode() == PaneMode::local)
         context.openFile = [this](const FileItem &item) { openWithDesktop(m_model, item.path); };
-    else if (auto server = std::dynamic_pointer_cast<RemoteFileService>(m_session.pane()->service()))
-        context.openFile = [this, server](const FileItem &item) { openRemoteFile(server, item); };
+    else if (auto service = std::dynamic_pointer_cast<RemoteFileService>(m_session.pane()->service()))
+        context.openFile = [this, service](const FileItem &item) { openRemoteFile(service, item); };
+    // Programs of the desktop both show files and edit them.
+    context.editFile = context.openFile;
     return context;
 }
 
-void SessionView::openRemoteFile(const std::shared_ptr<RemoteFileService> &server, const FileItem &file)
+void SessionView::openRemoteFile(const std::shared_ptr<RemoteFileService> &service, const FileItem &file)
 {
     const QList<RemoteOpening *> underWay = findChildren<RemoteOpening *>(Qt::FindDirectChildrenOnly);
     const bool isOnItsWay = std::ranges::any_of(
         underWay, [&file](const RemoteOpening *opening) { return opening->file().path == file.path; });
     if (!isOnItsWay)
-        new RemoteOpening(m_model, server, file, *m_column);
+        new RemoteOpening(m_model, *m_session.server(), service, file, *m_column);
 }
 
 QWidget *SessionView::makePane()

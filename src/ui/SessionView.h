@@ -45,7 +45,7 @@ private:
     void followNotice();
     QWidget *makeContent();
     PaneContext paneContext();
-    void openRemoteFile(const std::shared_ptr<RemoteFileService> &server, const FileItem &file);
+    void openRemoteFile(const std::shared_ptr<RemoteFileService> &service, const FileItem &file);
     QWidget *makePane();
     QWidget *makeLibrary();
     QWidget *makeFailure();

@@ -27,6 +27,8 @@ QSplitter#sideSplitter::handle:hover { background: <accent>; }
 QWidget#statusStrip { background: <sidebar>; border-top: 1px solid <border>; }
 QWidget#statusStrip QLabel { color: <mutedText>; }
 QFrame#transferDrawer { background: <sidebar>; border: none; border-top: 1px solid <border>; }
+QFrame#editedFilesBar { background: <toolBar>; border: none; border-top: 2px solid <warning>; }
+QFrame#editedFilesBar[tone="danger"] { border-top-color: <danger>; }
 QFrame#conflictBar { background: <toolBar>; border: none; border-top: 2px solid <warning>; }
 QLabel[role="heading"] { font-weight: 600; font-size: 15px; }
 QLabel[role="headline"] { font-weight: 600; font-size: 18px; }

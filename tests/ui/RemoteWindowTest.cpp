@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "WindowBench.h"
 
+#include "app/EditedFiles.h"
 #include "app/ServerConnections.h"
 #include "remote/SFTPService.h"
 #include "support/TestMain.h"
@@ -70,12 +71,12 @@ class RemoteWindowTest : public QObject
         return server;
     }
 
-    /// What lies in the temporary folder, apart from the login of a connection that lasts.
+    /// What lies in the temporary folder, apart from the login of a connection that lasts, and among edited files.
     static QStringList copiesIn(const WindowBench &bench)
     {
         QStringList names = QDir(bench.home.path("tmp")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
         names.removeIf([](const QString &name) { return name.startsWith(u"moorix-login-"_s); });
-        return names;
+        return names + QDir(bench.home.path("data/Moorix/edited")).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
     }
 
     static QStringList namesIn(const PaneModel &pane)
@@ -164,23 +165,38 @@ private slots:
         QTRY_COMPARE(namesIn(*bench.pane(Side::right)).size(), 2);
     }
 
-    void fileOfAServerIsOpenedAsAReadOnlyCopyThatGoesAtTheEnd()
+    void editedFileThatCannotBeUploadedIsAskedAboutUntilItIsOnTheServer()
     {
         putOnServer(u"notes & plans.txt"_s, "text");
-        WindowBench bench({{"tmp/", ""}}, clients());
-        qputenv("TMPDIR", bench.home.path("tmp").toUtf8());
+        WindowBench bench({}, clients());
         connectRight(bench);
         QTRY_COMPARE(bench.pane(Side::right)->displayedCount(), 1);
         bench.select(Side::right, "notes & plans.txt");
-        bench.key(Qt::Key_Return);
+        bench.key(Qt::Key_F4);
         QTRY_COMPARE(m_opened.size(), 1);
         QFile copy(m_opened.first());
-        QVERIFY2(copy.fileName().endsWith(u"/notes & plans.txt"_s) && copy.fileName().contains(u"/tmp/moorix-"_s),
-                 qPrintable(copy.fileName()));
-        QVERIFY(copy.open(QIODevice::ReadOnly));
-        QCOMPARE(copy.readAll(), "text");
-        QVERIFY(!(copy.permissions() & (QFile::WriteOwner | QFile::ReadGroup | QFile::ReadOther)));
-        QVERIFY(bench.find<QLabel>("statusMessage")->text().contains(u"read-only copy"_s));
+        QVERIFY(copy.open(QIODevice::ReadWrite) && copy.readAll() == "text");
+        putOnServer(u"notes & plans.txt"_s, "theirs");
+        copy.write(" and mine");
+        copy.close();
+        QTRY_VERIFY(bench.find("editedFilesBar"));
+        QVERIFY(bench.find<QLabel>("editedHeading")->text().startsWith(u"“notes & plans.txt” was changed on "_s));
+        bench.window->close();
+        QVERIFY(bench.window->isVisible());
+        QVERIFY(bench.find<QLabel>("messageBarText")->text().contains(u"your version is kept for the next start"_s));
+        bench.click(bench.find("messageBarConfirm"));
+        bench.stop();
+        QCOMPARE(copiesIn(bench).size(), 1);
+
+        bench.start();
+        QTRY_VERIFY(bench.find("editedFilesBar"));
+        bench.click(bench.find("editedUpload"));
+        QTRY_VERIFY(bench.find("editedKeepBoth"));
+        QCOMPARE(readOnServer(u"notes & plans.txt"_s), "theirs");
+        bench.click(bench.find("editedKeepBoth"));
+        QTRY_COMPARE(readOnServer(u"notes & plans 2.txt"_s), "text and mine");
+        QTRY_VERIFY(bench.model->editedFiles().unsent().isEmpty());
+        QVERIFY(!bench.find("editedFilesBar"));
         bench.stop();
         QTRY_COMPARE(copiesIn(bench), QStringList());
     }

@@ -1,0 +1,133 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ui/EditedFilesBar.h"
+
+#include "app/EditedFiles.h"
+#include "files/Format.h"
+#include "platform/AppPaths.h"
+#include "ui/Widgets.h"
+
+#include <QFileDialog>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPushButton>
+
+namespace moorix {
+
+namespace {
+
+using State = EditedFile::State;
+
+bool needsAnswer(const EditedFile &file)
+{
+    return file.state != State::uploaded && file.state != State::uploading;
+}
+
+QString headingFor(const EditedFile &file)
+{
+    const QString name = Format::display(file.name);
+    const QString server = Format::display(file.serverName);
+    switch (file.state) {
+    case State::changedThere:
+        return EditedFilesBar::tr("“%1” was changed on %2 meanwhile").arg(name, server);
+    case State::goneThere:
+        return EditedFilesBar::tr("“%1” is no longer on %2").arg(name, server);
+    case State::leftOver:
+        return EditedFilesBar::tr("“%1” was edited earlier and not uploaded to %2").arg(name, server);
+    default:
+        return EditedFilesBar::tr("“%1” could not be uploaded to %2").arg(name, server);
+    }
+}
+
+QString explanationFor(const EditedFile &file)
+{
+    const QString path = Format::display(file.path);
+    switch (file.state) {
+    case State::changedThere:
+        return EditedFilesBar::tr(
+                   "Your version was not uploaded: it would replace what somebody else has written to %1.")
+            .arg(path);
+    case State::goneThere:
+        return EditedFilesBar::tr("Your version was not uploaded: %1 was removed or renamed.").arg(path);
+    case State::leftOver:
+        return EditedFilesBar::tr("The program ended before. Your version of %1 is kept on this computer.").arg(path);
+    default:
+        return EditedFilesBar::tr("Your version is kept on this computer. %1").arg(file.problem);
+    }
+}
+
+} // namespace
+
+EditedFilesBar::EditedFilesBar(EditedFiles &files, QWidget *parent)
+    : QFrame(parent)
+    , m_files(files)
+    , m_heading(Widgets::label({}, Widgets::TextRole::heading, this))
+    , m_text(Widgets::label({}, Widgets::TextRole::body, this))
+    , m_discard(Widgets::button(tr("Discard mine"), QStringLiteral("editedDiscard"), this))
+    , m_saveCopy(Widgets::button(tr("Save a copy…"), QStringLiteral("editedSaveCopy"), this))
+    , m_keepBoth(Widgets::button(tr("Keep both"), QStringLiteral("editedKeepBoth"), this))
+    , m_upload(Widgets::primaryButton({}, QStringLiteral("editedUpload"), this))
+{
+    setObjectName(QStringLiteral("editedFilesBar"));
+    m_heading->setObjectName(QStringLiteral("editedHeading"));
+    m_text->setObjectName(QStringLiteral("editedText"));
+    m_text->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    m_discard->setProperty("role", QStringLiteral("danger"));
+    m_discard->setToolTip(tr("Puts your version into the bin; the server's file stays as it is"));
+    m_keepBoth->setToolTip(tr("Uploads your version beside the server's, under a name of its own"));
+    auto *texts = new QVBoxLayout;
+    texts->setSpacing(4);
+    texts->addWidget(m_heading);
+    texts->addWidget(m_text);
+    auto *row = new QHBoxLayout(this);
+    row->setContentsMargins(16, 12, 16, 12);
+    row->setSpacing(8);
+    row->addLayout(texts, 1);
+    row->addSpacing(16);
+    for (QPushButton *button : {m_discard, m_saveCopy, m_keepBoth, m_upload})
+        row->addWidget(button, 0, Qt::AlignVCenter);
+    connect(m_discard, &QPushButton::clicked, this, [this] { m_files.discard(m_shown); });
+    connect(m_saveCopy, &QPushButton::clicked, this, &EditedFilesBar::chooseCopyPath);
+    connect(m_keepBoth, &QPushButton::clicked, this, [this] { m_files.send(m_shown, EditedFiles::Guard::nothing); });
+    connect(&files, &EditedFiles::filesChanged, this, &EditedFilesBar::follow);
+    follow();
+}
+
+void EditedFilesBar::follow()
+{
+    QList<EditedFile> files = m_files.files();
+    files.removeIf([](const EditedFile &file) { return !needsAnswer(file); });
+    setVisible(!files.isEmpty());
+    if (!files.isEmpty())
+        show(files.first(), files.size());
+}
+
+void EditedFilesBar::show(const EditedFile &file, qsizetype count)
+{
+    m_shown = file.id;
+    m_shownName = file.name;
+    const QString heading = headingFor(file);
+    m_heading->setText(count == 1 ? heading : tr("%1 edited files were not uploaded · %2").arg(count).arg(heading));
+    m_text->setText(explanationFor(file));
+    const bool isConflict = file.state == State::changedThere || file.state == State::goneThere;
+    m_keepBoth->setVisible(file.state == State::changedThere);
+    m_upload->setText(isConflict ? tr("Upload anyway") : file.state == State::leftOver ? tr("Upload") : tr("Retry"));
+    m_upload->disconnect(this);
+    // What the button says when it is pressed is what happens, whatever has become of the file since.
+    connect(m_upload, &QPushButton::clicked, this, [this, id = file.id, isConflict] {
+        m_files.send(id, isConflict ? EditedFiles::Guard::anything : EditedFiles::Guard::known);
+    });
+    Widgets::setStyleProperty(*this, "tone", isConflict ? QStringLiteral("warning") : QStringLiteral("danger"));
+}
+
+void EditedFilesBar::chooseCopyPath()
+{
+    auto *dialog = new QFileDialog(this, tr("Save a copy"), AppPaths::home());
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setAcceptMode(QFileDialog::AcceptSave);
+    dialog->selectFile(m_shownName);
+    connect(dialog, &QFileDialog::fileSelected, this,
+            [this, id = m_shown](const QString &path) { m_files.saveAs(id, path); });
+    dialog->open();
+}
+
+} // namespace moorix
