@@ -44,6 +44,9 @@ public:
         return std::nullopt;
     }
 
+    /// Throws what every operation on this path would throw because no command can carry its name. Asks nobody.
+    virtual void requireAddressable(const QString & /*path*/) const {}
+
     // A folder as one tar archive. False, with nothing done, where the server cannot.
 
     /// Makes the folder, which must not exist, and unpacks into it what `next` gives until it gives nothing.

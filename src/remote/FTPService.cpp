@@ -191,6 +191,11 @@ FTPLogin FTPService::login() const
     return {m_server, m_credentials, m_pinnedKey};
 }
 
+void FTPService::requireAddressable(const QString &path) const
+{
+    native(path);
+}
+
 QByteArray FTPService::native(const QString &path) const
 {
     if (path.isEmpty())

@@ -71,6 +71,7 @@ public:
     void uploadRecursive(const QString &localPath, const QString &toRemote, const std::stop_token &stop) override;
     void copyRemote(const QString &source, const QString &destination, const std::stop_token &stop) override;
     void moveRemote(const QString &source, const QString &destination, const std::stop_token &stop) override;
+    void requireAddressable(const QString &path) const override;
 
 private:
     /// The login in force; throws notConnected.

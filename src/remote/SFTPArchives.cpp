@@ -68,6 +68,11 @@ bool SFTPService::createLink(const QString &target, const QString &path, const s
     return true;
 }
 
+void SFTPService::requireAddressable(const QString &path) const
+{
+    SFTPQuoting::sftpPath(path);
+}
+
 std::optional<QString> SFTPService::linkTarget(const QString &path, const std::stop_token &stop)
 {
     const SSHOutput output = m_runner.runRemote(login(), QStringLiteral("readlink -n ") + shellPath(path), stop);

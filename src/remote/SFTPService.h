@@ -57,6 +57,7 @@ public:
     bool packArchive(const QString &folder, const std::function<void(QByteArrayView)> &take,
                      const std::stop_token &stop) override;
     bool createLink(const QString &target, const QString &path, const std::stop_token &stop) override;
+    void requireAddressable(const QString &path) const override;
     std::optional<QString> linkTarget(const QString &path, const std::stop_token &stop) override;
 
 private:

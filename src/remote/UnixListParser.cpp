@@ -127,7 +127,7 @@ QString withUnprintableBytes(QStringView text)
         const int byte = isEscape ? digit(i + 1) * 64 + digit(i + 2) * 8 + digit(i + 3) : 0;
         // Printable bytes are never escaped: there the name itself holds a backslash and digits.
         if (isEscape && (byte < 0x20 || byte >= 0x7f)) {
-            result += QChar(byte < 0x20 ? byte : 0xdc00 + byte);
+            result += QChar(byte < 0x80 ? byte : 0xdc00 + byte);
             i += 3;
         } else {
             result += text.at(i);

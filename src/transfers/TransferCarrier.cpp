@@ -26,6 +26,7 @@ TransferCarrier::TransferCarrier(const TransferRequest &request, const TransferR
 
 void TransferCarrier::carry(const FileItem &file, const TransferPlace &place)
 {
+    m_route.requireAddressable(file.path, place.path);
     const FileItem part = transferNames::itemAt(transferNames::partPath(place.path, m_request.id, file), file);
     const bool replaces = place.standing == Standing::replaced;
     TransferCopy copy{file, part.path};
@@ -142,7 +143,7 @@ void TransferCarrier::copyTreeOnServer(const FileItem &folder, const TransferPla
         m_link.repeat([&](const std::stop_token &stop, bool isFirst) {
             const TransferGate::Place room = m_gate.enter(m_route.servers(), stop);
             if (!isFirst)
-                m_parts.remove(part);
+                m_parts.clear(part, stop);
             m_route.destination().copy(folder, part.path, stop);
         });
         m_parts.giveName(part, place);

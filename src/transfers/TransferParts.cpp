@@ -33,18 +33,24 @@ void TransferParts::giveName(const FileItem &part, const TransferPlace &place)
         throw Error(u"Transfer"_s, u"its folder lies on another file system"_s);
 }
 
+void TransferParts::clear(const FileItem &part, const std::stop_token &stop)
+{
+    FileService &service = m_route.destination();
+    try {
+        if (!m_route.isLocalDestination() || service.stat(part.path, stop))
+            service.remove(part, stop);
+    } catch (const FileServiceError &error) {
+        if (error.kind() != FileServiceError::Case::notFound)
+            throw;
+    }
+}
+
 /// Cleans up even after a stop, hence the token of its own.
 void TransferParts::remove(const FileItem &part)
 {
-    const std::stop_token unstoppable;
-    FileService &service = m_route.destination();
     try {
-        if (!m_route.isLocalDestination() || service.stat(part.path, unstoppable))
-            service.remove(part, unstoppable);
+        clear(part, {});
     } catch (const Error &error) {
-        const auto *remote = dynamic_cast<const FileServiceError *>(&error);
-        if (remote && remote->kind() == FileServiceError::Case::notFound)
-            return;
         m_tally.fail(u"The unfinished copy “%1” could not be removed: %2"_s.arg(part.path, error.message()));
     }
 }

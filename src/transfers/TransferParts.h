@@ -30,6 +30,8 @@ public:
 
     /// Gives a part that was checked its name. Throws when that is not possible.
     void giveName(const FileItem &part, const TransferPlace &place);
+    /// Removes a part so that its copy can begin anew. Throws when it stays.
+    void clear(const FileItem &part, const std::stop_token &stop);
     /// Even after a stop. A part that stays is told of as a failure.
     void remove(const FileItem &part);
 

@@ -40,6 +40,11 @@ TransferPlacement::TransferPlacement(const TransferRequest &request, const Trans
 {
 }
 
+bool TransferPlacement::isArrival(const FileItem &source, const FileItem &existing)
+{
+    return isFolder(source) ? isFolder(existing) : hasArrivedBefore(source, existing);
+}
+
 TransferPlacement::Decision TransferPlacement::decide(const TransferNode &node, const TransferTarget &target)
 {
     FileItem item = node.item;

@@ -35,6 +35,10 @@ public:
 
     TransferPlacement(const TransferRequest &request, const TransferRoute &route, Ask ask);
 
+    /// Whether what stands at the target is what an earlier run of this transfer has brought there: a folder, or a file
+    /// of the same size and time.
+    static bool isArrival(const FileItem &source, const FileItem &existing);
+
     /// Throws when the item cannot go there, and Cancelled when that is the answer.
     Decision decide(const TransferNode &node, const TransferTarget &target);
 

@@ -38,6 +38,14 @@ QList<const void *> TransferRoute::servers() const
     return all;
 }
 
+void TransferRoute::requireAddressable(const QString &sourcePath, const QString &destinationPath) const
+{
+    if (m_sourceServer)
+        m_sourceServer->requireAddressable(sourcePath);
+    if (m_destinationServer)
+        m_destinationServer->requireAddressable(destinationPath);
+}
+
 TransferRoute::Way TransferRoute::copyFile(const TransferCopy &copy, const std::stop_token &stop) const
 {
     if (copy.file.isSymlink) {

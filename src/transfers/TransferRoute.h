@@ -46,6 +46,9 @@ public:
     /// The servers at the ends, for TransferGate.
     QList<const void *> servers() const;
 
+    /// Throws where no command of a server can carry one of the two names. Asks nobody.
+    void requireAddressable(const QString &sourcePath, const QString &destinationPath) const;
+
     enum class Way { whole, continued };
     /// Copies one file, or a link on the local disk. What it wrote stays when it fails. Throws for links and special
     /// files that this route cannot carry.

@@ -7,6 +7,7 @@
 #include "files/Format.h"
 #include "transfers/TransferNames.h"
 
+#include <QHash>
 #include <QSet>
 
 #include <utility>
@@ -116,12 +117,41 @@ void TransferRun::transferPiece(const TransferPiece &piece)
     for (const FileItem &item : piece.items)
         items.emplace_back().node.item = item;
     TransferTarget target = openTarget(piece.targetFolder);
+    passOverMoved(items, target);
     plan(items);
     checkSpace(items, target);
     for (Item &item : items) {
-        if (!transferNames::objection(item.node.item.name, nameSource(m_route)))
+        if (item.node.fate != TransferNode::Fate::moved &&
+            !transferNames::objection(item.node.item.name, nameSource(m_route)))
             dispatch(item.node, target, item);
         release(item);
+    }
+}
+
+/// An earlier run of a move that broke off may have given originals up already: those have arrived.
+void TransferRun::passOverMoved(std::deque<Item> &items, const TransferTarget &target)
+{
+    if (!m_request.isMove || !m_request.isContinuation)
+        return;
+    QHash<QString, QSet<QString>> present;
+    for (Item &item : items) {
+        const FileItem &original = item.node.item;
+        const QString folder = Format::parent(original.path);
+        if (!present.contains(folder)) {
+            const QList<FileItem> entries = m_link.repeat([&](const std::stop_token &stop, bool) {
+                return m_route.source().list(folder, HiddenFiles::included, stop);
+            });
+            QSet<QString> &paths = present[folder];
+            for (const FileItem &entry : entries)
+                paths.insert(entry.path);
+        }
+        const auto arrived = target.entries.constFind(m_request.newName.isEmpty() ? original.name : m_request.newName);
+        if (present[folder].contains(original.path) || arrived == target.entries.cend() ||
+            !TransferPlacement::isArrival(original, *arrived))
+            continue;
+        m_tally.addTotal(item.node.fileCount(), item.node.byteCount());
+        arrive(item.node);
+        item.node.fate = TransferNode::Fate::moved;
     }
 }
 
@@ -131,6 +161,8 @@ void TransferRun::plan(std::deque<Item> &items)
 {
     const bool takesFoldersWhole = m_route.isWithinOneServer() || (m_request.isMove && m_route.isWithinOnePlace());
     for (Item &item : items) {
+        if (item.node.fate == TransferNode::Fate::moved)
+            continue;
         if (const auto reason = transferNames::objection(item.node.item.name, nameSource(m_route))) {
             report(item.node.item, *reason);
             item.isIncomplete = true;

@@ -58,6 +58,7 @@ private:
 
     void transferAll();
     void transferPiece(const TransferPiece &piece);
+    void passOverMoved(std::deque<Item> &items, const TransferTarget &target);
     void plan(std::deque<Item> &items);
     void fill(TransferNode &node);
     void checkSpace(const std::deque<Item> &items, const TransferTarget &target);

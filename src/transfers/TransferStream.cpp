@@ -7,6 +7,7 @@
 #include "transfers/TransferNames.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace moorix {
 
@@ -60,9 +61,7 @@ bool TransferStream::carry(TransferNode &folder, const TransferPlace &place)
     TransferTally::File progress(m_tally, folder.item.name);
     Streamed streamed;
     try {
-        if (place.hasPart)
-            m_parts.remove(part);
-        streamed = streamAcrossBreaks(folder, part, progress);
+        streamed = streamAcrossBreaks(folder, part, place.hasPart, progress);
         if (streamed && streamed->empty())
             throw Error(u"Transfer"_s, u"nothing came out of the stream"_s);
         if (streamed)
@@ -97,7 +96,7 @@ bool TransferStream::carry(TransferNode &folder, const TransferPlace &place)
 }
 
 /// What a stream that breaks off has brought is not gone on with: it begins anew.
-TransferStream::Streamed TransferStream::streamAcrossBreaks(TransferNode &folder, const FileItem &part,
+TransferStream::Streamed TransferStream::streamAcrossBreaks(TransferNode &folder, const FileItem &part, bool hasPart,
                                                             TransferTally::File &progress)
 {
     TransferLink::Tries tries(m_link);
@@ -106,15 +105,14 @@ TransferStream::Streamed TransferStream::streamAcrossBreaks(TransferNode &folder
         control.waitWhilePaused();
         try {
             const std::stop_token stop = control.untilPause();
-            if (!tries.isFirst())
-                m_parts.remove(part);
+            if (std::exchange(hasPart, true))
+                m_parts.clear(part, stop);
             const TransferGate::Place room = m_gate.enter(m_route.servers(), stop);
             return m_route.isServerDestination() ? upload(folder, part, stop, progress)
                                                  : download(folder, part, stop, progress);
         } catch (const Cancelled &) {
             if (control.isStopped())
                 throw;
-            m_parts.remove(part);
         } catch (const Error &error) {
             tries.wait(error);
         }

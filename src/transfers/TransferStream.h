@@ -30,7 +30,8 @@ private:
     /// The files and links that came through, or nothing where the server refuses.
     using Streamed = std::optional<std::vector<TransferNode *>>;
 
-    Streamed streamAcrossBreaks(TransferNode &folder, const FileItem &part, TransferTally::File &progress);
+    Streamed streamAcrossBreaks(TransferNode &folder, const FileItem &part, bool hasPart,
+                                TransferTally::File &progress);
     Streamed upload(TransferNode &folder, const FileItem &part, const std::stop_token &stop,
                     TransferTally::File &progress);
     Streamed download(TransferNode &folder, const FileItem &part, const std::stop_token &stop,

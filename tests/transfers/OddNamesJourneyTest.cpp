@@ -1,0 +1,140 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "files/Format.h"
+#include "files/NativePath.h"
+#include "remote/FTPService.h"
+#include "remote/SFTPService.h"
+#include "support/FTPServer.h"
+#include "support/TestMain.h"
+#include "support/TestServer.h"
+#include "transfers/TransferScene.h"
+
+#include <QDir>
+#include <QTest>
+
+#include <algorithm>
+
+using namespace moorix;
+using namespace moorix::test;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// Names as the disk holds them: each sign that means something to some shell or protocol, at the start, in the middle
+/// and at the end; and what else has been seen to go wrong.
+QByteArrayList oddNames()
+{
+    QByteArrayList names{"$(touch x)",
+                         "`touch x`",
+                         "it's \"q\"",
+                         "a\\\"b",
+                         "{a,b}",
+                         "[ab]",
+                         "a  b",
+                         "...",
+                         "..x",
+                         "-rf",
+                         "--",
+                         "%41",
+                         "x;type=a",
+                         "a -> b",
+                         "Jan  1 12:00 x",
+                         "\xc3\xbc",
+                         "u\xcc\x88",
+                         "\xe6\x97\xa5 \xf0\x9f\x8e\x88",
+                         "\xc2\xa0",
+                         QByteArray(200, 'n'),
+                         QByteArray(255, 'm')};
+    for (const char sign : QByteArray(" !\"#$%&'()*+,;:<=>?@[\\]^`{|}~"))
+        names << QByteArray("x") + sign + 'x' << sign + QByteArray("x") << QByteArray("x") + sign;
+    // What no line of a protocol can carry, and what is no text.
+    names << "a\nb"
+          << "a\tb"
+          << "\x1b[31m"
+          << "b\xff"
+          << "del\x7f";
+    return names;
+}
+
+/// The files of a folder, by their names' bytes.
+QMap<QByteArray, QByteArray> filesIn(const QString &folder)
+{
+    QMap<QByteArray, QByteArray> files;
+    LocalFileService disk;
+    for (const FileItem &item : disk.list(folder, HiddenFiles::included, {}))
+        files.insert(NativePath::bytes(item.name), disk.read(item.path, {}));
+    return files;
+}
+
+} // namespace
+
+/// From this machine to one server, to another, and back: each file arrives under its very name, or is refused in a
+/// sentence that names it.
+class OddNamesJourneyTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void everyNameArrivesOrIsRefusedInWords()
+    {
+        if (const QString missing = FTPServer::missing(FTPServer::Program::vsftpd); !missing.isEmpty())
+            QSKIP(qPrintable(missing));
+        const TestServer sshd;
+        const FTPServer ftpd(FTPServer::Program::vsftpd, FTPServer::Encryption::none);
+        TestTree tree{{"from/d/", ""}, {"back/", ""}, {"data/", ""}};
+        const auto disk = std::make_shared<LocalFileService>();
+        const auto near = std::make_shared<SFTPService>(sshd.connection(), ConnectionCredentials{},
+                                                        std::make_shared<IsolatedClients>(sshd.knownHostsPath()));
+        const auto far = std::make_shared<FTPService>(ftpd.connection(), FTPServer::credentials(),
+                                                      std::make_shared<SystemProcessRunner>(),
+                                                      FTPCertificates(tree.path("data/keys.json")));
+        near->connect({});
+        far->connect({});
+        for (const QByteArray &name : oddNames()) {
+            const QByteArray content = name.toHex();
+            disk->write(content, tree.path("from/d/") + NativePath::text(name), {});
+        }
+        const QMap<QByteArray, QByteArray> sent = filesIn(tree.path("from/d"));
+        QCOMPARE(sent.size(), oddNames().size());
+
+        QStringList refusals;
+        const QString nearFolder = sshd.sharedPath() + u"/near"_s;
+        const QString farFolder = ftpd.sharedPath() + u"/far"_s;
+        near->createDirectory(nearFolder, {});
+        far->createDirectory(farFolder, {});
+        refusals << carry(disk, tree.path("from"), near, nearFolder);
+        refusals << carry(near, nearFolder, far, farFolder);
+        refusals << carry(far, farFolder, disk, tree.path("back"));
+        near->disconnect();
+
+        const QMap<QByteArray, QByteArray> arrived = filesIn(tree.path("back/d"));
+        for (auto file = sent.cbegin(); file != sent.cend(); ++file) {
+            if (arrived.contains(file.key())) {
+                QCOMPARE(arrived.value(file.key()), *file);
+                continue;
+            }
+            const QString text = Format::display(NativePath::text(file.key()));
+            const bool isRefused = std::any_of(refusals.begin(), refusals.end(),
+                                               [&](const QString &sentence) { return sentence.contains(text); });
+            QVERIFY2(isRefused, file.key().toPercentEncoding().constData());
+        }
+        for (const QByteArray &name : arrived.keys())
+            QVERIFY2(sent.contains(name), name.toPercentEncoding().constData());
+        qInfo().noquote() << sent.size() << "names," << arrived.size() << "arrived";
+    }
+
+private:
+    /// Carries the folder that lies in `folder`. Returns what was refused.
+    static QStringList carry(const std::shared_ptr<FileService> &from, const QString &folder,
+                             const std::shared_ptr<FileService> &to, const QString &target)
+    {
+        TransferRequest request;
+        request.source = from;
+        request.destination = to;
+        request.items = from->list(folder, HiddenFiles::included, {});
+        request.targetFolder = target;
+        return TransferRun(request, {}).run({}).failures;
+    }
+};
+
+MOORIX_TEST(OddNamesJourneyTest)
+#include "OddNamesJourneyTest.moc"
