@@ -2,6 +2,7 @@
 #include "base/JsonFile.h"
 
 #include "base/Error.h"
+#include "support/Shorthand.h"
 #include "support/TestMain.h"
 #include "support/TestTree.h"
 
@@ -61,15 +62,10 @@ private slots:
     {
         const TestTree tree{{"doc.json", "old"}};
         const auto before = tree.snapshot();
-        QString message;
-        {
+        const QString message = test::messageOf([&] {
             const FullDisk disk(4096);
-            try {
-                jsonFile::write(tree.path("doc.json"), QByteArray(100000, 'x'));
-            } catch (const Error &error) {
-                message = error.message();
-            }
-        }
+            jsonFile::write(tree.path("doc.json"), QByteArray(100000, 'x'));
+        });
         QVERIFY2(message.startsWith(u"“%1” could not be saved: "_s.arg(tree.path("doc.json"))), qPrintable(message));
         QCOMPARE(tree.snapshot(), before);
     }

@@ -20,23 +20,18 @@ private slots:
     void init() { QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates)); }
     void cleanup() { QLocale::setDefault(QLocale::c()); }
 
-    void sizesAreShownInDecimalUnits_data()
-    {
-        QTest::addColumn<qint64>("bytes");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("nothing in digits") << qint64(0) << u"0 bytes"_s;
-        QTest::newRow("singular") << qint64(1) << u"1 byte"_s;
-        QTest::newRow("last in bytes") << qint64(999) << u"999 bytes"_s;
-        QTest::newRow("first in kB") << qint64(1000) << u"1.0 kB"_s;
-        QTest::newRow("last with a decimal") << qint64(99949) << u"99.9 kB"_s;
-        QTest::newRow("first without a decimal") << qint64(99950) << u"100 kB"_s;
-        QTest::newRow("never 1000 of a unit") << qint64(999500) << u"1.0 MB"_s;
-        QTest::newRow("largest") << std::numeric_limits<qint64>::max() << u"9.2 EB"_s;
-    }
     void sizesAreShownInDecimalUnits()
     {
-        QFETCH(qint64, bytes);
-        QTEST(Format::byteCount(bytes), "text");
+        const std::pair<qint64, const char *> rows[] = {{0, "0 bytes"},
+                                                        {1, "1 byte"},
+                                                        {999, "999 bytes"},
+                                                        {1000, "1.0 kB"},
+                                                        {99949, "99.9 kB"},
+                                                        {99950, "100 kB"},
+                                                        {999500, "1.0 MB"}, // never 1000 of a unit
+                                                        {std::numeric_limits<qint64>::max(), "9.2 EB"}};
+        for (const auto &[bytes, text] : rows)
+            QCOMPARE(Format::byteCount(bytes), QLatin1String(text));
     }
 
     void datesAndSizesFollowTheLocale()
@@ -53,22 +48,18 @@ private slots:
         QCOMPARE(Format::date(std::nullopt), u"—"_s);
     }
 
-    void pathsAreJoinedWithOneSlash()
+    void pathsAreJoinedWithOneSlashAndTakenApart()
     {
         for (const QString &root : {u""_s, u"/"_s})
             QCOMPARE(Format::join(root, u"a"_s), u"/a"_s);
         for (const QString &folder : {u"/x"_s, u"/x/"_s})
             QCOMPARE(Format::join(folder, u" ../."_s), u"/x/ ../."_s);
-    }
-
-    void pathsAreTakenApart()
-    {
-        const auto parts = [](const QString &path) { return Format::parent(path) + u'|' + Format::fileName(path); };
-        QCOMPARE(parts(u"/a/b/c"_s), u"/a/b|c"_s);
-        QCOMPARE(parts(u"/a"_s), u"/|a"_s);
-        QCOMPARE(parts(u"/"_s), u"/|"_s);
-        QCOMPARE(parts(u"/a/b/"_s), u"/a|b"_s);
-        QCOMPARE(parts(u"/a//b"_s), u"/a|b"_s);
+        const std::pair<const char *, const char *> rows[] = {
+            {"/a/b/c", "/a/b|c"}, {"/a", "/|a"}, {"/", "/|"}, {"/a/b/", "/a|b"}, {"/a//b", "/a|b"}};
+        for (const auto &[text, parts] : rows) {
+            const QString path = QLatin1String(text);
+            QCOMPARE(Format::parent(path) + u'|' + Format::fileName(path), QLatin1String(parts));
+        }
     }
 
     void whatCannotBeSeenIsShownAsAnEscape()
@@ -81,39 +72,38 @@ private slots:
         QCOMPARE(shown("a\xE2\x80\xAEgpj.exe"), u"a\\u202Egpj.exe"_s); // right-to-left override
     }
 
-    void anyNameSurvivesTheWayToTextAndBack_data()
-    {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::newRow("ASCII") << QByteArray("plain.txt");
-        QTest::newRow("every length of UTF-8") << QByteArray("aü€🎈");
-        QTest::newRow("byte order mark in front") << QByteArray("\xEF\xBB\xBF\xEF\xBB\xBFname");
-        QTest::newRow("Latin-1") << QByteArray("M\xFCller.txt");
-        QTest::newRow("cut sequence at the end") << QByteArray("a\xE2\x82");
-        QTest::newRow("cut sequence before ASCII") << QByteArray("\xF0\x9F"
-                                                                 "abc");
-        QTest::newRow("overlong slash") << QByteArray("\xC0\xAF\xE0\x80\xAF\xF0\x80\x80\xAF");
-        QTest::newRow("encoded surrogates") << QByteArray("\xED\xA0\xBD\xED\xBC\x88");
-        QTest::newRow("beyond Unicode") << QByteArray("\xF4\x90\x80\x80\xF8\xFF");
-        QTest::newRow("emoji before a stray byte") << QByteArray("🎈\x88🎈");
-    }
     void anyNameSurvivesTheWayToTextAndBack()
     {
-        QFETCH(QByteArray, bytes);
-        const QString text = NativePath::text(bytes);
-        QCOMPARE(NativePath::bytes(text).toHex(' '), bytes.toHex(' '));
-        QVERIFY(!text.contains(u'/') && !text.contains(QChar::ReplacementCharacter));
-        QCOMPARE(NativePath::isUnicode(text), QByteArrayView(bytes).isValidUtf8());
+        for (const QByteArray &bytes : {
+                 QByteArray("plain.txt"),
+                 QByteArray("aü€🎈"),
+                 QByteArray("\xEF\xBB\xBF\xEF\xBB\xBFname"), // byte order mark in front
+                 QByteArray("M\xFCller.txt"),                // Latin-1
+                 QByteArray("a\xE2\x82"),
+                 QByteArray("\xF0\x9F z"),                           // cut sequences
+                 QByteArray("\xC0\xAF\xE0\x80\xAF\xF0\x80\x80\xAF"), // overlong slash
+                 QByteArray("\xED\xA0\xBD\xED\xBC\x88"),             // encoded surrogates
+                 QByteArray("\xF4\x90\x80\x80\xF8\xFF"),             // beyond Unicode
+                 QByteArray("🎈\x88🎈"),
+             }) {
+            const QString text = NativePath::text(bytes);
+            QCOMPARE(NativePath::bytes(text).toHex(' '), bytes.toHex(' '));
+            QVERIFY(!text.contains(u'/') && !text.contains(QChar::ReplacementCharacter));
+            QCOMPARE(NativePath::isUnicode(text), QByteArrayView(bytes).isValidUtf8());
+        }
     }
 
     void copiesAreNamedBeforeTheExtension()
     {
-        QCOMPARE(FileNames::copyOfFile(u"a.txt"_s, 1), u"a copy.txt"_s);
-        QCOMPARE(FileNames::copyOfFile(u"Makefile"_s, 1), u"Makefile copy"_s);
-        QCOMPARE(FileNames::copyOfFile(u".bashrc"_s, 1), u".bashrc copy"_s);
-        QCOMPARE(FileNames::copyOfFile(u".a.conf"_s, 3), u".a copy 3.conf"_s);
-        QCOMPARE(FileNames::copyOfFile(u"a.b.tar.gz"_s, 1), u"a.b copy.tar.gz"_s);
-        QCOMPARE(FileNames::copyOfFile(u".tar.gz"_s, 1), u".tar copy.gz"_s);
-        QCOMPARE(FileNames::copyOfFile(u"a."_s, 1), u"a. copy"_s);
+        const std::tuple<const char *, int, const char *> rows[] = {{"a.txt", 1, "a copy.txt"},
+                                                                    {"Makefile", 1, "Makefile copy"},
+                                                                    {".bashrc", 1, ".bashrc copy"},
+                                                                    {".a.conf", 3, ".a copy 3.conf"},
+                                                                    {"a.b.tar.gz", 1, "a.b copy.tar.gz"},
+                                                                    {".tar.gz", 1, ".tar copy.gz"},
+                                                                    {"a.", 1, "a. copy"}};
+        for (const auto &[name, number, copy] : rows)
+            QCOMPARE(FileNames::copyOfFile(QLatin1String(name), number), QLatin1String(copy));
         QCOMPARE(FileNames::copyOfFolder(u"v1.2"_s, 2), u"v1.2 copy 2"_s);
     }
 

@@ -44,27 +44,21 @@ class ItemOrderTest : public QObject
     Q_OBJECT
 
 private slots:
-    void entriesAreOrderedByKeyWithFoldersFirst_data()
-    {
-        QTest::addColumn<FileSortKey>("key");
-        QTest::addColumn<bool>("ascending");
-        QTest::addColumn<QString>("order");
-        QTest::newRow("name") << FileSortKey::name << true << "Dir ein A.txt b.TXT c.md noext";
-        QTest::newRow("name down") << FileSortKey::name << false << "ein Dir noext c.md b.TXT A.txt";
-        QTest::newRow("size, equal ones by name") << FileSortKey::size << true << "Dir ein c.md b.TXT noext A.txt";
-        QTest::newRow("size down, equal ones by name")
-            << FileSortKey::size << false << "ein Dir A.txt b.TXT noext c.md";
-        QTest::newRow("absent dates first") << FileSortKey::date << true << "Dir ein noext c.md A.txt b.TXT";
-        QTest::newRow("kind ignores case") << FileSortKey::kind << true << "Dir ein noext c.md A.txt b.TXT";
-    }
     void entriesAreOrderedByKeyWithFoldersFirst()
     {
-        QFETCH(FileSortKey, key);
-        QFETCH(bool, ascending);
+        const std::tuple<FileSortKey, bool, const char *> rows[] = {
+            {FileSortKey::name, true, "Dir ein A.txt b.TXT c.md noext"},
+            {FileSortKey::name, false, "ein Dir noext c.md b.TXT A.txt"},
+            {FileSortKey::size, true, "Dir ein c.md b.TXT noext A.txt"}, // equal ones by name
+            {FileSortKey::size, false, "ein Dir A.txt b.TXT noext c.md"},
+            {FileSortKey::date, true, "Dir ein noext c.md A.txt b.TXT"}, // absent dates first
+            {FileSortKey::kind, true, "Dir ein noext c.md A.txt b.TXT"}, // ignores case
+        };
         const QList<FileItem> items{file("noext", 5),     file("b.TXT", 5, 30), folder("ein", 2),
                                     file("A.txt", 9, 20), folder("Dir", 1),     file("c.md", 1, 10)};
-        const auto order = ItemOrder::sorted(ItemOrder::keys(items), {key, ascending, false, {}});
-        QTEST(names(items, order), "order");
+        for (const auto &[key, ascending, order] : rows)
+            QCOMPARE(names(items, ItemOrder::sorted(ItemOrder::keys(items), {key, ascending, false, {}})),
+                     QLatin1String(order));
     }
 
     void linkIsAmongFoldersOnlyWhenItLeadsToOneAndHiddenOnesOnRequest()
@@ -99,6 +93,5 @@ private slots:
     }
 };
 
-Q_DECLARE_METATYPE(moorix::FileSortKey)
 MOORIX_TEST(ItemOrderTest)
 #include "ItemOrderTest.moc"

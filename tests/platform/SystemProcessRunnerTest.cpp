@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/SystemProcessRunner.h"
 
-#include "base/Error.h"
+#include "support/Shorthand.h"
 #include "support/TestMain.h"
 #include "support/TestTree.h"
 
@@ -29,15 +29,9 @@ ProcessResult runShell(const QString &script)
     return SystemProcessRunner().run(shell(script), {});
 }
 
-/// The error's sentence, or "no error".
 QString failureOf(const ProcessRequest &request, const std::stop_token &stop = {})
 {
-    try {
-        SystemProcessRunner().run(request, stop);
-    } catch (const Error &error) {
-        return error.message();
-    }
-    return u"no error"_s;
+    return test::messageOf([&] { SystemProcessRunner().run(request, stop); });
 }
 
 /// Whether a process exists that is more than an entry waiting to be reaped.

@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "RemoteTestSupport.h"
-
-#include "platform/SystemProcessRunner.h"
 #include "remote/FTPService.h"
+#include "platform/SystemProcessRunner.h"
 #include "remote/HostKeys.h"
 #include "support/FTPServer.h"
 #include "support/FileServiceContract.h"
+#include "support/Shorthand.h"
 #include "support/TestMain.h"
-#include "support/TestServer.h"
 #include "support/TestTree.h"
 
 #include <QDir>
@@ -16,6 +14,7 @@
 #include <algorithm>
 
 using namespace moorix;
+using namespace Qt::StringLiterals;
 using namespace moorix::test;
 
 namespace {
@@ -34,30 +33,38 @@ public:
         service->connect(neverStops);
     }
 
-    std::unique_ptr<FTPService> serviceFor(const ServerConnection &record, FTPPatience patience = {}) const
+    std::unique_ptr<FTPService> serviceFor(const ServerConnection &record,
+                                           const ConnectionCredentials &secrets = FTPServer::credentials()) const
     {
-        return std::make_unique<FTPService>(record, FTPServer::credentials(), std::make_shared<SystemProcessRunner>(),
-                                            certificates(), patience);
+        return std::make_unique<FTPService>(record, secrets, std::make_shared<SystemProcessRunner>(), certificates());
     }
-    FTPCertificates certificates() const { return FTPCertificates(m_data.filePath(QStringLiteral("keys.json"))); }
+    FTPCertificates certificates() const { return FTPCertificates(m_data.path("keys.json")); }
 
     /// An empty folder the account may write into.
     QString newFolder()
     {
-        m_folder = std::make_unique<QTemporaryDir>(server.sharedPath() + QStringLiteral("/t-XXXXXX"));
+        m_folder = std::make_unique<QTemporaryDir>(server.sharedPath() + u"/t-XXXXXX"_s);
         QFile::setPermissions(m_folder->path(), QFile::Permissions(0x7777));
-        return folder();
+        return m_folder->path();
     }
-    QString folder() const { return m_folder->path(); }
+    QStringList listed(const QString &folder) const
+    {
+        return namesOf(service->list(folder, HiddenFiles::included, neverStops));
+    }
 
 private:
-    QTemporaryDir m_data;
+    TestTree m_data;
     std::unique_ptr<QTemporaryDir> m_folder;
 
 public:
     FTPServer server;
     std::unique_ptr<FTPService> service;
 };
+
+/// Ends the test function, so it cannot be a function itself.
+#define NEED(program)                                                                                                  \
+    if (const QString missing = FTPServer::missing(program); !missing.isEmpty())                                       \
+    QSKIP(qPrintable(missing))
 
 } // namespace
 
@@ -68,19 +75,14 @@ class FTPContractTest final : public QObject
     Q_OBJECT
 
 private slots:
-    void contractHoldsOnVsftpd_data()
-    {
-        FileServiceContract::addRows({QStringLiteral(" [ab]{a,b}#?\"a\\b ü ☺ %41;type=a")});
-    }
+    void contractHoldsOnVsftpd_data() { FileServiceContract::addRows({u" [ab]{a,b}#?\"a\\b ü ☺ %41;type=a"_s}); }
 
     void contractHoldsOnVsftpd() { runOn(Program::vsftpd); }
 
     void contractHoldsOnProftpd_data()
     {
-        FileServiceContract::addRows({}, {QStringLiteral("listing and stat tell what is there"),
-                                          QStringLiteral("missing entries are refused"),
-                                          QStringLiteral("links are listed, followed and removed as links"),
-                                          QStringLiteral("trees with links are removed without following them")});
+        FileServiceContract::addRows({}, {u"listing and stat tell what is there"_s, u"missing entries are refused"_s,
+                                          u"links are listed, followed and removed as links"_s});
     }
 
     void contractHoldsOnProftpd() { runOn(Program::proftpd); }
@@ -90,14 +92,11 @@ private slots:
 private:
     void runOn(Program program)
     {
-        if (const QString missing = FTPServer::missing(program); !missing.isEmpty())
-            QSKIP(qPrintable(missing));
+        NEED(program);
         if (!m_bench || m_program != program)
             m_bench = std::make_unique<FTPBench>(program, Encryption::none);
         m_program = program;
-        FileServiceContract::runRow(
-            {*m_bench->service, m_bench->newFolder(),
-             [](const QString &target, const QString &link) { QVERIFY(QFile::link(target, link)); }});
+        FileServiceContract::runRow({*m_bench->service, m_bench->newFolder()});
     }
 
     Program m_program = Program::vsftpd;
@@ -112,8 +111,8 @@ class FTPServiceTest final : public QObject
 private slots:
     void initTestCase()
     {
-        if (const QString missing = FTPServer::missing(Program::proftpd); !missing.isEmpty())
-            QSKIP(qPrintable(missing));
+        NEED(Program::proftpd);
+        qputenv("TMPDIR", m_temporary.path().toUtf8());
         m_plain = std::make_unique<FTPBench>(Program::proftpd, Encryption::none);
         m_encrypted = std::make_unique<FTPBench>(Program::proftpd, Encryption::required);
     }
@@ -122,35 +121,35 @@ private slots:
     {
         m_plain.reset();
         m_encrypted.reset();
+        qunsetenv("TMPDIR");
     }
 
     void filesTravelOverAnEncryptedConnection_data()
     {
-        QTest::addColumn<int>("program");
-        QTest::newRow("vsftpd") << int(Program::vsftpd);
-        QTest::newRow("ProFTPD") << int(Program::proftpd);
+        QTest::addColumn<Program>("program");
+        QTest::newRow("vsftpd") << Program::vsftpd;
+        QTest::newRow("ProFTPD") << Program::proftpd;
     }
 
     void filesTravelOverAnEncryptedConnection()
     {
-        QFETCH(int, program);
-        if (const QString missing = FTPServer::missing(Program(program)); !missing.isEmpty())
-            QSKIP(qPrintable(missing));
-        FTPBench bench(Program(program), Encryption::required);
-        const QString folder = bench.newFolder();
-        bench.service->createDirectory(folder + QStringLiteral("/sub"), neverStops);
-        bench.service->write("first", folder + QStringLiteral("/sub/a"), neverStops);
-        QFile::setPermissions(folder + QStringLiteral("/sub/a"), QFile::Permissions(0x6640));
-        bench.service->write("second", folder + QStringLiteral("/sub/a"), neverStops);
-        QCOMPARE(bench.service->read(folder + QStringLiteral("/sub/a"), neverStops), QByteArray("second"));
-        const QList<FileItem> items =
-            bench.service->list(folder + QStringLiteral("/sub"), HiddenFiles::included, neverStops);
-        QCOMPARE(namesOf(items), QStringList{QStringLiteral("a")});
+        QFETCH(Program, program);
+        NEED(program);
+        FTPBench bench(program, Encryption::required);
+        const QString folder = bench.newFolder() + u"/sub"_s;
+        const QString file = folder + u"/a"_s;
+        bench.service->createDirectory(folder, neverStops);
+        bench.service->write("first", file, neverStops);
+        QFile::setPermissions(file, QFile::Permissions(0x6640));
+        bench.service->write("second", file, neverStops);
+        QCOMPARE(bench.service->read(file, neverStops), QByteArray("second"));
+        const QList<FileItem> items = bench.service->list(folder, HiddenFiles::included, neverStops);
+        QCOMPARE(namesOf(items), QStringList{u"a"_s});
         QCOMPARE(items.constFirst().size, 6);
         QVERIFY(qAbs(items.constFirst().modified->secsTo(QDateTime::currentDateTime())) < 120);
-        QCOMPARE(items.constFirst().permissions, QStringLiteral("rw-r-----"));
-        bench.service->remove(*bench.service->stat(folder + QStringLiteral("/sub"), neverStops), neverStops);
-        QVERIFY(bench.service->list(folder, HiddenFiles::included, neverStops).isEmpty());
+        QCOMPARE(items.constFirst().permissions, u"rw-r-----"_s);
+        bench.service->remove(*bench.service->stat(folder, neverStops), neverStops);
+        QVERIFY(!QFileInfo::exists(folder));
     }
 
     void keyIsRememberedAtFirstAndItsChangeStopsTheConnection()
@@ -163,14 +162,14 @@ private slots:
         const auto service = bench.serviceFor(record);
         const auto connect = [&] { service->connect(neverStops); };
         const QString message = messageOf(connect);
-        QVERIFY2(message.contains(QStringLiteral("the certificate of 127.0.0.1 has changed")), qPrintable(message));
+        QVERIFY2(message.contains(u"the certificate of 127.0.0.1 has changed"_s), qPrintable(message));
         QVERIFY(caseOf(connect) == FileServiceError::Case::connectionFailed);
         QVERIFY(!service->isConnected());
         QCOMPARE(bench.certificates().known(record), first);
         // The connection that lives goes on expecting the old key.
         QVERIFY(messageOf([&] {
                     bench.service->list(bench.server.sharedPath(), HiddenFiles::included, neverStops);
-                }).contains(QStringLiteral("has changed")));
+                }).contains(u"has changed"_s));
         bench.certificates().forget(record);
         service->connect(neverStops);
         QVERIFY(service->isConnected());
@@ -197,68 +196,40 @@ private slots:
     void connectionIsRefusedInWords_data()
     {
         QTest::addColumn<bool>("isEncrypted");
-        QTest::addColumn<std::function<void(ServerConnection &, ConnectionCredentials &)>>("change");
+        QTest::addColumn<QString>("change");
         QTest::addColumn<QString>("words");
-        using Change = std::function<void(ServerConnection &, ConnectionCredentials &)>;
-        const auto row = [](const char *title, bool isEncrypted, const Change &change, const char *words) {
-            QTest::newRow(title) << isEncrypted << change << QString::fromUtf8(words);
+        const auto row = [](const char *change, bool isEncrypted, const char *words) {
+            QTest::newRow(change) << isEncrypted << QString::fromUtf8(change) << QString::fromUtf8(words);
         };
-        row(
-            "authorities judge", true, [](auto &server, auto &) { server.strictHostKeyChecking = true; },
-            "Could not connect: the certificate of 127.0.0.1 is not trusted");
-        row(
-            "server wants encryption", true,
-            [](auto &server, auto &) {
-                server.useTLS = false;
-                server.networkProtocol = NetworkProtocol::ftp;
-            },
-            "Authentication failed: 127.0.0.1 takes logins only over an encrypted connection.");
-        row(
-            "server has no encryption", false, [](auto &server, auto &) { server.useTLS = true; },
-            "Could not connect: 127.0.0.1 offers no encryption. No name and no password were sent.");
-        row(
-            "wrong password", false, [](auto &, auto &secrets) { secrets.password = QStringLiteral("wrong"); },
-            "Authentication failed: 127.0.0.1 did not accept the login of “moorix-test”.");
-        row(
-            "command in the password", false,
-            [](auto &, auto &secrets) { secrets.password = QStringLiteral("a\nDELE x"); },
-            "Could not connect: the password holds a control character");
-        row(
-            "command in the user", false, [](auto &server, auto &) { server.username = QStringLiteral("a\rQUIT"); },
-            "Could not connect: the user name holds a control character");
-        row(
-            "encryption with active data connections", true, [](auto &server, auto &) { server.passiveMode = false; },
-            "Could not connect: encryption and active data connections do not work together.");
-        row(
-            "FTPS without encryption", true, [](auto &server, auto &) { server.useTLS = false; },
-            "Could not connect: this FTPS server is set to use no encryption.");
-        row(
-            "host with a path", false, [](auto &server, auto &) { server.host = QStringLiteral("a?b"); },
-            "Could not connect: “a?b” is no host name");
-        row(
-            "unknown character set", false, [](auto &server, auto &) { server.charset = QStringLiteral("x-none"); },
-            "Could not connect: the character set “x-none” is not known.");
-        row(
-            "nobody listens", false, [](auto &server, auto &) { server.port = 1; },
-            "Could not connect: nothing answers on port 1 of 127.0.0.1.");
-        row(
-            "no such host", false, [](auto &server, auto &) { server.host = QStringLiteral("none.invalid"); },
-            "Could not connect: the name “none.invalid” cannot be found.");
+        const bool plain = false;
+        const bool encrypted = true;
+        row("strict", encrypted, "Could not connect: the certificate of 127.0.0.1 is not trusted");
+        row("FTP", encrypted, "Authentication failed: 127.0.0.1 takes logins only over an encrypted connection.");
+        row("TLS", plain, "Could not connect: 127.0.0.1 offers no encryption. No name and no password were sent.");
+        row("password=wrong", plain, "Authentication failed: 127.0.0.1 did not accept the login of “moorix-test”.");
+        row("password=a\nDELE x", plain, "Could not connect: the password holds a control character");
+        row("user=a\rQUIT", plain, "Could not connect: the user name holds a control character");
+        row("active", encrypted, "Could not connect: encryption and active data connections do not work together.");
+        row("no TLS", encrypted, "Could not connect: this FTPS server is set to use no encryption.");
+        row("host=a?b", plain, "Could not connect: “a?b” is no host name");
+        row("charset=x-none", plain, "Could not connect: the character set “x-none” is not known.");
+        row("port=1", plain, "Could not connect: nothing answers on port 1 of 127.0.0.1.");
+        row("host=none.invalid", plain, "Could not connect: the name “none.invalid” cannot be found.");
     }
 
     void connectionIsRefusedInWords()
     {
         QFETCH(bool, isEncrypted);
-        QFETCH(std::function<void(ServerConnection &, ConnectionCredentials &)>, change);
+        QFETCH(QString, change);
         QFETCH(QString, words);
         const FTPBench &bench = isEncrypted ? *m_encrypted : *m_plain;
         ServerConnection record = bench.server.connection();
         ConnectionCredentials secrets = FTPServer::credentials();
-        change(record, secrets);
-        FTPService service(record, secrets, std::make_shared<SystemProcessRunner>(), bench.certificates());
-        const QString message = messageOf([&] { service.connect(neverStops); });
+        applyChange(change, record, secrets);
+        const auto service = bench.serviceFor(record, secrets);
+        const QString message = messageOf([&] { service->connect(neverStops); });
         QVERIFY2(message.startsWith(words), qPrintable(message));
-        QVERIFY(caseOf([&] { service.list(QStringLiteral("/"), HiddenFiles::included, neverStops); }) ==
+        QVERIFY(caseOf([&] { service->list(u"/"_s, HiddenFiles::included, neverStops); }) ==
                 FileServiceError::Case::notConnected);
     }
 
@@ -269,44 +240,43 @@ private slots:
         const auto service = m_plain->serviceFor(record);
         service->connect(neverStops);
         QCOMPARE(service->defaultDirectory(neverStops), m_plain->server.homePath());
-        service->write("x", m_plain->newFolder() + QStringLiteral("/a"), neverStops);
-        QCOMPARE(m_plain->service->list(m_plain->folder(), HiddenFiles::included, neverStops).size(), 1);
+        const QString folder = m_plain->newFolder();
+        service->write("x", folder + u"/a"_s, neverStops);
+        QCOMPARE(m_plain->listed(folder), QStringList{u"a"_s});
     }
 
     void transfersGoOnWhereTheyBrokeOff()
     {
-        const QString folder = m_plain->newFolder();
+        const QString begun = m_plain->newFolder() + u"/begun"_s;
         const TestTree local{{"whole", "0123456789"}, {"part", "01234"}, {"longer", "0123456789x"}};
         RemoteTransferOptions onwards;
         onwards.resumes = true;
-        writeFile(folder + QStringLiteral("/begun"), "0123");
-        m_plain->service->upload(local.path("whole"), folder + QStringLiteral("/begun"), onwards, neverStops);
-        QCOMPARE(contentOf(folder + QStringLiteral("/begun")), QByteArray("0123456789"));
-        m_plain->service->upload(local.path("whole"), folder + QStringLiteral("/new"), onwards, neverStops);
-        QCOMPARE(contentOf(folder + QStringLiteral("/new")), QByteArray("0123456789"));
-        m_plain->service->download(folder + QStringLiteral("/new"), local.path("part"), onwards, neverStops);
+        writeFile(begun, "0123");
+        m_plain->service->upload(local.path("whole"), begun, onwards, neverStops);
+        QCOMPARE(contentOf(begun), QByteArray("0123456789"));
+        m_plain->service->upload(local.path("whole"), begun + u'2', onwards, neverStops);
+        QCOMPARE(contentOf(begun + u'2'), QByteArray("0123456789"));
+        m_plain->service->download(begun, local.path("part"), onwards, neverStops);
         QCOMPARE(local.read("part"), QByteArray("0123456789"));
-        const QString message = messageOf([&] {
-            m_plain->service->download(folder + QStringLiteral("/new"), local.path("longer"), onwards, neverStops);
-        });
-        QVERIFY2(message.contains(QStringLiteral("cannot be continued")), qPrintable(message));
+        const QString message =
+            messageOf([&] { m_plain->service->download(begun, local.path("longer"), onwards, neverStops); });
+        QVERIFY2(message.contains(u"cannot be continued"_s), qPrintable(message));
         QCOMPARE(local.read("longer"), QByteArray("0123456789x"));
     }
 
     void timesAndModeTravelWithTheFile()
     {
-        const QString folder = m_plain->newFolder();
+        const QString remote = m_plain->newFolder() + u"/b"_s;
         const TestTree local{{"a", "1"}};
         const QDateTime then(QDate(2024, 5, 6), QTime(7, 8, 9), Qt::UTC);
         QFile file(local.path("a"));
         QVERIFY(file.open(QIODevice::ReadWrite) && file.setFileTime(then, QFileDevice::FileModificationTime));
         file.close();
         QFile::setPermissions(local.path("a"), QFile::Permissions(0x6600));
-        m_plain->service->upload(local.path("a"), folder + QStringLiteral("/b"), {true, {}}, neverStops);
-        QCOMPARE(QFileInfo(folder + QStringLiteral("/b")).lastModified().toUTC(), then);
-        QCOMPARE(m_plain->service->stat(folder + QStringLiteral("/b"), neverStops)->permissions,
-                 QStringLiteral("rw-------"));
-        m_plain->service->download(folder + QStringLiteral("/b"), local.path("c"), {true, {}}, neverStops);
+        m_plain->service->upload(local.path("a"), remote, {true, {}}, neverStops);
+        QCOMPARE(QFileInfo(remote).lastModified().toUTC(), then);
+        QCOMPARE(m_plain->service->stat(remote, neverStops)->permissions, u"rw-------"_s);
+        m_plain->service->download(remote, local.path("c"), {true, {}}, neverStops);
         QCOMPARE(QFileInfo(local.path("c")).lastModified().toUTC(), then);
     }
 
@@ -325,7 +295,7 @@ private slots:
         QFETCH(bool, isUpload);
         QFETCH(bool, isStopped);
         constexpr qint64 size = 16'000'000;
-        const QString remote = m_plain->newFolder() + QStringLiteral("/big");
+        const QString remote = m_plain->newFolder() + u"/big"_s;
         const TestTree local{{"big", isUpload ? QByteArray(size, 'x') : QByteArray("")}};
         if (!isUpload)
             writeFile(remote, QByteArray(size, 'x'));
@@ -353,10 +323,10 @@ private slots:
         QVERIFY(std::is_sorted(seen.begin(), seen.end()));
         QVERIFY(seen.constLast() <= size && (isStopped || seen.constLast() > 0));
         QVERIFY(visible.contains("curl") && !visible.contains(FTPServer::credentials().password->toUtf8()));
-        QVERIFY(descendantsNamed("curl").isEmpty());
+        QVERIFY(childrenNamed("curl").isEmpty());
         QCOMPARE(temporaryFiles(), before);
-        const QStringList names = QDir(m_plain->folder()).entryList(QDir::Files | QDir::Hidden);
-        QCOMPARE(names, isUpload && isStopped ? QStringList() : QStringList{QStringLiteral("big")});
+        const QStringList names = QFileInfo(remote).dir().entryList(QDir::Files | QDir::Hidden);
+        QCOMPARE(names, isUpload && isStopped ? QStringList() : QStringList{u"big"_s});
         if (!isStopped)
             QCOMPARE(isUpload ? QFileInfo(remote).size() : QFileInfo(local.path("big")).size(), size);
     }
@@ -365,17 +335,17 @@ private slots:
     {
         const QString folder = m_plain->newFolder();
         ServerConnection record = m_plain->server.connection();
-        record.charset = QStringLiteral("ISO-8859-1");
+        record.charset = u"ISO-8859-1"_s;
         const auto latin = m_plain->serviceFor(record);
         latin->connect(neverStops);
-        latin->write("1", folder + QStringLiteral("/café"), neverStops);
-        QCOMPARE(namesOf(latin->list(folder, HiddenFiles::included, neverStops)), QStringList{QStringLiteral("café")});
+        latin->write("1", folder + u"/café"_s, neverStops);
+        QCOMPARE(namesOf(latin->list(folder, HiddenFiles::included, neverStops)), QStringList{u"café"_s});
         QVERIFY(messageOf([&] {
-                    latin->write("1", folder + QStringLiteral("/☺"), neverStops);
-                }).contains(QStringLiteral("cannot be written in the server's character set ISO-8859-1")));
+                    latin->write("1", folder + u"/☺"_s, neverStops);
+                }).contains(u"cannot be written in the server's character set ISO-8859-1"_s));
         // To a service that expects UTF-8 the same name is an odd one, and still the same file.
         const QList<FileItem> odd = m_plain->service->list(folder, HiddenFiles::included, neverStops);
-        QCOMPARE(namesOf(odd), QStringList{QStringLiteral("caf") + QChar(0xDCE9)});
+        QCOMPARE(namesOf(odd), QStringList{u"caf"_s + QChar(0xDCE9)});
         QCOMPARE(m_plain->service->read(odd.constFirst().path, neverStops), QByteArray("1"));
         m_plain->service->remove(odd.constFirst(), neverStops);
         QVERIFY(latin->list(folder, HiddenFiles::included, neverStops).isEmpty());
@@ -388,53 +358,59 @@ private slots:
             const QString path = folder + u'/' + QString::fromLatin1(name);
             QVERIFY(messageOf([&] {
                         m_plain->service->createDirectory(path, neverStops);
-                    }).contains(QStringLiteral("invalid control characters")));
+                    }).contains(u"invalid control characters"_s));
             QVERIFY_THROWS_EXCEPTION(FileServiceError, m_plain->service->write("x", path, neverStops));
         }
         FileItem file;
-        file.path = folder + QStringLiteral("/blank ");
+        file.path = folder + u"/blank "_s;
         writeFile(file.path, "1");
         QVERIFY(messageOf([&] {
-                    m_plain->service->setPermissions(file.path, QStringLiteral("600"), Recursive::no, neverStops);
-                }).contains(QStringLiteral("ends in a blank")));
+                    m_plain->service->setPermissions(file.path, u"600"_s, Recursive::no, neverStops);
+                }).contains(u"ends in a blank"_s));
         QCOMPARE(QDir(folder).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden),
-                 QStringList{QStringLiteral("blank ")});
+                 QStringList{u"blank "_s});
     }
 
 private:
+    static void applyChange(const QString &change, ServerConnection &record, ConnectionCredentials &secrets)
+    {
+        const QString value = change.section(u'=', 1);
+        const QMap<QString, std::function<void()>> changes{
+            {u"strict"_s, [&] { record.strictHostKeyChecking = true; }},
+            {u"FTP"_s, [&] { record.networkProtocol = NetworkProtocol::ftp, record.useTLS = false; }},
+            {u"TLS"_s, [&] { record.useTLS = true; }},
+            {u"no TLS"_s, [&] { record.useTLS = false; }},
+            {u"active"_s, [&] { record.passiveMode = false; }},
+            {u"password"_s, [&] { secrets.password = value; }},
+            {u"user"_s, [&] { record.username = value; }},
+            {u"host"_s, [&] { record.host = value; }},
+            {u"charset"_s, [&] { record.charset = value; }},
+            {u"port"_s, [&] { record.port = value.toInt(); }}};
+        changes.value(change.section(u'=', 0, 0))();
+    }
+
     static void writeFile(const QString &path, const QByteArray &content)
     {
         putFile(path, content);
         QFile::setPermissions(path, QFile::Permissions(0x6666));
     }
 
-    static QStringList temporaryFiles() { return QDir::temp().entryList({QStringLiteral("moorix-*")}, QDir::Files); }
-
-    static QList<qint64> descendantsNamed(const QByteArray &program)
-    {
-        QList<qint64> found;
-        for (const qint64 process : descendants(QCoreApplication::applicationPid())) {
-            if (contentOf(QStringLiteral("/proc/%1/comm").arg(process)).trimmed() == program)
-                found << process;
-        }
-        return found;
-    }
+    static QStringList temporaryFiles() { return QDir::temp().entryList({u"moorix-*"_s}, QDir::Files); }
 
     static QByteArray whatOthersSeeOfChildren()
     {
         QByteArray all;
-        for (const qint64 process : descendantsNamed("curl")) {
-            all += contentOf(QStringLiteral("/proc/%1/cmdline").arg(process));
-            all += contentOf(QStringLiteral("/proc/%1/environ").arg(process));
+        for (const qint64 process : childrenNamed("curl")) {
+            all += contentOf(u"/proc/%1/cmdline"_s.arg(process));
+            all += contentOf(u"/proc/%1/environ"_s.arg(process));
         }
         return all;
     }
 
+    const TestTree m_temporary;
     std::unique_ptr<FTPBench> m_plain;
     std::unique_ptr<FTPBench> m_encrypted;
 };
-
-Q_DECLARE_METATYPE(std::function<void(moorix::ServerConnection &, moorix::ConnectionCredentials &)>)
 
 MOORIX_TEST(FTPContractTest)
 MOORIX_TEST(FTPServiceTest)

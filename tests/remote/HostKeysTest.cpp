@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "RemoteTestSupport.h"
-
-#include "platform/SystemProcessRunner.h"
 #include "remote/HostKeys.h"
+#include "platform/SystemProcessRunner.h"
 #include "remote/SFTPService.h"
 #include "remote/SSHConfigHosts.h"
+#include "support/Shorthand.h"
 #include "support/TestMain.h"
 #include "support/TestServer.h"
+#include "support/TestTree.h"
 
 #include <QTest>
 
@@ -18,10 +18,6 @@ class HostKeysTest final : public QObject
 {
     Q_OBJECT
 
-    static QByteArray hostKeyOf(const TestServer &server)
-    {
-        return contentOf(QFileInfo(server.keyPath()).path() + u"/host_key.pub"_s).trimmed();
-    }
     static QByteArray known(const TestServer &server, const QByteArray &key)
     {
         return u"[127.0.0.1]:%1 "_s.arg(server.port()).toUtf8() + key;
@@ -48,36 +44,27 @@ private slots:
         QCOMPARE(HostKeys::knownFingerprints(server, *clients, neverStops), offered);
     }
 
-    void changedKeyIsRefusedAndExplained()
-    {
-        const TestServer sshd;
-        const TestServer other;
-        const auto clients = std::make_shared<IsolatedClients>(sshd.knownHostsPath());
-        const ServerConnection server = sshd.connection();
-        putFile(sshd.knownHostsPath(), known(sshd, hostKeyOf(other)));
-        SFTPService service(server, {}, clients);
-        const QString message = messageOf([&] { service.connect(neverStops); });
-        QVERIFY2(message.startsWith(u"Could not connect: the key of 127.0.0.1 has changed."_s), qPrintable(message));
-    }
-
-    void confirmedKeyReplacesTheKnownOneAndNoOther_data()
+    void changedKeyIsRefusedUntilItIsConfirmedAndReplacesNoOther_data()
     {
         QTest::addColumn<bool>("hashesNames");
         QTest::newRow("plain names") << false;
         QTest::newRow("hashed names") << true;
     }
 
-    void confirmedKeyReplacesTheKnownOneAndNoOther()
+    void changedKeyIsRefusedUntilItIsConfirmedAndReplacesNoOther()
     {
         QFETCH(bool, hashesNames);
         const TestServer sshd;
-        const TestServer other;
+        const QByteArray otherKey = contentOf(sshd.keyPath() + u".pub"_s).trimmed();
         const auto clients = std::make_shared<IsolatedClients>(sshd.knownHostsPath());
         clients->setHashesKnownHosts(hashesNames);
-        const QByteArray elsewhere = "elsewhere.example " + hostKeyOf(other);
-        putFile(sshd.knownHostsPath(), known(sshd, hostKeyOf(other)) + '\n' + elsewhere);
+        const QByteArray elsewhere = "elsewhere.example " + otherKey;
+        putFile(sshd.knownHostsPath(), known(sshd, otherKey) + '\n' + elsewhere);
         ServerConnection server = sshd.connection();
         server.strictHostKeyChecking = true;
+        SFTPService service(server, {}, clients);
+        const QString message = messageOf([&] { service.connect(neverStops); });
+        QVERIFY2(message.startsWith(u"Could not connect: the key of 127.0.0.1 has changed."_s), qPrintable(message));
 
         const QStringList shown = HostKeys::offeredFingerprints(server, *clients, neverStops);
         const QStringList before = HostKeys::knownFingerprints(server, *clients, neverStops);
@@ -88,7 +75,6 @@ private slots:
 
         HostKeys::trust(server, shown, *clients, neverStops);
         QCOMPARE(HostKeys::knownFingerprints(server, *clients, neverStops), shown);
-        SFTPService service(server, {}, clients);
         service.connect(neverStops);
         service.disconnect();
         const QByteArray text = contentOf(sshd.knownHostsPath());
@@ -110,17 +96,14 @@ private slots:
 
     void hostsOfTheConfigurationBecomeDrafts()
     {
-        const QTemporaryDir folder;
-        const QString config = folder.filePath(u"config"_s);
-        const QString key = folder.filePath(u"key"_s);
-        putFile(key, "PRIVATE KEY");
-        putFile(config, "Include " + folder.path().toUtf8() +
-                            "/more-*\nhost = web \"web two\" *.example !not\n  HostName web.example\n"
-                            "  Port 2200\n  User ada\n  IdentityFile " +
-                            key.toUtf8() +
-                            "\nHost web plain\n"
-                            "Include missing\n");
-        putFile(folder.filePath(u"more-1"_s), "Host first\n  User bob\n  IdentityFile /nowhere/key\n");
+        const TestTree tree{{"key", "PRIVATE KEY"},
+                            {"more-1", "Host first\n  User bob\n  IdentityFile /nowhere/key\n"}};
+        const QString config = tree.path("config");
+        const QString key = tree.path("key");
+        tree.write("config", u"Include %1/more-*\nhost = web \"web two\" *.example !not\n  HostName web.example\n"
+                             "  Port 2200\n  User ada\n  IdentityFile %1/key\nHost web plain\nInclude missing\n"_s
+                                 .arg(tree.path())
+                                 .toUtf8());
         QCOMPARE(SSHConfigHosts::aliases(config).join(u','), u"first,web,web two,plain"_s);
         QVERIFY(SSHConfigHosts::aliases(u"/nowhere/config"_s).isEmpty());
 

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "RemoteTestSupport.h"
-
-#include "platform/SystemProcessRunner.h"
 #include "remote/SFTPQuoting.h"
+#include "platform/SystemProcessRunner.h"
+#include "support/Shorthand.h"
 #include "support/TestMain.h"
 
 #include <QDir>

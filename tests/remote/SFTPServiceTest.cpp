@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "RemoteTestSupport.h"
-
 #include "remote/SFTPService.h"
 #include "support/FakeProcessRunner.h"
+#include "support/Shorthand.h"
 #include "support/TestMain.h"
 
 #include <QTest>
@@ -23,6 +22,18 @@ ServerConnection record()
     return server;
 }
 
+using Operation = std::function<void(SFTPService &)>;
+
+const QString longFolder = u'/' + QString(700, u'x');
+
+FileItem folder(const QString &path)
+{
+    FileItem item;
+    item.path = path;
+    item.isDirectory = true;
+    return item;
+}
+
 const QByteArray home = "sftp> pwd\nRemote working directory: /home/ada\n";
 
 /// Answers like an empty server on which everything succeeds.
@@ -39,6 +50,8 @@ ProcessResult emptyServer(const ProcessRequest &request)
 
 } // namespace
 
+Q_DECLARE_METATYPE(Operation)
+
 /// What the service asks the clients to do, to the character; how they really answer is RealServerTest's.
 class SFTPServiceTest final : public QObject
 {
@@ -53,60 +66,35 @@ private slots:
 
     void operationsSendTheirLine_data()
     {
-        QTest::addColumn<std::function<void(SFTPService &)>>("operation");
-        QTest::addColumn<QString>("line");
-        using Operation = std::function<void(SFTPService &)>;
-        FileItem folder;
-        folder.path = u"/d/f \"x\""_s;
-        folder.isDirectory = true;
-        const auto row = [](const char *name, const Operation &operation, const char *line) {
-            QTest::newRow(name) << operation << QString::fromUtf8(line);
-        };
-        const QString d = u"/d"_s;
-        const QString local = u"/l"_s;
-        row(
-            "list", [=](auto &s) { s.list(d, HiddenFiles::asTheSourceDoes, neverStops); }, "ls -l \"/d\"");
-        row(
-            "list all", [=](auto &s) { s.list(d, HiddenFiles::included, neverStops); }, "ls -la \"/d\"");
-        row(
-            "folder", [=](auto &s) { s.remove(folder, neverStops); }, "ssh: rm -rf \"/d/f \\\"x\\\"\"");
-        row(
-            "tree", [=](auto &s) { s.setPermissions(d, u"755"_s, Recursive::yes, neverStops); },
-            "ssh: chmod -R 755 \"/d\"");
-        row(
-            "download", [=](auto &s) { s.download(d, local, {}, neverStops); }, "get \"/d\" \"/l\"");
-        row(
-            "download with times",
-            [=](auto &s) {
-                s.download(d, local, {true, {}}, neverStops);
-            },
-            "get -p \"/d\" \"/l\"");
-        row(
-            "upload with times",
-            [=](auto &s) {
-                s.upload(local, d, {true, {}}, neverStops);
-            },
-            "put -p \"/l\" \"/d\"");
-        row(
-            "copy", [=](auto &s) { s.copyRemote(d, u"/$e"_s, neverStops); }, "ssh: cp -r \"/d\" '/$e'");
-        row(
-            "move", [=](auto &s) { s.moveRemote(d, u"/e"_s, neverStops); }, "rename \"/d\" \"/e\"");
+        QTest::addColumn<Operation>("operation");
+        const auto row = [](const char *line, const Operation &operation) { QTest::newRow(line) << operation; };
+        row("ls -l \"/d\"", [](auto &s) { s.list(u"/d"_s, HiddenFiles::asTheSourceDoes, neverStops); });
+        row("ls -la \"/d\"", [](auto &s) { s.list(u"/d"_s, HiddenFiles::included, neverStops); });
+        row(qPrintable(u"cd \"%1\"\nls -la"_s.arg(longFolder)),
+            [](auto &s) { s.list(longFolder, HiddenFiles::included, neverStops); });
+        row("ssh: rm -rf \"/d/f \\\"x\\\"\"", [](auto &s) { s.remove(folder(u"/d/f \"x\""_s), neverStops); });
+        row("ssh: chmod -R 755 \"/d\"",
+            [](auto &s) { s.setPermissions(u"/d"_s, u"755"_s, Recursive::yes, neverStops); });
+        row("get \"/d\" \"/l\"", [](auto &s) { s.download(u"/d"_s, u"/l"_s, {}, neverStops); });
+        row("get -p \"/d\" \"/l\"", [](auto &s) { s.download(u"/d"_s, u"/l"_s, {true, {}}, neverStops); });
+        row("put -p \"/l\" \"/d\"", [](auto &s) { s.upload(u"/l"_s, u"/d"_s, {true, {}}, neverStops); });
+        row("ssh: cp -r \"/d\" '/$e'", [](auto &s) { s.copyRemote(u"/d"_s, u"/$e"_s, neverStops); });
+        row("rename \"/d\" \"/e\"", [](auto &s) { s.moveRemote(u"/d"_s, u"/e"_s, neverStops); });
     }
 
     void operationsSendTheirLine()
     {
-        QFETCH(std::function<void(SFTPService &)>, operation);
-        QFETCH(QString, line);
+        QFETCH(Operation, operation);
         m_service->connect(neverStops);
         QCOMPARE(m_clients->requests().constLast().environment->value(u"LC_CTYPE"_s), u"C.UTF-8"_s);
         operation(*m_service);
-        QStringList sent;
+        QByteArrayList sent;
         for (const ProcessRequest &request : m_clients->requests()) {
             const bool isShell = request.program == u"/usr/bin/ssh"_s;
-            sent << (isShell ? u"ssh: "_s + request.arguments.last() : QString::fromUtf8(request.standardInput));
+            sent << (isShell ? "ssh: " + request.arguments.last().toUtf8() : request.standardInput);
         }
-        QVERIFY2(sent.contains(line.startsWith(u"ssh: "_s) ? line : line + u"\nquit\n"_s),
-                 qPrintable(sent.join(u'\n')));
+        const QByteArray line(QTest::currentDataTag());
+        QVERIFY2(sent.contains(line.startsWith("ssh: ") ? line : line + "\nquit\n"), sent.join('\n').constData());
     }
 
     void failedClientIsAFailedConnection()
@@ -138,8 +126,7 @@ private slots:
     {
         m_service->connect(neverStops);
         const auto started = m_clients->requests().size();
-        FileItem item;
-        item.path = u"/a\nb"_s;
+        const FileItem item = folder(u"/a\nb"_s);
         QCOMPARE(messageOf([&] { m_service->remove(item, neverStops); }),
                  u"Path contains invalid control characters."_s);
         const QString longPath = u'/' + QString(2040, u'x');
@@ -149,21 +136,10 @@ private slots:
         QCOMPARE(m_clients->requests().size(), started);
     }
 
-    void longFolderIsListedFromInside()
-    {
-        m_service->connect(neverStops);
-        const QString folder = u'/' + QString(700, u'x');
-        m_service->list(folder, HiddenFiles::included, neverStops);
-        QCOMPARE(QString::fromUtf8(m_clients->requests().constLast().standardInput),
-                 u"cd \"%1\"\nls -la\nquit\n"_s.arg(folder));
-    }
-
 private:
     std::shared_ptr<FakeProcessRunner> m_clients;
     std::unique_ptr<SFTPService> m_service;
 };
-
-Q_DECLARE_METATYPE(std::function<void(moorix::SFTPService &)>)
 
 MOORIX_TEST(SFTPServiceTest)
 #include "SFTPServiceTest.moc"

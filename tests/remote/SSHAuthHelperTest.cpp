@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "RemoteTestSupport.h"
-
-#include "remote/ControlSocket.h"
 #include "remote/SSHAuthHelper.h"
+#include "remote/ControlSocket.h"
 #include "remote/SSHDestination.h"
 #include "remote/SSHKeys.h"
 #include "servers/ServerConnection.h"
+#include "support/Shorthand.h"
 #include "support/TestMain.h"
+#include "support/TestTree.h"
 
 #include <QDir>
 #include <QTemporaryDir>

@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "RemoteTestSupport.h"
-
 #include "remote/ControlSocket.h"
 #include "remote/SFTPService.h"
+#include "support/FileServiceContract.h"
+#include "support/Shorthand.h"
 #include "support/SlowProxy.h"
 #include "support/TestMain.h"
 #include "support/TestServer.h"
+#include "support/TestTree.h"
 
 #include <QDir>
 #include <QTest>
@@ -38,16 +39,12 @@ ConnectionCredentials withPassword(const QString &password = TestServer::passwor
 }
 
 /// Clients this program has started and that still run.
-QStringList runningClients()
+qsizetype runningClients()
 {
-    QStringList found;
-    for (const qint64 process : descendants(::getpid())) {
-        const QByteArray name = contentOf(u"/proc/%1/comm"_s.arg(process)).trimmed();
-        if (name == "sftp" || name == "ssh")
-            found << QString::fromLatin1(name);
-    }
-    return found;
+    return childrenNamed("sftp").size() + childrenNamed("ssh").size();
 }
+
+enum class End { reached, serverDies, lineBreaks, cancelled };
 
 } // namespace
 
@@ -59,7 +56,7 @@ class ServerFailureTest final : public QObject
 private slots:
     void initTestCase()
     {
-        m_sshd = std::make_unique<TestServer>();
+        m_sshd = std::make_shared<TestServer>();
         m_clients = std::make_shared<IsolatedClients>(m_sshd->knownHostsPath());
     }
 
@@ -81,7 +78,7 @@ private slots:
         m_services.clear();
         qunsetenv("TMPDIR");
         QCOMPARE(QDir(m_temporary->path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList());
-        QCOMPARE(runningClients(), QStringList());
+        QCOMPARE(runningClients(), 0);
     }
 
     void wrongPasswordIsTriedOnceAndExplained()
@@ -118,38 +115,38 @@ private slots:
         server.authMethod = AuthMethod::privateKeyPasted;
         ConnectionCredentials secrets;
         secrets.privateKeyText = QString::fromUtf8(contentOf(m_sshd->keyPath()));
-        SFTPService &service = make(server, secrets);
-        service.connect(neverStops);
-        service.list(u"/"_s, HiddenFiles::asTheSourceDoes, neverStops);
+        connected(server, secrets).list(u"/"_s, HiddenFiles::asTheSourceDoes, neverStops);
+    }
+
+    void accountWithoutShellCopiesChangesAndDeletesFolders_data()
+    {
+        FileServiceContract::addRows({u"in\\ner"_s}, {u"trees are copied, moved and removed whole"_s,
+                                                      u"permissions are set on the item or the tree"_s});
     }
 
     void accountWithoutShellCopiesChangesAndDeletesFolders()
     {
         NEED_ACCOUNTS();
-        SFTPService &service = make(m_sshd->connectionByPassword(TestServer::userWithoutShell()), withPassword());
-        service.connect(neverStops);
-        const QString from = at("from");
-        service.createDirectory(from, neverStops);
-        service.createDirectory(from + u"/in\\ner"_s, neverStops);
-        service.write("1", from + u"/in\\ner/.hidden"_s, neverStops);
-        FileItem folder = *service.stat(from, neverStops);
-        service.copy(folder, at("copy"), neverStops);
-        QCOMPARE(service.read(at("copy/in\\ner/.hidden"), neverStops), QByteArray("1"));
+        SFTPService &service = connected(m_sshd->connectionByPassword(TestServer::userWithoutShell()), withPassword());
+        FileServiceContract::runRow({service, m_folder->path()});
+    }
+
+    void modeOfATreeWithoutShellPassesLinksBy()
+    {
+        NEED_ACCOUNTS();
+        SFTPService &service = connected(m_sshd->connectionByPassword(TestServer::userWithoutShell()), withPassword());
         putFile(at("outside"), "kept");
-        QVERIFY(QFile::link(at("outside"), from + u"/link"_s));
-        service.setPermissions(from, u"700"_s, Recursive::yes, neverStops);
-        QVERIFY(!(QFile::permissions(from + u"/in\\ner/.hidden"_s) & QFile::ReadOther));
+        service.createDirectory(at("tree"), neverStops);
+        QVERIFY(QFile::link(at("outside"), at("tree/link")));
+        service.setPermissions(at("tree"), u"700"_s, Recursive::yes, neverStops);
+        QVERIFY(!(QFile::permissions(at("tree")) & QFile::ReadOther));
         QVERIFY(QFile::permissions(at("outside")) & QFile::ReadOther);
-        service.remove(folder, neverStops);
-        QVERIFY(!QFileInfo::exists(from));
-        QVERIFY(QFileInfo::exists(at("outside")));
     }
 
     void fullDiskFailsTheUpload()
     {
         NEED_ACCOUNTS();
-        SFTPService &service = make(m_sshd->connection(), {});
-        service.connect(neverStops);
+        SFTPService &service = connected(m_sshd->connection(), {});
         const QString target = m_sshd->fullDiskPath() + u"/file"_s;
         const QString message = messageOf([&] { service.write(QByteArray(200'000, 'x'), target, neverStops); });
         QVERIFY2(message.contains(u"write remote"_s), qPrintable(message));
@@ -159,8 +156,7 @@ private slots:
     void foldersThatMayNotBeReadSayWhy()
     {
         NEED_ACCOUNTS();
-        SFTPService &service = make(m_sshd->connectionByPassword(TestServer::user()), withPassword());
-        service.connect(neverStops);
+        SFTPService &service = connected(m_sshd->connectionByPassword(TestServer::user()), withPassword());
         QVERIFY(QDir(m_folder->path()).mkdir(u"locked"_s));
         putFile(at("locked/file"), "x");
         const auto messageWithMode = [&](int mode) {
@@ -174,8 +170,7 @@ private slots:
 
     void linksLeftOutOfATreeAreReported()
     {
-        SFTPService &service = make(m_sshd->connection(), {});
-        service.connect(neverStops);
+        SFTPService &service = connected(m_sshd->connection(), {});
         QVERIFY(QDir(m_folder->path()).mkdir(u"tree"_s));
         putFile(at("tree/file"), "1");
         QVERIFY(QFile::link(u"file"_s, at("tree/link")));
@@ -187,44 +182,59 @@ private slots:
         QVERIFY(QFileInfo::exists(at("up/file")));
     }
 
-    void serverThatDiesInTheMiddleOfAnUploadFailsIt()
+    void transferMeetsItsEndHalfway_data()
     {
-        TestServer sshd;
-        SlowProxy proxy(sshd.port());
-        SFTPService &service = makeThrough(proxy, sshd);
-        auto upload = startTransfer(proxy, [&](const auto &options, const std::stop_token &stop) {
-            service.upload(at("large"), at("target"), options, stop);
-        });
-        sshd.kill();
-        proxy.resume();
-        const QString message = messageOf([&] { upload.get(); });
-        QVERIFY2(message.startsWith(u"Could not connect: the connection to 127.0.0.1 was lost."_s),
-                 qPrintable(message));
+        QTest::addColumn<bool>("isUpload");
+        QTest::addColumn<End>("end");
+        QTest::newRow("upload goes on") << true << End::reached;
+        QTest::newRow("download goes on") << false << End::reached;
+        QTest::newRow("server dies during an upload") << true << End::serverDies;
+        QTest::newRow("line breaks during a download") << false << End::lineBreaks;
+        QTest::newRow("upload is cancelled") << true << End::cancelled;
     }
 
-    void lineThatBreaksInTheMiddleOfADownloadFailsIt()
+    void transferMeetsItsEndHalfway()
     {
-        SlowProxy proxy(m_sshd->port());
-        SFTPService &service = makeThrough(proxy, *m_sshd);
-        auto download = startTransfer(proxy, [&](const auto &options, const std::stop_token &stop) {
-            service.download(at("large"), at("target"), options, stop);
-        });
-        proxy.cut();
-        QVERIFY(caseOf([&] { download.get(); }) == FileServiceError::Case::connectionFailed);
-    }
-
-    void cancelledTransferLeavesNoProcess()
-    {
-        SlowProxy proxy(m_sshd->port());
-        SFTPService &service = makeThrough(proxy, *m_sshd);
+        QFETCH(bool, isUpload);
+        QFETCH(End, end);
+        const auto sshd = end == End::serverDies ? std::make_shared<TestServer>() : m_sshd;
+        SlowProxy proxy(sshd->port());
+        ServerConnection server = sshd->connection();
+        server.port = proxy.port();
+        SFTPService &service = connected(server, {});
+        putFile(at("large"), QByteArray(largeFileBytes, 'x'));
+        std::atomic<qint64> last = 0;
+        std::atomic<bool> isSound = true;
+        const RemoteTransferOptions options{false, [&](qint64 bytes) {
+                                                isSound = isSound && bytes >= last && bytes <= largeFileBytes;
+                                                last = bytes;
+                                            }};
         std::stop_source source;
-        auto upload = startTransfer(proxy, [&](const auto &options, const std::stop_token &) {
-            service.upload(at("large"), at("target"), options, source.get_token());
+        auto transfer = std::async(std::launch::async, [&] {
+            isUpload ? service.upload(at("large"), at("target"), options, source.get_token())
+                     : service.download(at("large"), at("target"), options, source.get_token());
         });
-        QVERIFY(!runningClients().isEmpty());
-        source.request_stop();
-        QVERIFY_THROWS_EXCEPTION(Cancelled, upload.get());
-        QCOMPARE(runningClients(), QStringList());
+        const qint64 before = proxy.bytesPassed();
+        QTRY_VERIFY(proxy.bytesPassed() - before > largeFileBytes / 4);
+        proxy.stall();
+        QTRY_VERIFY(last > 0 && runningClients() > 0);
+        if (end == End::cancelled) {
+            source.request_stop();
+            QVERIFY_THROWS_EXCEPTION(Cancelled, transfer.get());
+            return;
+        }
+        if (end == End::serverDies)
+            sshd->kill();
+        if (end == End::lineBreaks)
+            proxy.cut();
+        proxy.resume();
+        const QString message = messageOf([&] { transfer.get(); });
+        QVERIFY(isSound);
+        if (end == End::reached)
+            QVERIFY(message.isEmpty() && QFileInfo(at("target")).size() == largeFileBytes);
+        else
+            QVERIFY2(message.startsWith(u"Could not connect: the connection to 127.0.0.1 was lost."_s),
+                     qPrintable(message));
     }
 
     void cancelledLoginLeavesNoProcess()
@@ -237,46 +247,19 @@ private slots:
         SFTPService &service = make(server, withPassword());
         std::stop_source source;
         auto login = std::async(std::launch::async, [&] { service.connect(source.get_token()); });
-        QTRY_VERIFY(runningClients().size() == 2);
+        QTRY_VERIFY(runningClients() == 2);
         source.request_stop();
         QVERIFY_THROWS_EXCEPTION(Cancelled, login.get());
-    }
-
-    void progressGrowsAndNeverPassesTheSize_data()
-    {
-        QTest::addColumn<bool>("isUpload");
-        QTest::newRow("upload") << true;
-        QTest::newRow("download") << false;
-    }
-
-    void progressGrowsAndNeverPassesTheSize()
-    {
-        QFETCH(bool, isUpload);
-        SlowProxy proxy(m_sshd->port());
-        SFTPService &service = makeThrough(proxy, *m_sshd);
-        auto transfer = startTransfer(proxy, [&](const auto &options, const std::stop_token &stop) {
-            if (isUpload)
-                service.upload(at("large"), at("target"), options, stop);
-            else
-                service.download(at("large"), at("target"), options, stop);
-        });
-        QTRY_VERIFY(m_lastProgress > 0);
-        proxy.resume();
-        transfer.get();
-        QVERIFY(m_progressIsSound);
-        QCOMPARE(QFileInfo(at("target")).size(), largeFileBytes);
     }
 
     void twoUsersOfOneRecordNeverShareAConnection()
     {
         NEED_ACCOUNTS();
         ServerConnection server = m_sshd->connection();
-        SFTPService &first = make(server, {});
-        first.connect(neverStops);
+        connected(server, {});
         QVERIFY(ControlSocket::isPresent(server));
         server.username = TestServer::user();
-        SFTPService &second = make(server, {});
-        second.connect(neverStops);
+        SFTPService &second = connected(server, {});
         QVERIFY(second.defaultDirectory(neverStops).endsWith(u'/' + TestServer::user()));
         second.write("x", at("whose"), neverStops);
         QVERIFY(QFileInfo(at("whose")).ownerId() != ::getuid());
@@ -294,8 +277,7 @@ private slots:
         QVERIFY(::bind(trap, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0);
         QVERIFY(::listen(trap, 1) == 0 && ::chown(path.constData(), 64001, 64001) == 0);
         QVERIFY(::chmod(path.constData(), 0777) == 0);
-        SFTPService &service = make(server, {});
-        service.connect(neverStops);
+        SFTPService &service = connected(server, {});
         QVERIFY(service.isConnected());
         service.disconnect();
         QVERIFY(QFile::exists(ControlSocket::path(server)));
@@ -312,42 +294,18 @@ private:
         return *m_services.back();
     }
 
-    SFTPService &makeThrough(const SlowProxy &proxy, const TestServer &sshd)
+    SFTPService &connected(const ServerConnection &server, const ConnectionCredentials &secrets)
     {
-        ServerConnection server = sshd.connection();
-        server.port = proxy.port();
-        SFTPService &service = make(server, {});
+        SFTPService &service = make(server, secrets);
         service.connect(neverStops);
         return service;
     }
 
-    /// Starts a transfer of the file "large" on a thread and returns once the line stands still in its middle.
-    std::future<void>
-    startTransfer(SlowProxy &proxy,
-                  std::function<void(const RemoteTransferOptions &, const std::stop_token &)> transfer)
-    {
-        putFile(at("large"), QByteArray(largeFileBytes, 'x'));
-        m_lastProgress = 0;
-        m_progressIsSound = true;
-        RemoteTransferOptions options;
-        options.progress = [this](qint64 bytes) {
-            m_progressIsSound = m_progressIsSound && bytes >= m_lastProgress && bytes <= largeFileBytes;
-            m_lastProgress = bytes;
-        };
-        auto running = std::async(std::launch::async, [=] { transfer(options, neverStops); });
-        const qint64 before = proxy.bytesPassed();
-        [&] { QTRY_VERIFY(proxy.bytesPassed() - before > largeFileBytes / 4); }();
-        proxy.stall();
-        return running;
-    }
-
-    std::unique_ptr<TestServer> m_sshd;
+    std::shared_ptr<TestServer> m_sshd;
     std::shared_ptr<IsolatedClients> m_clients;
     std::unique_ptr<QTemporaryDir> m_folder;
     std::unique_ptr<QTemporaryDir> m_temporary;
     std::vector<std::unique_ptr<SFTPService>> m_services;
-    std::atomic<qint64> m_lastProgress = 0;
-    std::atomic<bool> m_progressIsSound = true;
 };
 
 MOORIX_TEST(ServerFailureTest)

@@ -10,8 +10,8 @@
 #include <QTest>
 
 using namespace moorix;
-using moorix::test::MemoryKeychain;
-using moorix::test::TestTree;
+using namespace Qt::StringLiterals;
+using namespace moorix::test;
 
 class KeychainStoreTest : public QObject
 {
@@ -19,17 +19,20 @@ class KeychainStoreTest : public QObject
 
     static constexpr auto syncable = KeychainVariant::synchronizable;
     static constexpr auto device = KeychainVariant::deviceOnly;
-    const QUuid m_owner{QStringLiteral("a1b2c3d4-0000-4000-8000-00000000abcd")};
+    const QUuid m_owner{u"a1b2c3d4-0000-4000-8000-00000000abcd"_s};
     std::shared_ptr<MemoryKeychain> m_keychain;
     std::unique_ptr<KeychainStore> m_store;
 
-    std::optional<QString> item(KeychainVariant variant, const char *kind) const
+    const QString m_service = u"com.ovlan.moorix.secrets"_s;
+    static QString account(const char *kind)
     {
-        return m_keychain->value(QStringLiteral("com.ovlan.moorix.secrets"),
-                                 QStringLiteral("A1B2C3D4-0000-4000-8000-00000000ABCD.") + QLatin1String(kind),
-                                 variant);
+        return u"A1B2C3D4-0000-4000-8000-00000000ABCD."_s + QLatin1String(kind);
     }
-    std::optional<QString> found() const { return m_store->get(m_owner, SecretKind::password); }
+    QString item(KeychainVariant variant, const char *kind) const
+    {
+        return m_keychain->value(m_service, account(kind), variant).value_or(u"none"_s);
+    }
+    QString found() const { return m_store->get(m_owner, SecretKind::password).value_or(u"none"_s); }
     bool set(const QString &value) const { return m_store->set(value, m_owner, SecretKind::password); }
 
 private slots:
@@ -41,34 +44,33 @@ private slots:
 
     void secretsAreKeptPerKindUnderTheirAccount()
     {
-        QVERIFY(m_store->set(QStringLiteral("pw"), m_owner, SecretKind::password));
-        QVERIFY(m_store->set(QStringLiteral("pp"), m_owner, SecretKind::passphrase));
-        QVERIFY(m_store->set(QStringLiteral("key\n"), m_owner, SecretKind::privateKey));
-        QCOMPARE(item(syncable, "password"), std::optional(QStringLiteral("pw")));
-        QCOMPARE(item(syncable, "passphrase"), std::optional(QStringLiteral("pp")));
-        QCOMPARE(item(syncable, "privateKey"), std::optional(QStringLiteral("key\n")));
+        QVERIFY(m_store->set(u"pw"_s, m_owner, SecretKind::password));
+        QVERIFY(m_store->set(u"pp"_s, m_owner, SecretKind::passphrase));
+        QVERIFY(m_store->set(u"key\n"_s, m_owner, SecretKind::privateKey));
+        QCOMPARE(item(syncable, "password"), u"pw"_s);
+        QCOMPARE(item(syncable, "passphrase"), u"pp"_s);
+        QCOMPARE(item(syncable, "privateKey"), u"key\n"_s);
         QVERIFY(!m_store->get(QUuid::createUuid(), SecretKind::password));
     }
 
     void theDeviceOnlyKeychainStandsInUntilTheOtherWorksAgain()
     {
         m_keychain->breakVariant(syncable);
-        QVERIFY(set(QStringLiteral("old")));
-        QCOMPARE(found(), std::optional(QStringLiteral("old")));
+        QVERIFY(set(u"old"_s));
+        QCOMPARE(found(), u"old"_s);
         m_keychain->mendVariant(syncable);
-        QVERIFY(!item(syncable, "password"));
-        QVERIFY(set(QStringLiteral("new")));
-        QVERIFY(!item(device, "password"));
+        QCOMPARE(item(syncable, "password"), u"none"_s);
+        QVERIFY(set(u"new"_s));
+        QCOMPARE(item(device, "password"), u"none"_s);
         QVERIFY(m_store->migrateToSyncable({m_owner}, {}));
-        QCOMPARE(found(), std::optional(QStringLiteral("new")));
+        QCOMPARE(found(), u"new"_s);
     }
 
     void anEmptyOrAbsentValueDeletesBothVariants()
     {
-        const QString account = QStringLiteral("A1B2C3D4-0000-4000-8000-00000000ABCD.password");
         for (const std::optional<QString> &value : {std::optional(QString()), std::optional<QString>()}) {
             for (const KeychainVariant variant : {syncable, device})
-                m_keychain->setValue(QStringLiteral("com.ovlan.moorix.secrets"), account, variant, QStringLiteral("x"));
+                m_keychain->setValue(m_service, account("password"), variant, u"x"_s);
             QVERIFY(m_store->set(value, m_owner, SecretKind::password));
             QCOMPARE(m_keychain->count(), 0);
         }
@@ -78,19 +80,19 @@ private slots:
     {
         m_keychain->breakVariant(syncable);
         m_keychain->breakVariant(device);
-        QVERIFY(!set(QStringLiteral("pw")));
-        QCOMPARE(m_store->lastProblem(), QStringLiteral("The keychain is locked."));
-        QVERIFY(!found());
-        m_store->rememberForThisRun(QStringLiteral("once"), m_owner, SecretKind::password);
-        QCOMPARE(found(), std::optional(QStringLiteral("once")));
+        QVERIFY(!set(u"pw"_s));
+        QCOMPARE(m_store->lastProblem(), u"The keychain is locked."_s);
+        QCOMPARE(found(), u"none"_s);
+        m_store->rememberForThisRun(u"once"_s, m_owner, SecretKind::password);
+        QCOMPARE(found(), u"once"_s);
         QVERIFY(!m_store->remove(m_owner, SecretKind::password));
-        QVERIFY(!found());
+        QCOMPARE(found(), u"none"_s);
 
         m_keychain->mendVariant(syncable);
-        m_store->rememberForThisRun(QStringLiteral("once"), m_owner, SecretKind::password);
+        m_store->rememberForThisRun(u"once"_s, m_owner, SecretKind::password);
         QCOMPARE(m_keychain->count(), 0);
-        QVERIFY(set(QStringLiteral("stored")));
-        QCOMPARE(found(), std::optional(QStringLiteral("stored")));
+        QVERIFY(set(u"stored"_s));
+        QCOMPARE(found(), u"stored"_s);
     }
 
     void migrationCopiesEveryDeviceOnlySecretOnce()
@@ -98,11 +100,11 @@ private slots:
         const TestTree tree;
         Preferences preferences(tree.path("preferences.json"));
         const std::shared_ptr<KeychainStore> store = std::move(m_store);
-        const QString doneKey = QStringLiteral("moorix.secretsMigratedToICloud.v1");
+        const QString doneKey = u"moorix.secretsMigratedToICloud.v1"_s;
         const QUuid backup = QUuid::createUuid();
         m_keychain->breakVariant(syncable);
-        QVERIFY(store->set(QStringLiteral("pp"), m_owner, SecretKind::passphrase));
-        QVERIFY(store->set(QStringLiteral("zip"), backup, SecretKind::password));
+        QVERIFY(store->set(u"pp"_s, m_owner, SecretKind::passphrase));
+        QVERIFY(store->set(u"zip"_s, backup, SecretKind::password));
 
         const auto migrate = [&] {
             const Job job = migrateSecretsOnce(preferences, store, {m_owner}, {backup});
@@ -115,11 +117,11 @@ private slots:
         m_keychain->mendVariant(syncable);
         migrate();
         QCOMPARE(preferences.value(doneKey), QJsonValue(true));
-        QCOMPARE(item(syncable, "passphrase"), std::optional(QStringLiteral("pp")));
+        QCOMPARE(item(syncable, "passphrase"), u"pp"_s);
         QCOMPARE(m_keychain->count(), 4);
 
-        m_keychain->remove(QStringLiteral("com.ovlan.moorix.secrets"),
-                           QStringLiteral("A1B2C3D4-0000-4000-8000-00000000ABCD.passphrase"), syncable);
+        m_keychain->remove(u"com.ovlan.moorix.secrets"_s, u"A1B2C3D4-0000-4000-8000-00000000ABCD.passphrase"_s,
+                           syncable);
         migrate();
         QCOMPARE(m_keychain->count(), 3);
     }

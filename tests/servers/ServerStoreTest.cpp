@@ -2,6 +2,8 @@
 #include "servers/ServerStore.h"
 
 #include "platform/KeyValueStore.h"
+#include "support/NamedLibrary.h"
+#include "support/Shorthand.h"
 #include "support/TestMain.h"
 #include "support/TestTree.h"
 
@@ -9,7 +11,8 @@
 #include <QTest>
 
 using namespace moorix;
-using moorix::test::TestTree;
+using namespace Qt::StringLiterals;
+using namespace moorix::test;
 
 namespace {
 
@@ -17,30 +20,21 @@ const QDateTime noon(QDate(2026, 3, 1), QTime(12, 0), Qt::UTC);
 const char libraryFile[] = "Moorix/servers.json";
 const char cloudFile[] = "cloud/serverLibrary.v1.json";
 
-ServerLibrary libraryNamed(const QString &serverName, const std::optional<QDateTime> &lastModified)
+/// A library of one server.
+ServerLibrary libraryNamed(const QString &serverName, const std::optional<QDateTime> &lastModified = {})
 {
-    ServerConnection server;
-    server.name = serverName;
-    ServerLibrary library;
-    library.servers = {server};
+    ServerLibrary library = NamedLibrary(serverName).library;
     library.lastModified = lastModified;
     return library;
-}
-
-QStringList namesOf(const QList<ServerConnection> &servers)
-{
-    QStringList names;
-    for (const ServerConnection &server : servers)
-        names.append(server.name);
-    return names;
 }
 
 /// A store over a tree: the library file, and a cloud folder beside it.
 struct Fixture
 {
-    explicit Fixture(const TestTree &where, bool isCloudOn = false, const QDateTime &now = noon)
+    explicit Fixture(const TestTree &where, bool isCloudOn = false, const QDateTime &now = noon,
+                     const std::optional<QString> &cloud = {})
         : tree(where)
-        , kv(tree.path("cloud"))
+        , kv(cloud.value_or(tree.path("cloud")))
         , store(ServerStore::Options{.path = tree.path(libraryFile),
                                      .iCloudSyncEnabled = isCloudOn,
                                      .inMemoryOnly = false,
@@ -50,7 +44,9 @@ struct Fixture
     {
     }
 
-    ServerLibrary saved() const { return ServerLibrary::decode(tree.read(libraryFile)); }
+    QString servers() const { return namesOf(store.library().servers).join(u' '); }
+    /// Whether the file holds what the store shows.
+    bool isSaved() const { return ServerLibrary::decode(tree.read(libraryFile)) == store.library(); }
 
     const TestTree &tree;
     KeyValueStore kv;
@@ -71,7 +67,7 @@ private slots:
         const TestTree tree{{"cloud/", ""}};
         Fixture first(tree);
         first.store.setCloudSyncEnabled(true);
-        QVERIFY(first.saved() == first.store.library());
+        QVERIFY(first.isSaved());
         QVERIFY(first.store.problem().isEmpty());
         QVERIFY(!tree.exists(cloudFile));
         const Fixture second(tree);
@@ -83,17 +79,17 @@ private slots:
         const TestTree tree{{"cloud/", ""}};
         Fixture fixture(tree, true);
         ServerConnection server;
-        server.name = QStringLiteral("new");
+        server.name = u"new"_s;
         fixture.store.upsert(server);
         QCOMPARE(fixture.store.library().lastModified, std::optional(noon));
-        QVERIFY(fixture.saved() == fixture.store.library());
+        QVERIFY(fixture.isSaved());
         QCOMPARE(tree.read(cloudFile), tree.read(libraryFile));
         QCOMPARE(fixture.changes.count(), 1);
     }
 
     void withTheCloudOffNothingIsReadFromOrWrittenToIt()
     {
-        const TestTree tree{{cloudFile, libraryNamed(QStringLiteral("cloud"), noon.addDays(1)).encode()}};
+        const TestTree tree{{cloudFile, libraryNamed(u"cloud"_s, noon.addDays(1)).encode()}};
         const auto before = tree.read(cloudFile);
         Fixture fixture(tree);
         fixture.store.upsert(ServerConnection());
@@ -101,42 +97,29 @@ private slots:
         QCOMPARE(tree.read(cloudFile), before);
     }
 
-    void aDamagedLibraryIsSetAsideUnderItsFixedName()
+    void aLibraryThatCannotBeReadIsSetAsideUnderItsFixedName()
     {
-        const TestTree tree{{libraryFile, "garbage"}};
-        const Fixture fixture(tree);
-        QVERIFY(fixture.store.library() == ServerLibrary::empty());
-        QVERIFY(fixture.store.problem().contains(QStringLiteral("servers.corrupt-.json")));
-        QCOMPARE(tree.snapshot(), (test::TreeSnapshot{{QStringLiteral("Moorix/"), {}},
-                                                      {QStringLiteral("Moorix/servers.corrupt-.json"), "garbage"}}));
-    }
-
-    void aLibraryThatCannotBeReadIsNotReplacedByTheSample()
-    {
-        const TestTree tree{{"Moorix/servers.json/inside", "precious"}};
-        const Fixture fixture(tree);
-        QVERIFY(fixture.store.library() == ServerLibrary::empty());
-        QCOMPARE(tree.read("Moorix/servers.corrupt-.json/inside"), QByteArray("precious"));
+        for (const char *damaged : {"", "/inside"}) {
+            const TestTree tree{{u"Moorix/servers.json"_s + QLatin1String(damaged), "garbage"}};
+            const Fixture fixture(tree);
+            QVERIFY(fixture.store.library() == ServerLibrary::empty());
+            QVERIFY(fixture.store.problem().contains(u"servers.corrupt-.json"_s));
+            QCOMPARE(tree.read(u"Moorix/servers.corrupt-.json"_s + QLatin1String(damaged)), QByteArray("garbage"));
+            QVERIFY(!tree.exists(libraryFile));
+        }
     }
 
     void aSecondDamagedLibraryStaysInPlaceAndIsNeverWrittenOver()
     {
         const TestTree tree{{libraryFile, "second"}, {"Moorix/servers.corrupt-.json", "first"}};
-        const auto before = tree.snapshot();
         Fixture fixture(tree);
-        QCOMPARE(tree.snapshot(), before);
-        QVERIFY(!fixture.store.problem().isEmpty());
-
+        QCOMPARE(tree.snapshot().size(), 3);
+        QVERIFY(tree.read(libraryFile) == "second" && !fixture.store.problem().isEmpty());
         fixture.store.upsert(ServerConnection());
-        QVERIFY(fixture.saved() == fixture.store.library());
-        QVERIFY(fixture.store.problem().isEmpty());
+        QVERIFY(fixture.isSaved() && fixture.store.problem().isEmpty());
+        QCOMPARE(tree.snapshot().size(), 4);
         QCOMPARE(tree.read("Moorix/servers.corrupt-.json"), QByteArray("first"));
-        const auto after = tree.snapshot();
-        QCOMPARE(after.size(), 4);
-        const auto stamped = std::find_if(after.keyValueBegin(), after.keyValueEnd(),
-                                          [](const auto &entry) { return entry.second == "second"; });
-        QVERIFY(stamped != after.keyValueEnd());
-        QVERIFY((*stamped).first.startsWith(QStringLiteral("Moorix/servers.corrupt-2")));
+        QVERIFY(tree.snapshot().key("second").startsWith(u"Moorix/servers.corrupt-2"_s));
     }
 
     void aChangeThatCannotBeSavedStaysInMemoryAndIsTold()
@@ -153,7 +136,7 @@ private slots:
         fixture.store.toggleFavorite(fixture.store.library().servers.first().id);
         QVERIFY(fixture.store.problem().isEmpty());
         QVERIFY(problems.count() > 0);
-        QVERIFY(fixture.saved() == fixture.store.library());
+        QVERIFY(fixture.isSaved());
     }
 
     void aThrowAwayStoreTouchesNoFileNotEvenADamagedOne()
@@ -166,105 +149,77 @@ private slots:
         QCOMPARE(tree.snapshot(), before);
     }
 
-    void theNewerOfCloudAndLocalWinsAndTiesGoToTheCloud_data()
-    {
-        QTest::addColumn<std::optional<QDateTime>>("local");
-        QTest::addColumn<std::optional<QDateTime>>("cloud");
-        QTest::addColumn<QString>("winner");
-        using Date = std::optional<QDateTime>;
-        QTest::newRow("cloud newer") << Date(noon) << Date(noon.addMSecs(1)) << "cloud";
-        QTest::newRow("local newer") << Date(noon.addMSecs(1)) << Date(noon) << "local";
-        QTest::newRow("equal") << Date(noon) << Date(noon) << "cloud";
-        QTest::newRow("local never saved") << Date() << Date(noon) << "cloud";
-        QTest::newRow("cloud without a date") << Date(noon) << Date() << "local";
-        QTest::newRow("neither has a date") << Date() << Date() << "cloud";
-    }
     void theNewerOfCloudAndLocalWinsAndTiesGoToTheCloud()
     {
-        QFETCH(const std::optional<QDateTime>, local);
-        QFETCH(const std::optional<QDateTime>, cloud);
-        QFETCH(const QString, winner);
-        const TestTree tree{{libraryFile, libraryNamed(QStringLiteral("local"), local).encode()},
-                            {cloudFile, libraryNamed(QStringLiteral("cloud"), cloud).encode()}};
-        const QByteArray cloudBefore = tree.read(cloudFile);
-        const Fixture fixture(tree, true);
-        QCOMPARE(namesOf(fixture.store.library().servers), QStringList{winner});
-        QVERIFY(fixture.saved() == fixture.store.library());
-        QCOMPARE(tree.read(cloudFile), cloudBefore);
+        struct Row
+        {
+            std::optional<QDateTime> local;
+            std::optional<QDateTime> cloud;
+            const char *winner;
+        };
+        const QDateTime later = noon.addMSecs(1);
+        for (const auto &[local, cloud, winner] :
+             {Row{noon, later, "cloud"}, Row{later, noon, "local"}, Row{noon, noon, "cloud"}, Row{{}, noon, "cloud"},
+              Row{noon, {}, "local"}, Row{{}, {}, "cloud"}}) {
+            const QByteArray cloudBefore = libraryNamed(u"cloud"_s, cloud).encode();
+            const TestTree tree{{libraryFile, libraryNamed(u"local"_s, local).encode()}, {cloudFile, cloudBefore}};
+            const Fixture fixture(tree, true);
+            QCOMPARE(fixture.servers(), QLatin1String(winner));
+            QVERIFY(fixture.isSaved());
+            QCOMPARE(tree.read(cloudFile), cloudBefore);
+        }
     }
 
-    void aLibraryThatArrivesLaterIsShownAndSaved()
+    void aLibraryThatArrivesLaterIsShownAndSavedAndOurOwnIsNoChange()
     {
         const TestTree tree{{"cloud/", ""}};
         Fixture fixture(tree, true);
-        tree.write(cloudFile, libraryNamed(QStringLiteral("other machine"), noon).encode());
-        fixture.kv.synchronize();
-        QCOMPARE(namesOf(fixture.store.library().servers), QStringList{QStringLiteral("other machine")});
-        QVERIFY(fixture.saved() == fixture.store.library());
-        QCOMPARE(fixture.changes.count(), 1);
-    }
-
-    void anEchoOfOurOwnChangeIsNoChange()
-    {
-        const TestTree tree{{"cloud/", ""}};
-        Fixture fixture(tree, true);
-        fixture.store.upsert(ServerConnection());
-        fixture.changes.clear();
-        // The cloud client took the file away and brought the same bytes back.
-        const QByteArray own = tree.read(cloudFile);
-        QFile::remove(tree.path(cloudFile));
-        fixture.kv.synchronize();
-        tree.write(cloudFile, own);
-        fixture.kv.synchronize();
-        QCOMPARE(fixture.changes.count(), 0);
-    }
-
-    void undecodableCloudDataChangesNothing()
-    {
-        const TestTree tree{{libraryFile, libraryNamed(QStringLiteral("local"), std::nullopt).encode()},
-                            {cloudFile, "{\"folders\":[]}"}};
-        const auto before = tree.snapshot();
-        const Fixture fixture(tree, true);
-        QCOMPARE(namesOf(fixture.store.library().servers), QStringList{QStringLiteral("local")});
-        QCOMPARE(tree.snapshot(), before);
+        const auto arrive = [&](const QByteArray &library) {
+            QFile::remove(tree.path(cloudFile));
+            fixture.kv.synchronize();
+            tree.write(cloudFile, library);
+            fixture.kv.synchronize();
+        };
+        arrive(libraryNamed(u"other"_s, noon).encode());
+        QCOMPARE(fixture.servers(), u"other"_s);
+        QVERIFY(fixture.isSaved());
+        fixture.store.toggleFavorite(fixture.store.library().servers.first().id);
+        QCOMPARE(fixture.changes.count(), 2);
+        arrive(tree.read(cloudFile));
+        arrive("{\"folders\":[]}"); // cannot be decoded
+        QCOMPARE(fixture.changes.count(), 2);
+        QVERIFY(fixture.isSaved());
     }
 
     void aChangeHereCountsAsNewerAlthoughTheOtherMachinesClockIsAhead()
     {
         const QDateTime ahead = noon.addSecs(300);
-        const TestTree tree{{cloudFile, libraryNamed(QStringLiteral("other machine"), ahead).encode()}};
+        const TestTree tree{{cloudFile, libraryNamed(u"other machine"_s, ahead).encode()}};
         Fixture fixture(tree, true);
         fixture.store.toggleFavorite(fixture.store.library().servers.first().id);
         QCOMPARE(fixture.store.library().lastModified, std::optional(ahead.addMSecs(1)));
     }
 
-    void turningTheCloudOnOrChoosingItsFolderMergesOrSends_data()
-    {
-        QTest::addColumn<QByteArray>("cloud");
-        QTest::addColumn<QString>("everywhere");
-        QTest::newRow("nothing there") << QByteArray() << QStringLiteral("local");
-        QTest::newRow("older there") << libraryNamed(QStringLiteral("cloud"), noon.addDays(-1)).encode()
-                                     << QStringLiteral("local");
-        QTest::newRow("newer there") << libraryNamed(QStringLiteral("cloud"), noon.addDays(1)).encode()
-                                     << QStringLiteral("cloud");
-    }
     void turningTheCloudOnOrChoosingItsFolderMergesOrSends()
     {
-        QFETCH(const QByteArray, cloud);
-        QFETCH(const QString, everywhere);
-        for (const bool isFolderChosen : {false, true}) {
-            const TestTree tree{{libraryFile, libraryNamed(QStringLiteral("local"), noon).encode()}, {"cloud/", ""}};
-            if (!cloud.isEmpty())
-                tree.write(cloudFile, cloud);
-            KeyValueStore kv(isFolderChosen ? QString() : tree.path("cloud"));
-            ServerStore store({.path = tree.path(libraryFile), .iCloudSyncEnabled = isFolderChosen}, kv);
-            if (isFolderChosen)
-                kv.setFolder(tree.path("cloud"));
-            else
-                store.setCloudSyncEnabled(true);
-            QCOMPARE(namesOf(store.library().servers), QStringList{everywhere});
-            QVERIFY(ServerLibrary::decode(tree.read(cloudFile)) == store.library());
-            QVERIFY(ServerLibrary::decode(tree.read(libraryFile)) == store.library());
+        const QList<std::pair<QByteArray, QString>> rows{
+            {QByteArray(), u"local"_s},
+            {libraryNamed(u"cloud"_s, noon.addDays(-1)).encode(), u"local"_s},
+            {libraryNamed(u"cloud"_s, noon.addDays(1)).encode(), u"cloud"_s}};
+        for (const auto &[cloud, everywhere] : rows) {
+            for (const bool isFolderChosen : {false, true}) {
+                const TestTree tree{{libraryFile, libraryNamed(u"local"_s, noon).encode()}, {"cloud/", ""}};
+                if (!cloud.isEmpty())
+                    tree.write(cloudFile, cloud);
+                Fixture fixture(tree, isFolderChosen, noon, isFolderChosen ? QString() : tree.path("cloud"));
+                if (isFolderChosen)
+                    fixture.kv.setFolder(tree.path("cloud"));
+                else
+                    fixture.store.setCloudSyncEnabled(true);
+                QCOMPARE(fixture.servers(), everywhere);
+                QVERIFY(fixture.isSaved());
+                QCOMPARE(tree.read(cloudFile), tree.read(libraryFile));
+            }
         }
     }
 
@@ -273,20 +228,20 @@ private slots:
         const TestTree tree({{libraryFile, ServerLibrary::empty().encode()}});
         Fixture window(tree);
         Fixture commandLine(tree, false, noon.addSecs(1));
-        const ServerConnection first = libraryNamed(QStringLiteral("first"), {}).servers.first();
-        const ServerConnection second = libraryNamed(QStringLiteral("second"), {}).servers.first();
+        const ServerConnection first = libraryNamed(u"first"_s).servers.first();
+        const ServerConnection second = libraryNamed(u"second"_s).servers.first();
         window.store.upsert(first);
         commandLine.store.upsert(second);
         window.store.toggleFavorite(second.id);
-        QCOMPARE(namesOf(window.saved().servers), QStringList({QStringLiteral("first"), QStringLiteral("second")}));
-        QVERIFY(window.saved().servers.last().isFavorite);
+        QCOMPARE(window.servers(), u"first second"_s);
+        QVERIFY(window.isSaved() && window.store.server(second.id)->isFavorite);
 
         commandLine.store.remove(first.id);
-        QTRY_COMPARE(namesOf(window.store.library().servers), QStringList{QStringLiteral("second")});
+        QTRY_COMPARE(window.servers(), u"second"_s);
         tree.write(libraryFile, "{damaged");
         window.store.toggleFavorite(second.id);
         QCOMPARE(tree.read("Moorix/servers.corrupt-.json"), QByteArray("{damaged"));
-        QCOMPARE(namesOf(window.saved().servers), QStringList{QStringLiteral("second")});
+        QVERIFY(window.isSaved() && window.servers() == u"second"_s);
     }
 };
 

@@ -2,15 +2,12 @@
 #pragma once
 
 #include "servers/ServerConnection.h"
-
-#include <QProcess>
-#include <QTemporaryDir>
+#include "support/ServerProcess.h"
 
 namespace moorix::test {
 
-/// A real FTP server on a free port of the loopback device with one account, its own configuration, certificate and
-/// folders. All of it ends with the object; nothing on the machine is changed.
-class FTPServer final
+/// A real FTP server with one account, and its own configuration and certificate.
+class FTPServer final : public ServerProcess
 {
 public:
     enum class Program { vsftpd, proftpd };
@@ -20,39 +17,24 @@ public:
     static QString missing(Program program);
 
     FTPServer(Program program, Encryption encryption);
-    ~FTPServer();
-    Q_DISABLE_COPY_MOVE(FTPServer)
 
     /// A record with a fresh id for the account.
     ServerConnection connection() const;
     static ConnectionCredentials credentials();
 
-    /// A folder the account may write into; seen alike by client and server.
-    QString sharedPath() const { return m_folder.filePath(QStringLiteral("shared")); }
     /// The folder the login opens on.
-    QString homePath() const { return m_folder.filePath(QStringLiteral("home")); }
+    QString homePath() const { return path(user()); }
 
     /// Starts it again on the same port with a new key and certificate.
     void renewCertificate();
-    /// Ends listener and sessions at once.
-    void kill();
-    /// Stops listener and sessions where they are; `kill` ends them all the same.
-    void freeze();
 
 private:
-    void makeCertificate();
-    void writeFiles();
-    void writeVsftpd();
-    void writeProftpd();
-    void write(const QString &name, QByteArray content);
+    void makeCertificate() const;
+    void writeConfiguration() const;
     void start();
-    void signalAll(int signal) const;
 
     Program m_program;
     Encryption m_encryption;
-    QTemporaryDir m_folder;
-    quint16 m_port = 0;
-    QProcess m_listener;
 };
 
 } // namespace moorix::test

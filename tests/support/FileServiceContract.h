@@ -5,8 +5,6 @@
 
 #include <QStringList>
 
-#include <functional>
-
 /// What every file service must do, whatever it reaches. A test class runs it in a table-driven slot: addRows() in the
 /// _data function, runRow() in the test function.
 namespace moorix::test::FileServiceContract {
@@ -14,10 +12,8 @@ namespace moorix::test::FileServiceContract {
 struct Subject
 {
     FileService &service;
-    /// An existing, empty folder that the row may fill.
+    /// An existing, empty folder that the row may fill; also at this path of the local disk, where links are made.
     QString root;
-    /// Makes a symbolic link on the side of the service.
-    std::function<void(const QString &target, const QString &link)> makeLink;
 };
 
 QStringList oddNames();

@@ -2,9 +2,9 @@
 #pragma once
 
 #include "files/FileServiceError.h"
-#include "files/LocalFileService.h"
 #include "files/RemoteFileService.h"
 #include "platform/SystemProcessRunner.h"
+#include "support/DiskFileService.h"
 
 #include <QCryptographicHash>
 #include <QFile>
@@ -17,7 +17,7 @@ namespace moorix::test {
 
 /// A server whose files are those of this machine, at the same paths. As plain as a real one: copies are made in
 /// place, and it can be told to break them. Faults are set before it is used.
-class FolderServer final : public RemoteFileService
+class FolderServer final : public DiskFileService<RemoteFileService>
 {
 public:
     /// Called when half of a file has gone either way; may throw, or change what is being copied.
@@ -26,9 +26,6 @@ public:
     bool losesHalf = false;
     /// The second half of files arrives as something else of the same size. May be set while a file is halfway.
     std::atomic<bool> garbles = false;
-    /// Names that listings make up.
-    QStringList inventedNames;
-    std::optional<qint64> space;
     /// It can compute checksums.
     bool hasShell = false;
     /// What it sends instead of the archive of a folder.
@@ -40,7 +37,6 @@ public:
     std::atomic<int> connects = 0;
     /// Counts disconnects, if set; may outlive the server.
     std::shared_ptr<std::atomic<int>> farewells;
-    QString home = QStringLiteral("/");
 
     void connect(const std::stop_token &stop) override
     {
@@ -55,63 +51,22 @@ public:
             ++*farewells;
         m_isConnected = false;
     }
-    QString defaultDirectory(const std::stop_token &) override { return home; }
     QList<FileItem> list(const QString &path, HiddenFiles hidden, const std::stop_token &stop) override
     {
         if (!m_isConnected)
             throw FileServiceError::notConnected();
-        QList<FileItem> items = m_disk.list(path, hidden, stop);
-        for (const QString &name : inventedNames) {
-            FileItem item;
-            item.name = name;
-            item.path = path + u'/' + name;
-            items << item;
-        }
-        return items;
-    }
-    void createDirectory(const QString &path, const std::stop_token &stop) override
-    {
-        m_disk.createDirectory(path, stop);
+        return DiskFileService::list(path, hidden, stop);
     }
     void remove(const FileItem &item, const std::stop_token &stop) override
     {
-        if (!m_disk.stat(item.path, stop))
-            throw FileServiceError::notFound(item.path);
-        m_disk.remove(item, stop);
-    }
-    void rename(const FileItem &item, const QString &newName, const std::stop_token &stop) override
-    {
-        m_disk.rename(item, newName, stop);
-    }
-    QByteArray read(const QString &path, const std::stop_token &stop) override { return m_disk.read(path, stop); }
-    void write(const QByteArray &data, const QString &path, const std::stop_token &stop) override
-    {
-        m_disk.write(data, path, stop);
-    }
-    void setPermissions(const QString &path, const QString &octal, Recursive recursive,
-                        const std::stop_token &stop) override
-    {
-        m_disk.setPermissions(path, octal, recursive, stop);
-    }
-    std::optional<FileItem> stat(const QString &path, const std::stop_token &stop) override
-    {
-        return m_disk.stat(path, stop);
+        requireThere(item);
+        DiskFileService::remove(item, stop);
     }
     FileItem followLink(const FileItem &link, const std::stop_token &stop) override
     {
-        if (!m_disk.stat(link.path, stop))
-            throw FileServiceError::notFound(link.path);
-        return m_disk.followLink(link, stop);
+        requireThere(link);
+        return DiskFileService::followLink(link, stop);
     }
-    void copy(const FileItem &item, const QString &toPath, const std::stop_token &stop) override
-    {
-        m_disk.copy(item, toPath, stop);
-    }
-    void move(const FileItem &item, const QString &toPath, const std::stop_token &stop) override
-    {
-        m_disk.move(item, toPath, stop);
-    }
-    std::optional<qint64> freeSpace(const QString &, const std::stop_token &) override { return space; }
     void download(const QString &remotePath, const QString &toLocal, const RemoteTransferOptions &options,
                   const std::stop_token &stop) override
     {
@@ -171,6 +126,12 @@ public:
     }
 
 private:
+    void requireThere(const FileItem &item)
+    {
+        if (!m_disk.stat(item.path, {}))
+            throw FileServiceError::notFound(item.path);
+    }
+
     void runTar(ProcessRequest &request, const QString &folder, const std::stop_token &stop) const
     {
         request.program = QStringLiteral("tar");
@@ -209,7 +170,6 @@ private:
         target.setFileTime(source.fileTime(QFile::FileModificationTime), QFile::FileModificationTime);
     }
 
-    LocalFileService m_disk;
     std::atomic<bool> m_isConnected = true;
 };
 

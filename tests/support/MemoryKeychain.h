@@ -34,22 +34,19 @@ public:
 
     std::optional<QString> value(const QString &service, const QString &account, KeychainVariant variant) override
     {
-        const std::lock_guard lock(m_mutex);
-        check(variant);
+        const auto lock = unlocked(variant);
         const auto found = m_items.constFind(name(service, account, variant));
         return found == m_items.cend() ? std::nullopt : std::optional(*found);
     }
     void setValue(const QString &service, const QString &account, KeychainVariant variant,
                   const QString &value) override
     {
-        const std::lock_guard lock(m_mutex);
-        check(variant);
+        const auto lock = unlocked(variant);
         m_items.insert(name(service, account, variant), value);
     }
     void remove(const QString &service, const QString &account, KeychainVariant variant) override
     {
-        const std::lock_guard lock(m_mutex);
-        check(variant);
+        const auto lock = unlocked(variant);
         m_items.remove(name(service, account, variant));
     }
 
@@ -58,10 +55,12 @@ private:
     {
         return QStringLiteral("%1/%2/%3").arg(service, account).arg(int(variant));
     }
-    void check(KeychainVariant variant) const
+    std::unique_lock<std::mutex> unlocked(KeychainVariant variant) const
     {
+        std::unique_lock lock(m_mutex);
         if (m_broken.contains(int(variant)))
             throw Error(QStringLiteral("Keychain"), QStringLiteral("The keychain is locked."));
+        return lock;
     }
 
     mutable std::mutex m_mutex;

@@ -3,67 +3,39 @@
 
 #include "platform/SystemProcessRunner.h"
 #include "servers/ServerConnection.h"
-
-#include <QProcess>
-#include <QTemporaryDir>
+#include "support/ServerProcess.h"
 
 #include <mutex>
 
 namespace moorix::test {
 
-/// A real sshd on a free port of the loopback device, with its own host key, configuration, accounts and folders. All
-/// of it, with every session, ends with the object. Run by root it lives in a mount namespace of its own, where the
-/// accounts below exist; nothing on the machine is changed, so nothing is left after a crash. Run by another user it
-/// offers that user's own account by key alone.
-class TestServer final
+/// A real sshd with its own host key, configuration and accounts. Run by root it lives in a mount namespace of its
+/// own, where the accounts below exist. Run by another user it offers that user's own account by key alone.
+class TestServer final : public ServerProcess
 {
 public:
-    /// Logs in by key as the user who runs the tests.
     TestServer();
-    ~TestServer();
-    Q_DISABLE_COPY_MOVE(TestServer)
 
-    /// An account that logs in with `password` too and has a shell. Only with `hasAccounts`.
-    static QString user() { return QStringLiteral("moorix-test"); }
-    /// The same without a shell: file transfer is all it may do.
+    /// An account without a shell: file transfer is all it may do. Only with `hasAccounts`, as `user`.
     static QString userWithoutShell() { return QStringLiteral("moorix-noshell"); }
-    static QString password() { return QStringLiteral("pass word\"$1"); }
     /// What opens `encryptedKeyPath`.
     static QString passphrase() { return QStringLiteral("open sesame"); }
 
     /// Whether the accounts exist and a file system of 64 KiB is mounted at `fullDiskPath`.
-    bool hasAccounts() const { return m_hasAccounts; }
-    quint16 port() const { return m_port; }
-    /// A folder every account may write into; seen alike by client and server.
-    QString sharedPath() const { return m_folder.filePath(QStringLiteral("shared")); }
+    static bool hasAccounts() { return isRoot(); }
     /// Only seen by the server.
-    QString fullDiskPath() const { return m_folder.filePath(QStringLiteral("full")); }
-    QString keyPath() const { return m_folder.filePath(QStringLiteral("client_key")); }
-    QString encryptedKeyPath() const { return m_folder.filePath(QStringLiteral("encrypted_key")); }
-    QString knownHostsPath() const { return m_folder.filePath(QStringLiteral("known_hosts")); }
+    QString fullDiskPath() const { return path("full"); }
+    QString keyPath() const { return path("client_key"); }
+    QString encryptedKeyPath() const { return path("encrypted_key"); }
+    QString knownHostsPath() const { return path("known_hosts"); }
 
     /// A record with a fresh id that logs in by key as the user who runs the tests.
     ServerConnection connection() const;
     /// A record that logs in by password.
     ServerConnection connectionByPassword(const QString &user) const;
 
-    /// Ends listener and sessions at once.
-    void kill();
-    /// Stops listener and sessions where they are, until `thaw`.
-    void freeze();
-    void thaw();
-
 private:
-    void writeFiles();
-    void writeAccounts();
-    void start();
-    QList<qint64> processes() const;
-    void signalAll(int signal) const;
-
-    QTemporaryDir m_folder;
-    bool m_hasAccounts = false;
-    quint16 m_port = 0;
-    QProcess m_listener;
+    void makeKey(const char *name, const QString &passphrase) const;
 };
 
 /// Runs the real clients, but apart from the user's own files: no configuration is read, and host keys are kept in a
@@ -71,7 +43,10 @@ private:
 class IsolatedClients final : public ProcessRunner
 {
 public:
-    explicit IsolatedClients(QString knownHostsPath);
+    explicit IsolatedClients(QString knownHostsPath)
+        : m_knownHostsPath(std::move(knownHostsPath))
+    {
+    }
 
     /// Whether host keys are remembered under hashed names.
     void setHashesKnownHosts(bool hashes) { m_hashesKnownHosts = hashes; }
@@ -88,8 +63,5 @@ private:
     QHash<QString, int> m_runs;
     SystemProcessRunner m_runner;
 };
-
-/// The processes descending from `ancestor`, which is not among them.
-QList<qint64> descendants(qint64 ancestor);
 
 } // namespace moorix::test

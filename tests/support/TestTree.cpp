@@ -8,6 +8,37 @@
 
 namespace moorix::test {
 
+QByteArray contentOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+void putFile(const QString &path, const QByteArray &content)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
+        qFatal("%s could not be written.", qUtf8Printable(path));
+}
+
+TreeSnapshot snapshotOf(const QString &folder)
+{
+    TreeSnapshot tree;
+    QDirIterator entries(folder, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                         QDirIterator::Subdirectories);
+    while (entries.hasNext()) {
+        const QFileInfo entry(entries.next());
+        const QString relative = entry.filePath().mid(folder.size() + 1);
+        if (entry.isSymLink())
+            tree.insert(relative, "-> " + QFile::encodeName(entry.symLinkTarget()));
+        else if (entry.isDir())
+            tree.insert(relative + u'/', {});
+        else
+            tree.insert(relative, contentOf(entry.filePath()));
+    }
+    return tree;
+}
+
 TestTree::TestTree(std::initializer_list<Entry> entries)
 {
     for (const Entry &entry : entries)
@@ -20,11 +51,8 @@ void TestTree::write(const RelPath &relative, const QByteArray &content) const
     const bool isFolder = relative.text.endsWith(u'/');
     if (!QDir().mkpath(isFolder ? absolute : QFileInfo(absolute).path()))
         qFatal("The test folder for %s could not be made.", qPrintable(absolute));
-    if (isFolder)
-        return;
-    QFile file(absolute);
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
-        qFatal("The test file %s could not be written.", qPrintable(absolute));
+    if (!isFolder)
+        putFile(absolute, content);
 }
 
 void TestTree::link(const RelPath &relative, const RelPath &target) const
@@ -33,34 +61,10 @@ void TestTree::link(const RelPath &relative, const RelPath &target) const
         qFatal("The test link %s could not be made.", qPrintable(path(relative)));
 }
 
-QByteArray TestTree::read(const RelPath &relative) const
-{
-    QFile file(path(relative));
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 bool TestTree::exists(const RelPath &relative) const
 {
     const QFileInfo entry(path(relative));
     return entry.exists() || entry.isSymLink();
-}
-
-TreeSnapshot TestTree::snapshot() const
-{
-    TreeSnapshot tree;
-    QDirIterator entries(path(), QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
-                         QDirIterator::Subdirectories);
-    while (entries.hasNext()) {
-        const QFileInfo entry(entries.next());
-        const QString relative = QDir(path()).relativeFilePath(entry.filePath());
-        if (entry.isSymLink())
-            tree.insert(relative, "-> " + QFile::encodeName(entry.symLinkTarget()));
-        else if (entry.isDir())
-            tree.insert(relative + u'/', {});
-        else
-            tree.insert(relative, read(relative));
-    }
-    return tree;
 }
 
 } // namespace moorix::test

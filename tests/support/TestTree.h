@@ -25,8 +25,16 @@ struct RelPath
     QString text;
 };
 
+/// Empty when the file cannot be read.
+QByteArray contentOf(const QString &path);
+/// Creates or replaces a file.
+void putFile(const QString &path, const QByteArray &content);
+
 /// What a tree holds: path → content. Folders end in "/", a symbolic link's content is "-> target".
 using TreeSnapshot = QMap<QString, QByteArray>;
+
+/// All that lies below a folder, by relative paths.
+TreeSnapshot snapshotOf(const QString &folder);
 
 /// A temporary folder built from a literal and gone with the object:
 /// `TestTree tree{{"a.txt", "text"}, {"folder/", ""}, {"folder/deeper/b", "more"}};`
@@ -49,10 +57,10 @@ public:
     void write(const RelPath &relative, const QByteArray &content) const;
     void link(const RelPath &relative, const RelPath &target) const;
     /// The content of a file; empty when it cannot be read.
-    QByteArray read(const RelPath &relative) const;
+    QByteArray read(const RelPath &relative) const { return contentOf(path(relative)); }
     /// Whether anything is there, a dangling link included.
     bool exists(const RelPath &relative) const;
-    TreeSnapshot snapshot() const;
+    TreeSnapshot snapshot() const { return snapshotOf(path()); }
 
 private:
     QTemporaryDir m_folder;

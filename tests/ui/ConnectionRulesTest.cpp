@@ -8,14 +8,6 @@
 using namespace moorix;
 using namespace Qt::StringLiterals;
 
-namespace {
-
-using Change = std::function<void(ServerConnection &)>;
-
-} // namespace
-Q_DECLARE_METATYPE(Change)
-Q_DECLARE_METATYPE(moorix::ConnectionField)
-
 class ConnectionRulesTest : public QObject
 {
     Q_OBJECT
@@ -41,40 +33,31 @@ private slots:
         QCOMPARE(connectionProblems(pasted, true), {});
     }
 
-    void problemNamesItsField_data()
-    {
-        QTest::addColumn<Change>("change");
-        QTest::addColumn<ConnectionField>("field");
-        const auto row = [](const char *name, ConnectionField field, Change change) {
-            QTest::newRow(name) << std::move(change) << field;
-        };
-        row("no host", ConnectionField::host, [](auto &server) { server.host.clear(); });
-        row("host is an option", ConnectionField::host, [](auto &server) { server.host = u"-oX"_s; });
-        row("host with its user", ConnectionField::host, [](auto &server) { server.host = u"me@web"_s; });
-        row("host with a folder", ConnectionField::host, [](auto &server) { server.host = u"web/var"_s; });
-        row("host with a line break", ConnectionField::host, [](auto &server) { server.host = u"web\nx"_s; });
-        row("port 0", ConnectionField::port, [](auto &server) { server.port = 0; });
-        row("port too high", ConnectionField::port, [](auto &server) { server.port = 65536; });
-        row("no user", ConnectionField::username, [](auto &server) { server.username.clear(); });
-        row("user is an option", ConnectionField::username, [](auto &server) { server.username = u"-l"_s; });
-        row("no key file", ConnectionField::privateKey,
-            [](auto &server) { server.authMethod = AuthMethod::privateKeyFile; });
-        row("nothing pasted", ConnectionField::privateKey,
-            [](auto &server) { server.authMethod = AuthMethod::privateKeyPasted; });
-        row("folder with a line break", ConnectionField::remotePath,
-            [](auto &server) { server.remotePath = u"/a\nrm b"_s; });
-        row("no charset", ConnectionField::charset, [](auto &server) { server.charset = u" "_s; });
-    }
-
     void problemNamesItsField()
     {
-        QFETCH(Change, change);
-        QFETCH(ConnectionField, field);
-        ServerConnection server = usable();
-        change(server);
-        const QList<ConnectionProblem> problems = connectionProblems(server, false);
-        QCOMPARE(problems.size(), 1);
-        QCOMPARE(int(problems.first().field), int(field));
+        using Field = ConnectionField;
+        using Server = ServerConnection;
+        QList<std::pair<Server, Field>> rows;
+        const auto row = [&rows](Field field, auto Server::*member, auto value) {
+            Server server = usable();
+            server.*member = value;
+            rows.append({server, field});
+        };
+        for (const QString &host : {u""_s, u"-oX"_s, u"me@web"_s, u"web/var"_s, u"web\nx"_s})
+            row(Field::host, &Server::host, host);
+        for (const QString &user : {u""_s, u"-l"_s})
+            row(Field::username, &Server::username, user);
+        for (const qint64 port : {0, 65536})
+            row(Field::port, &Server::port, port);
+        for (const AuthMethod method : {AuthMethod::privateKeyFile, AuthMethod::privateKeyPasted})
+            row(Field::privateKey, &Server::authMethod, method); // without a key
+        row(Field::remotePath, &Server::remotePath, u"/a\nrm b"_s);
+        row(Field::charset, &Server::charset, u" "_s);
+        for (const auto &[server, field] : rows) {
+            const QList<ConnectionProblem> problems = connectionProblems(server, false);
+            QCOMPARE(problems.size(), 1);
+            QCOMPARE(int(problems.first().field), int(field));
+        }
     }
 };
 

@@ -7,7 +7,8 @@
 #include "platform/KeyValueStore.h"
 #include "platform/Preferences.h"
 #include "settings/SettingsStore.h"
-#include "support/MemoryFileService.h"
+#include "support/ScriptedFileService.h"
+#include "support/Shorthand.h"
 #include "ui/pane/PaneView.h"
 
 #include <QLabel>
@@ -23,20 +24,23 @@ namespace moorix::test {
 class PaneBench final
 {
 public:
-    explicit PaneBench(std::initializer_list<MemoryFileService::Entry> entries)
-        : files(std::make_shared<MemoryFileService>(entries))
+    /// Opens the folder; without one nothing is loaded yet.
+    explicit PaneBench(std::initializer_list<ScriptedFileService::Entry> entries,
+                       const QString &path = QStringLiteral("/"))
+        : files(std::make_shared<ScriptedFileService>(entries))
     {
         view.resize(600, 400);
         view.show();
-        isReady = QTest::qWaitForWindowActive(&view);
+        QVERIFY(QTest::qWaitForWindowActive(&view));
         view.focusList();
+        if (!path.isEmpty())
+            open(path);
     }
 
-    /// Loads a folder and waits for it.
-    bool open(const QString &path)
+    void open(const QString &path)
     {
         pane.load(path, true);
-        return isReady && QTest::qWaitFor([&] { return pane.currentPath() == path && !pane.isLoading(); });
+        QTRY_VERIFY(pane.currentPath() == path && !pane.isLoading());
     }
 
     QTreeView &list() { return *part<QTreeView>("fileList"); }
@@ -65,31 +69,23 @@ public:
             names.append(list().model()->index(row, 0).data().toString());
         return names;
     }
-    QStringList selected()
-    {
-        QStringList names;
-        for (const FileItem &item : pane.selectedItems())
-            names.append(item.name);
-        return names;
-    }
+    QStringList selected() { return namesOf(pane.selectedItems()); }
     /// The names the view paints as selected.
     QStringList painted()
     {
         QStringList names;
         for (const QModelIndex &index : list().selectionModel()->selectedRows())
             names.append(index.data().toString());
-        names.sort();
-        return names;
+        return sorted(names);
     }
 
-    bool isReady = false;
     QTemporaryDir folder;
     Preferences preferences{folder.filePath(QStringLiteral("preferences.json"))};
     KeyValueStore cloud{QString()};
     SettingsStore settings{preferences, cloud};
     FileClipboard clipboard;
     ListColumns columns{settings, preferences};
-    std::shared_ptr<MemoryFileService> files;
+    std::shared_ptr<ScriptedFileService> files;
     PaneModel pane{files, QStringLiteral("memory"), false};
     QList<TransferRequest> transfers;
     QString refusal;

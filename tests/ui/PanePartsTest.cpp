@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The parts of a pane that can be tried without one.
-#include "support/MemoryFileService.h"
+#include "support/ScriptedFileService.h"
 #include "support/TestMain.h"
 #include "ui/pane/FolderTally.h"
 #include "ui/pane/PermissionsEditor.h"
@@ -17,7 +17,7 @@
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 using namespace moorix;
-using moorix::test::MemoryFileService;
+using moorix::test::ScriptedFileService;
 using Kind = QuickLookContent::Kind;
 
 class PanePartsTest final : public QObject
@@ -115,7 +115,7 @@ private slots:
 
     void quickLookRefusesWhatIsTooLargeWithoutReadingIt()
     {
-        MemoryFileService files{{"/large", "0123456789"}};
+        ScriptedFileService files{{"/large", "0123456789"}};
         files.failOn(u"/large"_s, u"It was read."_s);
         FileItem item;
         item.name = u"large"_s;
@@ -128,7 +128,8 @@ private slots:
 
     void tallyCountsEverythingBelowButFollowsNoLink()
     {
-        MemoryFileService files{{"/top/a", "123"}, {"/top/.hidden", "4"}, {"/top/deep/er/b", "56"}, {"/top/locked/c"}};
+        ScriptedFileService files{
+            {"/top/a", "123"}, {"/top/.hidden", "4"}, {"/top/deep/er/b", "56"}, {"/top/locked/c"}};
         files.putLink(u"/top/deep/loop"_s, u"/top"_s);
         files.failOn(u"/top/locked"_s, u"Permission denied."_s);
         FolderTally tally;
@@ -137,16 +138,6 @@ private slots:
         QCOMPARE(tally.files, 4);
         QVERIFY(tally.bytes >= 6);
         QCOMPARE(tally.unreadable, 1);
-    }
-
-    void tallyEndsWhenStopped()
-    {
-        MemoryFileService files{{"/top/a", "123"}};
-        std::stop_source source;
-        source.request_stop();
-        FolderTally tally;
-        const QList<FileItem> top = files.list(u"/"_s, HiddenFiles::included, {});
-        QVERIFY_THROWS_EXCEPTION(Cancelled, countInto(tally, files, top, source.get_token()));
     }
 
     void permissionBoxesAndNumberSayTheSame()

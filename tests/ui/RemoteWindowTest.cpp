@@ -4,6 +4,7 @@
 #include "app/EditedFiles.h"
 #include "app/ServerConnections.h"
 #include "remote/SFTPService.h"
+#include "support/Shorthand.h"
 #include "support/TestMain.h"
 #include "support/TestServer.h"
 
@@ -30,18 +31,6 @@ class RemoteWindowTest : public QObject
     QStringList m_opened;
 
     QString onServer(const QString &name) const { return m_sshd->sharedPath() + u'/' + name; }
-
-    void putOnServer(const QString &name, const QByteArray &content) const
-    {
-        QFile file(onServer(name));
-        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
-    }
-
-    QByteArray readOnServer(const QString &name) const
-    {
-        QFile file(onServer(name));
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }
 
     /// The server as a saved record whose start folder is the shared one.
     ServerConnection addServer(const WindowBench &bench) const
@@ -79,13 +68,7 @@ class RemoteWindowTest : public QObject
         return names + QDir(bench.home.path("data/Moorix/edited")).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
     }
 
-    static QStringList namesIn(const PaneModel &pane)
-    {
-        QStringList names;
-        for (const FileItem &item : pane.displayed())
-            names << item.name;
-        return names;
-    }
+    static QStringList namesIn(const PaneModel &pane) { return namesOf(pane.displayed()); }
 
 private slots:
     void openUrl(const QUrl &url) { m_opened << url.toLocalFile(); }
@@ -113,7 +96,7 @@ private slots:
 
     void filesGoBothWaysAndTheConnectionEnds()
     {
-        putOnServer(u"from server.txt"_s, "remote");
+        putFile(onServer(u"from server.txt"_s), "remote");
         WindowBench bench({{"left/from here.txt", "local"}}, clients());
         const ServerConnection server = connectRight(bench);
         QVERIFY(bench.find<QLabel>("messageBarText")->text().contains(u"First contact with 127.0.0.1"_s));
@@ -123,7 +106,7 @@ private slots:
         bench.model->setActiveSide(Side::left);
         bench.select(Side::left, "from here.txt");
         bench.key(Qt::Key_F5);
-        QTRY_COMPARE(readOnServer(u"from here.txt"_s), "local");
+        QTRY_COMPARE(contentOf(onServer(u"from here.txt"_s)), "local");
         QTRY_COMPARE(namesIn(*bench.pane(Side::right)), (QStringList{u"from here.txt"_s, u"from server.txt"_s}));
         bench.key(Qt::Key_Tab);
         bench.select(Side::right, "from server.txt");
@@ -143,7 +126,7 @@ private slots:
 
     void otherSideWorksWhileTheServerIsFrozenAndTheWaitCanBeGivenUp()
     {
-        putOnServer(u"a.txt"_s, "a");
+        putFile(onServer(u"a.txt"_s), "a");
         WindowBench bench({{"left/inside/b.txt", "b"}, {"left/c.txt", "c"}}, clients());
         connectRight(bench);
         QTRY_COMPARE(namesIn(*bench.pane(Side::right)), QStringList{u"a.txt"_s});
@@ -160,14 +143,14 @@ private slots:
         QVERIFY(!bench.pane(Side::right)->isLoading());
         QCOMPARE(namesIn(*bench.pane(Side::right)), QStringList{u"a.txt"_s});
         m_sshd->thaw();
-        putOnServer(u"b.txt"_s, "b");
+        putFile(onServer(u"b.txt"_s), "b");
         bench.pane(Side::right)->reload();
         QTRY_COMPARE(namesIn(*bench.pane(Side::right)).size(), 2);
     }
 
     void editedFileThatCannotBeUploadedIsAskedAboutUntilItIsOnTheServer()
     {
-        putOnServer(u"notes & plans.txt"_s, "text");
+        putFile(onServer(u"notes & plans.txt"_s), "text");
         WindowBench bench({}, clients());
         connectRight(bench);
         QTRY_COMPARE(bench.pane(Side::right)->displayedCount(), 1);
@@ -176,7 +159,7 @@ private slots:
         QTRY_COMPARE(m_opened.size(), 1);
         QFile copy(m_opened.first());
         QVERIFY(copy.open(QIODevice::ReadWrite) && copy.readAll() == "text");
-        putOnServer(u"notes & plans.txt"_s, "theirs");
+        putFile(onServer(u"notes & plans.txt"_s), "theirs");
         copy.write(" and mine");
         copy.close();
         QTRY_VERIFY(bench.find("editedFilesBar"));
@@ -192,9 +175,9 @@ private slots:
         QTRY_VERIFY(bench.find("editedFilesBar"));
         bench.click(bench.find("editedUpload"));
         QTRY_VERIFY(bench.find("editedKeepBoth"));
-        QCOMPARE(readOnServer(u"notes & plans.txt"_s), "theirs");
+        QCOMPARE(contentOf(onServer(u"notes & plans.txt"_s)), "theirs");
         bench.click(bench.find("editedKeepBoth"));
-        QTRY_COMPARE(readOnServer(u"notes & plans 2.txt"_s), "text and mine");
+        QTRY_COMPARE(contentOf(onServer(u"notes & plans 2.txt"_s)), "text and mine");
         QTRY_VERIFY(bench.model->editedFiles().unsent().isEmpty());
         QVERIFY(!bench.find("editedFilesBar"));
         bench.stop();
@@ -235,7 +218,7 @@ private slots:
 
     void quickLookShowsTheBeginningOfALargeFile()
     {
-        putOnServer(u"server.log"_s, QByteArray("a line of the log\n").repeated(1'200'000));
+        putFile(onServer(u"server.log"_s), QByteArray("a line of the log\n").repeated(1'200'000));
         WindowBench bench({{"tmp/", ""}}, clients());
         qputenv("TMPDIR", bench.home.path("tmp").toUtf8());
         connectRight(bench);
@@ -281,7 +264,7 @@ private slots:
 
     void formTriesTheConnectionAndSaysWhatItFound()
     {
-        putOnServer(u"a.txt"_s, "a");
+        putFile(onServer(u"a.txt"_s), "a");
         WindowBench bench({}, clients());
         ServerConnection server = addServer(bench);
         const auto tryIt = [&bench] {

@@ -39,24 +39,6 @@ class ServerWindowsTest : public QObject
         return bench.model->keychain()->get(server, SecretKind::password).value_or(u"none"_s);
     }
 
-    static ServerConnection addServer(const WindowBench &bench, const QString &name,
-                                      const std::optional<QUuid> &folder = std::nullopt)
-    {
-        ServerConnection server;
-        server.name = name;
-        server.host = name;
-        server.username = u"me"_s;
-        server.folderID = folder;
-        bench.model->servers().upsert(server);
-        return server;
-    }
-
-    static void click(QWidget *button)
-    {
-        QVERIFY(button);
-        QTest::mouseClick(button, Qt::LeftButton);
-    }
-
 private slots:
     void filledFormSavesTheServerAndItsPassword()
     {
@@ -66,7 +48,7 @@ private slots:
         type(bench, "host", u"web-01"_s);
         type(bench, "username", u"deploy"_s);
         typeSecret(bench, "password", u"geheim"_s);
-        click(bench.find("saveServer"));
+        bench.click(bench.find("saveServer"));
         QTRY_VERIFY(!bench.find("connectionForm"));
         const QList<ServerConnection> servers = bench.model->servers().library().servers;
         QCOMPARE(servers.size(), 1);
@@ -82,7 +64,7 @@ private slots:
         bench.key(Qt::Key_N, Qt::ControlModifier);
         QTRY_VERIFY(bench.find("connectionForm"));
         type(bench, "host", u"me@web"_s);
-        click(bench.find("saveServer"));
+        bench.click(bench.find("saveServer"));
         QVERIFY(bench.find<QLabel>("problem0")->text().contains(u"user name"_s));
         QVERIFY(bench.find("problem2"));
         QVERIFY(bench.find("connectionForm"));
@@ -92,7 +74,7 @@ private slots:
     void editingLeavesAStoredPasswordUnlessItIsRemoved()
     {
         WindowBench bench({});
-        const ServerConnection server = addServer(bench, u"web-01"_s);
+        const ServerConnection server = bench.addServer(u"web-01"_s);
         bench.model->keychain()->set(u"geheim"_s, server.id, SecretKind::password);
         bench.key(Qt::Key_S, Qt::ControlModifier | Qt::ShiftModifier);
         auto *tree = bench.find<QTreeView>("serverTree");
@@ -104,9 +86,9 @@ private slots:
             QTRY_COMPARE(password->placeholderText(), u"•••• stored"_s);
             QCOMPARE(password->text(), QString());
             if (isRemoved)
-                click(bench.find("password")->findChild<QToolButton *>(u"forgetSecret"_s));
+                bench.click(bench.find("password")->findChild<QToolButton *>(u"forgetSecret"_s));
             type(bench, "serverName", isRemoved ? u"second"_s : u"first"_s);
-            click(bench.find("saveServer"));
+            bench.click(bench.find("saveServer"));
             QTRY_VERIFY(!bench.find("connectionForm"));
             QCOMPARE(bench.model->servers().server(server.id)->name, isRemoved ? u"second"_s : u"first"_s);
             QCOMPARE(stored(bench, server.id), isRemoved ? u"none"_s : u"geheim"_s);
@@ -137,7 +119,7 @@ private slots:
         ServerFolder folder;
         folder.name = u"Clients"_s;
         bench.model->servers().updateFolder(folder);
-        const ServerConnection inside = addServer(bench, u"web-01"_s, folder.id);
+        const ServerConnection inside = bench.addServer(u"web-01"_s, folder.id);
         bench.key(Qt::Key_S, Qt::ControlModifier | Qt::ShiftModifier);
         QVERIFY(bench.find("serverTree"));
         bench.key(Qt::Key_F8);
@@ -145,7 +127,7 @@ private slots:
                     ->text()
                     .contains(u"Servers and subfolders inside move up one level"_s));
         QVERIFY(bench.model->servers().folder(folder.id));
-        click(bench.find("messageBarConfirm"));
+        bench.click(bench.find("messageBarConfirm"));
         QVERIFY(!bench.model->servers().folder(folder.id));
         QCOMPARE(bench.model->servers().server(inside.id)->folderID, std::nullopt);
     }
@@ -156,7 +138,7 @@ private slots:
         bench.key(Qt::Key_S, Qt::ControlModifier | Qt::ShiftModifier);
         QVERIFY(bench.find("serverLibraryEmpty"));
         QVERIFY(bench.find<QLabel>("emptyHint")->text().contains(u"New server"_s));
-        addServer(bench, u"web-01"_s);
+        bench.addServer(u"web-01"_s);
         QVERIFY(!bench.find("serverLibraryEmpty"));
         QTest::keyClicks(bench.find<QLineEdit>("serverSearch"), u"zzz"_s);
         QVERIFY(bench.find<QLabel>("emptyTitle")->text().contains(u"“zzz”"_s));
@@ -172,7 +154,7 @@ private slots:
         QTest::keyClick(theme, Qt::Key_Down);
         QCOMPARE(bench.model->settings().themeID.value(), Theme::all().at(1).id);
         QVERIFY(Theme::color(Theme::Color::window) != before);
-        click(bench.find("reset_themeID"));
+        bench.click(bench.find("reset_themeID"));
         QCOMPARE(bench.model->settings().themeID.value(), Theme::all().at(0).id);
         QCOMPARE(Theme::color(Theme::Color::window), before);
         QVERIFY(!bench.find("reset_themeID"));

@@ -18,27 +18,19 @@ class ShellTextTest : public QObject
 private slots:
     void initTestCase() { QLocale::setDefault(QLocale::c()); }
 
-    void timeLeftIsSaidAsAPersonWould_data()
-    {
-        QTest::addColumn<qint64>("bytes");
-        QTest::addColumn<double>("rate");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("rounded up") << qint64(1001) << 100.0 << u"11 s left"_s;
-        QTest::newRow("last second of a minute") << qint64(5900) << 100.0 << u"59 s left"_s;
-        QTest::newRow("just over a minute") << qint64(6100) << 100.0 << u"1 min left"_s;
-        QTest::newRow("an hour, not 60 minutes") << qint64(3590) << 1.0 << u"1 h 0 min left"_s;
-        QTest::newRow("hours") << qint64(7500) << 1.0 << u"2 h 5 min left"_s;
-        QTest::newRow("done") << qint64(0) << 100.0 << QString();
-        QTest::newRow("more than expected came") << qint64(-5) << 100.0 << QString();
-        QTest::newRow("stalled") << qint64(100) << 0.0 << QString();
-        QTest::newRow("absurd") << (qint64(1) << 40) << 1.0 << QString();
-    }
-
     void timeLeftIsSaidAsAPersonWould()
     {
-        QFETCH(qint64, bytes);
-        QFETCH(double, rate);
-        QTEST(TransferText::timeLeft(bytes, rate), "text");
+        const std::tuple<qint64, double, const char *> rows[] = {{1001, 100.0, "11 s left"},
+                                                                 {5900, 100.0, "59 s left"},
+                                                                 {6100, 100.0, "1 min left"},
+                                                                 {3590, 1.0, "1 h 0 min left"}, // not 60 minutes
+                                                                 {7500, 1.0, "2 h 5 min left"},
+                                                                 {0, 100.0, ""},
+                                                                 {-5, 100.0, ""},
+                                                                 {100, 0.0, ""},
+                                                                 {qint64(1) << 40, 1.0, ""}};
+        for (const auto &[bytes, rate, text] : rows)
+            QCOMPARE(TransferText::timeLeft(bytes, rate), QLatin1String(text));
     }
 
     void progressNeverPassesTheEnd()

@@ -75,6 +75,29 @@ public:
         start();
     }
 
+    /// What the clients say where nothing listens.
+    static ProcessResult refusal(const ProcessRequest &)
+    {
+        return {255, false, {}, "ssh: connect to host 127.0.0.1 port 22: Connection refused\r\n"};
+    }
+    /// Saves a server whose host is its name.
+    ServerConnection addServer(const QString &name, const std::optional<QUuid> &folder = {}) const
+    {
+        ServerConnection server;
+        server.name = server.host = name;
+        server.username = QStringLiteral("me");
+        server.folderID = folder;
+        model->servers().upsert(server);
+        return server;
+    }
+    /// Types an address into the bar for connections that are not saved.
+    void quickConnect(const char *address) const
+    {
+        key(Qt::Key_K, Qt::ControlModifier);
+        QTest::keyClicks(QApplication::focusWidget(), QLatin1String(address));
+        key(Qt::Key_Return);
+    }
+
     PaneModel *pane(Side side) const { return model->tabs(side).current().pane(); }
     void select(Side side, const char *name) const
     {

@@ -2,6 +2,7 @@
 #include "WindowBench.h"
 
 #include "support/TestMain.h"
+#include "transfers/TransferEngine.h"
 #include "ui/pane/FileMimeData.h"
 
 #include <QDialog>
@@ -23,16 +24,11 @@ class WindowCommandsTest : public QObject
 {
     Q_OBJECT
 
-    static ProcessResult refusal()
-    {
-        return {255, false, {}, "ssh: connect to host 127.0.0.1 port 22: Connection refused\r\n"};
-    }
-
     /// What ssh makes of the names in the configuration of the test.
     static ProcessResult resolve(const ProcessRequest &request)
     {
         if (!request.arguments.contains(u"-G"_s))
-            return refusal();
+            return WindowBench::refusal(request);
         const QByteArray name = request.arguments.last().toUtf8();
         return {0, false, "hostname " + name + ".example.org\nuser ada\nport 22\n", {}};
     }
@@ -84,33 +80,26 @@ private slots:
         QCOMPARE(bench.model->servers().library().servers.size(), 1);
     }
 
-    void quickConnectSavesTheServerOnlyWhenAskedTo_data()
-    {
-        QTest::addColumn<bool>("isSaved");
-        QTest::newRow("saved") << true;
-        QTest::newRow("not saved") << false;
-    }
     void quickConnectSavesTheServerOnlyWhenAskedTo()
     {
-        QFETCH(const bool, isSaved);
-        WindowBench bench({}, [](const ProcessRequest &) { return refusal(); });
-        bench.key(Qt::Key_K, Qt::ControlModifier);
-        QTest::keyClicks(bench.find<QLineEdit>("quickAddress"), u"me@127.0.0.1:2222/srv"_s);
-        QTest::keyClicks(bench.find<QLineEdit>("quickPassword"), u"geheim"_s);
-        if (isSaved)
-            QTest::keyClick(bench.find("quickSave"), Qt::Key_Space);
-        bench.click(bench.find("quickConnectNow"));
-        QTRY_VERIFY(bench.find("failureView"));
-        QCOMPARE(bench.find("editServer") != nullptr, isSaved);
-        const QList<ServerConnection> servers = bench.model->servers().library().servers;
-        QCOMPARE(servers.size(), isSaved ? 1 : 0);
-        if (!isSaved)
-            return;
-        QCOMPARE(servers.first().port, 2222);
-        QCOMPARE(servers.first().remotePath, u"/srv"_s);
-        QTRY_COMPARE(bench.model->keychain()->get(servers.first().id, SecretKind::password),
-                     std::optional(u"geheim"_s));
-        QVERIFY(!bench.home.read("data/Moorix/servers.json").contains("geheim"));
+        for (const bool isSaved : {false, true}) {
+            WindowBench bench({}, WindowBench::refusal);
+            bench.key(Qt::Key_K, Qt::ControlModifier);
+            QTest::keyClicks(bench.find<QLineEdit>("quickAddress"), u"me@127.0.0.1:2222/srv"_s);
+            QTest::keyClicks(bench.find<QLineEdit>("quickPassword"), u"geheim"_s);
+            if (isSaved)
+                QTest::keyClick(bench.find("quickSave"), Qt::Key_Space);
+            bench.click(bench.find("quickConnectNow"));
+            QTRY_VERIFY(bench.find("failureView"));
+            QCOMPARE(bench.find("editServer") != nullptr, isSaved);
+            QVERIFY(!bench.home.read("data/Moorix/servers.json").contains("geheim"));
+            const QList<ServerConnection> servers = bench.model->servers().library().servers;
+            QCOMPARE(servers.size(), isSaved ? 1 : 0);
+            for (const ServerConnection &server : servers) {
+                QVERIFY(server.port == 2222 && server.remotePath == u"/srv"_s);
+                QTRY_COMPARE(bench.model->keychain()->get(server.id, SecretKind::password), std::optional(u"geheim"_s));
+            }
+        }
     }
 
     void keysWorkAfterAMenuThatGreyedTheirCommands()
@@ -168,7 +157,8 @@ private slots:
         WindowBench bench({{"left/a.txt", "a"}, {"left/b.txt", "b"}, {"right/folder/", ""}});
         bench.select(Side::left, "a.txt");
         QTreeView *list = bench.list(Side::right);
-        dropOn(*list, *dragged(bench, Side::left), list->visualRect(list->model()->index(0, 0)).center());
+        const QPoint folder = list->visualRect(list->model()->index(0, 0)).center();
+        dropOn(*list, *dragged(bench, Side::left), folder);
         QTRY_COMPARE(bench.home.read("right/folder/a.txt"), "a");
         QTRY_VERIFY(!bench.home.exists("left/a.txt"));
         QTRY_COMPARE(bench.pane(Side::left)->displayedCount(), 1);
@@ -176,6 +166,10 @@ private slots:
         dropOn(*list, *dragged(bench, Side::left), QPoint(30, list->viewport()->height() - 5));
         QTRY_COMPARE(bench.home.read("right/b.txt"), "b");
         QTRY_VERIFY(!bench.home.exists("left/b.txt"));
+        // A folder stays where it is when it is dropped on itself.
+        bench.select(Side::right, "folder");
+        dropOn(*list, *dragged(bench, Side::right), folder);
+        QVERIFY(bench.model->transfers().transfers().size() == 2);
     }
 
     void filesOfAnotherProgramAreCopied()
@@ -213,29 +207,6 @@ private slots:
         QTRY_COMPARE(bench.home.read("right/a.txt"), "a");
         QTRY_VERIFY(!bench.home.exists("left/a.txt"));
         QVERIFY(!bench.model->clipboard().content());
-    }
-
-    void unknownHostThatMustBeKnownIsTrustedByWhatWasShown()
-    {
-        WindowBench bench({}, [](const ProcessRequest &request) {
-            if (request.program.endsWith(u"sftp"_s))
-                return ProcessResult{255,
-                                     false,
-                                     {},
-                                     "No ED25519 host key is known for web-01 and you have requested strict checking.\n"
-                                     "Host key verification failed.\nConnection closed\n"};
-            if (request.program.endsWith(u"ssh-keyscan"_s))
-                return ProcessResult{0, false, {}, "web-01: no answer\n"};
-            return ProcessResult{};
-        });
-        bench.key(Qt::Key_K, Qt::ControlModifier);
-        QTest::keyClicks(QApplication::focusWidget(), u"me@web-01"_s);
-        bench.key(Qt::Key_Return);
-        QTRY_VERIFY(bench.find("hostKeyPanel"));
-        QTRY_VERIFY(bench.find<QLabel>("offeredKeys")->text().contains(u"no answer"_s));
-        QVERIFY(bench.find("trustKey"));
-        QVERIFY(!bench.find("trustKey")->isEnabled());
-        QVERIFY(!bench.find("replaceKey"));
     }
 
     void folderShownOnOneSideIsShownOnTheOther()

@@ -21,16 +21,6 @@ class WindowMemoryTest : public QObject
 {
     Q_OBJECT
 
-    static ServerConnection addServer(const WindowBench &bench, const QString &name)
-    {
-        ServerConnection server;
-        server.name = name;
-        server.host = u"127.0.0.1"_s;
-        server.username = u"me"_s;
-        bench.model->servers().upsert(server);
-        return server;
-    }
-
     /// Chooses an entry of the menu that is open.
     static void choose(const WindowBench &bench, const char *menu, const QString &text)
     {
@@ -68,34 +58,26 @@ private slots:
         }
     }
 
-    void columnsOfADamagedMemoryAreTheUsualOnes_data()
-    {
-        QTest::addColumn<QByteArray>("columns");
-        QTest::newRow("no object") << QByteArray("7");
-        QTest::newRow("entries of another type") << QByteArray(R"({"owner": true, "size": {"shown": 1}})");
-        QTest::newRow("width out of reason")
-            << QByteArray(R"({"owner": {"width": 1e9}, "permissions": {"width": -3}})");
-    }
     void columnsOfADamagedMemoryAreTheUsualOnes()
     {
-        QFETCH(const QByteArray, columns);
-        const TestTree tree{{"preferences.json", R"({"window.columns": )" + columns + "}"}};
-        Preferences preferences(tree.path("preferences.json"));
-        KeyValueStore cloud{QString()};
-        SettingsStore settings(preferences, cloud);
-        const ListColumns memory(settings, preferences);
-        QVERIFY(memory.isShown(ListColumns::Column::size) && !memory.isShown(ListColumns::Column::owner));
-        for (const ListColumns::Column column : ListColumns::all)
-            QVERIFY(memory.width(column) >= 40 && memory.width(column) <= 600);
+        for (const char *columns : {"7", R"({"owner": true, "size": {"shown": 1}})",
+                                    R"({"owner": {"width": 1e9}, "permissions": {"width": -3}})"}) {
+            const TestTree tree{{"preferences.json", R"({"window.columns": )" + QByteArray(columns) + "}"}};
+            Preferences preferences(tree.path("preferences.json"));
+            KeyValueStore cloud{QString()};
+            SettingsStore settings(preferences, cloud);
+            const ListColumns memory(settings, preferences);
+            QVERIFY(memory.isShown(ListColumns::Column::size) && !memory.isShown(ListColumns::Column::owner));
+            for (const ListColumns::Column column : ListColumns::all)
+                QVERIFY(memory.width(column) >= 40 && memory.width(column) <= 600);
+        }
     }
 
     void tabsOfServersComeBackUnconnectedAndConnectOnAClick()
     {
-        WindowBench bench({}, [](const ProcessRequest &) {
-            return ProcessResult{255, false, {}, "ssh: connect to host 127.0.0.1 port 22: Connection refused\r\n"};
-        });
-        const ServerConnection server = addServer(bench, u"web-01"_s);
-        const ServerConnection forgotten = addServer(bench, u"forgotten"_s);
+        WindowBench bench({}, WindowBench::refusal);
+        const ServerConnection server = bench.addServer(u"web-01"_s);
+        const ServerConnection forgotten = bench.addServer(u"forgotten"_s);
         PaneTabs &tabs = bench.model->tabs(Side::right);
         tabs.openServer(forgotten, std::nullopt, std::nullopt);
         tabs.openServers();
@@ -157,10 +139,8 @@ private slots:
 
     void commandLineReplacesTheTabsOfBothSidesAndAddsFurtherOnes()
     {
-        WindowBench bench({{"one/", ""}, {"two/", ""}, {"three/", ""}}, [](const ProcessRequest &) {
-            return ProcessResult{255, false, {}, "ssh: connect to host 127.0.0.1 port 22: Connection refused\r\n"};
-        });
-        addServer(bench, u"web-01"_s);
+        WindowBench bench({{"one/", ""}, {"two/", ""}, {"three/", ""}}, WindowBench::refusal);
+        bench.addServer(u"web-01"_s);
         bench.window->openTargets({bench.home.path("one"), u"web-01:/var/www"_s, bench.home.path("three")});
         PaneTabs &left = bench.model->tabs(Side::left);
         QCOMPARE(left.sessions().size(), 2);

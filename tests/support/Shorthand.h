@@ -1,11 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "base/Error.h"
 #include "files/FileServiceError.h"
 
-#include <QFile>
-#include <QString>
 #include <QStringList>
 
 #include <stop_token>
@@ -38,28 +35,20 @@ std::optional<FileServiceError::Case> caseOf(Action action)
     return std::nullopt;
 }
 
-/// In alphabetical order.
+/// Of items or records, in their order.
 template <class Items>
 QStringList namesOf(const Items &items)
 {
     QStringList names;
     for (const auto &item : items)
         names << item.name;
-    names.sort();
     return names;
 }
 
-inline void putFile(const QString &path, const QByteArray &content)
+inline QStringList sorted(QStringList names)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
-        qFatal("%s could not be written.", qUtf8Printable(path));
-}
-
-inline QByteArray contentOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<cannot be read>");
+    names.sort();
+    return names;
 }
 
 } // namespace moorix::test
