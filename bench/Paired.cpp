@@ -27,19 +27,26 @@ double median(std::vector<double> values)
 
 } // namespace
 
-void paired(benchmark::State &state, const std::function<void()> &ours, const std::function<void()> &peer, double limit)
+void paired(benchmark::State &state, const std::function<void()> &ours, const std::function<void()> &peer, double limit,
+            WarmUp warmUp)
 {
     std::vector<double> ratios;
-    ours();
-    peer();
+    std::vector<double> peerTimes;
+    if (warmUp == WarmUp::yes) {
+        ours();
+        peer();
+    }
     for (auto iteration : state) {
-        const double peerTime = seconds(peer);
+        peerTimes.push_back(seconds(peer));
         const double ourTime = seconds(ours);
         state.SetIterationTime(ourTime);
-        ratios.push_back(ourTime / peerTime);
+        ratios.push_back(ourTime / peerTimes.back());
     }
-    state.counters["ratio"] = median(ratios);
+    const double ratio = median(ratios);
+    state.counters["ratio"] = ratio;
     state.counters["limit"] = limit;
+    state.counters["ok"] = ratio <= limit ? 1 : 0;
+    state.counters["peer_ms"] = median(peerTimes) * 1000;
 }
 
 void limited(benchmark::State &state, const std::function<void()> &prepare, const std::function<void()> &work,

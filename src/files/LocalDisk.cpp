@@ -141,6 +141,12 @@ std::unique_ptr<struct ::statx> targetStatusOf(const QString &path)
     return status;
 }
 
+void requireFile(const QString &path)
+{
+    if (!S_ISREG(targetStatusOf(path)->stx_mode))
+        fail(path, QStringLiteral("is neither a file nor a folder and cannot be copied."));
+}
+
 int renameWithoutReplacing(const QByteArray &from, const QByteArray &to)
 {
     if (::renameat2(AT_FDCWD, from.constData(), AT_FDCWD, to.constData(), RENAME_NOREPLACE) == 0)

@@ -40,6 +40,9 @@ bool leadsToFolder(int folder, const char *name);
 /// no more than its name and what the folder itself knows of it.
 QList<FileItem> list(const QString &path, const std::stop_token &stop);
 
+/// Throws unless a regular file stands at `path`, or a link to one: a client would wait for ever at the end of a fifo.
+void requireFile(const QString &path);
+
 /// The names in an open folder, as bytes. Throws in the name of `path`. The descriptor stays open.
 QList<QByteArray> namesIn(int folder, const QString &path);
 

@@ -7,6 +7,7 @@
 #include <QStringList>
 
 #include <functional>
+#include <vector>
 
 namespace moorix {
 
@@ -19,6 +20,41 @@ struct RemoteTransferOptions
     /// Goes on where the target ends, which the caller knows to be the beginning of the source and shorter than it.
     /// A service that cannot do this copies the whole file.
     bool resumes = false;
+};
+
+/// One of several files that travel together, and what has become of it.
+struct RemoteCopy
+{
+    enum class State { open, arrived, failed };
+    QString from;
+    /// Nothing may stand there.
+    QString to;
+    /// What the original is known to hold.
+    qint64 bytes = 0;
+    State state = State::open;
+    /// What the copy holds, once it has arrived.
+    qint64 copiedBytes = 0;
+    /// Why it failed: a sentence.
+    QString failure = {};
+};
+
+/// One of several small steps that are taken together, and what has become of it.
+struct RemoteStep
+{
+    enum class Kind {
+        /// Fails where something stands at `toPath`.
+        rename,
+        /// Takes the place of a file that stands at `toPath`, in one step where the server can.
+        replace,
+        /// Of a file. One that is not there counts as removed.
+        remove
+    };
+    enum class State { open, done, failed };
+    Kind kind = Kind::rename;
+    QString path;
+    QString toPath = {};
+    State state = State::open;
+    QString failure = {};
 };
 
 /// A file service on another machine: files travel between its disk and the local one. As plain as the commands below
@@ -47,13 +83,33 @@ public:
     /// Throws what every operation on this path would throw because no command can carry its name. Asks nobody.
     virtual void requireAddressable(const QString & /*path*/) const {}
 
-    // A folder as one tar archive. False, with nothing done, where the server cannot.
+    // Many in one go, for much less than one by one would cost; only where `takesMany`. What is not `open` any more is
+    // passed over. A failure of one is told with it and does not hold up the others; when the connection fails or it is
+    // stopped, this throws, and those still `open` may or may not have been done.
 
-    /// Makes the folder, which must not exist, and unpacks into it what `next` gives until it gives nothing.
-    virtual bool unpackArchive(const QString & /*folder*/, const std::function<QByteArray()> & /*next*/,
-                               const std::stop_token & /*stop*/)
+    /// Called on the worker when the client is through with the file at `index`.
+    using Advanced = std::function<void(std::size_t index)>;
+    virtual bool takesMany() const { return false; }
+    /// Copies carry the time and mode of their originals, as far as the protocol tells and takes them.
+    virtual void uploadAll(std::vector<RemoteCopy> & /*copies*/, const Advanced & /*advanced*/,
+                           const std::stop_token & /*stop*/)
     {
-        return false;
+    }
+    virtual void downloadAll(std::vector<RemoteCopy> & /*copies*/, const Advanced & /*advanced*/,
+                             const std::stop_token & /*stop*/)
+    {
+    }
+    virtual void takeSteps(std::vector<RemoteStep> & /*steps*/, const std::stop_token & /*stop*/) {}
+
+    // A folder as one tar archive. Nothing or false, with nothing done, where the server cannot.
+
+    /// Makes the folder, which must not exist, and unpacks into it what `next` gives until it gives nothing. Returns
+    /// the SHA-256 of each file in it by its path there; none where the server cannot compute them.
+    virtual std::optional<QHash<QString, QByteArray>> unpackArchive(const QString & /*folder*/,
+                                                                    const std::function<QByteArray()> & /*next*/,
+                                                                    const std::stop_token & /*stop*/)
+    {
+        return std::nullopt;
     }
     /// Packs all that lies in the folder, under names relative to it.
     virtual bool packArchive(const QString & /*folder*/, const std::function<void(QByteArrayView)> & /*take*/,

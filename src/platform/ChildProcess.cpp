@@ -11,7 +11,6 @@
 #include <chrono>
 #include <csignal>
 #include <fcntl.h>
-#include <mutex>
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
@@ -138,11 +137,11 @@ pid_t forkAndBecome(const Launch &launch, const ChildEnds &ends)
     return child;
 }
 
-/// Writing to a child that has stopped reading must be an error, not the end of this program.
+/// Writing to a child that has stopped reading must be an error, not the end of this program. Done for each child:
+/// whoever else handles signals in this program may have put its own handler there.
 void ignoreBrokenPipes()
 {
-    static std::once_flag once;
-    std::call_once(once, [] { ::signal(SIGPIPE, SIG_IGN); });
+    ::signal(SIGPIPE, SIG_IGN);
 }
 
 } // namespace
@@ -155,8 +154,9 @@ ChildProcess::ChildProcess(const ProcessRequest &request)
     Pipe output(request.program);
     Pipe error(request.program);
     Pipe failure(request.program);
-    m_id = forkAndBecome(
-        launch, {input.readEnd.value(), output.writeEnd.value(), error.writeEnd.value(), failure.writeEnd.value()});
+    const FileDescriptor &errorEnd = request.errorOutput == ErrorOutput::apart ? error.writeEnd : output.writeEnd;
+    m_id = forkAndBecome(launch,
+                         {input.readEnd.value(), output.writeEnd.value(), errorEnd.value(), failure.writeEnd.value()});
     if (m_id < 0)
         failToStart(request.program, errno);
     failure.writeEnd.close();

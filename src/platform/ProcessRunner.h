@@ -11,6 +11,9 @@
 
 namespace moorix {
 
+/// Whether what a child says on standard error comes apart from its standard output, or within it, in true order.
+enum class ErrorOutput { apart, withinOutput };
+
 /// One child process to run to its end. Nothing secret may be in `arguments` or `environment`.
 struct ProcessRequest
 {
@@ -18,6 +21,7 @@ struct ProcessRequest
     QStringList arguments;
     /// The program's own environment when absent.
     std::optional<QProcessEnvironment> environment;
+    ErrorOutput errorOutput = ErrorOutput::apart;
     /// Written in one go; the pipe is then closed.
     QByteArray standardInput;
     /// Asked for more on the running thread whenever the child has taken the input so far; nothing more is the end. May

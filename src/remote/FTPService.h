@@ -6,6 +6,9 @@
 #include "remote/FTPCertificates.h"
 #include "remote/RemoteCharset.h"
 
+#include <QHash>
+#include <QSet>
+
 #include <mutex>
 
 namespace moorix {
@@ -72,6 +75,10 @@ public:
     void copyRemote(const QString &source, const QString &destination, const std::stop_token &stop) override;
     void moveRemote(const QString &source, const QString &destination, const std::stop_token &stop) override;
     void requireAddressable(const QString &path) const override;
+    bool takesMany() const override { return true; }
+    void uploadAll(std::vector<RemoteCopy> &copies, const Advanced &advanced, const std::stop_token &stop) override;
+    void downloadAll(std::vector<RemoteCopy> &copies, const Advanced &advanced, const std::stop_token &stop) override;
+    void takeSteps(std::vector<RemoteStep> &steps, const std::stop_token &stop) override;
 
 private:
     /// The login in force; throws notConnected.
@@ -111,6 +118,19 @@ private:
     CurlTransfer store(const QString &localPath, const QString &toRemote, const RemoteTransferOptions &options,
                        const CurlConfig &afterwards, const std::stop_token &stop);
     void removePart(const QString &part) noexcept;
+    /// Give the file at `path` the time and mode of the local one.
+    static QList<QByteArray> attributeCommands(const QString &localPath, const QByteArray &path);
+
+    using AddCopy = std::function<void(CurlConfig &config, const FTPLogin &login, const RemoteCopy &copy)>;
+    void copyAll(std::vector<RemoteCopy> &copies, CurlConfig common, const AddCopy &add, const Advanced &advanced,
+                 const std::stop_token &stop);
+    /// Names by folder.
+    using Standing = QHash<QString, QSet<QString>>;
+    /// Lists the folder at most once.
+    bool isThere(const QString &path, Standing &known, const std::stop_token &stop);
+    void settle(RemoteStep &step, const FTPReply &reply, Standing &after, const std::stop_token &stop);
+    std::chrono::seconds patienceFor(const QList<QByteArray> &commands) const;
+
     /// Where a file comes from and where it goes to.
     using Pair = std::pair<QString, QString>;
     void runPairs(const QList<Pair> &files, const QString &done,

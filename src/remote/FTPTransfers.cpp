@@ -45,17 +45,6 @@ bool isPart(const QString &path)
     return name.startsWith(u'.') && name.contains(QStringLiteral(".moorix-")) && name.endsWith(QStringLiteral(".part"));
 }
 
-/// Time and mode of the local file for the one just stored. Servers know one of the two commands for the time; what
-/// they refuse is left as it is.
-void addAttributes(CurlConfig &config, const struct ::stat &status, const QByteArray &path)
-{
-    const QByteArray stamp =
-        QDateTime::fromSecsSinceEpoch(status.st_mtime, Qt::UTC).toString(QStringLiteral("yyyyMMddHHmmss")).toLatin1();
-    config.set("quote", "-*MFMT " + stamp + ' ' + path);
-    config.set("quote", "-*MDTM " + stamp + ' ' + path);
-    config.set("quote", "-*SITE CHMOD " + QByteArray::number(status.st_mode & 0777, 8) + ' ' + path);
-}
-
 std::function<void(qint64)> both(const std::function<void(qint64)> &first, const std::function<void(qint64)> &second)
 {
     if (!second)
@@ -116,6 +105,16 @@ void FTPService::write(const QByteArray &data, const QString &path, const std::s
     put(copy.path(), path, {}, stop);
 }
 
+/// Servers know one of the two commands for the time; what they refuse is left as it is.
+QList<QByteArray> FTPService::attributeCommands(const QString &localPath, const QByteArray &path)
+{
+    const struct ::stat status = statusOf(localPath);
+    const QByteArray stamp =
+        QDateTime::fromSecsSinceEpoch(status.st_mtime, Qt::UTC).toString(QStringLiteral("yyyyMMddHHmmss")).toLatin1();
+    return {"MFMT " + stamp + ' ' + path, "MDTM " + stamp + ' ' + path,
+            "SITE CHMOD " + QByteArray::number(status.st_mode & 0777, 8) + ' ' + path};
+}
+
 CurlTransfer FTPService::store(const QString &localPath, const QString &toRemote, const RemoteTransferOptions &options,
                                const CurlConfig &afterwards, const std::stop_token &stop)
 {
@@ -128,8 +127,10 @@ CurlTransfer FTPService::store(const QString &localPath, const QString &toRemote
         request.config.set("continue-at", "-");
     request.config.set("upload-file", NativePath::bytes(localPath));
     request.config.set("url", urlOf(current, toRemote));
-    if (options.keepsTimes)
-        addAttributes(request.config, source, native(toRemote));
+    if (options.keepsTimes) {
+        for (const QByteArray &line : attributeCommands(localPath, native(toRemote)))
+            request.config.set("quote", "-*" + line);
+    }
     request.config.append(afterwards);
     // Once curl has read the file to its end and closed it, the system still holds a part, and curl itself waits for
     // the server's word.

@@ -16,37 +16,53 @@ QString action(const QString &path, const QString &done)
     return QStringLiteral("“%1” could not be %2").arg(Format::display(path), done);
 }
 
-} // namespace
-
-/// Names go in and come back with a NUL behind each, so that none of them needs quoting.
-std::optional<QHash<QString, QByteArray>> SFTPService::checksums(const QStringList &paths, const std::stop_token &stop)
+/// What sha256sum prints with a NUL behind each row.
+QHash<QString, QByteArray> parsedSums(const QString &text)
 {
     constexpr qsizetype digits = 64;
     constexpr qsizetype gap = 2;
-    if (paths.isEmpty())
-        return QHash<QString, QByteArray>();
-    SSHStreams streams;
-    streams.input = paths.join(QChar::Null).toUtf8() + '\0';
-    const SSHOutput output = m_runner.runRemote(login(), QStringLiteral("xargs -0 sha256sum -z --"), stop, streams);
     QHash<QString, QByteArray> sums;
-    const QStringList rows = output.text.split(QChar::Null, Qt::SkipEmptyParts);
+    const QStringList rows = text.split(QChar::Null, Qt::SkipEmptyParts);
     for (const QString &row : rows) {
         const QByteArray sum = QByteArray::fromHex(row.left(digits).toLatin1());
         if (sum.size() == digits / 2)
             sums.insert(row.mid(digits + gap), sum);
     }
+    return sums;
+}
+
+} // namespace
+
+/// Names go in and come back with a NUL behind each, so that none of them needs quoting.
+std::optional<QHash<QString, QByteArray>> SFTPService::checksums(const QStringList &paths, const std::stop_token &stop)
+{
+    if (paths.isEmpty())
+        return QHash<QString, QByteArray>();
+    SSHStreams streams;
+    streams.input = paths.join(QChar::Null).toUtf8() + '\0';
+    const SSHOutput output = m_runner.runRemote(login(), QStringLiteral("xargs -0 sha256sum -z --"), stop, streams);
+    const QHash<QString, QByteArray> sums = parsedSums(output.text);
     // Files that cannot be read make it fail; it cannot be there at all when nothing came back.
     return sums.isEmpty() ? std::nullopt : std::optional(sums);
 }
 
-bool SFTPService::unpackArchive(const QString &folder, const std::function<QByteArray()> &next,
-                                const std::stop_token &stop)
+std::optional<QHash<QString, QByteArray>>
+SFTPService::unpackArchive(const QString &folder, const std::function<QByteArray()> &next, const std::stop_token &stop)
 {
     SSHStreams streams;
     streams.moreInput = next;
-    // As it is in the archive, but owned by the account, whoever that is.
-    const QString command = QStringLiteral("mkdir %1 && tar -xpof - -C %1").arg(shellPath(folder));
-    return runShell(command, action(folder, QStringLiteral("unpacked")), stop, streams);
+    // As it is in the archive, but owned by the account, whoever that is. A server without checksums may still unpack.
+    const QString script = QStringLiteral("mkdir \"$1\" && tar -xpof - -C \"$1\" && cd \"$1\" && "
+                                          "{ find . -type f -exec sha256sum -z {} + 2>/dev/null || true; }");
+    const QString command = QStringLiteral("sh -c %1 sh %2").arg(shellPath(script), shellPath(folder));
+    const std::optional<QString> said = runShell(command, action(folder, QStringLiteral("unpacked")), stop, streams);
+    if (!said)
+        return std::nullopt;
+    QHash<QString, QByteArray> sums;
+    const QHash<QString, QByteArray> found = parsedSums(*said);
+    for (auto sum = found.cbegin(); sum != found.cend(); ++sum)
+        sums.insert(sum.key().mid(2), sum.value());
+    return sums;
 }
 
 bool SFTPService::packArchive(const QString &folder, const std::function<void(QByteArrayView)> &take,
@@ -55,7 +71,8 @@ bool SFTPService::packArchive(const QString &folder, const std::function<void(QB
     SSHStreams streams;
     streams.takeOutput = take;
     return runShell(QStringLiteral("tar -cf - -C %1 .").arg(shellPath(folder)),
-                    action(folder, QStringLiteral("packed")), stop, streams);
+                    action(folder, QStringLiteral("packed")), stop, streams)
+        .has_value();
 }
 
 bool SFTPService::createLink(const QString &target, const QString &path, const std::stop_token &stop)

@@ -78,6 +78,12 @@ SFTPOutcome SFTPOutcome::classify(const QByteArray &standardOutput, const QByteA
 
 namespace SFTPText {
 
+namespace {
+
+const QByteArray echo("sftp> ");
+
+} // namespace
+
 QString decoded(const QByteArray &line)
 {
     QByteArray bytes;
@@ -113,9 +119,35 @@ bool isConnectedLine(const QByteArray &line)
     return (line.startsWith("Connected to ") || line.startsWith("Attached to ")) && line.endsWith('.');
 }
 
+QList<QByteArray> answers(const QByteArray &output)
+{
+    QList<QByteArray> all;
+    bool isConnected = false;
+    for (const QByteArray &line : output.split('\n')) {
+        isConnected = isConnected || isConnectedLine(line.trimmed());
+        // What comes before is the server's and may be anything; paths hold no line ends.
+        if (isConnected && line.startsWith(echo))
+            all << QByteArray();
+        else if (!all.isEmpty())
+            all.last() += line + '\n';
+    }
+    return all;
+}
+
+QByteArray withoutChatter(const QByteArray &answer)
+{
+    QByteArray kept;
+    for (const QByteArray &line : answer.split('\n')) {
+        const bool isChatter = line.startsWith("Uploading /") || line.startsWith("Fetching /") ||
+                               line.startsWith("Removing /") || line.startsWith(echo);
+        if (!isChatter)
+            kept += line + '\n';
+    }
+    return kept;
+}
+
 QString result(const QByteArray &standardOutput)
 {
-    const QByteArray echo = "sftp> ";
     QByteArray kept;
     kept.reserve(standardOutput.size());
     for (qsizetype start = 0; start < standardOutput.size();) {

@@ -33,6 +33,11 @@ struct SFTPOutcome
 
 namespace SFTPText {
 
+/// What a client that prints everything on one stream says to each of its commands, in their order; the first command's
+/// comes first. Fewer when it has not come to the others.
+QList<QByteArray> answers(const QByteArray &output);
+/// The lines among them that are about failures, or may be: not what the client tells of its work.
+QByteArray withoutChatter(const QByteArray &answer);
 /// Text of standard error with the client's escapes (\303\274, \\) undone.
 QString decoded(const QByteArray &line);
 /// The lines of standard error, without line ends, blanks around them, and empty ones.

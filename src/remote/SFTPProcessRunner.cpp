@@ -12,6 +12,9 @@
 
 #include <QScopeGuard>
 
+#include <algorithm>
+#include <utility>
+
 namespace moorix {
 
 namespace {
@@ -55,6 +58,16 @@ void throwUnlessSucceeded(const SFTPOutcome &outcome, const SFTPBatch &batch)
     throw FileServiceError::operationFailed(SSHFailureText::operation(batch.action, outcome.reason, outcome.words));
 }
 
+ProcessRequest batchRequest(const QStringList &commands)
+{
+    for (const QString &command : commands)
+        SFTPQuoting::rejectLongLine(command);
+    ProcessRequest request;
+    request.program = QStringLiteral("/usr/bin/sftp");
+    request.standardInput = (commands + QStringList{QStringLiteral("quit")}).join(u'\n').toUtf8() + '\n';
+    return request;
+}
+
 } // namespace
 
 SFTPProcessRunner::SFTPProcessRunner(std::shared_ptr<ProcessRunner> processes)
@@ -62,13 +75,44 @@ SFTPProcessRunner::SFTPProcessRunner(std::shared_ptr<ProcessRunner> processes)
 {
 }
 
+QList<SFTPAnswer> SFTPProcessRunner::runEach(const SSHLogin &login, const QStringList &commands,
+                                             const std::function<void(qsizetype)> &onAnswer,
+                                             const std::stop_token &stop)
+{
+    ProcessRequest request = batchRequest(commands);
+    // Only one stream tells which failure belongs to which command.
+    request.errorOutput = ErrorOutput::withinOutput;
+    QByteArray output;
+    qsizetype answered = 0;
+    request.takeOutput = [&](QByteArrayView bytes) {
+        output.append(bytes);
+        // The last one may have more to say.
+        while (answered + 1 < SFTPText::answers(output).size())
+            onAnswer(++answered);
+    };
+    ProcessResult result = runClient(login, QStringLiteral("-P"), std::move(request), stop);
+    if (result.crashed || result.exitCode != 0) {
+        result.standardError = SFTPText::withoutChatter(output);
+        throwConnectionFailed(login, result, QStringLiteral("sftp"));
+    }
+    const QList<QByteArray> said = SFTPText::answers(output);
+    if (said.size() != commands.size() + 1) {
+        throw FileServiceError::operationFailed(
+            QStringLiteral("The sftp client ended before it had done everything.\n") +
+            QString::fromUtf8(output.last(std::min<qsizetype>(output.size(), 300))).trimmed());
+    }
+    QList<SFTPAnswer> answers;
+    for (const QByteArray &answer : said.first(commands.size())) {
+        const SFTPOutcome outcome =
+            SFTPOutcome::classify("sftp> quit", SFTPText::withoutChatter(answer), SFTPOutcome::OddItems::fail);
+        answers.append({outcome.words, outcome.kind == SFTPOutcome::Kind::missing, answer});
+    }
+    return answers;
+}
+
 SFTPOutput SFTPProcessRunner::runCommands(const SSHLogin &login, const SFTPBatch &batch, const std::stop_token &stop)
 {
-    for (const QString &command : batch.commands)
-        SFTPQuoting::rejectLongLine(command);
-    ProcessRequest request;
-    request.program = QStringLiteral("/usr/bin/sftp");
-    request.standardInput = (batch.commands + QStringList{QStringLiteral("quit")}).join(u'\n').toUtf8() + '\n';
+    ProcessRequest request = batchRequest(batch.commands);
     request.whileRunning = batch.whileRunning;
     const ProcessResult result = runClient(login, QStringLiteral("-P"), std::move(request), stop);
     if (result.crashed || result.exitCode != 0)

@@ -37,6 +37,17 @@ struct SFTPBatch
     std::function<void(qint64 processId)> whileRunning;
 };
 
+/// What became of one of many commands.
+struct SFTPAnswer
+{
+    /// A sentence; empty when it succeeded.
+    QString failure;
+    /// What it was to act on is not there.
+    bool isMissing = false;
+    /// All that the client said to it.
+    QByteArray text;
+};
+
 struct SFTPOutput
 {
     /// Standard output without the echoed commands.
@@ -72,6 +83,11 @@ public:
     /// Runs a batch with `sftp`. Throws connectionFailed when the client itself fails, notFound or operationFailed when
     /// a command inside the batch does, operationFailed for lines it could not take.
     SFTPOutput runCommands(const SSHLogin &login, const SFTPBatch &batch, const std::stop_token &stop);
+
+    /// Runs commands that do not depend on one another, and tells of each what became of it, in their order. `onAnswer`
+    /// is called, about as they end, with how many have. Throws like `runCommands`, but never for a single command.
+    QList<SFTPAnswer> runEach(const SSHLogin &login, const QStringList &commands,
+                              const std::function<void(qsizetype answered)> &onAnswer, const std::stop_token &stop);
 
     /// The standard output of a command run by the account's shell. Throws connectionFailed for every exit code but 0.
     QString runSSH(const SSHLogin &login, const QString &command, const std::stop_token &stop);

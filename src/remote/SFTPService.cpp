@@ -31,14 +31,6 @@ QString unable(const QString &path, const QString &done)
     return QStringLiteral("“%1” could not be %2").arg(Format::display(path), done);
 }
 
-QStringList listCommands(const QString &path, const QString &flags)
-{
-    const QString command = QStringLiteral("ls ") + flags;
-    if (path.toUtf8().size() <= longestListedPathBytes)
-        return {command + u' ' + sftpListPath(path)};
-    return {QStringLiteral("cd ") + sftpPath(path), command};
-}
-
 QString parsedHome(const QString &output)
 {
     const QStringList lines = output.split(u'\n');
@@ -103,6 +95,14 @@ QString SFTPService::defaultDirectory(const std::stop_token & /*stop*/)
     login();
     const std::lock_guard lock(m_mutex);
     return m_home;
+}
+
+QStringList SFTPService::listCommands(const QString &path, const QString &flags)
+{
+    const QString command = QStringLiteral("ls ") + flags;
+    if (path.toUtf8().size() <= longestListedPathBytes)
+        return {command + u' ' + sftpListPath(path)};
+    return {QStringLiteral("cd ") + sftpPath(path), command};
 }
 
 QList<FileItem> SFTPService::list(const QString &path, HiddenFiles hidden, const std::stop_token &stop)
@@ -284,19 +284,19 @@ SFTPOutput SFTPService::run(const SFTPBatch &batch, const std::stop_token &stop)
     return m_runner.runCommands(login(), batch, stop);
 }
 
-bool SFTPService::runShell(const QString &command, const QString &action, const std::stop_token &stop,
-                           const SSHStreams &streams)
+std::optional<QString> SFTPService::runShell(const QString &command, const QString &action, const std::stop_token &stop,
+                                             const SSHStreams &streams)
 {
     constexpr int cannotExecute = 126;
     constexpr int commandNotFound = 127;
     const SSHOutput output = m_runner.runRemote(login(), command, stop, streams);
     if (output.exitCode == 0)
-        return true;
+        return output.text;
     // The commands used here never fail with words on standard output only: that is an account saying that it offers
     // file transfer alone.
     const bool isTurnedAway = output.errorText.isEmpty() && !output.text.trimmed().isEmpty();
     if (isTurnedAway || output.exitCode == cannotExecute || output.exitCode == commandNotFound)
-        return false;
+        return std::nullopt;
     const QString words = output.errorText.isEmpty()
                               ? QStringLiteral("The command exited with code %1.").arg(output.exitCode)
                               : output.errorText;

@@ -51,9 +51,13 @@ public:
     void uploadRecursive(const QString &localPath, const QString &toRemote, const std::stop_token &stop) override;
     void copyRemote(const QString &source, const QString &destination, const std::stop_token &stop) override;
     void moveRemote(const QString &source, const QString &destination, const std::stop_token &stop) override;
+    bool takesMany() const override { return true; }
+    void uploadAll(std::vector<RemoteCopy> &copies, const Advanced &advanced, const std::stop_token &stop) override;
+    void downloadAll(std::vector<RemoteCopy> &copies, const Advanced &advanced, const std::stop_token &stop) override;
+    void takeSteps(std::vector<RemoteStep> &steps, const std::stop_token &stop) override;
     std::optional<QHash<QString, QByteArray>> checksums(const QStringList &paths, const std::stop_token &stop) override;
-    bool unpackArchive(const QString &folder, const std::function<QByteArray()> &next,
-                       const std::stop_token &stop) override;
+    std::optional<QHash<QString, QByteArray>>
+    unpackArchive(const QString &folder, const std::function<QByteArray()> &next, const std::stop_token &stop) override;
     bool packArchive(const QString &folder, const std::function<void(QByteArrayView)> &take,
                      const std::stop_token &stop) override;
     bool createLink(const QString &target, const QString &path, const std::stop_token &stop) override;
@@ -64,9 +68,13 @@ private:
     /// The login in force; throws notConnected.
     SSHLogin login() const;
     SFTPOutput run(const SFTPBatch &batch, const std::stop_token &stop);
-    /// Runs a shell command; false when the account has no shell to run it.
-    bool runShell(const QString &command, const QString &action, const std::stop_token &stop,
-                  const SSHStreams &streams = {});
+    QList<SFTPAnswer> runEach(const QStringList &commands, const std::function<void(qsizetype answered)> &onAnswer,
+                              const std::stop_token &stop);
+    /// What lists a folder; the last of them prints the rows.
+    static QStringList listCommands(const QString &path, const QString &flags);
+    /// What a shell command prints; nothing when the account has no shell to run it.
+    std::optional<QString> runShell(const QString &command, const QString &action, const std::stop_token &stop,
+                                    const SSHStreams &streams = {});
     /// The row of what `path` leads to, links followed; nothing when there is nothing.
     std::optional<FileItem> followed(const QString &path, const std::stop_token &stop);
     /// Uploads; returns where the file went instead when `toRemote` is a folder.

@@ -3,6 +3,8 @@
 
 #include "base/Error.h"
 #include "files/FileServiceError.h"
+#include "files/Format.h"
+#include "files/LocalDisk.h"
 #include "files/RemoteFileService.h"
 #include "transfers/TransferNames.h"
 
@@ -100,6 +102,7 @@ TransferRoute::Way TransferRoute::download(const TransferCopy &copy, const std::
 
 TransferRoute::Way TransferRoute::upload(const TransferCopy &copy, const std::stop_token &stop) const
 {
+    LocalDisk::requireFile(copy.file.path);
     RemoteTransferOptions options{true, copy.progress};
     if (copy.start == Start::resumed) {
         const qint64 held = sizeOfPart(transferNames::itemAt(copy.toPath), stop).value_or(0);
@@ -167,8 +170,22 @@ bool TransferRoute::rename(const FileItem &item, const QString &toPath, localTra
     if (existing == localTransfer::Existing::replace)
         m_destinationServer->moveRemote(item.path, toPath, stop);
     else
-        m_destinationServer->move(item, toPath, stop);
+        moveOnServer(item, toPath, stop);
     return true;
+}
+
+void TransferRoute::moveOnServer(const FileItem &item, const QString &toPath, const std::stop_token &stop) const
+{
+    if (!m_destinationServer->takesMany()) {
+        m_destinationServer->move(item, toPath, stop);
+        return;
+    }
+    // In one step, without asking first what stands there.
+    std::vector<RemoteStep> steps{{RemoteStep::Kind::rename, item.path, toPath}};
+    m_destinationServer->takeSteps(steps, stop);
+    if (steps.front().state == RemoteStep::State::failed)
+        throw FileServiceError::operationFailed(
+            u"“%1” could not take its name: %2"_s.arg(Format::display(toPath), steps.front().failure));
 }
 
 QString TransferRoute::place(const QString &path) const

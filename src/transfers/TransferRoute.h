@@ -72,6 +72,7 @@ private:
     Way upload(const TransferCopy &copy, const std::stop_token &stop) const;
     void copyThroughThisMachine(const TransferCopy &copy, const std::stop_token &stop) const;
     void copyOnServer(const TransferCopy &copy, const std::stop_token &stop) const;
+    void moveOnServer(const FileItem &item, const QString &toPath, const std::stop_token &stop) const;
     QString place(const QString &path) const;
 
     std::shared_ptr<FileService> m_source;

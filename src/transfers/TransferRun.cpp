@@ -56,10 +56,14 @@ TransferRun::TransferRun(TransferRequest request, Callbacks callbacks)
               });
           },
           nameSource(m_route), [this](const FileItem &item, const QString &reason) { report(item, reason); })
-    , m_placement(
-          m_request, m_route,
-          [this](const TransferConflict &conflict) { return m_callbacks.ask(conflict, m_callbacks.control->token()); })
+    , m_placement(m_request, m_route,
+                  [this](const TransferConflict &conflict) {
+                      // Who has to think is not what the files decided on already wait for.
+                      sendBundle();
+                      return m_callbacks.ask(conflict, m_callbacks.control->token());
+                  })
     , m_carrier(m_request, m_route, m_link, *m_callbacks.gate, m_tally)
+    , m_bundles(m_request, m_route, m_link, *m_callbacks.gate, m_tally)
     , m_stream(m_request, m_route, m_link, *m_callbacks.gate, m_tally)
 {
 }
@@ -116,16 +120,20 @@ void TransferRun::transferPiece(const TransferPiece &piece)
     std::deque<Item> &items = m_pieces.emplace_back();
     for (const FileItem &item : piece.items)
         items.emplace_back().node.item = item;
+    // The server answers while it is asked for other things.
+    auto space = askForSpace(piece.targetFolder);
     TransferTarget target = openTarget(piece.targetFolder);
     passOverMoved(items, target);
     plan(items);
-    checkSpace(items, target);
+    if (space)
+        checkSpace(items, target, space->get());
     for (Item &item : items) {
         if (item.node.fate != TransferNode::Fate::moved &&
             !transferNames::objection(item.node.item.name, nameSource(m_route)))
             dispatch(item.node, target, item);
         release(item);
     }
+    sendBundle();
 }
 
 /// An earlier run of a move that broke off may have given originals up already: those have arrived.
@@ -183,19 +191,26 @@ void TransferRun::fill(TransferNode &node)
     m_tally.addTotal(node.fileCount() - counted, node.byteCount());
 }
 
-void TransferRun::checkSpace(const std::deque<Item> &items, const TransferTarget &target)
+std::optional<std::future<std::optional<qint64>>> TransferRun::askForSpace(const QString &folder)
 {
     // What an earlier run has left there takes room already.
     if (m_request.isContinuation || (m_request.isMove && m_route.isWithinOnePlace()))
-        return;
+        return std::nullopt;
+    return std::async(std::launch::async, [this, folder] {
+        return m_link.repeat(
+            [&](const std::stop_token &stop, bool) { return m_route.destination().freeSpace(folder, stop); });
+    });
+}
+
+void TransferRun::checkSpace(const std::deque<Item> &items, const TransferTarget &target,
+                             std::optional<qint64> available)
+{
     // What stands there already may be skipped or merged, so only the rest is sure to need room.
     qint64 needed = 0;
     for (const Item &item : items) {
         if (!target.entries.contains(item.node.item.name))
             needed += item.node.byteCount();
     }
-    const auto available = m_link.repeat(
-        [&](const std::stop_token &stop, bool) { return m_route.destination().freeSpace(target.path, stop); });
     if (available && *available < needed) {
         throw Error(u"Transfer"_s, u"“%1” has %2 free, but %3 are needed. Nothing was copied."_s.arg(
                                        target.path, Format::byteCount(*available), Format::byteCount(needed)));

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "transfers/TransferBundles.h"
 #include "transfers/TransferLanes.h"
 #include "transfers/TransferOutcome.h"
 #include "transfers/TransferPlacement.h"
@@ -9,7 +10,9 @@
 #include <atomic>
 #include <deque>
 #include <functional>
+#include <future>
 #include <memory>
+#include <optional>
 #include <stop_token>
 
 namespace moorix {
@@ -49,6 +52,13 @@ private:
         /// Folders that were made, and what they are copies of.
         std::vector<std::pair<FileItem, QString>> newFolders;
     };
+    /// Files that wait for others to travel with, and the items they belong to.
+    struct Bundle
+    {
+        std::vector<TransferBundles::Entry> entries = {};
+        std::vector<Item *> items = {};
+        qint64 bytes = 0;
+    };
     struct Arrived
     {
         Item *item;
@@ -61,7 +71,8 @@ private:
     void passOverMoved(std::deque<Item> &items, const TransferTarget &target);
     void plan(std::deque<Item> &items);
     void fill(TransferNode &node);
-    void checkSpace(const std::deque<Item> &items, const TransferTarget &target);
+    std::optional<std::future<std::optional<qint64>>> askForSpace(const QString &folder);
+    void checkSpace(const std::deque<Item> &items, const TransferTarget &target, std::optional<qint64> available);
     TransferTarget openTarget(const QString &path);
     void dispatch(TransferNode &node, TransferTarget &target, Item &item);
     void send(TransferNode &node, const TransferPlace &place, TransferTarget &target, Item &item);
@@ -69,6 +80,10 @@ private:
     bool streamFolder(TransferNode &node, const TransferPlace &place, Item &item);
     void sendRest(TransferNode &node, Item &item);
     void makeFolder(const QString &path);
+    void sendFile(TransferNode &node, const TransferPlace &place, Item &item);
+    void bundle(TransferNode &node, const TransferPlace &place, Item &item);
+    void sendBundle();
+    void carryBundle(Bundle &bundle);
     void addTask(Item &item, TransferNode &node, std::function<void()> task);
 
     void release(Item &item);
@@ -78,6 +93,8 @@ private:
     bool isUnchanged(const TransferNode &node, const FileItem &present);
 
     void arrive(TransferNode &node);
+    void noteArrived(Item &item, const TransferNode &node, const QString &path);
+    void settle(Item &item, const TransferNode &node);
     void report(const FileItem &item, const QString &reason);
     void endForLostLink(const Error &error);
 
@@ -89,7 +106,9 @@ private:
     TransferScan m_scan;
     TransferPlacement m_placement;
     TransferCarrier m_carrier;
+    TransferBundles m_bundles;
     TransferStream m_stream;
+    Bundle m_bundle;
     /// Items never move in memory: the lanes hold on to them.
     std::deque<std::deque<Item>> m_pieces;
     std::mutex m_arrivedMutex;

@@ -48,13 +48,10 @@ void TransferRun::send(TransferNode &node, const TransferPlace &place, TransferT
         node.fate = Fate::moved;
     } else if (node.isFolder()) {
         enterFolder(node, place, item);
+    } else if (m_bundles.suits(node, place)) {
+        bundle(node, place, item);
     } else {
-        addTask(item, node, [this, &node, &item, place] {
-            m_carrier.carry(node.item, place);
-            node.fate = Fate::arrived;
-            const std::lock_guard lock(m_arrivedMutex);
-            m_arrived.push_back({&item, node.item, place.path});
-        });
+        sendFile(node, place, item);
     }
     target.entries.insert(arriving.name, std::move(arriving));
 }
@@ -105,12 +102,69 @@ void TransferRun::sendRest(TransferNode &node, Item &item)
         if (child.fate == Fate::entered) {
             sendRest(child, item);
         } else if (child.fate == Fate::arrived) {
-            const std::lock_guard lock(m_arrivedMutex);
-            m_arrived.push_back({&item, child.item, Format::join(node.placedAt, child.item.name)});
+            noteArrived(item, child, Format::join(node.placedAt, child.item.name));
         } else {
             dispatch(child, inner, item);
         }
     }
+}
+
+void TransferRun::sendFile(TransferNode &node, const TransferPlace &place, Item &item)
+{
+    addTask(item, node, [this, &node, &item, place] {
+        m_carrier.carry(node.item, place);
+        node.fate = Fate::arrived;
+        noteArrived(item, node, place.path);
+    });
+}
+
+void TransferRun::bundle(TransferNode &node, const TransferPlace &place, Item &item)
+{
+    constexpr std::size_t mostFiles = 64;
+    constexpr qint64 mostBytes = 4 * 1024 * 1024;
+    ++item.pending;
+    m_bundle.entries.push_back({&node, place});
+    m_bundle.items.push_back(&item);
+    m_bundle.bytes += node.item.size;
+    if (m_bundle.entries.size() == mostFiles || m_bundle.bytes >= mostBytes)
+        sendBundle();
+}
+
+void TransferRun::sendBundle()
+{
+    if (m_bundle.entries.empty())
+        return;
+    m_lanes.add([this, bundle = std::make_shared<Bundle>(std::exchange(m_bundle, {}))] {
+        try {
+            if (!m_callbacks.control->isStopped())
+                carryBundle(*bundle);
+        } catch (const Cancelled &) {
+            // Their fates tell which of them have arrived.
+        } catch (const Error &error) {
+            endForLostLink(error);
+        }
+        for (std::size_t i = 0; i < bundle->entries.size(); ++i)
+            settle(*bundle->items.at(i), *bundle->entries.at(i).node);
+    });
+}
+
+void TransferRun::carryBundle(Bundle &bundle)
+{
+    const bool isCarried = m_bundles.carry(bundle.entries);
+    for (std::size_t i = 0; i < bundle.entries.size(); ++i) {
+        const TransferBundles::Entry &entry = bundle.entries.at(i);
+        Item &item = *bundle.items.at(i);
+        if (!isCarried) {
+            sendFile(*entry.node, entry.place, item);
+            release(item);
+        } else if (entry.node->fate == Fate::arrived) {
+            noteArrived(item, *entry.node, entry.place.path);
+        } else {
+            report(entry.node->item, entry.failure);
+        }
+    }
+    if (!isCarried)
+        bundle.entries.clear();
 }
 
 void TransferRun::makeFolder(const QString &path)
@@ -137,10 +191,22 @@ void TransferRun::addTask(Item &item, TransferNode &node, std::function<void()> 
             else
                 report(node.item, error.message());
         }
-        if (node.fate != Fate::arrived)
-            item.isIncomplete = true;
-        release(item);
+        settle(item, node);
     });
+}
+
+/// A file is done with, whatever became of it.
+void TransferRun::settle(Item &item, const TransferNode &node)
+{
+    if (node.fate != Fate::arrived)
+        item.isIncomplete = true;
+    release(item);
+}
+
+void TransferRun::noteArrived(Item &item, const TransferNode &node, const QString &path)
+{
+    const std::lock_guard lock(m_arrivedMutex);
+    m_arrived.push_back({&item, node.item, path});
 }
 
 void TransferRun::arrive(TransferNode &node)

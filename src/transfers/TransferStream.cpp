@@ -125,10 +125,11 @@ TransferStream::Streamed TransferStream::upload(TransferNode &folder, const File
 {
     TarPacker packer(folder, [&progress](qint64 bytes, qint64 files) { progress.moveTo(bytes, files); });
     auto &server = dynamic_cast<RemoteFileService &>(m_route.destination());
-    if (!server.unpackArchive(
-            part.path, [&packer] { return packer.next(); }, stop))
+    const auto sums = server.unpackArchive(
+        part.path, [&packer] { return packer.next(); }, stop);
+    if (!sums)
         return std::nullopt;
-    check(packer, part, stop);
+    check(packer, part, *sums, stop);
     std::vector<TransferNode *> streamed;
     for (const TarPacker::Packed &packed : packer.packed()) {
         if (!packed.node->isFolder())
@@ -138,17 +139,12 @@ TransferStream::Streamed TransferStream::upload(TransferNode &folder, const File
 }
 
 /// Compares contents where the server can tell them, else sizes.
-void TransferStream::check(const TarPacker &packer, const FileItem &part, const std::stop_token &stop)
+void TransferStream::check(const TarPacker &packer, const FileItem &part, const QHash<QString, QByteArray> &sums,
+                           const std::stop_token &stop)
 {
-    QStringList paths;
-    for (const TarPacker::Packed &packed : packer.packed()) {
-        if (!packed.sum.isEmpty())
-            paths << Format::join(part.path, packed.relative);
-    }
     auto &server = dynamic_cast<RemoteFileService &>(m_route.destination());
-    const auto sums = server.checksums(paths, stop);
     QHash<QString, qint64> sizes;
-    if (!sums) {
+    if (sums.isEmpty()) {
         TransferNode there{part};
         const auto list = [&](const QString &path) { return server.list(path, HiddenFiles::included, stop); };
         TransferScan(list, transferNames::NameSource::server, [](const FileItem &, const QString &) {}).fill(there);
@@ -156,9 +152,8 @@ void TransferStream::check(const TarPacker &packer, const FileItem &part, const 
             sizes.insert(entry.relative, entry.node->item.size);
     }
     for (const TarPacker::Packed &packed : packer.packed()) {
-        const QString path = Format::join(part.path, packed.relative);
-        const bool isRight = packed.sum.isEmpty() ||
-                             (sums ? sums->value(path) == packed.sum : sizes.value(packed.relative, -1) == packed.size);
+        const bool isRight = packed.sum.isEmpty() || (sums.isEmpty() ? sizes.value(packed.relative, -1) == packed.size
+                                                                     : sums.value(packed.relative) == packed.sum);
         if (!isRight)
             throw Error(u"Transfer"_s, u"“%1” did not arrive whole in the stream."_s.arg(packed.relative));
     }

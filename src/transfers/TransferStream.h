@@ -5,6 +5,8 @@
 #include "transfers/TransferParts.h"
 #include "transfers/TransferPlan.h"
 
+#include <QHash>
+
 namespace moorix {
 
 class TarPacker;
@@ -36,7 +38,8 @@ private:
                     TransferTally::File &progress);
     Streamed download(TransferNode &folder, const FileItem &part, const std::stop_token &stop,
                       TransferTally::File &progress);
-    void check(const TarPacker &packer, const FileItem &part, const std::stop_token &stop);
+    void check(const TarPacker &packer, const FileItem &part, const QHash<QString, QByteArray> &sums,
+               const std::stop_token &stop);
 
     const TransferRequest &m_request;
     const TransferRoute &m_route;

@@ -12,6 +12,7 @@ TransferTally::TransferTally(Report report)
 
 TransferTally::File::File(TransferTally &tally, const QString &name)
     : m_tally(tally)
+    , m_name(name)
 {
     tally.change([&name](TransferCounts &counts) { counts.currentName = name; });
 }
@@ -27,7 +28,9 @@ void TransferTally::File::moveTo(qint64 bytes, qint64 files)
     const qint64 newFiles = files - std::exchange(m_files, files);
     if (newBytes == 0 && newFiles == 0)
         return;
-    m_tally.change([newBytes, newFiles](TransferCounts &counts) {
+    m_tally.change([this, newBytes, newFiles](TransferCounts &counts) {
+        if (newBytes > 0)
+            counts.currentName = m_name;
         counts.bytesDone += newBytes;
         counts.filesDone += newFiles;
     });

@@ -36,6 +36,7 @@ public:
 
     private:
         TransferTally &m_tally;
+        QString m_name;
         qint64 m_bytes = 0;
         qint64 m_files = 0;
     };

@@ -7,6 +7,7 @@
 #include "support/DiskFileService.h"
 
 #include <QCryptographicHash>
+#include <QDirIterator>
 #include <QFile>
 
 #include <atomic>
@@ -28,6 +29,8 @@ public:
     std::atomic<bool> garbles = false;
     /// It can compute checksums.
     bool hasShell = false;
+    /// Files can travel together.
+    bool isTakingMany = false;
     /// What it sends instead of the archive of a folder.
     QByteArray archive;
     /// Files that went up or down one by one.
@@ -77,6 +80,34 @@ public:
     {
         carry(localPath, toRemote, options, stop);
     }
+    bool takesMany() const override { return isTakingMany; }
+    void uploadAll(std::vector<RemoteCopy> &copies, const Advanced &advanced, const std::stop_token &stop) override
+    {
+        carryAll(copies, advanced, stop);
+    }
+    void downloadAll(std::vector<RemoteCopy> &copies, const Advanced &advanced, const std::stop_token &stop) override
+    {
+        carryAll(copies, advanced, stop);
+    }
+    void takeSteps(std::vector<RemoteStep> &steps, const std::stop_token &stop) override
+    {
+        for (RemoteStep &step : steps) {
+            if (step.state != RemoteStep::State::open)
+                continue;
+            step.state = RemoteStep::State::done;
+            try {
+                if (step.kind == RemoteStep::Kind::replace)
+                    moveRemote(step.path, step.toPath, stop);
+                else if (step.kind == RemoteStep::Kind::rename)
+                    m_disk.move(*m_disk.stat(step.path, stop), step.toPath, stop);
+                else if (const auto item = m_disk.stat(step.path, stop))
+                    m_disk.remove(*item, stop);
+            } catch (const Error &error) {
+                step.state = RemoteStep::State::failed;
+                step.failure = error.message();
+            }
+        }
+    }
     std::optional<QHash<QString, QByteArray>> checksums(const QStringList &paths, const std::stop_token &stop) override
     {
         if (!hasShell)
@@ -86,11 +117,11 @@ public:
             sums.insert(path, QCryptographicHash::hash(m_disk.read(path, stop), QCryptographicHash::Sha256));
         return sums;
     }
-    bool unpackArchive(const QString &folder, const std::function<QByteArray()> &next,
-                       const std::stop_token &stop) override
+    std::optional<QHash<QString, QByteArray>>
+    unpackArchive(const QString &folder, const std::function<QByteArray()> &next, const std::stop_token &stop) override
     {
         if (!hasShell)
-            return false;
+            return std::nullopt;
         m_disk.createDirectory(folder, stop);
         ProcessRequest request;
         request.arguments = QStringList{QStringLiteral("-xpof"), QStringLiteral("-"), QStringLiteral("-C"), folder};
@@ -98,7 +129,14 @@ public:
         runTar(request, folder, stop);
         if (garbles)
             m_disk.write("*", folder + QStringLiteral("/1"), stop);
-        return true;
+        QHash<QString, QByteArray> sums;
+        QDirIterator files(folder, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+        while (files.hasNext()) {
+            const QString path = files.next();
+            sums.insert(path.mid(folder.size() + 1),
+                        QCryptographicHash::hash(m_disk.read(path, stop), QCryptographicHash::Sha256));
+        }
+        return sums;
     }
     bool packArchive(const QString &folder, const std::function<void(QByteArrayView)> &take,
                      const std::stop_token &stop) override
@@ -140,6 +178,26 @@ private:
             halfway(folder);
         if (result.exitCode != 0)
             throw FileServiceError::operationFailed(QString::fromUtf8(result.standardError));
+    }
+
+    void carryAll(std::vector<RemoteCopy> &copies, const Advanced &advanced, const std::stop_token &stop)
+    {
+        for (std::size_t i = 0; i < copies.size(); ++i) {
+            RemoteCopy &copy = copies.at(i);
+            if (copy.state != RemoteCopy::State::open)
+                continue;
+            try {
+                carry(copy.from, copy.to, {true, {}}, stop);
+                advanced(i);
+                copy.copiedBytes = m_disk.stat(copy.to, stop)->size;
+                copy.state = RemoteCopy::State::arrived;
+            } catch (const FileServiceError &error) {
+                if (error.kind() != FileServiceError::Case::operationFailed)
+                    throw;
+                copy.state = RemoteCopy::State::failed;
+                copy.failure = error.message();
+            }
+        }
     }
 
     void carry(const QString &from, const QString &to, const RemoteTransferOptions &options,

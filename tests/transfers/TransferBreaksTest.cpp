@@ -28,6 +28,7 @@ private slots:
         QTest::newRow("upload") << Route::upload << QByteArray("12345678") << true;
         QTest::newRow("download") << Route::download << much << true;
         QTest::newRow("download of less than what is in doubt") << Route::download << QByteArray("12345678") << false;
+        QTest::newRow("upload together with others") << Route::upload << QByteArray("12345678") << false;
         QTest::newRow("between servers") << Route::betweenServers << QByteArray("12345678") << false;
     }
     void brokenLinkGoesOnWhereItStopped()
@@ -36,6 +37,7 @@ private slots:
         QFETCH(const QByteArray, content);
         QFETCH(const bool, isContinued);
         Scene scene({{"from/a", content}, {"to/", ""}}, route);
+        scene.server->isTakingMany = !isContinued;
         scene.callbacks.reconnectDelays = {1ms, 1ms};
         scene.server->halfway = breakLink(2);
         std::atomic<bool> waited = false;
@@ -58,6 +60,7 @@ private slots:
     {
         Scene scene({{"from/a", "12345678"}, {"to/", ""}}, Route::upload);
         scene.callbacks.reconnectDelays = {1ms};
+        scene.server->isTakingMany = false;
         scene.server->hasShell = true;
         scene.server->halfway = [&scene, broken = std::make_shared<bool>()](const QString &) {
             if (std::exchange(*broken, true))
@@ -102,6 +105,7 @@ private slots:
         Scene scene({{"from/d/a", "12345678"}, {"from/d/e/b", "12345678"}, {"from/d/c", "whole"}, {"to/", ""}},
                     Route::upload);
         scene.callbacks.gate = std::make_shared<TransferGate>(1);
+        scene.server->isTakingMany = false;
         scene.request.id = QUuid::createUuid();
         scene.server->halfway = [](const QString &source) {
             if (!source.endsWith(u'c'))

@@ -28,6 +28,7 @@ struct Scene
                               : route == Route::betweenServers                  ? otherServer
                                                                                 : server;
         request.targetFolder = tree.path("to");
+        server->isTakingMany = otherServer->isTakingMany = true;
         callbacks.reconnectDelays = {};
         callbacks.ask = [](const TransferConflict &, const std::stop_token &) -> ConflictAnswer {
             throw Error(QStringLiteral("Test"), QStringLiteral("asked although nobody expected it"));

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "remote/FTPService.h"
 #include "remote/SFTPService.h"
+#include "support/FTPServer.h"
 #include "support/SlowProxy.h"
 #include "support/TestMain.h"
 #include "support/TestServer.h"
@@ -9,6 +11,7 @@
 #include <QTest>
 
 #include <csignal>
+#include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
 
@@ -138,6 +141,61 @@ private slots:
         QCOMPARE(scene.under(u"from/"_s), TreeSnapshot());
         QVERIFY2(outcome.notes.value(0).contains(u"as one stream: “d”, 11 files"_s),
                  qPrintable(outcome.notes.join(u'|')));
+    }
+
+    void oneOfManyFilesFailsAloneWithoutAShell_data()
+    {
+        QTest::addColumn<bool>("isUpload");
+        QTest::addColumn<bool>("isFTP");
+        QTest::newRow("SFTP, up") << true << false;
+        QTest::newRow("SFTP, down") << false << false;
+        QTest::newRow("FTP, up") << true << true;
+        QTest::newRow("FTP, down") << false << true;
+    }
+    void oneOfManyFilesFailsAloneWithoutAShell()
+    {
+        if (!m_sshd->hasAccounts())
+            QSKIP("Only root can make accounts without a shell.");
+        QFETCH(const bool, isUpload);
+        QFETCH(const bool, isFTP);
+        std::unique_ptr<FTPServer> ftp;
+        std::shared_ptr<RemoteFileService> service;
+        const auto clients = std::make_shared<IsolatedClients>(m_sshd->knownHostsPath());
+        if (isFTP) {
+            if (const QString missing = FTPServer::missing(FTPServer::Program::vsftpd); !missing.isEmpty())
+                QSKIP(qPrintable(missing));
+            ftp = std::make_unique<FTPServer>(FTPServer::Program::vsftpd, FTPServer::Encryption::none);
+            service = std::make_shared<FTPService>(ftp->connection(), FTPServer::credentials(), clients);
+        } else {
+            ServerConnection record = m_sshd->connection();
+            record.username = TestServer::userWithoutShell();
+            service = std::make_shared<SFTPService>(record, ConnectionCredentials(), clients);
+        }
+        service->connect({});
+        // Some bundles full.
+        Scene scene(
+            {{"from/d/größe \"q\" {a,b}", "1"}, {"from/d/e/a\\b", "2"}, {"from/d/e/empty", ""}, {"to/d/e/", ""}});
+        for (int i = 0; i < 150; ++i)
+            scene.tree.write(u"from/d/%1"_s.arg(i), QByteArray(32 * 1024 - 75 + i, char('a' + i % 26)));
+        QVERIFY(::mkfifo(QFile::encodeName(scene.tree.path("from/d/e/pipe")).constData(), 0666) == 0);
+        for (const char *folder : {"", "to", "to/d", "to/d/e"})
+            QFile::setPermissions(scene.tree.path(QString::fromLatin1(folder)), QFile::Permissions(0x7777));
+        scene.tree.write("to/d/7", "old");
+        scene.request.policy = TransferConflictPolicy::overwrite;
+        (isUpload ? scene.request.destination : scene.request.source) = service;
+        const auto runs = [&] {
+            return clients->runs(u"/usr/bin/ssh"_s) + clients->runs(u"/usr/bin/sftp"_s) +
+                   clients->runs(u"/usr/bin/curl"_s);
+        };
+        const int before = runs();
+        scene.add("from/d");
+        const TransferOutcome outcome = scene.run();
+        QVERIFY2(runs() - before < 25, qPrintable(QString::number(runs() - before)));
+        QCOMPARE(outcome.failures.size(), 1);
+        QVERIFY2(outcome.failures.first().contains(u"“pipe” was not copied"_s), qPrintable(outcome.failures.first()));
+        QVERIFY(::unlink(QFile::encodeName(scene.tree.path("from/d/e/pipe")).constData()) == 0);
+        QCOMPARE(scene.under(u"to/"_s), scene.under(u"from/"_s));
+        service->disconnect();
     }
 
     void linksTravelAsLinks()

@@ -1,0 +1,264 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "transfers/TransferBundles.h"
+
+#include "base/Error.h"
+#include "files/FileService.h"
+#include "files/Format.h"
+#include "transfers/TransferNames.h"
+
+#include <QHash>
+#include <QSet>
+
+#include <utility>
+
+namespace moorix {
+
+using namespace Qt::StringLiterals;
+using Fate = TransferNode::Fate;
+
+namespace {
+
+/// Those that have not come to their places.
+std::vector<RemoteCopy> unnamed(const std::vector<TransferBundles::Entry> &entries,
+                                const std::vector<RemoteCopy> &copies)
+{
+    std::vector<RemoteCopy> rest;
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        if (entries.at(i).node->fate != Fate::arrived)
+            rest.push_back(copies.at(i));
+    }
+    return rest;
+}
+
+std::vector<RemoteCopy> stillOpen(const std::vector<RemoteCopy> &copies)
+{
+    std::vector<RemoteCopy> rest;
+    for (const RemoteCopy &copy : copies) {
+        if (copy.state == RemoteCopy::State::open)
+            rest.push_back(copy);
+    }
+    return rest;
+}
+
+} // namespace
+
+TransferBundles::TransferBundles(const TransferRequest &request, const TransferRoute &route, TransferLink &link,
+                                 TransferGate &gate, TransferTally &tally)
+    : m_request(request)
+    , m_route(route)
+    , m_link(link)
+    , m_gate(gate)
+    , m_tally(tally)
+    , m_parts(route, link, tally)
+{
+}
+
+RemoteFileService &TransferBundles::server() const
+{
+    return dynamic_cast<RemoteFileService &>(m_route.isServerSource() ? m_route.source() : m_route.destination());
+}
+
+bool TransferBundles::suits(const TransferNode &file, const TransferPlace &place) const
+{
+    // Larger files are better off where each can go on by itself after a break.
+    constexpr qint64 largestBytes = 256 * 1024;
+    return !m_isRefused && m_route.isServerSource() != m_route.isServerDestination() && server().takesMany() &&
+           !file.item.isSymlink && file.item.size <= largestBytes && !place.isContinued;
+}
+
+bool TransferBundles::carry(std::vector<Entry> &entries)
+{
+    std::vector<RemoteCopy> copies;
+    Progress progress;
+    bool hasParts = false;
+    for (const Entry &entry : entries) {
+        const FileItem &file = entry.node->item;
+        copies.push_back({file.path, transferNames::partPath(entry.place.path, m_request.id, file), file.size});
+        progress.emplace_back(m_tally, file.name);
+        hasParts = hasParts || entry.place.hasPart;
+    }
+    try {
+        copyAcrossBreaks(copies, progress, hasParts);
+        giveNames(entries, copies);
+    } catch (const Error &error) {
+        const TransferControl &control = m_link.control();
+        if (control.isStopped() ? !control.keepsParts() : !isConnectionLost(error))
+            removeParts(unnamed(entries, copies));
+        if (control.isStopped() || isConnectionLost(error))
+            throw;
+        m_tally.note(u"File by file: %1"_s.arg(error.message().section(u'\n', 0, 0)));
+        m_isRefused = true;
+        return false;
+    }
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        if (entries.at(i).node->fate == Fate::arrived)
+            progress.at(i).arrive(copies.at(i).copiedBytes);
+        else
+            entries.at(i).failure = copies.at(i).failure;
+    }
+    removeParts(unnamed(entries, copies));
+    return true;
+}
+
+void TransferBundles::copyAcrossBreaks(std::vector<RemoteCopy> &copies, Progress &progress, bool hasParts)
+{
+    TransferLink::Tries tries(m_link);
+    TransferControl &control = m_link.control();
+    const auto advanced = [&](std::size_t index) {
+        tries.restored();
+        progress.at(index).moveTo(copies.at(index).bytes);
+    };
+    while (true) {
+        control.waitWhilePaused();
+        try {
+            const std::stop_token stop = control.untilPause();
+            const TransferGate::Place place = m_gate.enter(m_route.servers(), stop);
+            // What an earlier try has written may not be written to again: it may have its mode already.
+            if (std::exchange(hasParts, true))
+                clearParts(stillOpen(copies), stop);
+            if (m_route.isServerDestination())
+                server().uploadAll(copies, advanced, stop);
+            else
+                server().downloadAll(copies, advanced, stop);
+            return;
+        } catch (const Cancelled &) {
+            if (control.isStopped())
+                throw;
+        } catch (const Error &error) {
+            tries.wait(error);
+        }
+        for (std::size_t i = 0; i < copies.size(); ++i) {
+            if (copies.at(i).state == RemoteCopy::State::open)
+                progress.at(i).moveTo(0);
+        }
+    }
+}
+
+/// A copy may only count as whole, and its original as superfluous, by what the original is at this moment.
+void TransferBundles::verify(const FileItem &file, RemoteCopy &copy)
+{
+    if (copy.state != RemoteCopy::State::arrived)
+        return;
+    qint64 expected = copy.bytes;
+    if (copy.copiedBytes != expected || (m_request.isMove && !m_route.isServerSource())) {
+        expected = m_link.repeat([&](const std::stop_token &stop, bool) { return m_route.sizeAtSource(file, stop); });
+    }
+    if (copy.copiedBytes == expected)
+        return;
+    copy.state = RemoteCopy::State::failed;
+    copy.failure =
+        u"the copy has %1 bytes, the original %2; it may have changed meanwhile"_s.arg(copy.copiedBytes).arg(expected);
+}
+
+/// Only to those that are whole.
+void TransferBundles::giveNames(std::vector<Entry> &entries, std::vector<RemoteCopy> &copies)
+{
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        try {
+            verify(entries.at(i).node->item, copies.at(i));
+        } catch (const Cancelled &) {
+            throw;
+        } catch (const Error &error) {
+            if (isConnectionLost(error))
+                throw;
+            copies.at(i).state = RemoteCopy::State::failed;
+            copies.at(i).failure = error.message();
+        }
+    }
+    if (m_route.isServerDestination()) {
+        giveNamesOnServer(entries, copies);
+        return;
+    }
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        RemoteCopy &copy = copies.at(i);
+        if (copy.state != RemoteCopy::State::arrived)
+            continue;
+        try {
+            m_parts.giveName(transferNames::itemAt(copy.to), entries.at(i).place);
+            entries.at(i).node->fate = Fate::arrived;
+        } catch (const Cancelled &) {
+            throw;
+        } catch (const Error &error) {
+            copy.failure = error.message();
+        }
+    }
+}
+
+void TransferBundles::giveNamesOnServer(std::vector<Entry> &entries, std::vector<RemoteCopy> &copies)
+{
+    std::vector<RemoteStep> steps;
+    std::vector<std::size_t> indices;
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        if (copies.at(i).state != RemoteCopy::State::arrived)
+            continue;
+        const TransferPlace &place = entries.at(i).place;
+        // In a folder of this transfer nobody else puts anything.
+        const bool replaces = place.standing == TransferPlace::Standing::replaced || place.isInNewFolder;
+        steps.push_back({replaces ? RemoteStep::Kind::replace : RemoteStep::Kind::rename, copies.at(i).to, place.path});
+        indices.push_back(i);
+    }
+    if (!steps.empty())
+        takeSteps(steps);
+    for (std::size_t i = 0; i < steps.size(); ++i) {
+        if (steps.at(i).state == RemoteStep::State::done)
+            entries.at(indices.at(i)).node->fate = Fate::arrived;
+        else
+            copies.at(indices.at(i)).failure = u"its copy could not take its name: %1"_s.arg(steps.at(i).failure);
+    }
+}
+
+void TransferBundles::takeSteps(std::vector<RemoteStep> &steps)
+{
+    m_link.repeat([&](const std::stop_token &stop, bool isFirst) {
+        if (!isFirst)
+            findTaken(steps, stop);
+        server().takeSteps(steps, stop);
+    });
+}
+
+/// The link may have broken between a step and the word of it.
+void TransferBundles::findTaken(std::vector<RemoteStep> &steps, const std::stop_token &stop)
+{
+    QHash<QString, QSet<QString>> there;
+    for (RemoteStep &step : steps) {
+        if (step.state != RemoteStep::State::open)
+            continue;
+        const QString folder = Format::parent(step.path);
+        if (!there.contains(folder)) {
+            QSet<QString> &paths = there[folder];
+            for (const FileItem &item : server().list(folder, HiddenFiles::included, stop))
+                paths.insert(item.path);
+        }
+        if (!there[folder].contains(step.path) && there[folder].contains(step.toPath))
+            step.state = RemoteStep::State::done;
+    }
+}
+
+void TransferBundles::clearParts(const std::vector<RemoteCopy> &copies, const std::stop_token &stop)
+{
+    std::vector<RemoteStep> steps;
+    for (const RemoteCopy &copy : copies) {
+        if (m_route.isLocalDestination())
+            m_parts.remove(transferNames::itemAt(copy.to));
+        else
+            steps.push_back({RemoteStep::Kind::remove, copy.to});
+    }
+    if (!steps.empty())
+        server().takeSteps(steps, stop);
+    for (const RemoteStep &step : steps) {
+        if (step.state == RemoteStep::State::failed)
+            m_tally.fail(u"The unfinished copy “%1” could not be removed: %2"_s.arg(step.path, step.failure));
+    }
+}
+
+/// Cleans up even after a stop, hence the token of its own.
+void TransferBundles::removeParts(const std::vector<RemoteCopy> &copies)
+{
+    try {
+        clearParts(copies, std::stop_token());
+    } catch (const Error &error) {
+        m_tally.fail(u"The unfinished copy “%1” could not be removed: %2"_s.arg(copies.front().to, error.message()));
+    }
+}
+
+} // namespace moorix

@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "files/RemoteFileService.h"
+#include "transfers/TransferGate.h"
+#include "transfers/TransferParts.h"
+#include "transfers/TransferPlan.h"
+
+#include <atomic>
+#include <deque>
+#include <optional>
+
+namespace moorix {
+
+/// Brings many small files between the local disk and a server to their places together, each as whole as if it
+/// travelled alone: over a part file, a check and a rename; across broken links and pauses. Used by all lanes of one
+/// transfer at once.
+class TransferBundles final
+{
+public:
+    struct Entry
+    {
+        TransferNode *node;
+        TransferPlace place;
+        /// Why it did not arrive, unless the node's fate says that it has.
+        QString failure = {};
+    };
+
+    TransferBundles(const TransferRequest &request, const TransferRoute &route, TransferLink &link, TransferGate &gate,
+                    TransferTally &tally);
+
+    /// Whether the file gains by travelling with others.
+    bool suits(const TransferNode &file, const TransferPlace &place) const;
+    /// Carries them, once there is room for another lane. False when it could not be done this way; those that have not
+    /// arrived have left nothing behind then. Throws when the transfer is stopped or the link is lost for good.
+    bool carry(std::vector<Entry> &entries);
+
+private:
+    using Progress = std::deque<TransferTally::File>;
+
+    void copyAcrossBreaks(std::vector<RemoteCopy> &copies, Progress &progress, bool hasParts);
+    void verify(const FileItem &file, RemoteCopy &copy);
+    void giveNames(std::vector<Entry> &entries, std::vector<RemoteCopy> &copies);
+    void giveNamesOnServer(std::vector<Entry> &entries, std::vector<RemoteCopy> &copies);
+    void takeSteps(std::vector<RemoteStep> &steps);
+    void findTaken(std::vector<RemoteStep> &steps, const std::stop_token &stop);
+    void clearParts(const std::vector<RemoteCopy> &copies, const std::stop_token &stop);
+    void removeParts(const std::vector<RemoteCopy> &copies);
+    RemoteFileService &server() const;
+
+    const TransferRequest &m_request;
+    const TransferRoute &m_route;
+    TransferLink &m_link;
+    TransferGate &m_gate;
+    TransferTally &m_tally;
+    TransferParts m_parts;
+    /// Set once it could not be done.
+    std::atomic<bool> m_isRefused = false;
+};
+
+} // namespace moorix
