@@ -95,6 +95,8 @@ void ServerProcess::startApart(const QStringList &accounts, const QByteArray &sc
                                const QProcessEnvironment &environment)
 {
     QByteArray passwd = contentOf(u"/etc/passwd"_s);
+    // Bash reads the start-up file of whoever runs the tests, even for a single command, which may do or take anything.
+    passwd.replace(":/bin/bash\n", ":/bin/sh\n");
     QByteArray shadow = contentOf(u"/etc/shadow"_s);
     uint id = 64001;
     for (const QString &name : accounts) {
