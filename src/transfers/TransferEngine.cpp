@@ -2,6 +2,7 @@
 #include "transfers/TransferEngine.h"
 
 #include "base/Json.h"
+#include "files/Format.h"
 
 #include <algorithm>
 
@@ -211,6 +212,17 @@ TransferTotals TransferEngine::totals() const
         ++totals.transfers;
     }
     return totals;
+}
+
+TransferEngine::Ends TransferEngine::ends(const QUuid &id) const
+{
+    const auto order = m_orders.find(id);
+    if (order == m_orders.end())
+        return {};
+    const StoredTransfer &stored = order->second.stored;
+    const QList<FileItem> &items = stored.request.items;
+    return {stored.source, items.isEmpty() ? QString() : Format::parent(items.constFirst().path), stored.destination,
+            stored.request.targetFolder};
 }
 
 void TransferEngine::clearEnded()

@@ -54,6 +54,15 @@ public:
     /// In the order they run; ended ones stay until `clearEnded`.
     const QList<TransferStatus> &transfers() const { return m_transfers; }
     TransferTotals totals() const;
+    /// Where a transfer comes from and goes to; servers as TransferPlaces knows them.
+    struct Ends
+    {
+        TransferPlaces::Server source;
+        QString sourceFolder;
+        TransferPlaces::Server destination;
+        QString targetFolder;
+    };
+    Ends ends(const QUuid &id) const;
     void clearEnded();
     /// The conflict that waits for `answer`, if any, and the transfer it belongs to.
     const std::optional<TransferConflict> &conflict() const { return m_conflict; }

@@ -6,6 +6,7 @@
 #include "files/Format.h"
 #include "files/PaneModel.h"
 #include "settings/SettingsStore.h"
+#include "transfers/TransferEngine.h"
 #include "ui/QuickConnectBar.h"
 #include "ui/SessionView.h"
 #include "ui/Theme.h"
@@ -45,6 +46,8 @@ SideView::SideView(AppModel &model, Side side, QWidget *parent)
     connect(quickConnect, &QuickConnectBar::keyboardReleased, this, &SideView::focusContent);
     connect(&m_tabs, &PaneTabs::sessionsChanged, this, &SideView::followSessions);
     connect(&m_tabs, &PaneTabs::currentChanged, this, &SideView::followCurrent);
+    connect(&model.transfers(), &TransferEngine::listChanged, this, &SideView::followTransfers);
+    connect(&model.transfers(), &TransferEngine::transferChanged, this, &SideView::followTransfers);
     // Whatever takes the keyboard inside a side makes it the active one.
     connect(qApp, &QApplication::focusChanged, this, [this](QWidget *, QWidget *now) {
         if (now && isAncestorOf(now))
@@ -133,6 +136,7 @@ void SideView::followSessions()
         view->deleteLater();
         session->disconnect(this);
         m_views.remove(session);
+        m_badges.remove(session);
     }
     while (m_bar->count() > sessions.size())
         m_bar->removeTab(m_bar->count() - 1);
@@ -167,6 +171,16 @@ void SideView::addTab()
     });
 }
 
+/// Progress comes many times a second; a tab is drawn anew only when its dot changes.
+void SideView::followTransfers()
+{
+    for (int index = 0; index < m_tabs.sessions().size(); ++index) {
+        Session *session = m_tabs.sessions().at(index);
+        if (m_badges.value(session) != TransferBadge::of(*session, m_model.transfers()))
+            updateTab(index);
+    }
+}
+
 void SideView::followCurrent()
 {
     SessionView *view = currentView();
@@ -185,13 +199,16 @@ void SideView::updateTab(int index)
 {
     const Session &session = *m_tabs.sessions().at(index);
     m_bar->setTabText(index, session.title().replace(u'&', QLatin1String("&&")));
+    const TransferBadge badge = TransferBadge::of(session, m_model.transfers());
+    m_badges.insert(m_tabs.sessions().at(index), badge);
     if (session.mode() == PaneMode::local)
-        m_bar->setTabIcon(index, Theme::icon(QStringLiteral("folder")));
+        m_bar->setTabIcon(index, badge.on(Theme::icon(QStringLiteral("folder"))));
     else if (session.server())
-        m_bar->setTabIcon(index, ServerLook::icon(*session.server()));
+        m_bar->setTabIcon(index, badge.on(ServerLook::icon(*session.server())));
     else
         m_bar->setTabIcon(index, Theme::icon(QStringLiteral("network-server")));
-    m_bar->setTabToolTip(index, Format::display(session.folder()));
+    const QStringList facts{Format::display(session.folder()), badge.text()};
+    m_bar->setTabToolTip(index, facts.join(u'\n').trimmed());
     // A bar that is not shown yet keeps the new width to itself.
     m_bar->updateGeometry();
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "app/AppModel.h"
+#include "ui/TransferBadge.h"
 
 #include <QHash>
 #include <QUuid>
@@ -49,6 +50,7 @@ private:
     void followCurrent();
     void addTab();
     void updateTab(int index);
+    void followTransfers();
     SessionView *makeView(Session &session);
     void showTabMenu(const QPoint &position);
 
@@ -58,6 +60,7 @@ private:
     QTabBar *m_bar;
     QStackedWidget *m_stack;
     QHash<Session *, SessionView *> m_views;
+    QHash<Session *, TransferBadge> m_badges;
 };
 
 } // namespace moorix
