@@ -64,7 +64,7 @@ EditedFilesBar::EditedFilesBar(EditedFiles &files, QWidget *parent)
     , m_text(Widgets::label({}, Widgets::TextRole::body, this))
     , m_discard(Widgets::button(tr("Discard mine"), QStringLiteral("editedDiscard"), this))
     , m_saveCopy(Widgets::button(tr("Save a copy…"), QStringLiteral("editedSaveCopy"), this))
-    , m_keepBoth(Widgets::button(tr("Keep both"), QStringLiteral("editedKeepBoth"), this))
+    , m_keepBoth(Widgets::primaryButton(tr("Keep both"), QStringLiteral("editedKeepBoth"), this))
     , m_upload(Widgets::primaryButton({}, QStringLiteral("editedUpload"), this))
 {
     setObjectName(QStringLiteral("editedFilesBar"));
@@ -83,7 +83,7 @@ EditedFilesBar::EditedFilesBar(EditedFiles &files, QWidget *parent)
     row->setSpacing(8);
     row->addLayout(texts, 1);
     row->addSpacing(16);
-    for (QPushButton *button : {m_discard, m_saveCopy, m_keepBoth, m_upload})
+    for (QPushButton *button : {m_discard, m_saveCopy, m_upload, m_keepBoth})
         row->addWidget(button, 0, Qt::AlignVCenter);
     connect(m_discard, &QPushButton::clicked, this, [this] { m_files.discard(m_shown); });
     connect(m_saveCopy, &QPushButton::clicked, this, &EditedFilesBar::chooseCopyPath);
@@ -109,7 +109,10 @@ void EditedFilesBar::show(const EditedFile &file, qsizetype count)
     m_heading->setText(count == 1 ? heading : tr("%1 edited files were not uploaded · %2").arg(count).arg(heading));
     m_text->setText(explanationFor(file));
     const bool isConflict = file.state == State::changedThere || file.state == State::goneThere;
+    // The answer that loses nothing of anybody stands out.
     m_keepBoth->setVisible(file.state == State::changedThere);
+    Widgets::setStyleProperty(*m_upload, "role",
+                              file.state == State::changedThere ? QString() : QStringLiteral("primary"));
     m_upload->setText(isConflict ? tr("Upload anyway") : file.state == State::leftOver ? tr("Upload") : tr("Retry"));
     m_upload->disconnect(this);
     // What the button says when it is pressed is what happens, whatever has become of the file since.
