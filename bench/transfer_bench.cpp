@@ -64,6 +64,13 @@ void throwUnlessSame(const QString &original, const QString &copy)
         throw std::runtime_error("“" + copy.toStdString() + "” holds more than the original.");
 }
 
+/// A peer that gives up early and calls it a success would win every time.
+void throwUnlessComplete(const QString &original, const QString &copy)
+{
+    if (QDir(copy).entryList(QDir::Files) != QDir(original).entryList(QDir::Files))
+        throw std::runtime_error("The peer has not copied everything to “" + copy.toStdString() + "”.");
+}
+
 /// A server, near or at the end of a long line, a connection that is up, and folders to copy between.
 class Line final
 {
@@ -135,7 +142,8 @@ public:
         const QString target = freshTarget();
         const QString mirror = direction == up ? u"mirror -R --parallel=8 %1 %2"_s : u"mirror --parallel=8 %1 %2"_s;
         const QString scheme = m_place == ftp ? u"ftp"_s : u"sftp"_s;
-        const QString password = m_place == ftp ? test::FTPServer::credentials().password.value_or(QString()) : u"x"_s;
+        QString password = m_place == ftp ? test::FTPServer::credentials().password.value_or(QString()) : u"x"_s;
+        password.replace(u'\\', u"\\\\"_s);
         const QString program = m_place == ftp ? QString() : ssh() + u" -a -x"_s;
         const QString commands = u"set sftp:auto-confirm yes; set ftp:ssl-allow no; "
                                  "set sftp:connect-program \"%1\"; open -u '%2','%3' %4://%5:%6; %7"_s;
@@ -230,7 +238,11 @@ void manySmallFiles(benchmark::State &state, Place place, const std::function<vo
             line.copy(line.from(), direction);
             copies << line.lastTarget();
         },
-        [&] { peer(line, direction); }, limit, warmUp);
+        [&] {
+            peer(line, direction);
+            throwUnlessComplete(line.from(), line.lastTarget());
+        },
+        limit, warmUp);
     for (const QString &copy : copies)
         throwUnlessSame(line.from(), copy);
     state.SetLabel(labelOf(direction, u"round trip %1 ms: %2"_s.arg(roundTrip).arg(line.notes().join(u' '))));

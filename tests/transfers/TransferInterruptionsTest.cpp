@@ -134,6 +134,10 @@ private slots:
     {
         m_sshd = std::make_unique<TestServer>();
         m_proxy = std::make_unique<SlowProxy>(m_sshd->port());
+        qputenv("SCENE_PORT", QByteArray::number(m_proxy->port()));
+        qputenv("SCENE_USER", m_sshd->connection().username.toUtf8());
+        qputenv("SCENE_KEY", m_sshd->keyPath().toUtf8());
+        qputenv("SCENE_KNOWN_HOSTS", m_sshd->knownHostsPath().toUtf8());
     }
 
     void noFileIsLostAtAnyMoment()
@@ -179,6 +183,8 @@ private slots:
 
     void cleanupTestCase()
     {
+        // The program that was killed last has left its shared connection behind.
+        openServer({})->disconnect();
         m_proxy.reset();
         m_sshd.reset();
     }
@@ -213,10 +219,6 @@ private:
         environment.insert(u"SCENE_FOLDER"_s, scene.tree.path());
         environment.insert(u"SCENE_ROUTE"_s, isUpload ? u"up"_s : u"down"_s);
         environment.insert(u"SCENE_KIND"_s, kind == Kind::move ? u"move"_s : u"copy"_s);
-        environment.insert(u"SCENE_PORT"_s, QString::number(m_proxy->port()));
-        environment.insert(u"SCENE_USER"_s, m_sshd->connection().username);
-        environment.insert(u"SCENE_KEY"_s, m_sshd->keyPath());
-        environment.insert(u"SCENE_KNOWN_HOSTS"_s, m_sshd->knownHostsPath());
         scene.program.setProcessEnvironment(environment);
         scene.program.setProcessChannelMode(QProcess::MergedChannels);
         scene.program.start(QCoreApplication::applicationFilePath(), {u"TransferQueueProgram"_s});
