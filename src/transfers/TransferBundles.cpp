@@ -90,14 +90,25 @@ bool TransferBundles::carry(std::vector<Entry> &entries)
         m_isRefused = true;
         return false;
     }
+    qint64 arrived = 0;
     for (std::size_t i = 0; i < entries.size(); ++i) {
-        if (entries.at(i).node->fate == Fate::arrived)
+        if (entries.at(i).node->fate == Fate::arrived) {
             progress.at(i).arrive(copies.at(i).copiedBytes);
-        else
+            ++arrived;
+        } else {
             entries.at(i).failure = copies.at(i).failure;
+        }
     }
+    if (arrived > 0)
+        noteWay(arrived);
     removeParts(unnamed(entries, copies));
     return true;
+}
+
+void TransferBundles::noteWay(qint64 files)
+{
+    const QString way = m_route.isServerDestination() ? u"Sent"_s : u"Received"_s;
+    m_tally.noteMore(files, {}, way + u" in bundles of up to %1: "_s.arg(mostFiles) + u"%1 files."_s);
 }
 
 void TransferBundles::copyAcrossBreaks(std::vector<RemoteCopy> &copies, Progress &progress, bool hasParts)

@@ -29,6 +29,8 @@ public:
     TransferBundles(const TransferRequest &request, const TransferRoute &route, TransferLink &link, TransferGate &gate,
                     TransferTally &tally);
 
+    static constexpr std::size_t mostFiles = 64;
+
     /// Whether the file gains by travelling with others.
     bool suits(const TransferNode &file, const TransferPlace &place) const;
     /// Carries them, once there is room for another lane. False when it could not be done this way; those that have not
@@ -45,6 +47,7 @@ private:
     void takeSteps(std::vector<RemoteStep> &steps);
     void findTaken(std::vector<RemoteStep> &steps, const std::stop_token &stop);
     void clearParts(const std::vector<RemoteCopy> &copies, const std::stop_token &stop);
+    void noteWay(qint64 files);
     void removeParts(const std::vector<RemoteCopy> &copies);
     RemoteFileService &server() const;
 

@@ -56,8 +56,8 @@ void TransferCarrier::carryPart(const TransferCopy &copy, TransferTally::File &p
         if (!wasContinued)
             return;
         checkContinued(copy.file, part);
-        m_tally.noteOneMore(u"1 file went on where its copy had stopped."_s,
-                            u"%1 files went on where their copies had stopped."_s);
+        m_tally.noteMore(1, u"1 file went on where its copy had stopped."_s,
+                         u"%1 files went on where their copies had stopped."_s);
         return;
     } catch (const Error &error) {
         if (!wasContinued || m_link.control().isStopped() || isConnectionLost(error))

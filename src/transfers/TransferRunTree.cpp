@@ -120,13 +120,12 @@ void TransferRun::sendFile(TransferNode &node, const TransferPlace &place, Item 
 
 void TransferRun::bundle(TransferNode &node, const TransferPlace &place, Item &item)
 {
-    constexpr std::size_t mostFiles = 64;
     constexpr qint64 mostBytes = 4 * 1024 * 1024;
     ++item.pending;
     m_bundle.entries.push_back({&node, place});
     m_bundle.items.push_back(&item);
     m_bundle.bytes += node.item.size;
-    if (m_bundle.entries.size() == mostFiles || m_bundle.bytes >= mostBytes)
+    if (m_bundle.entries.size() == TransferBundles::mostFiles || m_bundle.bytes >= mostBytes)
         sendBundle();
 }
 

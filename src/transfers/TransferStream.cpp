@@ -67,7 +67,7 @@ bool TransferStream::carry(TransferNode &folder, const TransferPlace &place)
         if (streamed)
             m_parts.giveName(part, place);
         else
-            m_tally.note(u"File by file: the server has no shell that takes folders as one stream."_s);
+            m_tally.note(u"Not as one stream: the server has no shell that takes whole folders."_s);
     } catch (const Error &error) {
         // With the link lost for good, the next try clears up.
         const TransferControl &control = m_link.control();
@@ -75,7 +75,7 @@ bool TransferStream::carry(TransferNode &folder, const TransferPlace &place)
             m_parts.remove(part);
         if (control.isStopped() || isConnectionLost(error))
             throw;
-        m_tally.note(u"“%1” goes file by file: %2"_s.arg(name, error.message().section(u'\n', 0, 0)));
+        m_tally.note(u"“%1” did not go as one stream: %2"_s.arg(name, error.message().section(u'\n', 0, 0)));
         streamed.reset();
     }
     m_isRefused = !streamed;

@@ -82,12 +82,12 @@ void TransferTally::note(const QString &text)
         m_outcome.notes.append(text);
 }
 
-void TransferTally::noteOneMore(const QString &one, const QString &several)
+void TransferTally::noteMore(qint64 count, const QString &one, const QString &several)
 {
     const std::lock_guard lock(m_mutex);
-    auto &[text, count] = m_numbers[several];
+    auto &[text, sum] = m_numbers[several];
     text = one;
-    ++count;
+    sum += count;
 }
 
 void TransferTally::waitFor(const QString &lostLink)
@@ -128,7 +128,9 @@ TransferOutcome TransferTally::outcome() const
     outcome.changedTargetFolders = m_changedFolders.values();
     for (auto number = m_numbers.cbegin(); number != m_numbers.cend(); ++number) {
         const auto &[one, count] = number.value();
-        outcome.notes.append(count == 1 ? one : number.key().arg(count));
+        const QString text = count == 1 ? one : number.key().arg(count);
+        if (!text.isEmpty())
+            outcome.notes.append(text);
     }
     return outcome;
 }

@@ -47,8 +47,9 @@ public:
     void fail(const QString &sentence);
     void noteChanged(const QString &targetFolder);
     void note(const QString &text);
-    /// One more of a kind that is told as a number: "1 file was resumed", "%1 files were resumed".
-    void noteOneMore(const QString &one, const QString &several);
+    /// So many more of a kind that is told as a number: "1 file was resumed", "%1 files were resumed". An empty `one`
+    /// keeps silent about a single one.
+    void noteMore(qint64 count, const QString &one, const QString &several);
     /// Somebody waits for a lost link; an empty text means that it is back.
     void waitFor(const QString &lostLink);
     void publish(bool always = false);
@@ -63,7 +64,7 @@ private:
     mutable std::mutex m_mutex;
     TransferOutcome m_outcome;
     QSet<QString> m_changedFolders;
-    QHash<QString, std::pair<QString, int>> m_numbers;
+    QHash<QString, std::pair<QString, qint64>> m_numbers;
     QElapsedTimer m_sincePublished;
 };
 
