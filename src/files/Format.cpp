@@ -126,6 +126,11 @@ QString day(const QDateTime &date)
     return QLocale().toString(date.toLocalTime(), dateFormats().day);
 }
 
+QString timeOfDay(const QDateTime &date)
+{
+    return QLocale().toString(date.toLocalTime(), shortTimeFormat(QLocale()));
+}
+
 QString join(const QString &base, const QString &name)
 {
     if (base.isEmpty() || base == u'/')

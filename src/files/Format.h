@@ -15,6 +15,8 @@ QString byteCount(qint64 bytes);
 QString date(const std::optional<QDateTime> &date);
 /// The same without the time of day.
 QString day(const QDateTime &date);
+/// The same without the day.
+QString timeOfDay(const QDateTime &date);
 /// `base` and `name` as one path. An empty base counts as "/"; "." and ".." are kept, nothing is trimmed.
 QString join(const QString &base, const QString &name);
 /// The folder of a path: "/" for top-level entries and for "/" itself. A trailing slash is not a component.

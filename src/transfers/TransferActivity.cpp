@@ -16,6 +16,7 @@ TransferActivity::TransferActivity(TransferRequest request, std::shared_ptr<Tran
     : m_control(std::make_shared<TransferControl>())
     , m_ear(std::make_shared<Ear>(Ear{std::move(events)}))
 {
+    m_stopwatch.start();
     const std::weak_ptr<Ear> weakEar = m_ear;
     TransferRun::Callbacks callbacks;
     callbacks.gate = std::move(gate);
@@ -48,18 +49,18 @@ TransferActivity::~TransferActivity()
     m_control->stop(TransferControl::Parts::removed);
 }
 
-double TransferActivity::measureRate(qint64 bytesDone)
+double TransferActivity::measureRate(qint64 bytesCarried)
 {
     constexpr qint64 windowMsecs = 4000;
     const qint64 now =
         std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now().time_since_epoch())
             .count();
-    m_progress.emplace_back(now, bytesDone);
+    m_progress.emplace_back(now, bytesCarried);
     while (m_progress.size() > 2 && now - m_progress.front().first > windowMsecs)
         m_progress.pop_front();
     const qint64 msecs = now - m_progress.front().first;
     // A failed file takes its bytes back.
-    const qint64 bytes = std::max<qint64>(0, bytesDone - m_progress.front().second);
+    const qint64 bytes = std::max<qint64>(0, bytesCarried - m_progress.front().second);
     return msecs > 0 ? double(bytes) * 1000.0 / double(msecs) : 0;
 }
 

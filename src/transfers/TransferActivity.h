@@ -3,6 +3,7 @@
 
 #include "base/Job.h"
 #include "transfers/TransferRun.h"
+#include "transfers/TransferStopwatch.h"
 
 #include <deque>
 #include <functional>
@@ -32,14 +33,17 @@ public:
     Q_DISABLE_COPY_MOVE(TransferActivity)
 
     TransferControl &control() { return *m_control; }
-    /// Bytes per second over the last seconds, `bytesDone` being what is done at this moment.
-    double measureRate(qint64 bytesDone);
+    /// Runs from the beginning.
+    TransferStopwatch &stopwatch() { return m_stopwatch; }
+    /// Bytes per second over the last seconds, `bytesCarried` being what has travelled until this moment.
+    double measureRate(qint64 bytesCarried);
 
 private:
     /// Lives as long as somebody may want to tell something.
     struct Ear;
 
     std::shared_ptr<TransferControl> m_control;
+    TransferStopwatch m_stopwatch;
     std::shared_ptr<Ear> m_ear;
     /// When how many bytes were done, in milliseconds.
     std::deque<std::pair<qint64, qint64>> m_progress;

@@ -80,8 +80,12 @@ TransferRoute::Way TransferCarrier::copyAcrossBreaks(TransferCopy copy, Transfer
     copy.progress = [&](qint64 bytes) {
         if (bytes > first.value_or(bytes))
             tries.restored();
+        const bool isOfEarlierRun = !first && copy.start == Start::resumed && progress.bytes() == 0;
         first = first.value_or(bytes);
-        progress.moveTo(bytes);
+        if (isOfEarlierRun)
+            progress.find(bytes);
+        else
+            progress.moveTo(bytes);
     };
     while (true) {
         control.waitWhilePaused();

@@ -53,6 +53,12 @@ TransferStatus *TransferEngine::find(const QUuid &id)
 void TransferEngine::setState(TransferStatus &status, State state)
 {
     status.state = state;
+    if (const auto activity = m_activities.find(status.id); activity != m_activities.end()) {
+        TransferStopwatch &stopwatch = activity->second->stopwatch();
+        state == State::running ? stopwatch.start() : stopwatch.stop();
+    }
+    if (!isOpen(state))
+        status.ended = QDateTime::currentDateTimeUtc();
     if (!isUnderWay(state))
         status.bytesPerSecond = 0;
     if (state != State::reconnecting)
@@ -158,6 +164,7 @@ void TransferEngine::retry(const QUuid &id, const QList<TransferPiece> &pieces)
     order.next.targetFolder = pieces.constFirst().targetFolder;
     order.next.more = pieces.mid(1);
     order.next.isContinuation = true;
+    order.isOlder = false;
     // A connection may have been closed since.
     if (order.isKept && m_places.open) {
         order.next.source.reset();
@@ -243,22 +250,30 @@ void TransferEngine::clearEnded()
     save();
 }
 
+void TransferEngine::take(const TransferCounts &counts, TransferStatus &status)
+{
+    status.currentName = counts.currentName;
+    status.bytesDone = counts.bytesDone;
+    status.bytesTotal = counts.bytesTotal;
+    status.filesDone = counts.filesDone;
+    status.filesTotal = counts.filesTotal;
+    status.skipped = counts.skipped;
+}
+
 void TransferEngine::applyCounts(const QUuid &id, const TransferCounts &counts)
 {
     TransferStatus *status = find(id);
     const auto activity = m_activities.find(id);
-    if (!status || activity == m_activities.end() || !isOpen(status->state))
+    // One that is to be tried again hears nothing more of the try that is ending.
+    if (!status || activity == m_activities.end() || !isOpen(status->state) || status->state == State::waiting)
         return;
-    status->currentName = counts.currentName;
-    status->bytesDone = counts.bytesDone;
-    status->bytesTotal = counts.bytesTotal;
-    status->filesDone = counts.filesDone;
-    status->filesTotal = counts.filesTotal;
-    status->skipped = counts.skipped;
+    if (counts.bytesDone != status->bytesDone || counts.filesDone != status->filesDone)
+        activity->second->stopwatch().mark();
+    take(counts, *status);
     if (status->state != State::paused) {
         setState(*status, counts.waitingFor.isEmpty() ? State::running : State::reconnecting);
         status->waitingFor = counts.waitingFor;
-        status->bytesPerSecond = activity->second->measureRate(counts.bytesDone);
+        status->bytesPerSecond = activity->second->measureRate(counts.bytesDone - counts.bytesFound);
     }
     emit transferChanged(id);
 }
@@ -268,6 +283,7 @@ void TransferEngine::ask(const QUuid &id, const TransferConflict &conflict, Tran
     const TransferStatus *status = find(id);
     if (!status || !isOpen(status->state))
         return;
+    m_activities.at(id)->stopwatch().ask();
     m_questions.push_back({id, conflict, std::move(reply)});
     showFirstQuestion();
 }
@@ -280,6 +296,7 @@ void TransferEngine::answer(const ConflictAnswer &answer)
         cancel(m_questions.front().id);
         return;
     }
+    m_activities.at(m_questions.front().id)->stopwatch().answered();
     const TransferActivity::Reply reply = std::move(m_questions.front().reply);
     m_questions.pop_front();
     showFirstQuestion();

@@ -87,6 +87,8 @@ private:
         /// The request to be run: all of it, or what is left.
         TransferRequest next;
         bool isKept = false;
+        /// It began in an earlier run of the program.
+        bool isOlder = false;
         /// The jobs that open its two places.
         Job openSource = {};
         Job openDestination = {};
@@ -108,6 +110,7 @@ private:
     void run(const QUuid &id);
     void retry(const QUuid &id, const QList<TransferPiece> &pieces);
     void swapWithWaiting(const QUuid &id, int step);
+    static void take(const TransferCounts &counts, TransferStatus &status);
     void applyCounts(const QUuid &id, const TransferCounts &counts);
     void ask(const QUuid &id, const TransferConflict &conflict, TransferActivity::Reply reply);
     void withdrawQuestions(const QUuid &id);

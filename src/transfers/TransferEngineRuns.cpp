@@ -13,6 +13,17 @@ namespace moorix {
 using namespace Qt::StringLiterals;
 using State = TransferStatus::State;
 
+namespace {
+
+/// In less than a second nothing is moved that would tell how fast the way is.
+double averageRate(qint64 bytes, std::chrono::milliseconds time)
+{
+    constexpr std::chrono::milliseconds shortest{1000};
+    return time < shortest ? 0 : double(bytes) * 1000.0 / double(time.count());
+}
+
+} // namespace
+
 void TransferEngine::startNext()
 {
     const auto underWay = std::count_if(m_transfers.cbegin(), m_transfers.cend(), [](const TransferStatus &status) {
@@ -96,7 +107,7 @@ void TransferEngine::run(const QUuid &id)
 
 void TransferEngine::finish(const QUuid &id, const TransferOutcome &outcome)
 {
-    applyCounts(id, outcome.counts);
+    m_activities.at(id)->stopwatch().stop();
     // Its functions are running; it goes once they have returned.
     const std::shared_ptr<TransferActivity> ending = std::move(m_activities.at(id));
     m_activities.erase(id);
@@ -113,9 +124,14 @@ void TransferEngine::finish(const QUuid &id, const TransferOutcome &outcome)
     order.stored.failures = outcome.failures;
     // One that is to be tried again already keeps its new state.
     if (TransferStatus *status = find(id); status && status->state != State::waiting) {
+        take(outcome.counts, *status);
         status->failures = outcome.failures;
         status->notes = outcome.notes;
         status->hasRemaining = !outcome.remaining.isEmpty();
+        if (!order.isOlder)
+            status->timeTaken = ending->stopwatch().elapsed();
+        status->averageRate =
+            averageRate(outcome.counts.bytesDone - outcome.counts.bytesFound, ending->stopwatch().elapsed());
         const bool wasCancelled = outcome.wasCancelled || status->state == State::cancelled;
         setState(*status, wasCancelled                 ? State::cancelled
                           : outcome.failures.isEmpty() ? State::finished
@@ -170,12 +186,14 @@ void TransferEngine::keepQueueIn(const QString &path, TransferPlaces places)
         status.id = stored.request.id;
         status.title = stored.request.title();
         status.failures = stored.failures;
+        status.ended = stored.ended;
         status.hasRemaining = !stored.remaining.isEmpty();
         status.state = stored.failures.isEmpty() ? State::interrupted : State::failed;
         Order order;
         order.next = stored.request;
         order.next.isContinuation = stored.hasStarted;
         order.isKept = true;
+        order.isOlder = stored.hasStarted;
         order.stored = std::move(stored);
         m_orders.insert_or_assign(status.id, std::move(order));
         m_transfers.append(std::move(status));
@@ -196,6 +214,7 @@ void TransferEngine::save()
         if (order == m_orders.end() || !order->second.isKept || hasEnded)
             continue;
         stored.append(order->second.stored);
+        stored.last().ended = status.ended;
         if (isOpen(status.state)) {
             stored.last().failures.clear();
             stored.last().remaining.clear();

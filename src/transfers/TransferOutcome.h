@@ -13,6 +13,8 @@ struct TransferCounts
     QString currentName;
     qint64 bytesDone = 0;
     qint64 bytesTotal = 0;
+    /// Of `bytesDone`, those that need not travel: they were there already, or were moved in one step.
+    qint64 bytesFound = 0;
     qint64 filesDone = 0;
     qint64 filesTotal = 0;
     qint64 skipped = 0;

@@ -63,6 +63,7 @@ void writeTransfer(JsonWriter &writer, const StoredTransfer &transfer)
     for (const QString &failure : transfer.failures)
         writer.value(QJsonValue(failure));
     writer.endArray();
+    writer.field(u"ended", transfer.ended);
     writer.endObject();
 }
 
@@ -75,6 +76,7 @@ StoredTransfer readTransfer(const JsonReader &reader)
     transfer.remaining = readPieces(reader, u"remaining"_s);
     for (const QJsonValue &failure : reader.requiredArray(u"failures"_s))
         transfer.failures.append(failure.toString());
+    transfer.ended = reader.optionalDate(u"ended"_s);
     TransferRequest &request = transfer.request;
     request.id = reader.requiredUuid(u"id"_s);
     request.isMove = reader.requiredBool(u"isMove"_s);

@@ -18,6 +18,8 @@ struct StoredTransfer
     /// What is left of it after a failed try.
     QList<TransferPiece> remaining;
     QStringList failures;
+    /// When that try ended.
+    std::optional<QDateTime> ended = {};
     /// Files may have arrived already, whole or in part.
     bool hasStarted = false;
 };

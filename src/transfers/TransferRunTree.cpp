@@ -211,7 +211,7 @@ void TransferRun::noteArrived(Item &item, const TransferNode &node, const QStrin
 void TransferRun::arrive(TransferNode &node)
 {
     node.fate = Fate::arrived;
-    m_tally.addDone(node.fileCount(), node.byteCount());
+    m_tally.addFound(node.fileCount(), node.byteCount());
 }
 
 } // namespace moorix

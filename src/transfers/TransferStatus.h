@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <QDateTime>
 #include <QString>
 #include <QStringList>
 #include <QUuid>
 
+#include <chrono>
 #include <optional>
 
 namespace moorix {
@@ -47,6 +49,12 @@ struct TransferStatus
     QString waitingFor = {};
     /// Something has not arrived that can be tried again by itself.
     bool hasRemaining = false;
+    std::optional<QDateTime> ended = {};
+    /// How long an ended one was under way, as TransferStopwatch counts. Nothing where part of that was in an earlier
+    /// run of the program.
+    std::optional<std::chrono::milliseconds> timeTaken = {};
+    /// Bytes per second over that time; 0 when nothing can be said.
+    double averageRate = 0;
 };
 
 /// Neither finished nor failed nor cancelled.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "transfers/TransferTally.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace moorix {
@@ -26,20 +27,30 @@ void TransferTally::File::moveTo(qint64 bytes, qint64 files)
 {
     const qint64 newBytes = bytes - std::exchange(m_bytes, bytes);
     const qint64 newFiles = files - std::exchange(m_files, files);
+    const qint64 lostBytes = std::max<qint64>(0, m_found - bytes);
     if (newBytes == 0 && newFiles == 0)
         return;
-    m_tally.change([this, newBytes, newFiles](TransferCounts &counts) {
+    m_found -= lostBytes;
+    m_tally.change([this, newBytes, newFiles, lostBytes](TransferCounts &counts) {
         if (newBytes > 0)
             counts.currentName = m_name;
         counts.bytesDone += newBytes;
+        counts.bytesFound -= lostBytes;
         counts.filesDone += newFiles;
     });
+}
+
+void TransferTally::File::find(qint64 bytes)
+{
+    m_tally.change([newBytes = bytes - m_found](TransferCounts &counts) { counts.bytesFound += newBytes; });
+    m_found = bytes;
+    moveTo(bytes);
 }
 
 void TransferTally::File::arrive(qint64 size, qint64 files)
 {
     moveTo(size, files);
-    m_bytes = m_files = 0;
+    m_bytes = m_files = m_found = 0;
 }
 
 void TransferTally::addTotal(qint64 files, qint64 bytes)
@@ -50,11 +61,12 @@ void TransferTally::addTotal(qint64 files, qint64 bytes)
     });
 }
 
-void TransferTally::addDone(qint64 files, qint64 bytes)
+void TransferTally::addFound(qint64 files, qint64 bytes)
 {
     change([files, bytes](TransferCounts &counts) {
         counts.filesDone += files;
         counts.bytesDone += bytes;
+        counts.bytesFound += bytes;
     });
 }
 

@@ -30,6 +30,8 @@ public:
 
         /// So many of its bytes have arrived, and of a folder so many files.
         void moveTo(qint64 bytes, qint64 files = 0);
+        /// So many of its bytes are there from an earlier run.
+        void find(qint64 bytes);
         /// It is there as a whole.
         void arrive(qint64 size, qint64 files = 1);
         qint64 bytes() const { return m_bytes; }
@@ -39,10 +41,12 @@ public:
         QString m_name;
         qint64 m_bytes = 0;
         qint64 m_files = 0;
+        qint64 m_found = 0;
     };
 
     void addTotal(qint64 files, qint64 bytes);
-    void addDone(qint64 files, qint64 bytes);
+    /// Without having travelled.
+    void addFound(qint64 files, qint64 bytes);
     void addSkipped(qint64 files);
     void fail(const QString &sentence);
     void noteChanged(const QString &targetFolder);

@@ -3,12 +3,17 @@
 
 #include "transfers/TransferEngine.h"
 #include "ui/Theme.h"
+#include "ui/TransferRowDelegate.h"
 #include "ui/TransferText.h"
 #include "ui/Widgets.h"
 
+#include <QAction>
+#include <QClipboard>
+#include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
+#include <QMenu>
 #include <QPushButton>
 #include <QTreeWidget>
 #include <QVBoxLayout>
@@ -22,6 +27,8 @@ namespace {
 constexpr int idRole = Qt::UserRole;
 constexpr int isOpenRole = Qt::UserRole + 1;
 constexpr int detailsRole = Qt::UserRole + 2;
+
+enum Column { titleColumn, standingColumn, endColumn };
 
 using State = TransferStatus::State;
 
@@ -44,6 +51,13 @@ QIcon stateIcon(State state)
         break;
     }
     return Theme::icon(QStringLiteral("chronometer"), Theme::Color::mutedText);
+}
+
+/// Waiting ones have nothing to show yet, ended ones nothing more.
+bool hasBar(const TransferStatus &transfer)
+{
+    return transfer.state == State::running ||
+           ((transfer.state == State::paused || transfer.state == State::reconnecting) && transfer.filesTotal > 0);
 }
 
 bool canPause(const TransferStatus &transfer)
@@ -83,6 +97,7 @@ TransferDrawer::TransferDrawer(TransferEngine &transfers, QWidget *parent)
     : QFrame(parent)
     , m_transfers(transfers)
     , m_list(new QTreeWidget(this))
+    , m_copy(new QAction(tr("Copy"), m_list))
     , m_empty(Widgets::label(tr("No transfers yet. F5 copies the selection to the other side."),
                              Widgets::TextRole::muted, this))
     , m_totals(Widgets::label({}, Widgets::TextRole::muted, this))
@@ -91,14 +106,7 @@ TransferDrawer::TransferDrawer(TransferEngine &transfers, QWidget *parent)
     setObjectName(QStringLiteral("transferDrawer"));
     m_totals->setObjectName(QStringLiteral("transferTotals"));
     m_list->setObjectName(QStringLiteral("transferList"));
-    m_list->setColumnCount(2);
-    m_list->setHeaderHidden(true);
-    m_list->setFrameShape(NoFrame);
-    m_list->setTabKeyNavigation(false);
-    m_list->setSelectionMode(QAbstractItemView::ExtendedSelection);
-    m_list->header()->setSectionResizeMode(0, QHeaderView::Stretch);
-    m_list->header()->setSectionResizeMode(1, QHeaderView::ResizeToContents);
-    m_list->header()->setStretchLastSection(false);
+    setUpList();
     auto *head = new QHBoxLayout;
     head->addWidget(Widgets::label(tr("TRANSFERS"), Widgets::TextRole::section, this));
     head->addWidget(m_totals, 1);
@@ -112,9 +120,49 @@ TransferDrawer::TransferDrawer(TransferEngine &transfers, QWidget *parent)
 
     connect(&transfers, &TransferEngine::listChanged, this, &TransferDrawer::rebuild);
     connect(&transfers, &TransferEngine::transferChanged, this, &TransferDrawer::update);
+    connect(m_list, &QWidget::customContextMenuRequested, this, &TransferDrawer::showMenu);
+    connect(m_copy, &QAction::triggered, this, &TransferDrawer::copySelected);
     connect(m_list, &QTreeWidget::itemSelectionChanged, this, &TransferDrawer::updateButtons);
     connect(m_clear, &QPushButton::clicked, &transfers, &TransferEngine::clearEnded);
     rebuild();
+}
+
+void TransferDrawer::setUpList()
+{
+    m_list->setColumnCount(3);
+    m_list->setHeaderHidden(true);
+    m_list->setFrameShape(NoFrame);
+    m_list->setTabKeyNavigation(false);
+    m_list->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    m_list->setTextElideMode(Qt::ElideMiddle);
+    m_list->setContextMenuPolicy(Qt::CustomContextMenu);
+    auto *delegate = new TransferRowDelegate(m_list);
+    m_list->setItemDelegateForColumn(standingColumn, delegate);
+    m_list->setItemDelegateForColumn(endColumn, delegate);
+    QHeaderView &header = *m_list->header();
+    header.setMinimumSectionSize(0);
+    header.setSectionResizeMode(titleColumn, QHeaderView::Stretch);
+    // Bars that moved with the text behind them would say nothing.
+    header.setSectionResizeMode(standingColumn, QHeaderView::Fixed);
+    header.setSectionResizeMode(endColumn, QHeaderView::ResizeToContents);
+    header.setStretchLastSection(false);
+    m_copy->setShortcut(QKeySequence::Copy);
+    m_copy->setShortcutContext(Qt::WidgetShortcut);
+    m_list->addAction(m_copy);
+}
+
+void TransferDrawer::resizeEvent(QResizeEvent *event)
+{
+    m_list->setColumnWidth(standingColumn, std::clamp(width() / 2, 300, 580));
+    QFrame::resizeEvent(event);
+}
+
+void TransferDrawer::changeEvent(QEvent *event)
+{
+    QFrame::changeEvent(event);
+    // The lines beneath the rows have their colours from the theme.
+    if (event->type() == QEvent::StyleChange && !m_items.isEmpty())
+        rebuild();
 }
 
 void TransferDrawer::addCommands(QHBoxLayout &row)
@@ -126,13 +174,13 @@ void TransferDrawer::addCommands(QHBoxLayout &row)
     addCommand(row, tr("Retry failed"), QStringLiteral("retryFailedTransfer"), canRetryFailed,
                &TransferEngine::retryFailed);
     addCommand(row, tr("Retry all"), QStringLiteral("retryTransfer"), canRetry, &TransferEngine::retryAll);
-    addCommand(row, tr("Cancel selected"), QStringLiteral("cancelTransfer"), canCancel, &TransferEngine::cancel);
+    addCommand(row, tr("Cancel"), QStringLiteral("cancelTransfer"), canCancel, &TransferEngine::cancel);
 }
 
 void TransferDrawer::addCommand(QHBoxLayout &row, const QString &text, const QString &objectName,
                                 bool (*applies)(const TransferStatus &), void (TransferEngine::*action)(const QUuid &))
 {
-    const Command command{Widgets::button(text, objectName, this), applies, action};
+    const Command command{Widgets::button(text, objectName, this), text, applies, action};
     row.addWidget(command.button);
     connect(command.button, &QPushButton::clicked, this, [this, command] { run(command); });
     m_commands.push_back(command);
@@ -159,8 +207,8 @@ void TransferDrawer::rebuild()
 
 void TransferDrawer::update(const QUuid &id)
 {
-    const auto found = std::ranges::find(m_transfers.transfers(), id, &TransferStatus::id);
-    if (found == m_transfers.transfers().end() || !m_items.contains(id))
+    const TransferStatus *found = find(id);
+    if (!found || !m_items.contains(id))
         return;
     QTreeWidgetItem &item = *m_items.value(id);
     if (item.data(0, isOpenRole).toBool() != isOpen(found->state)) {
@@ -174,10 +222,16 @@ void TransferDrawer::update(const QUuid &id)
 
 void TransferDrawer::show(const TransferStatus &transfer, QTreeWidgetItem &item)
 {
-    item.setIcon(0, stateIcon(transfer.state));
-    item.setText(0, transfer.title);
-    item.setText(1, TransferText::outcome(transfer));
-    item.setForeground(1, Theme::color(Theme::Color::mutedText));
+    const QString standing = TransferText::outcome(transfer);
+    item.setIcon(titleColumn, stateIcon(transfer.state));
+    item.setText(titleColumn, transfer.title);
+    item.setToolTip(titleColumn, Widgets::toolTip(transfer.title));
+    item.setText(standingColumn, standing);
+    item.setToolTip(standingColumn, Widgets::toolTip(standing));
+    item.setData(standingColumn, TransferRowDelegate::permilleRole,
+                 hasBar(transfer) ? TransferText::permille(transfer) : QVariant());
+    item.setData(standingColumn, TransferRowDelegate::isHaltedRole, transfer.state != State::running);
+    item.setData(endColumn, Qt::DisplayRole, transfer.ended ? QVariant(*transfer.ended) : QVariant());
     showDetails(transfer, item);
 }
 
@@ -196,7 +250,7 @@ void TransferDrawer::showDetails(const TransferStatus &transfer, QTreeWidgetItem
         line->setFirstColumnSpanned(true);
         const bool isRemark = item.childCount() <= remarks.size();
         line->setForeground(0, Theme::color(isRemark ? Theme::Color::mutedText : Theme::Color::danger));
-        line->setToolTip(0, text);
+        line->setToolTip(0, Widgets::toolTip(text));
     }
     item.setExpanded(true);
 }
@@ -214,14 +268,60 @@ QList<QUuid> TransferDrawer::selectedTransfers() const
     return ids;
 }
 
+const TransferStatus *TransferDrawer::find(const QUuid &id) const
+{
+    const auto found = std::ranges::find(m_transfers.transfers(), id, &TransferStatus::id);
+    return found == m_transfers.transfers().end() ? nullptr : &*found;
+}
+
+bool TransferDrawer::isUseful(const Command &command) const
+{
+    return std::ranges::any_of(selectedTransfers(), [&](const QUuid &id) {
+        const TransferStatus *transfer = find(id);
+        return transfer && command.applies(*transfer);
+    });
+}
+
 void TransferDrawer::run(const Command &command)
 {
     const QList<QUuid> ids = selectedTransfers();
     for (const QUuid &id : ids) {
-        const auto found = std::ranges::find(m_transfers.transfers(), id, &TransferStatus::id);
-        if (found != m_transfers.transfers().end() && command.applies(*found))
+        if (const TransferStatus *transfer = find(id); transfer && command.applies(*transfer))
             (m_transfers.*command.run)(id);
     }
+}
+
+void TransferDrawer::showMenu(const QPoint &position)
+{
+    if (m_list->selectedItems().isEmpty())
+        return;
+    auto *menu = new QMenu(this);
+    menu->setObjectName(QStringLiteral("transferMenu"));
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    for (const Command &command : m_commands) {
+        if (isUseful(command))
+            menu->addAction(command.text, this, [this, command] { run(command); });
+    }
+    menu->addSeparator();
+    menu->addAction(m_copy);
+    menu->popup(m_list->viewport()->mapToGlobal(position));
+}
+
+/// A transfer with all that is said about it, or single lines of what is said.
+void TransferDrawer::copySelected() const
+{
+    QStringList lines;
+    for (int row = 0; row < m_list->topLevelItemCount(); ++row) {
+        const QTreeWidgetItem *item = m_list->topLevelItem(row);
+        if (item->isSelected())
+            lines += QStringLiteral("%1 — %2").arg(item->text(titleColumn), item->text(standingColumn));
+        for (int child = 0; child < item->childCount(); ++child) {
+            if (item->isSelected() || item->child(child)->isSelected())
+                lines += item->child(child)->text(titleColumn);
+        }
+    }
+    if (!lines.isEmpty())
+        QGuiApplication::clipboard()->setText(lines.join(u'\n'));
 }
 
 void TransferDrawer::updateButtons()
@@ -230,13 +330,10 @@ void TransferDrawer::updateButtons()
     m_empty->setVisible(all.isEmpty());
     m_list->setVisible(!all.isEmpty());
     m_clear->setEnabled(std::ranges::any_of(all, [](const auto &transfer) { return !isOpen(transfer.state); }));
-    const QList<QUuid> selected = selectedTransfers();
     for (const Command &command : m_commands) {
-        const bool isUseful = std::ranges::any_of(all, [&](const TransferStatus &transfer) {
-            return selected.contains(transfer.id) && command.applies(transfer);
-        });
-        command.button->setEnabled(isUseful);
-        command.button->setVisible(isUseful || command.applies == canCancel);
+        const bool useful = isUseful(command);
+        command.button->setEnabled(useful);
+        command.button->setVisible(useful || command.applies == canCancel);
     }
 }
 

@@ -7,6 +7,7 @@
 
 #include <vector>
 
+class QAction;
 class QHBoxLayout;
 class QLabel;
 class QPushButton;
@@ -19,7 +20,7 @@ class TransferEngine;
 struct TransferStatus;
 
 /// The queue: what is under way and waits, in the order it runs, then what has ended, the latest first; each with the
-/// way it took and its failures beneath.
+/// way it took and its failures beneath. Rows can be copied as text.
 class TransferDrawer final : public QFrame
 {
     Q_OBJECT
@@ -27,15 +28,21 @@ class TransferDrawer final : public QFrame
 public:
     explicit TransferDrawer(TransferEngine &transfers, QWidget *parent = nullptr);
 
+protected:
+    void resizeEvent(QResizeEvent *event) override;
+    void changeEvent(QEvent *event) override;
+
 private:
     /// A button that acts on those selected transfers it applies to.
     struct Command
     {
         QPushButton *button;
+        QString text;
         bool (*applies)(const TransferStatus &transfer);
         void (TransferEngine::*run)(const QUuid &id);
     };
 
+    void setUpList();
     void addCommands(QHBoxLayout &row);
     void addCommand(QHBoxLayout &row, const QString &text, const QString &objectName,
                     bool (*applies)(const TransferStatus &), void (TransferEngine::*action)(const QUuid &));
@@ -44,12 +51,17 @@ private:
     void show(const TransferStatus &transfer, QTreeWidgetItem &item);
     void showDetails(const TransferStatus &transfer, QTreeWidgetItem &item);
     QList<QUuid> selectedTransfers() const;
+    const TransferStatus *find(const QUuid &id) const;
+    bool isUseful(const Command &command) const;
+    void showMenu(const QPoint &position);
+    void copySelected() const;
     void run(const Command &command);
     void updateButtons();
     void updateTotals();
 
     TransferEngine &m_transfers;
     QTreeWidget *m_list;
+    QAction *m_copy;
     QLabel *m_empty;
     QLabel *m_totals;
     QPushButton *m_clear;

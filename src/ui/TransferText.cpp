@@ -2,9 +2,10 @@
 #include "ui/TransferText.h"
 
 #include "files/Format.h"
-#include "transfers/TransferEngine.h"
+#include "transfers/TransferStatus.h"
 
 #include <QCoreApplication>
+#include <QDateTime>
 
 #include <algorithm>
 #include <cmath>
@@ -12,6 +13,8 @@
 namespace moorix::TransferText {
 
 namespace {
+
+const auto separator = QStringLiteral(" · ");
 
 QString tr(const char *text)
 {
@@ -21,6 +24,51 @@ QString tr(const char *text)
 QString files(qint64 count)
 {
     return count == 1 ? tr("1 file") : tr("%1 files").arg(count);
+}
+
+QString rate(double bytesPerSecond)
+{
+    return tr("%1/s").arg(Format::byteCount(qint64(bytesPerSecond)));
+}
+
+QString bytes(const TransferStatus &transfer)
+{
+    if (transfer.bytesTotal <= 0)
+        return Format::byteCount(transfer.bytesDone);
+    return tr("%1 of %2").arg(Format::byteCount(transfer.bytesDone), Format::byteCount(transfer.bytesTotal));
+}
+
+QStringList amounts(const TransferStatus &transfer)
+{
+    if (transfer.filesTotal == 0 && transfer.bytesDone == 0)
+        return {tr("Preparing…")};
+    QStringList parts{bytes(transfer)};
+    if (transfer.bytesPerSecond >= 1)
+        parts += rate(transfer.bytesPerSecond);
+    parts += timeLeft(transfer.bytesTotal - transfer.bytesDone, transfer.bytesPerSecond);
+    parts.removeAll(QString());
+    if (transfer.filesTotal > 1)
+        parts +=
+            tr("file %1 of %2").arg(std::min(transfer.filesDone + 1, transfer.filesTotal)).arg(transfer.filesTotal);
+    return parts;
+}
+
+/// What an ended one has done, as far as it is known: it is not after a restart.
+QStringList work(const TransferStatus &transfer)
+{
+    QStringList parts;
+    const bool isFinished = transfer.state == TransferStatus::State::finished;
+    if (transfer.filesDone > 0 || transfer.bytesDone > 0 || (isFinished && transfer.skipped == 0)) {
+        parts += files(transfer.filesDone);
+        parts += Format::byteCount(transfer.bytesDone);
+        if (transfer.timeTaken)
+            parts += duration(*transfer.timeTaken);
+        if (transfer.averageRate >= 1)
+            parts += rate(transfer.averageRate);
+    }
+    if (transfer.skipped > 0)
+        parts += tr("%1 skipped").arg(transfer.skipped);
+    return parts;
 }
 
 } // namespace
@@ -43,20 +91,25 @@ QString timeLeft(qint64 bytesLeft, double bytesPerSecond)
 
 QString progress(const TransferStatus &transfer)
 {
-    QString amount =
-        transfer.bytesTotal > 0
-            ? tr("%1 of %2").arg(Format::byteCount(transfer.bytesDone), Format::byteCount(transfer.bytesTotal))
-            : Format::byteCount(transfer.bytesDone);
-    if (transfer.filesTotal > 1)
-        amount +=
-            tr(" · file %1 of %2").arg(std::min(transfer.filesDone + 1, transfer.filesTotal)).arg(transfer.filesTotal);
-    if (transfer.bytesPerSecond >= 1)
-        amount += tr(" · %1/s").arg(Format::byteCount(qint64(transfer.bytesPerSecond)));
-    const QString left = timeLeft(transfer.bytesTotal - transfer.bytesDone, transfer.bytesPerSecond);
-    if (!left.isEmpty())
-        amount += QStringLiteral(" · ") + left;
-    const QString name = transfer.currentName.isEmpty() ? transfer.title : Format::display(transfer.currentName);
-    return QStringLiteral("%1 — %2").arg(name, amount);
+    return amounts(transfer).join(separator);
+}
+
+QString duration(std::chrono::milliseconds time)
+{
+    const qint64 seconds = (time.count() + 500) / 1000;
+    if (time.count() < 1000)
+        return tr("under 1 s");
+    if (seconds < 60)
+        return tr("%1 s").arg(seconds);
+    if (seconds < 3600)
+        return tr("%1 min %2 s").arg(seconds / 60).arg(seconds % 60);
+    return tr("%1 h %2 min").arg(seconds / 3600).arg(seconds % 3600 / 60);
+}
+
+QString moment(const QDateTime &time)
+{
+    const QDateTime local = time.toLocalTime();
+    return local.date() == QDate::currentDate() ? Format::timeOfDay(local) : Format::date(local);
 }
 
 QString outcome(const TransferStatus &transfer)
@@ -66,28 +119,32 @@ QString outcome(const TransferStatus &transfer)
     case TransferStatus::State::waiting:
         return tr("Waiting");
     case TransferStatus::State::running:
-        return progress(transfer);
+        parts = amounts(transfer);
+        if (transfer.filesTotal > 1 && !transfer.currentName.isEmpty())
+            parts += Format::display(transfer.currentName);
+        break;
     case TransferStatus::State::reconnecting:
         return tr("Waiting to reconnect");
     case TransferStatus::State::interrupted:
         return tr("Waiting – resume?");
     case TransferStatus::State::paused:
         parts += tr("Paused");
+        if (transfer.filesTotal > 0)
+            parts += bytes(transfer);
         break;
     case TransferStatus::State::cancelled:
         parts += tr("Cancelled");
+        parts += work(transfer);
         break;
     case TransferStatus::State::failed:
-        parts += transfer.failures.size() == 1 ? tr("1 failed") : tr("%1 failed").arg(transfer.failures.size());
+        parts += tr("%1 failed").arg(transfer.failures.size());
+        parts += work(transfer);
         break;
     case TransferStatus::State::finished:
+        parts = work(transfer);
         break;
     }
-    parts += files(transfer.filesDone);
-    parts += Format::byteCount(transfer.bytesDone);
-    if (transfer.skipped > 0)
-        parts += tr("%1 skipped").arg(transfer.skipped);
-    return parts.join(QStringLiteral(" · "));
+    return parts.join(separator);
 }
 
 QString totals(const TransferTotals &totals)
@@ -98,9 +155,9 @@ QString totals(const TransferTotals &totals)
                        .arg(QString::number(totals.transfers), Format::byteCount(totals.bytesDone),
                             Format::byteCount(totals.bytesTotal));
     if (totals.bytesPerSecond >= 1)
-        text += tr(" · %1/s").arg(Format::byteCount(qint64(totals.bytesPerSecond)));
+        text += separator + rate(totals.bytesPerSecond);
     const QString left = timeLeft(totals.bytesTotal - totals.bytesDone, totals.bytesPerSecond);
-    return left.isEmpty() ? text : text + QStringLiteral(" · ") + left;
+    return left.isEmpty() ? text : text + separator + left;
 }
 
 int permille(const TransferStatus &transfer)

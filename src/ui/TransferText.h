@@ -3,6 +3,10 @@
 
 #include <QString>
 
+#include <chrono>
+
+class QDateTime;
+
 namespace moorix {
 
 struct TransferStatus;
@@ -11,11 +15,16 @@ struct TransferTotals;
 /// What the window says about transfers.
 namespace TransferText {
 
-/// "hero.jpg — 3.1 of 4.6 MB · 2.4 MB/s · 12 s left", with what is known so far.
+/// "3.1 MB of 4.6 MB · 2.4 MB/s · 12 s left · file 2 of 3", with what is known so far.
 QString progress(const TransferStatus &transfer);
 /// "12 s left", "3 min left", "2 h 5 min left"; empty when nothing can be said.
 QString timeLeft(qint64 bytesLeft, double bytesPerSecond);
-/// How an ended or waiting transfer stands: "21 files, 4.6 MB", "2 skipped", "Cancelled".
+/// "4 s", "3 min 20 s", "2 h 5 min".
+QString duration(std::chrono::milliseconds time);
+/// When something ended: the time of day, with the date unless that is today's.
+QString moment(const QDateTime &time);
+/// How a transfer stands, beside its title: its progress and the file under way, "Waiting", "3 files · 12 MB · 4 s ·
+/// 3 MB/s · 2 skipped".
 QString outcome(const TransferStatus &transfer);
 /// All open transfers in one line; empty when there are fewer than two.
 QString totals(const TransferTotals &totals);

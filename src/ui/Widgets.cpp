@@ -7,6 +7,7 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QStyle>
+#include <QTextDocument>
 #include <QToolButton>
 #include <QVariant>
 
@@ -72,6 +73,11 @@ QToolButton *iconButton(const QString &iconName, const QString &toolTip, const Q
     button->setAccessibleName(toolTip);
     button->setAutoRaise(true);
     return button;
+}
+
+QString toolTip(const QString &text)
+{
+    return Qt::convertFromPlainText(text, Qt::WhiteSpaceNormal);
 }
 
 QFrame *separator(QWidget *parent)

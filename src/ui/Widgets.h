@@ -23,6 +23,8 @@ QPushButton *button(const QString &text, const QString &objectName, QWidget *par
 QPushButton *primaryButton(const QString &text, const QString &objectName, QWidget *parent);
 /// A flat button with an icon only; `toolTip` is also its name for assistive tools.
 QToolButton *iconButton(const QString &iconName, const QString &toolTip, const QString &objectName, QWidget *parent);
+/// A text for `setToolTip`, which would take names like "<b>" for markup.
+QString toolTip(const QString &text);
 /// A hairline.
 QFrame *separator(QWidget *parent);
 /// Sets a property that the style sheet asks for, and restyles when it changed.

@@ -97,6 +97,7 @@ private slots:
         scene.engine->resume(first);
         QTRY_COMPARE(scene.state(0), State::finished);
         QCOMPARE(scene.engine->transfers().first().notes.size(), 1);
+        QVERIFY(!scene.engine->transfers().first().timeTaken);
         QCOMPARE(scene.state(1), State::interrupted);
         scene.engine->cancel(second);
         QCOMPARE(scene.arrived(), QStringList{u"a"_s});
@@ -127,10 +128,12 @@ private slots:
         };
         const QUuid id = scene.send("from/a");
         QTRY_COMPARE(scene.state(0), State::failed);
-        const QStringList failures = scene.engine->transfers().first().failures;
+        const TransferStatus before = scene.engine->transfers().first();
+        QVERIFY(before.ended);
         scene.begin();
         QCOMPARE(scene.state(0), State::failed);
-        QCOMPARE(scene.engine->transfers().first().failures, failures);
+        QCOMPARE(scene.engine->transfers().first().failures, before.failures);
+        QCOMPARE(scene.engine->transfers().first().ended, before.ended);
         scene.server->halfway = nullptr;
         scene.engine->retryFailed(id);
         QTRY_COMPARE(scene.state(0), State::finished);

@@ -57,6 +57,26 @@ private slots:
         transfer.bytesDone = 214;
         transfer.skipped = 3;
         QCOMPARE(TransferText::outcome(transfer), u"2 failed · 1 file · 214 bytes · 3 skipped"_s);
+        // What it had done before a restart is not known.
+        transfer.filesDone = transfer.bytesDone = transfer.skipped = 0;
+        QCOMPARE(TransferText::outcome(transfer), u"2 failed"_s);
+    }
+
+    void endedTransferTellsHowLongItTookAndHowFastItWas()
+    {
+        TransferStatus transfer;
+        transfer.state = TransferStatus::State::finished;
+        transfer.filesDone = 3;
+        transfer.bytesDone = 12'000'000;
+        transfer.timeTaken = std::chrono::milliseconds(4100);
+        transfer.averageRate = 2.93e6;
+        QCOMPARE(TransferText::outcome(transfer), u"3 files · 12.0 MB · 4 s · 2.9 MB/s"_s);
+        const std::pair<int, const char *> rows[] = {
+            {999, "under 1 s"}, {59'600, "1 min 0 s"}, {3'599'400, "59 min 59 s"}, {3'599'500, "1 h 0 min"}};
+        for (const auto &[msecs, text] : rows)
+            QCOMPARE(TransferText::duration(std::chrono::milliseconds(msecs)), QLatin1String(text));
+        const QDateTime now = QDateTime::currentDateTime();
+        QVERIFY(TransferText::moment(now.addDays(-1)).endsWith(u", "_s + TransferText::moment(now)));
     }
 
     void favouritesSurviveAnyName()

@@ -8,6 +8,7 @@
 #include "ui/ConflictBar.h"
 
 #include <QAction>
+#include <QClipboard>
 #include <QLabel>
 #include <QPushButton>
 #include <QSemaphore>
@@ -107,6 +108,10 @@ private slots:
         const QTreeWidgetItem *item = scene.list().topLevelItem(0);
         QCOMPARE(item->childCount(), 1);
         QVERIFY(item->child(0)->text(0).contains(u"No space left"_s));
+        scene.select(0);
+        QTest::keyClick(&scene.list(), Qt::Key_C, Qt::ControlModifier);
+        QVERIFY2(QGuiApplication::clipboard()->text().endsWith(u"1 failed\n"_s + item->child(0)->text(0)),
+                 qPrintable(QGuiApplication::clipboard()->text()));
         scene.server->halfway = nullptr;
         // The line beneath a transfer stands for it.
         scene.list().setCurrentItem(item->child(0));
