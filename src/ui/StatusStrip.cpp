@@ -2,7 +2,9 @@
 #include "ui/StatusStrip.h"
 
 #include "app/AppModel.h"
+#include "files/Format.h"
 #include "transfers/TransferEngine.h"
+#include "ui/ElidedLabel.h"
 #include "ui/Theme.h"
 #include "ui/TransferText.h"
 #include "ui/Widgets.h"
@@ -23,8 +25,9 @@ StatusStrip::StatusStrip(AppModel &model, QWidget *parent)
     , m_model(model)
     , m_dot(new QLabel(this))
     , m_connection(new QLabel(this))
-    , m_message(new QLabel(this))
-    , m_progressText(new QLabel(this))
+    , m_message(new ElidedLabel(Qt::ElideRight, this))
+    , m_progressName(new ElidedLabel(Qt::ElideMiddle, this))
+    , m_progressText(new ElidedLabel(Qt::ElideRight, this))
     , m_progress(new QProgressBar(this))
     , m_cancel(Widgets::iconButton(QStringLiteral("dialog-cancel"), tr("Cancel this transfer"),
                                    QStringLiteral("cancelRunning"), this))
@@ -41,14 +44,16 @@ StatusStrip::StatusStrip(AppModel &model, QWidget *parent)
     m_progress->setTextVisible(false);
     m_queue->setObjectName(QStringLiteral("showTransfers"));
     m_queue->setAutoRaise(true);
-    for (QLabel *label : {m_connection, m_message, m_progressText})
-        label->setTextFormat(Qt::PlainText);
+    // Whatever a file is called, what is known of its transfer stands beside it.
+    m_progressName->setMaximumWidth(220);
+    m_connection->setTextFormat(Qt::PlainText);
     auto *row = new QHBoxLayout(this);
     row->setContentsMargins(14, 2, 10, 2);
     row->setSpacing(8);
     row->addWidget(m_dot);
     row->addWidget(m_connection);
     row->addWidget(m_message, 1);
+    row->addWidget(m_progressName);
     row->addWidget(m_progressText);
     row->addWidget(m_progress);
     row->addWidget(m_cancel);
@@ -68,7 +73,6 @@ StatusStrip::StatusStrip(AppModel &model, QWidget *parent)
 void StatusStrip::tell(const QString &message)
 {
     m_message->setText(message);
-    m_message->setToolTip(message);
     // Long sentences take longer to read.
     m_silence.start(6000 + int(message.size()) * 60);
 }
@@ -92,17 +96,17 @@ void StatusStrip::followTransfers()
     if (before != m_running && ended != all.end() && !isOpen(ended->state))
         showEnded(*ended);
 
-    const bool isRunning = running != all.end();
-    for (QWidget *widget : std::initializer_list<QWidget *>{m_progressText, m_progress, m_cancel})
-        widget->setVisible(isRunning);
-    if (isRunning) {
+    const bool isUnderWay = running != all.end();
+    for (QWidget *widget : std::initializer_list<QWidget *>{m_progressName, m_progressText, m_progress, m_cancel})
+        widget->setVisible(isUnderWay);
+    if (isUnderWay) {
         const int permille = TransferText::permille(*running);
         m_progress->setRange(0, permille < 0 ? 0 : 1000);
         m_progress->setValue(std::max(0, permille));
-        const bool isReconnecting = running->state == TransferStatus::State::reconnecting;
-        m_progressText->setText(isReconnecting
-                                    ? QStringLiteral("%1 — %2").arg(running->title, TransferText::outcome(*running))
-                                    : TransferText::progress(*running));
+        const bool isRunning = running->state == TransferStatus::State::running;
+        m_progressName->setText(isRunning && !running->currentName.isEmpty() ? Format::display(running->currentName)
+                                                                             : running->title);
+        m_progressText->setText(isRunning ? TransferText::progress(*running) : TransferText::outcome(*running));
     }
     const auto waiting = std::ranges::count(all, TransferStatus::State::waiting, &TransferStatus::state);
     const auto failed = std::ranges::count(all, TransferStatus::State::failed, &TransferStatus::state);
@@ -110,12 +114,14 @@ void StatusStrip::followTransfers()
         return transfer.state == TransferStatus::State::paused || transfer.state == TransferStatus::State::interrupted;
     });
     m_queue->setVisible(!all.isEmpty());
+    QStringList parts{tr("Transfers")};
     if (waiting > 0)
-        m_queue->setText(waiting == 1 ? tr("1 transfer queued") : tr("%1 transfers queued").arg(waiting));
-    else if (failed > 0)
-        m_queue->setText(tr("Transfers · %1 failed").arg(failed));
-    else
-        m_queue->setText(halted > 0 ? tr("Transfers · %1 halted").arg(halted) : tr("Transfers"));
+        parts += tr("%1 queued").arg(waiting);
+    if (failed > 0)
+        parts += tr("%1 failed").arg(failed);
+    if (halted > 0)
+        parts += tr("%1 halted").arg(halted);
+    m_queue->setText(parts.join(QStringLiteral(" · ")));
 }
 
 void StatusStrip::showEnded(const TransferStatus &transfer)

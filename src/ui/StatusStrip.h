@@ -12,6 +12,7 @@ class QToolButton;
 namespace moorix {
 
 class AppModel;
+class ElidedLabel;
 struct TransferStatus;
 
 /// The line at the foot of the window: whom the active side is connected to, the latest message, and the transfer
@@ -38,8 +39,9 @@ private:
     AppModel &m_model;
     QLabel *m_dot;
     QLabel *m_connection;
-    QLabel *m_message;
-    QLabel *m_progressText;
+    ElidedLabel *m_message;
+    ElidedLabel *m_progressName;
+    ElidedLabel *m_progressText;
     QProgressBar *m_progress;
     QToolButton *m_cancel;
     QToolButton *m_queue;
