@@ -248,6 +248,16 @@ void SideView::showTabMenu(const QPoint &position)
     menu->popup(m_bar->mapToGlobal(position));
 }
 
+void SideView::changeEvent(QEvent *event)
+{
+    QWidget::changeEvent(event);
+    // Icons with a dot do not follow the theme by themselves.
+    if (event->type() == QEvent::StyleChange && m_bar->count() == m_tabs.sessions().size()) {
+        for (int index = 0; index < m_bar->count(); ++index)
+            updateTab(index);
+    }
+}
+
 bool SideView::focusNextPrevChild(bool next)
 {
     // Tab in a list changes sides, as in every two-pane manager; elsewhere it walks through the fields.

@@ -41,6 +41,7 @@ signals:
     void importRequested();
 
 protected:
+    void changeEvent(QEvent *event) override;
     bool focusNextPrevChild(bool next) override;
     bool eventFilter(QObject *watched, QEvent *event) override;
 

@@ -10,7 +10,7 @@
 #include "ui/pane/PathEdit.h"
 
 #include <QHBoxLayout>
-#include <QLabel>
+#include <QPainter>
 #include <QStackedLayout>
 #include <QToolButton>
 
@@ -19,6 +19,32 @@
 using namespace Qt::StringLiterals;
 
 namespace moorix {
+
+namespace {
+
+/// Drawn each time from the icon, which follows the theme.
+class PlaceIcon final : public QWidget
+{
+public:
+    PlaceIcon(QIcon icon, QWidget *parent)
+        : QWidget(parent)
+        , m_icon(std::move(icon))
+    {
+        setFixedSize(16, 16);
+    }
+
+protected:
+    void paintEvent(QPaintEvent *) override
+    {
+        QPainter painter(this);
+        m_icon.paint(&painter, rect());
+    }
+
+private:
+    QIcon m_icon;
+};
+
+} // namespace
 
 PathBar::PathBar(PaneModel &pane, QWidget *parent)
     : QFrame(parent)
@@ -78,10 +104,8 @@ QWidget *PathBar::makeField()
     auto *field = new QFrame(this);
     m_field = field;
     field->setObjectName(u"pathField"_s);
-    auto *icon = new QLabel(field);
+    auto *icon = new PlaceIcon(Theme::icon(m_pane.isLocal() ? u"drive-harddisk"_s : u"network-server"_s), field);
     icon->setObjectName(u"pathIcon"_s);
-    icon->setPixmap(Theme::icon(m_pane.isLocal() ? u"drive-harddisk"_s : u"network-server"_s)
-                        .pixmap(QSize(16, 16), devicePixelRatioF()));
     icon->setToolTip(m_pane.title());
     auto *place = new QWidget(field);
     m_stack = new QStackedLayout(place);
