@@ -25,12 +25,24 @@
 
 namespace moorix {
 
+namespace {
+
+/// By itself a tab bar is at least as wide as its scroll buttons, shown or not, and leaves a gap behind a short tab.
+class SideTabBar final : public QTabBar
+{
+public:
+    using QTabBar::QTabBar;
+    QSize minimumSizeHint() const override { return {60, QTabBar::minimumSizeHint().height()}; }
+};
+
+} // namespace
+
 SideView::SideView(AppModel &model, Side side, QWidget *parent)
     : QWidget(parent)
     , m_model(model)
     , m_side(side)
     , m_tabs(model.tabs(side))
-    , m_bar(new QTabBar(this))
+    , m_bar(new SideTabBar(this))
     , m_stack(new QStackedWidget(this))
 {
     setObjectName(QStringLiteral("sideView"));
