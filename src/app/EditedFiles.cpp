@@ -12,6 +12,7 @@
 #include <QTimer>
 
 #include <algorithm>
+#include <array>
 
 namespace moorix {
 
@@ -77,6 +78,13 @@ Found takeOverFolders(const QString &root, const std::stop_token &stop)
     return found;
 }
 
+/// How far an upload is.
+struct Sent
+{
+    std::atomic<qint64> bytes = 0;
+    std::atomic<qint64> of = 0;
+};
+
 } // namespace
 
 struct EditedFiles::Entry
@@ -87,10 +95,12 @@ struct EditedFiles::Entry
     ServerConnection server;
     State state = State::uploaded;
     QString problem;
-    /// The copy when it was last looked at and found to be what the record says.
+    /// The copy when it was last looked at and found to be what the record says, or was held back.
     std::optional<Stamp> known;
     bool mayHaveLeftovers = false;
     QTimer settling;
+    std::chrono::steady_clock::time_point began;
+    std::shared_ptr<Sent> sent;
     /// Looks at the copy, or uploads it.
     Job job;
     /// Saves it elsewhere, or puts it into the bin.
@@ -98,6 +108,10 @@ struct EditedFiles::Entry
 
     QString path() const { return copy->filePath(record); }
     bool isWritten() const { return known != Stamp(path()); }
+    bool isUnsent() const
+    {
+        return state != State::uploaded || settling.isActive() || (isWritten() && QFileInfo::exists(path()));
+    }
 };
 
 EditedFiles::EditedFiles(Environment environment, QObject *parent)
@@ -106,6 +120,7 @@ EditedFiles::EditedFiles(Environment environment, QObject *parent)
 {
     connect(&m_watcher, &QFileSystemWatcher::fileChanged, this, &EditedFiles::notice);
     connect(&m_watcher, &QFileSystemWatcher::directoryChanged, this, &EditedFiles::notice);
+    connect(&m_environment.connections, &ServerConnections::disconnected, this, &EditedFiles::holdBack);
     takeOver();
 }
 
@@ -170,7 +185,13 @@ QList<EditedFile> EditedFiles::files() const
     QList<EditedFile> files;
     for (const auto &entry : m_entries) {
         const EditedRecord &record = entry->record;
-        files.append({entry->copy->id(), entry->state, record.name, record.serverName, record.path, entry->problem});
+        files.append({entry->copy->id(), record.server, entry->state, record.name, record.serverName, record.path,
+                      entry->problem});
+        if (entry->state != State::uploading)
+            continue;
+        files.last().began = entry->began;
+        files.last().bytesDone = entry->sent->bytes;
+        files.last().bytesTotal = entry->sent->of;
     }
     return files;
 }
@@ -178,9 +199,7 @@ QList<EditedFile> EditedFiles::files() const
 QList<EditedFile> EditedFiles::unsent() const
 {
     QList<EditedFile> files = this->files();
-    files.removeIf([this](const EditedFile &file) {
-        return file.state == State::uploaded && !find(file.id)->settling.isActive();
-    });
+    files.removeIf([this](const EditedFile &file) { return !find(file.id)->isUnsent(); });
     return files;
 }
 
@@ -240,7 +259,8 @@ void EditedFiles::look(const QUuid &id)
 {
     Entry *entry = find(id);
     // What waits for an answer is uploaded by the answer, and what is under way is looked at when it has arrived.
-    if (!entry || (entry->state != State::uploaded && entry->state != State::failed))
+    constexpr std::array open{State::uploaded, State::failed, State::cancelled};
+    if (!entry || std::find(open.begin(), open.end(), entry->state) == open.end())
         return;
     const Stamp stamp(entry->path());
     entry->job = runJob([copy = entry->copy, record = entry->record](
@@ -262,6 +282,8 @@ void EditedFiles::send(const QUuid &id, Guard guard)
     Entry *entry = find(id);
     if (!entry || entry->state == State::uploading)
         return;
+    entry->began = std::chrono::steady_clock::now();
+    entry->sent = std::make_shared<Sent>();
     setState(*entry, State::uploading);
     if (auto service = m_environment.connections.live(entry->record.server))
         return upload(id, guard, std::move(service));
@@ -288,9 +310,12 @@ void EditedFiles::upload(const QUuid &id, Guard guard, std::shared_ptr<FileServi
     sending.guard = guard;
     sending.mayHaveLeftovers = entry.mayHaveLeftovers;
     sending.reconnectDelays = m_environment.reconnectDelays;
-    sending.progress = [](qint64) {};
+    sending.progress = [sent = entry.sent](qint64 bytes, qint64 of) {
+        sent->bytes = bytes;
+        sent->of = of;
+    };
     const Stamp stamp(entry.path());
-    struct Sent
+    struct End
     {
         Outcome outcome;
         EditedRecord record;
@@ -298,16 +323,16 @@ void EditedFiles::upload(const QUuid &id, Guard guard, std::shared_ptr<FileServi
     // The job that brought the connection is at its end, so it may be replaced.
     entry.job = runJob(
         [sending, copy = entry.copy, record = entry.record](const std::stop_token &stop) {
-            Sent sent{Outcome::sent, record};
-            sent.outcome = editedVersion::send(sending, *copy, sent.record, stop);
-            return sent;
+            End end{Outcome::sent, record};
+            end.outcome = editedVersion::send(sending, *copy, end.record, stop);
+            return end;
         },
-        [this, id, stamp, service = sending.server.get()](const Sent &sent) {
-            if (sent.outcome == Outcome::sent) {
+        [this, id, stamp, service = sending.server.get()](const End &end) {
+            if (end.outcome == Outcome::sent) {
                 find(id)->known = stamp;
-                emit folderChanged(service, {Format::parent(sent.record.path)});
+                emit folderChanged(service, {Format::parent(end.record.path)});
             }
-            finish(id, sent.outcome, sent.record);
+            finish(id, end.outcome, end.record);
         },
         [this, id](const Error &error) {
             find(id)->mayHaveLeftovers = true;
@@ -338,7 +363,23 @@ void EditedFiles::cancel(const QUuid &id)
         return;
     entry->job.cancel();
     entry->mayHaveLeftovers = true;
-    setState(*entry, State::failed, u"The upload was cancelled."_s);
+    setState(*entry, State::cancelled);
+}
+
+/// Else the next look at what was saved would connect again.
+void EditedFiles::holdBack(const QUuid &server)
+{
+    for (const auto &entry : m_entries) {
+        const bool mayBeSent = entry->state == State::uploaded || entry->state == State::uploading;
+        if (entry->record.server != server || !mayBeSent || !entry->isUnsent())
+            continue;
+        entry->settling.stop();
+        entry->job.cancel();
+        // Signs of what was saved before may still be on their way.
+        entry->known = Stamp(entry->path());
+        entry->mayHaveLeftovers = entry->mayHaveLeftovers || entry->state == State::uploading;
+        setState(*entry, State::failed, u"The server was disconnected before."_s);
+    }
 }
 
 void EditedFiles::discard(const QUuid &id)

@@ -9,6 +9,7 @@
 #include <QObject>
 
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -29,11 +30,14 @@ struct EditedFile
         changedThere,
         goneThere,
         failed,
+        /// The user gave the upload up.
+        cancelled,
         /// An earlier run of the program ended before it was uploaded.
         leftOver
     };
 
     QUuid id;
+    QUuid server;
     State state = State::uploaded;
     QString name;
     QString serverName;
@@ -41,11 +45,18 @@ struct EditedFile
     QString path;
     /// Why the upload failed, or the server could not be reached.
     QString problem = {};
+    /// While it is uploading: since when, and how much has arrived there. No total before the file is on its way.
+    std::chrono::steady_clock::time_point began = {};
+    qint64 bytesDone = 0;
+    qint64 bytesTotal = 0;
+
+    bool needsAnswer() const { return state != State::uploaded && state != State::uploading; }
 };
 
 /// Files of servers that are edited on this machine: each is fetched into a private folder, watched, and uploaded on
-/// each save unless the server's file was changed meanwhile. A copy is removed at the end only when the server has what
-/// is in it; all others are found again by the next run. Main thread.
+/// each save unless the server's file was changed meanwhile. Of a server that the user disconnects nothing is uploaded
+/// before the next save or answer. A copy is removed at the end only when the server has what is in it; all others are
+/// found again by the next run. Main thread.
 class EditedFiles final : public QObject
 {
     Q_OBJECT
@@ -84,7 +95,7 @@ public:
 
     /// Uploads a copy now, connecting to its server if need be.
     void send(const QUuid &id, Guard guard);
-    /// Gives up an upload; it counts as failed.
+    /// Gives up an upload.
     void cancel(const QUuid &id);
     /// Puts the copy into the user's bin and forgets it.
     void discard(const QUuid &id);
@@ -109,6 +120,7 @@ private:
     void look(const QUuid &id);
     void upload(const QUuid &id, Guard guard, std::shared_ptr<FileService> server);
     void finish(const QUuid &id, editedVersion::Outcome outcome, const EditedRecord &record);
+    void holdBack(const QUuid &server);
     void setState(Entry &entry, EditedFile::State state, const QString &problem = {});
 
     Environment m_environment;

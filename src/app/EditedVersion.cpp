@@ -146,7 +146,9 @@ void carryUp(const editedVersion::Sending &sending, const EditedCopy &copy, cons
                                                                     : TransferConflictPolicy::overwrite;
     request.id = copy.id();
     TransferRun::Callbacks callbacks;
-    callbacks.progress = [&sending](const TransferCounts &counts) { sending.progress(counts.bytesDone); };
+    callbacks.progress = [&sending](const TransferCounts &counts) {
+        sending.progress(counts.bytesDone, counts.bytesTotal);
+    };
     callbacks.ask = [](const TransferConflict &conflict, const std::stop_token &) -> ConflictAnswer {
         throw Error(u"Editing"_s, u"“%1” is there meanwhile"_s.arg(Format::display(conflict.existing.path)));
     };

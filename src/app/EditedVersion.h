@@ -46,7 +46,8 @@ struct Sending
     /// An earlier try may have left a part of the file on the server.
     bool mayHaveLeftovers = false;
     TransferLink::Delays reconnectDelays = {};
-    Progress progress = {};
+    /// How many bytes of how many have been uploaded. Called on any thread.
+    std::function<void(qint64 bytes, qint64 of)> progress = {};
 };
 
 /// Uploads the copy as it is at this moment: whole or not at all, with the mode of the file that it replaces. `record`

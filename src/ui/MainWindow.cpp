@@ -5,7 +5,6 @@
 #include "app/PaneTabs.h"
 #include "app/ServerConnections.h"
 #include "app/Session.h"
-#include "files/Format.h"
 #include "files/PaneModel.h"
 #include "settings/SettingsStore.h"
 #include "transfers/TransferEngine.h"
@@ -19,6 +18,7 @@
 #include "ui/StatusStrip.h"
 #include "ui/Theme.h"
 #include "ui/TransferDrawer.h"
+#include "ui/UnsentEdits.h"
 #include "ui/WindowState.h"
 #include "ui/WindowStyle.h"
 #include "ui/pane/PaneView.h"
@@ -96,6 +96,7 @@ QWidget *MainWindow::makeCentre()
     m_drawer->hide();
     m_question = new MessageBar(centre);
     m_question->setProperty("place", QStringLiteral("window"));
+    m_unsent = new UnsentEdits(m_model, *m_question, this);
     m_status = new StatusStrip(m_model, centre);
     auto *column = new QVBoxLayout(centre);
     column->setContentsMargins(0, 0, 0, 0);
@@ -127,6 +128,7 @@ void MainWindow::connectParts()
 void MainWindow::connectSide(SideView &side)
 {
     connect(&side, &SideView::editServerRequested, this, &MainWindow::editServer);
+    connect(&side, &SideView::disconnectRequested, m_unsent, &UnsentEdits::disconnectServer);
     connect(&side, &SideView::newServerRequested, this, &MainWindow::newServer);
     connect(&side, &SideView::importRequested, this, &MainWindow::importServers);
     connect(&m_model.tabs(side.side()), &PaneTabs::currentChanged, this, [this, which = side.side()] {
@@ -147,6 +149,7 @@ void MainWindow::connectSidebar()
     connect(m_sidebar, &Sidebar::serverChosen, this, [this](const QUuid &id) { openServer(id, false); });
     connect(m_sidebar, &Sidebar::serverInNewTabRequested, this, [this](const QUuid &id) { openServer(id, true); });
     connect(m_sidebar, &Sidebar::editServerRequested, this, &MainWindow::editServer);
+    connect(m_sidebar, &Sidebar::disconnectRequested, m_unsent, &UnsentEdits::disconnectServer);
     connect(m_sidebar, &Sidebar::newServerRequested, this, [this] { newServer(std::nullopt); });
     connect(m_sidebar, &Sidebar::libraryRequested, m_actions->action(WindowCommand::serverLibrary), &QAction::trigger);
 }
@@ -244,7 +247,7 @@ void MainWindow::quitNow()
     close();
 }
 
-QString MainWindow::questionBeforeQuitting() const
+bool MainWindow::mayQuit()
 {
     QStringList sentences;
     const auto open = std::ranges::count_if(m_model.transfers().transfers(), [](const TransferStatus &transfer) {
@@ -255,22 +258,31 @@ QString MainWindow::questionBeforeQuitting() const
                   << tr("Between local folders and saved servers, what is left can go on at the next start; with other "
                         "servers it ends here.");
     }
-    const QList<EditedFile> unsent = m_model.editedFiles().unsent();
+    const QList<EditedFile> unsent = m_unsent->list();
     if (!unsent.isEmpty()) {
-        sentences << (unsent.size() == 1
-                          ? tr("“%1” was edited and is not uploaded; your version is kept for the next start.")
-                                .arg(Format::display(unsent.first().name))
-                          : tr("%1 edited files are not uploaded; your versions are kept for the next start.")
-                                .arg(unsent.size()));
+        sentences << UnsentEdits::sentence(unsent)
+                  << (unsent.size() == 1 ? tr("your version is kept for the next start.")
+                                         : tr("your versions are kept for the next start."));
     }
-    return sentences.isEmpty() ? QString() : sentences.join(u' ') + u' ' + tr("Quit?");
+    if (m_mayClose || sentences.isEmpty())
+        return true;
+    MessageChoice better;
+    if (UnsentEdits::canUpload(unsent)) {
+        better = {tr("Upload first"), [this] {
+                      m_unsent->uploadBefore(std::nullopt, tr("Uploading before Moorix quits…"), tr("Quit now"),
+                                             [this] { quitNow(); });
+                  }};
+    }
+    m_question->ask(
+        sentences.join(u' ') + u' ' + tr("Quit?"), tr("Quit"), MessageBar::Tone::warning, [this] { quitNow(); },
+        std::move(better));
+    return false;
 }
 
 void MainWindow::closeEvent(QCloseEvent *event)
 {
-    if (const QString question = questionBeforeQuitting(); !question.isEmpty() && !m_mayClose) {
+    if (!mayQuit()) {
         event->ignore();
-        m_question->ask(question, tr("Quit"), MessageBar::Tone::warning, [this] { quitNow(); });
         return;
     }
     WindowState::save(m_model, *this, *m_outer, *m_sides);

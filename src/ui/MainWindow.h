@@ -24,6 +24,7 @@ class SideView;
 class Sidebar;
 class StatusStrip;
 class TransferDrawer;
+class UnsentEdits;
 
 /// The window: two sides with their tabs, the sidebar, and the bars around them. Observes the model, which outlives it,
 /// and calls its operations.
@@ -77,8 +78,8 @@ private:
     void followSetting(const QString &key);
     void applyLook();
     void applyTwoSides();
-    /// Empty when nothing would be lost or left undone.
-    QString questionBeforeQuitting() const;
+    /// False after asking what is to become of what is left undone.
+    bool mayQuit();
 
     AppModel &m_model;
     WindowActions *m_actions = nullptr;
@@ -90,6 +91,7 @@ private:
     std::array<SideView *, 2> m_sideViews{};
     TransferDrawer *m_drawer = nullptr;
     MessageBar *m_question = nullptr;
+    UnsentEdits *m_unsent = nullptr;
     StatusStrip *m_status = nullptr;
     QPointer<PreferencesWindow> m_preferences;
     QPointer<Session> m_followed;

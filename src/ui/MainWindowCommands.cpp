@@ -2,7 +2,6 @@
 #include "ui/MainWindow.h"
 
 #include "app/PaneTabs.h"
-#include "app/ServerConnections.h"
 #include "app/Session.h"
 #include "files/PaneModel.h"
 #include "platform/AppPaths.h"
@@ -13,6 +12,7 @@
 #include "ui/SideView.h"
 #include "ui/Sidebar.h"
 #include "ui/TransferDrawer.h"
+#include "ui/UnsentEdits.h"
 #include "ui/dialogs/AboutDialog.h"
 #include "ui/dialogs/ShortcutsOverview.h"
 #include "ui/pane/PaneView.h"
@@ -84,7 +84,7 @@ void MainWindow::addServerCommands()
     m_handlers[importServers] = [this] { this->MainWindow::importServers(); };
     m_handlers[disconnect] = [this] {
         if (const auto &server = activeTabs().current().server())
-            m_model.connections().disconnect(server->id);
+            m_unsent->disconnectServer(server->id);
         else
             emit m_model.messageRaised(tr("This tab is not connected to a server."));
     };

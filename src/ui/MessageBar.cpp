@@ -3,6 +3,7 @@
 
 #include "ui/Widgets.h"
 
+#include <QApplication>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
@@ -19,6 +20,7 @@ MessageBar::MessageBar(QWidget *parent)
     : QFrame(parent)
     , m_text(Widgets::label({}, Widgets::TextRole::body, this))
     , m_progress(new QProgressBar(this))
+    , m_better(Widgets::primaryButton({}, QStringLiteral("messageBarBetter"), this))
     , m_confirm(Widgets::button({}, QStringLiteral("messageBarConfirm"), this))
 {
     setObjectName(QStringLiteral("messageBar"));
@@ -34,33 +36,46 @@ MessageBar::MessageBar(QWidget *parent)
     row->setContentsMargins(12, 7, 8, 7);
     row->addWidget(m_text, 1);
     row->addWidget(m_progress);
+    row->addWidget(m_better);
     row->addWidget(m_confirm);
     row->addWidget(close);
     hide();
 
-    connect(m_confirm, &QPushButton::clicked, this, [this] {
-        const std::function<void()> confirmed = std::exchange(m_confirmed, {});
-        hide();
-        if (confirmed)
-            confirmed();
-    });
+    connect(m_confirm, &QPushButton::clicked, this, [this] { answer(m_confirmed); });
+    connect(m_better, &QPushButton::clicked, this, [this] { answer(m_chosen); });
     connect(close, &QToolButton::clicked, this, [this] {
         dismiss();
         emit dismissed();
     });
 }
 
+/// A copy of the function: it may ask the next question.
+void MessageBar::answer(const std::function<void()> &run)
+{
+    const std::function<void()> chosen = run;
+    dismiss();
+    if (chosen)
+        chosen();
+}
+
 void MessageBar::tell(const QString &text, Tone tone)
 {
     m_confirmed = {};
     m_confirm->hide();
+    m_better->hide();
     show(text, tone);
 }
 
-void MessageBar::ask(const QString &text, const QString &buttonText, Tone tone, std::function<void()> confirmed)
+void MessageBar::ask(const QString &text, const QString &buttonText, Tone tone, std::function<void()> confirmed,
+                     MessageChoice better)
 {
+    if (!isAncestorOf(QApplication::focusWidget()))
+        m_before = QApplication::focusWidget();
     offer(text, buttonText, tone, std::move(confirmed));
-    m_confirm->setFocus();
+    m_chosen = std::move(better.run);
+    m_better->setText(better.text);
+    m_better->setVisible(!better.text.isEmpty());
+    (better.text.isEmpty() ? m_confirm : m_better)->setFocus();
 }
 
 void MessageBar::offer(const QString &text, const QString &buttonText, Tone tone, std::function<void()> pressed)
@@ -68,6 +83,7 @@ void MessageBar::offer(const QString &text, const QString &buttonText, Tone tone
     m_confirmed = std::move(pressed);
     m_confirm->setText(buttonText);
     m_confirm->show();
+    m_better->hide();
     show(text, tone);
 }
 
@@ -81,6 +97,10 @@ void MessageBar::showProgress(int permille)
 void MessageBar::dismiss()
 {
     m_confirmed = {};
+    m_chosen = {};
+    // Left to itself it would go to whatever comes next.
+    if (m_before && isAncestorOf(QApplication::focusWidget()))
+        m_before->setFocus();
     hide();
 }
 
@@ -91,9 +111,11 @@ void MessageBar::keyPressEvent(QKeyEvent *event)
         emit dismissed();
         return;
     }
-    if ((event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) && m_confirm->hasFocus()) {
-        m_confirm->click();
-        return;
+    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
+        for (QPushButton *button : {m_better, m_confirm}) {
+            if (button->hasFocus())
+                return button->click();
+        }
     }
     QFrame::keyPressEvent(event);
 }

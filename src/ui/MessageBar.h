@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QFrame>
+#include <QPointer>
 
 #include <functional>
 
@@ -10,6 +11,13 @@ class QProgressBar;
 class QPushButton;
 
 namespace moorix {
+
+/// A button of a question, and what it does.
+struct MessageChoice
+{
+    QString text = {};
+    std::function<void()> run = {};
+};
 
 /// A sentence with its buttons across the width of a view, in place of a dialog. Hidden until `ask` or `tell`. Escape
 /// answers like the close button.
@@ -24,14 +32,16 @@ public:
 
     /// Shows a sentence that the user closes.
     void tell(const QString &text, Tone tone);
-    /// Shows a question with one button, which runs `confirmed`; closing the bar means no. The button gets the focus.
-    void ask(const QString &text, const QString &buttonText, Tone tone, std::function<void()> confirmed);
+    /// Shows a question with one button, which runs `confirmed`; closing the bar means no. The button gets the focus,
+    /// unless there is a better choice, which stands out then.
+    void ask(const QString &text, const QString &buttonText, Tone tone, std::function<void()> confirmed,
+             MessageChoice better = {});
     /// Like `ask` for what need not be answered: the focus stays where it is.
     void offer(const QString &text, const QString &buttonText, Tone tone, std::function<void()> pressed);
     /// Shows, beside the sentence of `offer`, how far it is; a negative number when that is unknown. Goes with the next
     /// sentence.
     void showProgress(int permille);
-    /// Hides the bar without an answer.
+    /// Hides the bar without an answer. The keyboard goes back to where it was before the question.
     void dismiss();
 
 signals:
@@ -42,12 +52,17 @@ protected:
     void keyPressEvent(QKeyEvent *event) override;
 
 private:
+    void answer(const std::function<void()> &run);
     void show(const QString &text, Tone tone);
 
     QLabel *m_text;
     QProgressBar *m_progress;
+    QPushButton *m_better;
     QPushButton *m_confirm;
     std::function<void()> m_confirmed;
+    std::function<void()> m_chosen;
+    /// Who had the keyboard before a question took it.
+    QPointer<QWidget> m_before;
 };
 
 } // namespace moorix

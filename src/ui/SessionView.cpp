@@ -153,6 +153,7 @@ QWidget *SessionView::makeLibrary()
                     m_model.tabs(m_side).openServer(*server, std::nullopt, std::nullopt);
             });
     connect(m_library, &ServerLibraryView::editRequested, this, &SessionView::editServerRequested);
+    connect(m_library, &ServerLibraryView::disconnectRequested, this, &SessionView::disconnectRequested);
     connect(m_library, &ServerLibraryView::newServerRequested, this, &SessionView::newServerRequested);
     connect(m_library, &ServerLibraryView::importRequested, this, &SessionView::importRequested);
     return m_library;

@@ -86,8 +86,6 @@ QWidget *SideView::makeHeader()
     m_bar->setDrawBase(false);
     m_bar->setElideMode(Qt::ElideMiddle);
     m_bar->setUsesScrollButtons(true);
-    // By itself it is at least as wide as its scroll buttons, shown or not, and leaves a gap behind a short tab.
-    m_bar->setMinimumWidth(60);
     m_bar->setFocusPolicy(Qt::NoFocus);
     m_bar->setContextMenuPolicy(Qt::CustomContextMenu);
     m_bar->installEventFilter(this);
@@ -229,6 +227,7 @@ SessionView *SideView::makeView(Session &session)
 {
     auto *view = new SessionView(m_model, m_side, session, this);
     connect(view, &SessionView::editServerRequested, this, &SideView::editServerRequested);
+    connect(view, &SessionView::disconnectRequested, this, &SideView::disconnectRequested);
     connect(view, &SessionView::newServerRequested, this, &SideView::newServerRequested);
     connect(view, &SessionView::importRequested, this, &SideView::importRequested);
     const auto update = [this, &session] {

@@ -37,6 +37,7 @@ public:
 
 signals:
     void editServerRequested(const QUuid &server);
+    void disconnectRequested(const QUuid &server);
     void newServerRequested(const std::optional<QUuid> &folder);
     void importRequested();
 

@@ -28,6 +28,7 @@ signals:
     void placeInNewTabRequested(const QString &path);
     void serverInNewTabRequested(const QUuid &server);
     void editServerRequested(const QUuid &server);
+    void disconnectRequested(const QUuid &server);
     void newServerRequested();
     void libraryRequested();
 

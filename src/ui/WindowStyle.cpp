@@ -29,6 +29,7 @@ QWidget#statusStrip QLabel { color: <mutedText>; }
 QFrame#transferDrawer { background: <sidebar>; border: none; border-top: 1px solid <border>; }
 QFrame#editedFilesBar { background: <toolBar>; border: none; border-top: 2px solid <warning>; }
 QFrame#editedFilesBar[tone="danger"] { border-top-color: <danger>; }
+QFrame#editedFilesBar[tone="quiet"] { border-top: 1px solid <border>; }
 QFrame#conflictBar { background: <toolBar>; border: none; border-top: 2px solid <warning>; }
 QLabel[role="heading"] { font-weight: 600; font-size: 15px; }
 QLabel[role="headline"] { font-weight: 600; font-size: 18px; }

@@ -229,6 +229,22 @@ private slots:
         QCOMPARE(desk.kept(), QStringList());
     }
 
+    void serverThatIsDisconnectedGetsNothingBeforeTheNextSave()
+    {
+        write(u"a.txt"_s, "before");
+        Desk desk(*m_sshd);
+        desk.open(onServer(u"a.txt"_s));
+        desk.save("mine");
+        QTRY_VERIFY(!desk.files->unsent().isEmpty());
+        desk.connections.disconnect(desk.server.id);
+        QCOMPARE(desk.state(), State::failed);
+        QTest::qWait(300); // longer than the settling time
+        QCOMPARE(desk.state(), State::failed);
+        QCOMPARE(read(u"a.txt"_s), "before");
+        desk.save("mine again");
+        QTRY_COMPARE_WITH_TIMEOUT(read(u"a.txt"_s), "mine again", patience);
+    }
+
     void diskThatIsFullLeavesTheServersFileAndTakesTheNextSave()
     {
         if (!m_sshd->hasAccounts())
@@ -248,7 +264,7 @@ private slots:
             editedVersion::Sending sending;
             sending.disk = std::make_shared<LocalFileService>();
             sending.server = std::shared_ptr<FileService>(&service, [](FileService *) {});
-            sending.progress = [](qint64) {};
+            sending.progress = [](qint64, qint64) {};
             return editedVersion::send(sending, *copy, record, {});
         };
         QVERIFY_THROWS_EXCEPTION(Error, send(QByteArray(100'000, 'x')));

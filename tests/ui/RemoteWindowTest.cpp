@@ -184,6 +184,39 @@ private slots:
         QTRY_COMPARE(copiesIn(bench), QStringList());
     }
 
+    void slowUploadOfAnEditedFileCanBeGivenUpAndIsMadeUpForBeforeQuitting()
+    {
+        putFile(onServer(u"a.txt"_s), "text");
+        WindowBench bench({}, clients());
+        const ServerConnection server = connectRight(bench);
+        QTRY_COMPARE(bench.pane(Side::right)->displayedCount(), 1);
+        bench.select(Side::right, "a.txt");
+        bench.key(Qt::Key_F4);
+        QTRY_COMPARE(m_opened.size(), 1);
+        m_sshd->freeze();
+        putFile(m_opened.first(), "mine");
+        QTRY_VERIFY(bench.find("editedUploadLine"));
+        QVERIFY(bench.find<QLabel>("editedUploadText")->text().startsWith(u"Uploading “a.txt” to "_s));
+        QVERIFY(!bench.find("editedHeading"));
+        bench.click(bench.find("editedCancel"));
+        QVERIFY(!bench.find("editedUploadLine"));
+        QVERIFY(bench.find<QLabel>("editedHeading")->text().startsWith(u"The upload of “a.txt”"_s));
+        m_sshd->thaw();
+
+        bench.key(Qt::Key_K, Qt::ControlModifier | Qt::ShiftModifier);
+        QVERIFY(bench.model->connections().isConnected(server.id));
+        bench.click(bench.find("messageBarConfirm"));
+        QVERIFY(!bench.model->connections().isConnected(server.id));
+        QCOMPARE(contentOf(onServer(u"a.txt"_s)), "text");
+        bench.window->close();
+        QVERIFY(bench.window->isVisible());
+        bench.click(bench.find("messageBarBetter"));
+        QTRY_VERIFY_WITH_TIMEOUT(!bench.window->isVisible(), 20'000);
+        QCOMPARE(contentOf(onServer(u"a.txt"_s)), "mine");
+        bench.stop();
+        QTRY_COMPARE(copiesIn(bench), QStringList());
+    }
+
     void largeFileIsAskedAboutAndItsDownloadCanBeGivenUp()
     {
         QFile large(onServer(u"large.iso"_s));

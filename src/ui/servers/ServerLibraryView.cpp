@@ -294,7 +294,7 @@ void ServerLibraryView::fillServerMenu(QMenu &menu, const QUuid &server)
     menu.addAction(tr("Connect"), this, [this, server] { emit connectRequested(server, Where::here); });
     menu.addAction(tr("Connect in a new tab"), this, [this, server] { emit connectRequested(server, Where::newTab); });
     if (m_model.connections().isConnected(server))
-        menu.addAction(tr("Disconnect"), this, [this, server] { m_model.connections().disconnect(server); });
+        menu.addAction(tr("Disconnect"), this, [this, server] { emit disconnectRequested(server); });
     menu.addSeparator();
     menu.addAction(tr("Edit…"), this, [this, server] { emit editRequested(server); });
     menu.addAction(tr("Rename"), this, [this, server] { editName(server); });

@@ -40,6 +40,7 @@ public:
 signals:
     void connectRequested(const QUuid &server, moorix::ServerLibraryView::Where where);
     void editRequested(const QUuid &server);
+    void disconnectRequested(const QUuid &server);
     /// A new server, in the folder that is selected.
     void newServerRequested(const std::optional<QUuid> &folder);
     void importRequested();
