@@ -69,8 +69,29 @@ private slots:
         scene.letGo->release();
         QTRY_COMPARE(scene.state(1), State::finished);
         QCOMPARE(scene.engine->transfers().first().bytesDone, 5);
+        QVERIFY(scene.engine->transfers().first().timeTaken);
         scene.engine->clearEnded();
         QVERIFY(scene.engine->transfers().isEmpty());
+    }
+
+    void timeOfPausesAndOfQuestionsDoesNotCount()
+    {
+        TransferStopwatch stopwatch;
+        stopwatch.start();
+        stopwatch.stop();
+        QTest::qSleep(200);
+        stopwatch.start();
+        stopwatch.ask();
+        QTest::qSleep(200);
+        stopwatch.answered();
+        stopwatch.stop();
+        QVERIFY(stopwatch.elapsed() < std::chrono::milliseconds(200));
+        stopwatch.start();
+        stopwatch.ask();
+        QTest::qSleep(200);
+        stopwatch.mark(); // another file moved meanwhile
+        stopwatch.answered();
+        QVERIFY(stopwatch.elapsed() >= std::chrono::milliseconds(200));
     }
 
     void conflictWaitsForItsAnswer()
