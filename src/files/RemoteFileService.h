@@ -73,6 +73,8 @@ public:
     virtual void copyRemote(const QString &source, const QString &destination, const std::stop_token &stop) = 0;
     /// Replaces a file that stands at `destination`, in one step where the server can.
     virtual void moveRemote(const QString &source, const QString &destination, const std::stop_token &stop) = 0;
+    /// Whether what is downloaded with its time carries its mode as well; otherwise only listings tell the mode.
+    virtual bool keepsModes() const { return true; }
     /// SHA-256 of each file that can be read, computed there and asked for in one go. Nothing where the server cannot.
     virtual std::optional<QHash<QString, QByteArray>> checksums(const QStringList & /*paths*/,
                                                                 const std::stop_token & /*stop*/)

@@ -98,6 +98,14 @@ QString filled(const QString &sentence, const ServerConnection &server)
     throw FileServiceError::authFailed(filled(sentence, login.server) + u'\n' + words);
 }
 
+/// Rather than refused: the server has had trouble of its own, which says nothing about name and password.
+bool isLoginBroken(const FTPReply &refused)
+{
+    constexpr int notUnderstood = 500;
+    constexpr int wrongLogin = 430;
+    return refused.code == notUnderstood || (refused.code < notUnderstood && refused.code != wrongLogin);
+}
+
 bool isDataPortUnreachable(const CurlTransfer &transfer)
 {
     const bool wasTold = transfer.lastCode() == 227 || transfer.lastCode() == 229;
@@ -161,6 +169,8 @@ void throwIfConnectionFailed(const FTPLogin &login, const CurlTransfer &transfer
     const FTPReply refused = transfer.refusal();
     if (refused.code == serviceNotAvailable) {
         fail(login, QStringLiteral("%1 takes no more connections at the moment. Try again later."), transfer);
+    } else if (transfer.exitCode == loginDenied && isLoginBroken(refused)) {
+        fail(login, QStringLiteral("%1 could not carry out the login. Try again later."), transfer);
     } else if (transfer.exitCode == loginDenied) {
         failLogin(login, transfer);
     } else if (transfer.exitCode == keyDiffers) {

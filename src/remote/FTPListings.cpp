@@ -131,6 +131,9 @@ FileItem FTPService::followLink(const FileItem &link, const std::stop_token &sto
     const QByteArray path = native(link.path);
     const QList<FTPReply> replies = command({"TYPE I", "CWD " + path, "SIZE " + path, "MDTM " + path}, stop);
     FileItem target = link;
+    // Those shown are the link's own.
+    if (target.isSymlink)
+        target.permissions.reset();
     target.isSymlink = false;
     target.isDirectory = !replies.at(1).isRefusal();
     target.modified = FTPListParser::parseStamp(replies.at(3).text);

@@ -79,17 +79,22 @@ void FTPService::uploadAll(std::vector<RemoteCopy> &copies, const Advanced &adva
     };
     copyAll(copies, {}, add, advanced, stop);
     QList<QByteArray> commands{"TYPE I"};
+    const TimeCommand timeCommand = m_timeCommand;
     std::vector<RemoteCopy *> stored;
     for (RemoteCopy &copy : copies) {
         if (copy.state != RemoteCopy::State::open)
             continue;
         stored.push_back(&copy);
-        commands += attributeCommands(copy.from, native(copy.to));
+        commands += attributeCommands(copy.from, native(copy.to), timeCommand);
         commands << "SIZE " + native(copy.to);
     }
     if (stored.empty())
         return;
     const QList<FTPReply> replies = command(commands, patienceFor(commands), stop);
+    if (timeCommand == TimeCommand::unknown && !replies.at(1).isRefusal())
+        m_timeCommand = TimeCommand::mfmt;
+    else if (timeCommand == TimeCommand::unknown && !replies.at(2).isRefusal())
+        m_timeCommand = TimeCommand::mdtm;
     const qsizetype each = (replies.size() - 1) / qsizetype(stored.size());
     for (std::size_t i = 0; i < stored.size(); ++i) {
         const FTPReply &size = replies.at(qsizetype(i + 1) * each);

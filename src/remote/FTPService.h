@@ -9,6 +9,7 @@
 #include <QHash>
 #include <QSet>
 
+#include <atomic>
 #include <mutex>
 
 namespace moorix {
@@ -74,6 +75,7 @@ public:
     void uploadRecursive(const QString &localPath, const QString &toRemote, const std::stop_token &stop) override;
     void copyRemote(const QString &source, const QString &destination, const std::stop_token &stop) override;
     void moveRemote(const QString &source, const QString &destination, const std::stop_token &stop) override;
+    bool keepsModes() const override { return false; }
     void requireAddressable(const QString &path) const override;
     bool takesMany() const override { return true; }
     void uploadAll(std::vector<RemoteCopy> &copies, const Advanced &advanced, const std::stop_token &stop) override;
@@ -118,8 +120,10 @@ private:
     CurlTransfer store(const QString &localPath, const QString &toRemote, const RemoteTransferOptions &options,
                        const CurlConfig &afterwards, const std::stop_token &stop);
     void removePart(const QString &part) noexcept;
+    /// Servers know one of the two commands for a file's time.
+    enum class TimeCommand { unknown, mfmt, mdtm };
     /// Give the file at `path` the time and mode of the local one.
-    static QList<QByteArray> attributeCommands(const QString &localPath, const QByteArray &path);
+    static QList<QByteArray> attributeCommands(const QString &localPath, const QByteArray &path, TimeCommand known);
 
     using AddCopy = std::function<void(CurlConfig &config, const FTPLogin &login, const RemoteCopy &copy)>;
     void copyAll(std::vector<RemoteCopy> &copies, CurlConfig common, const AddCopy &add, const Advanced &advanced,
@@ -145,6 +149,7 @@ private:
     const FTPCertificates m_certificates;
     const FTPPatience m_patience;
     CurlRunner m_runner;
+    std::atomic<TimeCommand> m_timeCommand = TimeCommand::unknown;
 
     mutable std::mutex m_mutex;
     bool m_isConnected = false;

@@ -105,14 +105,18 @@ void FTPService::write(const QByteArray &data, const QString &path, const std::s
     put(copy.path(), path, {}, stop);
 }
 
-/// Servers know one of the two commands for the time; what they refuse is left as it is.
-QList<QByteArray> FTPService::attributeCommands(const QString &localPath, const QByteArray &path)
+/// What the server refuses is left as it is.
+QList<QByteArray> FTPService::attributeCommands(const QString &localPath, const QByteArray &path, TimeCommand known)
 {
     const struct ::stat status = statusOf(localPath);
     const QByteArray stamp =
         QDateTime::fromSecsSinceEpoch(status.st_mtime, Qt::UTC).toString(QStringLiteral("yyyyMMddHHmmss")).toLatin1();
-    return {"MFMT " + stamp + ' ' + path, "MDTM " + stamp + ' ' + path,
-            "SITE CHMOD " + QByteArray::number(status.st_mode & 0777, 8) + ' ' + path};
+    QList<QByteArray> commands;
+    if (known != TimeCommand::mdtm)
+        commands << "MFMT " + stamp + ' ' + path;
+    if (known != TimeCommand::mfmt)
+        commands << "MDTM " + stamp + ' ' + path;
+    return commands << "SITE CHMOD " + QByteArray::number(status.st_mode & 0777, 8) + ' ' + path;
 }
 
 CurlTransfer FTPService::store(const QString &localPath, const QString &toRemote, const RemoteTransferOptions &options,
@@ -128,7 +132,7 @@ CurlTransfer FTPService::store(const QString &localPath, const QString &toRemote
     request.config.set("upload-file", NativePath::bytes(localPath));
     request.config.set("url", urlOf(current, toRemote));
     if (options.keepsTimes) {
-        for (const QByteArray &line : attributeCommands(localPath, native(toRemote)))
+        for (const QByteArray &line : attributeCommands(localPath, native(toRemote), m_timeCommand))
             request.config.set("quote", "-*" + line);
     }
     request.config.append(afterwards);

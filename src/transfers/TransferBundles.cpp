@@ -185,6 +185,7 @@ void TransferBundles::giveNames(std::vector<Entry> &entries, std::vector<RemoteC
         if (copy.state != RemoteCopy::State::arrived)
             continue;
         try {
+            m_route.applyListedMode(entries.at(i).node->item, copy.to);
             m_parts.giveName(transferNames::itemAt(copy.to), entries.at(i).place);
             entries.at(i).node->fate = Fate::arrived;
         } catch (const Cancelled &) {

@@ -5,12 +5,15 @@
 #include "files/FileServiceError.h"
 #include "files/Format.h"
 #include "files/LocalDisk.h"
+#include "files/NativePath.h"
 #include "files/RemoteFileService.h"
 #include "transfers/TransferNames.h"
 
 #include <QDir>
 #include <QFileInfo>
-#include <QTemporaryFile>
+#include <QTemporaryDir>
+
+#include <sys/stat.h>
 
 namespace moorix {
 
@@ -97,7 +100,18 @@ TransferRoute::Way TransferRoute::download(const TransferCopy &copy, const std::
     const qint64 sure = copy.start == Start::resumed ? part.size() - doubtfulBytes : 0;
     options.resumes = sure > 0 && sure < copy.file.size && part.resize(sure);
     m_sourceServer->download(copy.file.path, copy.toPath, options, stop);
+    applyListedMode(copy.file, copy.toPath);
     return options.resumes ? Way::continued : Way::whole;
+}
+
+void TransferRoute::applyListedMode(const FileItem &original, const QString &copy) const
+{
+    const std::optional<QString> octal = Format::octalMode(original.permissions);
+    if (!m_sourceServer || m_sourceServer->keepsModes() || !octal)
+        return;
+    // Never more than access: a server has no say in whose rights a program runs with.
+    if (::chmod(NativePath::bytes(copy).constData(), octal->toUInt(nullptr, 8) & 0777) != 0)
+        throw Error(u"Transfer"_s, u"its access rights could not be set: %1"_s.arg(qt_error_string()));
 }
 
 TransferRoute::Way TransferRoute::upload(const TransferCopy &copy, const std::stop_token &stop) const
@@ -122,18 +136,19 @@ void TransferRoute::copyOnServer(const TransferCopy &copy, const std::stop_token
 
 void TransferRoute::copyThroughThisMachine(const TransferCopy &copy, const std::stop_token &stop) const
 {
-    // Created readable by this user alone, and gone with the object.
-    QTemporaryFile between(QDir::tempPath() + u"/moorix-XXXXXX"_s);
-    if (!between.open()) {
-        throw Error(u"Transfer"_s, u"A temporary file for the way between the servers could not be created: %1"_s.arg(
+    // Only this user can enter it, and it is gone with the object.
+    const QTemporaryDir between(QDir::tempPath() + u"/moorix-XXXXXX"_s);
+    if (!between.isValid()) {
+        throw Error(u"Transfer"_s, u"A temporary folder for the way between the servers could not be created: %1"_s.arg(
                                        between.errorString()));
     }
+    const QString path = between.filePath(u"copy"_s);
     // Each half of the way counts for half of the bytes.
     const auto &progress = copy.progress;
-    m_sourceServer->download(copy.file.path, between.fileName(),
-                             {true, [&progress](qint64 bytes) { progress(bytes / 2); }}, stop);
+    m_sourceServer->download(copy.file.path, path, {true, [&progress](qint64 bytes) { progress(bytes / 2); }}, stop);
+    applyListedMode(copy.file, path);
     const qint64 half = copy.file.size / 2;
-    m_destinationServer->upload(between.fileName(), copy.toPath,
+    m_destinationServer->upload(path, copy.toPath,
                                 {true, [&progress, half](qint64 bytes) { progress(half + bytes / 2); }}, stop);
 }
 

@@ -53,6 +53,8 @@ public:
     /// Copies one file, or a link on the local disk. What it wrote stays when it fails. Throws for links and special
     /// files that this route cannot carry.
     Way copyFile(const TransferCopy &copy, const std::stop_token &stop) const;
+    /// Gives what was downloaded the mode that the listing shows of its original, where downloads do not carry it.
+    void applyListedMode(const FileItem &original, const QString &copy) const;
     /// The size of what stands at the destination, if anything.
     std::optional<qint64> sizeOfPart(const FileItem &part, const std::stop_token &stop) const;
     /// The size of a file at this moment; throws when it is gone. Cheaper than a stat, for which servers read a folder.

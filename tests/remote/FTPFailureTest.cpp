@@ -91,6 +91,8 @@ private slots:
         row("no FTP server", "greeting=SSH-2.0-OpenSSH", connect,
             "Could not connect: 127.0.0.1 did not answer in time.");
         row("login without a word", "PASS=@drop", connect, "Could not connect: the connection to 127.0.0.1 was lost.");
+        row("login breaks down", "PASS=500 OOPS: priv_sock_send_cmd", connect,
+            "Could not connect: 127.0.0.1 could not carry out the login. Try again later.\n500 OOPS");
         row("login hangs", "PASS=@hang", connect, "Could not connect: 127.0.0.1 did not answer in time.");
         row("command hangs", "MKD=@hang", makeFolder, "Could not connect: 127.0.0.1 did not answer in time.");
         row("connection lost", "CWD=@drop", list, "Could not connect: the connection to 127.0.0.1 was lost.");

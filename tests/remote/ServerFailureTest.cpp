@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "remote/ControlSocket.h"
 #include "remote/SFTPService.h"
+#include "support/DelayProxy.h"
 #include "support/FileServiceContract.h"
 #include "support/Shorthand.h"
-#include "support/SlowProxy.h"
 #include "support/TestMain.h"
 #include "support/TestServer.h"
 #include "support/TestTree.h"
@@ -198,7 +198,7 @@ private slots:
         QFETCH(bool, isUpload);
         QFETCH(End, end);
         const auto sshd = end == End::serverDies ? std::make_shared<TestServer>() : m_sshd;
-        SlowProxy proxy(sshd->port());
+        DelayProxy proxy(sshd->port());
         ServerConnection server = sshd->connection();
         server.port = proxy.port();
         SFTPService &service = connected(server, {});
@@ -240,7 +240,7 @@ private slots:
     void cancelledLoginLeavesNoProcess()
     {
         NEED_ACCOUNTS();
-        SlowProxy proxy(m_sshd->port());
+        DelayProxy proxy(m_sshd->port());
         proxy.stall();
         ServerConnection server = m_sshd->connectionByPassword(TestServer::user());
         server.port = proxy.port();

@@ -73,12 +73,16 @@ struct Connection
     Way back;
 };
 
+} // namespace
+
 /// The proxy itself; lives in its thread.
-class Line final
+class DelayProxy::Line final
 {
 public:
-    explicit Line(Clock::duration roundTrip)
-        : m_roundTrip(roundTrip)
+    Line(DelayProxy &proxy, Clock::duration roundTrip, qsizetype windowBytes)
+        : m_proxy(proxy)
+        , m_roundTrip(roundTrip)
+        , m_windowBytes(windowBytes)
     {
     }
     ~Line()
@@ -108,14 +112,16 @@ public:
         while (!stop.stop_requested()) {
             wait();
             accept();
-            for (Connection &connection : m_connections) {
+            const bool isCut = m_cutsDone != m_proxy.m_cuts;
+            m_cutsDone = m_proxy.m_cuts;
+            m_connections.remove_if([&](Connection &connection) {
                 for (Way *way : {&connection.there, &connection.back}) {
+                    if (m_proxy.m_isStalled)
+                        continue;
                     take(connection, *way);
                     deliver(*way);
                 }
-            }
-            m_connections.remove_if([](const Connection &connection) {
-                const bool isOver = connection.there.isOver && connection.back.isOver;
+                const bool isOver = isCut || (connection.there.isOver && connection.back.isOver);
                 if (isOver)
                     close(connection);
                 return isOver;
@@ -124,8 +130,6 @@ public:
     }
 
 private:
-    static constexpr qsizetype mostOnTheWayBytes = 64 * 1024 * 1024;
-
     static void close(const Connection &connection)
     {
         ::close(connection.there.from);
@@ -141,7 +145,9 @@ private:
             descriptors.push_back({listener.descriptor, POLLIN, 0});
         for (const Connection &connection : m_connections) {
             for (const Way *way : {&connection.there, &connection.back}) {
-                if (!way->hasSeenEnd && way->bytesOnTheWay < mostOnTheWayBytes)
+                if (m_proxy.m_isStalled)
+                    continue;
+                if (!way->hasSeenEnd && way->bytesOnTheWay < m_windowBytes)
                     descriptors.push_back({way->from, POLLIN, 0});
                 if (way->onTheWay.empty())
                     continue;
@@ -188,8 +194,8 @@ private:
 
     void take(const Connection &connection, Way &way)
     {
-        while (!way.hasSeenEnd && way.bytesOnTheWay < mostOnTheWayBytes) {
-            QByteArray bytes(256 * 1024, Qt::Uninitialized);
+        while (!way.hasSeenEnd && way.bytesOnTheWay < m_windowBytes) {
+            QByteArray bytes(std::min<qsizetype>(256 * 1024, m_windowBytes), Qt::Uninitialized);
             const ssize_t count = ::recv(way.from, bytes.data(), size_t(bytes.size()), MSG_DONTWAIT);
             if (count < 0 && errno == EAGAIN)
                 return;
@@ -203,7 +209,7 @@ private:
         }
     }
 
-    static void deliver(Way &way)
+    void deliver(Way &way)
     {
         while (!way.onTheWay.empty() && way.onTheWay.front().due <= Clock::now()) {
             QByteArray &bytes = way.onTheWay.front().bytes;
@@ -219,6 +225,7 @@ private:
             // Nobody is there any more to take it.
             const qsizetype gone = sent < 0 ? bytes.size() : sent;
             way.bytesOnTheWay -= gone;
+            m_proxy.m_bytesPassed += std::max<qint64>(0, sent);
             if (gone == bytes.size())
                 way.onTheWay.pop_front();
             else
@@ -243,16 +250,17 @@ private:
         }
     }
 
+    DelayProxy &m_proxy;
     Clock::duration m_roundTrip;
+    qsizetype m_windowBytes;
+    int m_cutsDone = 0;
     std::vector<Listener> m_listeners;
     std::list<Connection> m_connections;
 };
 
-} // namespace
-
-DelayProxy::DelayProxy(quint16 targetPort, std::chrono::milliseconds roundTrip, Speaks speaks)
+DelayProxy::DelayProxy(quint16 targetPort, std::chrono::milliseconds roundTrip, Speaks speaks, qsizetype windowBytes)
 {
-    auto line = std::make_unique<Line>(roundTrip);
+    auto line = std::make_unique<Line>(*this, roundTrip, windowBytes);
     m_port = line->listen(targetPort, speaks, false);
     m_thread = std::jthread([line = std::move(line)](const std::stop_token &stop) { line->serve(stop); });
 }

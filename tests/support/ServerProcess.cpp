@@ -135,10 +135,15 @@ void ServerProcess::signalAll(int signal) const
 {
     if (m_listener.state() == QProcess::NotRunning)
         return;
-    const QList<qint64> sessions = descendants(m_listener.processId());
+    const QList<qint64> all = sessions();
     ::kill(pid_t(m_listener.processId()), signal);
-    for (const qint64 session : sessions)
+    for (const qint64 session : all)
         ::kill(pid_t(session), signal);
+}
+
+QList<qint64> ServerProcess::sessions() const
+{
+    return descendants(m_listener.processId());
 }
 
 void ServerProcess::kill()

@@ -11,6 +11,7 @@ namespace moorix::test {
 class ServerProcess
 {
 public:
+    virtual ~ServerProcess() { kill(); }
     Q_DISABLE_COPY_MOVE(ServerProcess)
 
     /// An account that logs in with `password`.
@@ -21,6 +22,8 @@ public:
     /// A folder every account may write into; seen alike by client and server.
     QString sharedPath() const { return path("shared"); }
 
+    /// The processes that serve those who are logged in.
+    QList<qint64> sessions() const;
     /// Ends listener and sessions at once.
     void kill();
     /// Stops listener and sessions where they are, until `thaw`; `kill` ends them all the same.
@@ -29,7 +32,6 @@ public:
 
 protected:
     explicit ServerProcess(const QString &folderTemplate);
-    ~ServerProcess() { kill(); }
 
     static bool isRoot();
     /// SHA-512 of the password, in the form of /etc/shadow.

@@ -49,6 +49,11 @@ public:
 
     TestTree() = default;
     TestTree(std::initializer_list<Entry> entries);
+    /// An empty one inside this folder.
+    explicit TestTree(const QString &parent)
+        : m_folder(parent + QStringLiteral("/tree-XXXXXX"))
+    {
+    }
 
     /// The absolute path of an entry, existing or not; without an argument that of the tree itself.
     QString path() const { return m_folder.path(); }

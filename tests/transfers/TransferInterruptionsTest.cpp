@@ -2,8 +2,10 @@
 // Transfers broken off at random moments. The queue runs in a program of its own, so that the program can be killed
 // too.
 #include "files/LocalFileService.h"
+#include "remote/FTPService.h"
 #include "remote/SFTPService.h"
-#include "support/SlowProxy.h"
+#include "support/DelayProxy.h"
+#include "support/FTPServer.h"
 #include "support/TestMain.h"
 #include "support/TestServer.h"
 #include "support/TestTree.h"
@@ -42,10 +44,18 @@ std::shared_ptr<FileService> openServer(const std::stop_token &stop)
     record.host = u"127.0.0.1"_s;
     record.port = setting("SCENE_PORT").toInt();
     record.username = setting("SCENE_USER");
-    record.authMethod = AuthMethod::privateKeyFile;
-    record.privateKeyPath = setting("SCENE_KEY");
-    const auto clients = std::make_shared<IsolatedClients>(setting("SCENE_KNOWN_HOSTS"));
-    auto service = std::make_shared<SFTPService>(record, ConnectionCredentials{}, clients);
+    std::shared_ptr<RemoteFileService> service;
+    if (setting("SCENE_PROTOCOL") == u"ftp") {
+        record.networkProtocol = NetworkProtocol::ftp;
+        record.useTLS = false;
+        service =
+            std::make_shared<FTPService>(record, FTPServer::credentials(), std::make_shared<SystemProcessRunner>());
+    } else {
+        record.authMethod = AuthMethod::privateKeyFile;
+        record.privateKeyPath = setting("SCENE_KEY");
+        service = std::make_shared<SFTPService>(record, ConnectionCredentials(),
+                                                std::make_shared<IsolatedClients>(setting("SCENE_KNOWN_HOSTS")));
+    }
     service->connect(stop);
     return service;
 }
@@ -110,8 +120,8 @@ private:
     }
 };
 
-/// Whatever is killed, and whenever: each file is whole at one of its two ends at least, no half file stands under a
-/// real name, and the queue comes to its end.
+/// Whatever is killed, and whenever, over either protocol: each file is whole at one of its two ends at least, no half
+/// file stands under a real name, and the queue comes to its end.
 class TransferInterruptionsTest final : public QObject
 {
     Q_OBJECT
@@ -119,10 +129,24 @@ class TransferInterruptionsTest final : public QObject
     enum class Kind { copy, overwrite, move };
     enum class Victim { program, child, session, line };
 
+    /// A server at the end of a line that can be cut.
+    struct Place
+    {
+        std::unique_ptr<ServerProcess> server;
+        std::unique_ptr<DelayProxy> proxy;
+        QProcessEnvironment environment;
+    };
+
     /// Both folders, and the program at work between them.
     struct Scene
     {
-        TestTree tree{{"from/", ""}, {"to/", ""}};
+        explicit Scene(const Place &where)
+            : place(where)
+        {
+        }
+
+        const Place &place;
+        TestTree tree{place.server->sharedPath()};
         TreeSnapshot files;
         TreeSnapshot older;
         QProcess program;
@@ -132,12 +156,18 @@ class TransferInterruptionsTest final : public QObject
 private slots:
     void initTestCase()
     {
-        m_sshd = std::make_unique<TestServer>();
-        m_proxy = std::make_unique<SlowProxy>(m_sshd->port());
-        qputenv("SCENE_PORT", QByteArray::number(m_proxy->port()));
-        qputenv("SCENE_USER", m_sshd->connection().username.toUtf8());
-        qputenv("SCENE_KEY", m_sshd->keyPath().toUtf8());
-        qputenv("SCENE_KNOWN_HOSTS", m_sshd->knownHostsPath().toUtf8());
+        auto sshd = std::make_unique<TestServer>();
+        QProcessEnvironment login;
+        login.insert(u"SCENE_USER"_s, sshd->connection().username);
+        login.insert(u"SCENE_KEY"_s, sshd->keyPath());
+        login.insert(u"SCENE_KNOWN_HOSTS"_s, sshd->knownHostsPath());
+        addPlace(std::move(sshd), DelayProxy::Speaks::anything, login);
+        if (!FTPServer::missing(FTPServer::Program::vsftpd).isEmpty())
+            return;
+        login.insert(u"SCENE_USER"_s, FTPServer::user());
+        login.insert(u"SCENE_PROTOCOL"_s, u"ftp"_s);
+        addPlace(std::make_unique<FTPServer>(FTPServer::Program::vsftpd, FTPServer::Encryption::none),
+                 DelayProxy::Speaks::ftp, login);
     }
 
     void noFileIsLostAtAnyMoment()
@@ -152,23 +182,25 @@ private slots:
         std::array<int, 4> hits{};
         for (int moment = 0; moment < moments; ++moment) {
             const auto victim = Victim(moment % 4);
+            const Place &place = m_places.at(std::size_t(moment / 4) % m_places.size());
             const auto kind = Kind(random.bounded(3));
             const bool isUpload = random.bounded(2) == 0;
             const int delay = random.bounded(m_usualMilliseconds);
-            const QString story = u"moment %1: victim %2, kind %3, %4, after %5 ms"_s.arg(moment)
+            const QString story = u"moment %1: %2, victim %3, kind %4, %5, after %6 ms"_s.arg(moment)
+                                      .arg(place.environment.value(u"SCENE_PROTOCOL"_s, u"sftp"_s))
                                       .arg(int(victim))
                                       .arg(int(kind))
                                       .arg(isUpload ? u"up"_s : u"down"_s)
                                       .arg(delay);
-            Scene scene;
+            Scene scene(place);
             fill(scene, kind, random);
             runOnce(scene, kind, isUpload, [&, elapsed = QElapsedTimer(), isDone = false]() mutable {
                 if (!elapsed.isValid())
                     elapsed.start();
-                if (isDone || elapsed.elapsed() < delay)
-                    return;
-                isDone = true;
-                hits[std::size_t(victim)] += strike(victim, scene.program);
+                if (!isDone && elapsed.elapsed() >= delay) {
+                    isDone = strike(victim, scene);
+                    hits[std::size_t(victim)] += isDone;
+                }
             });
             if (QTest::currentTestFailed())
                 QFAIL(qPrintable(story));
@@ -184,12 +216,21 @@ private slots:
     void cleanupTestCase()
     {
         // The program that was killed last has left its shared connection behind.
+        const QProcessEnvironment &ssh = m_places.front().environment;
+        for (const QString &name : ssh.keys())
+            qputenv(name.toLatin1().constData(), ssh.value(name).toUtf8());
         openServer({})->disconnect();
-        m_proxy.reset();
-        m_sshd.reset();
+        m_places.clear();
     }
 
 private:
+    void addPlace(std::unique_ptr<ServerProcess> server, DelayProxy::Speaks speaks, QProcessEnvironment environment)
+    {
+        auto proxy = std::make_unique<DelayProxy>(server->port(), speaks);
+        environment.insert(u"SCENE_PORT"_s, QString::number(proxy->port()));
+        m_places.push_back({std::move(server), std::move(proxy), std::move(environment)});
+    }
+
     /// One large file, two small ones that go by themselves, and a folder that goes as a stream.
     static void fill(Scene &scene, Kind kind, QRandomGenerator &random)
     {
@@ -204,18 +245,23 @@ private:
             scene.older.insert(name, "older " + content.left(1000));
             scene.tree.write(u"to/"_s + name, scene.older.value(name));
         };
+        scene.tree.write("from/", {});
+        scene.tree.write("to/", {});
         put(u"large"_s, 6'000'000);
         put(u"one"_s, 40'000);
         put(u"two \"q\" $(x)"_s, 4'000);
         for (int i = 0; i < 12; ++i)
             put(u"folder/%1"_s.arg(i), 20'000);
         scene.isMove = kind == Kind::move;
+        // The account of the server is another user.
+        QCOMPARE(QProcess::execute(u"chmod"_s, {u"-R"_s, u"a+rwX"_s, scene.tree.path()}), 0);
     }
 
     /// Runs the program to its end, looking at all files again and again while it works.
     void runOnce(Scene &scene, Kind kind, bool isUpload, const std::function<void()> &meanwhile)
     {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(scene.place.environment);
         environment.insert(u"SCENE_FOLDER"_s, scene.tree.path());
         environment.insert(u"SCENE_ROUTE"_s, isUpload ? u"up"_s : u"down"_s);
         environment.insert(u"SCENE_KIND"_s, kind == Kind::move ? u"move"_s : u"copy"_s);
@@ -233,23 +279,17 @@ private:
         m_output = scene.program.readAll();
     }
 
-    /// Returns how many it struck.
-    int strike(Victim victim, const QProcess &program) const
+    /// Returns whether there was anything to strike.
+    static bool strike(Victim victim, const Scene &scene)
     {
         if (victim == Victim::line) {
-            m_proxy->cut();
-            return 1;
+            scene.place.proxy->cut();
+            return true;
         }
-        if (victim == Victim::program)
-            return ::kill(pid_t(program.processId()), SIGKILL) == 0;
-        for (const qint64 process : descendants(victim == Victim::child ? program.processId() : qint64(::getpid()))) {
-            QFile commandLine(u"/proc/%1/cmdline"_s.arg(process));
-            const QByteArray text = commandLine.open(QIODevice::ReadOnly) ? commandLine.readAll() : QByteArray();
-            const bool isSession = text.startsWith("sshd: ") && !text.contains("[listener]");
-            if ((victim == Victim::child || isSession) && ::kill(pid_t(process), SIGKILL) == 0)
-                return 1;
-        }
-        return 0;
+        const QList<qint64> victims = victim == Victim::program ? QList{scene.program.processId()}
+                                      : victim == Victim::child ? descendants(scene.program.processId())
+                                                                : scene.place.server->sessions();
+        return std::ranges::any_of(victims, [](qint64 process) { return ::kill(pid_t(process), SIGKILL) == 0; });
     }
 
     /// The source is looked at first: it may go once its copy is whole, so that afterwards the copy must be there.
@@ -291,9 +331,8 @@ private:
         QVERIFY(found == expected);
     }
 
-    static constexpr int m_usualMilliseconds = 2000;
-    std::unique_ptr<TestServer> m_sshd;
-    std::unique_ptr<SlowProxy> m_proxy;
+    static constexpr int m_usualMilliseconds = 1200;
+    std::vector<Place> m_places;
     QByteArray m_output;
 };
 

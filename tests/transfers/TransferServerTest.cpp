@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "remote/FTPService.h"
 #include "remote/SFTPService.h"
+#include "support/DelayProxy.h"
 #include "support/FTPServer.h"
-#include "support/SlowProxy.h"
 #include "support/TestMain.h"
 #include "support/TestServer.h"
 #include "transfers/TransferChecksums.h"
@@ -222,7 +222,7 @@ private slots:
         Scene scene({{"from/d/", ""}, {"to/", ""}});
         for (int i = 0; i < files; ++i)
             scene.tree.write(u"from/d/%1"_s.arg(i), QByteArray(200'000, char('a' + i)));
-        SlowProxy proxy(m_sshd->port());
+        DelayProxy proxy(m_sshd->port());
         ServerConnection far = m_sshd->connection();
         far.port = proxy.port();
         scene.request.destination = connected(std::make_shared<IsolatedClients>(m_sshd->knownHostsPath()), far);

@@ -1,0 +1,155 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The disk of this machine fills up in the middle of a transfer. The transfers run in a program of their own, which
+// alone sees the small disk.
+#include "remote/FTPService.h"
+#include "remote/SFTPService.h"
+#include "support/FTPServer.h"
+#include "support/TestMain.h"
+#include "support/TestServer.h"
+#include "transfers/TransferScene.h"
+
+#include <QProcess>
+#include <QTest>
+
+#include <unistd.h>
+
+using namespace moorix;
+using namespace moorix::test;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qsizetype diskBytes = 8 * 1024 * 1024;
+constexpr auto diskVariable = "MOORIX_SMALL_DISK";
+
+} // namespace
+
+/// Skipped unless started by the test below.
+class SmallDiskProgram final : public QObject
+{
+    Q_OBJECT
+
+    enum class From { disk, ssh, ftp };
+
+private slots:
+    void initTestCase()
+    {
+        if (qEnvironmentVariableIsEmpty(diskVariable))
+            QSKIP("Only a part of FullLocalDiskTest.");
+    }
+
+    void oldFileStaysWhole_data()
+    {
+        QTest::addColumn<From>("from");
+        QTest::addColumn<bool>("isFullBefore");
+        QTest::addColumn<bool>("isMove");
+        for (const bool isFullBefore : {true, false}) {
+            const char *const when = isFullBefore ? "before" : "meanwhile";
+            QTest::addRow("from the disk, full %s", when) << From::disk << isFullBefore << true;
+            QTest::addRow("from SSH, full %s", when) << From::ssh << isFullBefore << false;
+            QTest::addRow("from FTP, full %s", when) << From::ftp << isFullBefore << true;
+        }
+    }
+    void oldFileStaysWhole()
+    {
+        QFETCH(From, from);
+        QFETCH(bool, isFullBefore);
+        QFETCH(bool, isMove);
+        if (from == From::ftp && !FTPServer::missing(FTPServer::Program::vsftpd).isEmpty())
+            QSKIP("The server is not there.");
+        const std::shared_ptr<FileService> source = open(from);
+        const QString folder = m_server ? m_server->sharedPath() : m_tree.path();
+        const QByteArray content(diskBytes * 3 / 4, 'x');
+        putFile(folder + u"/file"_s, content);
+        QCOMPARE(QProcess::execute(u"chmod"_s, {u"-R"_s, u"a+rwX"_s, folder}), 0);
+        const QString disk = qEnvironmentVariable(diskVariable);
+        putFile(disk + u"/file"_s, "old");
+        const auto fillUp = [&] { putFile(disk + u"/other"_s, QByteArray(diskBytes / 2, 'o')); };
+        if (isFullBefore)
+            fillUp();
+
+        TransferRequest request;
+        request.source = source;
+        request.destination = std::make_shared<LocalFileService>();
+        request.items = {*source->stat(folder + u"/file"_s, {})};
+        request.targetFolder = disk;
+        request.policy = TransferConflictPolicy::overwrite;
+        request.isMove = isMove;
+        TransferRun::Callbacks callbacks;
+        callbacks.progress = [&, isFull = isFullBefore](const TransferCounts &counts) mutable {
+            if (!std::exchange(isFull, isFull || counts.filesTotal > 0))
+                fillUp();
+        };
+        const TransferOutcome outcome = TransferRun(request, callbacks).run({});
+
+        QCOMPARE(outcome.failures.size(), 1);
+        const QString why = outcome.failures.first();
+        QVERIFY2(why.contains(u"free"_s) || why.contains(u"space"_s) || why.contains(u"full"_s), qPrintable(why));
+        QCOMPARE(snapshotOf(disk).keys(), QStringList({u"file"_s, u"other"_s}));
+        QCOMPARE(contentOf(disk + u"/file"_s), QByteArray("old"));
+        QCOMPARE(contentOf(folder + u"/file"_s), content);
+        if (auto *const server = dynamic_cast<RemoteFileService *>(source.get()))
+            server->disconnect();
+    }
+
+    void cleanup()
+    {
+        QFile::remove(qEnvironmentVariable(diskVariable) + u"/other"_s);
+        m_server.reset();
+    }
+
+private:
+    std::shared_ptr<FileService> open(From from)
+    {
+        if (from == From::disk)
+            return std::make_shared<LocalFileService>();
+        std::shared_ptr<RemoteFileService> service;
+        if (from == From::ssh) {
+            auto sshd = std::make_unique<TestServer>();
+            service = std::make_shared<SFTPService>(sshd->connection(), ConnectionCredentials(),
+                                                    std::make_shared<IsolatedClients>(sshd->knownHostsPath()));
+            m_server = std::move(sshd);
+        } else {
+            auto ftpd = std::make_unique<FTPServer>(FTPServer::Program::vsftpd, FTPServer::Encryption::none);
+            service = std::make_shared<FTPService>(ftpd->connection(), FTPServer::credentials(),
+                                                   std::make_shared<SystemProcessRunner>());
+            m_server = std::move(ftpd);
+        }
+        service->connect({});
+        return service;
+    }
+
+    TestTree m_tree;
+    std::unique_ptr<ServerProcess> m_server;
+};
+
+class FullLocalDiskTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void nothingIsLost()
+    {
+        if (::geteuid() != 0)
+            QSKIP("Only root can mount a small disk.");
+        const TestTree tree{{"disk/", {}}};
+        QProcess program;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QString::fromLatin1(diskVariable), tree.path("disk"));
+        program.setProcessEnvironment(environment);
+        program.setProcessChannelMode(QProcess::MergedChannels);
+        program.start(
+            u"unshare"_s,
+            {u"--mount"_s, u"sh"_s, u"-c"_s,
+             u"mount --make-rprivate / && mount -t tmpfs -o size=%1 none \"$0\" && exec \"$@\""_s.arg(diskBytes),
+             tree.path("disk"), QCoreApplication::applicationFilePath(), u"SmallDiskProgram"_s});
+        program.waitForFinished(120'000);
+        const QByteArray output = program.readAll();
+        QVERIFY2(program.exitStatus() == QProcess::NormalExit && program.exitCode() == 0, output.constData());
+        QVERIFY2(output.contains("from SSH, full meanwhile"), output.constData());
+    }
+};
+
+MOORIX_TEST(SmallDiskProgram)
+MOORIX_TEST(FullLocalDiskTest)
+#include "FullLocalDiskTest.moc"
