@@ -32,7 +32,7 @@ class SmallDiskProgram final : public QObject
     enum class From { disk, ssh, ftp };
 
 private slots:
-    void initTestCase()
+    void init()
     {
         if (qEnvironmentVariableIsEmpty(diskVariable))
             QSKIP("Only a part of FullLocalDiskTest.");
@@ -94,6 +94,8 @@ private slots:
 
     void cleanup()
     {
+        if (qEnvironmentVariableIsEmpty(diskVariable))
+            return;
         QFile::remove(qEnvironmentVariable(diskVariable) + u"/other"_s);
         m_server.reset();
     }
