@@ -56,6 +56,12 @@ private slots:
             QCOMPARE(bench.list(side)->header()->sectionSize(1), 111);
             QVERIFY(bench.list(side)->header()->isSectionHidden(4));
         }
+        // Too little room for all of them changes what is shown, not what is remembered.
+        bench.window->resize(720, 500);
+        QTRY_VERIFY(bench.list(Side::left)->header()->isSectionHidden(3));
+        QVERIFY(bench.list(Side::left)->header()->sectionSize(0) >= 150);
+        bench.window->resize(1500, 500);
+        QTRY_COMPARE(bench.list(Side::left)->header()->sectionSize(3), 137);
     }
 
     void columnsOfADamagedMemoryAreTheUsualOnes()

@@ -11,6 +11,8 @@
 #include <QMenu>
 #include <QPainter>
 
+#include <algorithm>
+#include <array>
 #include <chrono>
 
 using namespace std::chrono_literals;
@@ -63,6 +65,41 @@ QString textOf(FileSortKey key)
     return FileListHeader::tr("Sort by kind");
 }
 
+/// How narrow a column may become before it is better hidden.
+int leastWidth(ListColumns::Column column)
+{
+    return column == ListColumns::Column::modified ? 130 : 80;
+}
+
+/// The widths at which the columns leave the names enough of `room`; a column without one is hidden.
+QMap<ListColumns::Column, int> fittingWidths(const ListColumns &columns, int room)
+{
+    constexpr int leastNameWidth = 150;
+    // The first to give way.
+    constexpr std::array dispensable{ListColumns::Column::owner, ListColumns::Column::permissions,
+                                     ListColumns::Column::modified, ListColumns::Column::size};
+    QMap<ListColumns::Column, int> widths;
+    int missing = leastNameWidth - room;
+    for (const ListColumns::Column column : dispensable) {
+        if (!columns.isShown(column))
+            continue;
+        widths[column] = columns.width(column);
+        missing += widths[column];
+    }
+    for (const ListColumns::Column column : dispensable) {
+        if (!widths.contains(column) || missing <= 0)
+            continue;
+        const int spared = std::clamp(widths[column] - leastWidth(column), 0, missing);
+        widths[column] -= spared;
+        missing -= spared;
+    }
+    for (const ListColumns::Column column : dispensable) {
+        if (missing > 0)
+            missing -= widths.take(column);
+    }
+    return widths;
+}
+
 } // namespace
 
 FileListHeader::FileListHeader(PaneModel &pane, SettingsStore &settings, ListColumns &columns, QWidget *parent)
@@ -94,8 +131,10 @@ void FileListHeader::arrange()
     showColumns();
     showOrder();
     connect(this, &QHeaderView::sectionResized, this, [this](int section) {
-        if (section != FileListModel::name)
-            m_widthTimer.start();
+        if (section == FileListModel::name)
+            return;
+        m_dragged.insert(section);
+        m_widthTimer.start();
     });
 }
 
@@ -111,21 +150,34 @@ QWidget *FileListHeader::makeCorner(QWidget *parent)
 
 void FileListHeader::showColumns()
 {
+    // Whoever has just dragged a column wide wants it so, whatever it leaves the names.
+    resizeColumns(fittingWidths(m_columns, QWIDGETSIZE_MAX));
+}
+
+void FileListHeader::resizeColumns(const QMap<ListColumns::Column, int> &widths)
+{
     // A width that is being dragged is newer than the one stored.
     if (m_widthTimer.isActive())
         return;
     for (const ListColumns::Column column : ListColumns::all) {
-        setSectionHidden(sectionOf(column), !m_columns.isShown(column));
-        if (m_columns.isShown(column))
-            resizeSection(sectionOf(column), m_columns.width(column));
+        setSectionHidden(sectionOf(column), !widths.contains(column));
+        if (widths.contains(column))
+            resizeSection(sectionOf(column), widths.value(column));
     }
+    m_dragged.clear();
     m_widthTimer.stop();
+}
+
+void FileListHeader::resizeEvent(QResizeEvent *event)
+{
+    QHeaderView::resizeEvent(event);
+    resizeColumns(fittingWidths(m_columns, width()));
 }
 
 void FileListHeader::takeWidths()
 {
     for (const ListColumns::Column column : ListColumns::all) {
-        if (!isSectionHidden(sectionOf(column)))
+        if (m_dragged.contains(sectionOf(column)) && !isSectionHidden(sectionOf(column)))
             m_columns.setWidth(column, sectionSize(sectionOf(column)));
     }
 }

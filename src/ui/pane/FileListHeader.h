@@ -1,17 +1,21 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "app/ListColumns.h"
+
 #include <QHeaderView>
+#include <QMap>
+#include <QSet>
 #include <QTimer>
 
 namespace moorix {
 
-class ListColumns;
 class PaneModel;
 class SettingsStore;
 
-/// The head of a file list: a click sorts, its menu chooses columns and order; columns and widths are remembered. Main
-/// thread.
+/// The head of a file list: a click sorts, its menu chooses columns and order; columns and widths are remembered. Where
+/// there is little room the names get it: the other columns shrink, then hide, without a change to what is remembered.
+/// Main thread.
 class FileListHeader final : public QHeaderView
 {
     Q_OBJECT
@@ -27,6 +31,7 @@ public:
 protected:
     void paintSection(QPainter *painter, const QRect &rect, int column) const override;
     void contextMenuEvent(QContextMenuEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
 
 private:
     void sortByColumn(int column);
@@ -34,11 +39,14 @@ private:
     void storeOrder();
     void takeWidths();
     void showColumns();
+    void resizeColumns(const QMap<ListColumns::Column, int> &widths);
 
     PaneModel &m_pane;
     SettingsStore &m_settings;
     ListColumns &m_columns;
     QTimer m_widthTimer;
+    /// Columns that were dragged and whose widths are not stored yet.
+    QSet<int> m_dragged;
 };
 
 } // namespace moorix
