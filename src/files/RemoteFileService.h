@@ -120,6 +120,21 @@ public:
         return false;
     }
 
+    // Some files of a folder as one tar archive. False, with nothing done, where the server cannot.
+
+    /// Unpacks what `next` gives until it gives nothing; what stands at those places is replaced.
+    virtual bool unpackInto(const QString & /*folder*/, const std::function<QByteArray()> & /*next*/,
+                            const std::stop_token & /*stop*/)
+    {
+        return false;
+    }
+    /// Packs these files, given by their paths within the folder.
+    virtual bool packFiles(const QString & /*folder*/, const QStringList & /*files*/,
+                           const std::function<void(QByteArrayView)> & /*take*/, const std::stop_token & /*stop*/)
+    {
+        return false;
+    }
+
     /// Makes a symbolic link. False where the server has none.
     virtual bool createLink(const QString & /*target*/, const QString & /*path*/, const std::stop_token & /*stop*/)
     {

@@ -75,6 +75,29 @@ bool SFTPService::packArchive(const QString &folder, const std::function<void(QB
         .has_value();
 }
 
+bool SFTPService::unpackInto(const QString &folder, const std::function<QByteArray()> &next,
+                             const std::stop_token &stop)
+{
+    SSHStreams streams;
+    streams.moreInput = next;
+    return runShell(QStringLiteral("tar -xpof - -C ") + shellPath(folder), action(folder, QStringLiteral("filled")),
+                    stop, streams)
+        .has_value();
+}
+
+/// Names go in as in `checksums`. With more of them than one command takes nothing comes back but a failure.
+bool SFTPService::packFiles(const QString &folder, const QStringList &files,
+                            const std::function<void(QByteArrayView)> &take, const std::stop_token &stop)
+{
+    SSHStreams streams;
+    streams.takeOutput = take;
+    for (const QString &file : files)
+        streams.input += "./" + file.toUtf8() + '\0';
+    return runShell(QStringLiteral("cd %1 && xargs -0 -x tar -cf - --").arg(shellPath(folder)),
+                    action(folder, QStringLiteral("packed")), stop, streams)
+        .has_value();
+}
+
 bool SFTPService::createLink(const QString &target, const QString &path, const std::stop_token &stop)
 {
     SFTPBatch batch;

@@ -60,6 +60,10 @@ public:
     unpackArchive(const QString &folder, const std::function<QByteArray()> &next, const std::stop_token &stop) override;
     bool packArchive(const QString &folder, const std::function<void(QByteArrayView)> &take,
                      const std::stop_token &stop) override;
+    bool unpackInto(const QString &folder, const std::function<QByteArray()> &next,
+                    const std::stop_token &stop) override;
+    bool packFiles(const QString &folder, const QStringList &files, const std::function<void(QByteArrayView)> &take,
+                   const std::stop_token &stop) override;
     bool createLink(const QString &target, const QString &path, const std::stop_token &stop) override;
     void requireAddressable(const QString &path) const override;
     std::optional<QString> linkTarget(const QString &path, const std::stop_token &stop) override;

@@ -49,15 +49,22 @@ std::optional<mode_t> modeOf(const std::optional<QString> &permissions)
 
 } // namespace
 
-TarUnpacker::TarUnpacker(TransferNode &folder, QString target, std::function<void(qint64, qint64)> advanced)
-    : m_target(std::move(target))
-    , m_advanced(std::move(advanced))
+TarUnpacker::TarUnpacker(const std::vector<File> &files, std::function<void(qint64, qint64)> advanced)
+    : m_advanced(std::move(advanced))
     , m_reader({[this](const TarEntry &entry) { begin(entry); }, [this](QByteArrayView bytes) { write(bytes); },
                 [this] { end(); }})
 {
-    makeFolder(m_target);
+    for (const File &file : files)
+        m_plan.insert(NativePath::bytes(file.relative), {file.node, file.path});
+}
+
+TarUnpacker::TarUnpacker(TransferNode &folder, const QString &target, std::function<void(qint64, qint64)> advanced)
+    : TarUnpacker({}, std::move(advanced))
+{
+    makeFolder(target);
+    m_folders.push_back({&folder, target});
     for (const TreeEntry &entry : entriesOf(folder)) {
-        const Planned planned{entry.node, Format::join(m_target, entry.relative)};
+        const Planned planned{entry.node, Format::join(target, entry.relative)};
         if (entry.node->isFolder()) {
             makeFolder(planned.path);
             m_folders.push_back(planned);
@@ -65,7 +72,6 @@ TarUnpacker::TarUnpacker(TransferNode &folder, QString target, std::function<voi
             m_plan.insert(NativePath::bytes(entry.relative), planned);
         }
     }
-    m_folders.insert(m_folders.begin(), {&folder, m_target});
 }
 
 void TarUnpacker::begin(const TarEntry &entry)

@@ -9,13 +9,22 @@
 
 namespace moorix {
 
-/// Unpacks an archive into a private local folder, but only what was planned: an entry counts by its path being one of
+/// Unpacks an archive on the local disk, but only what was planned: an entry counts by its path being one of
 /// the plan's, of the same kind and size, so that no name in the archive ever becomes a path. One thread.
 class TarUnpacker final
 {
 public:
+    /// A file of the plan: what it is called in the archive, and where it goes, which must be free.
+    struct File
+    {
+        TransferNode *node;
+        QString relative;
+        QString path;
+    };
+
+    explicit TarUnpacker(const std::vector<File> &files, std::function<void(qint64 bytes, qint64 files)> advanced);
     /// Makes the folder, which must not exist, and all planned folders in it.
-    TarUnpacker(TransferNode &folder, QString target, std::function<void(qint64 bytes, qint64 files)> advanced);
+    TarUnpacker(TransferNode &folder, const QString &target, std::function<void(qint64 bytes, qint64 files)> advanced);
 
     /// Throws an Error when the archive is damaged or cannot be stored.
     void feed(QByteArrayView bytes) { m_reader.feed(bytes); }
@@ -37,7 +46,6 @@ private:
     void write(QByteArrayView bytes);
     void end();
 
-    QString m_target;
     std::function<void(qint64, qint64)> m_advanced;
     QHash<QByteArray, Planned> m_plan;
     std::vector<Planned> m_folders;

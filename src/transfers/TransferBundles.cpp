@@ -4,6 +4,7 @@
 #include "base/Error.h"
 #include "files/FileService.h"
 #include "files/Format.h"
+#include "transfers/BundleArchive.h"
 #include "transfers/TransferNames.h"
 
 #include <QHash>
@@ -77,8 +78,9 @@ bool TransferBundles::carry(std::vector<Entry> &entries)
         progress.emplace_back(m_tally, file.name);
         hasParts = hasParts || entry.place.hasPart;
     }
+    bool isArchive = false;
     try {
-        copyAcrossBreaks(copies, progress, hasParts);
+        isArchive = copyAcrossBreaks(copies, progress, hasParts);
         giveNames(entries, copies);
     } catch (const Error &error) {
         const TransferControl &control = m_link.control();
@@ -100,18 +102,19 @@ bool TransferBundles::carry(std::vector<Entry> &entries)
         }
     }
     if (arrived > 0)
-        noteWay(arrived);
+        noteWay(arrived, isArchive);
     removeParts(unnamed(entries, copies));
     return true;
 }
 
-void TransferBundles::noteWay(qint64 files)
+void TransferBundles::noteWay(qint64 files, bool isArchive)
 {
-    const QString way = m_route.isServerDestination() ? u"Sent"_s : u"Received"_s;
-    m_tally.noteMore(files, {}, way + u" in bundles of up to %1: "_s.arg(mostFiles) + u"%1 files."_s);
+    const QString done = m_route.isServerDestination() ? u"Sent"_s : u"Received"_s;
+    const QString way = isArchive ? u"in streams"_s : u"in bundles"_s;
+    m_tally.noteMore(files, {}, u"%1 %2 of up to %3: "_s.arg(done, way).arg(mostFiles) + u"%1 files."_s);
 }
 
-void TransferBundles::copyAcrossBreaks(std::vector<RemoteCopy> &copies, Progress &progress, bool hasParts)
+bool TransferBundles::copyAcrossBreaks(std::vector<RemoteCopy> &copies, Progress &progress, bool hasParts)
 {
     TransferLink::Tries tries(m_link);
     TransferControl &control = m_link.control();
@@ -127,11 +130,13 @@ void TransferBundles::copyAcrossBreaks(std::vector<RemoteCopy> &copies, Progress
             // What an earlier try has written may not be written to again: it may have its mode already.
             if (std::exchange(hasParts, true))
                 clearParts(stillOpen(copies), stop);
+            const bool isArchive = copyAsArchive(copies, advanced, stop);
+            // All of them, or what the archive has left out.
             if (m_route.isServerDestination())
                 server().uploadAll(copies, advanced, stop);
             else
                 server().downloadAll(copies, advanced, stop);
-            return;
+            return isArchive;
         } catch (const Cancelled &) {
             if (control.isStopped())
                 throw;
@@ -143,6 +148,29 @@ void TransferBundles::copyAcrossBreaks(std::vector<RemoteCopy> &copies, Progress
                 progress.at(i).moveTo(0);
         }
     }
+}
+
+bool TransferBundles::copyAsArchive(std::vector<RemoteCopy> &copies, const RemoteFileService::Advanced &advanced,
+                                    const std::stop_token &stop)
+{
+    constexpr std::size_t fewestFiles = 8;
+    if (m_isArchiveRefused || stillOpen(copies).size() < fewestFiles)
+        return false;
+    try {
+        const auto copy = m_route.isServerDestination() ? bundleArchive::upload : bundleArchive::download;
+        const bool isTaken = copy(server(), copies, advanced, stop);
+        m_isArchiveRefused = !isTaken;
+        return isTaken;
+    } catch (const Cancelled &) {
+        throw;
+    } catch (const Error &error) {
+        if (isConnectionLost(error))
+            throw;
+        m_isArchiveRefused = true;
+        m_tally.note(u"Not as one stream: %1"_s.arg(error.message().section(u'\n', 0, 0)));
+        clearParts(stillOpen(copies), stop);
+    }
+    return false;
 }
 
 /// A copy may only count as whole, and its original as superfluous, by what the original is at this moment.

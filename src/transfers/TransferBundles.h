@@ -12,9 +12,9 @@
 
 namespace moorix {
 
-/// Brings many small files between the local disk and a server to their places together, each as whole as if it
-/// travelled alone: over a part file, a check and a rename; across broken links and pauses. Used by all lanes of one
-/// transfer at once.
+/// Brings many small files between the local disk and a server to their places together, as one archive where the
+/// server has a shell, each as whole as if it travelled alone: over a part file, a check and a rename; across broken
+/// links and pauses. Used by all lanes of one transfer at once.
 class TransferBundles final
 {
 public:
@@ -40,14 +40,17 @@ public:
 private:
     using Progress = std::deque<TransferTally::File>;
 
-    void copyAcrossBreaks(std::vector<RemoteCopy> &copies, Progress &progress, bool hasParts);
+    /// Whether most of them went as an archive.
+    bool copyAcrossBreaks(std::vector<RemoteCopy> &copies, Progress &progress, bool hasParts);
+    bool copyAsArchive(std::vector<RemoteCopy> &copies, const RemoteFileService::Advanced &advanced,
+                       const std::stop_token &stop);
     void verify(const FileItem &file, RemoteCopy &copy);
     void giveNames(std::vector<Entry> &entries, std::vector<RemoteCopy> &copies);
     void giveNamesOnServer(std::vector<Entry> &entries, std::vector<RemoteCopy> &copies);
     void takeSteps(std::vector<RemoteStep> &steps);
     void findTaken(std::vector<RemoteStep> &steps, const std::stop_token &stop);
     void clearParts(const std::vector<RemoteCopy> &copies, const std::stop_token &stop);
-    void noteWay(qint64 files);
+    void noteWay(qint64 files, bool isArchive);
     void removeParts(const std::vector<RemoteCopy> &copies);
     RemoteFileService &server() const;
 
@@ -59,6 +62,8 @@ private:
     TransferParts m_parts;
     /// Set once it could not be done.
     std::atomic<bool> m_isRefused = false;
+    /// Set once an archive could not be sent or received.
+    std::atomic<bool> m_isArchiveRefused = false;
 };
 
 } // namespace moorix

@@ -303,6 +303,18 @@ void TransferEngine::answer(const ConflictAnswer &answer)
     reply(answer);
 }
 
+Job TransferEngine::compareConflict(std::function<void(const ContentComparison &)> done,
+                                    std::function<void(const Error &)> failed) const
+{
+    const TransferRequest &request = m_orders.at(m_questions.front().id).next;
+    return runJob(
+        [source = request.source, destination = request.destination,
+         conflict = *m_conflict](const std::stop_token &stop) {
+            return ContentComparison::of(*source, conflict.source, *destination, conflict.existing, stop);
+        },
+        std::move(done), std::move(failed));
+}
+
 void TransferEngine::withdrawQuestions(const QUuid &id)
 {
     const auto isOf = [&id](const Question &question) { return question.id == id; };

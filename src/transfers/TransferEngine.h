@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "transfers/ContentComparison.h"
 #include "transfers/TransferActivity.h"
 #include "transfers/TransferPlaces.h"
 #include "transfers/TransferQueueFile.h"
@@ -68,6 +69,9 @@ public:
     const std::optional<TransferConflict> &conflict() const { return m_conflict; }
     QUuid conflictTransfer() const { return m_questions.empty() ? QUuid() : m_questions.front().id; }
     void answer(const ConflictAnswer &answer);
+    /// Compares what the two files of the conflict hold. Called only while there is one.
+    [[nodiscard]] Job compareConflict(std::function<void(const ContentComparison &)> done,
+                                      std::function<void(const Error &)> failed) const;
 
 signals:
     /// State or progress of this transfer changed; at most about ten times a second each.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/ConflictBar.h"
 
+#include "base/Error.h"
 #include "files/Format.h"
 #include "transfers/TransferEngine.h"
 #include "ui/CheckBox.h"
@@ -34,6 +35,25 @@ QString age(const FileItem &item, const FileItem &other)
     return QCoreApplication::translate("ConflictBar", "  ·  newer");
 }
 
+QString wordsFor(const ContentComparison &comparison)
+{
+    switch (comparison.result) {
+    case ContentComparison::Result::same:
+        return ConflictBar::tr("Both hold the same.");
+    case ContentComparison::Result::unknown:
+        return ConflictBar::tr(
+            "The contents cannot be compared: the files are too large to fetch, and the server tells "
+            "no checksums.");
+    case ContentComparison::Result::different:
+        break;
+    }
+    if (comparison.line)
+        return ConflictBar::tr("They differ from line %L1 on.").arg(*comparison.line);
+    if (comparison.byte)
+        return ConflictBar::tr("They differ from byte %L1 on.").arg(*comparison.byte);
+    return ConflictBar::tr("They differ.");
+}
+
 } // namespace
 
 ConflictBar::ConflictBar(TransferEngine &transfers, QWidget *parent)
@@ -42,16 +62,22 @@ ConflictBar::ConflictBar(TransferEngine &transfers, QWidget *parent)
     , m_question(Widgets::label({}, Widgets::TextRole::heading, this))
     , m_existing(Widgets::label({}, Widgets::TextRole::body, this))
     , m_source(Widgets::label({}, Widgets::TextRole::body, this))
+    , m_comparison(Widgets::label({}, Widgets::TextRole::muted, this))
+    , m_compare(Widgets::button(tr("Compare"), QStringLiteral("conflictCompare"), this))
     , m_forAll(new CheckBox(tr("The same for all"), this))
 {
     setObjectName(QStringLiteral("conflictBar"));
     m_question->setObjectName(QStringLiteral("conflictQuestion"));
     m_existing->setObjectName(QStringLiteral("conflictExisting"));
     m_source->setObjectName(QStringLiteral("conflictSource"));
+    m_comparison->setObjectName(QStringLiteral("conflictComparison"));
+    m_compare->setToolTip(tr("Tells whether both files hold the same"));
+    connect(m_compare, &QPushButton::clicked, this, &ConflictBar::compare);
     m_forAll->setObjectName(QStringLiteral("conflictForAll"));
     auto *buttons = new QHBoxLayout;
     buttons->addWidget(m_forAll);
     buttons->addStretch(1);
+    buttons->addWidget(m_compare);
     addChoice(*buttons, tr("Cancel transfer"), QStringLiteral("conflictCancel"), ConflictAnswer::Choice::cancel);
     addChoice(*buttons, tr("Keep both"), QStringLiteral("conflictKeepBoth"), ConflictAnswer::Choice::rename);
     addConditions(*buttons);
@@ -66,6 +92,7 @@ ConflictBar::ConflictBar(TransferEngine &transfers, QWidget *parent)
     column->setSpacing(8);
     column->addWidget(m_question);
     column->addLayout(sides);
+    column->addWidget(m_comparison);
     column->addLayout(buttons);
     connect(&transfers, &TransferEngine::conflictChanged, this, &ConflictBar::follow);
     follow();
@@ -105,10 +132,26 @@ void ConflictBar::answer(ConflictAnswer::Choice choice)
     m_transfers.answer({choice, m_forAll->isChecked()});
 }
 
+void ConflictBar::compare()
+{
+    tell(tr("Comparing…"));
+    m_comparing = m_transfers.compareConflict(
+        [this](const ContentComparison &comparison) { tell(wordsFor(comparison)); },
+        [this](const Error &error) { tell(tr("They could not be compared: %1").arg(error.message())); });
+}
+
+void ConflictBar::tell(const QString &comparison)
+{
+    m_comparison->setText(comparison);
+    m_comparison->setVisible(!comparison.isEmpty());
+}
+
 void ConflictBar::follow()
 {
     const std::optional<TransferConflict> &conflict = m_transfers.conflict();
     setVisible(conflict.has_value());
+    m_comparing.cancel();
+    tell({});
     if (!conflict)
         return;
     const FileItem &existing = conflict->existing;
@@ -121,6 +164,7 @@ void ConflictBar::follow()
     m_older->setEnabled(source.modified && existing.modified);
     m_otherSize->setEnabled(!source.isDirectory && !existing.isDirectory);
     m_resume->setEnabled(conflict->canResume());
+    m_compare->setEnabled(!source.isDirectory && !existing.isDirectory);
     // The harmless answer is the one that a hasty Return gives; somebody who types is not disturbed.
     if (!qobject_cast<QLineEdit *>(QApplication::focusWidget()))
         findChild<QPushButton *>(QStringLiteral("conflictSkip"))->setFocus();

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "base/Job.h"
 #include "transfers/TransferConflict.h"
 
 #include <QFrame>
@@ -9,6 +10,7 @@ class QAction;
 class QCheckBox;
 class QHBoxLayout;
 class QLabel;
+class QPushButton;
 
 namespace moorix {
 
@@ -27,15 +29,21 @@ private:
     void addChoice(QHBoxLayout &row, const QString &text, const QString &objectName, ConflictAnswer::Choice choice);
     void addConditions(QHBoxLayout &row);
     void answer(ConflictAnswer::Choice choice);
+    void compare();
+    void tell(const QString &comparison);
 
     TransferEngine &m_transfers;
     QLabel *m_question;
     QLabel *m_existing;
     QLabel *m_source;
+    /// What comparing the two has brought; hidden before.
+    QLabel *m_comparison;
+    QPushButton *m_compare;
     QCheckBox *m_forAll;
     QAction *m_older = nullptr;
     QAction *m_otherSize = nullptr;
     QAction *m_resume = nullptr;
+    Job m_comparing;
 };
 
 } // namespace moorix

@@ -1,10 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "transfers/TransferConflict.h"
+#include "files/LocalFileService.h"
 #include "support/TestMain.h"
+#include "support/TestTree.h"
+#include "transfers/ContentComparison.h"
 
 #include <QTest>
 
 using namespace moorix;
+using namespace moorix::test;
 using namespace Qt::StringLiterals;
 using Choice = ConflictAnswer::Choice;
 
@@ -66,6 +70,27 @@ private slots:
         conflict.existing.isSymlink = false;
         conflict.source.isDirectory = true;
         QVERIFY(!conflict.canResume());
+    }
+
+    void contentsPartAtALineOfTextsAndAByteOfOthers()
+    {
+        using Result = ContentComparison::Result;
+        const auto parting = [](QByteArrayView one, QByteArrayView other) {
+            const ContentComparison found = ContentComparison::of(one, other);
+            return found.result == Result::same ? 0 : found.line.value_or(-found.byte.value_or(0));
+        };
+        QCOMPARE(parting("", ""), 0);
+        QCOMPARE(parting("a\nb\n", "a\nb\n"), 0);
+        QCOMPARE(parting("a\nb\n", "a\nc\n"), 2);
+        QCOMPARE(parting("a\n", "a\nb"), 2);
+        QCOMPARE(parting("", "a"), 1);
+        QCOMPARE(parting(QByteArrayView("a\0b", 3), QByteArrayView("a\0c", 3)), -2);
+        // Too large to be read: the sizes and checksums tell.
+        const TestTree tree{{"a", QByteArray(6'000'000, 'a')}, {"b", QByteArray(6'000'000, 'b')}};
+        LocalFileService disk;
+        const auto item = [&](const char *name) { return *disk.stat(tree.path(name), {}); };
+        QVERIFY(ContentComparison::of(disk, item("a"), disk, item("a"), {}).result == Result::same);
+        QVERIFY(ContentComparison::of(disk, item("a"), disk, item("b"), {}).result == Result::different);
     }
 };
 

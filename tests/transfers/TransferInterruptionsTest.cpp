@@ -231,7 +231,7 @@ private:
         m_places.push_back({std::move(server), std::move(proxy), std::move(environment)});
     }
 
-    /// One large file, two small ones that go by themselves, and a folder that goes as a stream.
+    /// One large file, small ones that go in bundles, and a folder that goes as a stream.
     static void fill(Scene &scene, Kind kind, QRandomGenerator &random)
     {
         const auto put = [&](const QString &name, qsizetype size) {
@@ -250,8 +250,10 @@ private:
         put(u"large"_s, 6'000'000);
         put(u"one"_s, 40'000);
         put(u"two \"q\" $(x)"_s, 4'000);
-        for (int i = 0; i < 12; ++i)
+        for (int i = 0; i < 12; ++i) {
             put(u"folder/%1"_s.arg(i), 20'000);
+            put(u"file %1"_s.arg(i), 15'000);
+        }
         scene.isMove = kind == Kind::move;
         // The account of the server is another user.
         QCOMPARE(QProcess::execute(u"chmod"_s, {u"-R"_s, u"a+rwX"_s, scene.tree.path()}), 0);
@@ -287,8 +289,9 @@ private:
             return true;
         }
         const QList<qint64> victims = victim == Victim::program ? QList{scene.program.processId()}
-                                      : victim == Victim::child ? descendants(scene.program.processId())
-                                                                : scene.place.server->sessions();
+                                      : victim == Victim::child
+                                          ? childrenNamed("sftp") + childrenNamed("curl") + childrenNamed("ssh")
+                                          : scene.place.server->sessions();
         return std::ranges::any_of(victims, [](qint64 process) { return ::kill(pid_t(process), SIGKILL) == 0; });
     }
 

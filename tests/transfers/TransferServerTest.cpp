@@ -143,32 +143,34 @@ private slots:
                  qPrintable(outcome.notes.join(u'|')));
     }
 
-    void oneOfManyFilesFailsAloneWithoutAShell_data()
+    void oneOfManyFilesFailsAlone_data()
     {
         QTest::addColumn<bool>("isUpload");
-        QTest::addColumn<bool>("isFTP");
-        QTest::newRow("SFTP, up") << true << false;
-        QTest::newRow("SFTP, down") << false << false;
-        QTest::newRow("FTP, up") << true << true;
-        QTest::newRow("FTP, down") << false << true;
+        QTest::addColumn<QString>("account");
+        for (const bool isUpload : {true, false}) {
+            const char *const way = isUpload ? "up" : "down";
+            QTest::addRow("SFTP and a shell, %s", way) << isUpload << TestServer::user();
+            QTest::addRow("SFTP alone, %s", way) << isUpload << TestServer::userWithoutShell();
+            QTest::addRow("FTP, %s", way) << isUpload << QString();
+        }
     }
-    void oneOfManyFilesFailsAloneWithoutAShell()
+    void oneOfManyFilesFailsAlone()
     {
         if (!m_sshd->hasAccounts())
-            QSKIP("Only root can make accounts without a shell.");
+            QSKIP("Only root can make accounts.");
         QFETCH(const bool, isUpload);
-        QFETCH(const bool, isFTP);
+        QFETCH(const QString, account);
         std::unique_ptr<FTPServer> ftp;
         std::shared_ptr<RemoteFileService> service;
         const auto clients = std::make_shared<IsolatedClients>(m_sshd->knownHostsPath());
-        if (isFTP) {
+        if (account.isEmpty()) {
             if (const QString missing = FTPServer::missing(FTPServer::Program::vsftpd); !missing.isEmpty())
                 QSKIP(qPrintable(missing));
             ftp = std::make_unique<FTPServer>(FTPServer::Program::vsftpd, FTPServer::Encryption::none);
             service = std::make_shared<FTPService>(ftp->connection(), FTPServer::credentials(), clients);
         } else {
             ServerConnection record = m_sshd->connection();
-            record.username = TestServer::userWithoutShell();
+            record.username = account;
             service = std::make_shared<SFTPService>(record, ConnectionCredentials(), clients);
         }
         service->connect({});
@@ -195,6 +197,7 @@ private slots:
         QVERIFY2(outcome.failures.first().contains(u"“pipe” was not copied"_s), qPrintable(outcome.failures.first()));
         QVERIFY(::unlink(QFile::encodeName(scene.tree.path("from/d/e/pipe")).constData()) == 0);
         QCOMPARE(scene.under(u"to/"_s), scene.under(u"from/"_s));
+        QCOMPARE(outcome.notes.join(u'|').contains(u"in streams of"_s), account == TestServer::user());
         service->disconnect();
     }
 

@@ -84,6 +84,8 @@ private slots:
         const auto *source = bench.find<QLabel>("conflictSource");
         QVERIFY2(existing->text().contains(u"3 bytes"_s), qPrintable(existing->text()));
         QVERIFY2(source->text().contains(u"5 bytes"_s), qPrintable(source->text()));
+        bench.click(bench.find("conflictCompare"));
+        QTRY_COMPARE(bench.find<QLabel>("conflictComparison")->text(), u"They differ from line 1 on."_s);
         bench.click(bench.find(QTest::currentDataTag()));
         QTRY_VERIFY(!bench.find("conflictBar"));
         QTRY_COMPARE(bench.home.read("right/a 2.txt"), second);

@@ -39,6 +39,7 @@ private slots:
     void columnChosenInOneListIsInAllListsAndAtTheNextStart()
     {
         WindowBench bench({});
+        bench.window->resize(1500, 500);
         QHeaderView *header = bench.list(Side::left)->header();
         QVERIFY(header->isSectionHidden(3));
         QContextMenuEvent event(QContextMenuEvent::Mouse, QPoint(5, 5), header->mapToGlobal(QPoint(5, 5)));

@@ -130,8 +130,8 @@ void FileListHeader::arrange()
     setSectionResizeMode(FileListModel::name, QHeaderView::Stretch);
     showColumns();
     showOrder();
-    connect(this, &QHeaderView::sectionResized, this, [this](int section) {
-        if (section == FileListModel::name)
+    connect(this, &QHeaderView::sectionResized, this, [this](int section, int /*oldSize*/, int size) {
+        if (section == FileListModel::name || size == m_arranged.value(section))
             return;
         m_dragged.insert(section);
         m_widthTimer.start();
@@ -159,6 +159,9 @@ void FileListHeader::resizeColumns(const QMap<ListColumns::Column, int> &widths)
     // A width that is being dragged is newer than the one stored.
     if (m_widthTimer.isActive())
         return;
+    m_arranged.clear();
+    for (const ListColumns::Column column : ListColumns::all)
+        m_arranged.insert(sectionOf(column), widths.value(column));
     for (const ListColumns::Column column : ListColumns::all) {
         setSectionHidden(sectionOf(column), !widths.contains(column));
         if (widths.contains(column))

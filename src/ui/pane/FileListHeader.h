@@ -45,6 +45,8 @@ private:
     SettingsStore &m_settings;
     ListColumns &m_columns;
     QTimer m_widthTimer;
+    /// The widths that columns were given, 0 for hidden ones; another one is the user's.
+    QMap<int, int> m_arranged;
     /// Columns that were dragged and whose widths are not stored yet.
     QSet<int> m_dragged;
 };
