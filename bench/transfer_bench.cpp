@@ -120,14 +120,32 @@ public:
 
     void copy(const QString &path, Direction direction)
     {
-        const QString target = freshTarget();
         TransferRequest request;
+        request.newName = freshTarget().section(u'/', -1);
+        request.targetFolder = m_folder + u"/to"_s;
+        run(request, {path}, direction);
+    }
+
+    /// Each file by itself, as if selected, into a folder that is there.
+    void copyFilesOf(const QString &folder, Direction direction)
+    {
+        TransferRequest request;
+        request.targetFolder = freshTarget();
+        QDir().mkdir(request.targetFolder);
+        QFile::setPermissions(request.targetFolder, QFile::Permissions(0x7777));
+        QStringList paths;
+        for (const QString &name : QDir(folder).entryList(QDir::Files))
+            paths << folder + u'/' + name;
+        run(request, paths, direction);
+    }
+
+    void run(TransferRequest request, const QStringList &paths, Direction direction)
+    {
         const auto disk = std::make_shared<LocalFileService>();
         request.source = direction == up ? std::shared_ptr<FileService>(disk) : m_service;
         request.destination = direction == up ? std::shared_ptr<FileService>(m_service) : disk;
-        request.items = {*disk->stat(path, {})};
-        request.targetFolder = m_folder + u"/to"_s;
-        request.newName = target.section(u'/', -1);
+        for (const QString &path : paths)
+            request.items << *disk->stat(path, {});
         TransferRun::Callbacks callbacks;
         callbacks.gate = std::make_shared<TransferGate>(8);
         const TransferOutcome outcome = TransferRun(request, callbacks).run({});
@@ -221,8 +239,9 @@ std::string labelOf(Direction direction, const QString &rest)
 }
 
 /// A thousand files of 4 KiB in one folder.
+enum class Taken { asFolder, oneByOne };
 void manySmallFiles(benchmark::State &state, Place place, const std::function<void(Line &, Direction)> &peer,
-                    double limit)
+                    double limit, Taken taken = Taken::asFolder)
 {
     const auto direction = Direction(state.range(0));
     const int roundTrip = int(state.range(1));
@@ -235,7 +254,10 @@ void manySmallFiles(benchmark::State &state, Place place, const std::function<vo
     bench::paired(
         state,
         [&] {
-            line.copy(line.from(), direction);
+            if (taken == Taken::asFolder)
+                line.copy(line.from(), direction);
+            else
+                line.copyFilesOf(line.from(), direction);
             copies << line.lastTarget();
         },
         [&] {
@@ -266,6 +288,10 @@ void shellAgainstRsync(benchmark::State &state)
 {
     manySmallFiles(state, withShell, byRsync, 2);
 }
+void selectionAgainstLftp(benchmark::State &state)
+{
+    manySmallFiles(state, withShell, byLftp, 1, Taken::oneByOne);
+}
 void noShellAgainstLftp(benchmark::State &state)
 {
     manySmallFiles(state, withoutShell, byLftp, 1);
@@ -286,6 +312,7 @@ void nearAndFar(benchmark::internal::Benchmark *benchmark)
 }
 BENCHMARK(shellAgainstLftp)->Apply(nearAndFar);
 BENCHMARK(shellAgainstRsync)->Apply(nearAndFar);
+BENCHMARK(selectionAgainstLftp)->Apply(nearAndFar);
 BENCHMARK(noShellAgainstLftp)->Apply(nearAndFar);
 BENCHMARK(ftpAgainstLftp)->Apply(nearAndFar);
 

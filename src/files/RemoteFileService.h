@@ -135,6 +135,13 @@ public:
         return false;
     }
 
+    /// Renames a folder within the folder that holds it, unless something of the new name is there, in fewer round
+    /// trips than `move`. False, with nothing done, where it could not; `move` tells why.
+    virtual bool renameBeside(const QString & /*path*/, const QString & /*toPath*/, const std::stop_token & /*stop*/)
+    {
+        return false;
+    }
+
     /// Makes a symbolic link. False where the server has none.
     virtual bool createLink(const QString & /*target*/, const QString & /*path*/, const std::stop_token & /*stop*/)
     {

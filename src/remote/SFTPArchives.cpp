@@ -2,6 +2,7 @@
 // What needs a shell and a few common commands on the server, and may be missing there.
 #include "remote/SFTPService.h"
 
+#include "files/FileServiceError.h"
 #include "files/Format.h"
 #include "remote/SFTPQuoting.h"
 
@@ -65,14 +66,31 @@ SFTPService::unpackArchive(const QString &folder, const std::function<QByteArray
     return sums;
 }
 
+/// An account that offers file transfer alone says so where the archive is expected.
+bool SFTPService::pack(const QString &command, const QString &folder, SSHStreams streams, const std::stop_token &stop)
+{
+    constexpr qsizetype leastArchiveBytes = 1024;
+    qsizetype taken = 0;
+    streams.takeOutput = [&taken, take = std::move(streams.takeOutput)](QByteArrayView bytes) {
+        taken += bytes.size();
+        take(bytes);
+    };
+    try {
+        return runShell(command, action(folder, QStringLiteral("packed")), stop, streams).has_value();
+    } catch (const FileServiceError &error) {
+        const bool isTurnedAway = taken > 0 && taken < leastArchiveBytes;
+        if (error.kind() == FileServiceError::Case::operationFailed && isTurnedAway)
+            return false;
+        throw;
+    }
+}
+
 bool SFTPService::packArchive(const QString &folder, const std::function<void(QByteArrayView)> &take,
                               const std::stop_token &stop)
 {
     SSHStreams streams;
     streams.takeOutput = take;
-    return runShell(QStringLiteral("tar -cf - -C %1 .").arg(shellPath(folder)),
-                    action(folder, QStringLiteral("packed")), stop, streams)
-        .has_value();
+    return pack(QStringLiteral("tar -cf - -C %1 .").arg(shellPath(folder)), folder, streams, stop);
 }
 
 bool SFTPService::unpackInto(const QString &folder, const std::function<QByteArray()> &next,
@@ -93,9 +111,16 @@ bool SFTPService::packFiles(const QString &folder, const QStringList &files,
     streams.takeOutput = take;
     for (const QString &file : files)
         streams.input += "./" + file.toUtf8() + '\0';
-    return runShell(QStringLiteral("cd %1 && xargs -0 -x tar -cf - --").arg(shellPath(folder)),
-                    action(folder, QStringLiteral("packed")), stop, streams)
-        .has_value();
+    return pack(QStringLiteral("cd %1 && xargs -0 -x tar -cf - --").arg(shellPath(folder)), folder, streams, stop);
+}
+
+bool SFTPService::renameBeside(const QString &path, const QString &toPath, const std::stop_token &stop)
+{
+    // With the flag it never goes into a folder that has come there since. Not every server's mv knows it.
+    const QString script = QStringLiteral("[ ! -e \"$2\" ] && [ ! -L \"$2\" ] && mv -T \"$1\" \"$2\"");
+    const QString command =
+        QStringLiteral("sh -c %1 sh %2 %3").arg(shellPath(script), shellPath(path), shellPath(toPath));
+    return m_runner.runRemote(login(), command, stop).exitCode == 0;
 }
 
 bool SFTPService::createLink(const QString &target, const QString &path, const std::stop_token &stop)

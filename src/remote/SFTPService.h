@@ -64,6 +64,7 @@ public:
                     const std::stop_token &stop) override;
     bool packFiles(const QString &folder, const QStringList &files, const std::function<void(QByteArrayView)> &take,
                    const std::stop_token &stop) override;
+    bool renameBeside(const QString &path, const QString &toPath, const std::stop_token &stop) override;
     bool createLink(const QString &target, const QString &path, const std::stop_token &stop) override;
     void requireAddressable(const QString &path) const override;
     std::optional<QString> linkTarget(const QString &path, const std::stop_token &stop) override;
@@ -77,6 +78,7 @@ private:
     /// What lists a folder; the last of them prints the rows.
     static QStringList listCommands(const QString &path, const QString &flags);
     /// What a shell command prints; nothing when the account has no shell to run it.
+    bool pack(const QString &command, const QString &folder, SSHStreams streams, const std::stop_token &stop);
     std::optional<QString> runShell(const QString &command, const QString &action, const std::stop_token &stop,
                                     const SSHStreams &streams = {});
     /// The row of what `path` leads to, links followed; nothing when there is nothing.

@@ -202,10 +202,20 @@ public:
 private:
     void setName(FileItem &item, QStringView name, const Row &row) const
     {
-        const QString exact = name.contains(u'\\') ? withUnprintableBytes(name) : name.toString();
-        item.path = row.name == m_dir ? m_dir : m_prefix + exact;
-        const bool hasOddSpaces = exact.startsWith(u' ') || exact.endsWith(u' ') || exact.contains(u"  ");
-        item.name = hasOddSpaces && !isClientMade(row) ? singleSpaced(exact) : exact;
+        // One look at each character, for most names hold neither.
+        bool hasBackslash = false;
+        bool hasOddSpaces = false;
+        QChar before = u' ';
+        for (const QChar c : name) {
+            hasBackslash = hasBackslash || c == u'\\';
+            hasOddSpaces = hasOddSpaces || (c == u' ' && before == u' ');
+            before = c;
+        }
+        hasOddSpaces = hasOddSpaces || before == u' ';
+        item.name = hasBackslash ? withUnprintableBytes(name) : name.toString();
+        item.path = row.name == m_dir ? m_dir : m_prefix + item.name;
+        if (hasOddSpaces && !isClientMade(row))
+            item.name = singleSpaced(item.name);
     }
 
     static const QString &shared(QString &last, QStringView text)
@@ -252,7 +262,9 @@ void forEachLine(QStringView text, Use use)
 
 QList<FileItem> parse(const QString &text, const QString &dir, const QDateTime &now)
 {
+    constexpr qsizetype usualRowLength = 80;
     QList<FileItem> items;
+    items.reserve(text.size() / usualRowLength);
     ItemMaker maker(dir, now);
     forEachLine(text, [&](QStringView line) {
         if (const std::optional<Row> row = readRow(line)) {

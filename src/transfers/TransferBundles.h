@@ -31,6 +31,8 @@ public:
 
     static constexpr std::size_t mostFiles = 64;
 
+    /// From now on without archives, which the server has been found not to take.
+    void refuseArchives() { m_isArchiveRefused = true; }
     /// Whether the file gains by travelling with others.
     bool suits(const TransferNode &file, const TransferPlace &place) const;
     /// Carries them, once there is room for another lane. False when it could not be done this way; those that have not
@@ -62,7 +64,7 @@ private:
     TransferParts m_parts;
     /// Set once it could not be done.
     std::atomic<bool> m_isRefused = false;
-    /// Set once an archive could not be sent or received.
+    /// Set once an archive was not sent or received.
     std::atomic<bool> m_isArchiveRefused = false;
 };
 

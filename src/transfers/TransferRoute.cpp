@@ -191,6 +191,10 @@ bool TransferRoute::rename(const FileItem &item, const QString &toPath, localTra
 
 void TransferRoute::moveOnServer(const FileItem &item, const QString &toPath, const std::stop_token &stop) const
 {
+    const bool isFolder = item.isDirectory && !item.isSymlink;
+    const bool isBeside = Format::parent(item.path) == Format::parent(toPath);
+    if (isFolder && isBeside && m_destinationServer->renameBeside(item.path, toPath, stop))
+        return;
     if (!m_destinationServer->takesMany()) {
         m_destinationServer->move(item, toPath, stop);
         return;

@@ -86,8 +86,12 @@ void TransferRun::enterFolder(TransferNode &node, const TransferPlace &place, It
 /// Takes the folder in one stream where that is possible and faster.
 bool TransferRun::streamFolder(TransferNode &node, const TransferPlace &place, Item &item)
 {
-    if (!m_stream.suits(node) || !m_stream.carry(node, place))
+    if (!m_stream.suits(node))
         return false;
+    if (!m_stream.carry(node, place)) {
+        m_bundles.refuseArchives();
+        return false;
+    }
     if (node.isIncomplete)
         item.isIncomplete = true;
     sendRest(node, item);
