@@ -103,6 +103,14 @@ public:
     }
     virtual void takeSteps(std::vector<RemoteStep> & /*steps*/, const std::stop_token & /*stop*/) {}
 
+    /// All that lies below a folder, hidden entries too, by the folder that holds it, asked for in one go; never
+    /// through links. Nothing where the server cannot tell all of it.
+    virtual std::optional<QHash<QString, QList<FileItem>>> listTree(const QString & /*folder*/,
+                                                                    const std::stop_token & /*stop*/)
+    {
+        return std::nullopt;
+    }
+
     // A folder as one tar archive. Nothing or false, with nothing done, where the server cannot.
 
     /// Makes the folder, which must not exist, and unpacks into it what `next` gives until it gives nothing. Returns

@@ -30,8 +30,9 @@ qint64 TransferNode::byteCount() const
 }
 
 TransferScan::TransferScan(Lister list, transferNames::NameSource from,
-                           std::function<void(const FileItem &, const QString &)> objected)
+                           std::function<void(const FileItem &, const QString &)> objected, TreeLister listTree)
     : m_list(std::move(list))
+    , m_listTree(std::move(listTree))
     , m_from(from)
     , m_objected(std::move(objected))
 {
@@ -47,12 +48,21 @@ bool TransferScan::isAccepted(const FileItem &item) const
 
 void TransferScan::fill(TransferNode &node) const
 {
+    const auto tree = m_listTree && node.isFolder() ? m_listTree(node.item.path) : std::nullopt;
+    if (tree)
+        fillBy([&tree](const QString &path) { return tree->value(path); }, node);
+    else
+        fillBy(m_list, node);
+}
+
+void TransferScan::fillBy(const Lister &list, TransferNode &node) const
+{
     node.isScanned = true;
     if (!node.isFolder())
         return;
     QList<FileItem> entries;
     try {
-        entries = m_list(node.item.path);
+        entries = list(node.item.path);
     } catch (const Cancelled &) {
         throw;
     } catch (const Error &error) {
@@ -70,7 +80,7 @@ void TransferScan::fill(TransferNode &node) const
             continue;
         }
         TransferNode &child = node.children.emplace_back(TransferNode{std::move(entry)});
-        fill(child);
+        fillBy(list, child);
         node.isIncomplete = node.isIncomplete || child.isIncomplete;
     }
 }

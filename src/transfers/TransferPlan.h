@@ -4,7 +4,10 @@
 #include "transfers/TransferNames.h"
 #include "transfers/TransferRequest.h"
 
+#include <QHash>
+
 #include <functional>
+#include <optional>
 #include <vector>
 
 namespace moorix {
@@ -46,18 +49,22 @@ class TransferScan final
 public:
     /// Lists a folder, hidden files included.
     using Lister = std::function<QList<FileItem>(const QString &path)>;
+    /// Lists all folders below one, and that one, at once; or nothing.
+    using TreeLister = std::function<std::optional<QHash<QString, QList<FileItem>>>(const QString &path)>;
 
     /// `objected` is told of each entry that is left out, with the reason.
     TransferScan(Lister list, transferNames::NameSource from,
-                 std::function<void(const FileItem &item, const QString &reason)> objected);
+                 std::function<void(const FileItem &item, const QString &reason)> objected, TreeLister listTree = {});
 
     /// Reads what lies under `node`. A folder that cannot be read is left out; a connection that fails throws.
     void fill(TransferNode &node) const;
 
 private:
+    void fillBy(const Lister &list, TransferNode &node) const;
     bool isAccepted(const FileItem &item) const;
 
     Lister m_list;
+    TreeLister m_listTree;
     transferNames::NameSource m_from;
     std::function<void(const FileItem &, const QString &)> m_objected;
 };

@@ -49,6 +49,9 @@ public:
     /// Throws where no command of a server can carry one of the two names. Asks nobody.
     void requireAddressable(const QString &sourcePath, const QString &destinationPath) const;
 
+    /// What RemoteFileService::listTree tells; nothing for the local disk.
+    std::optional<QHash<QString, QList<FileItem>>> sourceTree(const QString &path, const std::stop_token &stop) const;
+
     enum class Way { whole, continued };
     /// Copies one file, or a link on the local disk. What it wrote stays when it fails. Throws for links and special
     /// files that this route cannot carry.

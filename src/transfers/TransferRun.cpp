@@ -49,13 +49,7 @@ TransferRun::TransferRun(TransferRequest request, Callbacks callbacks)
     , m_tally(m_callbacks.progress)
     , m_route(m_request.source, m_request.destination)
     , m_link(*m_callbacks.control, m_tally, m_callbacks.reconnectDelays)
-    , m_scan(
-          [this](const QString &path) {
-              return m_link.repeat([&](const std::stop_token &stop, bool) {
-                  return m_route.source().list(path, HiddenFiles::included, stop);
-              });
-          },
-          nameSource(m_route), [this](const FileItem &item, const QString &reason) { report(item, reason); })
+    , m_scan(sourceScan([this](const FileItem &item, const QString &reason) { report(item, reason); }))
     , m_placement(m_request, m_route,
                   [this](const TransferConflict &conflict) {
                       // Who has to think is not what the files decided on already wait for.
@@ -66,6 +60,19 @@ TransferRun::TransferRun(TransferRequest request, Callbacks callbacks)
     , m_bundles(m_request, m_route, m_link, *m_callbacks.gate, m_tally)
     , m_stream(m_request, m_route, m_link, *m_callbacks.gate, m_tally)
 {
+}
+
+TransferScan TransferRun::sourceScan(std::function<void(const FileItem &, const QString &)> objected)
+{
+    const auto list = [this](const QString &path) {
+        return m_link.repeat([&](const std::stop_token &stop, bool) {
+            return m_route.source().list(path, HiddenFiles::included, stop);
+        });
+    };
+    const auto listTree = [this](const QString &path) {
+        return m_link.repeat([&](const std::stop_token &stop, bool) { return m_route.sourceTree(path, stop); });
+    };
+    return TransferScan(list, nameSource(m_route), std::move(objected), listTree);
 }
 
 TransferOutcome TransferRun::run(const std::stop_token &stop)

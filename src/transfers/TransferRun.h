@@ -66,6 +66,7 @@ private:
         QString path;
     };
 
+    TransferScan sourceScan(std::function<void(const FileItem &item, const QString &reason)> objected);
     void transferAll();
     void transferPiece(const TransferPiece &piece);
     void passOverMoved(std::deque<Item> &items, const TransferTarget &target);

@@ -112,21 +112,13 @@ void TransferRun::removeSource(const Item &item)
 
 bool TransferRun::isUnchanged(const TransferNode &node, const FileItem &present)
 {
-    const auto list = [this](const QString &path) {
-        return m_link.repeat([&](const std::stop_token &stop, bool) {
-            return m_route.source().list(path, HiddenFiles::included, stop);
-        });
-    };
     TransferNode now{node.item};
     now.item.size = present.size;
     // One file and a whole listing of a server may be dated in different time zones.
     if (!m_route.isServerSource())
         now.item.modified = present.modified;
     bool isUnchanged = true;
-    const auto from =
-        m_route.isServerSource() ? transferNames::NameSource::server : transferNames::NameSource::localDisk;
-    const TransferScan scan(list, from, [&isUnchanged](const FileItem &, const QString &) { isUnchanged = false; });
-    scan.fill(now);
+    sourceScan([&isUnchanged](const FileItem &, const QString &) { isUnchanged = false; }).fill(now);
     return isUnchanged && holdsNothingElse(now, node);
 }
 
