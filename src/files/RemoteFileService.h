@@ -111,6 +111,9 @@ public:
         return std::nullopt;
     }
 
+    /// Whether to try the archives below; what comes of it depends on what the account may run.
+    virtual bool mayTakeArchives() const { return false; }
+
     // A folder as one tar archive. Nothing or false, with nothing done, where the server cannot.
 
     /// Makes the folder, which must not exist, and unpacks into it what `next` gives until it gives nothing. Returns

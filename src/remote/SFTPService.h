@@ -58,6 +58,7 @@ public:
     std::optional<QHash<QString, QByteArray>> checksums(const QStringList &paths, const std::stop_token &stop) override;
     std::optional<QHash<QString, QList<FileItem>>> listTree(const QString &folder,
                                                             const std::stop_token &stop) override;
+    bool mayTakeArchives() const override { return true; }
     std::optional<QHash<QString, QByteArray>>
     unpackArchive(const QString &folder, const std::function<QByteArray()> &next, const std::stop_token &stop) override;
     bool packArchive(const QString &folder, const std::function<void(QByteArrayView)> &take,

@@ -154,7 +154,7 @@ bool TransferBundles::copyAsArchive(std::vector<RemoteCopy> &copies, const Remot
                                     const std::stop_token &stop)
 {
     constexpr std::size_t fewestFiles = 8;
-    if (m_isArchiveRefused || stillOpen(copies).size() < fewestFiles)
+    if (m_isArchiveRefused || !server().mayTakeArchives() || stillOpen(copies).size() < fewestFiles)
         return false;
     try {
         const auto copy = m_route.isServerDestination() ? bundleArchive::upload : bundleArchive::download;

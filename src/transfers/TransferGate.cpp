@@ -21,6 +21,12 @@ void TransferGate::setMostAtOnce(int count)
     m_changed.notify_all();
 }
 
+int TransferGate::lanesOfOneServer()
+{
+    const std::lock_guard lock(m_mutex);
+    return std::min(m_mostAtOnce, mostPerServer);
+}
+
 TransferGate::Place TransferGate::enter(const Servers &servers, const std::stop_token &stop)
 {
     std::unique_lock lock(m_mutex);

@@ -42,6 +42,8 @@ public:
 
     /// Takes effect at once; files under way beyond a lower limit run to their end.
     void setMostAtOnce(int count);
+    /// How many files may be on their way to or from one server at once.
+    int lanesOfOneServer();
     /// Waits for a place. Throws Cancelled when stopped while waiting.
     [[nodiscard]] Place enter(const Servers &servers, const std::stop_token &stop);
 

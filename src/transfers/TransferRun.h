@@ -83,6 +83,7 @@ private:
     void makeFolder(const QString &path);
     void sendFile(TransferNode &node, const TransferPlace &place, Item &item);
     void bundle(TransferNode &node, const TransferPlace &place, Item &item);
+    qint64 bundleSize() const;
     void sendBundle();
     void carryBundle(Bundle &bundle);
     void addTask(Item &item, TransferNode &node, std::function<void()> task);

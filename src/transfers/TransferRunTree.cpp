@@ -7,6 +7,7 @@
 #include "files/Format.h"
 #include "transfers/TransferNames.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace moorix {
@@ -129,8 +130,19 @@ void TransferRun::bundle(TransferNode &node, const TransferPlace &place, Item &i
     m_bundle.entries.push_back({&node, place});
     m_bundle.items.push_back(&item);
     m_bundle.bytes += node.item.size;
-    if (m_bundle.entries.size() == TransferBundles::mostFiles || m_bundle.bytes >= mostBytes)
+    if (qint64(m_bundle.entries.size()) >= bundleSize() || m_bundle.bytes >= mostBytes)
         sendBundle();
+}
+
+/// So many files that all lanes have about as much to do.
+qint64 TransferRun::bundleSize() const
+{
+    constexpr qint64 fewest = 16;
+    constexpr qint64 most = TransferBundles::mostFiles;
+    const qint64 files = m_tally.filesTotal();
+    const qint64 lanes = m_callbacks.gate->lanesOfOneServer();
+    const qint64 rounds = std::max<qint64>(1, (files + lanes * most - 1) / (lanes * most));
+    return std::clamp((files + lanes * rounds - 1) / (lanes * rounds), fewest, most);
 }
 
 void TransferRun::sendBundle()

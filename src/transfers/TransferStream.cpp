@@ -48,9 +48,11 @@ bool TransferStream::suits(const TransferNode &folder) const
     constexpr qint64 mostBytes = 256 * 1024 * 1024;
     if (m_isRefused || m_route.isServerSource() == m_route.isServerDestination())
         return false;
+    FileService &service = m_route.isServerSource() ? m_route.source() : m_route.destination();
     const qint64 files = folder.fileCount();
     const qint64 bytes = folder.byteCount();
-    return files >= fewestFiles && bytes <= mostBytes && bytes / files <= largestMeanBytes;
+    return dynamic_cast<RemoteFileService &>(service).mayTakeArchives() && files >= fewestFiles && bytes <= mostBytes &&
+           bytes / files <= largestMeanBytes;
 }
 
 bool TransferStream::carry(TransferNode &folder, const TransferPlace &place)

@@ -133,6 +133,12 @@ void TransferTally::publish(bool always)
     m_report(m_outcome.counts);
 }
 
+qint64 TransferTally::filesTotal() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_outcome.counts.filesTotal;
+}
+
 TransferOutcome TransferTally::outcome() const
 {
     const std::lock_guard lock(m_mutex);

@@ -58,6 +58,7 @@ public:
     void waitFor(const QString &lostLink);
     void publish(bool always = false);
 
+    qint64 filesTotal() const;
     /// Counts, failures, notes and changed target folders.
     TransferOutcome outcome() const;
 

@@ -3,7 +3,9 @@
 
 #include "AppScene.h"
 #include "base/Json.h"
+#include "remote/FTPService.h"
 #include "remote/SFTPService.h"
+#include "support/FTPServer.h"
 #include "support/TestMain.h"
 #include "support/TestServer.h"
 
@@ -29,7 +31,12 @@ struct Desk
     ServerConnection server;
     std::shared_ptr<IsolatedClients> runner;
     ServerConnections connections{[this](const ServerConnection &record, const auto &) {
-                                      return std::make_shared<SFTPService>(record, ConnectionCredentials(), runner);
+                                      std::shared_ptr<RemoteFileService> made;
+                                      if (record.networkProtocol == NetworkProtocol::ftp)
+                                          made = std::make_shared<FTPService>(record, FTPServer::credentials(), runner);
+                                      else
+                                          made = std::make_shared<SFTPService>(record, ConnectionCredentials(), runner);
+                                      return made;
                                   },
                                   runner};
     /// As a tab of the server holds it.
@@ -39,7 +46,11 @@ struct Desk
     QString problem;
 
     explicit Desk(const TestServer &sshd)
-        : server(sshd.connection())
+        : Desk(sshd, sshd.connection())
+    {
+    }
+    Desk(const TestServer &sshd, const ServerConnection &record)
+        : server(record)
         , runner(std::make_shared<IsolatedClients>(sshd.knownHostsPath()))
     {
         qputenv("XDG_DATA_HOME", home.path("data").toUtf8());
@@ -143,6 +154,29 @@ private slots:
         QCOMPARE(names(), (QStringList{name, u"link"_s}));
         desk.files.reset();
         QCOMPARE(desk.kept(), QStringList());
+    }
+
+    void fileOfAnFTPServerIsUploadedUnlessItWasChangedThere()
+    {
+        if (const QString missing = FTPServer::missing(FTPServer::Program::vsftpd); !missing.isEmpty())
+            QSKIP(qPrintable(missing));
+        const FTPServer ftpd(FTPServer::Program::vsftpd, FTPServer::Encryption::none);
+        const QString path = ftpd.sharedPath() + u"/größe & more.conf"_s;
+        Desk::put(path, "first");
+        QFile::setPermissions(path, QFile::Permissions(0x6664));
+        Desk desk(*m_sshd, ftpd.connection());
+        desk.open(path);
+        desk.save("second");
+        QTRY_COMPARE_WITH_TIMEOUT(contentOf(path), QByteArray("second"), patience);
+        QTRY_COMPARE_WITH_TIMEOUT(desk.state(), State::uploaded, patience);
+        QCOMPARE(QFile::permissions(path) & 0x7077, QFile::Permissions(0x6064));
+        Desk::put(path, "theirs, and longer");
+        desk.save("third");
+        QTRY_COMPARE_WITH_TIMEOUT(desk.state(), State::changedThere, patience);
+        QCOMPARE(contentOf(path), QByteArray("theirs, and longer"));
+        desk.files->send(desk.id(), EditedFiles::Guard::anything);
+        QTRY_COMPARE_WITH_TIMEOUT(contentOf(path), QByteArray("third"), patience);
+        QCOMPARE(QDir(ftpd.sharedPath()).entryList(QDir::Files | QDir::Hidden).size(), 1);
     }
 
     void fileChangedOnTheServerMeanwhileIsOnlyReplacedOnRequest_data()

@@ -117,6 +117,7 @@ public:
             sums.insert(path, QCryptographicHash::hash(m_disk.read(path, stop), QCryptographicHash::Sha256));
         return sums;
     }
+    bool mayTakeArchives() const override { return true; }
     std::optional<QHash<QString, QByteArray>>
     unpackArchive(const QString &folder, const std::function<QByteArray()> &next, const std::stop_token &stop) override
     {
