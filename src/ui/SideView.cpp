@@ -33,6 +33,13 @@ class SideTabBar final : public QTabBar
 public:
     using QTabBar::QTabBar;
     QSize minimumSizeHint() const override { return {60, QTabBar::minimumSizeHint().height()}; }
+
+protected:
+    /// A short title may be narrower than its own abbreviation, for which the bar would want to scroll.
+    QSize minimumTabSizeHint(int index) const override
+    {
+        return QTabBar::minimumTabSizeHint(index).boundedTo(tabSizeHint(index));
+    }
 };
 
 } // namespace
