@@ -43,22 +43,6 @@ std::vector<RemoteCopy> stillOpen(const std::vector<RemoteCopy> &copies)
 
 } // namespace
 
-TransferBundles::TransferBundles(const TransferRequest &request, const TransferRoute &route, TransferLink &link,
-                                 TransferGate &gate, TransferTally &tally)
-    : m_request(request)
-    , m_route(route)
-    , m_link(link)
-    , m_gate(gate)
-    , m_tally(tally)
-    , m_parts(route, link, tally)
-{
-}
-
-RemoteFileService &TransferBundles::server() const
-{
-    return dynamic_cast<RemoteFileService &>(m_route.isServerSource() ? m_route.source() : m_route.destination());
-}
-
 bool TransferBundles::suits(const TransferNode &file, const TransferPlace &place) const
 {
     // Larger files are better off where each can go on by itself after a break.

@@ -2,9 +2,8 @@
 #pragma once
 
 #include "files/RemoteFileService.h"
-#include "transfers/TransferGate.h"
-#include "transfers/TransferParts.h"
 #include "transfers/TransferPlan.h"
+#include "transfers/TransferWay.h"
 
 #include <atomic>
 #include <deque>
@@ -15,7 +14,7 @@ namespace moorix {
 /// Brings many small files between the local disk and a server to their places together, as one archive where the
 /// server has a shell, each as whole as if it travelled alone: over a part file, a check and a rename; across broken
 /// links and pauses. Used by all lanes of one transfer at once.
-class TransferBundles final
+class TransferBundles final : public TransferWay
 {
 public:
     struct Entry
@@ -26,8 +25,7 @@ public:
         QString failure = {};
     };
 
-    TransferBundles(const TransferRequest &request, const TransferRoute &route, TransferLink &link, TransferGate &gate,
-                    TransferTally &tally);
+    using TransferWay::TransferWay;
 
     static constexpr std::size_t mostFiles = 64;
 
@@ -54,14 +52,7 @@ private:
     void clearParts(const std::vector<RemoteCopy> &copies, const std::stop_token &stop);
     void noteWay(qint64 files, bool isArchive);
     void removeParts(const std::vector<RemoteCopy> &copies);
-    RemoteFileService &server() const;
 
-    const TransferRequest &m_request;
-    const TransferRoute &m_route;
-    TransferLink &m_link;
-    TransferGate &m_gate;
-    TransferTally &m_tally;
-    TransferParts m_parts;
     /// Set once it could not be done.
     std::atomic<bool> m_isRefused = false;
     /// Set once an archive was not sent or received.

@@ -13,17 +13,6 @@ using localTransfer::Existing;
 using localTransfer::Start;
 using Standing = TransferPlace::Standing;
 
-TransferCarrier::TransferCarrier(const TransferRequest &request, const TransferRoute &route, TransferLink &link,
-                                 TransferGate &gate, TransferTally &tally)
-    : m_request(request)
-    , m_route(route)
-    , m_link(link)
-    , m_gate(gate)
-    , m_tally(tally)
-    , m_parts(route, link, tally)
-{
-}
-
 void TransferCarrier::carry(const FileItem &file, const TransferPlace &place)
 {
     m_route.requireAddressable(file.path, place.path);

@@ -1,18 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "transfers/TransferGate.h"
-#include "transfers/TransferParts.h"
+#include "transfers/TransferWay.h"
 
 namespace moorix {
 
 /// Brings single items to their place, whole or not at all: over a part file, a check and a rename; across broken
 /// links and pauses. Used by all lanes of one transfer at once.
-class TransferCarrier final
+class TransferCarrier final : public TransferWay
 {
 public:
-    TransferCarrier(const TransferRequest &request, const TransferRoute &route, TransferLink &link, TransferGate &gate,
-                    TransferTally &tally);
+    using TransferWay::TransferWay;
 
     /// Copies a file or a link, once there is room for another one. Throws when it did not arrive.
     void carry(const FileItem &file, const TransferPlace &place);
@@ -26,13 +24,6 @@ private:
     TransferRoute::Way copyAcrossBreaks(TransferCopy copy, TransferTally::File &progress);
     void verify(const FileItem &file, const FileItem &part);
     void checkContinued(const FileItem &file, const FileItem &part);
-
-    const TransferRequest &m_request;
-    const TransferRoute &m_route;
-    TransferLink &m_link;
-    TransferGate &m_gate;
-    TransferTally &m_tally;
-    TransferParts m_parts;
 };
 
 } // namespace moorix

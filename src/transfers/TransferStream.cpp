@@ -29,17 +29,6 @@ void markEntered(TransferNode &folder, const QString &path)
 
 } // namespace
 
-TransferStream::TransferStream(const TransferRequest &request, const TransferRoute &route, TransferLink &link,
-                               TransferGate &gate, TransferTally &tally)
-    : m_request(request)
-    , m_route(route)
-    , m_link(link)
-    , m_gate(gate)
-    , m_tally(tally)
-    , m_parts(route, link, tally)
-{
-}
-
 bool TransferStream::suits(const TransferNode &folder) const
 {
     constexpr qint64 fewestFiles = 8;
@@ -48,10 +37,9 @@ bool TransferStream::suits(const TransferNode &folder) const
     constexpr qint64 mostBytes = 256 * 1024 * 1024;
     if (m_isRefused || m_route.isServerSource() == m_route.isServerDestination())
         return false;
-    FileService &service = m_route.isServerSource() ? m_route.source() : m_route.destination();
     const qint64 files = folder.fileCount();
     const qint64 bytes = folder.byteCount();
-    return dynamic_cast<RemoteFileService &>(service).mayTakeArchives() && files >= fewestFiles && bytes <= mostBytes &&
+    return server().mayTakeArchives() && files >= fewestFiles && bytes <= mostBytes &&
            bytes / files <= largestMeanBytes;
 }
 
@@ -126,8 +114,7 @@ TransferStream::Streamed TransferStream::upload(TransferNode &folder, const File
                                                 TransferTally::File &progress)
 {
     TarPacker packer(folder, [&progress](qint64 bytes, qint64 files) { progress.moveTo(bytes, files); });
-    auto &server = dynamic_cast<RemoteFileService &>(m_route.destination());
-    const auto sums = server.unpackArchive(
+    const auto sums = server().unpackArchive(
         part.path, [&packer] { return packer.next(); }, stop);
     if (!sums)
         return std::nullopt;
@@ -144,11 +131,10 @@ TransferStream::Streamed TransferStream::upload(TransferNode &folder, const File
 void TransferStream::check(const TarPacker &packer, const FileItem &part, const QHash<QString, QByteArray> &sums,
                            const std::stop_token &stop)
 {
-    auto &server = dynamic_cast<RemoteFileService &>(m_route.destination());
     QHash<QString, qint64> sizes;
     if (sums.isEmpty()) {
         TransferNode there{part};
-        const auto list = [&](const QString &path) { return server.list(path, HiddenFiles::included, stop); };
+        const auto list = [&](const QString &path) { return server().list(path, HiddenFiles::included, stop); };
         TransferScan(list, transferNames::NameSource::server, [](const FileItem &, const QString &) {}).fill(there);
         for (const TreeEntry &entry : entriesOf(there))
             sizes.insert(entry.relative, entry.node->item.size);
@@ -165,8 +151,7 @@ TransferStream::Streamed TransferStream::download(TransferNode &folder, const Fi
                                                   const std::stop_token &stop, TransferTally::File &progress)
 {
     TarUnpacker unpacker(folder, part.path, [&progress](qint64 bytes, qint64 files) { progress.moveTo(bytes, files); });
-    auto &server = dynamic_cast<RemoteFileService &>(m_route.source());
-    if (!server.packArchive(
+    if (!server().packArchive(
             folder.item.path, [&unpacker](QByteArrayView bytes) { unpacker.feed(bytes); }, stop)) {
         m_parts.remove(part);
         return std::nullopt;

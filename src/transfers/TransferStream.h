@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "transfers/TransferGate.h"
-#include "transfers/TransferParts.h"
 #include "transfers/TransferPlan.h"
+#include "transfers/TransferWay.h"
 
 #include <QHash>
 
@@ -14,11 +13,10 @@ class TarPacker;
 /// Takes a folder of many small files between the local disk and a server as one archive in one stream, which costs
 /// one round trip instead of several for each file. The folder comes into being under a part name, is checked, and only
 /// then takes its name. One thread.
-class TransferStream final
+class TransferStream final : public TransferWay
 {
 public:
-    TransferStream(const TransferRequest &request, const TransferRoute &route, TransferLink &link, TransferGate &gate,
-                   TransferTally &tally);
+    using TransferWay::TransferWay;
 
     /// Whether a folder that goes to where nothing stands gains by it.
     bool suits(const TransferNode &folder) const;
@@ -41,12 +39,6 @@ private:
     void check(const TarPacker &packer, const FileItem &part, const QHash<QString, QByteArray> &sums,
                const std::stop_token &stop);
 
-    const TransferRequest &m_request;
-    const TransferRoute &m_route;
-    TransferLink &m_link;
-    TransferGate &m_gate;
-    TransferTally &m_tally;
-    TransferParts m_parts;
     /// Set once a server has turned out not to take or give archives.
     bool m_isRefused = false;
 };

@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "transfers/TransferGate.h"
+#include "transfers/TransferParts.h"
+#include "transfers/TransferRequest.h"
+
+namespace moorix {
+
+/// What the ways in which one transfer carries its files have in common. All of it outlives them.
+class TransferWay
+{
+public:
+    TransferWay(const TransferRequest &request, const TransferRoute &route, TransferLink &link, TransferGate &gate,
+                TransferTally &tally)
+        : m_request(request)
+        , m_route(route)
+        , m_link(link)
+        , m_gate(gate)
+        , m_tally(tally)
+        , m_parts(route, link, tally)
+    {
+    }
+    Q_DISABLE_COPY_MOVE(TransferWay)
+
+protected:
+    ~TransferWay() = default;
+
+    /// The server at one of the ends; of two servers, the source.
+    RemoteFileService &server() const;
+
+    const TransferRequest &m_request;
+    const TransferRoute &m_route;
+    TransferLink &m_link;
+    TransferGate &m_gate;
+    TransferTally &m_tally;
+    TransferParts m_parts;
+};
+
+} // namespace moorix
