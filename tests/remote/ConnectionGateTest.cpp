@@ -6,6 +6,7 @@
 #include <QTest>
 
 #include <atomic>
+#include <future>
 #include <latch>
 #include <thread>
 #include <vector>
@@ -13,6 +14,7 @@
 using namespace moorix;
 using namespace Qt::StringLiterals;
 using namespace moorix::test;
+using namespace std::chrono_literals;
 
 class ConnectionGateTest final : public QObject
 {
@@ -49,47 +51,29 @@ private slots:
     void waitingEndsWithAPlaceOrACancel()
     {
         ConnectionGate gate;
-        const auto cold = [] { return false; };
-        std::stop_source source;
-        std::atomic<int> entered = 0;
-        std::atomic<bool> wasCancelled = false;
-        std::jthread waiting;
-        std::jthread cancelled;
-        {
-            const auto place = gate.enter(u"h"_s, cold, neverStops);
-            const auto other = gate.enter(u"another host"_s, cold, neverStops);
-            waiting = std::jthread([&] {
-                const auto later = gate.enter(u"h"_s, cold, neverStops);
-                ++entered;
-            });
-            cancelled = std::jthread([&] {
-                try {
-                    const auto never = gate.enter(u"h"_s, cold, source.get_token());
-                } catch (const Cancelled &) {
-                    wasCancelled = true;
-                }
-            });
-            source.request_stop();
-            cancelled.join();
-            QVERIFY(wasCancelled);
-            QCOMPARE(entered.load(), 0);
-        }
-        waiting.join();
-        QCOMPARE(entered.load(), 1);
-    }
-
-    void placesOpenUpOnceTheConnectionIsShared()
-    {
-        ConnectionGate gate;
         std::atomic<bool> isWarm = false;
-        const auto first = gate.enter(
-            u"h"_s, [&] { return isWarm.load(); }, neverStops);
-        std::jthread waiting([&] {
-            const auto second = gate.enter(
-                u"h"_s, [&] { return isWarm.load(); }, neverStops);
-        });
+        const auto askIsWarm = [&isWarm] { return isWarm.load(); };
+        const auto enter = [&](const std::stop_token &stop) {
+            return std::async(std::launch::async,
+                              [&, stop] { const auto place = gate.enter(u"h"_s, askIsWarm, stop); });
+        };
+        std::future<void> later;
+        {
+            const auto place = gate.enter(u"h"_s, askIsWarm, neverStops);
+            const auto elsewhere = gate.enter(u"another host"_s, askIsWarm, neverStops);
+            std::stop_source source;
+            auto cancelled = enter(source.get_token());
+            later = enter(neverStops);
+            source.request_stop();
+            QVERIFY_THROWS_EXCEPTION(Cancelled, cancelled.get());
+            QVERIFY(later.wait_for(0s) == std::future_status::timeout);
+        }
+        later.get();
+        const auto place = gate.enter(u"h"_s, askIsWarm, neverStops);
+        later = enter(neverStops);
+        // The connection is shared from now on.
         isWarm = true;
-        waiting.join();
+        later.get();
     }
 };
 

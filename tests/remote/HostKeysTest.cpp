@@ -42,6 +42,10 @@ private slots:
         service.connect(neverStops);
         service.disconnect();
         QCOMPARE(HostKeys::knownFingerprints(server, *clients, neverStops), offered);
+        // Behind what has no line end of its own, a key stands on a line of its own.
+        putFile(sshd.knownHostsPath(), "# by hand");
+        HostKeys::trust(server, offered, *clients, neverStops);
+        QCOMPARE(HostKeys::knownFingerprints(server, *clients, neverStops), offered);
     }
 
     void changedKeyIsRefusedUntilItIsConfirmedAndReplacesNoOther_data()

@@ -15,22 +15,21 @@ using namespace moorix::SFTPQuoting;
 
 namespace {
 
-/// What the client prints for `commands`, run against this machine's own files.
-QString localSftp(const QStringList &commands)
+ProcessResult run(const QString &program, const QStringList &arguments, const QByteArray &input = {})
 {
     ProcessRequest request;
-    request.program = u"/usr/bin/sftp"_s;
-    request.arguments = QStringList{u"-D"_s, u"/usr/lib/openssh/sftp-server"_s};
-    request.standardInput = commands.join(u'\n').toUtf8() + '\n';
-    return QString::fromUtf8(SystemProcessRunner().run(request, neverStops).standardError);
+    request.program = program;
+    request.arguments = arguments;
+    request.standardInput = input;
+    return SystemProcessRunner().run(request, neverStops);
 }
 
-QByteArray shell(const QString &command)
+/// What the client complains of in a command that is run against this machine's own files.
+QString complaint(const QString &command)
 {
-    ProcessRequest request;
-    request.program = u"/bin/sh"_s;
-    request.arguments = QStringList{u"-c"_s, command};
-    return SystemProcessRunner().run(request, neverStops).standardOutput;
+    const ProcessResult result =
+        run(u"/usr/bin/sftp"_s, {u"-D"_s, u"/usr/lib/openssh/sftp-server"_s}, command.toUtf8() + '\n');
+    return QString::fromUtf8(result.standardError).section(u"sftp-server.\n"_s, 1);
 }
 
 } // namespace
@@ -53,7 +52,8 @@ private slots:
     void shellGetsExactlyTheName()
     {
         QFETCH(QString, name);
-        QCOMPARE(shell(u"printf %s "_s + shellPath(u'/' + name)), '/' + name.toUtf8());
+        const QString command = u"printf %s "_s + shellPath(u'/' + name);
+        QCOMPARE(run(u"/bin/sh"_s, {u"-c"_s, command}).standardOutput, '/' + name.toUtf8());
     }
 
     void clientActsOnExactlyTheName_data() { oddNames(); }
@@ -64,12 +64,11 @@ private slots:
         const QTemporaryDir folder;
         const QDir dir(folder.path());
         const QString path = folder.path() + u'/' + name;
-        const auto said = [](const QString &command) { return localSftp({command}).section(u"sftp-server.\n"_s, 1); };
-        QCOMPARE(said(u"mkdir "_s + sftpPath(path)), QString());
+        QCOMPARE(complaint(u"mkdir "_s + sftpPath(path)), QString());
         QCOMPARE(dir.entryList(QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot), QStringList{name});
-        QCOMPARE(said(u"ls -l "_s + sftpListPath(path)), QString());
-        QCOMPARE(said(u"rename "_s + sftpPath(path) + u' ' + sftpPath(path + u'2')), QString());
-        QCOMPARE(said(u"rmdir "_s + sftpPath(path + u'2')), QString());
+        QCOMPARE(complaint(u"ls -l "_s + sftpListPath(path)), QString());
+        QCOMPARE(complaint(u"rename "_s + sftpPath(path) + u' ' + sftpPath(path + u'2')), QString());
+        QCOMPARE(complaint(u"rmdir "_s + sftpPath(path + u'2')), QString());
         QVERIFY(dir.isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot));
     }
 

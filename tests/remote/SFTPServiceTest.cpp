@@ -1,10 +1,23 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "remote/SFTPService.h"
+#include "remote/ControlSocket.h"
+#include "support/DelayProxy.h"
 #include "support/FakeProcessRunner.h"
+#include "support/FileServiceContract.h"
 #include "support/Shorthand.h"
 #include "support/TestMain.h"
+#include "support/TestServer.h"
+#include "support/TestTree.h"
 
+#include <QDir>
 #include <QTest>
+
+#include <future>
+
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 using namespace moorix;
 using namespace Qt::StringLiterals;
@@ -12,133 +25,366 @@ using namespace moorix::test;
 
 namespace {
 
-ServerConnection record()
+/// Ends the test function, so it cannot be a function itself.
+#define NEED_ACCOUNTS()                                                                                                \
+    if (!m_sshd->hasAccounts())                                                                                        \
+    QSKIP("Only root can give the test server accounts.")
+
+constexpr qint64 largeFileBytes = 24 * 1024 * 1024;
+
+ConnectionCredentials withPassword(const QString &password = TestServer::password())
 {
-    ServerConnection server;
-    server.host = u"host.example"_s;
-    server.username = u"ada"_s;
-    server.port = 2200;
-    server.authMethod = AuthMethod::agent;
-    return server;
+    ConnectionCredentials secrets;
+    secrets.password = password;
+    return secrets;
 }
 
-using Operation = std::function<void(SFTPService &)>;
-
-const QString longFolder = u'/' + QString(700, u'x');
-
-FileItem folder(const QString &path)
+/// Clients this program has started and that still run.
+qsizetype runningClients()
 {
-    FileItem item;
-    item.path = path;
-    item.isDirectory = true;
-    return item;
+    return childrenNamed("sftp").size() + childrenNamed("ssh").size();
 }
 
-const QByteArray home = "sftp> pwd\nRemote working directory: /home/ada\n";
-
-/// Answers like an empty server on which everything succeeds.
-ProcessResult emptyServer(const ProcessRequest &request)
-{
-    if (request.standardInput.startsWith("pwd"))
-        return FakeProcessRunner::success(home);
-    if (request.standardInput.startsWith("ls -la") && request.standardInput.contains("{,}"))
-        return {0, false, "sftp> quit\n", "Connected to h.\nCan't ls: \"x\" not found\r\n"};
-    if (request.standardInput.contains("ls -la"))
-        return FakeProcessRunner::success("drwxr-xr-x    ? a b 1 Mar  1 10:00 .\n");
-    return FakeProcessRunner::success();
-}
+enum class End { reached, serverDies, lineBreaks, cancelled };
 
 } // namespace
 
-Q_DECLARE_METATYPE(Operation)
-
-/// What the service asks the clients to do, to the character; how they really answer is RealServerTest's.
+/// The service against a real sshd through the real clients, and what goes wrong on the way. Whatever happened, no
+/// secret and no client stays.
 class SFTPServiceTest final : public QObject
 {
     Q_OBJECT
 
 private slots:
+    void initTestCase()
+    {
+        m_sshd = std::make_shared<TestServer>();
+        m_clients = std::make_shared<IsolatedClients>(m_sshd->knownHostsPath());
+    }
+
+    void cleanupTestCase() { m_sshd.reset(); }
+
     void init()
     {
-        m_clients = std::make_shared<FakeProcessRunner>(emptyServer);
-        m_service = std::make_unique<SFTPService>(record(), ConnectionCredentials(), m_clients);
+        m_folder = std::make_unique<QTemporaryDir>(m_sshd->sharedPath() + u"/t-XXXXXX"_s);
+        QFile::setPermissions(m_folder->path(), QFile::Permissions(0x7777));
+        m_temporary = std::make_unique<QTemporaryDir>();
+        qputenv("TMPDIR", m_temporary->path().toUtf8());
     }
 
-    void operationsSendTheirLine_data()
+    void cleanup()
     {
-        QTest::addColumn<Operation>("operation");
-        const auto row = [](const char *line, const Operation &operation) { QTest::newRow(line) << operation; };
-        row("ls -l \"/d\"", [](auto &s) { s.list(u"/d"_s, HiddenFiles::asTheSourceDoes, neverStops); });
-        row("ls -la \"/d\"", [](auto &s) { s.list(u"/d"_s, HiddenFiles::included, neverStops); });
-        row(qPrintable(u"cd \"%1\"\nls -la"_s.arg(longFolder)),
-            [](auto &s) { s.list(longFolder, HiddenFiles::included, neverStops); });
-        row("ssh: rm -rf \"/d/f \\\"x\\\"\"", [](auto &s) { s.remove(folder(u"/d/f \"x\""_s), neverStops); });
-        row("ssh: chmod -R 755 \"/d\"",
-            [](auto &s) { s.setPermissions(u"/d"_s, u"755"_s, Recursive::yes, neverStops); });
-        row("get \"/d\" \"/l\"", [](auto &s) { s.download(u"/d"_s, u"/l"_s, {}, neverStops); });
-        row("get -p \"/d\" \"/l\"", [](auto &s) { s.download(u"/d"_s, u"/l"_s, {true, {}}, neverStops); });
-        row("put -p \"/l\" \"/d\"", [](auto &s) { s.upload(u"/l"_s, u"/d"_s, {true, {}}, neverStops); });
-        row("ssh: cp -r \"/d\" '/$e'", [](auto &s) { s.copyRemote(u"/d"_s, u"/$e"_s, neverStops); });
-        row("rename \"/d\" \"/e\"", [](auto &s) { s.moveRemote(u"/d"_s, u"/e"_s, neverStops); });
+        for (const auto &service : m_services)
+            service->disconnect();
+        m_services.clear();
+        qunsetenv("TMPDIR");
+        QCOMPARE(QDir(m_temporary->path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList());
+        QCOMPARE(runningClients(), 0);
     }
 
-    void operationsSendTheirLine()
+    void hiddenFilesAreListedOnRequestOnly()
     {
-        QFETCH(Operation, operation);
-        m_service->connect(neverStops);
-        QCOMPARE(m_clients->requests().constLast().environment->value(u"LC_CTYPE"_s), u"C.UTF-8"_s);
-        operation(*m_service);
-        QByteArrayList sent;
-        for (const ProcessRequest &request : m_clients->requests()) {
-            const bool isShell = request.program == u"/usr/bin/ssh"_s;
-            sent << (isShell ? "ssh: " + request.arguments.last().toUtf8() : request.standardInput);
+        putFile(at("new"), "x");
+        putFile(at(".hidden"), "x");
+        QCOMPARE(namesOf(connected().list(m_folder->path(), HiddenFiles::asTheSourceDoes, neverStops)),
+                 QStringList{u"new"_s});
+    }
+
+    // The names that `sftp`, a shell and `ls` would each misread; the others pass through the tests of quoting.
+    void contractOfFileServicesHolds_data()
+    {
+        FileServiceContract::addRows({u"a\\b"_s, u"{a,b}"_s, u"$(touch x)"_s, u" *?[ab]'q\"#`id`;!$x\\ ü -> b"_s});
+    }
+
+    void contractOfFileServicesHolds() { FileServiceContract::runRow({connected(), m_folder->path()}); }
+
+    void failuresInsideABatchAreThrown()
+    {
+        SFTPService &service = connected();
+        const QString none = at("none");
+        FileItem item;
+        item.path = none;
+        const std::function<void()> onNothing[] = {
+            [&] { service.remove(item, neverStops); },
+            [&] { service.list(none, HiddenFiles::asTheSourceDoes, neverStops); },
+            [&] { service.read(none, neverStops); },
+            [&] { service.createDirectory(none + u"/x"_s, neverStops); },
+            [&] { service.setPermissions(none, u"644"_s, Recursive::no, neverStops); },
+            [&] { service.rename(item, u"other"_s, neverStops); }};
+        for (const auto &action : onNothing) {
+            QCOMPARE(messageOf(action), u"Not found: "_s + none);
+            QVERIFY(caseOf(action) == FileServiceError::Case::notFound);
         }
-        const QByteArray line(QTest::currentDataTag());
-        QVERIFY2(sent.contains(line.startsWith("ssh: ") ? line : line + "\nquit\n"), sent.join('\n').constData());
+        const std::pair<QString, std::function<void()>> others[] = {
+            {u"the server refused it without a reason."_s,
+             [&] { service.createDirectory(m_folder->path(), neverStops); }},
+            {u"No such file or directory"_s, [&] { service.write("x", none + u"/x"_s, neverStops); }},
+            {u"No such file or directory"_s, [&] { service.upload(none, at("x"), {}, neverStops); }},
+            {u"“%1” could not be copied"_s.arg(none), [&] { service.copyRemote(none, at("x"), neverStops); }}};
+        for (const auto &[words, action] : others)
+            QVERIFY2(messageOf(action).contains(words), qPrintable(messageOf(action)));
     }
 
     void failedClientIsAFailedConnection()
     {
-        const auto messageAfter = [](const ProcessResult &result) {
-            SFTPService service(record(), {},
-                                std::make_shared<FakeProcessRunner>([=](const ProcessRequest &) { return result; }));
-            const QString message = messageOf([&] { service.connect(neverStops); });
-            return service.isConnected() ? u"connected"_s : message;
+        const auto messageAfter = [this](const ProcessResult &end) {
+            SFTPService service(m_sshd->connection(), {},
+                                std::make_shared<FakeProcessRunner>([end](const ProcessRequest &) { return end; }));
+            return messageOf([&] { service.connect(neverStops); });
         };
         QCOMPARE(messageAfter({255, false, {}, " something new \r\n"}), u"Could not connect: something new"_s);
         QCOMPARE(messageAfter({255, false, {}, {}}), u"Could not connect: sftp exited with code 255"_s);
         QCOMPARE(messageAfter({9, true, {}, {}}),
                  u"Could not connect: sftp was ended by signal 9; the connection was probably lost"_s);
-        QVERIFY(messageAfter(FakeProcessRunner::success("?\n")).startsWith(u"Could not connect"_s)); // names no home
+        // Names no home.
+        QVERIFY(messageAfter({0, false, "?\nsftp> quit\n", {}}).startsWith(u"Could not connect"_s));
     }
 
     void nothingIsDoneWithoutAConnection()
     {
-        const auto list = [this] { m_service->list(u"/"_s, HiddenFiles::included, neverStops); };
-        QVERIFY(caseOf(list) == FileServiceError::Case::notConnected);
-        m_service->connect(neverStops);
-        QVERIFY(!caseOf(list));
-        m_service->disconnect();
-        QVERIFY(caseOf(list) == FileServiceError::Case::notConnected);
+        SFTPService &service = connected();
+        service.disconnect();
+        QVERIFY(caseOf([&] { service.list(u"/"_s, HiddenFiles::included, neverStops); }) ==
+                FileServiceError::Case::notConnected);
+        service.connect(neverStops);
+        QCOMPARE(service.defaultDirectory(neverStops), QDir::homePath());
     }
 
     void refusedPathsStartNoProcess()
     {
-        m_service->connect(neverStops);
-        const auto started = m_clients->requests().size();
-        const FileItem item = folder(u"/a\nb"_s);
-        QCOMPARE(messageOf([&] { m_service->remove(item, neverStops); }),
-                 u"Path contains invalid control characters."_s);
+        const auto started = [this] {
+            return m_clients->runs(u"/usr/bin/sftp"_s) + m_clients->runs(u"/usr/bin/ssh"_s);
+        };
+        SFTPService &service = connected();
+        const int before = started();
+        FileItem item;
+        item.path = u"/a\nb"_s;
+        QCOMPARE(messageOf([&] { service.remove(item, neverStops); }), u"Path contains invalid control characters."_s);
         const QString longPath = u'/' + QString(2040, u'x');
-        QVERIFY(messageOf([&] { m_service->createDirectory(longPath, neverStops); }).contains(u"this one has 2049"_s));
-        QVERIFY(!messageOf([&] { m_service->rename(item, u"a/b"_s, neverStops); }).isEmpty());
-        QVERIFY(!messageOf([&] { m_service->setPermissions(u"/a"_s, u"u+x"_s, Recursive::no, neverStops); }).isEmpty());
-        QCOMPARE(m_clients->requests().size(), started);
+        QVERIFY(messageOf([&] { service.createDirectory(longPath, neverStops); }).contains(u"this one has 2049"_s));
+        QVERIFY(!messageOf([&] { service.rename(item, u"a/b"_s, neverStops); }).isEmpty());
+        QVERIFY(!messageOf([&] { service.setPermissions(u"/a"_s, u"u+x"_s, Recursive::no, neverStops); }).isEmpty());
+        QCOMPARE(started(), before);
+    }
+
+    void wrongPasswordIsTriedOnceAndExplained()
+    {
+        NEED_ACCOUNTS();
+        SFTPService &service = make(m_sshd->connectionByPassword(TestServer::user()), withPassword(u"no"_s));
+        const QString message = messageOf([&] { service.connect(neverStops); });
+        QVERIFY2(message.startsWith(u"Could not connect: 127.0.0.1 did not accept the login of "
+                                    "“moorix-test”. Check user name and password, or the key.\n"_s),
+                 qPrintable(message));
+        QCOMPARE(message.count(u"Permission denied"_s), 1);
+    }
+
+    void passphraseThatOpensNoKeyIsNeverOfferedAsPassword()
+    {
+        NEED_ACCOUNTS();
+        ServerConnection server = m_sshd->connectionByPassword(TestServer::user());
+        server.authMethod = AuthMethod::privateKeyFile;
+        server.privateKeyPath = m_sshd->encryptedKeyPath();
+        ConnectionCredentials secrets;
+        secrets.passphrase = TestServer::password();
+        const int before = m_clients->runs(u"/usr/bin/sftp"_s);
+        const QString message = messageOf([&] { make(server, secrets).connect(neverStops); });
+        QVERIFY2(message.startsWith(u"Authentication failed: the passphrase does not open the key."_s),
+                 qPrintable(message));
+        QCOMPARE(m_clients->runs(u"/usr/bin/sftp"_s), before);
+        secrets.passphrase = TestServer::passphrase();
+        make(server, secrets).connect(neverStops);
+    }
+
+    void pastedKeyOpensTheAccountAndIsGoneAfterwards()
+    {
+        ServerConnection server = m_sshd->connection();
+        server.authMethod = AuthMethod::privateKeyPasted;
+        ConnectionCredentials secrets;
+        secrets.privateKeyText = QString::fromUtf8(contentOf(m_sshd->keyPath()));
+        connected(server, secrets).list(u"/"_s, HiddenFiles::asTheSourceDoes, neverStops);
+    }
+
+    void accountWithoutShellCopiesChangesAndDeletesFolders_data()
+    {
+        FileServiceContract::addRows({u"in\\ner"_s}, {u"trees are copied, moved and removed whole"_s,
+                                                      u"permissions are set on the item or the tree"_s});
+    }
+
+    void accountWithoutShellCopiesChangesAndDeletesFolders()
+    {
+        NEED_ACCOUNTS();
+        FileServiceContract::runRow({connectedAs(TestServer::userWithoutShell()), m_folder->path()});
+    }
+
+    void modeOfATreeWithoutShellPassesLinksBy()
+    {
+        NEED_ACCOUNTS();
+        SFTPService &service = connectedAs(TestServer::userWithoutShell());
+        putFile(at("outside"), "kept");
+        service.createDirectory(at("tree"), neverStops);
+        QVERIFY(QFile::link(at("outside"), at("tree/link")));
+        service.setPermissions(at("tree"), u"700"_s, Recursive::yes, neverStops);
+        QVERIFY(!(QFile::permissions(at("tree")) & QFile::ReadOther));
+        QVERIFY(QFile::permissions(at("outside")) & QFile::ReadOther);
+    }
+
+    void foldersThatMayNotBeReadSayWhy()
+    {
+        NEED_ACCOUNTS();
+        SFTPService &service = connectedAs(TestServer::user());
+        QVERIFY(QDir(m_folder->path()).mkdir(u"locked"_s));
+        putFile(at("locked/file"), "x");
+        const auto messageWithMode = [&](int mode) {
+            QFile::setPermissions(at("locked"), QFile::Permissions(mode));
+            return messageOf([&] { service.list(at("locked"), HiddenFiles::asTheSourceDoes, neverStops); });
+        };
+        QVERIFY(messageWithMode(0x7700).contains(u"could not be listed: permission denied."_s));
+        QVERIFY(messageWithMode(0x7744).contains(u"may not enter this folder"_s));
+        QCOMPARE(messageWithMode(0x7755), QString());
+    }
+
+    void linksLeftOutOfATreeAreReported()
+    {
+        SFTPService &service = connected();
+        QVERIFY(QDir(m_folder->path()).mkdir(u"tree"_s));
+        putFile(at("tree/file"), "1");
+        QVERIFY(QFile::link(u"file"_s, at("tree/link")));
+        const QString down = messageOf([&] { service.downloadRecursive(at("tree"), at("down"), neverStops); });
+        QVERIFY2(down.startsWith(u"Copied without"_s) && down.contains(at("tree/link")), qPrintable(down));
+        QVERIFY(QFileInfo::exists(at("down/file")));
+        const QString up = messageOf([&] { service.uploadRecursive(at("tree"), at("up"), neverStops); });
+        QVERIFY2(up.startsWith(u"Copied without"_s), qPrintable(up));
+        QVERIFY(QFileInfo::exists(at("up/file")));
+    }
+
+    void transferMeetsItsEndHalfway_data()
+    {
+        QTest::addColumn<bool>("isUpload");
+        QTest::addColumn<End>("end");
+        QTest::newRow("upload goes on") << true << End::reached;
+        QTest::newRow("download goes on") << false << End::reached;
+        QTest::newRow("server dies during an upload") << true << End::serverDies;
+        QTest::newRow("line breaks during a download") << false << End::lineBreaks;
+        QTest::newRow("upload is cancelled") << true << End::cancelled;
+    }
+
+    void transferMeetsItsEndHalfway()
+    {
+        QFETCH(bool, isUpload);
+        QFETCH(End, end);
+        const auto sshd = end == End::serverDies ? std::make_shared<TestServer>() : m_sshd;
+        DelayProxy proxy(sshd->port());
+        ServerConnection server = sshd->connection();
+        server.port = proxy.port();
+        SFTPService &service = connected(server);
+        putFile(at("large"), QByteArray(largeFileBytes, 'x'));
+        std::atomic<qint64> last = 0;
+        std::atomic<bool> isSound = true;
+        const RemoteTransferOptions options{false, [&](qint64 bytes) {
+                                                isSound = isSound && bytes >= last && bytes <= largeFileBytes;
+                                                last = bytes;
+                                            }};
+        std::stop_source source;
+        auto transfer = std::async(std::launch::async, [&] {
+            isUpload ? service.upload(at("large"), at("target"), options, source.get_token())
+                     : service.download(at("large"), at("target"), options, source.get_token());
+        });
+        const qint64 before = proxy.bytesPassed();
+        QTRY_VERIFY(proxy.bytesPassed() - before > largeFileBytes / 4);
+        proxy.stall();
+        QTRY_VERIFY(last > 0 && runningClients() > 0);
+        if (end == End::cancelled) {
+            source.request_stop();
+            QVERIFY_THROWS_EXCEPTION(Cancelled, transfer.get());
+            return;
+        }
+        if (end == End::serverDies)
+            sshd->kill();
+        if (end == End::lineBreaks)
+            proxy.cut();
+        proxy.resume();
+        const QString message = messageOf([&] { transfer.get(); });
+        QVERIFY(isSound);
+        if (end == End::reached)
+            QVERIFY(message.isEmpty() && QFileInfo(at("target")).size() == largeFileBytes);
+        else
+            QVERIFY2(message.startsWith(u"Could not connect: the connection to 127.0.0.1 was lost."_s),
+                     qPrintable(message));
+    }
+
+    void cancelledLoginLeavesNoProcess()
+    {
+        NEED_ACCOUNTS();
+        DelayProxy proxy(m_sshd->port());
+        proxy.stall();
+        ServerConnection server = m_sshd->connectionByPassword(TestServer::user());
+        server.port = proxy.port();
+        SFTPService &service = make(server, withPassword());
+        std::stop_source source;
+        auto login = std::async(std::launch::async, [&] { service.connect(source.get_token()); });
+        QTRY_VERIFY(runningClients() == 2);
+        source.request_stop();
+        QVERIFY_THROWS_EXCEPTION(Cancelled, login.get());
+    }
+
+    void twoUsersOfOneRecordNeverShareAConnection()
+    {
+        NEED_ACCOUNTS();
+        ServerConnection server = m_sshd->connection();
+        connected(server);
+        QVERIFY(ControlSocket::isPresent(server));
+        server.username = TestServer::user();
+        SFTPService &second = connected(server);
+        QVERIFY(second.defaultDirectory(neverStops).endsWith(u'/' + TestServer::user()));
+        second.write("x", at("whose"), neverStops);
+        QVERIFY(QFileInfo(at("whose")).ownerId() != ::getuid());
+    }
+
+    void socketOfSomebodyElseIsNeverUsed()
+    {
+        NEED_ACCOUNTS();
+        const ServerConnection server = m_sshd->connection();
+        const QByteArray path = QFile::encodeName(ControlSocket::path(server));
+        const int trap = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        sockaddr_un address = {};
+        address.sun_family = AF_UNIX;
+        std::copy(path.begin(), path.end(), address.sun_path);
+        QVERIFY(::bind(trap, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0);
+        QVERIFY(::listen(trap, 1) == 0 && ::chown(path.constData(), 64001, 64001) == 0);
+        QVERIFY(::chmod(path.constData(), 0777) == 0);
+        SFTPService &service = connected(server);
+        QVERIFY(service.isConnected());
+        service.disconnect();
+        QVERIFY(QFile::exists(ControlSocket::path(server)));
+        ::close(trap);
+        ::unlink(path.constData());
     }
 
 private:
-    std::shared_ptr<FakeProcessRunner> m_clients;
-    std::unique_ptr<SFTPService> m_service;
+    QString at(const char *name) const { return m_folder->path() + u'/' + QString::fromUtf8(name); }
+
+    SFTPService &make(const ServerConnection &server, const ConnectionCredentials &secrets = {})
+    {
+        m_services.push_back(std::make_unique<SFTPService>(server, secrets, m_clients));
+        return *m_services.back();
+    }
+    SFTPService &connected(const ServerConnection &server, const ConnectionCredentials &secrets = {})
+    {
+        SFTPService &service = make(server, secrets);
+        service.connect(neverStops);
+        return service;
+    }
+    SFTPService &connected() { return connected(m_sshd->connection()); }
+    SFTPService &connectedAs(const QString &user)
+    {
+        return connected(m_sshd->connectionByPassword(user), withPassword());
+    }
+
+    std::shared_ptr<TestServer> m_sshd;
+    std::shared_ptr<IsolatedClients> m_clients;
+    std::unique_ptr<QTemporaryDir> m_folder;
+    std::unique_ptr<QTemporaryDir> m_temporary;
+    std::vector<std::unique_ptr<SFTPService>> m_services;
 };
 
 MOORIX_TEST(SFTPServiceTest)

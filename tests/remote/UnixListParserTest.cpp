@@ -89,12 +89,12 @@ private slots:
     void rowsTheClientHasCutAreMarked()
     {
         const QString start = u"-rw-r--r--    ? ada staff 1 Mar  1 10:00 /d/"_s;
-        const auto nameOfRow = [&](qsizetype bytes) {
+        const auto pathOfRow = [&](qsizetype bytes) {
             const QString row = start + QString(bytes - start.size(), u'n');
-            return UnixListParser::parse(row, u"/d"_s, now).constFirst().name;
+            return UnixListParser::parse(row, u"/d"_s, now).constFirst().path;
         };
-        QVERIFY(nameOfRow(1022).endsWith(u'n'));
-        QVERIFY(nameOfRow(1023).endsWith(u'…'));
+        QVERIFY(pathOfRow(1022).endsWith(u'n'));
+        QVERIFY(pathOfRow(1023).endsWith(u'…'));
     }
 
     void datesAreReadAsLocalTime()

@@ -3,10 +3,11 @@
 
 #include "base/Error.h"
 #include "files/Format.h"
+#include "files/RemoteFileService.h"
 #include "support/Shorthand.h"
 #include "support/TestTree.h"
 
-#include <QFile>
+#include <QFileInfo>
 #include <QTest>
 
 #include <iterator>
@@ -19,9 +20,6 @@ namespace {
 
 const std::stop_token go;
 
-/// A tree in the service by relative paths in UTF-8: files with their bytes, folders with a slash behind their name.
-using Contents = QMap<QByteArray, QByteArray>;
-
 /// Short words for the rules: paths are relative to the subject's root.
 struct Place : Subject
 {
@@ -31,13 +29,13 @@ struct Place : Subject
     {
         service.setPermissions(path(entry), QLatin1String(octal), recursive, go);
     }
-    void make(const Contents &tree) const
+    void make(const TreeSnapshot &tree) const
     {
         for (auto entry = tree.cbegin(); entry != tree.cend(); ++entry) {
-            if (entry.key().endsWith('/'))
-                service.createDirectory(path(entry.key().chopped(1).constData()), go);
+            if (entry.key().endsWith(u'/'))
+                service.createDirectory(path(entry.key().chopped(1)), go);
             else
-                write(entry.key().constData(), entry.value());
+                write(entry.key(), entry.value());
         }
     }
     FileItem item(const RelPath &relative) const
@@ -47,27 +45,22 @@ struct Place : Subject
             throw Error(u"Test"_s, u"“%1” is not there."_s.arg(relative.text));
         return *found;
     }
-    QMap<QByteArray, FileItem> listed(const RelPath &folder = "") const
+    QMap<QString, FileItem> listed(const RelPath &folder = "") const
     {
-        QMap<QByteArray, FileItem> items;
+        QMap<QString, FileItem> items;
         for (const FileItem &item :
              service.list(folder.text.isEmpty() ? root : path(folder), HiddenFiles::included, go))
-            items.insert(item.name.toUtf8(), item);
+            items.insert(item.name, item);
         return items;
     }
-    QString mode(const char *folder, const char *name) const
+    QString mode(const char *folder, const QString &name) const
     {
         return listed(folder).value(name).permissions.value_or(u"none"_s);
     }
     /// What really lies there, whatever the service says.
-    Contents contents() const
-    {
-        Contents all;
-        const TreeSnapshot tree = snapshotOf(root);
-        for (auto entry = tree.cbegin(); entry != tree.cend(); ++entry)
-            all.insert(entry.key().toUtf8(), entry.value());
-        return all;
-    }
+    TreeSnapshot contents() const { return snapshotOf(root); }
+    /// Null for this machine's own files.
+    RemoteFileService *server() const { return dynamic_cast<RemoteFileService *>(&service); }
 };
 
 void writtenBytesAreReadBack(const Place &at)
@@ -75,29 +68,39 @@ void writtenBytesAreReadBack(const Place &at)
     QByteArray bytes("\r\n\n");
     for (int i = 0; i < 256; ++i)
         bytes += char(i);
-    at.make({{"bytes", bytes + bytes}, {"empty", {}}});
-    QCOMPARE(at.contents(), (Contents{{"bytes", bytes + bytes}, {"empty", {}}}));
+    const TreeSnapshot tree{{u"bytes"_s, bytes + bytes}, {u"empty"_s, {}}};
+    at.make(tree);
+    QCOMPARE(at.contents(), tree);
     QCOMPARE(at.service.read(at.path("bytes"), go), bytes + bytes);
     QCOMPARE(at.service.read(at.path("empty"), go), QByteArray());
+    at.chmod("bytes", "640");
     at.write("bytes", "shorter");
     QCOMPARE(at.service.read(at.path("bytes"), go), QByteArray("shorter"));
+    QCOMPARE(at.mode("", u"bytes"_s), u"rw-r-----"_s);
 }
 
 void listingAndStatTellWhatIsThere(const Place &at)
 {
-    at.make({{"folder/", {}}, {"folder/deep", "not listed"}, {"file.txt", "12345"}, {".hidden", "1"}});
+    at.make({{u"folder/"_s, {}}, {u"folder/deep"_s, "not listed"}, {u"file.txt"_s, "12345"}, {u".hidden"_s, "1"}});
     const auto items = at.listed();
-    QCOMPARE(items.keys(), (QList<QByteArray>{".hidden", "file.txt", "folder"}));
+    QCOMPARE(items.keys(), (QStringList{u".hidden"_s, u"file.txt"_s, u"folder"_s}));
     for (const FileItem &item : items) {
         const FileItem alone = at.item(item.name);
         QCOMPARE(item.path, at.path(item.name));
         QCOMPARE(alone.path, item.path);
         QCOMPARE(item.isDirectory, item.name == u"folder");
         QCOMPARE(alone.isDirectory, item.isDirectory);
+        QVERIFY(qAbs(item.modified->secsTo(QDateTime::currentDateTime())) < 120);
         if (!item.isDirectory)
             QVERIFY(alone.size == item.size && item.size == (item.name == u"file.txt" ? 5 : 1));
     }
-    for (const char *nothing : {"nothing", "folder/nothing"})
+    // So long a path that a client cuts the rows it is told in.
+    QString folder = u"folder"_s;
+    while (folder.size() < 700)
+        at.service.createDirectory(at.path(folder += u'/' + QString(200, u'f')), go);
+    at.write(folder + u"/deep"_s, "1");
+    QCOMPARE(at.listed(folder).keys(), QStringList{u"deep"_s});
+    for (const QString &nothing : {u"nothing"_s, folder + u"/nothing"_s})
         QVERIFY(!at.service.stat(at.path(nothing), go));
 }
 
@@ -114,12 +117,13 @@ void missingEntriesAreRefused(const Place &at)
     QVERIFY_THROWS_EXCEPTION(Error, at.service.move(missing, at.path("new"), go));
     QVERIFY_THROWS_EXCEPTION(Error, at.write("missing/file", "x"));
     QVERIFY_THROWS_EXCEPTION(Error, at.chmod("missing", "644"));
-    QCOMPARE(at.contents(), Contents());
+    QCOMPARE(at.contents(), TreeSnapshot());
 }
 
 void whatStandsAtTheTargetIsNeverReplaced(const Place &at)
 {
-    const Contents tree{{"folder/", {}}, {"empty/", {}}, {"folder/inside", "kept"}, {"a", "first"}, {"b", "second"}};
+    const TreeSnapshot tree{
+        {u"folder/"_s, {}}, {u"empty/"_s, {}}, {u"folder/inside"_s, "kept"}, {u"a"_s, "first"}, {u"b"_s, "second"}};
     at.make(tree);
     for (const char *source : {"a", "folder"}) {
         for (const char *target : {"b", "empty"}) {
@@ -132,41 +136,52 @@ void whatStandsAtTheTargetIsNeverReplaced(const Place &at)
     QVERIFY_THROWS_EXCEPTION(Error, at.service.createDirectory(at.path("a"), go));
     QVERIFY_THROWS_EXCEPTION(Error, at.write("folder", "x"));
     QVERIFY_THROWS_EXCEPTION(Error, at.service.read(at.path("folder"), go));
+    std::vector<RemoteStep> steps{{RemoteStep::Kind::rename, at.path("a"), at.path("b")}};
+    if (at.server()) {
+        at.server()->takeSteps(steps, go);
+        QVERIFY(steps.front().state == RemoteStep::State::failed);
+    }
     QCOMPARE(at.contents(), tree);
 }
 
 void treesAreCopiedMovedAndRemovedWhole(const Place &at)
 {
-    at.make({{"a/", {}}, {"a/empty/", {}}, {"a/in/", {}}, {"a/in/file", "1"}, {"a/.hidden", "2"}, {"a2/", {}}});
+    at.make({{u"a/"_s, {}},
+             {u"a/empty/"_s, {}},
+             {u"a/in/"_s, {}},
+             {u"a/in/file"_s, "1"},
+             {u"a/.hidden"_s, "2"},
+             {u"a2/"_s, {}}});
+    TreeSnapshot expected = at.contents();
     at.service.copy(at.item("a"), at.path("a2/b"), go);
-    at.service.move(at.item("a"), at.path("a2/c"), go);
-    const Contents copy{{"a2/", {}},      {"a2/b/", {}},         {"a2/b/empty/", {}},
-                        {"a2/b/in/", {}}, {"a2/b/in/file", "1"}, {"a2/b/.hidden", "2"}};
-    Contents expected = copy;
-    for (auto entry = copy.cbegin(); entry != copy.cend(); ++entry)
-        expected.insert(QByteArray(entry.key()).replace("2/b/", "2/c/"), entry.value());
+    at.service.move(at.item("a2/b"), at.path("a2/c"), go);
+    for (const QString &entry : expected.keys()) {
+        if (entry.startsWith(u"a/"))
+            expected.insert(u"a2/c/"_s + entry.mid(2), expected.value(entry));
+    }
     QCOMPARE(at.contents(), expected);
-    at.service.remove(at.item("a2/c"), go);
-    QCOMPARE(at.contents(), copy);
+    at.service.remove(at.item("a"), go);
+    at.service.remove(at.item("a2"), go);
+    QCOMPARE(at.contents(), TreeSnapshot());
 }
 
 void permissionsAreSetOnTheItemOrTheTree(const Place &at)
 {
-    at.make({{"folder/", {}}, {"folder/file", "1"}, {"other", "2"}});
+    at.make({{u"folder/"_s, {}}, {u"folder/file"_s, "1"}, {u"other"_s, "2"}});
     at.chmod("other", "644");
     at.chmod("folder/file", "640");
     at.chmod("folder", "711");
-    QCOMPARE(at.mode("folder", "file"), u"rw-r-----"_s);
-    QCOMPARE(at.mode("", "folder"), u"rwx--x--x"_s);
+    QCOMPARE(at.mode("folder", u"file"_s), u"rw-r-----"_s);
+    QCOMPARE(at.mode("", u"folder"_s), u"rwx--x--x"_s);
     at.chmod("folder", "750", Recursive::yes);
-    QCOMPARE(at.mode("", "folder"), u"rwxr-x---"_s);
-    QCOMPARE(at.mode("folder", "file"), u"rwxr-x---"_s);
-    QCOMPARE(at.mode("", "other"), u"rw-r--r--"_s);
+    QCOMPARE(at.mode("", u"folder"_s), u"rwxr-x---"_s);
+    QCOMPARE(at.mode("folder", u"file"_s), u"rwxr-x---"_s);
+    QCOMPARE(at.mode("", u"other"_s), u"rw-r--r--"_s);
 }
 
 void stoppedOperationsThrowCancelledAndChangeNothing(const Place &at)
 {
-    const Contents tree{{"folder/", {}}, {"folder/file", "1"}};
+    const TreeSnapshot tree{{u"folder/"_s, {}}, {u"folder/file"_s, "1"}};
     at.make(tree);
     const FileItem folder = at.item("folder");
     std::stop_source source;
@@ -182,7 +197,7 @@ void stoppedOperationsThrowCancelledAndChangeNothing(const Place &at)
 
 void linksAreListedFollowedAndRemovedAsLinks(const Place &at)
 {
-    const Contents tree{{"folder/", {}}, {"folder/file", "12345"}};
+    const TreeSnapshot tree{{u"folder/"_s, {}}, {u"folder/file"_s, "12345"}};
     at.make(tree);
     at.service.createDirectory(at.path("around"), go);
     for (const auto &[link, target] : {std::pair("to folder", "folder"), std::pair("to file", "folder/file"),
@@ -201,22 +216,53 @@ void linksAreListedFollowedAndRemovedAsLinks(const Place &at)
     QCOMPARE(at.contents(), tree);
 }
 
+void filesTravelWithTimesAndModes(const Place &at)
+{
+    if (!at.server())
+        QSKIP("Only servers have files travel.");
+    const TestTree local{{"a", "1"}};
+    const QDateTime then(QDate(2024, 5, 6), QTime(7, 8, 9), Qt::UTC);
+    setTimeAndMode(local.path("a"), then, QFile::Permissions(0x6600));
+    at.server()->upload(local.path("a"), at.path("b"), {true, {}}, go);
+    QCOMPARE(QFileInfo(at.path("b")).lastModified().toUTC(), then);
+    QCOMPARE(at.mode("", u"b"_s), u"rw-------"_s);
+    at.server()->download(at.path("b"), local.path("c"), {true, {}}, go);
+    QCOMPARE(QFileInfo(local.path("c")).lastModified().toUTC(), then);
+}
+
+/// The beginnings differ from those of the sources, which tells what was sent.
+void transfersGoOnWhereTheyBrokeOff(const Place &at)
+{
+    if (!at.server())
+        QSKIP("Only servers have files travel.");
+    const TestTree local{{"whole", "0123456789"}, {"part", "----"}, {"longer", "0123456789x"}};
+    RemoteTransferOptions onwards;
+    onwards.resumes = true;
+    at.make({{u"begun"_s, "----"}, {u"whole"_s, "0123456789"}});
+    at.server()->upload(local.path("whole"), at.path("begun"), onwards, go);
+    QCOMPARE(at.contents().value(u"begun"_s), QByteArray("----456789"));
+    at.server()->download(at.path("whole"), local.path("part"), onwards, go);
+    QCOMPARE(local.read("part"), QByteArray("----456789"));
+    QVERIFY_THROWS_EXCEPTION(Error, at.server()->download(at.path("whole"), local.path("longer"), onwards, go));
+    QCOMPARE(local.read("longer"), QByteArray("0123456789x"));
+}
+
 /// Every operation on an entry whose name means something to a shell, a pattern or a command line treats that entry,
 /// and none of those its name could be taken for.
 void oddName(const Place &at, const QString &name)
 {
-    const Contents bystanders{{"ab", "1"}, {"x", "2"}, {"q", "3"}, {"lead", "4"}, {"a", "5"}, {"b", "6"}, {"u", "7"}};
+    const TreeSnapshot bystanders{{u"ab"_s, "1"}, {u"x"_s, "2"}, {u"q"_s, "3"}, {u"lead"_s, "4"},
+                                  {u"a"_s, "5"},  {u"b"_s, "6"}, {u"u"_s, "7"}};
     for (auto file = bystanders.cbegin(); file != bystanders.cend(); ++file)
-        putFile(at.path(file.key().constData()), file.value());
-    const auto with = [&bystanders](const Contents &added) {
-        Contents all = bystanders;
+        putFile(at.path(file.key()), file.value());
+    const auto with = [&bystanders](const TreeSnapshot &added) {
+        TreeSnapshot all = bystanders;
         all.insert(added);
         return all;
     };
-    const QByteArray key = name.toUtf8();
     at.write(name, "odd");
-    QCOMPARE(at.contents(), with({{key, "odd"}}));
-    QCOMPARE(at.listed().keys(), with({{key, "odd"}}).keys());
+    QCOMPARE(at.contents(), with({{name, "odd"}}));
+    QCOMPARE(at.listed().keys(), with({{name, "odd"}}).keys());
     QCOMPARE(at.service.read(at.path(name), go), QByteArray("odd"));
     QCOMPARE(at.item(name).name, name);
     at.chmod(name, "600");
@@ -224,14 +270,15 @@ void oddName(const Place &at, const QString &name)
     at.service.rename(at.item(name), u"plain"_s, go);
     at.service.rename(at.item("plain"), name, go);
     at.service.copy(at.item(name), at.path("plain"), go);
-    QCOMPARE(at.contents(), with({{key, "changed"}, {"plain", "changed"}}));
+    QCOMPARE(at.contents(), with({{name, "changed"}, {u"plain"_s, "changed"}}));
     at.service.remove(at.item(name), go);
     at.service.createDirectory(at.path(name), go);
     at.service.move(at.item("plain"), at.path(name + u'/' + name), go);
     at.chmod(name, "700", Recursive::yes);
     at.service.copy(at.item(name), at.path("tree"), go);
-    QCOMPARE(at.contents(),
-             with({{key + '/', {}}, {key + '/' + key, "changed"}, {"tree/", {}}, {"tree/" + key, "changed"}}));
+    QCOMPARE(
+        at.contents(),
+        with({{name + u'/', {}}, {name + u'/' + name, "changed"}, {u"tree/"_s, {}}, {u"tree/"_s + name, "changed"}}));
     at.service.remove(at.item(name), go);
     at.service.remove(at.item("tree"), go);
     QCOMPARE(at.contents(), bystanders);
@@ -248,6 +295,8 @@ constexpr std::pair<const char *, Rule> rules[] = {
     {"permissions are set on the item or the tree", permissionsAreSetOnTheItemOrTheTree},
     {"stopped operations throw Cancelled and change nothing", stoppedOperationsThrowCancelledAndChangeNothing},
     {"links are listed, followed and removed as links", linksAreListedFollowedAndRemovedAsLinks},
+    {"files travel with their times and modes", filesTravelWithTimesAndModes},
+    {"transfers go on where they broke off", transfersGoOnWhereTheyBrokeOff},
 };
 
 } // namespace

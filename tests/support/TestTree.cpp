@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/TestTree.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QDirIterator>
-#include <QFile>
 #include <QFileInfo>
 
 namespace moorix::test {
@@ -19,6 +19,14 @@ void putFile(const QString &path, const QByteArray &content)
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
         qFatal("%s could not be written.", qUtf8Printable(path));
+}
+
+void setTimeAndMode(const QString &path, const QDateTime &modified, QFile::Permissions mode)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadWrite) || !file.setFileTime(modified, QFile::FileModificationTime) ||
+        !file.setPermissions(mode))
+        qFatal("%s could not be given its time and mode.", qPrintable(path));
 }
 
 TreeSnapshot snapshotOf(const QString &folder)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QFile>
 #include <QMap>
 #include <QString>
 #include <QTemporaryDir>
@@ -29,6 +30,8 @@ struct RelPath
 QByteArray contentOf(const QString &path);
 /// Creates or replaces a file.
 void putFile(const QString &path, const QByteArray &content);
+/// Of a file: when it was last changed, and who may do what with it.
+void setTimeAndMode(const QString &path, const QDateTime &modified, QFile::Permissions mode);
 
 /// What a tree holds: path → content. Folders end in "/", a symbolic link's content is "-> target".
 using TreeSnapshot = QMap<QString, QByteArray>;

@@ -262,6 +262,8 @@ private slots:
         scene.add("from/a");
         const TransferOutcome outcome = scene.run();
         QCOMPARE(outcome.failures.size(), 1);
+        QVERIFY2(outcome.failures.first().contains(u"write remote"_s), qPrintable(outcome.failures.first()));
+        QVERIFY(m_service->freeSpace(m_sshd->fullDiskPath(), {}).value_or(-1) < 64 * 1024);
         QCOMPARE(m_service->read(old, {}), QByteArray("old"));
         QCOMPARE(m_service->list(m_sshd->fullDiskPath(), HiddenFiles::included, {}).size(), 1);
         QVERIFY(scene.tree.exists("from/a"));
