@@ -48,42 +48,11 @@ private slots:
         QCOMPARE(HostKeys::knownFingerprints(server, *clients, neverStops), offered);
     }
 
-    void changedKeyIsRefusedUntilItIsConfirmedAndReplacesNoOther_data()
-    {
-        QTest::addColumn<bool>("hashesNames");
-        QTest::newRow("plain names") << false;
-        QTest::newRow("hashed names") << true;
-    }
-
     void changedKeyIsRefusedUntilItIsConfirmedAndReplacesNoOther()
     {
-        QFETCH(bool, hashesNames);
         const TestServer sshd;
-        const QByteArray otherKey = contentOf(sshd.keyPath() + u".pub"_s).trimmed();
-        const auto clients = std::make_shared<IsolatedClients>(sshd.knownHostsPath());
-        clients->setHashesKnownHosts(hashesNames);
-        const QByteArray elsewhere = "elsewhere.example " + otherKey;
-        putFile(sshd.knownHostsPath(), known(sshd, otherKey) + '\n' + elsewhere);
-        ServerConnection server = sshd.connection();
-        server.strictHostKeyChecking = true;
-        SFTPService service(server, {}, clients);
-        const QString message = messageOf([&] { service.connect(neverStops); });
-        QVERIFY2(message.startsWith(u"Could not connect: the key of 127.0.0.1 has changed."_s), qPrintable(message));
-
-        const QStringList shown = HostKeys::offeredFingerprints(server, *clients, neverStops);
-        const QStringList before = HostKeys::knownFingerprints(server, *clients, neverStops);
-        QVERIFY(messageOf([&] {
-                    HostKeys::trust(server, before, *clients, neverStops);
-                }).contains(u"now shows other keys"_s));
-        QCOMPARE(HostKeys::knownFingerprints(server, *clients, neverStops), before);
-
-        HostKeys::trust(server, shown, *clients, neverStops);
-        QCOMPARE(HostKeys::knownFingerprints(server, *clients, neverStops), shown);
-        service.connect(neverStops);
-        service.disconnect();
-        const QByteArray text = contentOf(sshd.knownHostsPath());
-        QVERIFY(text.contains(elsewhere + '\n'));
-        QCOMPARE(text.contains("127.0.0.1"), !hashesNames);
+        for (const bool hashesNames : {false, true})
+            checkChangedKey(sshd, hashesNames);
     }
 
     void unreachableHostShowsNoKey()
@@ -122,6 +91,36 @@ private slots:
         }
         QCOMPARE(described.join(u'\n'), u"first=bob@first:22 no key\nweb=ada@web.example:2200 %1\n"
                                         "plain=@plain:22 no key"_s.arg(key));
+    }
+
+private:
+    static void checkChangedKey(const TestServer &sshd, bool hashesNames)
+    {
+        const QByteArray otherKey = contentOf(sshd.keyPath() + u".pub"_s).trimmed();
+        const auto clients = std::make_shared<IsolatedClients>(sshd.knownHostsPath());
+        clients->setHashesKnownHosts(hashesNames);
+        const QByteArray elsewhere = "elsewhere.example " + otherKey;
+        putFile(sshd.knownHostsPath(), known(sshd, otherKey) + '\n' + elsewhere);
+        ServerConnection server = sshd.connection();
+        server.strictHostKeyChecking = true;
+        SFTPService service(server, {}, clients);
+        const QString message = messageOf([&] { service.connect(neverStops); });
+        QVERIFY2(message.startsWith(u"Could not connect: the key of 127.0.0.1 has changed."_s), qPrintable(message));
+
+        const QStringList shown = HostKeys::offeredFingerprints(server, *clients, neverStops);
+        const QStringList before = HostKeys::knownFingerprints(server, *clients, neverStops);
+        QVERIFY(messageOf([&] {
+                    HostKeys::trust(server, before, *clients, neverStops);
+                }).contains(u"now shows other keys"_s));
+        QCOMPARE(HostKeys::knownFingerprints(server, *clients, neverStops), before);
+
+        HostKeys::trust(server, shown, *clients, neverStops);
+        QCOMPARE(HostKeys::knownFingerprints(server, *clients, neverStops), shown);
+        service.connect(neverStops);
+        service.disconnect();
+        const QByteArray text = contentOf(sshd.knownHostsPath());
+        QVERIFY(text.contains(elsewhere + '\n'));
+        QCOMPARE(text.contains("127.0.0.1"), !hashesNames);
     }
 };
 

@@ -59,17 +59,10 @@ private slots:
                  "-o ServerAliveInterval=15 -o ServerAliveCountMax=3 -o ControlMaster=auto "
                  "-o ControlPath=/tmp/moorix-ssh-0A1B2C3D -o ControlPersist=120 -o IdentitiesOnly=yes "
                  "-i /k"_s);
-    }
-
-    void terminalGetsOptionsPortAndDestination()
-    {
-        ServerConnection server = record();
-        server.port = 2200;
         std::optional<QString> key;
-        const QStringList arguments = sshLaunchArgs(server, {}, key).arguments;
-        QCOMPARE(arguments.mid(arguments.size() - 3).join(u' '), u"-p 2200 ada@host.example"_s);
-        QVERIFY(arguments.contains(u"Compression=no"_s));
-        QVERIFY(!arguments.contains(u"ControlMaster=auto"_s));
+        const QString terminal = sshLaunchArgs(server, {}, key).arguments.join(u' ');
+        QVERIFY(terminal.endsWith(u" -p 22 ada@host.example"_s) && terminal.contains(u"Compression=no"_s));
+        QVERIFY(!terminal.contains(u"ControlMaster=auto"_s));
     }
 
     void secretReachesTheClientThroughFilesThatVanish()

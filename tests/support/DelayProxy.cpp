@@ -6,6 +6,7 @@
 #include <QRegularExpression>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <deque>
 #include <list>
@@ -33,11 +34,6 @@ sockaddr_in loopback(quint16 port)
     return address;
 }
 
-int openSocket()
-{
-    return ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-}
-
 struct Listener
 {
     int descriptor;
@@ -46,32 +42,27 @@ struct Listener
     bool takesOne;
 };
 
+/// Bytes that leave at a moment; none at the end.
 struct Parcel
 {
     Clock::time_point due;
-    /// Empty at the end.
     QByteArray bytes;
 };
 
-/// One direction of a connection.
+/// One direction of a connection. Nothing of it leaves before `opened`.
 struct Way
 {
     int from;
     int to;
-    bool isReplies;
+    bool offersPorts;
+    Clock::time_point opened;
     std::deque<Parcel> onTheWay = {};
     qsizetype bytesOnTheWay = 0;
     bool hasSeenEnd = false;
     bool isOver = false;
 };
 
-struct Connection
-{
-    Listener origin;
-    Clock::time_point made;
-    Way there;
-    Way back;
-};
+using Connection = std::array<Way, 2>;
 
 } // namespace
 
@@ -96,7 +87,7 @@ public:
 
     quint16 listen(quint16 targetPort, DelayProxy::Speaks speaks, bool takesOne)
     {
-        const int listener = openSocket();
+        const int listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
         sockaddr_in address = loopback(0);
         socklen_t size = sizeof address;
         auto *const generic = reinterpret_cast<sockaddr *>(&address);
@@ -115,13 +106,13 @@ public:
             const bool isCut = m_cutsDone != m_proxy.m_cuts;
             m_cutsDone = m_proxy.m_cuts;
             m_connections.remove_if([&](Connection &connection) {
-                for (Way *way : {&connection.there, &connection.back}) {
+                for (Way &way : connection) {
                     if (m_proxy.m_isStalled)
                         continue;
-                    take(connection, *way);
-                    deliver(*way);
+                    take(way);
+                    deliver(way);
                 }
-                const bool isOver = isCut || (connection.there.isOver && connection.back.isOver);
+                const bool isOver = isCut || (connection[0].isOver && connection[1].isOver);
                 if (isOver)
                     close(connection);
                 return isOver;
@@ -132,67 +123,60 @@ public:
 private:
     static void close(const Connection &connection)
     {
-        ::close(connection.there.from);
-        ::close(connection.there.to);
+        for (const Way &way : connection)
+            ::close(way.from);
     }
 
+    /// For bytes or a connection that come, or until those on the way may be due.
     void wait() const
     {
-        const auto now = Clock::now();
-        auto wake = now + std::chrono::milliseconds(20);
         std::vector<pollfd> descriptors;
         for (const Listener &listener : m_listeners)
             descriptors.push_back({listener.descriptor, POLLIN, 0});
+        bool isBusy = false;
         for (const Connection &connection : m_connections) {
-            for (const Way *way : {&connection.there, &connection.back}) {
-                if (m_proxy.m_isStalled)
-                    continue;
-                if (!way->hasSeenEnd && way->bytesOnTheWay < m_windowBytes)
-                    descriptors.push_back({way->from, POLLIN, 0});
-                if (way->onTheWay.empty())
-                    continue;
-                wake = std::min(wake, std::max(now, way->onTheWay.front().due));
-                if (way->onTheWay.front().due <= now)
-                    descriptors.push_back({way->to, POLLOUT, 0});
+            for (const Way &way : connection) {
+                if (!m_proxy.m_isStalled && !way.hasSeenEnd && way.bytesOnTheWay < m_windowBytes)
+                    descriptors.push_back({way.from, POLLIN, 0});
+                isBusy = isBusy || !way.onTheWay.empty();
             }
         }
-        const bool isDue = wake <= now;
-        const auto pause = std::chrono::duration_cast<std::chrono::nanoseconds>(
-            isDue ? Clock::duration(std::chrono::milliseconds(20)) : wake - now);
-        const timespec timeout{0, pause.count()};
-        ::ppoll(descriptors.data(), descriptors.size(), &timeout, nullptr);
+        const timespec longest{0, isBusy ? 200'000 : 20'000'000};
+        ::ppoll(descriptors.data(), descriptors.size(), &longest, nullptr);
     }
 
     void accept()
     {
-        const auto connect = [this](const Listener &listener) {
-            pollfd waiting = {listener.descriptor, POLLIN, 0};
-            if (::poll(&waiting, 1, 0) <= 0)
-                return false;
+        // Those that are added meanwhile have their turn the next time.
+        for (const Listener &listener : std::vector<Listener>(m_listeners)) {
             const int client = ::accept4(listener.descriptor, nullptr, nullptr, SOCK_CLOEXEC);
-            const int server = openSocket();
-            const int yes = 1;
-            for (const int descriptor : {client, server})
-                ::setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &yes, sizeof yes);
-            sockaddr_in address = loopback(listener.targetPort);
-            if (::connect(server, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0) {
-                m_connections.push_back({listener, Clock::now(), {client, server, false}, {server, client, true}});
-            } else {
-                ::close(client);
-                ::close(server);
-            }
-            return listener.takesOne;
-        };
-        const std::vector<Listener> listeners = m_listeners;
-        for (const Listener &listener : listeners) {
-            if (!connect(listener))
+            if (client < 0)
+                continue;
+            connect(client, listener);
+            if (!listener.takesOne)
                 continue;
             ::close(listener.descriptor);
             std::erase_if(m_listeners, [&](const Listener &other) { return other.descriptor == listener.descriptor; });
         }
     }
 
-    void take(const Connection &connection, Way &way)
+    void connect(int client, const Listener &listener)
+    {
+        const int server = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        const int yes = 1;
+        for (const int descriptor : {client, server})
+            ::setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &yes, sizeof yes);
+        sockaddr_in address = loopback(listener.targetPort);
+        const auto opened = Clock::now() + m_roundTrip;
+        const Connection connection{Way{client, server, false, opened},
+                                    Way{server, client, listener.speaks == DelayProxy::Speaks::ftp, opened}};
+        if (::connect(server, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0)
+            m_connections.push_back(connection);
+        else
+            close(connection);
+    }
+
+    void take(Way &way)
     {
         while (!way.hasSeenEnd && way.bytesOnTheWay < m_windowBytes) {
             QByteArray bytes(std::min<qsizetype>(256 * 1024, m_windowBytes), Qt::Uninitialized);
@@ -201,11 +185,10 @@ private:
                 return;
             bytes.truncate(std::max<ssize_t>(0, count));
             way.hasSeenEnd = count <= 0;
-            if (way.isReplies && connection.origin.speaks == DelayProxy::Speaks::ftp)
+            if (way.offersPorts)
                 redirect(bytes);
             way.bytesOnTheWay += bytes.size();
-            way.onTheWay.push_back(
-                {std::max(Clock::now(), connection.made + m_roundTrip) + m_roundTrip / 2, std::move(bytes)});
+            way.onTheWay.push_back({std::max(Clock::now(), way.opened) + m_roundTrip / 2, std::move(bytes)});
         }
     }
 
@@ -236,18 +219,12 @@ private:
     /// Puts a listener of ours in the place of the one an FTP server offers.
     void redirect(QByteArray &bytes)
     {
-        static const QRegularExpression extended(QStringLiteral("229 [^(]*\\(\\|\\|\\|(\\d+)\\|\\)"));
-        static const QRegularExpression plain(QStringLiteral("227 [^(]*\\(127,0,0,1,(\\d+),(\\d+)\\)"));
-        const QString text = QString::fromLatin1(bytes);
-        if (const auto match = extended.match(text); match.hasMatch()) {
-            const quint16 port = listen(match.captured(1).toUShort(), DelayProxy::Speaks::anything, true);
-            bytes.replace("|||" + match.captured(1).toLatin1() + '|', "|||" + QByteArray::number(port) + '|');
-        } else if (const auto old = plain.match(text); old.hasMatch()) {
-            const int target = old.captured(1).toInt() * 256 + old.captured(2).toInt();
-            const quint16 port = listen(quint16(target), DelayProxy::Speaks::anything, true);
-            bytes.replace("127,0,0,1," + old.captured(1).toLatin1() + ',' + old.captured(2).toLatin1(),
-                          "127,0,0,1," + QByteArray::number(port / 256) + ',' + QByteArray::number(port % 256));
-        }
+        static const QRegularExpression offer(QStringLiteral("229 [^(]*\\(\\|\\|\\|(\\d+)\\|\\)"));
+        const auto match = offer.match(QString::fromLatin1(bytes));
+        if (!match.hasMatch())
+            return;
+        const quint16 port = listen(match.captured(1).toUShort(), DelayProxy::Speaks::anything, true);
+        bytes.replace(match.capturedStart(1), match.capturedLength(1), QByteArray::number(port));
     }
 
     DelayProxy &m_proxy;

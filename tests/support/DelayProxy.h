@@ -23,7 +23,7 @@ public:
     /// So many bytes may be on their way at once, in each direction of each connection.
     DelayProxy(quint16 targetPort, std::chrono::milliseconds roundTrip, Speaks speaks = Speaks::anything,
                qsizetype windowBytes = wideBytes);
-    /// A line so narrow that there is time to interrupt what goes over it: about 16 MB/s.
+    /// A line so narrow that there is time to interrupt what goes over it: about 10 MB/s.
     explicit DelayProxy(quint16 targetPort, Speaks speaks = Speaks::anything)
         : DelayProxy(targetPort, std::chrono::milliseconds(2), speaks, narrowBytes)
     {

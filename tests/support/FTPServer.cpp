@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/FTPServer.h"
 
+#include "platform/SystemProcessRunner.h"
+
 #include <QDir>
 
 #include <unistd.h>
@@ -145,6 +147,13 @@ ConnectionCredentials FTPServer::credentials()
     ConnectionCredentials credentials;
     credentials.password = password();
     return credentials;
+}
+
+std::shared_ptr<FTPService> FTPServer::service() const
+{
+    auto service = std::make_shared<FTPService>(connection(), credentials(), std::make_shared<SystemProcessRunner>());
+    service->connect({});
+    return service;
 }
 
 void FTPServer::renewCertificate()

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "remote/FTPService.h"
 #include "servers/ServerConnection.h"
 #include "support/ServerProcess.h"
 
@@ -21,6 +22,8 @@ public:
     /// A record with a fresh id for the account.
     ServerConnection connection() const;
     static ConnectionCredentials credentials();
+    /// Connected, in clear.
+    std::shared_ptr<FTPService> service() const;
 
     /// The folder the login opens on.
     QString homePath() const { return path(user()); }

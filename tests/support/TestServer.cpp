@@ -64,6 +64,14 @@ ServerConnection TestServer::connection() const
     return server;
 }
 
+std::shared_ptr<SFTPService> TestServer::service() const
+{
+    auto service = std::make_shared<SFTPService>(connection(), ConnectionCredentials(),
+                                                 std::make_shared<IsolatedClients>(knownHostsPath()));
+    service->connect({});
+    return service;
+}
+
 ServerConnection TestServer::connectionByPassword(const QString &user) const
 {
     ServerConnection server = connection();

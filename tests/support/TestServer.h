@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/SystemProcessRunner.h"
+#include "remote/SFTPService.h"
 #include "servers/ServerConnection.h"
 #include "support/ServerProcess.h"
 
@@ -31,6 +32,8 @@ public:
 
     /// A record with a fresh id that logs in by key as the user who runs the tests.
     ServerConnection connection() const;
+    /// Connected, through clients that read nothing of the user's.
+    std::shared_ptr<SFTPService> service() const;
     /// A record that logs in by password.
     ServerConnection connectionByPassword(const QString &user) const;
 

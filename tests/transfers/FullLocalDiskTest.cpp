@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The disk of this machine fills up in the middle of a transfer. The transfers run in a program of their own, which
 // alone sees the small disk.
-#include "remote/FTPService.h"
-#include "remote/SFTPService.h"
 #include "support/FTPServer.h"
 #include "support/TestMain.h"
 #include "support/TestServer.h"
@@ -105,19 +103,15 @@ private:
     {
         if (from == From::disk)
             return std::make_shared<LocalFileService>();
-        std::shared_ptr<RemoteFileService> service;
         if (from == From::ssh) {
             auto sshd = std::make_unique<TestServer>();
-            service = std::make_shared<SFTPService>(sshd->connection(), ConnectionCredentials(),
-                                                    std::make_shared<IsolatedClients>(sshd->knownHostsPath()));
+            auto service = sshd->service();
             m_server = std::move(sshd);
-        } else {
-            auto ftpd = std::make_unique<FTPServer>(FTPServer::Program::vsftpd, FTPServer::Encryption::none);
-            service = std::make_shared<FTPService>(ftpd->connection(), FTPServer::credentials(),
-                                                   std::make_shared<SystemProcessRunner>());
-            m_server = std::move(ftpd);
+            return service;
         }
-        service->connect({});
+        auto ftpd = std::make_unique<FTPServer>(FTPServer::Program::vsftpd, FTPServer::Encryption::none);
+        auto service = ftpd->service();
+        m_server = std::move(ftpd);
         return service;
     }
 

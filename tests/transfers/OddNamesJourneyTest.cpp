@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "files/Format.h"
 #include "files/NativePath.h"
-#include "remote/FTPService.h"
-#include "remote/SFTPService.h"
 #include "support/FTPServer.h"
 #include "support/TestMain.h"
 #include "support/TestServer.h"
@@ -23,35 +21,15 @@ namespace {
 /// and at the end; and what else has been seen to go wrong.
 QByteArrayList oddNames()
 {
-    QByteArrayList names{"$(touch x)",
-                         "`touch x`",
-                         "it's \"q\"",
-                         "a\\\"b",
-                         "{a,b}",
-                         "[ab]",
-                         "a  b",
-                         "...",
-                         "..x",
-                         "-rf",
-                         "--",
-                         "%41",
-                         "x;type=a",
-                         "a -> b",
-                         "Jan  1 12:00 x",
-                         "\xc3\xbc",
-                         "u\xcc\x88",
-                         "\xe6\x97\xa5 \xf0\x9f\x8e\x88",
-                         "\xc2\xa0",
-                         QByteArray(200, 'n'),
-                         QByteArray(255, 'm')};
+    QByteArrayList names{QByteArray(200, 'n'), QByteArray(255, 'm')};
+    for (const char *name :
+         {"$(touch x)", "`touch x`", "it's \"q\"", "a\\\"b", "{a,b}", "[ab]", "a  b", "...", "..x", "-rf", "--", "%41",
+          "x;type=a", "a -> b", "Jan  1 12:00 x", "\xc3\xbc", "u\xcc\x88", "\xe6\x97\xa5 \xf0\x9f\x8e\x88", "\xc2\xa0",
+          // What no line of a protocol can carry, and what is no text.
+          "a\nb", "a\tb", "\x1b[31m", "b\xff", "del\x7f"})
+        names << name;
     for (const char sign : QByteArray(" !\"#$%&'()*+,;:<=>?@[\\]^`{|}~"))
         names << QByteArray("x") + sign + 'x' << sign + QByteArray("x") << QByteArray("x") + sign;
-    // What no line of a protocol can carry, and what is no text.
-    names << "a\nb"
-          << "a\tb"
-          << "\x1b[31m"
-          << "b\xff"
-          << "del\x7f";
     return names;
 }
 
@@ -80,15 +58,10 @@ private slots:
             QSKIP(qPrintable(missing));
         const TestServer sshd;
         const FTPServer ftpd(FTPServer::Program::vsftpd, FTPServer::Encryption::none);
-        TestTree tree{{"from/d/", ""}, {"back/", ""}, {"data/", ""}};
+        const TestTree tree{{"from/d/", ""}, {"back/", ""}};
         const auto disk = std::make_shared<LocalFileService>();
-        const auto near = std::make_shared<SFTPService>(sshd.connection(), ConnectionCredentials{},
-                                                        std::make_shared<IsolatedClients>(sshd.knownHostsPath()));
-        const auto far = std::make_shared<FTPService>(ftpd.connection(), FTPServer::credentials(),
-                                                      std::make_shared<SystemProcessRunner>(),
-                                                      FTPCertificates(tree.path("data/keys.json")));
-        near->connect({});
-        far->connect({});
+        const auto near = sshd.service();
+        const auto far = ftpd.service();
         for (const QByteArray &name : oddNames()) {
             const QByteArray content = name.toHex();
             disk->write(content, tree.path("from/d/") + NativePath::text(name), {});
@@ -108,14 +81,10 @@ private slots:
 
         const QMap<QByteArray, QByteArray> arrived = filesIn(tree.path("back/d"));
         for (auto file = sent.cbegin(); file != sent.cend(); ++file) {
-            if (arrived.contains(file.key())) {
-                QCOMPARE(arrived.value(file.key()), *file);
-                continue;
-            }
             const QString text = Format::display(NativePath::text(file.key()));
-            const bool isRefused = std::any_of(refusals.begin(), refusals.end(),
-                                               [&](const QString &sentence) { return sentence.contains(text); });
-            QVERIFY2(isRefused, file.key().toPercentEncoding().constData());
+            QVERIFY2(arrived.contains(file.key()) ? arrived.value(file.key()) == *file
+                                                  : refusals.join(u'\n').contains(text),
+                     file.key().toPercentEncoding().constData());
         }
         for (const QByteArray &name : arrived.keys())
             QVERIFY2(sent.contains(name), name.toPercentEncoding().constData());

@@ -14,18 +14,12 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QByteArray longName = QByteArray(120, 'n') + "/" + QByteArray(130, 'm');
-
-QByteArray tar(const QStringList &arguments, const QByteArray &input = {})
+QByteArray tar(const QStringList &arguments)
 {
     ProcessRequest request;
     request.program = u"tar"_s;
     request.arguments = arguments;
-    request.standardInput = input;
-    const ProcessResult result = SystemProcessRunner().run(request, {});
-    if (result.exitCode != 0)
-        throw Error(u"Test"_s, QString::fromUtf8(result.standardError));
-    return result.standardOutput;
+    return SystemProcessRunner().run(request, {}).standardOutput;
 }
 
 /// What a reader makes of an archive: path → content, as in a TreeSnapshot.
@@ -56,6 +50,14 @@ TransferNode planned(const QString &name, qint64 size)
     return node;
 }
 
+TransferNode plannedFolder(const QString &name, const std::vector<TransferNode> &children)
+{
+    TransferNode folder = planned(name, 0);
+    folder.item.isDirectory = true;
+    folder.children = children;
+    return folder;
+}
+
 QByteArray archiveOf(std::initializer_list<std::pair<QByteArray, QByteArray>> files)
 {
     QByteArray archive;
@@ -75,62 +77,24 @@ class TarTest final : public QObject
     Q_OBJECT
 
 private slots:
-    void archivesOfEveryFormatAreRead_data()
+    void archivesOfEveryFormatAreReadInPiecesOfAnySize()
     {
-        QTest::addColumn<QString>("format");
-        QTest::addColumn<int>("pieceSize");
         for (const char *format : {"gnu", "pax", "posix", "ustar"}) {
-            for (const int pieceSize : {1, 511, 1 << 20})
-                QTest::addRow("%s, by %d", format, pieceSize) << QString::fromLatin1(format) << pieceSize;
+            // The oldest format has no room for more.
+            const int length = format == QByteArray("ustar") ? 90 : 130;
+            const TestTree tree{{"t/empty", ""},
+                                {"t/größe", QByteArray(513, 'x')},
+                                {"t/block", QByteArray(1024, 'y')},
+                                {u"t/"_s + QString(length, u'n') + u'/' + QString(length, u'm'), "long"}};
+            tree.link("t/link", u'/' + QString(90, u'l'));
+            const QByteArray archive =
+                tar({u"--format="_s + QLatin1String(format), u"-cf"_s, u"-"_s, u"-C"_s, tree.path(), u"t"_s});
+            for (const qsizetype pieceSize : {1, 511, 1 << 20}) {
+                bool isComplete = false;
+                QCOMPARE(read(archive, pieceSize, &isComplete), tree.snapshot());
+                QVERIFY2(isComplete, format);
+            }
         }
-    }
-    void archivesOfEveryFormatAreRead()
-    {
-        QFETCH(const QString, format);
-        QFETCH(const int, pieceSize);
-        // The oldest format has no room for more.
-        const QByteArray name = format == u"ustar" ? QByteArray(90, 'n') + "/" + QByteArray(90, 'm') : longName;
-        const TestTree tree{{"t/empty", ""},
-                            {"t/größe", QByteArray(513, 'x')},
-                            {"t/block", QByteArray(1024, 'y')},
-                            {QString::fromLatin1("t/" + name), "long"}};
-        tree.link("t/link", u'/' + QString(90, u'l'));
-        const QByteArray archive = tar({u"--format="_s + format, u"-cf"_s, u"-"_s, u"-C"_s, tree.path(), u"t"_s});
-        bool isComplete = false;
-        QCOMPARE(read(archive, pieceSize, &isComplete), tree.snapshot());
-        QVERIFY(isComplete);
-    }
-
-    void whatIsPackedEveryTarUnpacks()
-    {
-        const TestTree tree{{"from/empty", ""},
-                            {"from/größe", QByteArray(513, 'x')},
-                            {"from/big", QByteArray(300'000, 'z')},
-                            {QString::fromLatin1("from/" + longName), "long"},
-                            {"to/", ""}};
-        tree.link("from/link", u'/' + QString(150, u'l'));
-        TransferNode folder;
-        folder.item = *LocalFileService().stat(tree.path("from"), {});
-        TransferScan([](const QString &path) { return LocalFileService().list(path, HiddenFiles::included, {}); },
-                     transferNames::NameSource::localDisk, [](const FileItem &, const QString &) {})
-            .fill(folder);
-        qint64 bytes = 0;
-        TarPacker packer(folder, [&bytes](qint64 done, qint64) { bytes = done; });
-        QByteArray archive;
-        for (QByteArray piece = packer.next(); !piece.isEmpty(); piece = packer.next())
-            archive += piece;
-        tar({u"-xf"_s, u"-"_s, u"-C"_s, tree.path("to")}, archive);
-        TreeSnapshot expected;
-        TreeSnapshot arrived;
-        const TreeSnapshot all = tree.snapshot();
-        for (auto entry = all.cbegin(); entry != all.cend(); ++entry) {
-            if (entry.key().startsWith(u"from/"_s))
-                expected.insert(entry.key().mid(5), entry.value());
-            else
-                arrived.insert(entry.key().mid(3), entry.value());
-        }
-        QCOMPARE(arrived, expected);
-        QCOMPARE(bytes, folder.byteCount());
     }
 
     void damagedArchivesAreNoticed()
@@ -148,9 +112,7 @@ private slots:
     void onlyWhatWasPlannedIsUnpacked()
     {
         const TestTree tree{{"outside", "safe"}, {"to/", ""}};
-        TransferNode folder = planned(u"d"_s, 0);
-        folder.item.isDirectory = true;
-        folder.children = {planned(u"good"_s, 4), planned(u"shrunk"_s, 9)};
+        TransferNode folder = plannedFolder(u"d"_s, {planned(u"good"_s, 4), planned(u"shrunk"_s, 9)});
         TarUnpacker unpacker(folder, tree.path("to/d"), [](qint64, qint64) {});
         unpacker.feed(archiveOf({{"../outside", "evil"},
                                  {"./../../outside", "evil"},
@@ -168,12 +130,8 @@ private slots:
     void linkInAnArchiveNeverLeadsFilesOutOfTheFolder()
     {
         const TestTree tree{{"outside/", ""}, {"to/", ""}};
-        TransferNode folder = planned(u"d"_s, 0);
-        folder.item.isDirectory = true;
-        TransferNode inner = planned(u"sub"_s, 0);
-        inner.item.isDirectory = true;
-        inner.children = {planned(u"x"_s, 4)};
-        folder.children = {inner};
+        TransferNode inner = plannedFolder(u"sub"_s, {planned(u"x"_s, 4)});
+        TransferNode folder = plannedFolder(u"d"_s, {inner});
         TarUnpacker unpacker(folder, tree.path("to/d"), [](qint64, qint64) {});
         TarEntry link;
         link.kind = TarEntry::Kind::symbolicLink;

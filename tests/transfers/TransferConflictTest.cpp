@@ -17,6 +17,7 @@ namespace {
 FileItem file(qint64 size, const char *time)
 {
     FileItem item;
+    item.name = u"%1 bytes, %2"_s.arg(size).arg(QLatin1String(time));
     item.size = size;
     if (*time)
         item.modified = QDateTime(QDate(2026, 3, 1), QTime::fromString(QLatin1String(time), u"H:mm:ss"_s), Qt::UTC);
@@ -30,36 +31,32 @@ class TransferConflictTest final : public QObject
     Q_OBJECT
 
 private slots:
-    void conditionsAreSettledByBothSides_data()
-    {
-        QTest::addColumn<Choice>("choice");
-        QTest::addColumn<FileItem>("source");
-        QTest::addColumn<FileItem>("existing");
-        QTest::addColumn<std::optional<Choice>>("expected");
-        const auto row = [](const char *name, Choice choice, const FileItem &source, const FileItem &existing,
-                            std::optional<Choice> expected) {
-            QTest::newRow(name) << choice << source << existing << expected;
-        };
-        row("newer", Choice::overwriteOlder, file(1, "12:00:02"), file(1, "12:00:01"), Choice::overwrite);
-        row("older", Choice::overwriteOlder, file(1, "12:00:01"), file(1, "12:00:02"), Choice::skip);
-        row("same minute, as a server tells it", Choice::overwriteOlder, file(1, "12:00:59"), file(1, "12:00:00"),
-            Choice::skip);
-        row("next minute", Choice::overwriteOlder, file(1, "12:01:00"), file(1, "12:00:00"), Choice::overwrite);
-        row("no date", Choice::overwriteOlder, file(1, "12:00:00"), file(1, ""), std::nullopt);
-        row("same size", Choice::overwriteOtherSize, file(7, ""), file(7, ""), Choice::skip);
-        row("other size", Choice::overwriteOtherSize, file(7, ""), file(8, ""), Choice::overwrite);
-        row("shorter", Choice::resume, file(8, ""), file(7, ""), Choice::resume);
-        row("whole", Choice::resume, file(8, ""), file(8, ""), Choice::skip);
-        row("longer", Choice::resume, file(7, ""), file(8, ""), std::nullopt);
-        row("empty", Choice::resume, file(7, ""), file(0, ""), std::nullopt);
-    }
     void conditionsAreSettledByBothSides()
     {
-        QFETCH(const Choice, choice);
-        QFETCH(const FileItem, source);
-        QFETCH(const FileItem, existing);
-        QFETCH(const std::optional<Choice>, expected);
-        QVERIFY(settled(choice, {source, existing}) == expected);
+        struct Row
+        {
+            Choice choice;
+            FileItem source;
+            FileItem existing;
+            std::optional<Choice> expected;
+        };
+        using enum Choice;
+        const Row rows[] = {
+            {overwriteOlder, file(1, "12:00:02"), file(1, "12:00:01"), overwrite},
+            {overwriteOlder, file(1, "12:00:01"), file(1, "12:00:02"), skip},
+            // The same minute, as a server tells it.
+            {overwriteOlder, file(1, "12:00:59"), file(1, "12:00:00"), skip},
+            {overwriteOlder, file(1, "12:01:00"), file(1, "12:00:00"), overwrite},
+            {overwriteOlder, file(1, "12:00:00"), file(1, ""), std::nullopt},
+            {overwriteOtherSize, file(7, ""), file(7, ""), skip},
+            {overwriteOtherSize, file(7, ""), file(8, ""), overwrite},
+            {resume, file(8, ""), file(7, ""), resume},
+            {resume, file(8, ""), file(8, ""), skip},
+            {resume, file(7, ""), file(8, ""), std::nullopt},
+            {resume, file(7, ""), file(0, ""), std::nullopt},
+        };
+        for (const Row &row : rows)
+            QVERIFY2(settled(row.choice, {row.source, row.existing}) == row.expected, qPrintable(row.existing.name));
     }
 
     void folderOrLinkIsNeverContinued()

@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "transfers/TransferEngine.h"
-#include "support/FolderServer.h"
+#include "support/Shorthand.h"
 #include "support/TestMain.h"
-#include "support/TestTree.h"
+#include "transfers/TransferScene.h"
 
-#include <QSemaphore>
 #include <QSignalSpy>
 #include <QTest>
+
+#include <array>
+#include <list>
 
 using namespace moorix;
 using namespace moorix::test;
@@ -15,33 +17,13 @@ using State = TransferStatus::State;
 
 namespace {
 
-/// Uploads into a folder; each file waits halfway until it is let go.
-struct Scene
+struct FolderScene : EngineScene
 {
-    TestTree tree{{"from/a", "new a"}, {"from/b", "new b"}, {"from/c", "new c"}, {"to/a", "old a"}, {"other/", ""}};
-    std::shared_ptr<QSemaphore> letGo = std::make_shared<QSemaphore>();
-    std::shared_ptr<QSemaphore> halfway = std::make_shared<QSemaphore>();
-    std::shared_ptr<FolderServer> server = std::make_shared<FolderServer>();
-    std::unique_ptr<TransferEngine> engine = std::make_unique<TransferEngine>(TransferEngine::Options{1, {}});
-
-    Scene()
+    FolderScene()
+        : EngineScene(
+              {{"from/a", "new a"}, {"from/b", "new b"}, {"from/c", "new c"}, {"to/a", "old a"}, {"other/", ""}})
     {
-        server->halfway = [letGo = letGo, halfway = halfway](const QString &) {
-            halfway->release();
-            letGo->tryAcquire(1, 5000);
-        };
     }
-
-    QUuid send(const char *file, const char *folder)
-    {
-        TransferRequest request;
-        request.source = std::make_shared<LocalFileService>();
-        request.destination = server;
-        request.items = {*LocalFileService().stat(tree.path(file), {})};
-        request.targetFolder = tree.path(folder);
-        return engine->enqueue(request);
-    }
-    State state(qsizetype index) const { return engine->transfers().at(index).state; }
 };
 
 } // namespace
@@ -53,11 +35,11 @@ class TransferEngineTest final : public QObject
 private slots:
     void transfersRunOneAfterTheOtherAndTellWhatChanged()
     {
-        Scene scene;
+        FolderScene scene;
         QSignalSpy folders(scene.engine.get(), &TransferEngine::foldersChanged);
         scene.send("from/a", "other");
         scene.send("from/b", "other");
-        QCOMPARE(scene.engine->transfers().first().title, u"Copying “a” to %1"_s.arg(scene.tree.path("other")));
+        QCOMPARE(scene.status().title, u"Copying “a” to %1"_s.arg(scene.tree.path("other")));
         QCOMPARE(scene.state(0), State::running);
         QCOMPARE(scene.state(1), State::waiting);
         scene.letGo->release();
@@ -68,8 +50,8 @@ private slots:
         QCOMPARE(folders.first().at(1).toStringList(), QStringList{scene.tree.path("other")});
         scene.letGo->release();
         QTRY_COMPARE(scene.state(1), State::finished);
-        QCOMPARE(scene.engine->transfers().first().bytesDone, 5);
-        QVERIFY(scene.engine->transfers().first().timeTaken);
+        QCOMPARE(scene.status().bytesDone, 5);
+        QVERIFY(scene.status().timeTaken);
         scene.engine->clearEnded();
         QVERIFY(scene.engine->transfers().isEmpty());
     }
@@ -96,7 +78,7 @@ private slots:
 
     void conflictWaitsForItsAnswer()
     {
-        Scene scene;
+        FolderScene scene;
         scene.letGo->release(9);
         scene.send("from/a", "to");
         QTRY_VERIFY(scene.engine->conflict());
@@ -110,7 +92,7 @@ private slots:
 
     void cancelDuringAQuestionWithdrawsItAndGoesOnWithTheNext()
     {
-        Scene scene;
+        FolderScene scene;
         scene.letGo->release(9);
         const QUuid first = scene.send("from/a", "to");
         scene.send("from/b", "to");
@@ -123,20 +105,49 @@ private slots:
         QCOMPARE(scene.tree.read("to/b"), QByteArray("new b"));
     }
 
-    void cancelledWaitingTransferNeverStarts()
+    void waitingTransferThatIsCancelledOrPausedIsPassedOver()
     {
-        Scene scene;
+        FolderScene scene;
         scene.send("from/a", "other");
         scene.engine->cancel(scene.send("from/b", "other"));
+        const QUuid paused = scene.send("from/b", "other");
+        scene.engine->pause(paused);
         scene.letGo->release(9);
-        QTRY_COMPARE(scene.state(0), State::finished);
+        scene.send("from/c", "other");
+        QTRY_COMPARE(scene.state(3), State::finished);
         QCOMPARE(scene.state(1), State::cancelled);
+        QCOMPARE(scene.state(2), State::paused);
         QVERIFY(!scene.tree.exists("other/b"));
+        scene.engine->cancel(paused);
+        QCOMPARE(scene.state(2), State::cancelled);
+    }
+
+    void limitsHoldForAllFilesAndForThoseOfAServer()
+    {
+        TransferGate gate(TransferGate::mostPerServer + 1);
+        const std::array servers{0, 0};
+        std::stop_source stopped;
+        stopped.request_stop();
+        const auto enters = [&](const int &server) {
+            // Where there is no room, who may not wait is turned away.
+            return messageOf([&] { const auto place = gate.enter({&server}, stopped.get_token()); }).isEmpty();
+        };
+        std::list<std::unique_ptr<const TransferGate::Place>> places;
+        const auto enter = [&](const int &server) {
+            places.emplace_back(new TransferGate::Place(gate.enter({&server}, {})));
+        };
+        for (int i = 0; i < TransferGate::mostPerServer; ++i)
+            enter(servers[0]);
+        QVERIFY(!enters(servers[0]) && enters(servers[1]));
+        enter(servers[1]);
+        QVERIFY(!enters(servers[1]));
+        places.pop_front();
+        QVERIFY(enters(servers[0]) && enters(servers[1]));
     }
 
     void severalTransfersShareTheLimitOfFiles()
     {
-        Scene scene;
+        FolderScene scene;
         scene.engine->setMostAtOnce(2);
         scene.send("from/a", "other");
         scene.send("from/b", "other");
@@ -152,19 +163,19 @@ private slots:
 
     void waitingTransfersRunInTheOrderTheUserGivesThem()
     {
-        Scene scene;
+        FolderScene scene;
         scene.send("from/a", "other");
         const QUuid second = scene.send("from/b", "other");
         const QUuid third = scene.send("from/c", "other");
         scene.engine->moveUp(third);
         scene.engine->moveUp(third); // Nothing gets ahead of what runs.
-        QCOMPARE(scene.engine->transfers().at(1).id, third);
+        QCOMPARE(scene.status(1).id, third);
         scene.engine->moveDown(third);
-        QCOMPARE(scene.engine->transfers().at(1).id, second);
+        QCOMPARE(scene.status(1).id, second);
         scene.engine->moveDown(second);
         scene.letGo->release();
         QTRY_COMPARE(scene.state(1), State::running);
-        QCOMPARE(scene.engine->transfers().at(1).id, third);
+        QCOMPARE(scene.status(1).id, third);
         QCOMPARE(scene.state(2), State::waiting);
         scene.letGo->release(9);
         QTRY_COMPARE(scene.state(2), State::finished);
@@ -172,7 +183,7 @@ private slots:
 
     void pausedTransferStopsWithinAFileAndGoesOnFromThere()
     {
-        Scene scene;
+        FolderScene scene;
         const QUuid id = scene.send("from/a", "other");
         QVERIFY(scene.halfway->tryAcquire(1, 5000));
         scene.engine->pause(id);
@@ -186,26 +197,12 @@ private slots:
         scene.engine->resume(id);
         QTRY_COMPARE(scene.state(0), State::finished);
         QCOMPARE(scene.tree.read("other/a"), QByteArray("new a"));
-        QCOMPARE(scene.engine->transfers().first().notes.size(), 1);
-    }
-
-    void pausedWaitingTransferIsPassedOver()
-    {
-        Scene scene;
-        scene.send("from/a", "other");
-        const QUuid second = scene.send("from/b", "other");
-        scene.engine->pause(second);
-        scene.letGo->release(9);
-        scene.send("from/c", "other");
-        QTRY_COMPARE(scene.state(2), State::finished);
-        QCOMPARE(scene.state(1), State::paused);
-        scene.engine->cancel(second);
-        QCOMPARE(scene.state(1), State::cancelled);
+        QCOMPARE(scene.status().notes.size(), 1);
     }
 
     void onlyWhatFailedIsTriedAgain()
     {
-        Scene scene;
+        FolderScene scene;
         scene.letGo->release(99);
         scene.server->halfway = [](const QString &source) {
             if (source.endsWith(u'b'))
@@ -213,20 +210,20 @@ private slots:
         };
         const QUuid id = scene.send("from", "other");
         QTRY_COMPARE(scene.state(0), State::failed);
-        QVERIFY(scene.engine->transfers().first().hasRemaining);
-        QCOMPARE(scene.engine->transfers().first().failures.size(), 1);
+        QVERIFY(scene.status().hasRemaining);
+        QCOMPARE(scene.status().failures.size(), 1);
         scene.tree.write("other/from/a", "edited meanwhile");
         scene.server->halfway = nullptr;
         scene.engine->retryFailed(id);
         QTRY_COMPARE(scene.state(0), State::finished);
         QCOMPARE(scene.tree.read("other/from/b"), QByteArray("new b"));
         QCOMPARE(scene.tree.read("other/from/a"), QByteArray("edited meanwhile"));
-        QCOMPARE(scene.engine->transfers().first().filesTotal, 1);
+        QCOMPARE(scene.status().filesTotal, 1);
     }
 
     void questionsOfSeveralTransfersComeOneAfterTheOther()
     {
-        Scene scene;
+        FolderScene scene;
         scene.letGo->release(99);
         scene.engine->setMostAtOnce(2);
         scene.send("from/a", "to");
@@ -246,7 +243,7 @@ private slots:
 
     void engineThatGoesDuringATransferLeavesNoHalfFile()
     {
-        Scene scene;
+        FolderScene scene;
         scene.send("from/a", "other");
         QTRY_COMPARE(scene.tree.snapshot().size(), 8);
         scene.engine.reset();

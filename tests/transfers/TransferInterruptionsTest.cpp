@@ -140,17 +140,13 @@ class TransferInterruptionsTest final : public QObject
     /// Both folders, and the program at work between them.
     struct Scene
     {
-        explicit Scene(const Place &where)
-            : place(where)
-        {
-        }
-
         const Place &place;
         TestTree tree{place.server->sharedPath()};
-        TreeSnapshot files;
-        TreeSnapshot older;
-        QProcess program;
+        TreeSnapshot files = {};
+        TreeSnapshot older = {};
+        QProcess program{};
         bool isMove = false;
+        QString way = {};
     };
 
 private slots:
@@ -184,17 +180,18 @@ private slots:
             const auto victim = Victim(moment % 4);
             const Place &place = m_places.at(std::size_t(moment / 4) % m_places.size());
             const auto kind = Kind(random.bounded(3));
-            const bool isUpload = random.bounded(2) == 0;
             const int delay = random.bounded(m_usualMilliseconds);
+            Scene scene{place};
+            scene.isMove = kind == Kind::move;
+            scene.way = random.bounded(2) == 0 ? u"up"_s : u"down"_s;
             const QString story = u"moment %1: %2, victim %3, kind %4, %5, after %6 ms"_s.arg(moment)
                                       .arg(place.environment.value(u"SCENE_PROTOCOL"_s, u"sftp"_s))
                                       .arg(int(victim))
                                       .arg(int(kind))
-                                      .arg(isUpload ? u"up"_s : u"down"_s)
+                                      .arg(scene.way)
                                       .arg(delay);
-            Scene scene(place);
-            fill(scene, kind, random);
-            runOnce(scene, kind, isUpload, [&, elapsed = QElapsedTimer(), isDone = false]() mutable {
+            fill(scene, kind == Kind::overwrite, random);
+            runOnce(scene, [&, elapsed = QElapsedTimer(), isDone = false]() mutable {
                 if (!elapsed.isValid())
                     elapsed.start();
                 if (!isDone && elapsed.elapsed() >= delay) {
@@ -205,7 +202,7 @@ private slots:
             if (QTest::currentTestFailed())
                 QFAIL(qPrintable(story));
             for (int further = 0; further < 4 && !hasEnded(scene); ++further)
-                runOnce(scene, kind, isUpload, [] {});
+                runOnce(scene, [] {});
             checkEnd(scene);
             if (QTest::currentTestFailed())
                 QFAIL(qPrintable(story + u'\n' + QString::fromUtf8(m_output)));
@@ -232,7 +229,7 @@ private:
     }
 
     /// One large file, small ones that go in bundles, and a folder that goes as a stream.
-    static void fill(Scene &scene, Kind kind, QRandomGenerator &random)
+    static void fill(Scene &scene, bool hasOlder, QRandomGenerator &random)
     {
         const auto put = [&](const QString &name, qsizetype size) {
             QByteArray content(size, Qt::Uninitialized);
@@ -240,7 +237,7 @@ private:
                             reinterpret_cast<quint32 *>(content.data() + size));
             scene.files.insert(name, content);
             scene.tree.write(u"from/"_s + name, content);
-            if (kind != Kind::overwrite)
+            if (!hasOlder)
                 return;
             scene.older.insert(name, "older " + content.left(1000));
             scene.tree.write(u"to/"_s + name, scene.older.value(name));
@@ -254,19 +251,18 @@ private:
             put(u"folder/%1"_s.arg(i), 20'000);
             put(u"file %1"_s.arg(i), 15'000);
         }
-        scene.isMove = kind == Kind::move;
         // The account of the server is another user.
         QCOMPARE(QProcess::execute(u"chmod"_s, {u"-R"_s, u"a+rwX"_s, scene.tree.path()}), 0);
     }
 
     /// Runs the program to its end, looking at all files again and again while it works.
-    void runOnce(Scene &scene, Kind kind, bool isUpload, const std::function<void()> &meanwhile)
+    void runOnce(Scene &scene, const std::function<void()> &meanwhile)
     {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(scene.place.environment);
         environment.insert(u"SCENE_FOLDER"_s, scene.tree.path());
-        environment.insert(u"SCENE_ROUTE"_s, isUpload ? u"up"_s : u"down"_s);
-        environment.insert(u"SCENE_KIND"_s, kind == Kind::move ? u"move"_s : u"copy"_s);
+        environment.insert(u"SCENE_ROUTE"_s, scene.way);
+        environment.insert(u"SCENE_KIND"_s, scene.isMove ? u"move"_s : u"copy"_s);
         scene.program.setProcessEnvironment(environment);
         scene.program.setProcessChannelMode(QProcess::MergedChannels);
         scene.program.start(QCoreApplication::applicationFilePath(), {u"TransferQueueProgram"_s});

@@ -1,13 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "base/Json.h"
-#include "support/FolderServer.h"
 #include "support/TestMain.h"
-#include "support/TestTree.h"
-#include "transfers/TransferEngine.h"
+#include "transfers/TransferScene.h"
 
 #include <QDir>
 #include <QFileInfo>
-#include <QSemaphore>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -21,19 +18,15 @@ namespace {
 const QUuid serverID(u"11111111-2222-4333-8444-555555555555"_s);
 
 /// A queue that is kept, and the server its transfers go to; engines come and go.
-struct Scene
+struct QueueScene : EngineScene
 {
-    TestTree tree{{"from/a", "12345678"}, {"from/b", "new b"}, {"to/", ""}, {"data/", ""}};
-    std::shared_ptr<QSemaphore> letGo = std::make_shared<QSemaphore>();
-    std::shared_ptr<FileService> disk = std::make_shared<LocalFileService>();
-    std::shared_ptr<FolderServer> server = std::make_shared<FolderServer>();
     QString problemOfServer;
-    std::unique_ptr<TransferEngine> engine;
     QString problem;
 
-    Scene()
+    QueueScene()
+        : EngineScene({{"from/a", "12345678"}, {"from/b", "new b"}, {"to/", ""}, {"data/", ""}})
     {
-        server->halfway = [letGo = letGo](const QString &) { letGo->tryAcquire(1, 5000); };
+        isMove = true;
         begin();
     }
 
@@ -59,16 +52,6 @@ struct Scene
         engine->keepQueueIn(file(), places);
     }
     QString file() const { return tree.path("data/transfers.json"); }
-    QUuid send(const char *path)
-    {
-        TransferRequest request;
-        request.source = disk;
-        request.destination = server;
-        request.items = {*LocalFileService().stat(tree.path(path), {})};
-        request.targetFolder = tree.path("to");
-        return engine->enqueue(request);
-    }
-    State state(qsizetype index) const { return engine->transfers().at(index).state; }
     QStringList arrived() const { return QDir(tree.path("to")).entryList(QDir::Files | QDir::Hidden); }
 };
 
@@ -81,7 +64,7 @@ class TransferQueueTest final : public QObject
 private slots:
     void interruptedTransfersWaitForTheUserAndGoOnFromTheirParts()
     {
-        Scene scene;
+        QueueScene scene;
         const QUuid first = scene.send("from/a");
         const QUuid second = scene.send("from/b");
         QTRY_COMPARE(scene.arrived().size(), 1);
@@ -91,24 +74,25 @@ private slots:
 
         scene.begin();
         QCOMPARE(scene.engine->transfers().size(), 2);
-        QCOMPARE(scene.engine->transfers().first().title, u"Copying “a” to %1"_s.arg(scene.tree.path("to")));
+        QCOMPARE(scene.status().title, u"Moving “a” to %1"_s.arg(scene.tree.path("to")));
         QCOMPARE(scene.state(0), State::interrupted);
         scene.letGo->release(9);
         scene.engine->resume(first);
         QTRY_COMPARE(scene.state(0), State::finished);
-        QCOMPARE(scene.engine->transfers().first().notes.size(), 1);
-        QVERIFY(!scene.engine->transfers().first().timeTaken);
+        QCOMPARE(scene.status().notes.size(), 1);
+        QVERIFY(!scene.status().timeTaken);
         QCOMPARE(scene.state(1), State::interrupted);
         scene.engine->cancel(second);
         QCOMPARE(scene.arrived(), QStringList{u"a"_s});
         QCOMPARE(scene.tree.read("to/a"), QByteArray("12345678"));
+        QVERIFY(!scene.tree.exists("from/a") && scene.tree.exists("from/b"));
         scene.begin();
         QVERIFY(scene.engine->transfers().isEmpty());
     }
 
     void cancelledAfterARestartLeavesNoPart()
     {
-        Scene scene;
+        QueueScene scene;
         scene.tree.write("to/.theirs.moorix-11111111-2222-4333-8444-555555555555.part", "another transfer's");
         const QUuid id = scene.send("from/a");
         QTRY_COMPARE(scene.arrived().size(), 2);
@@ -122,18 +106,18 @@ private slots:
 
     void failedTransfersAreKeptWithTheirReasons()
     {
-        Scene scene;
+        QueueScene scene;
         scene.server->halfway = [](const QString &) {
             throw FileServiceError::operationFailed(u"No space left on device"_s);
         };
         const QUuid id = scene.send("from/a");
         QTRY_COMPARE(scene.state(0), State::failed);
-        const TransferStatus before = scene.engine->transfers().first();
+        const TransferStatus before = scene.status();
         QVERIFY(before.ended);
         scene.begin();
         QCOMPARE(scene.state(0), State::failed);
-        QCOMPARE(scene.engine->transfers().first().failures, before.failures);
-        QCOMPARE(scene.engine->transfers().first().ended, before.ended);
+        QCOMPARE(scene.status().failures, before.failures);
+        QCOMPARE(scene.status().ended, before.ended);
         scene.server->halfway = nullptr;
         scene.engine->retryFailed(id);
         QTRY_COMPARE(scene.state(0), State::finished);
@@ -141,21 +125,21 @@ private slots:
 
     void serverThatIsOutOfReachLeavesTheTransferWaiting()
     {
-        Scene scene;
+        QueueScene scene;
         scene.send("from/a");
         scene.engine.reset();
         scene.letGo->release(9);
         scene.problemOfServer = u"Could not connect: Connection refused"_s;
         scene.begin();
-        scene.engine->resume(scene.engine->transfers().first().id);
+        scene.engine->resume(scene.status().id);
         QCOMPARE(scene.state(0), State::reconnecting);
         QTRY_COMPARE(scene.state(0), State::interrupted);
-        QCOMPARE(scene.engine->transfers().first().failures, QStringList{scene.problemOfServer});
+        QCOMPARE(scene.status().failures, QStringList{scene.problemOfServer});
     }
 
     void documentIsPrivateAndOneThatIsDamagedIsSetAside()
     {
-        Scene scene;
+        QueueScene scene;
         scene.send("from/a");
         const auto others = QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther;
         QVERIFY(!(QFile::permissions(scene.file()) & others));

@@ -24,9 +24,6 @@ void addRoutes()
     QTest::newRow("within a server") << Route::withinServer;
 }
 
-const TreeSnapshot wholeTree{{u"site/"_s, ""},       {u"site/a.txt"_s, "text"}, {u"site/.hidden"_s, "dot"},
-                             {u"site/empty/"_s, ""}, {u"site/deep/"_s, ""},     {u"site/deep/b"_s, "more"}};
-
 const std::initializer_list<TestTree::Entry> treeToSend{{"from/site/a.txt", "text"},
                                                         {"from/site/.hidden", "dot"},
                                                         {"from/site/empty/", ""},
@@ -40,29 +37,21 @@ class TransferRunTest final : public QObject
     Q_OBJECT
 
 private slots:
-    void copiedTreeArrivesWhole_data() { addRoutes(); }
-    void copiedTreeArrivesWhole()
+    void treeArrivesWholeAndAMoveLeavesNothingBehind_data() { addRoutes(); }
+    void treeArrivesWholeAndAMoveLeavesNothingBehind()
     {
         QFETCH(const Route, route);
-        Scene scene(treeToSend, route);
-        scene.add("from/site");
-        const TransferOutcome outcome = scene.run();
-        QCOMPARE(outcome.failures, QStringList());
-        QCOMPARE(scene.under(u"to/"_s), wholeTree);
-        QCOMPARE(scene.under(u"from/"_s), wholeTree);
-        QCOMPARE(outcome.counts.filesDone, outcome.counts.filesTotal);
-    }
-
-    void movedTreeLeavesNothingBehind_data() { addRoutes(); }
-    void movedTreeLeavesNothingBehind()
-    {
-        QFETCH(const Route, route);
-        Scene scene(treeToSend, route);
-        scene.add("from/site");
-        scene.request.isMove = true;
-        QCOMPARE(scene.run().failures, QStringList());
-        QCOMPARE(scene.under(u"to/"_s), wholeTree);
-        QCOMPARE(scene.under(u"from/"_s), TreeSnapshot());
+        for (const bool isMove : {false, true}) {
+            Scene scene(treeToSend, route);
+            const TreeSnapshot whole = scene.under(u"from/"_s);
+            scene.request.isMove = isMove;
+            scene.add("from/site");
+            const TransferOutcome outcome = scene.run();
+            QCOMPARE(outcome.failures, QStringList());
+            QCOMPARE(scene.under(u"to/"_s), whole);
+            QCOMPARE(scene.under(u"from/"_s), isMove ? TreeSnapshot() : whole);
+            QCOMPARE(outcome.counts.filesDone, outcome.counts.filesTotal);
+        }
     }
 
     void fileKeepsItsModeAndTime_data() { addRoutes(); }
@@ -72,11 +61,8 @@ private slots:
         const QString longName = QString(250, u'n');
         Scene scene({{u"from/"_s + longName, "x"}, {"to/", ""}}, route);
         const QString source = scene.tree.path(u"from/"_s + longName);
-        QFile file(source);
-        QVERIFY(file.open(QIODevice::ReadWrite));
         const QDateTime date(QDate(2020, 2, 29), QTime(12, 30), Qt::UTC);
-        QVERIFY(file.setFileTime(date, QFile::FileModificationTime) && file.setPermissions(QFile::Permissions(0x6040)));
-        file.close();
+        setTimeAndMode(source, date, QFile::Permissions(0x6040));
         scene.add(u"from/"_s + longName);
         QCOMPARE(scene.run().failures, QStringList());
         const QFileInfo copy(scene.tree.path(u"to/"_s + longName));
@@ -97,16 +83,16 @@ private slots:
         TreeSnapshot folderToo = both;
         folderToo.remove(u"d/c 2"_s);
         folderToo.insert({{u"d 2/"_s, ""}, {u"d 2/c"_s, "new c"}});
+        using enum TransferConflictPolicy;
         const std::optional<ConflictAnswer> nobody;
-        const auto ask = TransferConflictPolicy::ask;
-        QTest::newRow("skip") << TransferConflictPolicy::skip << nobody << kept;
-        QTest::newRow("overwrite") << TransferConflictPolicy::overwrite << nobody << replaced;
-        QTest::newRow("rename") << TransferConflictPolicy::rename << nobody << folderToo;
-        QTest::newRow("ask: skip each") << ask << std::optional(ConflictAnswer{Choice::skip, false}) << kept;
-        QTest::newRow("ask: rename each") << ask << std::optional(ConflictAnswer{Choice::rename, false}) << both;
+        QTest::newRow("skip") << skip << nobody << kept;
+        QTest::newRow("overwrite") << overwrite << nobody << replaced;
+        QTest::newRow("rename") << rename << nobody << folderToo;
+        QTest::newRow("ask: skip each") << ask << std::optional(ConflictAnswer{Choice::skip}) << kept;
+        QTest::newRow("ask: rename each") << ask << std::optional(ConflictAnswer{Choice::rename}) << both;
         QTest::newRow("ask: overwrite all")
             << ask << std::optional(ConflictAnswer{Choice::overwrite, true}) << replaced;
-        QTest::newRow("ask: cancel") << ask << std::optional(ConflictAnswer{Choice::cancel, false}) << kept;
+        QTest::newRow("ask: cancel") << ask << std::optional(ConflictAnswer{Choice::cancel}) << kept;
     }
     void conflictsAreResolvedByPolicy()
     {
@@ -139,43 +125,52 @@ private slots:
     void brokenCopyLeavesTheOldFileAndNoPart_data()
     {
         QTest::addColumn<Route>("route");
-        QTest::addColumn<bool>("isSilent");
-        QTest::addColumn<QString>("words");
-        QTest::newRow("upload fails") << Route::upload << false << u"No space left on device"_s;
-        QTest::newRow("download fails") << Route::download << false << u"No space left on device"_s;
-        QTest::newRow("way between servers fails") << Route::betweenServers << false << u"No space left on device"_s;
-        QTest::newRow("upload loses bytes in silence") << Route::upload << true << u"the copy has 4 bytes"_s;
-        QTest::newRow("download loses bytes in silence") << Route::download << true << u"the copy has 4 bytes"_s;
+        QTest::addColumn<bool>("takesMany");
+        for (const bool takesMany : {true, false}) {
+            const char *const way = takesMany ? "in a bundle" : "by itself";
+            QTest::addRow("upload %s", way) << Route::upload << takesMany;
+            QTest::addRow("download %s", way) << Route::download << takesMany;
+        }
+        QTest::newRow("between servers") << Route::betweenServers << false;
     }
     void brokenCopyLeavesTheOldFileAndNoPart()
     {
         QFETCH(const Route, route);
-        QFETCH(const bool, isSilent);
-        QFETCH(const QString, words);
-        Scene scene({{"from/bad", "new data"}, {"from/good", "fine"}, {"to/bad", "old data"}}, route);
-        scene.request.policy = TransferConflictPolicy::overwrite;
-        scene.request.isMove = true;
-        const auto fault = [](const QString &source) {
-            if (source.endsWith(u"bad"_s))
-                throw FileServiceError::operationFailed(u"write: No space left on device"_s);
-        };
-        scene.server->losesHalf = isSilent;
-        if (!isSilent)
-            scene.server->halfway = fault;
-        scene.add("from/bad");
-        if (!isSilent)
+        QFETCH(const bool, takesMany);
+        for (const bool isSilent : {false, true}) {
+            Scene scene({{"from/bad", "new data"}, {"from/good", "fine"}, {"to/bad", "old data"}}, route);
+            scene.request.policy = TransferConflictPolicy::overwrite;
+            scene.request.isMove = true;
+            scene.server->isTakingMany = takesMany;
+            scene.server->halfway = [&scene, isSilent](const QString &source) {
+                scene.server->losesHalf = isSilent && source.endsWith(u"bad"_s);
+                if (!isSilent && source.endsWith(u"bad"_s))
+                    throw FileServiceError::operationFailed(u"write: No space left on device"_s);
+            };
+            scene.callbacks.gate = std::make_shared<TransferGate>(1);
+            scene.add("from/bad");
             scene.add("from/good");
-        const TransferOutcome outcome = scene.run();
-        QCOMPARE(outcome.failures.size(), 1);
-        QVERIFY2(outcome.failures.first().startsWith(u"“bad” was not moved: "_s) &&
-                     outcome.failures.first().contains(words),
-                 qPrintable(outcome.failures.first()));
-        TreeSnapshot expected{{u"bad"_s, "old data"}};
-        if (!isSilent)
-            expected.insert(u"good"_s, "fine");
-        QCOMPARE(scene.under(u"to/"_s), expected);
-        QCOMPARE(scene.tree.read("from/bad"), QByteArray("new data"));
-        QCOMPARE(scene.tree.exists("from/good"), isSilent);
+            const TransferOutcome outcome = scene.run();
+            QCOMPARE(outcome.failures.size(), 1);
+            const QString words = isSilent ? u"the copy has 4 bytes"_s : u"No space left on device"_s;
+            QVERIFY2(outcome.failures.first().startsWith(u"“bad” was not moved: "_s) &&
+                         outcome.failures.first().contains(words),
+                     qPrintable(outcome.failures.first()));
+            QCOMPARE(scene.under(u"to/"_s), (TreeSnapshot{{u"bad"_s, "old data"}, {u"good"_s, "fine"}}));
+            QCOMPARE(scene.under(u"from/"_s), (TreeSnapshot{{u"bad"_s, "new data"}}));
+        }
+    }
+
+    void fileThatComesToTheTargetMeanwhileIsKept()
+    {
+        for (const bool takesMany : {true, false}) {
+            Scene scene({{"from/a", "ours"}, {"to/", ""}}, Route::upload);
+            scene.server->isTakingMany = takesMany;
+            scene.server->halfway = [&scene](const QString &) { scene.tree.write("to/a", "theirs"); };
+            scene.add("from/a");
+            QCOMPARE(scene.run().failures.size(), 1);
+            QCOMPARE(scene.under(u"to/"_s), (TreeSnapshot{{u"a"_s, "theirs"}}));
+        }
     }
 
     void namesThatLeadOutOfTheFolderAreRefused()
@@ -184,48 +179,44 @@ private slots:
         scene.server->inventedNames = {u".."_s, u"."_s, u"../evil"_s, u"x/y"_s, u""_s, u"line\nbreak"_s, u"\x1b[2J"_s};
         scene.add("from/d");
         scene.request.isMove = true;
-        QCOMPARE(scene.run().failures.size(), 7);
+        const QStringList failures = scene.run().failures;
+        QCOMPARE(failures.size(), 7);
+        QCOMPARE(failures.filter(u"would lead out of the target folder"_s).size(), 4);
+        QCOMPARE(failures.filter(u"control characters"_s).size(), 2);
         QCOMPARE(scene.under(u"to/"_s), (TreeSnapshot{{u"d/"_s, ""}, {u"d/good"_s, "g"}}));
         QCOMPARE(scene.tree.read("from/d/good"), QByteArray("g"));
     }
 
-    void impossibleCopiesAreRefusedInWords_data()
-    {
-        QTest::addColumn<QByteArray>("item");
-        QTest::addColumn<QByteArray>("targetFolder");
-        QTest::addColumn<QString>("words");
-        QTest::newRow("file onto itself")
-            << QByteArray("from/file") << QByteArray("from") << u"it cannot be copied onto itself"_s;
-        QTest::newRow("file onto itself through a link")
-            << QByteArray("from/file") << QByteArray("link") << u"it cannot be copied onto itself"_s;
-        QTest::newRow("folder into itself")
-            << QByteArray("from/d") << QByteArray("from/d") << u"a folder cannot go into itself"_s;
-        QTest::newRow("folder into its own depth")
-            << QByteArray("from/d") << QByteArray("link/d/e") << u"a folder cannot go into itself"_s;
-        QTest::newRow("file over a folder")
-            << QByteArray("from/file") << QByteArray("clash") << u"a file does not replace a folder"_s;
-        QTest::newRow("folder over a file")
-            << QByteArray("from/d") << QByteArray("clash") << u"a folder does not replace a file"_s;
-        QTest::newRow("fifo") << QByteArray("from/fifo") << QByteArray("to") << u"neither a file nor a folder"_s;
-    }
     void impossibleCopiesAreRefusedInWords()
     {
-        QFETCH(const QByteArray, item);
-        QFETCH(const QByteArray, targetFolder);
-        QFETCH(const QString, words);
+        struct Row
+        {
+            const char *item;
+            const char *targetFolder;
+            const char *words;
+        };
+        const Row rows[] = {{"from/file", "from", "it cannot be copied onto itself"},
+                            {"from/file", "link", "it cannot be copied onto itself"},
+                            {"from/d", "from/d", "a folder cannot go into itself"},
+                            {"from/d", "link/d/e", "a folder cannot go into itself"},
+                            {"from/file", "clash", "a file does not replace a folder"},
+                            {"from/d", "clash", "a folder does not replace a file"},
+                            {"from/fifo", "to", "neither a file nor a folder"}};
         Scene scene({{"from/file", "f"}, {"from/d/e/x", "x"}, {"clash/file/", ""}, {"clash/d", "d"}, {"to/", ""}});
         scene.tree.link("link", "from");
+        const TreeSnapshot before = scene.tree.snapshot();
         QCOMPARE(::mkfifo(QFile::encodeName(scene.tree.path("from/fifo")).constData(), 0600), 0);
         scene.request.policy = TransferConflictPolicy::overwrite;
-        scene.request.targetFolder = scene.tree.path(item.isEmpty() ? "" : targetFolder.constData());
-        scene.add(item.constData());
-        const TransferOutcome outcome = scene.run();
-        QCOMPARE(outcome.failures.size(), 1);
-        QVERIFY2(outcome.failures.first().contains(words), qPrintable(outcome.failures.first()));
+        for (const auto &[item, targetFolder, words] : rows) {
+            scene.request.targetFolder = scene.tree.path(targetFolder);
+            scene.request.items.clear();
+            scene.add(item);
+            const QStringList failures = scene.run().failures;
+            QVERIFY2(failures.size() == 1 && failures.first().contains(QLatin1String(words)),
+                     qPrintable(failures.join(u'|')));
+        }
         QVERIFY(QFile::remove(scene.tree.path("from/fifo")));
-        QCOMPARE(scene.under(u"clash/"_s), (TreeSnapshot{{u"d"_s, "d"}, {u"file/"_s, ""}}));
-        QCOMPARE(scene.tree.read("from/file"), QByteArray("f"));
-        QVERIFY(!scene.tree.exists("from/d/d"));
+        QCOMPARE(scene.tree.snapshot(), before);
     }
 
     void linksAreCopiedAsLinksLocallyAndReportedForServers()
@@ -241,48 +232,32 @@ private slots:
         }
     }
 
-    void moveKeepsAnOriginalThatChangesMeanwhile_data()
+    void moveKeepsAnOriginalThatGrowsOrIsJoinedMeanwhile()
     {
-        QTest::addColumn<QByteArray>("written");
-        QTest::newRow("the file grows") << QByteArray("from/d/a");
-        QTest::newRow("another file appears") << QByteArray("from/d/late");
-    }
-    void moveKeepsAnOriginalThatChangesMeanwhile()
-    {
-        QFETCH(const QByteArray, written);
-        Scene scene({{"from/d/a", "before"}, {"to/", ""}}, Route::upload);
-        scene.server->halfway = [&scene, written](const QString &) {
-            scene.tree.write(written.constData(), "written meanwhile");
-        };
-        scene.add("from/d");
-        scene.request.isMove = true;
-        QCOMPARE(scene.run().failures.size(), 1);
-        QCOMPARE(scene.tree.read(written.constData()), QByteArray("written meanwhile"));
+        for (const char *written : {"from/d/a", "from/d/late"}) {
+            Scene scene({{"from/d/a", "before"}, {"to/", ""}}, Route::upload);
+            scene.server->halfway = [&](const QString &) { scene.tree.write(written, "written meanwhile"); };
+            scene.add("from/d");
+            scene.request.isMove = true;
+            QCOMPARE(scene.run().failures.size(), 1);
+            QCOMPARE(scene.tree.read(written), QByteArray("written meanwhile"));
+        }
     }
 
-    void cancelInTheMiddleOfAFileLeavesNothingOfIt_data()
-    {
-        QTest::addColumn<Route>("route");
-        QTest::newRow("to a server") << Route::upload;
-        QTest::newRow("from a server") << Route::download;
-        QTest::newRow("between servers") << Route::betweenServers;
-    }
     void cancelInTheMiddleOfAFileLeavesNothingOfIt()
     {
-        QFETCH(const Route, route);
-        Scene scene({{"from/a", "12345678"}, {"from/b", "12345678"}, {"to/", ""}}, route);
-        scene.server->halfway = [&scene](const QString &) { scene.stop.request_stop(); };
-        scene.add("from/a");
-        scene.add("from/b");
-        scene.request.isMove = true;
-        const TransferOutcome outcome = scene.run();
-        QVERIFY(outcome.wasCancelled);
-        QCOMPARE(outcome.failures, QStringList());
-        const TreeSnapshot arrived = scene.under(u"to/"_s);
-        const TreeSnapshot left = scene.under(u"from/"_s);
-        QCOMPARE(arrived.size() + left.size(), 2);
-        for (const QByteArray &content : arrived.values() + left.values())
-            QCOMPARE(content, QByteArray("12345678"));
+        for (const Route route : {Route::upload, Route::download, Route::betweenServers}) {
+            Scene scene({{"from/a", "12345678"}, {"from/b", "12345678"}, {"to/", ""}}, route);
+            scene.server->halfway = [&scene](const QString &) { scene.stop.request_stop(); };
+            scene.add("from/a");
+            scene.add("from/b");
+            scene.request.isMove = true;
+            const TransferOutcome outcome = scene.run();
+            QVERIFY(outcome.wasCancelled);
+            QCOMPARE(outcome.failures, QStringList());
+            const QList<QByteArray> contents = scene.under(u"to/"_s).values() + scene.under(u"from/"_s).values();
+            QCOMPARE(contents, (QList<QByteArray>{"12345678", "12345678"}));
+        }
     }
 
     void lostConnectionEndsTheTransferWithOneSentence()

@@ -3,7 +3,10 @@
 
 #include "support/FolderServer.h"
 #include "support/TestTree.h"
+#include "transfers/TransferEngine.h"
 #include "transfers/TransferRun.h"
+
+#include <QSemaphore>
 
 namespace moorix::test {
 
@@ -48,6 +51,40 @@ struct Scene
         }
         return result;
     }
+};
+
+/// An engine that sends files to a folder of a server; each waits halfway until it is let go.
+struct EngineScene
+{
+    TestTree tree;
+    std::shared_ptr<QSemaphore> letGo = std::make_shared<QSemaphore>();
+    std::shared_ptr<QSemaphore> halfway = std::make_shared<QSemaphore>();
+    std::shared_ptr<FileService> disk = std::make_shared<LocalFileService>();
+    std::shared_ptr<FolderServer> server = std::make_shared<FolderServer>();
+    std::unique_ptr<TransferEngine> engine = std::make_unique<TransferEngine>(TransferEngine::Options{1, {}});
+    bool isMove = false;
+
+    explicit EngineScene(std::initializer_list<TestTree::Entry> entries)
+        : tree(entries)
+    {
+        server->halfway = [letGo = letGo, halfway = halfway](const QString &) {
+            halfway->release();
+            letGo->tryAcquire(1, 5000);
+        };
+    }
+
+    QUuid send(const char *file, const char *folder = "to") const
+    {
+        TransferRequest request;
+        request.source = disk;
+        request.destination = server;
+        request.items = {*disk->stat(tree.path(file), {})};
+        request.targetFolder = tree.path(folder);
+        request.isMove = isMove;
+        return engine->enqueue(request);
+    }
+    TransferStatus status(qsizetype index = 0) const { return engine->transfers().at(index); }
+    TransferStatus::State state(qsizetype index) const { return status(index).state; }
 };
 
 /// Fails the first `count` copies halfway with a lost connection.

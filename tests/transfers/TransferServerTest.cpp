@@ -21,42 +21,6 @@ using namespace moorix::test;
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
-namespace {
-
-/// The real clients, at a pace that leaves time to interfere.
-class SlowClients final : public ProcessRunner
-{
-public:
-    explicit SlowClients(const QString &knownHostsPath)
-        : m_clients(knownHostsPath)
-    {
-    }
-
-    ProcessResult run(const ProcessRequest &request, const std::stop_token &stop) override
-    {
-        ProcessRequest slow = request;
-        if (request.program.endsWith(u"/sftp"_s))
-            slow.arguments = QStringList{u"-l"_s, u"80000"_s} + request.arguments;
-        return m_clients.run(slow, stop);
-    }
-
-private:
-    IsolatedClients m_clients;
-};
-
-/// Kills the first child of this program that runs `program`. Returns whether there was one.
-bool killChild(const QByteArray &program)
-{
-    for (const qint64 process : descendants(::getpid())) {
-        QFile name(u"/proc/%1/comm"_s.arg(process));
-        if (name.open(QIODevice::ReadOnly) && name.readAll().trimmed() == program)
-            return ::kill(pid_t(process), SIGKILL) == 0;
-    }
-    return false;
-}
-
-} // namespace
-
 /// Transfers to and from a real sshd through the real clients.
 class TransferServerTest final : public QObject
 {
@@ -66,7 +30,8 @@ private slots:
     void initTestCase()
     {
         m_sshd = std::make_unique<TestServer>();
-        m_service = connected(std::make_shared<IsolatedClients>(m_sshd->knownHostsPath()), m_sshd->connection());
+        m_clients = std::make_shared<IsolatedClients>(m_sshd->knownHostsPath());
+        m_service = connected(m_sshd->connection());
     }
 
     void cleanupTestCase()
@@ -76,31 +41,28 @@ private slots:
         m_sshd.reset();
     }
 
-    void killedClientIsMadeUpFor_data()
-    {
-        QTest::addColumn<bool>("isUpload");
-        QTest::addColumn<QByteArray>("victim");
-        QTest::newRow("upload, the client itself") << true << QByteArray("sftp");
-        QTest::newRow("download, what carries its bytes") << false << QByteArray("ssh");
-    }
+    void killedClientIsMadeUpFor_data() { addWays(); }
     void killedClientIsMadeUpFor()
     {
         QFETCH(const bool, isUpload);
-        QFETCH(const QByteArray, victim);
-        constexpr qsizetype size = 10 * 1024 * 1024;
+        // The client itself, and what carries its bytes.
+        const QByteArray victim = isUpload ? "sftp" : "ssh";
+        constexpr qsizetype size = 20 * 1024 * 1024;
         QByteArray content(size, Qt::Uninitialized);
         std::generate(content.begin(), content.end(), [state = 1u]() mutable {
             state = state * 1664525 + 1013904223;
             return char(state >> 24);
         });
-        const auto slow = connected(std::make_shared<SlowClients>(m_sshd->knownHostsPath()), m_sshd->connection());
+        const DelayProxy proxy(m_sshd->port());
         Scene scene({{"from/a", content}, {"to/", ""}});
-        (isUpload ? scene.request.destination : scene.request.source) = slow;
+        (isUpload ? scene.request.destination : scene.request.source) = through(proxy);
         scene.callbacks.reconnectDelays = {1ms, 50ms, 200ms, 1s};
         std::atomic<bool> killed = false;
         scene.callbacks.progress = [&](const TransferCounts &counts) {
-            if (counts.bytesDone > size / 2 && !killed)
-                killed = killChild(victim);
+            if (counts.bytesDone < size / 2 || killed)
+                return;
+            for (const qint64 child : childrenNamed(victim))
+                killed = ::kill(pid_t(child), SIGKILL) == 0;
         };
         scene.add("from/a");
         const TransferOutcome outcome = scene.run();
@@ -111,12 +73,7 @@ private slots:
         QCOMPARE(outcome.notes, QStringList{u"1 file went on where its copy had stopped."_s});
     }
 
-    void folderGoesThroughAShellAsOneStream_data()
-    {
-        QTest::addColumn<bool>("isUpload");
-        QTest::newRow("up") << true;
-        QTest::newRow("down") << false;
-    }
+    void folderGoesThroughAShellAsOneStream_data() { addWays(); }
     void folderGoesThroughAShellAsOneStream()
     {
         QFETCH(const bool, isUpload);
@@ -163,18 +120,17 @@ private slots:
         QFETCH(const QString, account);
         std::unique_ptr<FTPServer> ftp;
         std::shared_ptr<RemoteFileService> service;
-        const auto clients = std::make_shared<IsolatedClients>(m_sshd->knownHostsPath());
         if (account.isEmpty()) {
             if (const QString missing = FTPServer::missing(FTPServer::Program::vsftpd); !missing.isEmpty())
                 QSKIP(qPrintable(missing));
             ftp = std::make_unique<FTPServer>(FTPServer::Program::vsftpd, FTPServer::Encryption::none);
-            service = std::make_shared<FTPService>(ftp->connection(), FTPServer::credentials(), clients);
+            service = std::make_shared<FTPService>(ftp->connection(), FTPServer::credentials(), m_clients);
+            service->connect({});
         } else {
             ServerConnection record = m_sshd->connection();
             record.username = account;
-            service = std::make_shared<SFTPService>(record, ConnectionCredentials(), clients);
+            service = connected(record);
         }
-        service->connect({});
         // Some bundles full.
         Scene scene(
             {{"from/d/größe \"q\" {a,b}", "1"}, {"from/d/e/a\\b", "2"}, {"from/d/e/empty", ""}, {"to/d/e/", ""}});
@@ -187,8 +143,8 @@ private slots:
         scene.request.policy = TransferConflictPolicy::overwrite;
         (isUpload ? scene.request.destination : scene.request.source) = service;
         const auto runs = [&] {
-            return clients->runs(u"/usr/bin/ssh"_s) + clients->runs(u"/usr/bin/sftp"_s) +
-                   clients->runs(u"/usr/bin/curl"_s);
+            return m_clients->runs(u"/usr/bin/ssh"_s) + m_clients->runs(u"/usr/bin/sftp"_s) +
+                   m_clients->runs(u"/usr/bin/curl"_s);
         };
         const int before = runs();
         scene.add("from/d");
@@ -214,38 +170,10 @@ private slots:
         }
     }
 
-    void cutLineIsMadeUpForInAStreamAndInALane_data()
-    {
-        QTest::addColumn<int>("files");
-        QTest::newRow("stream") << 12;
-        QTest::newRow("lane") << 2;
-    }
     void cutLineIsMadeUpForInAStreamAndInALane()
     {
-        QFETCH(const int, files);
-        Scene scene({{"from/d/", ""}, {"to/", ""}});
-        for (int i = 0; i < files; ++i)
-            scene.tree.write(u"from/d/%1"_s.arg(i), QByteArray(200'000, char('a' + i)));
-        DelayProxy proxy(m_sshd->port());
-        ServerConnection far = m_sshd->connection();
-        far.port = proxy.port();
-        scene.request.destination = connected(std::make_shared<IsolatedClients>(m_sshd->knownHostsPath()), far);
-        scene.callbacks.reconnectDelays = {1ms, 50ms, 200ms, 1s};
-        std::atomic<bool> isCut = false;
-        const qint64 before = proxy.bytesPassed();
-        std::jthread scissors([&](const std::stop_token &stop) {
-            while (!stop.stop_requested() && proxy.bytesPassed() < before + 150'000)
-                std::this_thread::yield();
-            proxy.cut();
-            isCut = true;
-        });
-        scene.add("from/d");
-        const TransferOutcome outcome = scene.run();
-        QVERIFY(isCut);
-        QCOMPARE(outcome.failures, QStringList());
-        QCOMPARE(scene.under(u"to/"_s), scene.under(u"from/"_s));
-        const QString way = files > 8 ? u"Sent as one stream: "_s : u"Sent in bundles of up to 64: 2 files."_s;
-        QVERIFY2(outcome.notes.value(0).startsWith(way), qPrintable(outcome.notes.value(0)));
+        for (const int files : {12, 2})
+            cutLineIsMadeUpFor(files);
     }
 
     void fullDiskLeavesTheOldFileWhole()
@@ -305,25 +233,62 @@ private slots:
         QCOMPARE(m_service->checksums(paths + QStringList{tree.path("missing")}, {}), local);
         if (!m_sshd->hasAccounts())
             QSKIP("Only root can make accounts without a shell.");
-        ConnectionCredentials credentials;
-        credentials.password = TestServer::password();
-        const auto service = connected(std::make_shared<IsolatedClients>(m_sshd->knownHostsPath()),
-                                       m_sshd->connectionByPassword(TestServer::userWithoutShell()), credentials);
+        ServerConnection record = m_sshd->connection();
+        record.username = TestServer::userWithoutShell();
+        const auto service = connected(record);
         QVERIFY(!service->checksums(paths, {}));
         service->disconnect();
     }
 
 private:
-    static std::shared_ptr<SFTPService> connected(std::shared_ptr<ProcessRunner> clients,
-                                                  const ServerConnection &server,
-                                                  const ConnectionCredentials &credentials = {})
+    static void addWays()
     {
-        auto service = std::make_shared<SFTPService>(server, credentials, std::move(clients));
+        QTest::addColumn<bool>("isUpload");
+        QTest::newRow("up") << true;
+        QTest::newRow("down") << false;
+    }
+
+    std::shared_ptr<SFTPService> connected(const ServerConnection &server,
+                                           const ConnectionCredentials &credentials = {}) const
+    {
+        auto service = std::make_shared<SFTPService>(server, credentials, m_clients);
         service->connect({});
         return service;
     }
+    std::shared_ptr<SFTPService> through(const DelayProxy &proxy) const
+    {
+        ServerConnection far = m_sshd->connection();
+        far.port = proxy.port();
+        return connected(far);
+    }
+
+    void cutLineIsMadeUpFor(int files) const
+    {
+        Scene scene({{"from/d/", ""}, {"to/", ""}});
+        for (int i = 0; i < files; ++i)
+            scene.tree.write(u"from/d/%1"_s.arg(i), QByteArray(200'000, char('a' + i)));
+        DelayProxy proxy(m_sshd->port());
+        scene.request.destination = through(proxy);
+        scene.callbacks.reconnectDelays = {1ms, 50ms, 200ms, 1s};
+        std::atomic<bool> isCut = false;
+        const qint64 before = proxy.bytesPassed();
+        std::jthread scissors([&](const std::stop_token &stop) {
+            while (!stop.stop_requested() && proxy.bytesPassed() < before + 150'000)
+                std::this_thread::yield();
+            proxy.cut();
+            isCut = true;
+        });
+        scene.add("from/d");
+        const TransferOutcome outcome = scene.run();
+        QVERIFY(isCut);
+        QCOMPARE(outcome.failures, QStringList());
+        QCOMPARE(scene.under(u"to/"_s), scene.under(u"from/"_s));
+        const QString way = files > 8 ? u"Sent as one stream: "_s : u"Sent in bundles of up to 64: 2 files."_s;
+        QVERIFY2(outcome.notes.value(0).startsWith(way), qPrintable(outcome.notes.value(0)));
+    }
 
     std::unique_ptr<TestServer> m_sshd;
+    std::shared_ptr<IsolatedClients> m_clients;
     std::shared_ptr<SFTPService> m_service;
 };
 

@@ -17,6 +17,17 @@ const std::initializer_list<TestTree::Entry> manyFiles{
     {"from/d/5", "5"},  {"from/d/e/6", "6"},    {"from/d/e/7", "7"},  {"from/d/e/8", ""},
     {"from/d/.9", "9"}, {"from/d/two  x", "x"}, {"from/d/none/", ""}, {"to/", ""}};
 
+/// A folder of many small files on its way to or from a server that has a shell.
+struct StreamScene : Scene
+{
+    explicit StreamScene(Route route)
+        : Scene(manyFiles, route)
+    {
+        server->hasShell = true;
+        add("from/d");
+    }
+};
+
 void addWays()
 {
     QTest::addColumn<Route>("route");
@@ -35,20 +46,25 @@ private slots:
     void folderOfManySmallFilesGoesAsOneStream()
     {
         QFETCH(const Route, route);
-        Scene scene(manyFiles, route);
-        scene.tree.link("from/d/link", "/nowhere");
-        scene.server->hasShell = true;
+        StreamScene scene(route);
+        scene.tree.link("from/d/link", u'/' + QString(150, u'l'));
+        scene.tree.write(u"from/d/e/"_s + QString(120, u'n') + u'/' + QString(130, u'm'), QByteArray(300'000, 'z'));
+        const QDateTime then(QDate(2020, 2, 29), QTime(12, 30), Qt::UTC);
+        setTimeAndMode(scene.tree.path("from/d/1"), then, QFile::Permissions(0x6040));
+        const QFile::Permissions mode = QFileInfo(scene.tree.path("from/d/1")).permissions();
         scene.request.isMove = true;
-        scene.add("from/d");
         const TreeSnapshot expected = scene.under(u"from/"_s);
         const TransferOutcome outcome = scene.run();
         QCOMPARE(outcome.failures, QStringList());
         QCOMPARE(scene.under(u"to/"_s), expected);
         QCOMPARE(scene.under(u"from/"_s), TreeSnapshot());
-        QCOMPARE(outcome.counts.filesDone, 11);
+        const QFileInfo copy(scene.tree.path("to/d/1"));
+        QCOMPARE(copy.lastModified().toUTC(), then);
+        QCOMPARE(copy.permissions(), mode);
+        QCOMPARE(outcome.counts.filesDone, 12);
         QCOMPARE(outcome.counts.bytesDone, outcome.counts.bytesTotal);
         QCOMPARE(scene.server->filesCarried.load(), 0);
-        QVERIFY2(outcome.notes.value(0).contains(u"as one stream: “d”, 11 files"_s),
+        QVERIFY2(outcome.notes.value(0).contains(u"as one stream: “d”, 12 files"_s),
                  qPrintable(outcome.notes.join(u'|')));
     }
 
@@ -61,7 +77,11 @@ private slots:
         QTest::newRow("down, no shell") << Route::download << QByteArray() << false;
         QTest::newRow("down, words instead of an archive")
             << Route::download << QByteArray("This account is currently not available.\n").repeated(30) << true;
-        QTest::newRow("down, the archive breaks off") << Route::download << QByteArray(512, '\0').first(100) << true;
+        TarEntry first;
+        first.path = "1";
+        first.size = 1;
+        const QByteArray begun = tarFormat::header(first) + '1' + tarFormat::padding(1);
+        QTest::newRow("down, the archive breaks off") << Route::download << begun << true;
         QTest::newRow("down, nothing is in it") << Route::download << tarFormat::end() << true;
     }
     void streamThatIsNotPossibleLeavesTheFolderToItsFiles()
@@ -69,10 +89,9 @@ private slots:
         QFETCH(const Route, route);
         QFETCH(const QByteArray, archive);
         QFETCH(const bool, hasShell);
-        Scene scene(manyFiles, route);
+        StreamScene scene(route);
         scene.server->hasShell = hasShell;
         scene.server->archive = archive;
-        scene.add("from/d");
         const TransferOutcome outcome = scene.run();
         QCOMPARE(outcome.failures, QStringList());
         QCOMPARE(scene.under(u"to/"_s), scene.under(u"from/"_s));
@@ -84,11 +103,9 @@ private slots:
     void brokenStreamBeginsAnew()
     {
         QFETCH(const Route, route);
-        Scene scene(manyFiles, route);
-        scene.server->hasShell = true;
+        StreamScene scene(route);
         scene.callbacks.reconnectDelays = {1ms};
         scene.server->halfway = breakLink(1);
-        scene.add("from/d");
         const TransferOutcome outcome = scene.run();
         QCOMPARE(outcome.failures, QStringList());
         QCOMPARE(scene.under(u"to/"_s), scene.under(u"from/"_s));
@@ -100,23 +117,19 @@ private slots:
     void stoppedStreamLeavesNothing()
     {
         QFETCH(const Route, route);
-        Scene scene(manyFiles, route);
-        scene.server->hasShell = true;
+        StreamScene scene(route);
         scene.server->halfway = [&scene](const QString &) {
             scene.stop.request_stop();
             throw Cancelled();
         };
-        scene.add("from/d");
         QVERIFY(scene.run().wasCancelled);
         QCOMPARE(scene.under(u"to/"_s), TreeSnapshot());
     }
 
     void fileThatArrivesWrongIsNoticedBeforeTheFolderHasItsName()
     {
-        Scene scene(manyFiles, Route::upload);
-        scene.server->hasShell = true;
+        StreamScene scene(Route::upload);
         scene.server->garbles = true;
-        scene.add("from/d");
         const TransferOutcome outcome = scene.run();
         // Nor do the files sent one by one, which the server garbles too, but those it reports as whole.
         QVERIFY2(outcome.notes.value(0).contains(u"did not arrive whole in the stream"_s),
