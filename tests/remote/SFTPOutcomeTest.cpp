@@ -77,45 +77,34 @@ private slots:
 
     void failedConnectionsAreExplained()
     {
-        struct Row
-        {
-            const char *said;
-            const char *begin;
-            const char *words;
-        };
-        const Row rows[] = {
-            // password
+        const std::pair<const char *, const char *> rows[] = {
             {"u@h: Permission denied (publickey,password).\r\nConnection closed\r\n",
-             "h did not accept the login of “u”.", "u@h: Permission denied (publickey,password)."},
-            // keys only
-            {"u@h: Permission denied (publickey).\r\n", "h did not accept the key of “u”, and it takes no passwords.",
-             "u@h: Permission denied (publickey)."},
-            // changed key
+             "h did not accept the login of “u”."},
+            {"u@h: Permission denied (publickey).\r\n", "h did not accept the key of “u”, and it takes no passwords."},
             {"@ WARNING: REMOTE HOST IDENTIFICATION HAS CHANGED! @\r\nHost key verification failed.\r\n",
-             "the key of h has changed.",
-             "@ WARNING: REMOTE HOST IDENTIFICATION HAS CHANGED! @\nHost key verification failed."},
-            // open key
+             "the key of h has changed."},
             {"Load key \"/k\": bad permissions\r\nu@h: Permission denied (publickey,password).\r\n",
-             "the key file may be read by other users",
-             "Load key \"/k\": bad permissions\nu@h: Permission denied (publickey,password)."},
-            // refused
+             "the key file may be read by other users"},
             {"ssh: connect to host h port 2222: Connection refused\r\nConnection closed.  \r\n",
-             "h answers, but nothing listens on port 2222.", "ssh: connect to host h port 2222: Connection refused"},
-            // no subsystem
-            {"Connection closed.  \r\n", "h ended the connection without a reason.", "Connection closed."},
-            // lost while at work
+             "h answers, but nothing listens on port 2222."},
+            // No subsystem for files.
+            {"Connection closed.  \r\n", "h ended the connection without a reason."},
             {"Connected to h.\n\rConnection closed.  \r\nRead packet: Connection reset by peer\r\n",
-             "the connection to h was lost.", "Connection closed.\nRead packet: Connection reset by peer"},
+             "the connection to h was lost."},
         };
         ServerConnection server;
         server.host = u"h"_s;
         server.port = 2222;
         server.username = u"u"_s;
-        for (const auto &[said, begin, words] : rows) {
+        for (const auto &[said, begin] : rows) {
             const QString text = SSHFailureText::connection(server, said);
             QVERIFY2(text.startsWith(QString::fromUtf8(begin)), qPrintable(text));
-            QVERIFY2(text.endsWith(u'\n' + QString::fromUtf8(words)), qPrintable(text));
         }
+        // What the client said follows, without its farewell where it has said more.
+        QCOMPARE(SSHFailureText::connection(server, rows[0].first).section(u'\n', 1),
+                 u"u@h: Permission denied (publickey,password)."_s);
+        QCOMPARE(SSHFailureText::connection(server, rows[6].first).section(u'\n', 1),
+                 u"Connection closed.\nRead packet: Connection reset by peer"_s);
         QCOMPARE(SSHFailureText::connection(server, "  something new \r\n"), u"something new"_s);
     }
 };

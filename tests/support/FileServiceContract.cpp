@@ -98,8 +98,9 @@ void listingAndStatTellWhatIsThere(const Place &at)
     QString folder = u"folder"_s;
     while (folder.size() < 700)
         at.service.createDirectory(at.path(folder += u'/' + QString(200, u'f')), go);
-    at.write(folder + u"/deep"_s, "1");
-    QCOMPARE(at.listed(folder).keys(), QStringList{u"deep"_s});
+    const QString deepest(160, u'd');
+    at.write(folder + u'/' + deepest, "1");
+    QCOMPARE(at.listed(folder).keys(), QStringList{deepest});
     for (const QString &nothing : {u"nothing"_s, folder + u"/nothing"_s})
         QVERIFY(!at.service.stat(at.path(nothing), go));
 }

@@ -5,9 +5,9 @@
 #include "files/RemoteFileService.h"
 #include "platform/SystemProcessRunner.h"
 #include "support/DiskFileService.h"
+#include "support/TestTree.h"
 
 #include <QCryptographicHash>
-#include <QDirIterator>
 #include <QFile>
 
 #include <atomic>
@@ -125,18 +125,14 @@ public:
             return std::nullopt;
         m_disk.createDirectory(folder, stop);
         ProcessRequest request;
-        request.arguments = QStringList{QStringLiteral("-xpof"), QStringLiteral("-"), QStringLiteral("-C"), folder};
         request.moreInput = next;
-        runTar(request, folder, stop);
+        runTar(request, {QStringLiteral("-xpof"), QStringLiteral("-"), QStringLiteral("-C"), folder}, stop);
         if (garbles)
             m_disk.write("*", folder + QStringLiteral("/1"), stop);
         QHash<QString, QByteArray> sums;
-        QDirIterator files(folder, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
-        while (files.hasNext()) {
-            const QString path = files.next();
-            sums.insert(path.mid(folder.size() + 1),
-                        QCryptographicHash::hash(m_disk.read(path, stop), QCryptographicHash::Sha256));
-        }
+        const TreeSnapshot tree = snapshotOf(folder);
+        for (auto file = tree.cbegin(); file != tree.cend(); ++file)
+            sums.insert(file.key(), QCryptographicHash::hash(file.value(), QCryptographicHash::Sha256));
         return sums;
     }
     bool packArchive(const QString &folder, const std::function<void(QByteArrayView)> &take,
@@ -149,10 +145,9 @@ public:
             return true;
         }
         ProcessRequest request;
-        request.arguments =
-            QStringList{QStringLiteral("-cf"), QStringLiteral("-"), QStringLiteral("-C"), folder, QStringLiteral(".")};
         request.takeOutput = take;
-        runTar(request, folder, stop);
+        runTar(request, {QStringLiteral("-cf"), QStringLiteral("-"), QStringLiteral("-C"), folder, QStringLiteral(".")},
+               stop);
         return true;
     }
     void downloadRecursive(const QString &, const QString &, const std::stop_token &) override { Q_UNREACHABLE(); }
@@ -171,12 +166,13 @@ private:
             throw FileServiceError::notFound(item.path);
     }
 
-    void runTar(ProcessRequest &request, const QString &folder, const std::stop_token &stop) const
+    void runTar(ProcessRequest &request, const QStringList &arguments, const std::stop_token &stop) const
     {
         request.program = QStringLiteral("tar");
+        request.arguments = arguments;
         const ProcessResult result = SystemProcessRunner().run(request, stop);
         if (halfway)
-            halfway(folder);
+            halfway(QString());
         if (result.exitCode != 0)
             throw FileServiceError::operationFailed(QString::fromUtf8(result.standardError));
     }

@@ -8,9 +8,7 @@
 #include <QTcpSocket>
 #include <QTest>
 
-#include <csignal>
 #include <sys/prctl.h>
-#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -57,11 +55,6 @@ ServerProcess::ServerProcess(const QString &folderTemplate)
     QFile::setPermissions(sharedPath(), QFile::Permissions(0x7777));
     // Accounts other than the one that runs the tests pass through.
     QFile::setPermissions(m_folder.path(), QFile::Permissions(0x7711));
-}
-
-bool ServerProcess::isRoot()
-{
-    return ::geteuid() == 0;
 }
 
 QByteArray ServerProcess::passwordHash()
@@ -141,25 +134,10 @@ void ServerProcess::signalAll(int signal) const
         ::kill(pid_t(session), signal);
 }
 
-QList<qint64> ServerProcess::sessions() const
-{
-    return descendants(m_listener.processId());
-}
-
 void ServerProcess::kill()
 {
     signalAll(SIGKILL);
     m_listener.waitForFinished();
-}
-
-void ServerProcess::freeze() const
-{
-    signalAll(SIGSTOP);
-}
-
-void ServerProcess::thaw() const
-{
-    signalAll(SIGCONT);
 }
 
 } // namespace moorix::test

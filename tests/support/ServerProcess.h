@@ -4,7 +4,15 @@
 #include <QProcess>
 #include <QTemporaryDir>
 
+#include <csignal>
+#include <unistd.h>
+
 namespace moorix::test {
+
+/// The processes descending from `ancestor`, which is not among them.
+QList<qint64> descendants(qint64 ancestor);
+/// Processes of this name that descend from the tests.
+QList<qint64> childrenNamed(const QByteArray &program);
 
 /// A real server program on a free port of the loopback device, with a folder for all it needs. It ends, with every
 /// session, with the object; nothing on the machine is changed, so nothing is left after a crash.
@@ -23,17 +31,17 @@ public:
     QString sharedPath() const { return path("shared"); }
 
     /// The processes that serve those who are logged in.
-    QList<qint64> sessions() const;
+    QList<qint64> sessions() const { return descendants(m_listener.processId()); }
     /// Ends listener and sessions at once.
     void kill();
     /// Stops listener and sessions where they are, until `thaw`; `kill` ends them all the same.
-    void freeze() const;
-    void thaw() const;
+    void freeze() const { signalAll(SIGSTOP); }
+    void thaw() const { signalAll(SIGCONT); }
 
 protected:
     explicit ServerProcess(const QString &folderTemplate);
 
-    static bool isRoot();
+    static bool isRoot() { return ::geteuid() == 0; }
     /// SHA-512 of the password, in the form of /etc/shadow.
     static QByteArray passwordHash();
     /// What `program` prints.
@@ -61,10 +69,5 @@ private:
     quint16 m_port = 0;
     QProcess m_listener;
 };
-
-/// The processes descending from `ancestor`, which is not among them.
-QList<qint64> descendants(qint64 ancestor);
-/// Processes of this name that descend from the tests.
-QList<qint64> childrenNamed(const QByteArray &program);
 
 } // namespace moorix::test
