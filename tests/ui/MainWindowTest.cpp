@@ -1,14 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "WindowBench.h"
 
-#include "support/TestMain.h"
-#include "ui/Theme.h"
-
-#include <QAbstractItemView>
-#include <QLabel>
-#include <QLineEdit>
-#include <QPushButton>
-#include <QTreeWidget>
+#include <QMenu>
+#include <QMenuBar>
 
 using namespace moorix;
 using namespace moorix::test;
@@ -19,9 +13,14 @@ class MainWindowTest : public QObject
     Q_OBJECT
 
 private slots:
-    void f5CopiesTheSelectionToTheOtherSide()
+    void f5CopiesTheSelectionAlsoAfterAMenuThatGreyedTheCommand()
     {
         WindowBench bench({{"left/a.txt", "text"}, {"left/b.txt", "other"}});
+        QMenu *help = bench.window->menuBar()->actions().last()->menu();
+        bench.pane(Side::left)->setSelection({});
+        help->popup(bench.window->mapToGlobal(QPoint(20, 20)));
+        help->close();
+        bench.activateList(Side::left);
         bench.select(Side::left, "a.txt");
         bench.key(Qt::Key_F5);
         QTRY_COMPARE(bench.home.read("right/a.txt"), "text");
@@ -64,32 +63,27 @@ private slots:
 
     void conflictIsAskedInsideTheWindow_data()
     {
-        QTest::addColumn<QByteArray>("old");
-        QTest::addColumn<QByteArray>("second");
-        QTest::newRow("conflictSkip") << QByteArray("old") << QByteArray();
-        QTest::newRow("conflictOverwrite") << QByteArray("newer") << QByteArray();
-        QTest::newRow("conflictKeepBoth") << QByteArray("old") << QByteArray("newer");
-        QTest::newRow("conflictCancel") << QByteArray("old") << QByteArray();
+        QTest::addColumn<TreeSnapshot>("after");
+        QTest::newRow("conflictSkip") << TreeSnapshot{{u"a.txt"_s, "old"}};
+        QTest::newRow("conflictOverwrite") << TreeSnapshot{{u"a.txt"_s, "newer"}};
+        QTest::newRow("conflictKeepBoth") << TreeSnapshot{{u"a.txt"_s, "old"}, {u"a 2.txt"_s, "newer"}};
+        QTest::newRow("conflictCancel") << TreeSnapshot{{u"a.txt"_s, "old"}};
     }
 
     void conflictIsAskedInsideTheWindow()
     {
-        QFETCH(QByteArray, old);
-        QFETCH(QByteArray, second);
+        QFETCH(const TreeSnapshot, after);
         WindowBench bench({{"left/a.txt", "newer"}, {"right/a.txt", "old"}});
         bench.select(Side::left, "a.txt");
         bench.key(Qt::Key_F5);
         QTRY_VERIFY(bench.find("conflictBar"));
-        const auto *existing = bench.find<QLabel>("conflictExisting");
-        const auto *source = bench.find<QLabel>("conflictSource");
-        QVERIFY2(existing->text().contains(u"3 bytes"_s), qPrintable(existing->text()));
-        QVERIFY2(source->text().contains(u"5 bytes"_s), qPrintable(source->text()));
+        QVERIFY(bench.find<QLabel>("conflictExisting")->text().contains(u"3 bytes"_s));
+        QVERIFY(bench.find<QLabel>("conflictSource")->text().contains(u"5 bytes"_s));
         bench.click(bench.find("conflictCompare"));
         QTRY_COMPARE(bench.find<QLabel>("conflictComparison")->text(), u"They differ from line 1 on."_s);
         bench.click(bench.find(QTest::currentDataTag()));
         QTRY_VERIFY(!bench.find("conflictBar"));
-        QTRY_COMPARE(bench.home.read("right/a 2.txt"), second);
-        QTRY_COMPARE(bench.home.read("right/a.txt"), old);
+        QTRY_COMPARE(snapshotOf(bench.home.path("right")), after);
     }
 
     void closingDuringATransferAsksFirst()
@@ -180,10 +174,9 @@ private slots:
         QTRY_VERIFY(bench.find("hostKeyPanel"));
         QTRY_VERIFY(bench.find<QLabel>("knownKeys")->text().contains(u"SHA256:oldKey"_s));
         const auto removals = [&bench] {
-            qsizetype count = 0;
-            for (const ProcessRequest &request : bench.runner->requests())
-                count += request.arguments.contains(u"-R"_s) ? 1 : 0;
-            return count;
+            return std::ranges::count_if(bench.runner->requests(), [](const ProcessRequest &request) {
+                return request.arguments.contains(u"-R"_s);
+            });
         };
         QTRY_COMPARE(bench.find<QLabel>("offeredKeys")->text(), u"ED25519 SHA256:newKey"_s);
         QVERIFY(!bench.find("trustKey"));

@@ -9,6 +9,8 @@
 #include "settings/SettingsStore.h"
 #include "support/ScriptedFileService.h"
 #include "support/Shorthand.h"
+#include "support/TestMain.h"
+#include "ui/Theme.h"
 #include "ui/pane/PaneView.h"
 
 #include <QLabel>
@@ -41,6 +43,14 @@ public:
     {
         pane.load(path, true);
         QTRY_VERIFY(pane.currentPath() == path && !pane.isLoading());
+    }
+
+    /// Opens a folder of files f000000, f000001 and so on.
+    void openMany(int count)
+    {
+        for (int i = 0; i < count; ++i)
+            files->inventedNames << QStringLiteral("f%1").arg(i, 6, 10, QChar(u'0'));
+        open(QStringLiteral("/"));
     }
 
     QTreeView &list() { return *part<QTreeView>("fileList"); }

@@ -25,69 +25,48 @@ class PanePartsTest final : public QObject
     Q_OBJECT
 
 private slots:
-    void typeAheadFindsTheRow_data()
-    {
-        QTest::addColumn<QString>("typed");
-        QTest::addColumn<int>("pauseMs");
-        QTest::addColumn<int>("row");
-        QTest::newRow("prefix, whatever the case") << u"BR"_s << 10 << 3;
-        QTest::newRow("after a pause a new word") << u"bc"_s << 1500 << 4;
-        QTest::newRow("one letter again walks on") << u"bb"_s << 10 << 3;
-        QTest::newRow("and starts over") << u"bbb"_s << 10 << 2;
-        QTest::newRow("inside a name when none begins so") << u"ph"_s << 10 << 1;
-        QTest::newRow("no such name") << u"zz"_s << 10 << -1;
-    }
-
     void typeAheadFindsTheRow()
     {
-        QFETCH(QString, typed);
-        QFETCH(int, pauseMs);
-        QFETCH(int, row);
         const QStringList names{u"aa"_s, u"alpha"_s, u"beta"_s, u"Bravo"_s, u"cc"_s};
-        TypeAhead typeAhead;
-        int current = 0;
-        std::optional<int> found;
-        std::chrono::milliseconds now = 5s;
-        for (const QChar letter : typed) {
-            now += std::chrono::milliseconds(pauseMs);
-            const TypeAhead::Rows rows{int(names.size()), current,
-                                       [&](int at) -> const QString & { return names.at(at); }};
-            found = typeAhead.type(letter, now, rows);
-            current = found.value_or(current);
+        const std::tuple<const char *, std::chrono::milliseconds, const char *> rows[] = {
+            {"BR", 10ms, "Bravo"}, // prefix, whatever the case
+            {"bc", 1500ms, "cc"},  // after a pause a new word
+            {"bb", 10ms, "Bravo"}, // one letter again walks on
+            {"bbb", 10ms, "beta"}, // and starts over
+            {"ph", 10ms, "alpha"}, // inside a name when none begins so
+            {"zz", 10ms, "nothing"}};
+        for (const auto &[typed, pause, expected] : rows) {
+            TypeAhead typeAhead;
+            int current = 0;
+            std::optional<int> found;
+            std::chrono::milliseconds now = 5s;
+            for (const QChar letter : QString::fromLatin1(typed)) {
+                now += pause;
+                found = typeAhead.type(
+                    letter, now, {int(names.size()), current, [&](int at) -> const QString & { return names.at(at); }});
+                current = found.value_or(current);
+            }
+            QCOMPARE(names.value(found.value_or(-1), u"nothing"_s), QLatin1String(expected));
         }
-        QCOMPARE(found.value_or(-1), row);
-    }
-
-    void typeAheadInAnEmptyListFindsNothing()
-    {
-        TypeAhead typeAhead;
-        QVERIFY(!typeAhead.type(u"a"_s, 1s, {}));
-    }
-
-    void quickLookTellsTextsFromOtherBytes_data()
-    {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<Kind>("kind");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("UTF-8") << QByteArray("gr\xc3\xbc\xc3\x9f") << Kind::text << u"grüß"_s;
-        QTest::newRow("else Latin-1") << QByteArray("gr\xfc\xdf") << Kind::text << u"grüß"_s;
-        QTest::newRow("UTF-16 with a mark") << QByteArray("\xff\xfe"
-                                                          "a\0b\0",
-                                                          6)
-                                            << Kind::text << u"ab"_s;
-        QTest::newRow("with a zero") << QByteArray("ab\0\xff", 4) << Kind::hex
-                                     << u"00000000  61 62 00 ff                                        ab··"_s;
-        QTest::newRow("empty") << QByteArray() << Kind::message << u"The file is empty."_s;
+        QVERIFY(!TypeAhead().type(u"a"_s, 1s, {}));
     }
 
     void quickLookTellsTextsFromOtherBytes()
     {
-        QFETCH(QByteArray, bytes);
-        QFETCH(Kind, kind);
-        QFETCH(QString, text);
-        const QuickLookContent content = QuickLookContents::fromBytes(bytes);
-        QCOMPARE(content.kind, kind);
-        QCOMPARE(content.text.simplified(), text.simplified());
+        const std::tuple<QByteArray, Kind, const char *> rows[] = {
+            {"gr\xc3\xbc\xc3\x9f", Kind::text, "grüß"},
+            {"gr\xfc\xdf", Kind::text, "grüß"}, // no UTF-8, so Latin-1
+            {QByteArray("\xff\xfe"
+                        "a\0b\0",
+                        6),
+             Kind::text, "ab"}, // UTF-16 with a mark
+            {QByteArray("ab\0\xff", 4), Kind::hex, "00000000 61 62 00 ff ab··"},
+            {"", Kind::message, "The file is empty."}};
+        for (const auto &[bytes, kind, text] : rows) {
+            const QuickLookContent content = QuickLookContents::fromBytes(bytes);
+            QCOMPARE(content.text.simplified(), QString::fromUtf8(text));
+            QCOMPARE(content.kind, kind);
+        }
     }
 
     void quickLookCutsALongTextBetweenCharacters()
@@ -104,9 +83,7 @@ private slots:
     {
         QByteArray bytes;
         QBuffer buffer(&bytes);
-        QImage picture(3, 2, QImage::Format_RGB32);
-        picture.fill(Qt::red);
-        QVERIFY(picture.save(&buffer, "PNG"));
+        QVERIFY(QImage(3, 2, QImage::Format_RGB32).save(&buffer, "PNG"));
         const QuickLookContent content = QuickLookContents::fromBytes(bytes);
         QCOMPARE(content.kind, Kind::image);
         QCOMPARE(content.image.size(), QSize(3, 2));

@@ -9,7 +9,6 @@
 
 #include <QAbstractItemModelTester>
 #include <QMimeData>
-#include <QTest>
 
 using namespace moorix;
 using namespace moorix::test;
@@ -62,35 +61,26 @@ private slots:
         m_model.reset();
     }
 
-    void droppedEntryStandsWhereItWasDropped_data()
-    {
-        QTest::addColumn<QString>("what");
-        QTest::addColumn<int>("row");
-        QTest::addColumn<QString>("onto");
-        QTest::addColumn<QString>("expected");
-        const auto row = [](const char *name, const char *what, int at, const char *onto, const char *expected) {
-            QTest::newRow(name) << QString::fromUtf8(what) << at << QString::fromUtf8(onto)
-                                << QString::fromUtf8(expected);
-        };
-        row("down among siblings", "a1", 3, "A", "A(AA() a2 a1 a3) B() top");
-        row("up among siblings", "a3", 1, "A", "A(AA() a3 a1 a2) B() top");
-        row("to its own place", "a2", 2, "A", "A(AA() a1 a2 a3) B() top");
-        row("to the end", "a1", 4, "A", "A(AA() a2 a3 a1) B() top");
-        row("above the folders: first of the servers", "a2", 0, "A", "A(AA() a2 a1 a3) B() top");
-        row("onto a folder", "top", -1, "B", "A(AA() a1 a2 a3) B(top)");
-        row("out to the top", "a1", -1, "", "A(AA() a2 a3) B() top a1");
-        row("folder before its sibling", "B", 0, "", "B() A(AA() a1 a2 a3) top");
-        row("folder below the servers: last of the folders", "A", 3, "", "B() A(AA() a1 a2 a3) top");
-        row("folder into another", "A", -1, "B", "B(A(AA() a1 a2 a3)) top");
-    }
-
     void droppedEntryStandsWhereItWasDropped()
     {
-        QFETCH(QString, what);
-        QFETCH(int, row);
-        QFETCH(QString, onto);
-        QVERIFY(drop(what, row, onto));
-        QTEST(tree(), "expected");
+        const std::tuple<const char *, int, const char *, const char *> rows[] = {
+            {"a1", 3, "A", "A(AA() a2 a1 a3) B() top"},  // down among siblings
+            {"a3", 1, "A", "A(AA() a3 a1 a2) B() top"},  // up among siblings
+            {"a2", 2, "A", "A(AA() a1 a2 a3) B() top"},  // to its own place
+            {"a1", 4, "A", "A(AA() a2 a3 a1) B() top"},  // to the end
+            {"a2", 0, "A", "A(AA() a2 a1 a3) B() top"},  // above the folders: first of the servers
+            {"top", -1, "B", "A(AA() a1 a2 a3) B(top)"}, // onto a folder
+            {"a1", -1, "", "A(AA() a2 a3) B() top a1"},  // out to the top
+            {"B", 0, "", "B() A(AA() a1 a2 a3) top"},    // folder before its sibling
+            {"A", 3, "", "B() A(AA() a1 a2 a3) top"},    // folder below the servers: last of the folders
+            {"A", -1, "B", "B(A(AA() a1 a2 a3)) top"},   // folder into another
+        };
+        for (const auto &[what, row, onto, expected] : rows) {
+            cleanup();
+            init();
+            QVERIFY(drop(QLatin1String(what), row, QLatin1String(onto)));
+            QCOMPARE(tree(), QLatin1String(expected));
+        }
     }
 
     void folderIsNotDroppedIntoItself()

@@ -79,7 +79,7 @@ private slots:
         QVERIFY(TransferText::moment(now.addDays(-1)).endsWith(u", "_s + TransferText::moment(now)));
     }
 
-    void favouritesSurviveAnyName()
+    void favouritesSurviveAnyNameAndDamagedOnesAreLeftOut()
     {
         const QStringList odd{u"/a,b"_s, u"/line\nbreak"_s, u"/\"quoted\""_s, u"/Ünïcode"_s};
         QString raw;
@@ -90,10 +90,6 @@ private slots:
         for (const QString &path : odd)
             raw = Favorites::removing(raw, path);
         QCOMPARE(raw, QString());
-    }
-
-    void damagedFavouritesAreLeftOut()
-    {
         QCOMPARE(Favorites::parse(u"[\"/a\", 7, \"relative\", null, \"/a\"]"_s), QStringList{u"/a"_s});
         QCOMPARE(Favorites::parse(u"/a\n\n/b"_s), (QStringList{u"/a"_s, u"/b"_s}));
         QCOMPARE(Favorites::parse(u"{\"/a\""_s), QStringList());

@@ -10,6 +10,7 @@
 #include <QTest>
 
 #include <cmath>
+#include <numeric>
 
 using namespace Qt::StringLiterals;
 using namespace moorix;
@@ -29,17 +30,29 @@ double contrast(Theme::Color one, Theme::Color other)
     return (std::max(a, b) + 0.05) / (std::min(a, b) + 0.05);
 }
 
+QImage painted(const QIcon &icon, qreal scale = 1)
+{
+    QImage image(QSize(16, 16) * scale, QImage::Format_ARGB32);
+    image.setDevicePixelRatio(scale);
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    icon.paint(&painter, QRect(0, 0, 16, 16));
+    return image;
+}
+
+QList<QColor> pixels(const QImage &image)
+{
+    QList<QColor> all;
+    for (int i = 0; i < image.width() * image.height(); ++i)
+        all << image.pixelColor(i % image.width(), i / image.width());
+    return all;
+}
+
 /// The colour of the most opaque pixel.
 QColor strongestColor(const QIcon &icon)
 {
-    const QImage image = icon.pixmap(QSize(16, 16), 1.0).toImage();
-    QColor strongest(Qt::transparent);
-    for (int i = 0; i < image.width() * image.height(); ++i) {
-        const QColor pixel = image.pixelColor(i % image.width(), i / image.width());
-        if (pixel.alpha() > strongest.alpha())
-            strongest = pixel;
-    }
-    return strongest;
+    const QList<QColor> all = pixels(painted(icon));
+    return *std::ranges::max_element(all, {}, &QColor::alpha);
 }
 
 FileItem item(const QString &name)
@@ -101,16 +114,9 @@ private slots:
     void iconsKeepTheirShapeOnFineScreens()
     {
         const auto coverage = [](const QIcon &icon, qreal scale) {
-            QImage image(QSize(16, 16) * scale, QImage::Format_ARGB32);
-            image.setDevicePixelRatio(scale);
-            image.fill(Qt::transparent);
-            QPainter painter(&image);
-            icon.paint(&painter, QRect(0, 0, 16, 16));
-            painter.end();
-            double sum = 0;
-            for (int i = 0; i < image.width() * image.height(); ++i)
-                sum += image.pixelColor(i % image.width(), i / image.width()).alphaF();
-            return sum / (image.width() * image.height());
+            const QList<QColor> all = pixels(painted(icon, scale));
+            const auto add = [](double sum, const QColor &pixel) { return sum + pixel.alphaF(); };
+            return std::accumulate(all.begin(), all.end(), 0.0, add) / double(all.size());
         };
         for (const QString &name : {u"folder"_s, u"user-desktop"_s, u"network-server"_s, u"folder-download"_s}) {
             const double coarse = coverage(Theme::icon(name), 1);
@@ -121,9 +127,9 @@ private slots:
     void linkLooksUnlikeItsTarget()
     {
         FileItem link = item(u"a.txt"_s);
-        const QImage plain = Theme::fileIcon(link).pixmap(QSize(16, 16), 1.0).toImage();
+        const QImage plain = painted(Theme::fileIcon(link));
         link.isSymlink = true;
-        QVERIFY(Theme::fileIcon(link).pixmap(QSize(16, 16), 1.0).toImage() != plain);
+        QVERIFY(painted(Theme::fileIcon(link)) != plain);
     }
 };
 

@@ -12,7 +12,6 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QSemaphore>
-#include <QTest>
 #include <QTreeWidget>
 
 using namespace moorix;
@@ -91,6 +90,9 @@ private slots:
         scene.press("moveTransferUp");
         QCOMPARE(scene.text(1), u"“c”"_s);
         QCOMPARE(scene.list().selectedItems().size(), 1);
+        scene.select(2);
+        scene.press("cancelTransfer");
+        QCOMPARE(scene.text(2), u"“b”"_s);
         scene.letGo->release();
         QTRY_COMPARE(scene.engine.transfers().first().state, State::finished);
         QCOMPARE(scene.text(0), u"“c”"_s);
@@ -114,33 +116,27 @@ private slots:
                  qPrintable(QGuiApplication::clipboard()->text()));
         scene.server->halfway = nullptr;
         // The line beneath a transfer stands for it.
-        scene.list().setCurrentItem(item->child(0));
+        scene.list().clearSelection();
+        item->child(0)->setSelected(true);
         scene.press("retryFailedTransfer");
         QTRY_COMPARE(scene.engine.transfers().first().state, State::finished);
         QCOMPARE(scene.list().topLevelItem(0)->childCount(), 0);
     }
 
-    void conflictOffersToGoOnOnlyWhereThatCanBe_data()
-    {
-        QTest::addColumn<QByteArray>("existing");
-        QTest::addColumn<bool>("canResume");
-        QTest::newRow("shorter") << QByteArray("1234") << true;
-        QTest::newRow("longer") << QByteArray("123456789") << false;
-    }
     void conflictOffersToGoOnOnlyWhereThatCanBe()
     {
-        QFETCH(const QByteArray, existing);
-        QFETCH(const bool, canResume);
-        Scene scene;
-        scene.letGo->release(9);
-        scene.tree.write("to/a", existing);
-        scene.send("from/a");
-        QTRY_VERIFY(scene.engine.conflict());
-        auto *action = scene.bar.findChild<QAction *>(u"conflictResume"_s);
-        QCOMPARE(action->isEnabled(), canResume);
-        (canResume ? action : scene.bar.findChild<QAction *>(u"conflictOverwriteOtherSize"_s))->trigger();
-        QTRY_COMPARE(scene.engine.transfers().first().state, State::finished);
-        QCOMPARE(scene.tree.read("to/a"), QByteArray("12345678"));
+        for (const auto &[existing, canResume] : {std::pair("1234", true), std::pair("123456789", false)}) {
+            Scene scene;
+            scene.letGo->release(9);
+            scene.tree.write("to/a", existing);
+            scene.send("from/a");
+            QTRY_VERIFY(scene.engine.conflict());
+            auto *action = scene.bar.findChild<QAction *>(u"conflictResume"_s);
+            QCOMPARE(action->isEnabled(), canResume);
+            (canResume ? action : scene.bar.findChild<QAction *>(u"conflictOverwriteOtherSize"_s))->trigger();
+            QTRY_COMPARE(scene.engine.transfers().first().state, State::finished);
+            QCOMPARE(scene.tree.read("to/a"), QByteArray("12345678"));
+        }
     }
 };
 

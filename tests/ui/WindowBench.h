@@ -10,14 +10,19 @@
 #include "settings/SettingsStore.h"
 #include "support/FakeProcessRunner.h"
 #include "support/MemoryKeychain.h"
+#include "support/Shorthand.h"
+#include "support/TestMain.h"
 #include "support/TestTree.h"
 #include "ui/MainWindow.h"
 #include "ui/SessionView.h"
 #include "ui/SideView.h"
 
 #include <QApplication>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
 #include <QTest>
-#include <QTreeView>
+#include <QTreeWidget>
 
 namespace moorix::test {
 
@@ -122,6 +127,14 @@ public:
     {
         QVERIFY(list(side));
         list(side)->setFocus();
+    }
+    /// Runs the command whose text begins so, as a click on its entry does.
+    static void choose(const QList<QAction *> &actions, const char *text)
+    {
+        const auto found = std::ranges::find_if(
+            actions, [text](const QAction *action) { return action->text().startsWith(QLatin1String(text)); });
+        QVERIFY2(found != actions.end(), text);
+        (*found)->trigger();
     }
     static void click(QWidget *button)
     {

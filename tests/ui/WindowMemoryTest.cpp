@@ -4,11 +4,9 @@
 #include "app/ListColumns.h"
 #include "platform/KeyValueStore.h"
 #include "platform/Preferences.h"
-#include "support/TestMain.h"
 
 #include <QHeaderView>
 #include <QJsonArray>
-#include <QLabel>
 #include <QMenu>
 #include <QSplitter>
 
@@ -21,20 +19,6 @@ class WindowMemoryTest : public QObject
 {
     Q_OBJECT
 
-    /// Chooses an entry of the menu that is open.
-    static void choose(const WindowBench &bench, const char *menu, const QString &text)
-    {
-        const auto *open = bench.find<QMenu>(menu);
-        QVERIFY(open);
-        for (QAction *action : open->actions()) {
-            if (action->text() == text) {
-                action->trigger();
-                return;
-            }
-        }
-        QFAIL(qPrintable(text));
-    }
-
 private slots:
     void columnChosenInOneListIsInAllListsAndAtTheNextStart()
     {
@@ -44,7 +28,7 @@ private slots:
         QVERIFY(header->isSectionHidden(3));
         QContextMenuEvent event(QContextMenuEvent::Mouse, QPoint(5, 5), header->mapToGlobal(QPoint(5, 5)));
         QApplication::sendEvent(header->viewport(), &event);
-        choose(bench, "headerMenu", u"Permissions"_s);
+        bench.choose(bench.find<QMenu>("headerMenu")->actions(), "Permissions");
         QVERIFY(!bench.list(Side::right)->header()->isSectionHidden(3));
         header->resizeSection(3, 137);
         QTRY_COMPARE(bench.model->columns().width(ListColumns::Column::permissions), 137);
