@@ -10,8 +10,13 @@
 #include "settings/SettingsStore.h"
 #include "support/FakeProcessRunner.h"
 #include "support/FolderServer.h"
+#include "support/TestMain.h"
 #include "support/TestTree.h"
 #include "transfers/TransferEngine.h"
+
+#include <QTest>
+
+#include <thread>
 
 namespace moorix::test {
 
@@ -22,6 +27,14 @@ inline ServerConnection serverNamed(const QString &name)
     server.host = QStringLiteral("host.example.org");
     server.username = QStringLiteral("deploy");
     return server;
+}
+
+/// What waits until it is stopped.
+inline void waitForStop(const std::stop_token &stop)
+{
+    while (!stop.stop_requested())
+        std::this_thread::yield();
+    throw Cancelled();
 }
 
 /// One side of a window over temporary folders, whose servers are folders of this machine.

@@ -12,10 +12,8 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTemporaryFile>
-#include <QTest>
 
 #include <cstdio>
-#include <utility>
 
 #include <unistd.h>
 
@@ -25,39 +23,23 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Sends a standard stream into a file for as long as it lives.
-class Captured final
+/// What `action` writes to a standard stream.
+template <class Action>
+QByteArray written(FILE *stream, Action action)
 {
-public:
-    Captured(FILE *stream, int number)
-        : m_stream(stream)
-        , m_number(number)
-        , m_before(::dup(number))
-    {
-        std::fflush(m_stream);
-        m_file.open();
-        ::dup2(m_file.handle(), m_number);
-    }
-    Q_DISABLE_COPY_MOVE(Captured)
-    ~Captured() { text(); }
-    QByteArray text()
-    {
-        if (m_before < 0)
-            return m_text;
-        std::fflush(m_stream);
-        ::dup2(m_before, m_number);
-        ::close(std::exchange(m_before, -1));
-        m_file.seek(0);
-        return m_text = m_file.readAll();
-    }
-
-private:
-    FILE *m_stream;
-    int m_number;
-    int m_before;
-    QTemporaryFile m_file;
-    QByteArray m_text;
-};
+    QTemporaryFile file;
+    file.open();
+    std::fflush(stream);
+    const int number = ::fileno(stream);
+    const int before = ::dup(number);
+    ::dup2(file.handle(), number);
+    action();
+    std::fflush(stream);
+    ::dup2(before, number);
+    ::close(before);
+    file.seek(0);
+    return file.readAll();
+}
 
 } // namespace
 
@@ -101,17 +83,16 @@ private slots:
     {
         QCOMPARE(run({u"cp"_s, m_tree.path("site"), remote("")}), 0);
         QCOMPARE(run({u"ls"_s, u"--json"_s, remote("/site")}), 0);
-        const QJsonArray items = QJsonDocument::fromJson(m_out).object().value(u"items").toArray();
-        QCOMPARE(items.size(), 2);
-        QCOMPARE(items.at(1).toObject().value(u"name").toString(), u"it's \"a\".txt"_s);
-        QCOMPARE(items.at(1).toObject().value(u"size").toInt(), 4);
+        const QJsonValue items = QJsonDocument::fromJson(m_out)[u"items"_s];
+        QCOMPARE(items.toArray().size(), 2);
+        QCOMPARE(items[1][u"name"_s].toString(), u"it's \"a\".txt"_s);
+        QCOMPARE(items[1][u"size"_s].toInt(), 4);
         QCOMPARE(run({u"mv"_s, remote("/site"), u"renamed"_s}), 0);
         QCOMPARE(run({u"chmod"_s, u"640"_s, remote("/renamed/it's \"a\".txt")}), 0);
         QCOMPARE(run({u"cat"_s, remote("/renamed/deep/b")}), 0);
         QCOMPARE(m_out, QByteArray("more"));
         QCOMPARE(run({u"cp"_s, remote("/renamed"), m_tree.path("back")}), 0);
-        QCOMPARE(m_tree.read("back/it's \"a\".txt"), QByteArray("text"));
-        QCOMPARE(m_tree.read("back/.hidden"), QByteArray("dot"));
+        QCOMPARE(snapshotOf(m_tree.path("back")), snapshotOf(m_tree.path("site")));
         const auto copied = LocalFileService().stat(m_tree.path("back/it's \"a\".txt"), {});
         QCOMPARE(copied->permissions, std::optional(u"rw-r-----"_s));
         QCOMPARE(run({u"cp"_s, remote("/renamed"), remote("/copy")}), 0);
@@ -127,11 +108,9 @@ private slots:
         QCOMPARE(run({u"cp"_s, m_tree.path("site/.hidden"), remote("/b")}), 1);
         QVERIFY(m_err.contains("exists already"));
         QCOMPARE(run({u"mkdir"_s, remote("/b")}), 1);
-        QCOMPARE(run({u"cat"_s, remote("/b")}), 0);
-        QCOMPARE(m_out, QByteArray("more"));
+        QCOMPARE(contentOf(m_server->sharedPath() + u"/b"_s), "more");
         QCOMPARE(run({u"cp"_s, m_tree.path("site/.hidden"), remote("/b"), u"--conflict"_s, u"overwrite"_s}), 0);
-        QCOMPARE(run({u"cat"_s, remote("/b")}), 0);
-        QCOMPARE(m_out, QByteArray("dot"));
+        QCOMPARE(contentOf(m_server->sharedPath() + u"/b"_s), "dot");
         QCOMPARE(run({u"rm"_s, remote("/b")}), 0);
     }
 
@@ -146,11 +125,9 @@ private:
     QString remote(const char *path) const { return u"web:"_s + m_server->sharedPath() + QString::fromUtf8(path); }
     int run(const QStringList &arguments)
     {
-        Captured out(stdout, STDOUT_FILENO);
-        Captured err(stderr, STDERR_FILENO);
-        const int code = CommandLine::run(QStringList{u"moorix"_s} + arguments, m_platform);
-        m_out = out.text();
-        m_err = err.text();
+        int code = -1;
+        const auto command = [&] { code = CommandLine::run(QStringList{u"moorix"_s} + arguments, m_platform); };
+        m_err = written(stderr, [&] { m_out = written(stdout, command); });
         return code;
     }
 

@@ -6,12 +6,10 @@
 #include "remote/FTPService.h"
 #include "remote/SFTPService.h"
 #include "support/FTPServer.h"
-#include "support/TestMain.h"
 #include "support/TestServer.h"
 
 #include <QDir>
 #include <QFileInfo>
-#include <QTest>
 
 using namespace moorix;
 using namespace moorix::test;
@@ -79,12 +77,7 @@ struct Desk
             [this](const QString &fetched) { copy = fetched; }, failed);
         QTRY_VERIFY2(!copy.isEmpty(), qPrintable(problem));
     }
-    void save(const QByteArray &text) const { put(copy, text); }
-    static void put(const QString &path, const QByteArray &text)
-    {
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(text) == text.size());
-    }
+    void save(const QByteArray &text) const { putFile(copy, text); }
     State state() const { return files->files().constFirst().state; }
     QUuid id() const { return files->files().constFirst().id; }
     QStringList kept() const { return QDir(home.path("edited")).entryList(QDir::Dirs | QDir::NoDotAndDotDot); }
@@ -99,12 +92,8 @@ class EditedFilesTest final : public QObject
     std::unique_ptr<TestServer> m_sshd;
 
     QString onServer(const QString &name) const { return m_sshd->sharedPath() + u'/' + name; }
-    void write(const QString &name, const QByteArray &text) const { Desk::put(onServer(name), text); }
-    QByteArray read(const QString &name) const
-    {
-        QFile file(onServer(name));
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("cannot be read");
-    }
+    void write(const QString &name, const QByteArray &text) const { putFile(onServer(name), text); }
+    QByteArray read(const QString &name) const { return contentOf(onServer(name)); }
     QStringList names() const { return QDir(m_sshd->sharedPath()).entryList(QDir::Files | QDir::Hidden, QDir::Name); }
 
 private slots:
@@ -116,44 +105,38 @@ private slots:
     }
     void cleanupTestCase() { m_sshd.reset(); }
 
-    void whatIsSavedIsUploadedAndKeepsItsMode_data()
-    {
-        QTest::addColumn<bool>("byRename");
-        QTest::addColumn<bool>("throughLink");
-        QTest::newRow("written in place") << false << false;
-        QTest::newRow("put in its place") << true << false;
-        QTest::newRow("through a link") << false << true;
-    }
     void whatIsSavedIsUploadedAndKeepsItsMode()
     {
-        QFETCH(const bool, byRename);
-        QFETCH(const bool, throughLink);
-        const QString name = u"größe & more.conf"_s;
-        write(name, "first");
-        const auto mode = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner | QFile::ReadGroup;
-        QFile::setPermissions(onServer(name), mode);
-        QFile::link(name, onServer(u"link"_s));
-        Desk desk(*m_sshd);
-        desk.open(onServer(throughLink ? u"link"_s : name));
-        QCOMPARE(QFileInfo(desk.copy).fileName(), throughLink ? u"link"_s : name);
-        QCOMPARE(QFile::permissions(desk.copy) & 0x7077, QFile::ReadOwner | QFile::WriteOwner);
-        QCOMPARE(QFile::permissions(QFileInfo(desk.copy).path()) & 0x0077, QFile::Permissions());
-        // The second save is noticed too, although another file lies there since the first.
-        for (const QByteArray text : {"second", "third version"}) {
-            if (byRename) {
-                Desk::put(desk.copy + u"~"_s, text);
-                QVERIFY(QFile::remove(desk.copy) && QFile::rename(desk.copy + u"~"_s, desk.copy));
-            } else {
-                desk.save(text);
+        enum { inPlace, byRename, throughLink };
+        for (const auto way : {inPlace, byRename, throughLink}) {
+            cleanup();
+            const QString name = u"größe & more.conf"_s;
+            write(name, "first");
+            const auto mode = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner | QFile::ReadGroup;
+            QFile::setPermissions(onServer(name), mode);
+            QFile::link(name, onServer(u"link"_s));
+            Desk desk(*m_sshd);
+            desk.open(onServer(way == throughLink ? u"link"_s : name));
+            QCOMPARE(QFileInfo(desk.copy).fileName(), way == throughLink ? u"link"_s : name);
+            QCOMPARE(QFile::permissions(desk.copy) & 0x7077, QFile::ReadOwner | QFile::WriteOwner);
+            QCOMPARE(QFile::permissions(QFileInfo(desk.copy).path()) & 0x0077, QFile::Permissions());
+            // The second save is noticed too, although another file lies there since the first.
+            for (const QByteArray text : {"second", "third version"}) {
+                if (way == byRename) {
+                    putFile(desk.copy + u"~"_s, text);
+                    QVERIFY(QFile::remove(desk.copy) && QFile::rename(desk.copy + u"~"_s, desk.copy));
+                } else {
+                    desk.save(text);
+                }
+                QTRY_COMPARE_WITH_TIMEOUT(read(name), text, patience);
+                QTRY_COMPARE_WITH_TIMEOUT(desk.state(), State::uploaded, patience);
             }
-            QTRY_COMPARE_WITH_TIMEOUT(read(name), text, patience);
-            QTRY_COMPARE_WITH_TIMEOUT(desk.state(), State::uploaded, patience);
+            QCOMPARE(QFile::permissions(onServer(name)) & 0x7077, mode & 0x7077);
+            QVERIFY(QFileInfo(onServer(u"link"_s)).isSymLink());
+            QCOMPARE(names(), (QStringList{name, u"link"_s}));
+            desk.files.reset();
+            QCOMPARE(desk.kept(), QStringList());
         }
-        QCOMPARE(QFile::permissions(onServer(name)) & 0x7077, mode & 0x7077);
-        QVERIFY(QFileInfo(onServer(u"link"_s)).isSymLink());
-        QCOMPARE(names(), (QStringList{name, u"link"_s}));
-        desk.files.reset();
-        QCOMPARE(desk.kept(), QStringList());
     }
 
     void fileOfAnFTPServerIsUploadedUnlessItWasChangedThere()
@@ -162,7 +145,7 @@ private slots:
             QSKIP(qPrintable(missing));
         const FTPServer ftpd(FTPServer::Program::vsftpd, FTPServer::Encryption::none);
         const QString path = ftpd.sharedPath() + u"/größe & more.conf"_s;
-        Desk::put(path, "first");
+        putFile(path, "first");
         QFile::setPermissions(path, QFile::Permissions(0x6664));
         Desk desk(*m_sshd, ftpd.connection());
         desk.open(path);
@@ -170,7 +153,7 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(contentOf(path), QByteArray("second"), patience);
         QTRY_COMPARE_WITH_TIMEOUT(desk.state(), State::uploaded, patience);
         QCOMPARE(QFile::permissions(path) & 0x7077, QFile::Permissions(0x6064));
-        Desk::put(path, "theirs, and longer");
+        putFile(path, "theirs, and longer");
         desk.save("third");
         QTRY_COMPARE_WITH_TIMEOUT(desk.state(), State::changedThere, patience);
         QCOMPARE(contentOf(path), QByteArray("theirs, and longer"));
@@ -182,21 +165,19 @@ private slots:
     void fileChangedOnTheServerMeanwhileIsOnlyReplacedOnRequest_data()
     {
         QTest::addColumn<QByteArray>("theirs");
-        QTest::addColumn<QString>("answer");
-        QTest::addColumn<QByteArray>("there");
-        QTest::addColumn<QByteArray>("beside");
+        QTest::addColumn<TreeSnapshot>("after");
         // Of the same size and, as a listing tells it, of the same time as what was fetched.
-        QTest::newRow("upload anyway") << QByteArray("theirs") << u"anyway"_s << QByteArray("mine") << QByteArray();
-        QTest::newRow("keep both") << QByteArray("theirs") << u"both"_s << QByteArray("theirs") << QByteArray("mine");
-        QTest::newRow("discard") << QByteArray("theirs") << u"discard"_s << QByteArray("theirs") << QByteArray();
-        QTest::newRow("removed") << QByteArray() << u"anyway"_s << QByteArray("mine") << QByteArray();
+        QTest::newRow("upload anyway") << QByteArray("theirs") << TreeSnapshot{{u"a.txt"_s, "mine"}};
+        QTest::newRow("keep both") << QByteArray("theirs")
+                                   << TreeSnapshot{{u"a.txt"_s, "theirs"}, {u"a 2.txt"_s, "mine"}};
+        QTest::newRow("discard") << QByteArray("theirs") << TreeSnapshot{{u"a.txt"_s, "theirs"}};
+        QTest::newRow("removed") << QByteArray() << TreeSnapshot{{u"a.txt"_s, "mine"}};
     }
     void fileChangedOnTheServerMeanwhileIsOnlyReplacedOnRequest()
     {
         QFETCH(const QByteArray, theirs);
-        QFETCH(const QString, answer);
-        QFETCH(const QByteArray, there);
-        QFETCH(const QByteArray, beside);
+        QFETCH(TreeSnapshot, after);
+        const QByteArray answer = QTest::currentDataTag();
         write(u"a.txt"_s, "before");
         Desk desk(*m_sshd);
         desk.open(onServer(u"a.txt"_s));
@@ -206,24 +187,22 @@ private slots:
             write(u"a.txt"_s, theirs);
         desk.save("mine");
         QTRY_COMPARE_WITH_TIMEOUT(desk.state(), theirs.isEmpty() ? State::goneThere : State::changedThere, patience);
-        QCOMPARE(QFile::exists(onServer(u"a.txt"_s)) ? read(u"a.txt"_s) : QByteArray(), theirs);
-        if (answer == u"discard"_s) {
+        QCOMPARE(read(u"a.txt"_s), theirs);
+        if (answer == "discard") {
             desk.files->discard(desk.id());
             QTRY_COMPARE(desk.kept(), QStringList());
             QCOMPARE(desk.home.read("data/Trash/files/a.txt"), "mine");
             QCOMPARE(desk.files->files().size(), 0);
         } else {
-            desk.files->send(desk.id(), answer == u"both"_s ? Guard::nothing : Guard::anything);
+            desk.files->send(desk.id(), answer == "keep both" ? Guard::nothing : Guard::anything);
             QTRY_COMPARE_WITH_TIMEOUT(desk.state(), State::uploaded, patience);
         }
-        QCOMPARE(read(u"a.txt"_s), there);
-        QCOMPARE(names().size(), beside.isEmpty() ? 1 : 2);
-        if (beside.isEmpty())
+        QCOMPARE(snapshotOf(m_sshd->sharedPath()), after);
+        if (answer != "keep both")
             return;
-        QCOMPARE(read(u"a 2.txt"_s), beside);
         desk.save("mine again");
-        QTRY_COMPARE_WITH_TIMEOUT(read(u"a 2.txt"_s), "mine again", patience);
-        QCOMPARE(read(u"a.txt"_s), there);
+        after.insert(u"a 2.txt"_s, "mine again");
+        QTRY_COMPARE_WITH_TIMEOUT(snapshotOf(m_sshd->sharedPath()), after, patience);
     }
 
     void textIsKeptWhileTheServerIsAwayAndAcrossAnEndOfTheProgram()
@@ -294,7 +273,7 @@ private slots:
         const auto copy = editedVersion::fetch(service, file, record, desk.home.path("edited"), [](qint64) {}, {});
         record = *copy->load();
         const auto send = [&](const QByteArray &text) {
-            Desk::put(copy->filePath(record), text);
+            putFile(copy->filePath(record), text);
             editedVersion::Sending sending;
             sending.disk = std::make_shared<LocalFileService>();
             sending.server = std::shared_ptr<FileService>(&service, [](FileService *) {});
@@ -310,41 +289,36 @@ private slots:
         copy->remove();
     }
 
-    void nothingStaysOfAFileThatCouldNotBeFetched_data()
-    {
-        QTest::addColumn<bool>("isGivenUp");
-        QTest::newRow("failed") << false;
-        QTest::newRow("given up") << true;
-    }
     void nothingStaysOfAFileThatCouldNotBeFetched()
     {
-        QFETCH(const bool, isGivenUp);
-        AppScene scene;
-        const auto server = std::make_shared<FolderServer>();
-        std::atomic<bool> mayGoOn = false;
-        server->halfway = [&mayGoOn, isGivenUp](const QString &) {
-            while (!mayGoOn)
-                QThread::yieldCurrentThread();
-            if (!isGivenUp)
-                throw FileServiceError::operationFailed(u"The line is dead."_s);
-        };
-        const auto kept = [&scene] {
-            return QDir(scene.tree.path("edited")).entryList(QDir::NoDotAndDotDot | QDir::Dirs);
-        };
-        EditedFiles files({scene.tree.path("edited"), std::make_shared<LocalFileService>(), scene.connections,
-                           [](const QUuid &) { return std::nullopt; }});
-        const auto received = std::make_shared<std::atomic<qint64>>(0);
-        QString outcome;
-        Job job = files.fetch(
-            serverNamed(u"web"_s), server, *LocalFileService().stat(scene.tree.path("srv/deep/c.txt"), {}), received,
-            [&outcome](const QString &path) { outcome = path; },
-            [&outcome](const Error &error) { outcome = error.message(); });
-        QTRY_COMPARE(kept().size(), 1);
-        if (isGivenUp)
-            job.cancel();
-        mayGoOn = true;
-        QTRY_COMPARE(kept(), QStringList());
-        QTRY_COMPARE(outcome, isGivenUp ? QString() : u"The line is dead."_s);
+        for (const bool isGivenUp : {false, true}) {
+            AppScene scene;
+            const auto server = std::make_shared<FolderServer>();
+            std::atomic<bool> mayGoOn = false;
+            server->halfway = [&mayGoOn, isGivenUp](const QString &) {
+                while (!mayGoOn)
+                    QThread::yieldCurrentThread();
+                if (!isGivenUp)
+                    throw FileServiceError::operationFailed(u"The line is dead."_s);
+            };
+            const auto kept = [&scene] {
+                return QDir(scene.tree.path("edited")).entryList(QDir::NoDotAndDotDot | QDir::Dirs);
+            };
+            EditedFiles files({scene.tree.path("edited"), std::make_shared<LocalFileService>(), scene.connections,
+                               [](const QUuid &) { return std::nullopt; }});
+            const auto received = std::make_shared<std::atomic<qint64>>(0);
+            QString outcome;
+            Job job = files.fetch(
+                serverNamed(u"web"_s), server, *LocalFileService().stat(scene.tree.path("srv/deep/c.txt"), {}),
+                received, [&outcome](const QString &path) { outcome = path; },
+                [&outcome](const Error &error) { outcome = error.message(); });
+            QTRY_COMPARE(kept().size(), 1);
+            if (isGivenUp)
+                job.cancel();
+            mayGoOn = true;
+            QTRY_COMPARE(kept(), QStringList());
+            QTRY_COMPARE(outcome, isGivenUp ? QString() : u"The line is dead."_s);
+        }
     }
 };
 

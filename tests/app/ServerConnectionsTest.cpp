@@ -1,10 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "AppScene.h"
-#include "support/TestMain.h"
-
-#include <QTest>
-
-#include <thread>
 
 using namespace moorix;
 using namespace moorix::test;
@@ -19,10 +14,9 @@ struct Opening
     std::optional<QString> failure;
     Job job;
 
-    Opening(AppScene &scene, const ServerConnection &server,
-            const std::optional<ConnectionCredentials> &credentials = std::nullopt)
+    Opening(AppScene &scene, const ServerConnection &server)
         : job(scene.connections.open(
-              server, credentials, [this](const OpenConnection &opened) { connection = opened; },
+              server, std::nullopt, [this](const OpenConnection &opened) { connection = opened; },
               [this](const Error &error) { failure = error.message(); }))
     {
     }
@@ -53,34 +47,29 @@ private slots:
         QTRY_COMPARE(scene.farewells->load(), 1);
     }
 
-    void recordThatIsReachedDifferentlyGetsANewConnectionAfterTheOldIsClosed_data()
-    {
-        QTest::addColumn<bool>("getsNewOne");
-        QTest::addColumn<std::function<void(ServerConnection &)>>("change");
-        using Change = std::function<void(ServerConnection &)>;
-        QTest::newRow("host") << true << Change([](ServerConnection &s) { s.host = u"other.example.org"_s; });
-        QTest::newRow("port") << true << Change([](ServerConnection &s) { s.port = 2222; });
-        QTest::newRow("user") << true << Change([](ServerConnection &s) { s.username = u"root"_s; });
-        QTest::newRow("login") << true << Change([](ServerConnection &s) { s.authMethod = AuthMethod::agent; });
-        QTest::newRow("key") << true << Change([](ServerConnection &s) { s.privateKeyPath = u"/k"_s; });
-        QTest::newRow("name") << false << Change([](ServerConnection &s) { s.name = u"renamed"_s; });
-        QTest::newRow("start folder") << false << Change([](ServerConnection &s) { s.remotePath = u"/"_s; });
-    }
     void recordThatIsReachedDifferentlyGetsANewConnectionAfterTheOldIsClosed()
     {
-        QFETCH(const bool, getsNewOne);
-        QFETCH(const std::function<void(ServerConnection &)>, change);
-        AppScene scene;
-        ServerConnection server = serverNamed(u"web-01"_s);
-        Opening before(scene, server);
-        QTRY_VERIFY(before.connection);
-        change(server);
-        Opening after(scene, server);
-        QTRY_VERIFY(after.connection);
-        QCOMPARE(scene.made.size(), getsNewOne ? 2 : 1);
-        QCOMPARE(scene.farewells->load(), getsNewOne ? 1 : 0);
-        if (!server.remotePath.isEmpty())
-            QCOMPARE(after.connection->startPath, server.remotePath);
+        const std::pair<bool, std::function<void(ServerConnection &)>> rows[] = {
+            {true, [](ServerConnection &s) { s.host = u"other.example.org"_s; }},
+            {true, [](ServerConnection &s) { s.port = 2222; }},
+            {true, [](ServerConnection &s) { s.username = u"root"_s; }},
+            {true, [](ServerConnection &s) { s.authMethod = AuthMethod::agent; }},
+            {true, [](ServerConnection &s) { s.privateKeyPath = u"/k"_s; }},
+            {false, [](ServerConnection &s) { s.name = u"renamed"_s; }},
+            {false, [](ServerConnection &s) { s.remotePath = u"/"_s; }}};
+        for (const auto &[getsNewOne, change] : rows) {
+            AppScene scene;
+            ServerConnection server = serverNamed(u"web-01"_s);
+            Opening before(scene, server);
+            QTRY_VERIFY(before.connection);
+            change(server);
+            Opening after(scene, server);
+            QTRY_VERIFY(after.connection);
+            QCOMPARE(std::pair(scene.made.size(), scene.farewells->load()),
+                     getsNewOne ? std::pair(qsizetype(2), 1) : std::pair(qsizetype(1), 0));
+            if (!server.remotePath.isEmpty())
+                QCOMPARE(after.connection->startPath, server.remotePath);
+        }
     }
 
     void cancelledOpeningDoesNotHoldUpTheOneBehindIt()
@@ -89,11 +78,8 @@ private slots:
         std::atomic<bool> isFirst = true;
         scene.prepare = [&isFirst](FolderServer &server) {
             server.connecting = [&isFirst](const std::stop_token &stop) {
-                if (!isFirst.exchange(false))
-                    return;
-                while (!stop.stop_requested())
-                    std::this_thread::yield();
-                throw Cancelled();
+                if (isFirst.exchange(false))
+                    waitForStop(stop);
             };
         };
         const ServerConnection server = serverNamed(u"web-01"_s);
