@@ -117,21 +117,21 @@ private slots:
     void manyWaitingJobsDoNotHoldUpAnother()
     {
         std::vector<Job> waiting;
+        const auto nothing = [] {};
         for (int index = 0; index < 40; ++index)
-            waiting.push_back(runJob(
-                waitForStop, [] {}, ignoreFailure));
+            waiting.push_back(runJob(waitForStop, nothing, ignoreFailure));
         QCOMPARE(outcomeOf([](const std::stop_token &) {}), u"done"_s);
     }
 
     void stoppingAllWorkReachesDetachedJobs()
     {
         std::atomic<bool> hasEnded = false;
+        const auto work = [&hasEnded](const std::stop_token &stop) {
+            waitForStop(stop);
+            hasEnded = true;
+        };
         runJob(
-            [&hasEnded](const std::stop_token &stop) {
-                waitForStop(stop);
-                hasEnded = true;
-            },
-            [] {}, ignoreFailure)
+            work, [] {}, ignoreFailure)
             .detach();
         QVERIFY(stopAllWork(std::chrono::seconds(20)));
         QVERIFY(hasEnded);

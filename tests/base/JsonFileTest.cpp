@@ -10,7 +10,6 @@
 
 #include <csignal>
 #include <sys/resource.h>
-#include <sys/stat.h>
 
 using namespace moorix;
 using namespace Qt::StringLiterals;
@@ -36,12 +35,6 @@ private:
     rlimit m_before;
 };
 
-unsigned modeOf(const QString &path)
-{
-    struct stat status = {};
-    return ::stat(QFile::encodeName(path).constData(), &status) == 0 ? status.st_mode & 07777U : 0;
-}
-
 } // namespace
 
 class JsonFileTest : public QObject
@@ -53,8 +46,9 @@ private slots:
     {
         const TestTree tree;
         jsonFile::write(tree.path("new/folder/doc.json"), "{}");
-        QCOMPARE(modeOf(tree.path("new/folder")), 0700U);
-        QCOMPARE(modeOf(tree.path("new/folder/doc.json")), 0600U);
+        const auto modeOf = [&tree](const char *path) { return QFile::permissions(tree.path(path)) & 0x7077; };
+        QCOMPARE(modeOf("new/folder"), QFile::Permissions(0x7000));
+        QCOMPARE(modeOf("new/folder/doc.json"), QFile::Permissions(0x6000));
         QCOMPARE(jsonFile::read(tree.path("new/folder/doc.json")), std::optional(QByteArray("{}")));
     }
 

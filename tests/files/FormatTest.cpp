@@ -64,12 +64,8 @@ private slots:
 
     void whatCannotBeSeenIsShownAsAnEscape()
     {
-        const auto shown = [](const QByteArray &bytes) { return Format::display(NativePath::text(bytes)); };
-        QCOMPARE(shown("a ü 🎈"), u"a ü 🎈"_s);
-        QCOMPARE(shown("a\nb\tc"), u"a\\nb\\tc"_s);
-        QCOMPARE(shown("\x1b[31m"), u"\\x1B[31m"_s);
-        QCOMPARE(shown("a\xFF\x80z"), u"a\\xFF\\x80z"_s);
-        QCOMPARE(shown("a\xE2\x80\xAEgpj.exe"), u"a\\u202Egpj.exe"_s); // right-to-left override
+        const QByteArray name("a ü 🎈\nb\tc\x1b[31m\xFF\x80z\xE2\x80\xAEgpj.exe"); // with a right-to-left override
+        QCOMPARE(Format::display(NativePath::text(name)), u"a ü 🎈\\nb\\tc\\x1B[31m\\xFF\\x80z\\u202Egpj.exe"_s);
     }
 
     void anyNameSurvivesTheWayToTextAndBack()
@@ -77,10 +73,9 @@ private slots:
         for (const QByteArray &bytes : {
                  QByteArray("plain.txt"),
                  QByteArray("aü€🎈"),
-                 QByteArray("\xEF\xBB\xBF\xEF\xBB\xBFname"), // byte order mark in front
-                 QByteArray("M\xFCller.txt"),                // Latin-1
-                 QByteArray("a\xE2\x82"),
-                 QByteArray("\xF0\x9F z"),                           // cut sequences
+                 QByteArray("\xEF\xBB\xBF\xEF\xBB\xBFname"),         // byte order mark in front
+                 QByteArray("M\xFCller.txt"),                        // Latin-1
+                 QByteArray("\xF0\x9F z a\xE2\x82"),                 // cut sequences
                  QByteArray("\xC0\xAF\xE0\x80\xAF\xF0\x80\x80\xAF"), // overlong slash
                  QByteArray("\xED\xA0\xBD\xED\xBC\x88"),             // encoded surrogates
                  QByteArray("\xF4\x90\x80\x80\xF8\xFF"),             // beyond Unicode

@@ -37,6 +37,14 @@ struct Fixture
         return settles() && pane.currentPath() == QString::fromUtf8(path);
     }
 
+    /// Begins to load a folder whose listing waits.
+    void startSlowLoad(const char *path)
+    {
+        service->block(QString::fromUtf8(path));
+        pane.load(QString::fromUtf8(path), true);
+        QTRY_VERIFY(service->isWaiting(QString::fromUtf8(path)));
+    }
+
     // What there is once the pane has come to rest.
     QString rows() const { return settles() ? namesOf(pane.displayed()).join(u' ') : u"does not settle"_s; }
     QString selected() const { return settles() ? namesOf(pane.selectedItems()).join(u' ') : u"does not settle"_s; }
@@ -118,9 +126,7 @@ private slots:
     void laterLoadReplacesASlowOne()
     {
         Fixture at{{"/slow/x"}, {"/fast/y"}};
-        at.service->block(u"/slow"_s);
-        at.pane.load(u"/slow"_s, true);
-        QTRY_VERIFY(at.service->isWaiting(u"/slow"_s));
+        at.startSlowLoad("/slow");
         QCOMPARE(at.pane.loadingPath(), u"/slow"_s);
         QVERIFY(at.shows("/fast"));
         at.service->release(u"/slow"_s);
@@ -133,9 +139,7 @@ private slots:
     {
         Fixture at{{"/a/x"}, {"/slow/y"}};
         QVERIFY(at.shows("/a"));
-        at.service->block(u"/slow"_s);
-        at.pane.load(u"/slow"_s, true);
-        QTRY_VERIFY(at.service->isWaiting(u"/slow"_s));
+        at.startSlowLoad("/slow");
         at.pane.cancelLoading();
         QVERIFY(!at.pane.isLoading());
         QTRY_VERIFY(!at.service->isWaiting(u"/slow"_s));
@@ -186,9 +190,7 @@ private slots:
     void orderChangedDuringALoadHoldsForItsResult()
     {
         Fixture at{{"/a/x"}, {"/a/y"}, {"/a/.h"}};
-        at.service->block(u"/a"_s);
-        at.pane.load(u"/a"_s, true);
-        QTRY_VERIFY(at.service->isWaiting(u"/a"_s));
+        at.startSlowLoad("/a");
         at.pane.setSortAscending(false);
         at.pane.setShowHidden(true);
         at.service->release(u"/a"_s);
@@ -335,13 +337,10 @@ private slots:
 
     void paneThatGoesAwayStopsItsListing()
     {
-        const auto service =
-            std::make_shared<ScriptedFileService>(std::initializer_list<ScriptedFileService::Entry>{{"/a/x"}});
-        service->block(u"/a"_s);
-        auto pane = std::make_unique<PaneModel>(service, u"Test"_s, false);
-        pane->load(u"/a"_s, true);
-        QTRY_VERIFY(service->isWaiting(u"/a"_s));
-        pane.reset();
+        auto at = std::make_unique<Fixture>(std::initializer_list<ScriptedFileService::Entry>{{"/a/x"}});
+        at->startSlowLoad("/a");
+        const auto service = at->service;
+        at.reset();
         QTRY_VERIFY(!service->isWaiting(u"/a"_s));
     }
 };

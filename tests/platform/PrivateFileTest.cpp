@@ -1,27 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/PrivateFile.h"
 
-#include "base/Error.h"
+#include "platform/PrivateFolder.h"
+#include "support/Shorthand.h"
 #include "support/TestMain.h"
 #include "support/TestTree.h"
 
 #include <QFileInfo>
 
-#include <sys/stat.h>
-
 using namespace moorix;
 using namespace Qt::StringLiterals;
 using moorix::test::TestTree;
-
-namespace {
-
-unsigned modeOf(const QString &path)
-{
-    struct stat status = {};
-    return ::stat(QFile::encodeName(path).constData(), &status) == 0 ? status.st_mode & 07777U : 0;
-}
-
-} // namespace
 
 class PrivateFileTest : public QObject
 {
@@ -34,7 +23,7 @@ private slots:
         {
             const PrivateFile file(u"moorix-test-"_s, "secret", u".key"_s);
             path = file.path();
-            QCOMPARE(modeOf(path), 0600U);
+            QCOMPARE(QFile::permissions(path) & 0x7077, QFile::ReadOwner | QFile::WriteOwner);
             QCOMPARE(QFileInfo(path).size(), 6);
             QVERIFY(QFileInfo(path).fileName().startsWith(u"moorix-test-"_s) && path.endsWith(u".key"));
         }
@@ -66,7 +55,23 @@ private slots:
             QVERIFY_THROWS_EXCEPTION(Error, writeNewPrivateFile(tree.path(name), "secret", 0600));
         QCOMPARE(tree.snapshot(), before);
         writeNewPrivateFile(tree.path("askpass"), "#!/bin/sh\n", 0700);
-        QCOMPARE(modeOf(tree.path("askpass")), 0700U);
+        QCOMPARE(QFile::permissions(tree.path("askpass")) & 0x7077, QFile::Permissions(0x7000));
+    }
+
+    void onlyTheUserCanEnterAFolderAndItGoesWithReadOnlyFilesInIt()
+    {
+        QString path;
+        {
+            PrivateFolder first(u"moorix-test-"_s);
+            const PrivateFolder folder(std::move(first));
+            path = folder.path();
+            QCOMPARE(QFile::permissions(path) & 0x7077, QFile::Permissions(0x7000));
+            test::putFile(path + u"/inside"_s, "secret");
+            QFile::setPermissions(path + u"/inside"_s, QFile::ReadOwner);
+        }
+        QVERIFY(!QFileInfo::exists(path));
+        const QString message = test::messageOf([] { PrivateFolder(u"moorix-no-such-folder/moorix-"_s); });
+        QVERIFY2(message.contains(u"/moorix-no-such-folder/moorix-"), qPrintable(message));
     }
 };
 

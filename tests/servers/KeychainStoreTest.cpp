@@ -7,8 +7,6 @@
 #include "support/TestMain.h"
 #include "support/TestTree.h"
 
-#include <QTest>
-
 using namespace moorix;
 using namespace Qt::StringLiterals;
 using namespace moorix::test;
@@ -120,8 +118,7 @@ private slots:
         QCOMPARE(item(syncable, "passphrase"), u"pp"_s);
         QCOMPARE(m_keychain->count(), 4);
 
-        m_keychain->remove(u"com.ovlan.moorix.secrets"_s, u"A1B2C3D4-0000-4000-8000-00000000ABCD.passphrase"_s,
-                           syncable);
+        m_keychain->remove(m_service, account("passphrase"), syncable);
         migrate();
         QCOMPARE(m_keychain->count(), 3);
     }

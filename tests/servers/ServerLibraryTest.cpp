@@ -3,6 +3,7 @@
 
 #include "base/Json.h"
 #include "servers/ServerLibrary.h"
+#include "support/NamedLibrary.h"
 #include "support/Shorthand.h"
 #include "support/TestMain.h"
 
@@ -119,30 +120,10 @@ private slots:
             QVERIFY2(reserved.match(server.host).hasMatch(), qPrintable(server.host));
     }
 
-    void draftsDifferFromADefaultRecordAsTheirProtocolNeeds()
-    {
-        for (const NetworkProtocol protocol : allNetworkProtocols) {
-            const ServerConnection draft = ServerConnection::newDraft(protocol);
-            ServerConnection expected;
-            expected.id = draft.id;
-            expected.networkProtocol = protocol;
-            const bool isFtp = protocol == NetworkProtocol::ftp || protocol == NetworkProtocol::ftps;
-            expected.port = isFtp ? 21 : 22;
-            expected.useTLS = protocol == NetworkProtocol::ftps;
-            QVERIFY2(draft == expected, qPrintable(rawText(protocol)));
-        }
-    }
-
     void siblingsAreOrderedByIndexThenByDisplayName()
     {
-        QList<ServerConnection> servers(5);
-        servers[0].name = u"zebra"_s;
-        servers[0].sortIndex = -1;
-        servers[1].name = u"A"_s;
-        servers[2].host = u"b"_s;
-        servers[3].name = u"C"_s;
-        servers[4].name = u"aardvark"_s;
-        servers[4].sortIndex = 2;
+        QList<ServerConnection> servers = NamedLibrary(u"zebra -1\nA\nb\nC\naardvark 2"_s).library.servers;
+        servers[2].name.clear(); // shown by its host
         for (qsizetype index = 1; index < servers.size(); ++index) {
             QVERIFY(isOrderedBefore(servers.at(index - 1), servers.at(index)));
             QVERIFY(!isOrderedBefore(servers.at(index), servers.at(index - 1)));

@@ -8,7 +8,6 @@
 #include "support/TestTree.h"
 
 #include <QSignalSpy>
-#include <QTest>
 
 using namespace moorix;
 using namespace Qt::StringLiterals;
@@ -151,16 +150,12 @@ private slots:
 
     void theNewerOfCloudAndLocalWinsAndTiesGoToTheCloud()
     {
-        struct Row
-        {
-            std::optional<QDateTime> local;
-            std::optional<QDateTime> cloud;
-            const char *winner;
-        };
         const QDateTime later = noon.addMSecs(1);
-        for (const auto &[local, cloud, winner] :
-             {Row{noon, later, "cloud"}, Row{later, noon, "local"}, Row{noon, noon, "cloud"}, Row{{}, noon, "cloud"},
-              Row{noon, {}, "local"}, Row{{}, {}, "cloud"}}) {
+        using Date = std::optional<QDateTime>;
+        const std::tuple<Date, Date, const char *> rows[] = {{noon, later, "cloud"}, {later, noon, "local"},
+                                                             {noon, noon, "cloud"},  {{}, noon, "cloud"},
+                                                             {noon, {}, "local"},    {{}, {}, "cloud"}};
+        for (const auto &[local, cloud, winner] : rows) {
             const QByteArray cloudBefore = libraryNamed(u"cloud"_s, cloud).encode();
             const TestTree tree{{libraryFile, libraryNamed(u"local"_s, local).encode()}, {cloudFile, cloudBefore}};
             const Fixture fixture(tree, true);
@@ -202,8 +197,8 @@ private slots:
 
     void turningTheCloudOnOrChoosingItsFolderMergesOrSends()
     {
-        const QList<std::pair<QByteArray, QString>> rows{
-            {QByteArray(), u"local"_s},
+        const std::pair<QByteArray, QString> rows[] = {
+            {{}, u"local"_s},
             {libraryNamed(u"cloud"_s, noon.addDays(-1)).encode(), u"local"_s},
             {libraryNamed(u"cloud"_s, noon.addDays(1)).encode(), u"cloud"_s}};
         for (const auto &[cloud, everywhere] : rows) {

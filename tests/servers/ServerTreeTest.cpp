@@ -7,7 +7,6 @@
 #include "support/TestTree.h"
 
 #include <QSignalSpy>
-#include <QTest>
 
 using namespace moorix;
 using namespace Qt::StringLiterals;
@@ -32,6 +31,9 @@ private slots:
             {"folder work work", ""},
             {"folder work live", ""},
             {"folder web nothing", ""},
+            {"place work work", ""},
+            {"place work live", ""},
+            {"place work nothing", ""},
             {"server f live", "work/\n  web/\n    live/\n      a\n      f\n    b\n  mail/\n    c\nhome/\n  d\n  e\n"},
             {"server a ", "work/\n  web/\n    live/\n    b\n  mail/\n    c\nhome/\n  d\n  e\na\nf\n"},
             {"server a nothing", ""},
@@ -43,6 +45,7 @@ private slots:
             const QUuid id = tree[words.at(1)];
             const std::optional<QUuid> to = tree.parent(words.value(2));
             const bool isDone = words.at(0) == u"remove"   ? serverTree::removeFolder(library, id)
+                                : words.at(0) == u"place"  ? serverTree::placeFolder(library, id, to, 0)
                                 : words.at(0) == u"folder" ? serverTree::moveFolder(library, id, to)
                                                            : serverTree::moveServer(library, id, to);
             QVERIFY2(isDone == (*expected != 0), change);
@@ -51,32 +54,26 @@ private slots:
         }
     }
 
-    void aPlacedRecordTakesItsPositionAndAllSiblingsAreRenumbered_data()
-    {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<qsizetype>("at");
-        QTest::addColumn<QString>("order");
-        QTest::newRow("from elsewhere to the middle") << "x" << qsizetype(2) << "a b x c";
-        QTest::newRow("beyond the end") << "x" << qsizetype(99) << "a b c x";
-        QTest::newRow("before the front") << "c" << qsizetype(-5) << "c a b";
-        QTest::newRow("later among the same siblings") << "a" << qsizetype(1) << "b a c";
-        QTest::newRow("where it is") << "b" << qsizetype(1) << "a b c";
-    }
     void aPlacedRecordTakesItsPositionAndAllSiblingsAreRenumbered()
     {
-        QFETCH(const QString, name);
-        QFETCH(const qsizetype, at);
-        QFETCH(const QString, order);
-        for (const QString &mark : {u"/"_s, QString()}) { // folders, servers
-            NamedLibrary tree(u"in/ 1\n  a% 3\n  b% 7\n  c% 7\nout/ 2\n  x% 1\n"_s.replace(u'%', mark));
-            const auto place = mark.isEmpty() ? serverTree::placeServer : serverTree::placeFolder;
-            QVERIFY(place(tree.library, tree[name], tree.parent(u"in"_s), at));
-            QString expected = u"in/ 1\n"_s;
-            int index = 0;
-            for (const QString &sibling : order.split(u' '))
-                expected += u"  %1%2 %3\n"_s.arg(sibling, mark).arg(index++);
-            expected += u"out/ 2\n"_s + (name == u"x" ? QString() : u"  x%1 1\n"_s.arg(mark));
-            QCOMPARE(shown(tree.library, true), expected);
+        const std::tuple<const char *, qsizetype, const char *> rows[] = {
+            {"x", 2, "a b x c"},  // from elsewhere to the middle
+            {"x", 99, "a b c x"}, // beyond the end
+            {"c", -5, "c a b"},   // before the front
+            {"a", 1, "b a c"},    // later among the same siblings
+            {"b", 1, "a b c"}};   // where it is
+        for (const auto &[name, at, order] : rows) {
+            for (const QString &mark : {u"/"_s, QString()}) { // folders, servers
+                NamedLibrary tree(u"in/ 1\n  a% 3\n  b% 7\n  c% 7\nout/ 2\n  x% 1\n"_s.replace(u'%', mark));
+                const auto place = mark.isEmpty() ? serverTree::placeServer : serverTree::placeFolder;
+                QVERIFY(place(tree.library, tree[QLatin1String(name)], tree.parent(u"in"_s), at));
+                QString expected = u"in/ 1\n"_s;
+                int index = 0;
+                for (const QString &sibling : QString::fromLatin1(order).split(u' '))
+                    expected += u"  %1%2 %3\n"_s.arg(sibling, mark).arg(index++);
+                expected += u"out/ 2\n"_s + (*name == 'x' ? QString() : u"  x%1 1\n"_s.arg(mark));
+                QCOMPARE(shown(tree.library, true), expected);
+            }
         }
     }
 
@@ -91,14 +88,6 @@ private slots:
         QCOMPARE(shown(tree.library, true), before);
         QVERIFY(swap(u"b"_s, serverTree::Neighbour::previous) && swap(u"a"_s, serverTree::Neighbour::next));
         QCOMPARE(shown(tree.library, true), u"b/ 0\nc/ 1\na/ 2\n"_s);
-    }
-
-    void placingAFolderInsideItselfIsRefused()
-    {
-        NamedLibrary tree(m_tree);
-        for (const QString &target : {u"work"_s, u"live"_s, u"nothing"_s})
-            QVERIFY(!serverTree::placeFolder(tree.library, tree[u"work"_s], tree.parent(target), 0));
-        QCOMPARE(shown(tree.library, true), shown(NamedLibrary(m_tree).library, true));
     }
 
     void foldersAreFlattenedDepthFirstAndGatheredBelowOne()

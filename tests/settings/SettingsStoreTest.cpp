@@ -9,7 +9,6 @@
 #include <QDir>
 #include <QJsonDocument>
 #include <QSignalSpy>
-#include <QTest>
 
 #include <limits>
 
