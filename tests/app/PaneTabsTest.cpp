@@ -26,9 +26,9 @@ private slots:
         QCOMPARE(tabs.slot().mode(), PaneMode::servers);
         tabs.moveTab(2, 0);
         QCOMPARE(&tabs.current(), library);
+        tabs.setCurrentIndex(1);
         tabs.close(0);
         QCOMPARE(&tabs.current(), first);
-        tabs.setCurrentIndex(1);
         tabs.close(0);
         QCOMPARE(&tabs.current(), second);
         tabs.close(0);
