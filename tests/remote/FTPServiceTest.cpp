@@ -69,7 +69,7 @@ public:
 
 } // namespace
 
-/// Everything that is asked of any file service, of both servers; ProFTPD in clear is what FTPServiceTest uses.
+/// Everything that is asked of any file service, of both servers, in clear and encrypted.
 class FTPContractTest final : public QObject
 {
     Q_OBJECT
@@ -81,6 +81,7 @@ private slots:
         QTest::addColumn<Encryption>("encryption");
         QTest::newRow("vsftpd in clear") << Program::vsftpd << Encryption::none;
         QTest::newRow("vsftpd encrypted") << Program::vsftpd << Encryption::required;
+        QTest::newRow("ProFTPD in clear") << Program::proftpd << Encryption::none;
         QTest::newRow("ProFTPD encrypted") << Program::proftpd << Encryption::required;
     }
 
@@ -225,6 +226,19 @@ private slots:
         const QString folder = m_plain->newFolder();
         service->write("x", folder + u"/a"_s, neverStops);
         QCOMPARE(m_plain->listed(folder), QStringList{u"a"_s});
+    }
+
+    void onlyWhatFitsItsBeginningGoesOn()
+    {
+        const QString file = m_plain->newFolder() + u"/a"_s;
+        const TestTree local{{"whole", "0123456789"}, {"longer", "0123456789x"}};
+        RemoteTransferOptions onwards;
+        onwards.resumes = true;
+        m_plain->service->upload(local.path("whole"), file, onwards, neverStops);
+        QCOMPARE(contentOf(file), QByteArray("0123456789"));
+        const QString message =
+            messageOf([&] { m_plain->service->download(file, local.path("longer"), onwards, neverStops); });
+        QVERIFY2(message.contains(u"cannot be continued"_s), qPrintable(message));
     }
 
     void largeTransfersTellHowFarTheyAreAndStopAtOnce_data()

@@ -45,19 +45,23 @@ moorix::test::Registration::Registration(std::function<std::unique_ptr<QObject>(
     factories().push_back(std::move(make));
 }
 
-/// Usage: BINARY [ClassName] [QtTest options]. Without a class name all classes run.
+/// Usage: BINARY [ClassName|~ClassName] [QtTest options]. Runs that class, all but that one, or all classes.
 int main(int argc, char *argv[])
 {
     TestApplication application(argc, argv);
     QString wanted;
     QStringList arguments = QCoreApplication::arguments();
-    if (arguments.size() > 1 && arguments.at(1).at(0).isUpper())
+    if (arguments.size() > 1 && (arguments.at(1).at(0).isUpper() || arguments.at(1).startsWith(u'~')))
         wanted = arguments.takeAt(1);
+    const bool isLeftOut = wanted.startsWith(u'~');
+    if (isLeftOut)
+        wanted.remove(0, 1);
     int failures = 0;
     int classes = 0;
     for (const auto &make : factories()) {
         const std::unique_ptr<QObject> test = make();
-        if (!wanted.isEmpty() && wanted != QLatin1String(test->metaObject()->className()))
+        const bool isNamed = wanted == QLatin1String(test->metaObject()->className());
+        if (!wanted.isEmpty() && isNamed == isLeftOut)
             continue;
         failures += QTest::qExec(test.get(), arguments);
         ++classes;
