@@ -35,7 +35,7 @@ FTPReply CurlTransfer::refusal() const
 QByteArray CurlReport::format() const
 {
     return "%{stdout}\n" + m_mark + "\n%{stderr}\n" + m_mark + "exit %{exitcode}\n" + m_mark +
-           "path %{ftp_entry_path}\n" + m_mark + "words %{errormsg}\n";
+           "path %{ftp_entry_path}\n" + m_mark + "preparation %{time_pretransfer}\n" + m_mark + "words %{errormsg}\n";
 }
 
 QList<CurlTransfer> CurlReport::parse(const QByteArray &standardOutput, const QByteArray &standardError) const
@@ -58,6 +58,9 @@ QList<CurlTransfer> CurlReport::parse(const QByteArray &standardOutput, const QB
             transfers.last().replies = std::exchange(replies, {});
         } else if (!transfers.isEmpty() && field.startsWith("path ")) {
             transfers.last().entryPath = field.mid(5);
+        } else if (!transfers.isEmpty() && field.startsWith("preparation ")) {
+            transfers.last().preparation =
+                std::chrono::round<std::chrono::microseconds>(std::chrono::duration<double>(field.mid(12).toDouble()));
         } else if (!transfers.isEmpty() && field.startsWith("words ")) {
             transfers.last().words = field.mid(6);
         }

@@ -4,6 +4,8 @@
 #include <QByteArray>
 #include <QList>
 
+#include <chrono>
+
 namespace moorix {
 
 /// The last line of one reply of an FTP server: "550 No such file".
@@ -27,6 +29,8 @@ struct CurlTransfer
     QList<FTPReply> replies;
     /// The folder the login opened on; empty when the server did not say.
     QByteArray entryPath;
+    /// From the start until bytes could move: on a standing connection the time of the commands before that.
+    std::chrono::microseconds preparation{0};
     /// What curl says about its failure.
     QByteArray words;
 

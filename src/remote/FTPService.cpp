@@ -18,6 +18,9 @@ namespace {
 /// Longer batches of commands are split, so that a stop or a lost connection costs little.
 constexpr qsizetype mostCommandsAtOnce = 500;
 
+/// Stalls of curl between files were seen below 2 ms only; a busy server may take longer over one answer.
+constexpr std::chrono::milliseconds nearRoundTrip(4);
+
 QString unable(const QString &path, const QString &done)
 {
     return QStringLiteral("“%1” could not be %2").arg(Format::display(path), done);
@@ -67,7 +70,10 @@ void FTPService::connect(const std::stop_token &stop)
     request.longest = m_patience.command;
     request.config.flag("head");
     request.config.set("url", CurlRunner::url(login, {}));
-    const CurlTransfer transfer = m_runner.run(login, request, stop).constFirst();
+    // One command on the standing connection, which tells how long a round trip takes.
+    request.config.set("url", CurlRunner::url(login, "/"));
+    const QList<CurlTransfer> transfers = m_runner.run(login, request, stop);
+    const CurlTransfer &transfer = transfers.constFirst();
     if (transfer.exitCode != 0) {
         throw FileServiceError::connectionFailed(
             FTPFailureText::operation(QStringLiteral("the login on %1 failed").arg(m_server.host), transfer));
@@ -75,7 +81,14 @@ void FTPService::connect(const std::stop_token &stop)
     const std::lock_guard lock(m_mutex);
     m_home = transfer.entryPath.isEmpty() ? QStringLiteral("/") : charset().decode(transfer.entryPath);
     m_pinnedKey = login.pinnedKey;
+    m_isNear = transfers.size() > 1 && transfers.at(1).preparation < nearRoundTrip;
     m_isConnected = true;
+}
+
+bool FTPService::isNear() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_isNear;
 }
 
 void FTPService::trustOnFirstContact(FTPLogin &login, const std::stop_token &stop)

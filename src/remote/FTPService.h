@@ -125,6 +125,9 @@ private:
     /// Give the file at `path` the time and mode of the local one.
     static QList<QByteArray> attributeCommands(const QString &localPath, const QByteArray &path, TimeCommand known);
 
+    /// Whether a round trip was short enough, at the login, for the stalls that copyAll avoids.
+    bool isNear() const;
+
     using AddCopy = std::function<void(CurlConfig &config, const FTPLogin &login, const RemoteCopy &copy)>;
     void copyAll(std::vector<RemoteCopy> &copies, CurlConfig common, const AddCopy &add, const Advanced &advanced,
                  const std::stop_token &stop);
@@ -155,6 +158,7 @@ private:
     bool m_isConnected = false;
     QString m_home;
     std::optional<QByteArray> m_pinnedKey;
+    bool m_isNear = false;
 };
 
 } // namespace moorix
