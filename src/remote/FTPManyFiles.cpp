@@ -32,8 +32,9 @@ void fail(Task &task, const QString &why)
 
 /// curl ends with the first that fails; another one goes on behind it.
 ///
-/// When a server answers faster than curl looks for the answer, curl sleeps for a second before the next file; with a
-/// command before each file it does not. Over a longer way that would only cost a round trip.
+/// When a server answers before curl looks for the answer, curl may sleep for a second before the next file; with a
+/// command before each file it does not. Over a longer way there is no such sleep, and the command would cost a round
+/// trip.
 void FTPService::copyAll(std::vector<RemoteCopy> &copies, CurlConfig common, const AddCopy &add,
                          const Advanced &advanced, const std::stop_token &stop)
 {
