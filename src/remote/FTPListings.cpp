@@ -53,11 +53,13 @@ QByteArray FTPService::urlOfFolder(const FTPLogin &login, const QString &path) c
 }
 
 QList<CurlTransfer> FTPService::listings(const QStringList &folders, const QByteArray &command,
-                                         const std::stop_token &stop)
+                                         const std::stop_token &stop, const QList<QByteArray> &before)
 {
     const FTPLogin current = login();
     CurlRequest request;
     request.longest = longestListing;
+    for (const QByteArray &line : before)
+        request.config.set("quote", '*' + line);
     // Some servers answer the listing of a missing folder with an empty one; changing to the folder first does not lie.
     request.config.set("ftp-method", "singlecwd");
     request.config.set("request", command);

@@ -21,6 +21,15 @@ QString words(const FTPReply &reply)
     return QStringLiteral("%1 %2").arg(reply.code).arg(Format::display(QString::fromUtf8(reply.text).trimmed()));
 }
 
+const QByteArray olderTLS("1.2");
+
+/// Rather than the file.
+bool isDataConnectionRefused(const CurlTransfer &transfer)
+{
+    const int code = transfer.refusal().code;
+    return transfer.exitCode != 0 && (code == 425 || code == 426 || code == 522);
+}
+
 template <class Task>
 void fail(Task &task, const QString &why)
 {
@@ -62,68 +71,170 @@ void FTPService::copyAll(std::vector<RemoteCopy> &copies, CurlConfig common, con
         if (indices.empty())
             return;
         const QList<CurlTransfer> transfers = m_runner.run(current, request, stop);
+        next = indices.at(std::size_t(transfers.size()) - 1) + 1;
         for (qsizetype i = 0; i < transfers.size(); ++i) {
+            const CurlTransfer &transfer = transfers.at(i);
             RemoteCopy &copy = copies.at(indices.at(std::size_t(i)));
-            if (transfers.at(i).exitCode != 0) {
-                moorix::fail(copy, FTPFailureText::operation(
-                                       QStringLiteral("“%1” could not be copied").arg(Format::display(copy.from)),
-                                       transfers.at(i)));
+            // On a connection of its own it will do better.
+            if (i > 0 && current.usesTLS() && isDataConnectionRefused(transfer)) {
+                next = indices.at(std::size_t(i));
+                break;
+            }
+            if (transfer.exitCode != 0) {
+                moorix::fail(copy,
+                             FTPFailureText::operation(
+                                 QStringLiteral("“%1” could not be copied").arg(Format::display(copy.from)), transfer));
             }
             advanced(indices.at(std::size_t(i)));
         }
-        next = indices.at(std::size_t(transfers.size()) - 1) + 1;
     }
 }
 
-void FTPService::uploadAll(std::vector<RemoteCopy> &copies, const Advanced &advanced, const std::stop_token &stop)
+void FTPService::storeAll(std::vector<RemoteCopy> &copies, const Advanced &advanced, const std::stop_token &stop)
 {
+    CurlConfig common;
+    if (copies.size() > 1 && takesOlderTLS(stop))
+        common.set("tls-max", olderTLS);
     const auto add = [this](CurlConfig &config, const FTPLogin &current, const RemoteCopy &copy) {
         LocalDisk::requireFile(copy.from);
         const QByteArray url = urlOf(current, copy.to);
         config.set("upload-file", NativePath::bytes(copy.from));
         config.set("url", url);
     };
-    copyAll(copies, {}, add, advanced, stop);
-    QList<QByteArray> commands{"TYPE I"};
-    const TimeCommand timeCommand = m_timeCommand;
+    copyAll(copies, common, add, advanced, stop);
+}
+
+/// Servers want each connection for data to go on with the session of the one for commands. With TLS 1.3 curl loses
+/// that session at the end of most uploads; what TLS 1.2 agrees on is good for any number of them.
+bool FTPService::takesOlderTLS(const std::stop_token &stop)
+{
+    const FTPLogin current = login();
+    if (!current.usesTLS())
+        return false;
+    if (m_olderTLS == OlderTLS::unknown) {
+        CurlRequest request;
+        request.longest = m_patience.command;
+        request.config.flag("head");
+        request.config.set("tls-max", olderTLS);
+        request.config.set("url", CurlRunner::url(current, {}));
+        try {
+            m_runner.run(current, request, stop);
+            m_olderTLS = OlderTLS::taken;
+        } catch (const FileServiceError &) {
+            // If it was something else, the next run will tell.
+            m_olderTLS = OlderTLS::refused;
+        }
+    }
+    return m_olderTLS == OlderTLS::taken;
+}
+
+void FTPService::uploadAll(std::vector<RemoteCopy> &copies, const Advanced &advanced, const std::stop_token &stop)
+{
+    storeAll(copies, advanced, stop);
     std::vector<RemoteCopy *> stored;
     for (RemoteCopy &copy : copies) {
-        if (copy.state != RemoteCopy::State::open)
-            continue;
-        stored.push_back(&copy);
-        commands += attributeCommands(copy.from, native(copy.to), timeCommand);
-        commands << "SIZE " + native(copy.to);
+        if (copy.state == RemoteCopy::State::open)
+            stored.push_back(&copy);
     }
-    if (stored.empty())
+    if (!stored.empty())
+        completeStored(stored, stop);
+}
+
+/// A command for each file costs a round trip for each. One listing tells the sizes and modes of all of them; only what
+/// it leaves open, or shows to be different, takes a command.
+void FTPService::completeStored(const std::vector<RemoteCopy *> &stored, const std::stop_token &stop)
+{
+    const QHash<QString, FileItem> listed = listedWithTimes(stored, stop);
+    QList<QByteArray> commands{"TYPE I"};
+    std::vector<RemoteCopy *> unlisted;
+    for (RemoteCopy *copy : stored) {
+        const auto found = listed.constFind(copy->to);
+        const QByteArray path = native(copy->to);
+        const std::optional<QByteArray> octal = modeFor(copy->from, path);
+        if (octal && (found == listed.cend() || Format::octalMode(found->permissions) != QString::fromLatin1(*octal)))
+            commands << "SITE CHMOD " + *octal + ' ' + path;
+        if (found == listed.cend()) {
+            unlisted.push_back(copy);
+            continue;
+        }
+        copy->copiedBytes = found->size;
+        copy->state = RemoteCopy::State::arrived;
+    }
+    for (const RemoteCopy *copy : unlisted)
+        commands << "SIZE " + native(copy->to);
+    if (commands.size() == 1)
         return;
     const QList<FTPReply> replies = command(commands, patienceFor(commands), stop);
-    if (timeCommand == TimeCommand::unknown && !replies.at(1).isRefusal())
-        m_timeCommand = TimeCommand::mfmt;
-    else if (timeCommand == TimeCommand::unknown && !replies.at(2).isRefusal())
-        m_timeCommand = TimeCommand::mdtm;
-    const qsizetype each = (replies.size() - 1) / qsizetype(stored.size());
-    for (std::size_t i = 0; i < stored.size(); ++i) {
-        const FTPReply &size = replies.at(qsizetype(i + 1) * each);
+    for (std::size_t i = 0; i < unlisted.size(); ++i) {
+        const FTPReply &size = replies.at(replies.size() - qsizetype(unlisted.size() - i));
         if (size.isRefusal()) {
-            moorix::fail(*stored.at(i),
+            moorix::fail(*unlisted.at(i),
                          QStringLiteral("The server does not tell the size of the copy.\n") + words(size));
             continue;
         }
-        stored.at(i)->copiedBytes = size.text.trimmed().toLongLong();
-        stored.at(i)->state = RemoteCopy::State::arrived;
+        unlisted.at(i)->copiedBytes = size.text.trimmed().toLongLong();
+        unlisted.at(i)->state = RemoteCopy::State::arrived;
     }
 }
 
-void FTPService::downloadAll(std::vector<RemoteCopy> &copies, const Advanced &advanced, const std::stop_token &stop)
+/// Gives each file its time, and returns what the folders show of them afterwards, as far as they can be read.
+QHash<QString, FileItem> FTPService::listedWithTimes(const std::vector<RemoteCopy *> &stored,
+                                                     const std::stop_token &stop)
+{
+    if (m_timeCommand == TimeCommand::unknown)
+        learnTimeCommand(*stored.front(), stop);
+    QStringList folders;
+    QList<QByteArray> times;
+    for (const RemoteCopy *copy : stored) {
+        if (const QString folder = Format::parent(copy->to); !folders.contains(folder))
+            folders << folder;
+        times += timeCommands(copy->from, native(copy->to), m_timeCommand);
+    }
+    // curl repeats what goes before a listing for each of several.
+    const bool isOneRun = folders.size() == 1;
+    if (!isOneRun)
+        command(times, patienceFor(times), stop);
+    const QList<CurlTransfer> transfers = listings(folders, "LIST -a", stop, isOneRun ? times : QList<QByteArray>());
+    QHash<QString, FileItem> found;
+    for (qsizetype i = 0; i < transfers.size(); ++i) {
+        try {
+            for (const FileItem &item : entries(transfers.at(i), folders.at(i)).value_or(QList<FileItem>()))
+                found.insert(item.path, item);
+        } catch (const FileServiceError &) {
+            // It shows a part only; the files that are not in it are asked for one by one.
+            continue;
+        }
+    }
+    return found;
+}
+
+void FTPService::learnTimeCommand(const RemoteCopy &copy, const std::stop_token &stop)
+{
+    const QList<FTPReply> replies = command(timeCommands(copy.from, native(copy.to), TimeCommand::unknown), stop);
+    if (!replies.constFirst().isRefusal())
+        m_timeCommand = TimeCommand::mfmt;
+    else if (!replies.constLast().isRefusal())
+        m_timeCommand = TimeCommand::mdtm;
+    else
+        m_timeCommand = TimeCommand::none;
+}
+
+void FTPService::fetchAll(std::vector<RemoteCopy> &copies, const CurlConfig &common, const Advanced &advanced,
+                          const std::stop_token &stop)
 {
     const auto add = [this](CurlConfig &config, const FTPLogin &current, const RemoteCopy &copy) {
         const QByteArray url = urlOf(current, copy.from);
         config.set("output", NativePath::bytes(copy.to));
         config.set("url", url);
     };
+    copyAll(copies, common, add, advanced, stop);
+}
+
+void FTPService::downloadAll(std::vector<RemoteCopy> &copies, const Advanced &advanced, const std::stop_token &stop)
+{
     CurlConfig keepsTimes;
     keepsTimes.flag("remote-time");
-    copyAll(copies, keepsTimes, add, advanced, stop);
+    fetchAll(copies, keepsTimes, advanced, stop);
     for (RemoteCopy &copy : copies) {
         struct ::stat status = {};
         if (copy.state != RemoteCopy::State::open)

@@ -100,7 +100,9 @@ private:
     [[noreturn]] void fail(const CurlTransfer &failure, const QString &path, const QString &sentence,
                            const std::stop_token &stop);
 
-    QList<CurlTransfer> listings(const QStringList &folders, const QByteArray &command, const std::stop_token &stop);
+    /// `before` goes to the server ahead of each listing; refusals of it count for nothing.
+    QList<CurlTransfer> listings(const QStringList &folders, const QByteArray &command, const std::stop_token &stop,
+                                 const QList<QByteArray> &before = {});
     /// The entries of a listing that ended well, or nothing when another command may bring more.
     std::optional<QList<FileItem>> entries(const CurlTransfer &transfer, const QString &folder) const;
     QList<FileItem> listedOtherwise(const QString &path, const std::stop_token &stop);
@@ -120,10 +122,12 @@ private:
     CurlTransfer store(const QString &localPath, const QString &toRemote, const RemoteTransferOptions &options,
                        const CurlConfig &afterwards, const std::stop_token &stop);
     void removePart(const QString &part) noexcept;
-    /// Servers know one of the two commands for a file's time.
-    enum class TimeCommand { unknown, mfmt, mdtm };
-    /// Give the file at `path` the time and mode of the local one.
-    static QList<QByteArray> attributeCommands(const QString &localPath, const QByteArray &path, TimeCommand known);
+    /// Servers know one of two commands for a file's time, or none.
+    enum class TimeCommand { unknown, mfmt, mdtm, none };
+    /// Give the file at `path` the time of the local one. What the server refuses is left as it is.
+    static QList<QByteArray> timeCommands(const QString &localPath, const QByteArray &path, TimeCommand known);
+    /// The mode of a local file for its copy at `path`, in three octal digits; nothing where none can be given.
+    static std::optional<QByteArray> modeFor(const QString &localPath, const QByteArray &path);
 
     /// Whether a round trip was short enough, at the login, for the stalls that copyAll avoids.
     bool isNear() const;
@@ -131,6 +135,14 @@ private:
     using AddCopy = std::function<void(CurlConfig &config, const FTPLogin &login, const RemoteCopy &copy)>;
     void copyAll(std::vector<RemoteCopy> &copies, CurlConfig common, const AddCopy &add, const Advanced &advanced,
                  const std::stop_token &stop);
+    /// The bytes alone; what came through stays `open`.
+    void storeAll(std::vector<RemoteCopy> &copies, const Advanced &advanced, const std::stop_token &stop);
+    void fetchAll(std::vector<RemoteCopy> &copies, const CurlConfig &common, const Advanced &advanced,
+                  const std::stop_token &stop);
+    bool takesOlderTLS(const std::stop_token &stop);
+    void completeStored(const std::vector<RemoteCopy *> &stored, const std::stop_token &stop);
+    QHash<QString, FileItem> listedWithTimes(const std::vector<RemoteCopy *> &stored, const std::stop_token &stop);
+    void learnTimeCommand(const RemoteCopy &copy, const std::stop_token &stop);
     /// Names by folder.
     using Standing = QHash<QString, QSet<QString>>;
     /// Lists the folder at most once.
@@ -138,10 +150,6 @@ private:
     void settle(RemoteStep &step, const FTPReply &reply, Standing &after, const std::stop_token &stop);
     std::chrono::seconds patienceFor(const QList<QByteArray> &commands) const;
 
-    /// Where a file comes from and where it goes to.
-    using Pair = std::pair<QString, QString>;
-    void runPairs(const QList<Pair> &files, const QString &done,
-                  const std::function<void(CurlConfig &, const Pair &)> &add, const std::stop_token &stop);
     void downloadFolder(const QString &remotePath, const QString &localPath, QStringList &skipped,
                         const std::stop_token &stop);
     void uploadFolder(const QString &localPath, const QString &remotePath, QStringList &skipped,
@@ -153,6 +161,8 @@ private:
     const FTPPatience m_patience;
     CurlRunner m_runner;
     std::atomic<TimeCommand> m_timeCommand = TimeCommand::unknown;
+    enum class OlderTLS { unknown, taken, refused };
+    std::atomic<OlderTLS> m_olderTLS = OlderTLS::unknown;
 
     mutable std::mutex m_mutex;
     bool m_isConnected = false;

@@ -105,18 +105,26 @@ void FTPService::write(const QByteArray &data, const QString &path, const std::s
     put(copy.path(), path, {}, stop);
 }
 
-/// What the server refuses is left as it is.
-QList<QByteArray> FTPService::attributeCommands(const QString &localPath, const QByteArray &path, TimeCommand known)
+QList<QByteArray> FTPService::timeCommands(const QString &localPath, const QByteArray &path, TimeCommand known)
+{
+    const QByteArray stamp = QDateTime::fromSecsSinceEpoch(statusOf(localPath).st_mtime, Qt::UTC)
+                                 .toString(QStringLiteral("yyyyMMddHHmmss"))
+                                 .toLatin1();
+    QList<QByteArray> commands;
+    if (known == TimeCommand::mfmt || known == TimeCommand::unknown)
+        commands << "MFMT " + stamp + ' ' + path;
+    if (known == TimeCommand::mdtm || known == TimeCommand::unknown)
+        commands << "MDTM " + stamp + ' ' + path;
+    return commands;
+}
+
+std::optional<QByteArray> FTPService::modeFor(const QString &localPath, const QByteArray &path)
 {
     const struct ::stat status = statusOf(localPath);
-    const QByteArray stamp =
-        QDateTime::fromSecsSinceEpoch(status.st_mtime, Qt::UTC).toString(QStringLiteral("yyyyMMddHHmmss")).toLatin1();
-    QList<QByteArray> commands;
-    if (known != TimeCommand::mdtm)
-        commands << "MFMT " + stamp + ' ' + path;
-    if (known != TimeCommand::mfmt)
-        commands << "MDTM " + stamp + ' ' + path;
-    return commands << "SITE CHMOD " + QByteArray::number(status.st_mode & 0777, 8) + ' ' + path;
+    // Some servers cut a blank off the name and would change the entry of that name.
+    if (status.st_mode == 0 || path.endsWith(' '))
+        return std::nullopt;
+    return QByteArray::number(status.st_mode & 0777, 8).rightJustified(3, '0');
 }
 
 CurlTransfer FTPService::store(const QString &localPath, const QString &toRemote, const RemoteTransferOptions &options,
@@ -132,7 +140,10 @@ CurlTransfer FTPService::store(const QString &localPath, const QString &toRemote
     request.config.set("upload-file", NativePath::bytes(localPath));
     request.config.set("url", urlOf(current, toRemote));
     if (options.keepsTimes) {
-        for (const QByteArray &line : attributeCommands(localPath, native(toRemote), m_timeCommand))
+        QList<QByteArray> commands = timeCommands(localPath, native(toRemote), m_timeCommand);
+        if (const std::optional<QByteArray> octal = modeFor(localPath, native(toRemote)))
+            commands << "SITE CHMOD " + *octal + ' ' + native(toRemote);
+        for (const QByteArray &line : std::as_const(commands))
             request.config.set("quote", "-*" + line);
     }
     request.config.append(afterwards);

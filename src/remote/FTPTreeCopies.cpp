@@ -11,6 +11,7 @@
 #include <QDir>
 #include <QTemporaryDir>
 
+#include <algorithm>
 #include <cerrno>
 #include <sys/stat.h>
 
@@ -18,8 +19,7 @@ namespace moorix {
 
 namespace {
 
-/// Files that share one run, and so one connection.
-constexpr qsizetype mostFilesAtOnce = 100;
+const RemoteFileService::Advanced nobodyWatches = [](std::size_t) {};
 
 QString unable(const QString &path, const QString &done)
 {
@@ -42,32 +42,15 @@ void throwIfSkipped(const QStringList &skipped)
     }
 }
 
-} // namespace
-
-void FTPService::runPairs(const QList<Pair> &files, const QString &done,
-                          const std::function<void(CurlConfig &, const Pair &)> &add, const std::stop_token &stop)
+void throwIfFailed(const std::vector<RemoteCopy> &copies)
 {
-    const FTPLogin current = login();
-    for (qsizetype start = 0; start < files.size(); start += mostFilesAtOnce) {
-        const QList<Pair> some = files.mid(start, mostFilesAtOnce);
-        CurlRequest request;
-        request.longest = std::chrono::seconds(0);
-        request.config.set("ftp-method", "nocwd");
-        request.config.set("speed-limit", "1");
-        request.config.set("speed-time", QByteArray::number(qlonglong(m_patience.standstill.count())));
-        for (const auto &file : some)
-            add(request.config, file);
-        const QList<CurlTransfer> transfers = m_runner.run(current, request, stop);
-        for (qsizetype i = 0; i < transfers.size(); ++i) {
-            if (transfers.at(i).exitCode != 0)
-                fail(transfers.at(i), some.at(i).first, unable(some.at(i).first, done), stop);
-        }
-        if (transfers.size() < some.size()) {
-            throw FileServiceError::operationFailed(
-                unable(some.at(transfers.size()).first, done + QStringLiteral(": curl ended before.")));
-        }
-    }
+    const auto failed = std::find_if(copies.begin(), copies.end(),
+                                     [](const RemoteCopy &copy) { return copy.state == RemoteCopy::State::failed; });
+    if (failed != copies.end())
+        throw FileServiceError::operationFailed(failed->failure);
 }
+
+} // namespace
 
 void FTPService::downloadRecursive(const QString &remotePath, const QString &toLocal, const std::stop_token &stop)
 {
@@ -83,7 +66,7 @@ void FTPService::downloadFolder(const QString &remotePath, const QString &localP
 {
     const QList<FileItem> items = list(remotePath, HiddenFiles::included, stop);
     makeLocalFolder(localPath);
-    QList<Pair> files;
+    std::vector<RemoteCopy> files;
     for (const FileItem &item : items) {
         const QString local = Format::join(localPath, item.name);
         if (item.isSymlink)
@@ -91,14 +74,10 @@ void FTPService::downloadFolder(const QString &remotePath, const QString &localP
         else if (item.isDirectory)
             downloadFolder(item.path, local, skipped, stop);
         else
-            files.append({item.path, local});
+            files.push_back({item.path, local});
     }
-    const FTPLogin current = login();
-    const auto add = [&](CurlConfig &config, const Pair &file) {
-        config.set("output", NativePath::bytes(file.second));
-        config.set("url", urlOf(current, file.first));
-    };
-    runPairs(files, QStringLiteral("downloaded"), add, stop);
+    fetchAll(files, {}, nobodyWatches, stop);
+    throwIfFailed(files);
 }
 
 void FTPService::uploadRecursive(const QString &localPath, const QString &toRemote, const std::stop_token &stop)
@@ -116,7 +95,7 @@ void FTPService::uploadFolder(const QString &localPath, const QString &remotePat
     const FTPReply made = command({"MKD " + native(remotePath)}, stop).constFirst();
     if (made.isRefusal() && !stat(remotePath, stop))
         createDirectory(remotePath, stop);
-    QList<Pair> files;
+    std::vector<RemoteCopy> files;
     for (const FileItem &item : items) {
         const QString remote = Format::join(remotePath, item.name);
         if (item.isSymlink)
@@ -124,14 +103,10 @@ void FTPService::uploadFolder(const QString &localPath, const QString &remotePat
         else if (item.isDirectory)
             uploadFolder(item.path, remote, skipped, stop);
         else
-            files.append({item.path, remote});
+            files.push_back({item.path, remote});
     }
-    const FTPLogin current = login();
-    const auto add = [&](CurlConfig &config, const Pair &file) {
-        config.set("upload-file", NativePath::bytes(file.first));
-        config.set("url", urlOf(current, file.second));
-    };
-    runPairs(files, QStringLiteral("uploaded"), add, stop);
+    storeAll(files, nobodyWatches, stop);
+    throwIfFailed(files);
 }
 
 void FTPService::copy(const FileItem &item, const QString &toPath, const std::stop_token &stop)

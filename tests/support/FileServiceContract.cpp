@@ -229,6 +229,18 @@ void filesTravelWithTimesAndModes(const Place &at)
     QCOMPARE(at.mode("", u"b"_s), u"rw-------"_s);
     at.server()->download(at.path("b"), local.path("c"), {true, {}}, go);
     QCOMPARE(QFileInfo(local.path("c")).lastModified().toUTC(), then);
+    at.service.createDirectory(at.path("d"), go);
+    std::vector<RemoteCopy> together{{local.path("a"), at.path("2 ")}};
+    for (int i = 0; i < 12; ++i)
+        together.push_back({local.path("a"), at.path(u"d/%1"_s.arg(i))});
+    at.server()->uploadAll(
+        together, [](std::size_t) {}, go);
+    for (const RemoteCopy &copy : together) {
+        QVERIFY2(copy.state == RemoteCopy::State::arrived, qUtf8Printable(copy.failure));
+        QCOMPARE(copy.copiedBytes, 1);
+        QCOMPARE(QFileInfo(copy.to).lastModified().toUTC(), then);
+    }
+    QCOMPARE(at.mode("d", u"1"_s), u"rw-------"_s);
 }
 
 /// The beginnings differ from those of the sources, which tells what was sent.
