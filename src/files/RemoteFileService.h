@@ -92,6 +92,8 @@ public:
     /// Called on the worker when the client is through with the file at `index`.
     using Advanced = std::function<void(std::size_t index)>;
     virtual bool takesMany() const { return false; }
+    /// How many threads may do so at once to advantage.
+    virtual int lanesForMany() const { return 6; }
     /// Copies carry the time and mode of their originals, as far as the protocol tells and takes them.
     virtual void uploadAll(std::vector<RemoteCopy> & /*copies*/, const Advanced & /*advanced*/,
                            const std::stop_token & /*stop*/)

@@ -3,6 +3,7 @@
 
 #include "base/Error.h"
 
+#include <algorithm>
 #include <chrono>
 
 namespace moorix {
@@ -13,31 +14,50 @@ ConnectionGate &ConnectionGate::ofThisProgram()
     return gate;
 }
 
-ConnectionGate::Place ConnectionGate::enter(const QString &host, const std::function<bool()> &isWarm,
-                                            const std::stop_token &stop)
+ConnectionGate::Place ConnectionGate::enter(const Door &door, const std::stop_token &stop)
 {
     // The shared connection comes up while its first child still runs; nobody tells, so it is looked for.
     constexpr std::chrono::milliseconds lookEvery(25);
     std::unique_lock lock(m_mutex);
     const auto mayEnter = [&] {
-        const int running = m_running.value(host);
-        return running == 0 || (running < mostAtOnce && isWarm());
+        const auto inside = m_inside.constFind(door.name);
+        return inside == m_inside.cend() || (inside->running < inside->limit && door.isWarm());
     };
     while (!mayEnter()) {
         if (stop.stop_requested())
             throw Cancelled();
         m_changed.wait_for(lock, stop, lookEvery, mayEnter);
     }
-    ++m_running[host];
-    return Place(*this, host);
+    Inside &inside = m_inside[door.name];
+    if (++inside.running == 1)
+        inside.limit = door.mostAtOnce;
+    return Place(*this, door.name);
 }
 
-void ConnectionGate::leave(const QString &host)
+int ConnectionGate::limitOf(const Door &door) const
+{
+    const std::lock_guard lock(m_mutex);
+    const auto inside = m_inside.constFind(door.name);
+    return inside == m_inside.cend() ? door.mostAtOnce : inside->limit;
+}
+
+bool ConnectionGate::leaveAsOneTooMany(const QString &door)
+{
+    const std::lock_guard lock(m_mutex);
+    Inside &inside = m_inside[door];
+    if (inside.running < 2)
+        return false;
+    --inside.running;
+    inside.limit = std::min(inside.limit, inside.running);
+    return true;
+}
+
+void ConnectionGate::leave(const QString &door)
 {
     {
         const std::lock_guard lock(m_mutex);
-        if (--m_running[host] == 0)
-            m_running.remove(host);
+        if (--m_inside[door].running == 0)
+            m_inside.remove(door);
     }
     m_changed.notify_all();
 }

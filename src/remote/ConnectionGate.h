@@ -17,38 +17,62 @@ namespace moorix {
 class ConnectionGate final
 {
 public:
-    static constexpr int mostAtOnce = 8;
+    /// What children go through to one host.
+    struct Door
+    {
+        QString name;
+        int mostAtOnce = 8;
+        /// Tells, whenever asked, whether several children may run there at once.
+        std::function<bool()> isWarm = [] { return true; };
+    };
 
     /// One child's place, given back when it goes out of scope.
     class Place final
     {
     public:
-        Place(ConnectionGate &gate, QString host)
+        Place(ConnectionGate &gate, QString door)
             : m_gate(gate)
-            , m_host(std::move(host))
+            , m_door(std::move(door))
         {
         }
-        ~Place() { m_gate.leave(m_host); }
+        ~Place()
+        {
+            if (!m_isGivenBack)
+                m_gate.leave(m_door);
+        }
         Q_DISABLE_COPY_MOVE(Place)
+
+        /// The host has turned this child away for the others that are there: gives the place back, and until all have
+        /// left, there are no more places than they have. False, with nothing done, when there are no others.
+        bool giveBackAsOneTooMany() { return m_isGivenBack = m_gate.leaveAsOneTooMany(m_door); }
 
     private:
         ConnectionGate &m_gate;
-        QString m_host;
+        QString m_door;
+        bool m_isGivenBack = false;
     };
 
     /// The limit is the far machine's, so all connections of the program share one gate.
     static ConnectionGate &ofThisProgram();
 
-    /// Waits for a place at `host`. `isWarm` tells, whenever asked, whether several children may run there at once.
-    /// Throws Cancelled when stopped while waiting.
-    [[nodiscard]] Place enter(const QString &host, const std::function<bool()> &isWarm, const std::stop_token &stop);
+    /// Waits for a place. Throws Cancelled when stopped while waiting.
+    [[nodiscard]] Place enter(const Door &door, const std::stop_token &stop);
+    /// How many places there are at this moment, taken or free.
+    int limitOf(const Door &door) const;
 
 private:
-    void leave(const QString &host);
+    struct Inside
+    {
+        int running = 0;
+        int limit = 0;
+    };
 
-    std::mutex m_mutex;
+    bool leaveAsOneTooMany(const QString &door);
+    void leave(const QString &door);
+
+    mutable std::mutex m_mutex;
     std::condition_variable_any m_changed;
-    QHash<QString, int> m_running;
+    QHash<QString, Inside> m_inside;
 };
 
 } // namespace moorix

@@ -5,7 +5,6 @@
 #include "files/FileServiceError.h"
 #include "files/Format.h"
 #include "platform/ProcessRunner.h"
-#include "remote/ConnectionGate.h"
 #include "remote/FTPCertificates.h"
 #include "remote/FTPFailureText.h"
 #include "remote/RemoteCharset.h"
@@ -163,8 +162,16 @@ QList<CurlTransfer> CurlRunner::run(const FTPLogin &login, const CurlRequest &re
     addLogin(config, login);
     config.set("write-out", report.format());
     config.append(request.config);
-    const Output output = runChild(login, config, request, stop);
-    QList<CurlTransfer> transfers = report.parse(output.standardOutput, output.standardError);
+    Output output;
+    QList<CurlTransfer> transfers;
+    bool isOneTooMany = false;
+    do {
+        ConnectionGate::Place place = ConnectionGate::ofThisProgram().enter(door(login.server), stop);
+        output = runChild(config, request, stop);
+        transfers = report.parse(output.standardOutput, output.standardError);
+        isOneTooMany =
+            !transfers.isEmpty() && FTPFailureText::saysTooMany(transfers.constFirst()) && place.giveBackAsOneTooMany();
+    } while (isOneTooMany);
     if (transfers.isEmpty()) {
         CurlTransfer failed;
         failed.exitCode = output.exitCode;
@@ -192,7 +199,8 @@ QByteArray CurlRunner::offeredKey(const FTPLogin &login, const std::stop_token &
     config.set("write-out", "%{certs}" + report.format());
     config.flag("head");
     config.set("url", url(nobody, {}));
-    const Output output = runChild(nobody, config, CurlRequest(), stop);
+    const ConnectionGate::Place place = ConnectionGate::ofThisProgram().enter(door(login.server), stop);
+    const Output output = runChild(config, CurlRequest(), stop);
     if (const std::optional<QByteArray> key = FTPCertificate::keyOf(output.standardOutput))
         return *key;
     for (const CurlTransfer &transfer : report.parse(output.standardOutput, output.standardError))
@@ -201,12 +209,14 @@ QByteArray CurlRunner::offeredKey(const FTPLogin &login, const std::stop_token &
            QString::fromUtf8(output.standardError).trimmed());
 }
 
-CurlRunner::Output CurlRunner::runChild(const FTPLogin &login, const CurlConfig &config, const CurlRequest &request,
+ConnectionGate::Door CurlRunner::door(const ServerConnection &server)
+{
+    return {QStringLiteral("ftp %1 %2").arg(server.host).arg(server.port), mostAtOnce};
+}
+
+CurlRunner::Output CurlRunner::runChild(const CurlConfig &config, const CurlRequest &request,
                                         const std::stop_token &stop)
 {
-    const QString host = QStringLiteral("ftp %1 %2").arg(login.server.host).arg(login.server.port);
-    const auto severalMayRun = [] { return true; };
-    const ConnectionGate::Place place = ConnectionGate::ofThisProgram().enter(host, severalMayRun, stop);
     CurlConfig all = config;
     if (request.longest.count() > 0)
         all.set("max-time", QByteArray::number(qlonglong(request.longest.count())));

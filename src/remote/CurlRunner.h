@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "remote/ConnectionGate.h"
 #include "remote/CurlConfig.h"
 #include "remote/CurlTransfer.h"
 #include "servers/ServerConnection.h"
@@ -41,17 +42,24 @@ struct CurlRequest
 class CurlRunner final
 {
 public:
+    /// Connections to one server, as long as it does not say that this is too many.
+    static constexpr int mostAtOnce = 14;
+
     explicit CurlRunner(std::shared_ptr<ProcessRunner> processes);
 
     /// Throws connectionFailed, in words, for a server that can or must not be reached like that: an odd host, control
     /// characters in name or password, FTPS without encryption, encryption with active data connections.
     static void check(const FTPLogin &login);
 
+    /// What all runs for this server go through.
+    static ConnectionGate::Door door(const ServerConnection &server);
+
     /// The URL of a path in the server's own bytes; that of a folder ends in a slash.
     static QByteArray url(const FTPLogin &login, const QByteArray &path);
 
     /// How each URL of the request ended, in order; fewer when curl gave up. Throws connectionFailed or authFailed when
-    /// the connection is what failed.
+    /// the connection is what failed. Where the server takes no further connection beside those that there are, waits
+    /// until one of them has ended.
     QList<CurlTransfer> run(const FTPLogin &login, const CurlRequest &request, const std::stop_token &stop);
 
     /// The key the server shows at this moment, without logging in. Throws connectionFailed.
@@ -59,8 +67,7 @@ public:
 
 private:
     struct Output;
-    Output runChild(const FTPLogin &login, const CurlConfig &config, const CurlRequest &request,
-                    const std::stop_token &stop);
+    Output runChild(const CurlConfig &config, const CurlRequest &request, const std::stop_token &stop);
 
     std::shared_ptr<ProcessRunner> m_processes;
 };

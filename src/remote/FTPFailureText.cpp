@@ -202,6 +202,20 @@ QString operation(const QString &action, const CurlTransfer &transfer)
     return (action + QStringLiteral(": ") + why + QStringLiteral(".\n") + wordsOf(transfer)).trimmed();
 }
 
+bool saysTooMany(const CurlTransfer &transfer)
+{
+    static const QRegularExpression words(QStringLiteral("too many|maximum.*(clients|connections|users|sessions)"),
+                                          QRegularExpression::CaseInsensitiveOption);
+    constexpr int loggedIn = 230;
+    const bool isIn = std::any_of(transfer.replies.cbegin(), transfer.replies.cend(),
+                                  [](const FTPReply &reply) { return reply.code == loggedIn; });
+    if (transfer.exitCode == 0 || isIn)
+        return false;
+    const FTPReply refused = transfer.refusal();
+    return refused.code == serviceNotAvailable ||
+           (refused.code == refusedFile && QString::fromLatin1(refused.text).contains(words));
+}
+
 bool saysMissing(const FTPReply &reply)
 {
     static const QRegularExpression words(

@@ -20,6 +20,9 @@ void throwIfConnectionFailed(const FTPLogin &login, const CurlTransfer &transfer
 /// Why something failed on a live connection. `action` begins the sentence ("“/a” could not be read").
 QString operation(const QString &action, const CurlTransfer &transfer);
 
+/// Whether the server has turned the login away because there are too many already.
+bool saysTooMany(const CurlTransfer &transfer);
+
 /// Whether the server says that what a command was to act on is not there.
 bool saysMissing(const FTPReply &reply);
 

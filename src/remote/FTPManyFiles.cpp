@@ -111,6 +111,7 @@ bool FTPService::takesOlderTLS(const std::stop_token &stop)
     const FTPLogin current = login();
     if (!current.usesTLS())
         return false;
+    const std::lock_guard lock(m_learning);
     if (m_olderTLS == OlderTLS::unknown) {
         CurlRequest request;
         request.longest = m_patience.command;
@@ -181,8 +182,7 @@ void FTPService::completeStored(const std::vector<RemoteCopy *> &stored, const s
 QHash<QString, FileItem> FTPService::listedWithTimes(const std::vector<RemoteCopy *> &stored,
                                                      const std::stop_token &stop)
 {
-    if (m_timeCommand == TimeCommand::unknown)
-        learnTimeCommand(*stored.front(), stop);
+    learnTimeCommand(*stored.front(), stop);
     QStringList folders;
     QList<QByteArray> times;
     for (const RemoteCopy *copy : stored) {
@@ -210,6 +210,9 @@ QHash<QString, FileItem> FTPService::listedWithTimes(const std::vector<RemoteCop
 
 void FTPService::learnTimeCommand(const RemoteCopy &copy, const std::stop_token &stop)
 {
+    const std::lock_guard lock(m_learning);
+    if (m_timeCommand != TimeCommand::unknown)
+        return;
     const QList<FTPReply> replies = command(timeCommands(copy.from, native(copy.to), TimeCommand::unknown), stop);
     if (!replies.constFirst().isRefusal())
         m_timeCommand = TimeCommand::mfmt;

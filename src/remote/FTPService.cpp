@@ -91,6 +91,17 @@ bool FTPService::isNear() const
     return m_isNear;
 }
 
+/// Each file is a handful of answers to wait for; nearby the two machines are busy instead.
+int FTPService::lanesForMany() const
+{
+    constexpr int far = 12;
+    constexpr int leftToTheUser = 2;
+    if (isNear())
+        return RemoteFileService::lanesForMany();
+    const int limit = ConnectionGate::ofThisProgram().limitOf(CurlRunner::door(m_server));
+    return std::clamp(limit - leftToTheUser, 1, far);
+}
+
 void FTPService::trustOnFirstContact(FTPLogin &login, const std::stop_token &stop)
 {
     if (!login.usesTLS() || m_server.strictHostKeyChecking)

@@ -78,6 +78,7 @@ public:
     bool keepsModes() const override { return false; }
     void requireAddressable(const QString &path) const override;
     bool takesMany() const override { return true; }
+    int lanesForMany() const override;
     void uploadAll(std::vector<RemoteCopy> &copies, const Advanced &advanced, const std::stop_token &stop) override;
     void downloadAll(std::vector<RemoteCopy> &copies, const Advanced &advanced, const std::stop_token &stop) override;
     void takeSteps(std::vector<RemoteStep> &steps, const std::stop_token &stop) override;
@@ -160,9 +161,11 @@ private:
     const FTPCertificates m_certificates;
     const FTPPatience m_patience;
     CurlRunner m_runner;
+    /// Held while something is found out about the server, so that others wait for it instead of asking, too.
+    std::mutex m_learning;
     std::atomic<TimeCommand> m_timeCommand = TimeCommand::unknown;
     enum class OlderTLS { unknown, taken, refused };
-    std::atomic<OlderTLS> m_olderTLS = OlderTLS::unknown;
+    OlderTLS m_olderTLS = OlderTLS::unknown;
 
     mutable std::mutex m_mutex;
     bool m_isConnected = false;

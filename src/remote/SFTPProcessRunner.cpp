@@ -177,8 +177,9 @@ ProcessResult SFTPProcessRunner::runClient(const SSHLogin &login, const QString 
     SSHDestination::check(server);
     bool isShared = true;
     const auto isWarm = [&] { return !isShared || ControlSocket::isPresent(server); };
-    const QString host = QStringLiteral("%1 %2").arg(server.host).arg(server.port);
-    const ConnectionGate::Place place = ConnectionGate::ofThisProgram().enter(host, isWarm, stop);
+    ConnectionGate::Door door{QStringLiteral("%1 %2").arg(server.host).arg(server.port)};
+    door.isWarm = isWarm;
+    const ConnectionGate::Place place = ConnectionGate::ofThisProgram().enter(door, stop);
     isShared = ControlSocket::claim(server, login.credentials, *m_processes);
 
     // A login that left no shared connection leaves no record of one either.

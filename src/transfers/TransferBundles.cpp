@@ -51,6 +51,11 @@ bool TransferBundles::suits(const TransferNode &file, const TransferPlace &place
            !file.item.isSymlink && file.item.size <= largestBytes && !place.isContinued;
 }
 
+int TransferBundles::lanes() const
+{
+    return m_gate.lanesForSmall(server().lanesForMany());
+}
+
 bool TransferBundles::carry(std::vector<Entry> &entries)
 {
     std::vector<RemoteCopy> copies;
@@ -110,7 +115,7 @@ bool TransferBundles::copyAcrossBreaks(std::vector<RemoteCopy> &copies, Progress
         control.waitWhilePaused();
         try {
             const std::stop_token stop = control.untilPause();
-            const TransferGate::Place place = m_gate.enter(m_route.servers(), stop);
+            const TransferGate::Place place = m_gate.enterForSmall(&server(), server().lanesForMany(), stop);
             // What an earlier try has written may not be written to again: it may have its mode already.
             if (std::exchange(hasParts, true))
                 clearParts(stillOpen(copies), stop);

@@ -27,7 +27,9 @@ public:
 
     using TransferWay::TransferWay;
 
-    static constexpr std::size_t mostFiles = 64;
+    static constexpr std::size_t mostFiles = 256;
+    /// How many bundles may be under way at once.
+    int lanes() const;
 
     /// From now on without archives, which the server has been found not to take.
     void refuseArchives() { m_isArchiveRefused = true; }

@@ -21,19 +21,30 @@ void TransferGate::setMostAtOnce(int count)
     m_changed.notify_all();
 }
 
-int TransferGate::lanesOfOneServer()
+int TransferGate::lanesForSmall(int lanes)
 {
     const std::lock_guard lock(m_mutex);
-    return std::min(m_mostAtOnce, mostPerServer);
+    return std::clamp(lanes, 1, m_mostAtOnce * lanesPerFile);
 }
 
 TransferGate::Place TransferGate::enter(const Servers &servers, const std::stop_token &stop)
 {
+    return enter(Entrant{servers}, stop);
+}
+
+TransferGate::Place TransferGate::enterForSmall(const void *server, int lanes, const std::stop_token &stop)
+{
+    return enter(Entrant{{server}, 1, std::max(1, lanes)}, stop);
+}
+
+TransferGate::Place TransferGate::enter(const Entrant &entrant, const std::stop_token &stop)
+{
     std::unique_lock lock(m_mutex);
-    const auto self = m_waiting.insert(m_waiting.end(), servers);
+    const auto self = m_waiting.insert(m_waiting.end(), entrant);
     const auto mayEnter = [&] {
-        return fits(servers) &&
-               std::none_of(m_waiting.begin(), self, [this](const Servers &other) { return fits(other); });
+        // A file that only waits for its share of the whole would never get it if lanes kept slipping in.
+        return fits(entrant) &&
+               std::none_of(m_waiting.begin(), self, [this](const Entrant &other) { return fitsServers(other); });
     };
     const bool entered = m_changed.wait(lock, stop, mayEnter);
     m_waiting.erase(self);
@@ -42,29 +53,41 @@ TransferGate::Place TransferGate::enter(const Servers &servers, const std::stop_
         m_changed.notify_all();
         throw Cancelled();
     }
-    ++m_inside;
-    for (const void *server : servers)
-        ++m_perServer[server];
+    m_inside += entrant.weight;
+    for (const void *server : entrant.servers) {
+        AtServer &at = m_atServers[server];
+        ++(entrant.weight == lanesPerFile ? at.files : at.lanes);
+        at.most = std::max(mostPerServer, entrant.mostAtServer);
+    }
     lock.unlock();
     m_changed.notify_all();
-    return Place(*this, servers);
+    return Place(*this, entrant);
 }
 
-bool TransferGate::fits(const Servers &servers) const
+bool TransferGate::fitsServers(const Entrant &entrant) const
 {
-    return m_inside < m_mostAtOnce && std::all_of(servers.cbegin(), servers.cend(), [this](const void *server) {
-               return m_perServer.value(server) < mostPerServer;
-           });
+    return std::all_of(entrant.servers.cbegin(), entrant.servers.cend(), [&](const void *server) {
+        const AtServer at = m_atServers.value(server);
+        const int ofItsKind = entrant.weight == lanesPerFile ? at.files : at.lanes;
+        return ofItsKind < entrant.mostAtServer && at.files + at.lanes < std::max(at.most, entrant.mostAtServer);
+    });
 }
 
-void TransferGate::leave(const Servers &servers)
+bool TransferGate::fits(const Entrant &entrant) const
+{
+    return m_inside + entrant.weight <= m_mostAtOnce * lanesPerFile && fitsServers(entrant);
+}
+
+void TransferGate::leave(const Entrant &entrant)
 {
     {
         const std::lock_guard lock(m_mutex);
-        --m_inside;
-        for (const void *server : servers) {
-            if (--m_perServer[server] == 0)
-                m_perServer.remove(server);
+        m_inside -= entrant.weight;
+        for (const void *server : entrant.servers) {
+            AtServer &at = m_atServers[server];
+            --(entrant.weight == lanesPerFile ? at.files : at.lanes);
+            if (at.files + at.lanes == 0)
+                m_atServers.remove(server);
         }
     }
     m_changed.notify_all();

@@ -18,45 +18,70 @@ class TransferGate final
 public:
     /// Leaves a server room for what the user does there meanwhile: it takes eight clients at once.
     static constexpr int mostPerServer = 6;
+    /// So many lanes of small files count as one file: they mostly wait for the server's answers.
+    static constexpr int lanesPerFile = 8;
     /// Identifies servers; the local disk is not among them.
     using Servers = QList<const void *>;
 
-    /// One file's place, given back when it goes out of scope.
+    /// What wants to get in.
+    struct Entrant
+    {
+        Servers servers;
+        /// In parts of a file.
+        int weight = lanesPerFile;
+        /// How many of its kind, and all together, each of the servers takes.
+        int mostAtServer = mostPerServer;
+    };
+
+    /// A place, given back when it goes out of scope.
     class Place final
     {
     public:
-        Place(TransferGate &gate, Servers servers)
+        Place(TransferGate &gate, Entrant entrant)
             : m_gate(gate)
-            , m_servers(std::move(servers))
+            , m_entrant(std::move(entrant))
         {
         }
-        ~Place() { m_gate.leave(m_servers); }
+        ~Place() { m_gate.leave(m_entrant); }
         Q_DISABLE_COPY_MOVE(Place)
 
     private:
         TransferGate &m_gate;
-        Servers m_servers;
+        Entrant m_entrant;
     };
 
     explicit TransferGate(int mostAtOnce);
 
     /// Takes effect at once; files under way beyond a lower limit run to their end.
     void setMostAtOnce(int count);
-    /// How many files may be on their way to or from one server at once.
-    int lanesOfOneServer();
-    /// Waits for a place. Throws Cancelled when stopped while waiting.
+    /// How many lanes of small files may be open at once to a server that takes `lanes` of them.
+    int lanesForSmall(int lanes);
+    /// Waits for a place for one file. Throws Cancelled when stopped while waiting.
     [[nodiscard]] Place enter(const Servers &servers, const std::stop_token &stop);
+    /// Waits for a place for a lane of small files to or from a server that takes `lanes` of them. Throws like `enter`.
+    [[nodiscard]] Place enterForSmall(const void *server, int lanes, const std::stop_token &stop);
 
 private:
-    bool fits(const Servers &servers) const;
-    void leave(const Servers &servers);
+    struct AtServer
+    {
+        int files = 0;
+        int lanes = 0;
+        /// How much there may be in all: what those inside have been told.
+        int most = mostPerServer;
+    };
+
+    Place enter(const Entrant &entrant, const std::stop_token &stop);
+    bool fitsServers(const Entrant &entrant) const;
+    bool fits(const Entrant &entrant) const;
+    void leave(const Entrant &entrant);
 
     std::mutex m_mutex;
     std::condition_variable_any m_changed;
     int m_mostAtOnce;
+    /// The weight of all that is inside.
     int m_inside = 0;
-    QHash<const void *, int> m_perServer;
-    std::list<Servers> m_waiting;
+    QHash<const void *, AtServer> m_atServers;
+    std::list<Entrant> m_waiting;
 };
 
 } // namespace moorix

@@ -16,7 +16,7 @@ namespace moorix {
 class TransferLanes final
 {
 public:
-    static constexpr int most = 8;
+    static constexpr int most = 32;
 
     TransferLanes() = default;
     /// Waits for all tasks.

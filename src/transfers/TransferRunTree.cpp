@@ -140,7 +140,7 @@ qint64 TransferRun::bundleSize() const
     constexpr qint64 fewest = 16;
     constexpr qint64 most = TransferBundles::mostFiles;
     const qint64 files = m_tally.filesTotal();
-    const qint64 lanes = m_callbacks.gate->lanesOfOneServer();
+    const qint64 lanes = m_bundles.lanes();
     const qint64 rounds = std::max<qint64>(1, (files + lanes * most - 1) / (lanes * most));
     return std::clamp((files + lanes * rounds - 1) / (lanes * rounds), fewest, most);
 }

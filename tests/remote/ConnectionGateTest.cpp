@@ -24,7 +24,8 @@ private slots:
     void onlySoManyRunAtOnce()
     {
         for (const bool isWarm : {false, true}) {
-            const int most = isWarm ? ConnectionGate::mostAtOnce : 1;
+            const ConnectionGate::Door door{u"h"_s, 8, [isWarm] { return isWarm; }};
+            const int most = isWarm ? door.mostAtOnce : 1;
             ConnectionGate gate;
             std::atomic<int> running = 0;
             std::atomic<int> highest = 0;
@@ -32,8 +33,7 @@ private slots:
             std::vector<std::jthread> children;
             for (int i = 0; i < 5 * most; ++i) {
                 children.emplace_back([&] {
-                    const auto place = gate.enter(
-                        u"h"_s, [&] { return isWarm; }, neverStops);
+                    const auto place = gate.enter(door, neverStops);
                     const int inside = ++running;
                     if (inside > highest)
                         highest = inside;
@@ -52,15 +52,14 @@ private slots:
     {
         ConnectionGate gate;
         std::atomic<bool> isWarm = false;
-        const auto askIsWarm = [&isWarm] { return isWarm.load(); };
+        const ConnectionGate::Door door{u"h"_s, 8, [&isWarm] { return isWarm.load(); }};
         const auto enter = [&](const std::stop_token &stop) {
-            return std::async(std::launch::async,
-                              [&, stop] { const auto place = gate.enter(u"h"_s, askIsWarm, stop); });
+            return std::async(std::launch::async, [&, stop] { const auto place = gate.enter(door, stop); });
         };
         std::future<void> later;
         {
-            const auto place = gate.enter(u"h"_s, askIsWarm, neverStops);
-            const auto elsewhere = gate.enter(u"another host"_s, askIsWarm, neverStops);
+            const auto place = gate.enter(door, neverStops);
+            const auto elsewhere = gate.enter({u"another host"_s}, neverStops);
             std::stop_source source;
             auto cancelled = enter(source.get_token());
             later = enter(neverStops);
@@ -69,11 +68,33 @@ private slots:
             QVERIFY(later.wait_for(0s) == std::future_status::timeout);
         }
         later.get();
-        const auto place = gate.enter(u"h"_s, askIsWarm, neverStops);
+        const auto place = gate.enter(door, neverStops);
         later = enter(neverStops);
         // The connection is shared from now on.
         isWarm = true;
         later.get();
+    }
+
+    void hostThatTurnsOneAwayIsAskedForNoMoreThanItTakes()
+    {
+        const ConnectionGate::Door door{u"h"_s};
+        ConnectionGate gate;
+        {
+            const auto first = gate.enter(door, neverStops);
+            std::unique_ptr<const ConnectionGate::Place> second(
+                new ConnectionGate::Place(gate.enter(door, neverStops)));
+            auto third = gate.enter(door, neverStops);
+            QVERIFY(third.giveBackAsOneTooMany());
+            QCOMPARE(gate.limitOf(door), 2);
+            auto later = std::async(std::launch::async, [&] { const auto place = gate.enter(door, neverStops); });
+            QVERIFY(later.wait_for(50ms) == std::future_status::timeout);
+            second.reset();
+            later.get();
+        }
+        // The host may have had others, too.
+        auto only = gate.enter(door, neverStops);
+        QVERIFY(!only.giveBackAsOneTooMany());
+        QCOMPARE(gate.limitOf(door), door.mostAtOnce);
     }
 };
 

@@ -12,6 +12,7 @@
 #include <QTest>
 
 #include <algorithm>
+#include <future>
 #include <utility>
 
 using namespace moorix;
@@ -226,6 +227,24 @@ private slots:
         const QString folder = m_plain->newFolder();
         service->write("x", folder + u"/a"_s, neverStops);
         QCOMPARE(m_plain->listed(folder), QStringList{u"a"_s});
+    }
+
+    void serverThatTakesFewConnectionsMakesTheOthersWait()
+    {
+        for (const auto &[program, limit] :
+             {std::pair(Program::vsftpd, "max_per_ip=2\n"), std::pair(Program::proftpd, "MaxClientsPerHost 2\n")}) {
+            if (!FTPServer::missing(program).isEmpty())
+                continue;
+            const FTPServer server(program, Encryption::none, limit);
+            const auto service = server.service();
+            std::vector<std::future<QList<FileItem>>> listings;
+            for (int i = 0; i < 8; ++i)
+                listings.push_back(std::async(std::launch::async, [&] {
+                    return service->list(server.homePath(), HiddenFiles::included, neverStops);
+                }));
+            for (auto &listing : listings)
+                QCOMPARE(messageOf([&] { listing.get(); }), QString());
+        }
     }
 
     void onlyWhatFitsItsBeginningGoesOn()

@@ -78,10 +78,11 @@ QString FTPServer::missing(Program program)
     return needsRoot ? u"vsftpd offers an account only when root runs the tests."_s : QString();
 }
 
-FTPServer::FTPServer(Program program, Encryption encryption)
+FTPServer::FTPServer(Program program, Encryption encryption, QByteArray settings)
     : ServerProcess(u"/tmp/moorix-ftpd-XXXXXX"_s)
     , m_program(program)
     , m_encryption(encryption)
+    , m_settings(std::move(settings))
 {
     QDir().mkdir(path("empty"));
     makeCertificate();
@@ -98,7 +99,7 @@ void FTPServer::makeCertificate() const
 
 void FTPServer::writeConfiguration() const
 {
-    QByteArray text = m_program == Program::vsftpd ? vsftpdConfiguration : proftpdConfiguration;
+    QByteArray text = (m_program == Program::vsftpd ? vsftpdConfiguration : proftpdConfiguration) + m_settings;
     text.replace("%TLS%", m_encryption == Encryption::required ? "YES" : "NO")
         .replace("%SERVERS%", serversFolder().toUtf8())
         .replace("%USER%", output(u"id"_s, {u"-un"_s}))

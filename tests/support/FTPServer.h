@@ -17,7 +17,8 @@ public:
     /// Why the program cannot be run here, as a sentence; empty when it can.
     static QString missing(Program program);
 
-    FTPServer(Program program, Encryption encryption);
+    /// `settings` are further lines of the program's configuration.
+    FTPServer(Program program, Encryption encryption, QByteArray settings = {});
 
     /// A record with a fresh id for the account.
     ServerConnection connection() const;
@@ -38,6 +39,7 @@ private:
 
     Program m_program;
     Encryption m_encryption;
+    QByteArray m_settings;
 };
 
 } // namespace moorix::test

@@ -9,6 +9,7 @@
 
 #include <array>
 #include <list>
+#include <thread>
 
 using namespace moorix;
 using namespace moorix::test;
@@ -143,6 +144,31 @@ private slots:
         QVERIFY(!enters(servers[1]));
         places.pop_front();
         QVERIFY(enters(servers[0]) && enters(servers[1]));
+    }
+
+    void lanesOfSmallFilesCountLessAndDoNotKeepAFileOut()
+    {
+        TransferGate gate(2);
+        const int server = 0;
+        std::list<std::unique_ptr<const TransferGate::Place>> lanes;
+        const auto addLane = [&] { lanes.emplace_back(new TransferGate::Place(gate.enterForSmall(&server, 12, {}))); };
+        for (int i = 0; i < TransferGate::lanesPerFile + 1; ++i)
+            addLane();
+        std::atomic<bool> isInside = false;
+        std::jthread file([&] {
+            const auto place = gate.enter({&server}, {});
+            isInside = true;
+        });
+        // Another lane would fit beside these; once the file waits for its share, it waits behind it.
+        std::stop_source source;
+        source.request_stop();
+        const auto slipsIn = [&] {
+            return messageOf([&] { const auto place = gate.enterForSmall(&server, 12, source.get_token()); }).isEmpty();
+        };
+        QTRY_VERIFY(!slipsIn());
+        QVERIFY(!isInside);
+        lanes.pop_front();
+        QTRY_VERIFY(isInside);
     }
 
     void severalTransfersShareTheLimitOfFiles()
