@@ -63,6 +63,17 @@ struct Pipe
     FileDescriptor writeEnd;
 };
 
+/// The same end of the pipe with flags of its own. A child that makes its error output non-blocking, as ssh does, would
+/// otherwise have the output of another one cut off whenever the pipe is full.
+FileDescriptor reopened(const FileDescriptor &writeEnd, const QString &program)
+{
+    const QByteArray path = "/proc/self/fd/" + QByteArray::number(writeEnd.value());
+    FileDescriptor again(::open(path.constData(), O_WRONLY | O_CLOEXEC));
+    if (again.value() < 0)
+        failToStart(program, errno);
+    return again;
+}
+
 void setNonBlocking(const FileDescriptor &descriptor)
 {
     ::fcntl(descriptor.value(), F_SETFL, ::fcntl(descriptor.value(), F_GETFL) | O_NONBLOCK);
@@ -154,9 +165,10 @@ ChildProcess::ChildProcess(const ProcessRequest &request)
     Pipe output(request.program);
     Pipe error(request.program);
     Pipe failure(request.program);
-    const FileDescriptor &errorEnd = request.errorOutput == ErrorOutput::apart ? error.writeEnd : output.writeEnd;
-    m_id = forkAndBecome(launch,
-                         {input.readEnd.value(), output.writeEnd.value(), errorEnd.value(), failure.writeEnd.value()});
+    if (request.errorOutput == ErrorOutput::withinOutput)
+        error.writeEnd = reopened(output.writeEnd, request.program);
+    m_id = forkAndBecome(
+        launch, {input.readEnd.value(), output.writeEnd.value(), error.writeEnd.value(), failure.writeEnd.value()});
     if (m_id < 0)
         failToStart(request.program, errno);
     failure.writeEnd.close();

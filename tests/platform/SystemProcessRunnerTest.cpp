@@ -56,6 +56,13 @@ private slots:
         const ProcessResult result = runShell(u"head -c 9000000 /dev/zero & head -c 7000000 /dev/zero >&2; wait"_s);
         QCOMPARE(result.standardOutput.size(), 9000000);
         QCOMPARE(result.standardError.size(), 7000000);
+        // What becomes of the one stream must not reach the other, though they are one.
+        ProcessRequest together =
+            shell(u"dd if=/dev/null oflag=nonblock >&2 2>/dev/null; head -c 9000000 /dev/zero; printf x >&2"_s);
+        together.errorOutput = ErrorOutput::withinOutput;
+        const ProcessResult both = SystemProcessRunner().run(together, {});
+        QCOMPARE(both.standardOutput.size(), 9000001);
+        QVERIFY(both.standardOutput.endsWith('x'));
     }
 
     void inputLargerThanAPipeComesBackWholeOrIsDroppedUnread()
