@@ -19,13 +19,13 @@ using Fate = TransferNode::Fate;
 
 namespace {
 
-/// Those that have not come to their places.
+/// Those that have not come to their places, but may have been begun.
 std::vector<RemoteCopy> unnamed(const std::vector<TransferBundles::Entry> &entries,
                                 const std::vector<RemoteCopy> &copies)
 {
     std::vector<RemoteCopy> rest;
     for (std::size_t i = 0; i < entries.size(); ++i) {
-        if (entries.at(i).node->fate != Fate::arrived)
+        if (entries.at(i).node->fate != Fate::arrived && entries.at(i).failure.isEmpty())
             rest.push_back(copies.at(i));
     }
     return rest;
@@ -56,14 +56,29 @@ int TransferBundles::lanes() const
     return m_gate.lanesForSmall(server().lanesForMany());
 }
 
+bool TransferBundles::suitsStage(const TransferNode &folder) const
+{
+    constexpr qint64 fewestFiles = 8;
+    return !m_isRefused && m_route.isServerDestination() && !m_route.isServerSource() && server().takesMany() &&
+           (m_isArchiveRefused || !server().mayTakeArchives()) && folder.fileCount() >= fewestFiles;
+}
+
 bool TransferBundles::carry(std::vector<Entry> &entries)
 {
     std::vector<RemoteCopy> copies;
     Progress progress;
     bool hasParts = false;
-    for (const Entry &entry : entries) {
+    for (Entry &entry : entries) {
         const FileItem &file = entry.node->item;
-        copies.push_back({file.path, transferNames::partPath(entry.place.path, m_request.id, file), file.size});
+        const QString &path = entry.place.path;
+        copies.push_back(
+            {file.path, entry.place.isStaged ? path : transferNames::partPath(path, m_request.id, file), file.size});
+        try {
+            m_route.requireAddressable(file.path, copies.back().to);
+        } catch (const Error &error) {
+            copies.back().state = RemoteCopy::State::failed;
+            copies.back().failure = entry.failure = error.message();
+        }
         progress.emplace_back(m_tally, file.name);
         hasParts = hasParts || entry.place.hasPart;
     }
@@ -81,6 +96,7 @@ bool TransferBundles::carry(std::vector<Entry> &entries)
         m_isRefused = true;
         return false;
     }
+    removeParts(unnamed(entries, copies));
     qint64 arrived = 0;
     for (std::size_t i = 0; i < entries.size(); ++i) {
         if (entries.at(i).node->fate == Fate::arrived) {
@@ -92,7 +108,6 @@ bool TransferBundles::carry(std::vector<Entry> &entries)
     }
     if (arrived > 0)
         noteWay(arrived, isArchive);
-    removeParts(unnamed(entries, copies));
     return true;
 }
 
@@ -221,6 +236,10 @@ void TransferBundles::giveNamesOnServer(std::vector<Entry> &entries, std::vector
         if (copies.at(i).state != RemoteCopy::State::arrived)
             continue;
         const TransferPlace &place = entries.at(i).place;
+        if (place.isStaged) {
+            entries.at(i).node->fate = Fate::arrived;
+            continue;
+        }
         // In a folder of this transfer nobody else puts anything.
         const bool replaces = place.standing == TransferPlace::Standing::replaced || place.isInNewFolder;
         steps.push_back({replaces ? RemoteStep::Kind::replace : RemoteStep::Kind::rename, copies.at(i).to, place.path});
@@ -276,7 +295,7 @@ void TransferBundles::clearParts(const std::vector<RemoteCopy> &copies, const st
         server().takeSteps(steps, stop);
     for (const RemoteStep &step : steps) {
         if (step.state == RemoteStep::State::failed)
-            m_tally.fail(u"The unfinished copy “%1” could not be removed: %2"_s.arg(step.path, step.failure));
+            failToRemove(step.path, step.failure);
     }
 }
 
@@ -286,8 +305,14 @@ void TransferBundles::removeParts(const std::vector<RemoteCopy> &copies)
     try {
         clearParts(copies, std::stop_token());
     } catch (const Error &error) {
-        m_tally.fail(u"The unfinished copy “%1” could not be removed: %2"_s.arg(copies.front().to, error.message()));
+        failToRemove(copies.front().to, error.message());
     }
+}
+
+void TransferBundles::failToRemove(const QString &path, const QString &reason)
+{
+    m_hasLeftHalves = true;
+    m_tally.fail(u"The unfinished copy “%1” could not be removed: %2"_s.arg(path, reason));
 }
 
 } // namespace moorix

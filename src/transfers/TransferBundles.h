@@ -33,6 +33,10 @@ public:
 
     /// From now on without archives, which the server has been found not to take.
     void refuseArchives() { m_isArchiveRefused = true; }
+    /// Whether a new folder gains by being filled under a part name: its files then need none of their own.
+    bool suitsStage(const TransferNode &folder) const;
+    /// Whether an unfinished copy could not be removed; in a stage it bears the file's own name.
+    bool hasLeftHalves() const { return m_hasLeftHalves; }
     /// Whether the file gains by travelling with others.
     bool suits(const TransferNode &file, const TransferPlace &place) const;
     /// Carries them, once there is room for another lane. False when it could not be done this way; those that have not
@@ -54,9 +58,11 @@ private:
     void clearParts(const std::vector<RemoteCopy> &copies, const std::stop_token &stop);
     void noteWay(qint64 files, bool isArchive);
     void removeParts(const std::vector<RemoteCopy> &copies);
+    void failToRemove(const QString &path, const QString &reason);
 
     /// Set once it could not be done.
     std::atomic<bool> m_isRefused = false;
+    std::atomic<bool> m_hasLeftHalves = false;
     /// Set once an archive was not sent or received.
     std::atomic<bool> m_isArchiveRefused = false;
 };

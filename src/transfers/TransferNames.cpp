@@ -57,6 +57,12 @@ QString transferNames::partPath(const QString &target, const QUuid &transfer, co
     return LocalDisk::partPath(target, id);
 }
 
+QString transferNames::stagePath(const QString &target, const QUuid &transfer, const FileItem &source)
+{
+    // Another name than the same folder has as a stream, which begins anew each time.
+    return partPath(target, transfer, itemAt(source.path + u'/', source));
+}
+
 bool transferNames::isPart(const QString &name, const QUuid &transfer)
 {
     constexpr qsizetype halfLength = 18;

@@ -27,6 +27,8 @@ FileItem itemAt(const QString &path, FileItem like = {});
 /// Where the copy of `source` is written until it may take its name beside it. The same for each run of one transfer,
 /// as long as the source keeps its size and time: a part that is found there is the beginning of this file.
 QString partPath(const QString &target, const QUuid &transfer, const FileItem &source);
+/// The same for a folder that is filled under this name, file by file, and found again by another run.
+QString stagePath(const QString &target, const QUuid &transfer, const FileItem &source);
 /// Whether an entry is the part file of this transfer, for whatever source.
 bool isPart(const QString &name, const QUuid &transfer);
 

@@ -20,6 +20,8 @@ struct TransferPlace
     bool isInNewFolder = false;
     /// An earlier try has left a part of the file behind.
     bool hasPart = false;
+    /// In a folder that bears a part name itself, so that the file needs none.
+    bool isStaged = false;
 };
 
 /// What becomes of the parts that files and folders are written to. Used by all lanes of one transfer at once.

@@ -70,6 +70,10 @@ TransferPlacement::Decision TransferPlacement::decideConflict(const TransferNode
         return {Kind::goes, place};
     }
     place.standing = Standing::replaced;
+    if (target.isStage && !node.isFolder() && !isFolder(existing)) {
+        place.hasPart = true;
+        return {hasArrivedBefore(item, existing) && !m_request.isMove ? Kind::isThere : Kind::goes, place};
+    }
     // An original may only go once its copy has been checked by this run, so for a move it is made once more.
     if (m_request.isContinuation && hasArrivedBefore(item, existing))
         return {m_request.isMove ? Kind::goes : Kind::isThere, place};
@@ -113,7 +117,8 @@ TransferPlace TransferPlacement::placeAt(const FileItem &item, const QString &na
 {
     TransferPlace place;
     place.path = Format::join(target.path, name);
-    place.isInNewFolder = target.isNew;
+    place.isInNewFolder = target.isNew || target.isStage;
+    place.isStaged = target.isStage;
     const QString part = transferNames::partPath(place.path, m_request.id, item);
     place.hasPart = target.entries.contains(Format::fileName(part));
     return place;

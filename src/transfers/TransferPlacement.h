@@ -18,6 +18,8 @@ struct TransferTarget
     QHash<QString, FileItem> entries = {};
     /// Made by this transfer.
     bool isNew = false;
+    /// Filled under a part name, by this run or an earlier one: whatever stands in it is this transfer's own.
+    bool isStage = false;
 };
 
 /// Decides where each item goes, and asks where something stands there already. One thread only.

@@ -56,6 +56,7 @@ TransferRun::TransferRun(TransferRequest request, Callbacks callbacks)
                       sendBundle();
                       return m_callbacks.ask(conflict, m_callbacks.control->token());
                   })
+    , m_parts(m_route, m_link, m_tally)
     , m_carrier(m_request, m_route, m_link, *m_callbacks.gate, m_tally)
     , m_bundles(m_request, m_route, m_link, *m_callbacks.gate, m_tally)
     , m_stream(m_request, m_route, m_link, *m_callbacks.gate, m_tally)
@@ -92,6 +93,10 @@ TransferOutcome TransferRun::run(const std::stop_token &stop)
             m_tally.fail(error.message());
     }
     m_lanes.finish();
+    for (std::deque<Item> &piece : m_pieces) {
+        for (Item &item : piece)
+            settleStages(item);
+    }
     m_tally.publish(true);
     TransferOutcome outcome = m_tally.outcome();
     outcome.wasCancelled = wasCancelled || (control.isStopped() && !m_isLost);

@@ -42,6 +42,14 @@ public:
     TransferOutcome run(const std::stop_token &stop);
 
 private:
+    /// A new folder that is filled under a part name until all of its item has come.
+    struct Stage
+    {
+        TransferNode *node;
+        FileItem part;
+        TransferPlace place;
+        bool isNamed = false;
+    };
     /// One of the request's items with all that lies in it.
     struct Item
     {
@@ -51,6 +59,7 @@ private:
         std::atomic<bool> isIncomplete = false;
         /// Folders that were made, and what they are copies of.
         std::vector<std::pair<FileItem, QString>> newFolders;
+        std::vector<Stage> stages;
     };
     /// Files that wait for others to travel with, and the items they belong to.
     struct Bundle
@@ -77,7 +86,11 @@ private:
     TransferTarget openTarget(const QString &path);
     void dispatch(TransferNode &node, TransferTarget &target, Item &item);
     void send(TransferNode &node, const TransferPlace &place, TransferTarget &target, Item &item);
-    void enterFolder(TransferNode &node, const TransferPlace &place, Item &item);
+    void enterFolder(TransferNode &node, const TransferPlace &place, const TransferTarget &target, Item &item);
+    TransferTarget openStage(TransferNode &node, const TransferPlace &place, const TransferTarget &target, Item &item);
+    QString finalPath(const Item &item, const QString &path);
+    void nameStages(Item &item);
+    void settleStages(Item &item);
     bool streamFolder(TransferNode &node, const TransferPlace &place, Item &item);
     void sendRest(TransferNode &node, Item &item);
     void makeFolder(const QString &path);
@@ -107,12 +120,14 @@ private:
     TransferLink m_link;
     TransferScan m_scan;
     TransferPlacement m_placement;
+    TransferParts m_parts;
     TransferCarrier m_carrier;
     TransferBundles m_bundles;
     TransferStream m_stream;
     Bundle m_bundle;
     /// Items never move in memory: the lanes hold on to them.
     std::deque<std::deque<Item>> m_pieces;
+    /// Guards what the lanes note of items, and the stages of those.
     std::mutex m_arrivedMutex;
     std::vector<Arrived> m_arrived;
     std::atomic<bool> m_isLost = false;

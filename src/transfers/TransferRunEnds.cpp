@@ -18,6 +18,7 @@ void TransferRun::release(Item &item)
     if (--item.pending > 0 || m_callbacks.control->isStopped())
         return;
     try {
+        nameStages(item);
         for (auto folder = item.newFolders.crbegin(); folder != item.newFolders.crend(); ++folder)
             applyFolderAttributes(folder->first, folder->second);
         if (m_request.isMove && !item.isIncomplete && m_request.check == TransferCheck::size)
@@ -26,6 +27,50 @@ void TransferRun::release(Item &item)
         return;
     } catch (const Error &error) {
         endForLostLink(error);
+    }
+}
+
+/// What has not arrived was removed, so that each file in the folder is whole.
+void TransferRun::nameStages(Item &item)
+{
+    for (Stage &stage : item.stages) {
+        try {
+            if (m_bundles.hasLeftHalves()) {
+                throw Error(
+                    u"Transfer"_s,
+                    u"it waits as “%1” because an unfinished copy in it could not be removed"_s.arg(stage.part.name));
+            }
+            m_parts.giveName(stage.part, stage.place);
+            stage.isNamed = true;
+        } catch (const Cancelled &) {
+            throw;
+        } catch (const Error &error) {
+            if (isConnectionLost(error))
+                throw;
+            item.isIncomplete = true;
+            report(stage.node->item, error.message());
+        }
+    }
+}
+
+/// When the user has stopped the transfer, whole files stay as in any other folder. What the link was lost for, another
+/// try goes on with.
+void TransferRun::settleStages(Item &item)
+{
+    for (Stage &stage : item.stages) {
+        if (stage.isNamed)
+            continue;
+        const TransferControl &control = *m_callbacks.control;
+        try {
+            // Even after a stop, hence the token of its own.
+            if (control.isStopped() && !control.keepsParts() && !m_bundles.hasLeftHalves()) {
+                stage.isNamed = m_route.rename(stage.part, stage.place.path, localTransfer::Existing::refuse, {});
+                continue;
+            }
+        } catch (const Error &error) {
+            m_tally.fail(u"The unfinished copy “%1” stays: %2"_s.arg(stage.part.path, error.message()));
+        }
+        stage.node->fate = TransferNode::Fate::open;
     }
 }
 

@@ -27,7 +27,7 @@ void TransferRun::dispatch(TransferNode &node, TransferTarget &target, Item &ite
         } else if (kind == TransferPlacement::Kind::isThere) {
             arrive(node);
         } else {
-            m_tally.noteChanged(target.path);
+            m_tally.noteChanged(finalPath(item, target.path));
             send(node, place, target, item);
         }
     } catch (const Cancelled &) {
@@ -48,7 +48,7 @@ void TransferRun::send(TransferNode &node, const TransferPlace &place, TransferT
         arrive(node);
         node.fate = Fate::moved;
     } else if (node.isFolder()) {
-        enterFolder(node, place, item);
+        enterFolder(node, place, target, item);
     } else if (m_bundles.suits(node, place)) {
         bundle(node, place, item);
     } else {
@@ -57,7 +57,7 @@ void TransferRun::send(TransferNode &node, const TransferPlace &place, TransferT
     target.entries.insert(arriving.name, std::move(arriving));
 }
 
-void TransferRun::enterFolder(TransferNode &node, const TransferPlace &place, Item &item)
+void TransferRun::enterFolder(TransferNode &node, const TransferPlace &place, const TransferTarget &target, Item &item)
 {
     const bool isNew = place.standing == Standing::nothing;
     if (m_route.isWithinOneServer() && isNew && !node.isScanned) {
@@ -70,18 +70,56 @@ void TransferRun::enterFolder(TransferNode &node, const TransferPlace &place, It
     fill(node);
     if (isNew && streamFolder(node, place, item))
         return;
-    if (isNew)
+    TransferTarget inner{place.path, {}, true};
+    if (isNew && !target.isStage && m_bundles.suitsStage(node))
+        inner = openStage(node, place, target, item);
+    else if (isNew)
         makeFolder(place.path);
-    node.placedAt = place.path;
+    else
+        inner = openTarget(place.path);
+    // What an earlier run had begun, before somebody else made the folder.
+    const QString stage = transferNames::stagePath(place.path, m_request.id, node.item);
+    if (!isNew && target.entries.contains(Format::fileName(stage)))
+        m_parts.remove(transferNames::itemAt(stage, node.item));
+    inner.isStage = inner.isStage || target.isStage;
+    node.placedAt = finalPath(item, place.path);
     node.fate = Fate::entered;
-    if (isNew)
-        item.newFolders.emplace_back(node.item, place.path);
+    if (isNew || target.isStage)
+        item.newFolders.emplace_back(node.item, node.placedAt);
     if (node.isIncomplete)
         item.isIncomplete = true;
-    TransferTarget inner = isNew ? TransferTarget{place.path} : openTarget(place.path);
-    inner.isNew = isNew;
     for (TransferNode &child : node.children)
         dispatch(child, inner, item);
+}
+
+/// Renaming the folder once all is there costs less than renaming each of its files.
+TransferTarget TransferRun::openStage(TransferNode &node, const TransferPlace &place, const TransferTarget &target,
+                                      Item &item)
+{
+    const FileItem part =
+        transferNames::itemAt(transferNames::stagePath(place.path, m_request.id, node.item), node.item);
+    const bool isThere = target.entries.contains(part.name);
+    if (!isThere)
+        makeFolder(part.path);
+    {
+        const std::lock_guard lock(m_arrivedMutex);
+        item.stages.push_back({&node, part, place});
+    }
+    TransferTarget stage = isThere ? openTarget(part.path) : TransferTarget{part.path, {}, true};
+    stage.isStage = true;
+    return stage;
+}
+
+/// Where something will be in the end that is written at `path`.
+QString TransferRun::finalPath(const Item &item, const QString &path)
+{
+    const std::lock_guard lock(m_arrivedMutex);
+    for (const Stage &stage : item.stages) {
+        const QString &part = stage.part.path;
+        if (path == part || path.startsWith(part + u'/'))
+            return stage.place.path + path.mid(part.size());
+    }
+    return path;
 }
 
 /// Takes the folder in one stream where that is possible and faster.
@@ -220,8 +258,9 @@ void TransferRun::settle(Item &item, const TransferNode &node)
 
 void TransferRun::noteArrived(Item &item, const TransferNode &node, const QString &path)
 {
+    const QString arrivedAt = finalPath(item, path);
     const std::lock_guard lock(m_arrivedMutex);
-    m_arrived.push_back({&item, node.item, path});
+    m_arrived.push_back({&item, node.item, arrivedAt});
 }
 
 void TransferRun::arrive(TransferNode &node)

@@ -138,5 +138,104 @@ private slots:
     }
 };
 
+/// New folders on servers without a shell: they are filled under a part name.
+class TransferStageTest final : public QObject
+{
+    Q_OBJECT
+
+    struct StageScene : Scene
+    {
+        StageScene()
+            : Scene(manyFiles, Route::upload)
+        {
+            request.id = QUuid::createUuid();
+            add("from/d");
+        }
+        bool isOnlyStaged() const
+        {
+            const QStringList names = under(u"to/"_s).keys();
+            return !names.isEmpty() &&
+                   std::ranges::all_of(names, [](const QString &name) { return name.startsWith(u".d.moorix-"_s); });
+        }
+        TransferOutcome goOn(const TransferOutcome &outcome)
+        {
+            server->halfway = nullptr;
+            server->filesCarried = 0;
+            request.items.clear();
+            request.more = outcome.remaining;
+            request.isContinuation = true;
+            return run();
+        }
+    };
+
+private slots:
+    void folderIsSeenWhenItIsComplete()
+    {
+        for (const bool isMove : {false, true}) {
+            StageScene scene;
+            scene.request.isMove = isMove;
+            QVERIFY(QFile::setPermissions(scene.tree.path("from/d/e"), QFile::Permissions(0x7000)));
+            const TreeSnapshot expected = scene.under(u"from/"_s);
+            std::atomic<bool> wasSeen = false;
+            scene.server->halfway = [&](const QString &) { wasSeen = wasSeen || !scene.isOnlyStaged(); };
+            const TransferOutcome outcome = scene.run();
+            QCOMPARE(outcome.failures, QStringList());
+            QVERIFY(!wasSeen);
+            QCOMPARE(scene.under(u"to/"_s), expected);
+            QCOMPARE(scene.under(u"from/"_s), isMove ? TreeSnapshot() : expected);
+            QCOMPARE(QFileInfo(scene.tree.path("to/d/e")).permissions() & QFile::Permissions(0x0077),
+                     QFile::Permissions());
+            QVERIFY(outcome.changedTargetFolders.contains(scene.tree.path("to/d")));
+        }
+    }
+
+    void whatIsInItIsNotCopiedAgainAfterALostLink()
+    {
+        StageScene scene;
+        scene.server->halfway = [](const QString &source) {
+            if (source.endsWith(u'7'))
+                throw FileServiceError::connectionFailed(u"gone"_s);
+        };
+        const TransferOutcome broken = scene.run();
+        QCOMPARE(broken.failures, QStringList{u"Could not connect: gone"_s});
+        QVERIFY(scene.isOnlyStaged());
+        const TransferOutcome outcome = scene.goOn(broken);
+        QCOMPARE(outcome.failures, QStringList());
+        QCOMPARE(scene.under(u"to/"_s), scene.under(u"from/"_s));
+        QVERIFY(scene.server->filesCarried < 10);
+        QCOMPARE(outcome.counts.filesDone, 10);
+    }
+
+    void stoppedTransferLeavesWholeFilesOnly()
+    {
+        StageScene scene;
+        scene.server->halfway = [&scene](const QString &source) {
+            if (source.endsWith(u'7'))
+                scene.stop.request_stop();
+        };
+        QVERIFY(scene.run().wasCancelled);
+        const TreeSnapshot sent = scene.under(u"from/"_s);
+        const TreeSnapshot left = scene.under(u"to/"_s);
+        QVERIFY(!left.isEmpty());
+        for (auto file = left.cbegin(); file != left.cend(); ++file)
+            QVERIFY2(sent.contains(file.key()) && sent.value(file.key()) == *file, qPrintable(file.key()));
+    }
+
+    void nameThatIsTakenMeanwhileIsNotTakenOver()
+    {
+        StageScene scene;
+        scene.server->halfway = [&scene](const QString &) { scene.tree.write("to/d/other", "kept"); };
+        const TransferOutcome refused = scene.run();
+        QCOMPARE(refused.failures.size(), 1);
+        QCOMPARE(scene.under(u"to/d/"_s).keys(), QStringList{u"other"_s});
+        const TransferOutcome outcome = scene.goOn(refused);
+        QCOMPARE(outcome.failures, QStringList());
+        TreeSnapshot expected = scene.under(u"from/"_s);
+        expected.insert(u"d/other"_s, "kept");
+        QCOMPARE(scene.under(u"to/"_s), expected);
+    }
+};
+
 MOORIX_TEST(TransferStreamTest)
+MOORIX_TEST(TransferStageTest)
 #include "TransferStreamTest.moc"
