@@ -10,6 +10,7 @@
 #include "settings/SettingsStore.h"
 #include "support/FakeProcessRunner.h"
 #include "support/FolderServer.h"
+#include "support/Shorthand.h"
 #include "support/TestMain.h"
 #include "support/TestTree.h"
 #include "transfers/TransferEngine.h"
@@ -22,10 +23,8 @@ namespace moorix::test {
 
 inline ServerConnection serverNamed(const QString &name)
 {
-    ServerConnection server;
+    ServerConnection server = serverAt(QStringLiteral("host.example.org"), QStringLiteral("deploy"));
     server.name = name;
-    server.host = QStringLiteral("host.example.org");
-    server.username = QStringLiteral("deploy");
     return server;
 }
 

@@ -78,10 +78,7 @@ private slots:
         for (const FileItem &item : m_service.list(tree.path(), HiddenFiles::asTheSourceDoes, go))
             items.insert(item.name.toUtf8(), item);
         QCOMPARE(items.keys(), (QList<QByteArray>{"broken", "file.txt", "folder", "link", "to file"}));
-        FileItem file;
-        file.name = u"file.txt"_s;
-        file.path = tree.path("file.txt");
-        file.size = 5;
+        FileItem file = entryAt(tree.path("file.txt"), 5);
         file.modified = QDateTime::fromSecsSinceEpoch(1700000000, Qt::UTC);
         file.permissions = u"rwxr-x---"_s;
         QCOMPARE(items.value("file.txt"), file);
@@ -275,8 +272,7 @@ private slots:
     {
         const TestTree tree{{"folder/file", "1"}};
         for (const QString &path : {u"/"_s, tree.path("folder/."), tree.path("folder/.."), QString(), u"folder"_s}) {
-            FileItem item;
-            item.path = path;
+            const FileItem item = entryAt(path);
             QVERIFY2(!messageOf([&] { m_service.remove(item, go); }).isEmpty(), qUtf8Printable(path));
         }
         tree.link("link", "folder");

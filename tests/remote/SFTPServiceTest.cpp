@@ -34,9 +34,7 @@ constexpr qint64 largeFileBytes = 24 * 1024 * 1024;
 
 ConnectionCredentials withPassword(const QString &password = TestServer::password())
 {
-    ConnectionCredentials secrets;
-    secrets.password = password;
-    return secrets;
+    return {password, {}, {}, {}};
 }
 
 /// Clients this program has started and that still run.
@@ -102,8 +100,7 @@ private slots:
     {
         SFTPService &service = connected();
         const QString none = at("none");
-        FileItem item;
-        item.path = none;
+        const FileItem item = entryAt(none);
         const std::function<void()> onNothing[] = {
             [&] { service.remove(item, neverStops); },
             [&] { service.list(none, HiddenFiles::asTheSourceDoes, neverStops); },
@@ -157,8 +154,7 @@ private slots:
         };
         SFTPService &service = connected();
         const int before = started();
-        FileItem item;
-        item.path = u"/a\nb"_s;
+        const FileItem item = entryAt(u"/a\nb"_s);
         QCOMPARE(messageOf([&] { service.remove(item, neverStops); }), u"Path contains invalid control characters."_s);
         const QString longPath = u'/' + QString(2040, u'x');
         QVERIFY(messageOf([&] { service.createDirectory(longPath, neverStops); }).contains(u"this one has 2049"_s));
@@ -184,8 +180,7 @@ private slots:
         ServerConnection server = m_sshd->connectionByPassword(TestServer::user());
         server.authMethod = AuthMethod::privateKeyFile;
         server.privateKeyPath = m_sshd->encryptedKeyPath();
-        ConnectionCredentials secrets;
-        secrets.passphrase = TestServer::password();
+        ConnectionCredentials secrets{{}, {}, {}, TestServer::password()};
         const int before = m_clients->runs(u"/usr/bin/sftp"_s);
         const QString message = messageOf([&] { make(server, secrets).connect(neverStops); });
         QVERIFY2(message.startsWith(u"Authentication failed: the passphrase does not open the key."_s),
@@ -199,9 +194,8 @@ private slots:
     {
         ServerConnection server = m_sshd->connection();
         server.authMethod = AuthMethod::privateKeyPasted;
-        ConnectionCredentials secrets;
-        secrets.privateKeyText = QString::fromUtf8(contentOf(m_sshd->keyPath()));
-        connected(server, secrets).list(u"/"_s, HiddenFiles::asTheSourceDoes, neverStops);
+        const QString key = QString::fromUtf8(contentOf(m_sshd->keyPath()));
+        connected(server, {{}, key, {}, {}}).list(u"/"_s, HiddenFiles::asTheSourceDoes, neverStops);
     }
 
     void accountWithoutShellCopiesChangesAndDeletesFolders_data()

@@ -53,10 +53,10 @@ private slots:
 
     void theDeviceOnlyKeychainStandsInUntilTheOtherWorksAgain()
     {
-        m_keychain->breakVariant(syncable);
+        m_keychain->setBroken(syncable, true);
         QVERIFY(set(u"old"_s));
         QCOMPARE(found(), u"old"_s);
-        m_keychain->mendVariant(syncable);
+        m_keychain->setBroken(syncable, false);
         QCOMPARE(item(syncable, "password"), u"none"_s);
         QVERIFY(set(u"new"_s));
         QCOMPARE(item(device, "password"), u"none"_s);
@@ -76,8 +76,8 @@ private slots:
 
     void withoutAKeychainASecretIsKeptForThisRunOnly()
     {
-        m_keychain->breakVariant(syncable);
-        m_keychain->breakVariant(device);
+        m_keychain->setBroken(syncable, true);
+        m_keychain->setBroken(device, true);
         QVERIFY(!set(u"pw"_s));
         QCOMPARE(m_store->lastProblem(), u"The keychain is locked."_s);
         QCOMPARE(found(), u"none"_s);
@@ -86,7 +86,7 @@ private slots:
         QVERIFY(!m_store->remove(m_owner, SecretKind::password));
         QCOMPARE(found(), u"none"_s);
 
-        m_keychain->mendVariant(syncable);
+        m_keychain->setBroken(syncable, false);
         m_store->rememberForThisRun(u"once"_s, m_owner, SecretKind::password);
         QCOMPARE(m_keychain->count(), 0);
         QVERIFY(set(u"stored"_s));
@@ -100,7 +100,7 @@ private slots:
         const std::shared_ptr<KeychainStore> store = std::move(m_store);
         const QString doneKey = u"moorix.secretsMigratedToICloud.v1"_s;
         const QUuid backup = QUuid::createUuid();
-        m_keychain->breakVariant(syncable);
+        m_keychain->setBroken(syncable, true);
         QVERIFY(store->set(u"pp"_s, m_owner, SecretKind::passphrase));
         QVERIFY(store->set(u"zip"_s, backup, SecretKind::password));
 
@@ -112,7 +112,7 @@ private slots:
         migrate();
         QVERIFY(preferences.value(doneKey).isUndefined());
 
-        m_keychain->mendVariant(syncable);
+        m_keychain->setBroken(syncable, false);
         migrate();
         QCOMPARE(preferences.value(doneKey), QJsonValue(true));
         QCOMPARE(item(syncable, "passphrase"), u"pp"_s);

@@ -29,13 +29,14 @@ struct Place : Subject
     {
         service.setPermissions(path(entry), QLatin1String(octal), recursive, go);
     }
-    void make(const TreeSnapshot &tree) const
+    /// A word for each entry: "folder/" or "file=content".
+    void make(const char *entries) const
     {
-        for (auto entry = tree.cbegin(); entry != tree.cend(); ++entry) {
-            if (entry.key().endsWith(u'/'))
-                service.createDirectory(path(entry.key().chopped(1)), go);
+        for (const QString &entry : QString::fromLatin1(entries).split(u' ')) {
+            if (entry.endsWith(u'/'))
+                service.createDirectory(path(entry.chopped(1)), go);
             else
-                write(entry.key(), entry.value());
+                write(entry.section(u'=', 0, 0), entry.section(u'=', 1).toLatin1());
         }
     }
     FileItem item(const RelPath &relative) const
@@ -68,9 +69,9 @@ void writtenBytesAreReadBack(const Place &at)
     QByteArray bytes("\r\n\n");
     for (int i = 0; i < 256; ++i)
         bytes += char(i);
-    const TreeSnapshot tree{{u"bytes"_s, bytes + bytes}, {u"empty"_s, {}}};
-    at.make(tree);
-    QCOMPARE(at.contents(), tree);
+    at.write("bytes", bytes + bytes);
+    at.write("empty", {});
+    QCOMPARE(at.contents(), (TreeSnapshot{{u"bytes"_s, bytes + bytes}, {u"empty"_s, {}}}));
     QCOMPARE(at.service.read(at.path("bytes"), go), bytes + bytes);
     QCOMPARE(at.service.read(at.path("empty"), go), QByteArray());
     at.chmod("bytes", "640");
@@ -81,7 +82,7 @@ void writtenBytesAreReadBack(const Place &at)
 
 void listingAndStatTellWhatIsThere(const Place &at)
 {
-    at.make({{u"folder/"_s, {}}, {u"folder/deep"_s, "not listed"}, {u"file.txt"_s, "12345"}, {u".hidden"_s, "1"}});
+    at.make("folder/ folder/deep=unlisted file.txt=12345 .hidden=1");
     const auto items = at.listed();
     QCOMPARE(items.keys(), (QStringList{u".hidden"_s, u"file.txt"_s, u"folder"_s}));
     for (const FileItem &item : items) {
@@ -107,9 +108,7 @@ void listingAndStatTellWhatIsThere(const Place &at)
 
 void missingEntriesAreRefused(const Place &at)
 {
-    FileItem missing;
-    missing.name = u"missing"_s;
-    missing.path = at.path("missing");
+    const FileItem missing = entryAt(at.path("missing"));
     QVERIFY_THROWS_EXCEPTION(Error, at.service.list(missing.path, HiddenFiles::included, go));
     QVERIFY_THROWS_EXCEPTION(Error, at.service.read(missing.path, go));
     QVERIFY_THROWS_EXCEPTION(Error, at.service.remove(missing, go));
@@ -123,9 +122,8 @@ void missingEntriesAreRefused(const Place &at)
 
 void whatStandsAtTheTargetIsNeverReplaced(const Place &at)
 {
-    const TreeSnapshot tree{
-        {u"folder/"_s, {}}, {u"empty/"_s, {}}, {u"folder/inside"_s, "kept"}, {u"a"_s, "first"}, {u"b"_s, "second"}};
-    at.make(tree);
+    at.make("folder/ empty/ folder/inside=kept a=first b=second");
+    const TreeSnapshot before = at.contents();
     for (const char *source : {"a", "folder"}) {
         for (const char *target : {"b", "empty"}) {
             const FileItem item = at.item(source);
@@ -142,17 +140,12 @@ void whatStandsAtTheTargetIsNeverReplaced(const Place &at)
         at.server()->takeSteps(steps, go);
         QVERIFY(steps.front().state == RemoteStep::State::failed);
     }
-    QCOMPARE(at.contents(), tree);
+    QCOMPARE(at.contents(), before);
 }
 
 void treesAreCopiedMovedAndRemovedWhole(const Place &at)
 {
-    at.make({{u"a/"_s, {}},
-             {u"a/empty/"_s, {}},
-             {u"a/in/"_s, {}},
-             {u"a/in/file"_s, "1"},
-             {u"a/.hidden"_s, "2"},
-             {u"a2/"_s, {}}});
+    at.make("a/ a/empty/ a/in/ a/in/file=1 a/.hidden=2 a2/");
     TreeSnapshot expected = at.contents();
     at.service.copy(at.item("a"), at.path("a2/b"), go);
     at.service.move(at.item("a2/b"), at.path("a2/c"), go);
@@ -168,7 +161,7 @@ void treesAreCopiedMovedAndRemovedWhole(const Place &at)
 
 void permissionsAreSetOnTheItemOrTheTree(const Place &at)
 {
-    at.make({{u"folder/"_s, {}}, {u"folder/file"_s, "1"}, {u"other"_s, "2"}});
+    at.make("folder/ folder/file=1 other=2");
     at.chmod("other", "644");
     at.chmod("folder/file", "640");
     at.chmod("folder", "711");
@@ -182,8 +175,8 @@ void permissionsAreSetOnTheItemOrTheTree(const Place &at)
 
 void stoppedOperationsThrowCancelledAndChangeNothing(const Place &at)
 {
-    const TreeSnapshot tree{{u"folder/"_s, {}}, {u"folder/file"_s, "1"}};
-    at.make(tree);
+    at.make("folder/ folder/file=1");
+    const TreeSnapshot before = at.contents();
     const FileItem folder = at.item("folder");
     std::stop_source source;
     source.request_stop();
@@ -193,13 +186,13 @@ void stoppedOperationsThrowCancelledAndChangeNothing(const Place &at)
     QVERIFY_THROWS_EXCEPTION(Cancelled, at.service.write("2", at.path("folder/file"), stopped));
     QVERIFY_THROWS_EXCEPTION(Cancelled, at.service.copy(folder, at.path("copy"), stopped));
     QVERIFY_THROWS_EXCEPTION(Cancelled, at.service.remove(folder, stopped));
-    QCOMPARE(at.contents(), tree);
+    QCOMPARE(at.contents(), before);
 }
 
 void linksAreListedFollowedAndRemovedAsLinks(const Place &at)
 {
-    const TreeSnapshot tree{{u"folder/"_s, {}}, {u"folder/file"_s, "12345"}};
-    at.make(tree);
+    at.make("folder/ folder/file=12345");
+    const TreeSnapshot before = at.contents();
     at.service.createDirectory(at.path("around"), go);
     for (const auto &[link, target] : {std::pair("to folder", "folder"), std::pair("to file", "folder/file"),
                                        std::pair("broken", "nowhere"), std::pair("around/link", "folder")})
@@ -214,7 +207,7 @@ void linksAreListedFollowedAndRemovedAsLinks(const Place &at)
     QVERIFY_THROWS_EXCEPTION(Error, at.service.followLink(at.item("broken"), go));
     for (const char *entry : {"to folder", "to file", "broken", "around"})
         at.service.remove(at.item(entry), go);
-    QCOMPARE(at.contents(), tree);
+    QCOMPARE(at.contents(), before);
 }
 
 void filesTravelWithTimesAndModes(const Place &at)
@@ -251,7 +244,7 @@ void transfersGoOnWhereTheyBrokeOff(const Place &at)
     const TestTree local{{"whole", "0123456789"}, {"part", "----"}, {"longer", "0123456789x"}};
     RemoteTransferOptions onwards;
     onwards.resumes = true;
-    at.make({{u"begun"_s, "----"}, {u"whole"_s, "0123456789"}});
+    at.make("begun=---- whole=0123456789");
     at.server()->upload(local.path("whole"), at.path("begun"), onwards, go);
     QCOMPARE(at.contents().value(u"begun"_s), QByteArray("----456789"));
     at.server()->download(at.path("whole"), local.path("part"), onwards, go);

@@ -5,7 +5,6 @@
 #include "platform/Keychain.h"
 
 #include <QHash>
-#include <QSet>
 
 #include <mutex>
 
@@ -15,16 +14,11 @@ namespace moorix::test {
 class MemoryKeychain final : public Keychain
 {
 public:
-    /// From now on every call for this variant throws.
-    void breakVariant(KeychainVariant variant)
+    /// Whether every call for this variant throws.
+    void setBroken(KeychainVariant variant, bool isBroken)
     {
         const std::lock_guard lock(m_mutex);
-        m_broken.insert(int(variant));
-    }
-    void mendVariant(KeychainVariant variant)
-    {
-        const std::lock_guard lock(m_mutex);
-        m_broken.remove(int(variant));
+        m_isBroken[int(variant)] = isBroken;
     }
     qsizetype count() const
     {
@@ -58,14 +52,14 @@ private:
     std::unique_lock<std::mutex> unlocked(KeychainVariant variant) const
     {
         std::unique_lock lock(m_mutex);
-        if (m_broken.contains(int(variant)))
+        if (m_isBroken.value(int(variant)))
             throw Error(QStringLiteral("Keychain"), QStringLiteral("The keychain is locked."));
         return lock;
     }
 
     mutable std::mutex m_mutex;
     QHash<QString, QString> m_items;
-    QSet<int> m_broken;
+    QHash<int, bool> m_isBroken;
 };
 
 } // namespace moorix::test

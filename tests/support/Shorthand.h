@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "files/FileItem.h"
 #include "files/FileServiceError.h"
+#include "servers/ServerConnection.h"
 
 #include <QStringList>
 
@@ -33,6 +35,27 @@ std::optional<FileServiceError::Case> caseOf(Action action)
         return error.kind();
     }
     return std::nullopt;
+}
+
+/// What lies at a path, of which no more is known; a folder where the path ends in a slash.
+inline FileItem entryAt(const QString &path, qint64 size = 0)
+{
+    FileItem item;
+    item.isDirectory = path.endsWith(u'/');
+    item.path = path.chopped(item.isDirectory);
+    item.name = item.path.section(u'/', -1);
+    item.size = size;
+    return item;
+}
+
+/// A record with a fresh id.
+inline ServerConnection serverAt(const QString &host, const QString &user, qint64 port = 22)
+{
+    ServerConnection server;
+    server.host = host;
+    server.username = user;
+    server.port = port;
+    return server;
 }
 
 /// Of items or records, in their order.

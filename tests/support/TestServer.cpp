@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/TestServer.h"
 
+#include "support/Shorthand.h"
 #include "support/TestTree.h"
 
 #include <QDir>
@@ -54,11 +55,8 @@ void TestServer::makeKey(const char *name, const QString &passphrase) const
 
 ServerConnection TestServer::connection() const
 {
-    ServerConnection server;
+    ServerConnection server = serverAt(u"127.0.0.1"_s, QString::fromUtf8(output(u"id"_s, {u"-un"_s})), port());
     server.name = u"Test server"_s;
-    server.host = u"127.0.0.1"_s;
-    server.port = port();
-    server.username = QString::fromUtf8(output(u"id"_s, {u"-un"_s}));
     server.authMethod = AuthMethod::privateKeyFile;
     server.privateKeyPath = keyPath();
     return server;

@@ -62,13 +62,13 @@ private slots:
         if (isFullBefore)
             fillUp();
 
-        TransferRequest request;
-        request.source = source;
-        request.destination = std::make_shared<LocalFileService>();
-        request.items = {*source->stat(folder + u"/file"_s, {})};
-        request.targetFolder = disk;
-        request.policy = TransferConflictPolicy::overwrite;
-        request.isMove = from != From::ssh;
+        const FileItem file = *source->stat(folder + u"/file"_s, {});
+        const TransferRequest request{source,
+                                      std::make_shared<LocalFileService>(),
+                                      {file},
+                                      disk,
+                                      from != From::ssh,
+                                      TransferConflictPolicy::overwrite};
         TransferRun::Callbacks callbacks;
         callbacks.progress = [&, isFull = isFullBefore](const TransferCounts &counts) mutable {
             if (!std::exchange(isFull, isFull || counts.filesTotal > 0))
@@ -97,18 +97,15 @@ private slots:
 private:
     std::shared_ptr<FileService> open(From from)
     {
-        if (from == From::disk)
-            return std::make_shared<LocalFileService>();
-        if (from == From::ssh) {
-            auto sshd = std::make_unique<TestServer>();
-            auto service = sshd->service();
-            m_server = std::move(sshd);
+        const auto of = [this](auto server) -> std::shared_ptr<FileService> {
+            auto service = server->service();
+            m_server = std::move(server);
             return service;
-        }
-        auto ftpd = std::make_unique<FTPServer>(FTPServer::Program::vsftpd, FTPServer::Encryption::none);
-        auto service = ftpd->service();
-        m_server = std::move(ftpd);
-        return service;
+        };
+        return from == From::disk ? std::make_shared<LocalFileService>()
+               : from == From::ssh
+                   ? of(std::make_unique<TestServer>())
+                   : of(std::make_unique<FTPServer>(FTPServer::Program::vsftpd, FTPServer::Encryption::none));
     }
 
     TestTree m_tree;

@@ -96,11 +96,7 @@ private:
     static QStringList carry(const std::shared_ptr<FileService> &from, const QString &folder,
                              const std::shared_ptr<FileService> &to, const QString &target)
     {
-        TransferRequest request;
-        request.source = from;
-        request.destination = to;
-        request.items = from->list(folder, HiddenFiles::included, {});
-        request.targetFolder = target;
+        const TransferRequest request{from, to, from->list(folder, HiddenFiles::included, {}), target};
         return TransferRun(request, {}).run({}).failures;
     }
 };

@@ -2,6 +2,7 @@
 #include "base/Error.h"
 #include "files/LocalFileService.h"
 #include "platform/SystemProcessRunner.h"
+#include "support/Shorthand.h"
 #include "support/TestMain.h"
 #include "support/TestTree.h"
 #include "transfers/TarUnpacker.h"
@@ -44,9 +45,7 @@ TreeSnapshot read(const QByteArray &archive, qsizetype pieceSize, bool *isComple
 TransferNode planned(const QString &name, qint64 size)
 {
     TransferNode node;
-    node.item.name = name;
-    node.item.path = u"/"_s + name;
-    node.item.size = size;
+    node.item = entryAt(u'/' + name, size);
     return node;
 }
 

@@ -6,6 +6,7 @@
 #include "remote/SFTPService.h"
 #include "support/DelayProxy.h"
 #include "support/FTPServer.h"
+#include "support/Shorthand.h"
 #include "support/TestMain.h"
 #include "support/TestServer.h"
 #include "support/TestTree.h"
@@ -39,11 +40,8 @@ QString setting(const char *name)
 
 std::shared_ptr<FileService> openServer(const std::stop_token &stop)
 {
-    ServerConnection record;
+    ServerConnection record = serverAt(u"127.0.0.1"_s, setting("SCENE_USER"), setting("SCENE_PORT").toInt());
     record.id = serverID;
-    record.host = u"127.0.0.1"_s;
-    record.port = setting("SCENE_PORT").toInt();
-    record.username = setting("SCENE_USER");
     std::shared_ptr<RemoteFileService> service;
     if (setting("SCENE_PROTOCOL") == u"ftp") {
         record.networkProtocol = NetworkProtocol::ftp;
@@ -108,11 +106,9 @@ private:
     {
         const bool isUpload = setting("SCENE_ROUTE") == u"up";
         const std::shared_ptr<FileService> server = openServer({});
-        TransferRequest request;
-        request.source = isUpload ? disk : server;
-        request.destination = isUpload ? server : disk;
-        request.items = request.source->list(setting("SCENE_FOLDER") + u"/from"_s, HiddenFiles::included, {});
-        request.targetFolder = setting("SCENE_FOLDER") + u"/to"_s;
+        const QString folder = setting("SCENE_FOLDER");
+        TransferRequest request{isUpload ? disk : server, isUpload ? server : disk, {}, folder + u"/to"_s};
+        request.items = request.source->list(folder + u"/from"_s, HiddenFiles::included, {});
         request.policy = TransferConflictPolicy::overwrite;
         request.isMove = setting("SCENE_KIND") == u"move";
         if (!request.items.isEmpty())

@@ -63,18 +63,15 @@ private slots:
 
     void droppedEntryStandsWhereItWasDropped()
     {
+        // Down and up among siblings; to its own place and to the end; above the folders, so first of the servers; onto
+        // a folder; out to the top. A folder before its sibling; below the servers, so last of the folders; into
+        // another.
         const std::tuple<const char *, int, const char *, const char *> rows[] = {
-            {"a1", 3, "A", "A(AA() a2 a1 a3) B() top"},  // down among siblings
-            {"a3", 1, "A", "A(AA() a3 a1 a2) B() top"},  // up among siblings
-            {"a2", 2, "A", "A(AA() a1 a2 a3) B() top"},  // to its own place
-            {"a1", 4, "A", "A(AA() a2 a3 a1) B() top"},  // to the end
-            {"a2", 0, "A", "A(AA() a2 a1 a3) B() top"},  // above the folders: first of the servers
-            {"top", -1, "B", "A(AA() a1 a2 a3) B(top)"}, // onto a folder
-            {"a1", -1, "", "A(AA() a2 a3) B() top a1"},  // out to the top
-            {"B", 0, "", "B() A(AA() a1 a2 a3) top"},    // folder before its sibling
-            {"A", 3, "", "B() A(AA() a1 a2 a3) top"},    // folder below the servers: last of the folders
-            {"A", -1, "B", "B(A(AA() a1 a2 a3)) top"},   // folder into another
-        };
+            {"a1", 3, "A", "A(AA() a2 a1 a3) B() top"}, {"a3", 1, "A", "A(AA() a3 a1 a2) B() top"},
+            {"a2", 2, "A", "A(AA() a1 a2 a3) B() top"}, {"a1", 4, "A", "A(AA() a2 a3 a1) B() top"},
+            {"a2", 0, "A", "A(AA() a2 a1 a3) B() top"}, {"top", -1, "B", "A(AA() a1 a2 a3) B(top)"},
+            {"a1", -1, "", "A(AA() a2 a3) B() top a1"}, {"B", 0, "", "B() A(AA() a1 a2 a3) top"},
+            {"A", 3, "", "B() A(AA() a1 a2 a3) top"},   {"A", -1, "B", "B(A(AA() a1 a2 a3)) top"}};
         for (const auto &[what, row, onto, expected] : rows) {
             cleanup();
             init();

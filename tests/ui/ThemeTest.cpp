@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/Theme.h"
 
-#include "files/FileItem.h"
+#include "support/Shorthand.h"
 #include "support/TestMain.h"
 
 #include <QApplication>
@@ -14,6 +14,7 @@
 
 using namespace Qt::StringLiterals;
 using namespace moorix;
+using moorix::test::entryAt;
 
 namespace {
 
@@ -53,14 +54,6 @@ QColor strongestColor(const QIcon &icon)
 {
     const QList<QColor> all = pixels(painted(icon));
     return *std::ranges::max_element(all, {}, &QColor::alpha);
-}
-
-FileItem item(const QString &name)
-{
-    FileItem result;
-    result.name = name;
-    result.path = u"/"_s + name;
-    return result;
 }
 
 } // namespace
@@ -108,7 +101,7 @@ private slots:
     {
         QVERIFY(strongestColor(Theme::icon(u"no-such-icon"_s)).alpha() > 0);
         for (const QString &name : {u"a.cpp"_s, u"a.unheardof"_s, u"README"_s, u".hidden"_s, u"a."_s, u"ä.TAR.GZ"_s})
-            QVERIFY2(strongestColor(Theme::fileIcon(item(name))).alpha() > 0, qPrintable(name));
+            QVERIFY2(strongestColor(Theme::fileIcon(entryAt(name))).alpha() > 0, qPrintable(name));
     }
 
     void iconsKeepTheirShapeOnFineScreens()
@@ -126,7 +119,7 @@ private slots:
 
     void linkLooksUnlikeItsTarget()
     {
-        FileItem link = item(u"a.txt"_s);
+        FileItem link = entryAt(u"a.txt"_s);
         const QImage plain = painted(Theme::fileIcon(link));
         link.isSymlink = true;
         QVERIFY(painted(Theme::fileIcon(link)) != plain);

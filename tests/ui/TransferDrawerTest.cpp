@@ -1,17 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/TransferDrawer.h"
 
-#include "support/FolderServer.h"
 #include "support/TestMain.h"
-#include "support/TestTree.h"
-#include "transfers/TransferEngine.h"
+#include "transfers/TransferScene.h"
 #include "ui/ConflictBar.h"
 
 #include <QAction>
 #include <QClipboard>
 #include <QLabel>
 #include <QPushButton>
-#include <QSemaphore>
 #include <QTreeWidget>
 
 using namespace moorix;
@@ -22,31 +19,18 @@ using State = TransferStatus::State;
 namespace {
 
 /// Uploads that stand halfway until they are let go, and the drawer that shows them.
-struct Scene
+struct DrawerScene : EngineScene
 {
-    TestTree tree{{"from/a", "12345678"}, {"from/b", "12345678"}, {"from/c", "new"}, {"to/", ""}};
-    std::shared_ptr<QSemaphore> letGo = std::make_shared<QSemaphore>();
-    std::shared_ptr<FolderServer> server = std::make_shared<FolderServer>();
-    TransferEngine engine{TransferEngine::Options{1, {}}};
-    TransferDrawer drawer{engine};
-    ConflictBar bar{engine};
+    TransferDrawer drawer{*engine};
+    ConflictBar bar{*engine};
 
-    Scene()
+    DrawerScene()
+        : EngineScene({{"from/a", "12345678"}, {"from/b", "12345678"}, {"from/c", "new"}, {"to/", ""}})
     {
-        server->halfway = [letGo = letGo](const QString &) { letGo->tryAcquire(1, 5000); };
         drawer.setVisible(true);
     }
-    ~Scene() { letGo->release(99); }
+    ~DrawerScene() { letGo->release(99); }
 
-    QUuid send(const char *path)
-    {
-        TransferRequest request;
-        request.source = std::make_shared<LocalFileService>();
-        request.destination = server;
-        request.items = {*LocalFileService().stat(tree.path(path), {})};
-        request.targetFolder = tree.path("to");
-        return engine.enqueue(request);
-    }
     QTreeWidget &list() const { return *drawer.findChild<QTreeWidget *>(u"transferList"_s); }
     QPushButton &button(const char *name) const { return *drawer.findChild<QPushButton *>(QLatin1String(name)); }
     void select(int row) const { list().setCurrentItem(list().topLevelItem(row)); }
@@ -63,18 +47,18 @@ class TransferDrawerTest final : public QObject
 private slots:
     void buttonsActOnWhatIsSelectedAndOnlyWhereTheyApply()
     {
-        Scene scene;
+        DrawerScene scene;
         scene.send("from/a");
         QVERIFY(!scene.button("cancelTransfer").isEnabled());
         scene.select(0);
         QVERIFY(!scene.button("moveTransferUp").isVisible());
         scene.press("pauseTransfer");
-        QCOMPARE(scene.engine.transfers().first().state, State::paused);
+        QCOMPARE(scene.state(0), State::paused);
         scene.letGo->release();
         QVERIFY(!scene.button("pauseTransfer").isVisible());
         scene.letGo->release();
         scene.press("resumeTransfer");
-        QTRY_COMPARE(scene.engine.transfers().first().state, State::finished);
+        QTRY_COMPARE(scene.state(0), State::finished);
         QVERIFY(!scene.button("retryTransfer").isVisible());
         scene.press("clearTransfers");
         QCOMPARE(scene.list().topLevelItemCount(), 0);
@@ -82,7 +66,7 @@ private slots:
 
     void listStandsInTheOrderItRunsAndEndedOnesBehind()
     {
-        Scene scene;
+        DrawerScene scene;
         scene.send("from/a");
         scene.send("from/b");
         scene.send("from/c");
@@ -94,19 +78,19 @@ private slots:
         scene.press("cancelTransfer");
         QCOMPARE(scene.text(2), u"“b”"_s);
         scene.letGo->release();
-        QTRY_COMPARE(scene.engine.transfers().first().state, State::finished);
+        QTRY_COMPARE(scene.state(0), State::finished);
         QCOMPARE(scene.text(0), u"“c”"_s);
         QCOMPARE(scene.text(2), u"“a”"_s);
     }
 
     void failureShowsItsReasonAndCanBeTriedAgain()
     {
-        Scene scene;
+        DrawerScene scene;
         scene.server->halfway = [](const QString &) {
             throw FileServiceError::operationFailed(u"No space left on device"_s);
         };
         scene.send("from/a");
-        QTRY_COMPARE(scene.engine.transfers().first().state, State::failed);
+        QTRY_COMPARE(scene.state(0), State::failed);
         const QTreeWidgetItem *item = scene.list().topLevelItem(0);
         QCOMPARE(item->childCount(), 1);
         QVERIFY(item->child(0)->text(0).contains(u"No space left"_s));
@@ -119,22 +103,22 @@ private slots:
         scene.list().clearSelection();
         item->child(0)->setSelected(true);
         scene.press("retryFailedTransfer");
-        QTRY_COMPARE(scene.engine.transfers().first().state, State::finished);
+        QTRY_COMPARE(scene.state(0), State::finished);
         QCOMPARE(scene.list().topLevelItem(0)->childCount(), 0);
     }
 
     void conflictOffersToGoOnOnlyWhereThatCanBe()
     {
         for (const auto &[existing, canResume] : {std::pair("1234", true), std::pair("123456789", false)}) {
-            Scene scene;
+            DrawerScene scene;
             scene.letGo->release(9);
             scene.tree.write("to/a", existing);
             scene.send("from/a");
-            QTRY_VERIFY(scene.engine.conflict());
+            QTRY_VERIFY(scene.engine->conflict());
             auto *action = scene.bar.findChild<QAction *>(u"conflictResume"_s);
             QCOMPARE(action->isEnabled(), canResume);
             (canResume ? action : scene.bar.findChild<QAction *>(u"conflictOverwriteOtherSize"_s))->trigger();
-            QTRY_COMPARE(scene.engine.transfers().first().state, State::finished);
+            QTRY_COMPARE(scene.state(0), State::finished);
             QCOMPARE(scene.tree.read("to/a"), QByteArray("12345678"));
         }
     }

@@ -88,9 +88,8 @@ public:
     /// Saves a server whose host is its name.
     ServerConnection addServer(const QString &name, const std::optional<QUuid> &folder = {}) const
     {
-        ServerConnection server;
-        server.name = server.host = name;
-        server.username = QStringLiteral("me");
+        ServerConnection server = serverAt(name, QStringLiteral("me"));
+        server.name = name;
         server.folderID = folder;
         model->servers().upsert(server);
         return server;
