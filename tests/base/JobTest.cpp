@@ -39,9 +39,26 @@ QString outcomeOf(Work work)
 
 } // namespace
 
+/// Work on other threads, and its questions to the main thread.
 class JobTest : public QObject
 {
     Q_OBJECT
+
+    using Answer = std::function<void(QString)>;
+
+    /// Asks on a worker; `m_outcome` becomes the answer or "cancelled".
+    Job ask(std::function<void(Answer)> question)
+    {
+        m_outcome.clear();
+        return runJob(
+            [question = std::move(question)](const std::stop_token &stop) { return askMain<QString>(stop, question); },
+            [this](const QString &answer) { m_outcome = answer; },
+            [this](const Error &error) {
+                m_outcome = dynamic_cast<const Cancelled *>(&error) ? u"cancelled"_s : error.message();
+            });
+    }
+
+    QString m_outcome;
 
 private slots:
     void workRunsElsewhereAndItsValueArrivesOnTheMainThread()
@@ -136,33 +153,8 @@ private slots:
         QVERIFY(stopAllWork(std::chrono::seconds(20)));
         QVERIFY(hasEnded);
     }
-};
 
-MOORIX_TEST(JobTest)
-
-/// Questions from a worker to the main thread.
-class AskMainTest : public QObject
-{
-    Q_OBJECT
-
-    using Answer = std::function<void(QString)>;
-
-    /// Asks on a worker; `m_outcome` becomes the answer or "cancelled".
-    Job ask(std::function<void(Answer)> question)
-    {
-        m_outcome.clear();
-        return runJob(
-            [question = std::move(question)](const std::stop_token &stop) { return askMain<QString>(stop, question); },
-            [this](const QString &answer) { m_outcome = answer; },
-            [this](const Error &error) {
-                m_outcome = dynamic_cast<const Cancelled *>(&error) ? u"cancelled"_s : error.message();
-            });
-    }
-
-    QString m_outcome;
-
-private slots:
-    void theAnswerReturnsToTheWorker()
+    void anAnswerFromTheMainThreadReturnsToTheWorker()
     {
         QThread *askedOn = nullptr;
         const Job job = ask([&](const Answer &answer) {
@@ -190,7 +182,7 @@ private slots:
         QTRY_COMPARE(m_outcome, u"cancelled"_s);
     }
 
-    void aStopEndsTheWait()
+    void aStopEndsTheWaitForAnAnswer()
     {
         Answer kept;
         Job job = ask([&](const Answer &answer) { kept = answer; });
@@ -202,5 +194,5 @@ private slots:
     }
 };
 
-MOORIX_TEST(AskMainTest)
+MOORIX_TEST(JobTest)
 #include "JobTest.moc"

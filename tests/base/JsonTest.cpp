@@ -1,22 +1,28 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "base/Json.h"
-
+#include "base/Error.h"
+#include "base/JsonFile.h"
 #include "support/Shorthand.h"
 #include "support/TestMain.h"
+#include "support/TestTree.h"
 
+#include <QFileInfo>
 #include <QTest>
 
+#include <csignal>
 #include <limits>
+#include <sys/resource.h>
 
 using namespace moorix;
 using namespace Qt::StringLiterals;
+using namespace moorix::test;
 
 namespace {
 
 /// Reads a record with one field of every kind.
 QString problemOf(const QByteArray &bytes)
 {
-    return test::messageOf([&] {
+    return messageOf([&] {
         const JsonReader reader = JsonReader::parse(bytes, u"server “web”"_s);
         reader.requiredString(u"text"_s);
         reader.optionalInteger(u"number"_s);
@@ -30,7 +36,8 @@ QString problemOf(const QByteArray &bytes)
 
 } // namespace
 
-class JsonTest : public QObject
+/// JSON texts, and the files that hold them.
+class JsonTest final : public QObject
 {
     Q_OBJECT
 
@@ -84,6 +91,59 @@ private slots:
             QCOMPARE(scalarFromText(scalarText(value)), std::optional(value));
         for (const char *text : {"", "1,2", "[1]", "{}", "\"half", "1]"})
             QVERIFY2(!scalarFromText(text), text);
+    }
+
+    void aDocumentAndItsFolderAreForTheUserAlone()
+    {
+        const TestTree tree;
+        jsonFile::write(tree.path("new/folder/doc.json"), "{}");
+        const auto modeOf = [&tree](const char *path) { return QFile::permissions(tree.path(path)) & 0x7077; };
+        QCOMPARE(modeOf("new/folder"), QFile::Permissions(0x7000));
+        QCOMPARE(modeOf("new/folder/doc.json"), QFile::Permissions(0x6000));
+        QCOMPARE(jsonFile::read(tree.path("new/folder/doc.json")), std::optional(QByteArray("{}")));
+    }
+
+    void aSaveThatFailsHalfwayKeepsTheOldDocument()
+    {
+        const TestTree tree{{"doc.json", "old"}};
+        const auto before = tree.snapshot();
+        // No file can grow beyond some bytes: a full disk, for root too.
+        rlimit limit;
+        ::getrlimit(RLIMIT_FSIZE, &limit);
+        const rlim_t usual = std::exchange(limit.rlim_cur, 4096);
+        ::signal(SIGXFSZ, SIG_IGN);
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+        const QString message = messageOf([&] { jsonFile::write(tree.path("doc.json"), QByteArray(100000, 'x')); });
+        limit.rlim_cur = usual;
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+        QVERIFY2(message.startsWith(u"“%1” could not be saved: "_s.arg(tree.path("doc.json"))), qPrintable(message));
+        QCOMPARE(tree.snapshot(), before);
+    }
+
+    void aLinkedDocumentStaysALink()
+    {
+        const TestTree tree{{"elsewhere/real.json", "old"}};
+        tree.link("doc.json", tree.path("elsewhere/real.json"));
+        jsonFile::write(tree.path("doc.json"), "new");
+        QVERIFY(QFileInfo(tree.path("doc.json")).isSymLink());
+        QCOMPARE(tree.read("elsewhere/real.json"), QByteArray("new"));
+    }
+
+    void anUnreadableDocumentIsNotTakenForAMissingOne()
+    {
+        const TestTree tree{{"folder/", ""}};
+        tree.link("dangling", tree.path("gone"));
+        QCOMPARE(jsonFile::read(tree.path("missing")), std::optional<QByteArray>());
+        QVERIFY_THROWS_EXCEPTION(Error, jsonFile::read(tree.path("folder")));
+        QVERIFY_THROWS_EXCEPTION(Error, jsonFile::read(tree.path("dangling")));
+    }
+
+    void settingAsideNeverReplacesAnything()
+    {
+        const TestTree tree{{"a", "1"}, {"taken", "2"}};
+        QVERIFY(!jsonFile::setAside(tree.path("a"), tree.path("taken")));
+        QVERIFY(jsonFile::setAside(tree.path("a"), tree.path("free")));
+        QCOMPARE(tree.snapshot(), (TreeSnapshot{{u"free"_s, "1"}, {u"taken"_s, "2"}}));
     }
 };
 

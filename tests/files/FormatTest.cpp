@@ -1,18 +1,47 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "files/Format.h"
-
 #include "files/FileNames.h"
 #include "files/FileSortKey.h"
+#include "files/ItemOrder.h"
 #include "files/NativePath.h"
+#include "support/Shorthand.h"
 #include "support/TestMain.h"
 
 #include <QLocale>
+#include <QStringList>
 #include <QTest>
 
 using namespace moorix;
+using namespace moorix::test;
 using namespace Qt::StringLiterals;
 
-class FormatTest : public QObject
+namespace {
+
+FileItem entry(const char *name, qint64 size = 0, qint64 modified = -1)
+{
+    FileItem item = entryAt(QString::fromUtf8(name), size);
+    if (modified >= 0)
+        item.modified = QDateTime::fromSecsSinceEpoch(modified, Qt::UTC);
+    return item;
+}
+
+QString names(const QList<FileItem> &items, const std::vector<quint32> &order)
+{
+    QStringList shown;
+    for (const quint32 index : order)
+        shown.append(items.at(index).name);
+    return shown.join(u' ');
+}
+
+QString inOrder(const QList<FileItem> &items, const ItemView &view = {})
+{
+    return names(items, ItemOrder::sorted(ItemOrder::keys(items), view));
+}
+
+} // namespace
+
+/// How entries are shown and ordered in lists, and what their names may be.
+class FormatTest final : public QObject
 {
     Q_OBJECT
 
@@ -22,14 +51,10 @@ private slots:
 
     void sizesAreShownInDecimalUnits()
     {
-        const std::pair<qint64, const char *> rows[] = {{0, "0 bytes"},
-                                                        {1, "1 byte"},
-                                                        {999, "999 bytes"},
-                                                        {1000, "1.0 kB"},
-                                                        {99949, "99.9 kB"},
-                                                        {99950, "100 kB"},
-                                                        {999500, "1.0 MB"}, // never 1000 of a unit
-                                                        {std::numeric_limits<qint64>::max(), "9.2 EB"}};
+        // What would round to 1000 of a unit is shown in the next.
+        const std::pair<qint64, const char *> rows[] = {
+            {0, "0 bytes"},     {1, "1 byte"},     {999, "999 bytes"}, {1000, "1.0 kB"},
+            {99949, "99.9 kB"}, {99950, "100 kB"}, {999500, "1.0 MB"}, {std::numeric_limits<qint64>::max(), "9.2 EB"}};
         for (const auto &[bytes, text] : rows)
             QCOMPARE(Format::byteCount(bytes), QLatin1String(text));
     }
@@ -110,10 +135,43 @@ private slots:
             QVERIFY2(!FileNames::problem(QString::fromUtf8(name)), name);
     }
 
-    void storedSortKeysAreReadInAnyCapitalisation()
+    void entriesAreOrderedByAKeyInAnyCapitalisationWithFoldersFirst()
     {
-        QCOMPARE(fileSortKeyFromRaw(u"Name"_s), std::optional(FileSortKey::name));
+        // Equal ones by name; absent dates first; kinds whatever their case.
+        const std::tuple<const char *, bool, const char *> rows[] = {
+            {"name", true, "Dir ein A.txt b.TXT c.md noext"}, {"Name", false, "ein Dir noext c.md b.TXT A.txt"},
+            {"size", true, "Dir ein c.md b.TXT noext A.txt"}, {"Size", false, "ein Dir A.txt b.TXT noext c.md"},
+            {"Date", true, "Dir ein noext c.md A.txt b.TXT"}, {"kind", true, "Dir ein noext c.md A.txt b.TXT"}};
+        const QList<FileItem> items{entry("noext", 5),     entry("b.TXT", 5, 30), entry("ein/", 2),
+                                    entry("A.txt", 9, 20), entry("Dir/", 1),      entry("c.md", 1, 10)};
+        for (const auto &[key, ascending, order] : rows)
+            QCOMPARE(inOrder(items, {fileSortKeyFromRaw(QLatin1String(key)).value(), ascending, false, {}}),
+                     QLatin1String(order));
         QVERIFY(!fileSortKeyFromRaw(u"colour"_s));
+        // Names that differ in case only keep a fixed order.
+        QCOMPARE(inOrder({entry("a"), entry("A")}), inOrder({entry("A"), entry("a")}));
+    }
+
+    void linkIsAmongFoldersOnlyWhenItLeadsToOneAndHiddenOnesOnRequest()
+    {
+        FileItem link = entry("a link");
+        link.isSymlink = true;
+        FileItem folderLink = link;
+        folderLink.name = u"zz"_s;
+        folderLink.leadsToFolder = true;
+        const QList<FileItem> items{link, entry("z/"), folderLink, entry(".b")};
+        QCOMPARE(inOrder(items), u"z zz a link"_s);
+        QCOMPARE(inOrder(items, {FileSortKey::name, true, true, {}}), u"z zz .b a link"_s);
+    }
+
+    void searchKeepsTheOrderAndIgnoresCase()
+    {
+        const QList<FileItem> items{entry("Übung.txt"), entry("b"), entry("ÜBER"), entry("xüb")};
+        const ItemKeys keys = ItemOrder::keys(items);
+        const std::vector<quint32> order{3, 2, 1, 0};
+        QCOMPARE(names(items, ItemOrder::matching(keys, order, u"üB"_s)), u"xüb ÜBER Übung.txt"_s);
+        QCOMPARE(ItemOrder::matching(keys, order, {}), order);
+        QVERIFY(ItemOrder::matching(keys, order, u"nothing"_s).empty());
     }
 };
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/KeyValueStore.h"
-
+#include "platform/Preferences.h"
 #include "support/TestMain.h"
 #include "support/TestTree.h"
 
@@ -8,9 +8,10 @@
 
 using namespace moorix;
 using namespace Qt::StringLiterals;
-using moorix::test::TestTree;
+using namespace moorix::test;
 
-class KeyValueStoreTest : public QObject
+/// The two stores of small values: one a folder that others write to as well, one a file of this machine.
+class KeyValueStoreTest final : public QObject
 {
     Q_OBJECT
 
@@ -75,6 +76,46 @@ private slots:
             QCOMPARE(failures.count(), folder.isEmpty() ? 0 : 1);
             QVERIFY(!store.value(u"a"_s));
         }
+    }
+
+    void damagedPreferencesAreSetAsideAndNeverLost()
+    {
+        for (const QByteArray &text : {QByteArray("{\"themeID\":"), QByteArray("[1]"), QByteArray()}) {
+            const TestTree tree{{"preferences.json", text}};
+            Preferences preferences(tree.path("preferences.json"));
+            QVERIFY(preferences.value(u"themeID"_s).isUndefined());
+            preferences.setValue(u"themeID"_s, u"x"_s);
+            preferences.flush();
+            const auto after = tree.snapshot();
+            QCOMPARE(after.size(), 2);
+            QVERIFY(after.lastKey().startsWith(u"preferences.json.corrupt-"_s));
+            QCOMPARE(after.last(), text);
+        }
+    }
+
+    void changedPreferencesAreWrittenByThemselvesWithTheirTypes()
+    {
+        const TestTree tree{{"preferences.json", "{\"kept\":\"1\",\"changed\":1}"}};
+        Preferences preferences(tree.path("preferences.json"));
+        preferences.setValue(u"changed"_s, 2.5);
+        preferences.setValue(u"on"_s, true);
+        QTRY_COMPARE(tree.read("preferences.json"),
+                     QByteArray("{\n    \"changed\": 2.5,\n    \"kept\": \"1\",\n    \"on\": true\n}\n"));
+    }
+
+    void failureToSavePreferencesIsToldAndTheyAreWrittenAtTheEnd()
+    {
+        const TestTree tree{{"folder", "a file where the folder should be"}};
+        {
+            Preferences preferences(tree.path("folder/preferences.json"));
+            QSignalSpy failures(&preferences, &Preferences::saveFailed);
+            preferences.setValue(u"on"_s, true);
+            preferences.flush();
+            QCOMPARE(failures.count(), 1);
+            QVERIFY(failures.first().first().toString().contains(tree.path("folder/preferences.json")));
+            QFile::remove(tree.path("folder"));
+        }
+        QCOMPARE(tree.read("folder/preferences.json"), QByteArray("{\n    \"on\": true\n}\n"));
     }
 };
 

@@ -1,14 +1,18 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "servers/ServerConnection.h"
-
-#include "base/Json.h"
 #include "servers/ServerLibrary.h"
+#include "base/Json.h"
+#include "platform/KeyValueStore.h"
+#include "servers/ServerConnection.h"
+#include "servers/ServerStore.h"
+#include "servers/ServerTree.h"
 #include "support/NamedLibrary.h"
 #include "support/Shorthand.h"
 #include "support/TestMain.h"
+#include "support/TestTree.h"
 
 #include <QJsonDocument>
 #include <QRegularExpression>
+#include <QSignalSpy>
 #include <QTest>
 
 using namespace moorix;
@@ -52,9 +56,12 @@ QString problemOf(const QByteArray &text)
 
 } // namespace
 
-class ServerLibraryTest : public QObject
+class ServerLibraryTest final : public QObject
 {
     Q_OBJECT
+
+    const QString m_tree =
+        u"work/ 1\n  web/ 1\n    live/\n      a\n    b 1\n  mail/ 2\n    c\nhome/ 2\n  d\n  e 1\nf\n"_s;
 
 private slots:
     void aLibraryIsReadAndWrittenKeyByKeyInItsOrder()
@@ -128,6 +135,93 @@ private slots:
             QVERIFY(isOrderedBefore(servers.at(index - 1), servers.at(index)));
             QVERIFY(!isOrderedBefore(servers.at(index), servers.at(index - 1)));
         }
+    }
+
+    void changesMoveWhatTheyShouldAndRefuseWhatTheyMust()
+    {
+        const std::pair<const char *, const char *> rows[] = {
+            {"remove web", "work/\n  live/\n    a\n  mail/\n    c\n  b\nhome/\n  d\n  e\nf\n"},
+            {"remove work", "web/\n  live/\n    a\n  b\nhome/\n  d\n  e\nmail/\n  c\nf\n"},
+            {"remove nothing", ""},
+            {"folder web home", "work/\n  mail/\n    c\nhome/\n  web/\n    live/\n      a\n    b\n  d\n  e\nf\n"},
+            {"folder live ", "live/\n  a\nwork/\n  web/\n    b\n  mail/\n    c\nhome/\n  d\n  e\nf\n"},
+            {"folder work work", ""},
+            {"folder work live", ""},
+            {"folder web nothing", ""},
+            {"place work work", ""},
+            {"place work live", ""},
+            {"place work nothing", ""},
+            {"server f live", "work/\n  web/\n    live/\n      a\n      f\n    b\n  mail/\n    c\nhome/\n  d\n  e\n"},
+            {"server a ", "work/\n  web/\n    live/\n    b\n  mail/\n    c\nhome/\n  d\n  e\na\nf\n"},
+            {"server a nothing", ""},
+        };
+        for (const auto &[change, expected] : rows) {
+            NamedLibrary tree(m_tree);
+            ServerLibrary &library = tree.library;
+            const QStringList words = QString::fromLatin1(change).split(u' ');
+            const QUuid id = tree[words.at(1)];
+            const std::optional<QUuid> to = tree.parent(words.value(2));
+            const bool isDone = words.at(0) == u"remove"   ? serverTree::removeFolder(library, id)
+                                : words.at(0) == u"place"  ? serverTree::placeFolder(library, id, to, 0)
+                                : words.at(0) == u"folder" ? serverTree::moveFolder(library, id, to)
+                                                           : serverTree::moveServer(library, id, to);
+            QVERIFY2(isDone == (*expected != 0), change);
+            QCOMPARE(shown(library, !isDone),
+                     isDone ? QString::fromLatin1(expected) : shown(NamedLibrary(m_tree).library, true));
+        }
+    }
+
+    void aPlacedRecordTakesItsPositionAndAllSiblingsAreRenumbered()
+    {
+        // From elsewhere to the middle and beyond the end; before the front; later among its siblings; where it is.
+        const std::tuple<const char *, qsizetype, const char *> rows[] = {
+            {"x", 2, "a b x c"}, {"x", 99, "a b c x"}, {"c", -5, "c a b"}, {"a", 1, "b a c"}, {"b", 1, "a b c"}};
+        for (const auto &[name, at, order] : rows) {
+            for (const QString &mark : {u"/"_s, QString()}) { // folders, servers
+                NamedLibrary tree(u"in/ 1\n  a% 3\n  b% 7\n  c% 7\nout/ 2\n  x% 1\n"_s.replace(u'%', mark));
+                const auto place = mark.isEmpty() ? serverTree::placeServer : serverTree::placeFolder;
+                QVERIFY(place(tree.library, tree[QLatin1String(name)], tree.parent(u"in"_s), at));
+                QString expected = u"in/ 1\n"_s;
+                int index = 0;
+                for (const QString &sibling : QString::fromLatin1(order).split(u' '))
+                    expected += u"  %1%2 %3\n"_s.arg(sibling, mark).arg(index++);
+                expected += u"out/ 2\n"_s + (*name == 'x' ? QString() : u"  x%1 1\n"_s.arg(mark));
+                QCOMPARE(shown(tree.library, true), expected);
+            }
+        }
+    }
+
+    void swappingStopsAtEitherEnd()
+    {
+        const QString before = u"a/ 5\nb/ 5\nc/ 9\n"_s;
+        NamedLibrary tree(before);
+        const auto swap = [&](const QString &name, serverTree::Neighbour with) {
+            return serverTree::swapFolder(tree.library, tree[name], with);
+        };
+        QVERIFY(!swap(u"a"_s, serverTree::Neighbour::previous) && !swap(u"c"_s, serverTree::Neighbour::next));
+        QCOMPARE(shown(tree.library, true), before);
+        QVERIFY(swap(u"b"_s, serverTree::Neighbour::previous) && swap(u"a"_s, serverTree::Neighbour::next));
+        QCOMPARE(shown(tree.library, true), u"b/ 0\nc/ 1\na/ 2\n"_s);
+    }
+
+    void foldersAreFlattenedDepthFirstAndGatheredBelowOne()
+    {
+        const NamedLibrary tree(m_tree);
+        QStringList rows;
+        for (const auto &[folder, depth] : serverTree::flattened(tree.library))
+            rows.append(QString::number(depth) + folder.name);
+        QCOMPARE(rows.join(u' '), u"0work 1web 2live 1mail 0home"_s);
+        QCOMPARE(serverTree::subtree(tree.library, tree[u"web"_s]), (QSet<QUuid>{tree[u"web"_s], tree[u"live"_s]}));
+    }
+
+    void mendingBringsEveryRecordBackIntoReach()
+    {
+        NamedLibrary tree(u"a/\n  b/\n    c/\n      server\nlost\nkept/\n  inside\n"_s);
+        tree.library.folders.first().parentID = tree[u"b"_s];
+        tree.library.servers[1].folderID = QUuid::createUuid();
+        QVERIFY(serverTree::mend(tree.library));
+        QCOMPARE(shown(tree.library), u"a/\n  b/\n    c/\n      server\nkept/\n  inside\nlost\n"_s);
+        QVERIFY(!serverTree::mend(tree.library));
     }
 };
 

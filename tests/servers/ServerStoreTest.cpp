@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "servers/ServerStore.h"
-
 #include "platform/KeyValueStore.h"
+#include "servers/ServerTree.h"
 #include "support/NamedLibrary.h"
 #include "support/Shorthand.h"
 #include "support/TestMain.h"
@@ -55,8 +55,8 @@ struct Fixture
 
 } // namespace
 
-/// Loading, saving and merging.
-class ServerStoreTest : public QObject
+/// Loading, saving and merging, and the operations over the tree.
+class ServerStoreTest final : public QObject
 {
     Q_OBJECT
 
@@ -237,6 +237,65 @@ private slots:
         window.store.toggleFavorite(second.id);
         QCOMPARE(tree.read("Moorix/servers.corrupt-.json"), QByteArray("{damaged"));
         QVERIFY(window.isSaved() && window.servers() == u"second"_s);
+    }
+
+    void aNewServerComesAfterAllOthersWhateverItsFolder()
+    {
+        const TestTree tree{{libraryFile, ServerLibrary::empty().encode()}};
+        Fixture fixture(tree);
+        ServerStore &store = fixture.store;
+        const ServerFolder folder;
+        store.updateFolder(folder);
+        ServerConnection first;
+        store.upsert(first);
+        QCOMPARE(store.server(first.id)->sortIndex, 1);
+        first.sortIndex = 7;
+        first.folderID = folder.id;
+        store.upsert(first);
+        const ServerConnection second;
+        store.upsert(second);
+        QCOMPARE(store.server(first.id)->sortIndex, 7);
+        QCOMPARE(store.server(second.id)->sortIndex, 8);
+        QCOMPARE(store.library().servers.size(), 2);
+        QCOMPARE(store.serverCount(folder.id), 1);
+    }
+
+    void recordsSavedIntoWhereTheyCannotBeStayInReach()
+    {
+        const TestTree tree{{libraryFile, ServerLibrary::empty().encode()}};
+        Fixture fixture(tree);
+        ServerStore &store = fixture.store;
+        ServerConnection server;
+        server.folderID = QUuid::createUuid();
+        store.upsert(server);
+        QCOMPARE(store.servers(std::nullopt).size(), 1);
+        ServerFolder outer;
+        ServerFolder inner;
+        inner.parentID = outer.id;
+        store.updateFolder(outer);
+        store.updateFolder(inner);
+        outer.parentID = inner.id;
+        outer.name = u"renamed"_s;
+        store.updateFolder(outer);
+        QCOMPARE(store.folder(outer.id)->name, u"renamed"_s);
+        QVERIFY(!store.folder(outer.id)->parentID && store.isDescendant(inner.id, outer.id));
+    }
+
+    void whatIsRefusedOrUnknownIsNoChange()
+    {
+        const TestTree tree{{libraryFile, ServerLibrary::empty().encode()}};
+        Fixture fixture(tree);
+        ServerStore &store = fixture.store;
+        const ServerFolder folder;
+        store.updateFolder(folder); // the only change
+        const QUuid unknown = QUuid::createUuid();
+        store.moveFolder(folder.id, std::optional(folder.id));
+        store.moveFolder(folder.id, ServerStore::Direction::up);
+        store.remove(unknown);
+        store.toggleFavorite(unknown);
+        store.deleteFolder(unknown);
+        store.moveServer(unknown, std::nullopt);
+        QCOMPARE(fixture.changes.count(), 1);
     }
 };
 

@@ -66,20 +66,17 @@ private slots:
     void aFreshInstallationHasItsDefaults()
     {
         const Machine here;
-        const QByteArray expected = "{'autoCheckUpdates':true,'confirmDeletes':true,'conflictPolicyRaw':'ask',"
-                                    "'contentFontSize':13,'dateColumnWidth':175,'defaultLocalPath':'%HOME%',"
-                                    "'diagnosticsEndpoint':'https://diagnostics.moorix.example/v1/checkin',"
-                                    "'dualPaneEnabled':true,'iCloudSyncEnabled':true,'localFavoritesRaw':'',"
-                                    "'maxConcurrentTransfers':3,'openMonitorOnLaunch':false,"
-                                    "'permissionOnboardingDismissed':false,'remoteDiagnosticsEnabled':true,"
-                                    "'showHiddenFiles':false,'showMenuBarIcon':true,'sizeColumnWidth':90,"
-                                    "'sortAscending':true,'sortKeyRaw':'Name','terminalFontName':'Menlo',"
-                                    "'terminalFontSize':13,'terminalGPURenderer':false,'terminalLocalEcho':false,"
-                                    "'terminalThemeID':'app','themeID':'midnight',"
-                                    "'toolbarItemsRaw':'monitor,sort,info,settings,terminal',"
-                                    "'updateEndpoint':'https://updates.moorix.example/v1/check',"
-                                    "'widgetBattery':false,'widgetCPU':true,'widgetDisk':false,'widgetNet':true,"
-                                    "'widgetRAM':true}";
+        const QByteArray expected =
+            "{'autoCheckUpdates':true,'confirmDeletes':true,'conflictPolicyRaw':'ask','contentFontSize':13,"
+            "'dateColumnWidth':175,'defaultLocalPath':'%HOME%',"
+            "'diagnosticsEndpoint':'https://diagnostics.moorix.example/v1/checkin','dualPaneEnabled':true,"
+            "'iCloudSyncEnabled':true,'localFavoritesRaw':'','maxConcurrentTransfers':3,'openMonitorOnLaunch':false,"
+            "'permissionOnboardingDismissed':false,'remoteDiagnosticsEnabled':true,'showHiddenFiles':false,"
+            "'showMenuBarIcon':true,'sizeColumnWidth':90,'sortAscending':true,'sortKeyRaw':'Name',"
+            "'terminalFontName':'Menlo','terminalFontSize':13,'terminalGPURenderer':false,'terminalLocalEcho':false,"
+            "'terminalThemeID':'app','themeID':'midnight','toolbarItemsRaw':'monitor,sort,info,settings,terminal',"
+            "'updateEndpoint':'https://updates.moorix.example/v1/check','widgetBattery':false,'widgetCPU':true,"
+            "'widgetDisk':false,'widgetNet':true,'widgetRAM':true}";
         QCOMPARE(here.snapshot(), QByteArray(expected).replace('\'', '"').replace("%HOME%", QDir::homePath().toUtf8()));
         QCOMPARE(here.tree.snapshot(), TreeSnapshot());
     }
@@ -218,10 +215,11 @@ private slots:
         Machine here;
         here->terminalFontName.set(u"kept"_s);
         here.changedKeys();
-        here->apply({{u"themeID"_s, u"daylight"_s},
-                     {u"showHiddenFiles"_s, u"not a switch"_s},
-                     {u"contentFontSize"_s, 1},
-                     {u"unknown"_s, 1}});
+        const SettingsSnapshot snapshot{{u"themeID"_s, u"daylight"_s},
+                                        {u"showHiddenFiles"_s, u"not a switch"_s},
+                                        {u"contentFontSize"_s, 1},
+                                        {u"unknown"_s, 1}};
+        here->apply(snapshot);
         QCOMPARE(here.changedKeys(), u"themeID contentFontSize"_s);
         QCOMPARE(here->terminalFontName.value(), u"kept"_s);
 

@@ -1,23 +1,26 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/PrivateFile.h"
-
 #include "platform/PrivateFolder.h"
+#include "platform/SecretServiceKeychain.h"
 #include "support/Shorthand.h"
 #include "support/TestMain.h"
 #include "support/TestTree.h"
 
 #include <QFileInfo>
+#include <QTest>
 
 using namespace moorix;
 using namespace Qt::StringLiterals;
-using moorix::test::TestTree;
+using namespace moorix::test;
 
-class PrivateFileTest : public QObject
+/// Private files and folders, and the keychain of the desktop. Needs an unlocked Secret Service on the session bus: run
+/// under support/with-keyring.
+class SecretsTest final : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void onlyTheUserCanReadItAndItGoesWithTheObject()
+    void onlyTheUserCanReadAFileAndItGoesWithTheObject()
     {
         QString path;
         {
@@ -30,7 +33,7 @@ private slots:
         QVERIFY(!QFileInfo::exists(path));
     }
 
-    void ownershipMovesWithTheObject()
+    void ownershipOfAFileMovesWithTheObject()
     {
         PrivateFile first(u"moorix-test-"_s);
         const QString firstPath = first.path();
@@ -66,14 +69,35 @@ private slots:
             const PrivateFolder folder(std::move(first));
             path = folder.path();
             QCOMPARE(QFile::permissions(path) & 0x7077, QFile::Permissions(0x7000));
-            test::putFile(path + u"/inside"_s, "secret");
+            putFile(path + u"/inside"_s, "secret");
             QFile::setPermissions(path + u"/inside"_s, QFile::ReadOwner);
         }
         QVERIFY(!QFileInfo::exists(path));
-        const QString message = test::messageOf([] { PrivateFolder(u"moorix-no-such-folder/moorix-"_s); });
+        const QString message = messageOf([] { PrivateFolder(u"moorix-no-such-folder/moorix-"_s); });
         QVERIFY2(message.contains(u"/moorix-no-such-folder/moorix-"), qPrintable(message));
+    }
+
+    void secretsAreStoredFoundReplacedAndRemovedPerVariant()
+    {
+        SecretServiceKeychain keychain;
+        const QString service = u"com.ovlan.moorix.test"_s;
+        const QString account = u"A.password"_s;
+        const auto value = [&](KeychainVariant variant) { return keychain.value(service, account, variant); };
+        using enum KeychainVariant;
+        QVERIFY(!value(synchronizable));
+        keychain.setValue(service, account, synchronizable, u"old"_s);
+        keychain.setValue(service, account, synchronizable, u"Pässwort ✓\nline 2"_s);
+        QCOMPARE(value(synchronizable), std::optional(u"Pässwort ✓\nline 2"_s));
+        QVERIFY(!value(deviceOnly));
+        keychain.setValue(service, account, deviceOnly, u"device"_s);
+        QVERIFY(!keychain.value(service, u"B.password"_s, deviceOnly));
+        keychain.remove(service, account, synchronizable);
+        keychain.remove(service, account, synchronizable);
+        QVERIFY(!value(synchronizable));
+        QCOMPARE(value(deviceOnly), std::optional(u"device"_s));
+        keychain.remove(service, account, deviceOnly);
     }
 };
 
-MOORIX_TEST(PrivateFileTest)
-#include "PrivateFileTest.moc"
+MOORIX_TEST(SecretsTest)
+#include "SecretsTest.moc"
