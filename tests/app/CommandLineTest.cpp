@@ -1,14 +1,24 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/CommandLine.h"
+#include "files/LocalFileService.h"
+#include "servers/ServerLibrary.h"
+#include "support/MemoryKeychain.h"
 #include "support/TestMain.h"
+#include "support/TestServer.h"
 #include "support/TestTree.h"
 
+#include <QDir>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+#include <QTemporaryFile>
 
 #include <csignal>
+#include <cstdio>
+#include <unistd.h>
 
+using namespace moorix;
 using namespace moorix::test;
 using namespace Qt::StringLiterals;
 
@@ -24,9 +34,10 @@ struct Shell
     QByteArray out;
     QString err;
 
-    Shell() { run({u"servers"_s, u"import"_s, u"-"_s}, R"({"folders":[],"servers":[]})"); }
+    Shell() { run(u"servers import -"_s, R"({"folders":[],"servers":[]})"); }
 
-    void start(QProcess &process, const QStringList &arguments) const
+    /// The words of the command have single blanks between them.
+    void start(QProcess &process, const QString &command) const
     {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(u"HOME"_s, tree.path("home"));
@@ -35,7 +46,7 @@ struct Shell
         environment.remove(u"DISPLAY"_s);
         process.setProcessEnvironment(environment);
         process.setWorkingDirectory(tree.path("work"));
-        process.start(QStringLiteral(MOORIX_BINARY), arguments);
+        process.start(QStringLiteral(MOORIX_BINARY), command.split(u' '));
     }
     void finish(QProcess &process)
     {
@@ -46,25 +57,14 @@ struct Shell
         out = process.readAllStandardOutput();
         err = QString::fromUtf8(process.readAllStandardError());
     }
-    void run(const QStringList &arguments, const QByteArray &input = {})
+    void run(const QString &command, const QByteArray &input = {})
     {
         QProcess process;
-        start(process, arguments);
+        start(process, command);
         process.write(input);
         finish(process);
     }
     QJsonObject json() const { return QJsonDocument::fromJson(out).object(); }
-    TreeSnapshot work() const
-    {
-        TreeSnapshot all = tree.snapshot();
-        all.removeIf([](const TreeSnapshot::iterator &entry) { return !entry.key().startsWith(u"work/"_s); });
-        return all;
-    }
-    QString add(const QStringList &options)
-    {
-        run(QStringList{u"servers"_s, u"add"_s} + options);
-        return QString::fromUtf8(out).trimmed();
-    }
 };
 
 bool catches(qint64 processId, int signal)
@@ -74,13 +74,69 @@ bool catches(qint64 processId, int signal)
     return (status.mid(caught, 17).trimmed().toULongLong(nullptr, 16) >> (signal - 1)) & 1;
 }
 
+/// What `action` writes to a standard stream.
+template <class Action>
+QByteArray written(FILE *stream, Action action)
+{
+    QTemporaryFile file;
+    file.open();
+    std::fflush(stream);
+    const int number = ::fileno(stream);
+    const int before = ::dup(number);
+    ::dup2(file.handle(), number);
+    action();
+    std::fflush(stream);
+    ::dup2(before, number);
+    ::close(before);
+    file.seek(0);
+    return file.readAll();
+}
+
 } // namespace
 
+/// The program on files of this machine, and its commands against a real sshd.
 class CommandLineTest final : public QObject
 {
     Q_OBJECT
 
+    QString remote(const char *path) const { return u"web:"_s + m_server->sharedPath() + QString::fromUtf8(path); }
+    int run(const QStringList &arguments)
+    {
+        int code = -1;
+        const auto command = [&] { code = CommandLine::run(QStringList{u"moorix"_s} + arguments, m_platform); };
+        m_err = written(stderr, [&] { m_out = written(stdout, command); });
+        return code;
+    }
+
+    TestTree m_tree{{"site/it's \"a\".txt", "text"}, {"site/.hidden", "dot"}, {"site/deep/b", "more"}};
+    std::unique_ptr<TestServer> m_server;
+    CommandLine::Platform m_platform;
+    QByteArray m_out;
+    QByteArray m_err;
+
 private slots:
+    void initTestCase()
+    {
+        qputenv("XDG_DATA_HOME", QFile::encodeName(m_tree.path("data")));
+        qputenv("XDG_CONFIG_HOME", QFile::encodeName(m_tree.path("config")));
+        m_server = std::make_unique<TestServer>();
+        ServerConnection record = m_server->connection();
+        record.name = u"web"_s;
+        ServerLibrary library;
+        library.servers = {record};
+        m_tree.write("data/Moorix/servers.json", library.encode());
+        m_platform = {std::make_shared<IsolatedClients>(m_server->knownHostsPath()),
+                      std::make_shared<MemoryKeychain>()};
+    }
+
+    void cleanupTestCase()
+    {
+        m_platform = {};
+        m_server.reset();
+        qunsetenv("XDG_DATA_HOME");
+        qunsetenv("XDG_CONFIG_HOME");
+    }
+
     void wrongOrImpossibleCommandsSayWhyAndChangeNothing()
     {
         const std::tuple<const char *, int, const char *> rows[] = {
@@ -118,10 +174,10 @@ private slots:
         };
         Shell shell;
         for (const char *name : {"twin", "twin", "web"})
-            shell.add({u"--host"_s, u"h"_s, u"--name"_s, QString::fromUtf8(name)});
+            shell.run(u"servers add --host h --name "_s + QLatin1String(name));
         const TreeSnapshot before = shell.tree.snapshot();
         for (const auto &[command, code, words] : rows) {
-            shell.run(QString::fromUtf8(command).split(u' '));
+            shell.run(QString::fromUtf8(command));
             QVERIFY2(shell.err.contains(QString::fromUtf8(words)), qPrintable(shell.err));
             QVERIFY2(shell.code == code && shell.out.isEmpty(), command);
         }
@@ -131,7 +187,7 @@ private slots:
     void listingIsOneDocumentWithoutHiddenNames()
     {
         Shell shell;
-        shell.run({u"ls"_s, u"."_s, u"--json"_s});
+        shell.run(u"ls . --json"_s);
         QStringList names;
         const QJsonArray items = shell.json().value(u"items").toArray();
         for (const QJsonValue &item : items)
@@ -143,7 +199,7 @@ private slots:
         QCOMPARE(file.value(u"size").toInt(), 4);
         QCOMPARE(file.value(u"path").toString(), shell.tree.path("work/a.txt"));
         QVERIFY(file.value(u"ownerName").isNull());
-        shell.run({u"ls"_s, u"--all"_s, u"."_s});
+        shell.run(u"ls --all ."_s);
         QVERIFY(shell.out.contains(" .dot\n"));
     }
 
@@ -151,7 +207,7 @@ private slots:
     {
         Shell shell;
         const auto succeeds = [&shell](const char *command) {
-            shell.run(QString::fromUtf8(command).split(u' '));
+            shell.run(QString::fromUtf8(command));
             return shell.code == 0 && shell.err.isEmpty();
         };
         QVERIFY(succeeds("mkdir new"));
@@ -163,15 +219,9 @@ private slots:
         QCOMPARE(shell.out, QByteArray("textin"));
         QVERIFY(succeeds("rm ./a:b b.txt"));
         QVERIFY(succeeds("rm --recursive d"));
-        QCOMPARE(shell.work(), (TreeSnapshot{{u"work/"_s, ""},
-                                             {u"work/.dot"_s, ""},
-                                             {u"work/a.txt"_s, "text"},
-                                             {u"work/new/"_s, ""},
-                                             {u"work/new/a.txt"_s, "text"},
-                                             {u"work/new/a:b"_s, "colon"},
-                                             {u"work/new/named.txt"_s, "text"},
-                                             {u"work/new/renamed/"_s, ""},
-                                             {u"work/new/renamed/inner"_s, "in"}}));
+        const TestTree expected{{".dot", ""},         {"a.txt", "text"},         {"new/a.txt", "text"},
+                                {"new/a:b", "colon"}, {"new/named.txt", "text"}, {"new/renamed/inner", "in"}};
+        QCOMPARE(snapshotOf(shell.tree.path("work")), expected.snapshot());
         QVERIFY(succeeds("ls --json new/a.txt"));
         const QJsonObject item = shell.json().value(u"items").toArray().first().toObject();
         QCOMPARE(item.value(u"permissions").toString(), u"rw-------"_s);
@@ -181,47 +231,48 @@ private slots:
     {
         Shell shell;
         shell.tree.write("work/d/a.txt", "kept");
-        shell.run({u"cp"_s, u"a.txt"_s, u"b.txt"_s, u"d"_s, u"--json"_s});
+        shell.run(u"cp a.txt b.txt d --json"_s);
         QCOMPARE(shell.code, 3);
         QCOMPARE(shell.json().value(u"files").toInt(), 1);
         QCOMPARE(shell.json().value(u"failures").toArray().size(), 1);
         QCOMPARE(shell.tree.read("work/d/a.txt"), QByteArray("kept"));
-        shell.run({u"cp"_s, u"a.txt"_s, u"d"_s, u"--conflict"_s, u"rename"_s});
+        shell.run(u"cp a.txt d --conflict rename"_s);
         QCOMPARE(shell.code, 0);
         QCOMPARE(shell.tree.read("work/d/a 2.txt"), QByteArray("text"));
+        shell.run(u"cp a.txt d --conflict overwrite"_s);
+        QCOMPARE(shell.tree.read("work/d/a.txt"), QByteArray("text"));
     }
 
     void serverRecordSurvivesEditExportRemoveAndImport()
     {
         Shell shell;
-        const QString id = shell.add({u"--host"_s, u"web.example.org"_s, u"--name"_s, u"web"_s, u"--protocol"_s,
-                                      u"ftps"_s, u"--keep-alive"_s, u"15"_s});
+        shell.run(u"servers add --host web.example.org --name web --protocol ftps --keep-alive 15"_s);
+        const QString id = QString::fromUtf8(shell.out).trimmed();
         QCOMPARE(shell.code, 0);
-        shell.run({u"servers"_s, u"edit"_s, u"WEB"_s, u"--user"_s, u"deploy"_s, u"--favorite"_s, u"yes"_s, u"--auth"_s,
-                   u"key-file"_s, u"--key"_s, u"/keys/id"_s});
+        shell.run(u"servers edit WEB --user deploy --favorite yes --auth key-file --key /keys/id"_s);
         QCOMPARE(shell.code, 0);
-        shell.run({u"servers"_s, u"show"_s, u"web.example.org"_s, u"--json"_s});
+        shell.run(u"servers show web.example.org --json"_s);
         const QJsonObject record = shell.json();
         QString facts;
         for (const char *key : {"id", "port", "username", "authMethod", "keepAliveSeconds", "isFavorite", "useTLS"})
             facts += record.value(QLatin1String(key)).toVariant().toString() + u'|';
         QCOMPARE(facts, id + u"|21|deploy|SSH Key (File)|15|true|true|"_s);
-        shell.run({u"servers"_s, u"export"_s, u"../library.json"_s});
-        shell.run({u"servers"_s, u"remove"_s, id});
-        shell.run({u"servers"_s, u"list"_s, u"--json"_s});
+        shell.run(u"servers export ../library.json"_s);
+        shell.run(u"servers remove "_s + id);
+        shell.run(u"servers list --json"_s);
         QCOMPARE(shell.json().value(u"servers").toArray().size(), 5);
-        shell.run({u"servers"_s, u"import"_s, u"../library.json"_s});
+        shell.run(u"servers import ../library.json"_s);
         QCOMPARE(shell.out, QByteArray("1 servers added, 5 replaced.\n"));
-        shell.run({u"servers"_s, u"show"_s, id, u"--json"_s});
+        shell.run(u"servers show %1 --json"_s.arg(id));
         QCOMPARE(shell.json(), record);
     }
 
     void interruptEndsACommandThatWaits()
     {
         Shell shell;
-        shell.add({u"--host"_s, u"h"_s, u"--name"_s, u"web"_s});
+        shell.run(u"servers add --host h --name web"_s);
         QProcess process;
-        shell.start(process, {u"secret"_s, u"set"_s, u"web"_s, u"password"_s});
+        shell.start(process, u"secret set web password"_s);
         QVERIFY(process.waitForStarted());
         QTRY_VERIFY(catches(process.processId(), SIGINT));
         ::kill(pid_t(process.processId()), SIGINT);
@@ -234,15 +285,52 @@ private slots:
     void everyCommandHasHelpWithExamples()
     {
         Shell shell;
-        shell.run({u"--help"_s});
+        shell.run(u"--help"_s);
         QList<QByteArray> lines = shell.out.split('\n');
         lines.removeIf([](const QByteArray &line) { return !line.startsWith("  ") || line.startsWith("     "); });
         QVERIFY(lines.size() >= 16);
         for (const QByteArray &line : std::as_const(lines)) {
-            const QStringList words = QString::fromUtf8(line.mid(2, 16)).simplified().split(u' ');
-            shell.run(words + QStringList{u"--help"_s});
+            shell.run(QString::fromUtf8(line.mid(2, 16)).simplified() + u" --help"_s);
             QVERIFY2(shell.code == 0 && shell.out.contains("Examples:\n  moorix "), line.constData());
         }
+    }
+
+    void firstContactIsToldOnceOnStandardError()
+    {
+        QCOMPARE(run({u"ls"_s, remote("")}), 0);
+        QVERIFY2(m_err.contains("First contact with 127.0.0.1") && m_err.contains("SHA256:"), m_err.constData());
+        QCOMPARE(run({u"ls"_s, remote("")}), 0);
+        QCOMPARE(m_err, QByteArray());
+    }
+
+    void treeTravelsToTheServerAndBack()
+    {
+        QCOMPARE(run({u"cp"_s, m_tree.path("site"), remote("")}), 0);
+        QCOMPARE(run({u"ls"_s, u"--json"_s, remote("/site")}), 0);
+        const QJsonValue items = QJsonDocument::fromJson(m_out)[u"items"_s];
+        QCOMPARE(items.toArray().size(), 2);
+        QCOMPARE(items[1][u"name"_s].toString(), u"it's \"a\".txt"_s);
+        QCOMPARE(items[1][u"size"_s].toInt(), 4);
+        QCOMPARE(run({u"mv"_s, remote("/site"), u"renamed"_s}), 0);
+        QCOMPARE(run({u"chmod"_s, u"640"_s, remote("/renamed/it's \"a\".txt")}), 0);
+        QCOMPARE(run({u"cat"_s, remote("/renamed/deep/b")}), 0);
+        QCOMPARE(m_out, QByteArray("more"));
+        QCOMPARE(run({u"cp"_s, remote("/renamed"), m_tree.path("back")}), 0);
+        QCOMPARE(snapshotOf(m_tree.path("back")), snapshotOf(m_tree.path("site")));
+        const auto copied = LocalFileService().stat(m_tree.path("back/it's \"a\".txt"), {});
+        QCOMPARE(copied->permissions, std::optional(u"rw-r-----"_s));
+        QCOMPARE(run({u"cp"_s, remote("/renamed"), remote("/copy")}), 0);
+        QCOMPARE(run({u"rm"_s, remote("/renamed")}), 1);
+        QCOMPARE(run({u"rm"_s, u"--recursive"_s, remote("/renamed"), remote("/copy")}), 0);
+        QCOMPARE(QDir(m_server->sharedPath()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+                 QStringList());
+    }
+
+    void stoppedServerIsSaidInWords()
+    {
+        m_server->kill();
+        QCOMPARE(run({u"ls"_s, remote("")}), 1);
+        QVERIFY2(m_err.startsWith("Could not connect: "), m_err.constData());
     }
 };
 

@@ -1,6 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "base/Error.h"
+#include "files/LocalFileService.h"
+#include "support/Shorthand.h"
 #include "support/TestMain.h"
+#include "support/TestTree.h"
+#include "transfers/ContentComparison.h"
+#include "transfers/TransferConflict.h"
 #include "transfers/TransferScene.h"
 
 #include <QFileInfo>
@@ -11,24 +16,17 @@
 using namespace moorix;
 using namespace moorix::test;
 using namespace Qt::StringLiterals;
+using Choice = ConflictAnswer::Choice;
 
 namespace {
 
-void addRoutes()
+FileItem file(qint64 size, const char *time)
 {
-    QTest::addColumn<Route>("route");
-    QTest::newRow("on the local disk") << Route::local;
-    QTest::newRow("to a server") << Route::upload;
-    QTest::newRow("from a server") << Route::download;
-    QTest::newRow("between servers") << Route::betweenServers;
-    QTest::newRow("within a server") << Route::withinServer;
+    FileItem item = entryAt(u"%1 bytes, %2"_s.arg(size).arg(QLatin1String(time)), size);
+    if (*time)
+        item.modified = QDateTime(QDate(2026, 3, 1), QTime::fromString(QLatin1String(time), u"H:mm:ss"_s), Qt::UTC);
+    return item;
 }
-
-const std::initializer_list<TestTree::Entry> treeToSend{{"from/site/a.txt", "text"},
-                                                        {"from/site/.hidden", "dot"},
-                                                        {"from/site/empty/", ""},
-                                                        {"from/site/deep/b", "more"},
-                                                        {"to/", ""}};
 
 } // namespace
 
@@ -37,42 +35,45 @@ class TransferRunTest final : public QObject
     Q_OBJECT
 
 private slots:
-    void treeArrivesWholeAndAMoveLeavesNothingBehind_data() { addRoutes(); }
-    void treeArrivesWholeAndAMoveLeavesNothingBehind()
+    void treeArrivesWithModesAndTimesAndAMoveLeavesNothingBehind_data()
+    {
+        QTest::addColumn<Route>("route");
+        QTest::newRow("on the local disk") << Route::local;
+        QTest::newRow("to a server") << Route::upload;
+        QTest::newRow("from a server") << Route::download;
+        QTest::newRow("between servers") << Route::betweenServers;
+        QTest::newRow("within a server") << Route::withinServer;
+    }
+    void treeArrivesWithModesAndTimesAndAMoveLeavesNothingBehind()
     {
         QFETCH(const Route, route);
+        const QString longName(250, u'n');
+        const QDateTime date(QDate(2020, 2, 29), QTime(12, 30), Qt::UTC);
         for (const bool isMove : {false, true}) {
-            Scene scene(treeToSend, route);
+            Scene scene(
+                {{"from/d/a", "text"}, {"from/d/.b", "dot"}, {"from/d/e/", ""}, {"from/d/f/c", "more"}, {"to/", ""}},
+                route);
+            scene.tree.write(u"from/"_s + longName, "x");
+            const QString source = scene.tree.path(u"from/"_s + longName);
+            setTimeAndMode(source, date, QFile::Permissions(0x6040));
+            const QFile::Permissions mode = QFile::permissions(source);
             const TreeSnapshot whole = scene.under(u"from/"_s);
             scene.request.isMove = isMove;
-            scene.add("from/site");
+            scene.add("from/d");
+            scene.add(u"from/"_s + longName);
             const TransferOutcome outcome = scene.run();
             QCOMPARE(outcome.failures, QStringList());
             QCOMPARE(scene.under(u"to/"_s), whole);
             QCOMPARE(scene.under(u"from/"_s), isMove ? TreeSnapshot() : whole);
             QCOMPARE(outcome.counts.filesDone, outcome.counts.filesTotal);
+            const QFileInfo copy(scene.tree.path(u"to/"_s + longName));
+            QCOMPARE(copy.lastModified().toUTC(), date);
+            QCOMPARE(copy.permissions(), mode);
         }
-    }
-
-    void fileKeepsItsModeAndTime_data() { addRoutes(); }
-    void fileKeepsItsModeAndTime()
-    {
-        QFETCH(const Route, route);
-        const QString longName = QString(250, u'n');
-        Scene scene({{u"from/"_s + longName, "x"}, {"to/", ""}}, route);
-        const QString source = scene.tree.path(u"from/"_s + longName);
-        const QDateTime date(QDate(2020, 2, 29), QTime(12, 30), Qt::UTC);
-        setTimeAndMode(source, date, QFile::Permissions(0x6040));
-        scene.add(u"from/"_s + longName);
-        QCOMPARE(scene.run().failures, QStringList());
-        const QFileInfo copy(scene.tree.path(u"to/"_s + longName));
-        QCOMPARE(copy.lastModified().toUTC(), date);
-        QCOMPARE(copy.permissions(), QFileInfo(source).permissions());
     }
 
     void conflictsAreResolvedByPolicy_data()
     {
-        using Choice = ConflictAnswer::Choice;
         QTest::addColumn<TransferConflictPolicy>("policy");
         QTest::addColumn<std::optional<ConflictAnswer>>("answer");
         QTest::addColumn<TreeSnapshot>("expected");
@@ -189,19 +190,14 @@ private slots:
 
     void impossibleCopiesAreRefusedInWords()
     {
-        struct Row
-        {
-            const char *item;
-            const char *targetFolder;
-            const char *words;
-        };
-        const Row rows[] = {{"from/file", "from", "it cannot be copied onto itself"},
-                            {"from/file", "link", "it cannot be copied onto itself"},
-                            {"from/d", "from/d", "a folder cannot go into itself"},
-                            {"from/d", "link/d/e", "a folder cannot go into itself"},
-                            {"from/file", "clash", "a file does not replace a folder"},
-                            {"from/d", "clash", "a folder does not replace a file"},
-                            {"from/fifo", "to", "neither a file nor a folder"}};
+        const std::tuple<const char *, const char *, const char *> rows[] = {
+            {"from/file", "from", "it cannot be copied onto itself"},
+            {"from/file", "link", "it cannot be copied onto itself"},
+            {"from/d", "from/d", "a folder cannot go into itself"},
+            {"from/d", "link/d/e", "a folder cannot go into itself"},
+            {"from/file", "clash", "a file does not replace a folder"},
+            {"from/d", "clash", "a folder does not replace a file"},
+            {"from/fifo", "to", "neither a file nor a folder"}};
         Scene scene({{"from/file", "f"}, {"from/d/e/x", "x"}, {"clash/file/", ""}, {"clash/d", "d"}, {"to/", ""}});
         scene.tree.link("link", "from");
         const TreeSnapshot before = scene.tree.snapshot();
@@ -280,6 +276,55 @@ private slots:
         QCOMPARE(outcome.failures.size(), 1);
         QVERIFY2(outcome.failures.first().contains(u"9 bytes free"_s), qPrintable(outcome.failures.first()));
         QCOMPARE(scene.under(u"to/"_s), TreeSnapshot());
+    }
+
+    void conditionsAreSettledByBothSides()
+    {
+        using enum Choice;
+        const std::tuple<Choice, FileItem, FileItem, std::optional<Choice>> rows[] = {
+            {overwriteOlder, file(1, "12:00:02"), file(1, "12:00:01"), overwrite},
+            {overwriteOlder, file(1, "12:00:01"), file(1, "12:00:02"), skip},
+            // The same minute, as a server tells it.
+            {overwriteOlder, file(1, "12:00:59"), file(1, "12:00:00"), skip},
+            {overwriteOlder, file(1, "12:01:00"), file(1, "12:00:00"), overwrite},
+            {overwriteOlder, file(1, "12:00:00"), file(1, ""), std::nullopt},
+            {overwriteOtherSize, file(7, ""), file(7, ""), skip},
+            {overwriteOtherSize, file(7, ""), file(8, ""), overwrite},
+            {resume, file(8, ""), file(7, ""), resume},
+            {resume, file(8, ""), file(8, ""), skip},
+            {resume, file(7, ""), file(8, ""), std::nullopt},
+            {resume, file(7, ""), file(0, ""), std::nullopt},
+        };
+        for (const auto &[choice, source, existing, expected] : rows)
+            QVERIFY2(settled(choice, {source, existing}) == expected, qPrintable(source.name + existing.name));
+        // Folders and links are never continued.
+        TransferConflict conflict{file(8, ""), file(7, "")};
+        conflict.existing.isSymlink = true;
+        QVERIFY(!conflict.canResume());
+        conflict.existing.isSymlink = false;
+        conflict.source.isDirectory = true;
+        QVERIFY(!conflict.canResume());
+    }
+
+    void contentsPartAtALineOfTextsAndAByteOfOthers()
+    {
+        using Result = ContentComparison::Result;
+        const auto parting = [](QByteArrayView one, QByteArrayView other) {
+            const ContentComparison found = ContentComparison::of(one, other);
+            return found.result == Result::same ? 0 : found.line.value_or(-found.byte.value_or(0));
+        };
+        QCOMPARE(parting("", ""), 0);
+        QCOMPARE(parting("a\nb\n", "a\nb\n"), 0);
+        QCOMPARE(parting("a\nb\n", "a\nc\n"), 2);
+        QCOMPARE(parting("a\n", "a\nb"), 2);
+        QCOMPARE(parting("", "a"), 1);
+        QCOMPARE(parting(QByteArrayView("a\0b", 3), QByteArrayView("a\0c", 3)), -2);
+        // Too large to be read: the sizes and checksums tell.
+        const TestTree tree{{"a", QByteArray(6'000'000, 'a')}, {"b", QByteArray(6'000'000, 'b')}};
+        LocalFileService disk;
+        const auto item = [&](const char *name) { return *disk.stat(tree.path(name), {}); };
+        QVERIFY(ContentComparison::of(disk, item("a"), disk, item("a"), {}).result == Result::same);
+        QVERIFY(ContentComparison::of(disk, item("a"), disk, item("b"), {}).result == Result::different);
     }
 };
 
