@@ -1,6 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "WindowBench.h"
+#include "transfers/TransferEngine.h"
+#include "ui/pane/FileMimeData.h"
 
+#include <QDialog>
+#include <QDropEvent>
+#include <QListWidget>
 #include <QMenu>
 #include <QMenuBar>
 
@@ -8,9 +13,40 @@ using namespace moorix;
 using namespace moorix::test;
 using namespace Qt::StringLiterals;
 
-class MainWindowTest : public QObject
+/// Everyday commands and dialogs of the window.
+class MainWindowTest final : public QObject
 {
     Q_OBJECT
+
+    /// What ssh makes of the names in the configuration of the test.
+    static ProcessResult resolve(const ProcessRequest &request)
+    {
+        if (!request.arguments.contains(u"-G"_s))
+            return WindowBench::refusal(request);
+        const QByteArray name = request.arguments.last().toUtf8();
+        return {0, false, "hostname " + name + ".example.org\nuser ada\nport 22\n", {}};
+    }
+
+    static Qt::DropAction dropOn(QAbstractScrollArea &view, const QMimeData &data, const QPoint &place)
+    {
+        const Qt::DropActions actions = Qt::CopyAction | Qt::MoveAction | Qt::LinkAction;
+        QDragEnterEvent enter(place, actions, &data, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(view.viewport(), &enter);
+        if (!enter.isAccepted())
+            return Qt::IgnoreAction;
+        QDragMoveEvent move(place, actions, &data, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(view.viewport(), &move);
+        QDropEvent drop(place, actions, &data, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(view.viewport(), &drop);
+        return drop.dropAction();
+    }
+
+    /// The selection of a side, as dragging it would carry it.
+    static std::unique_ptr<QMimeData> dragged(const WindowBench &bench, Side side)
+    {
+        const PaneModel &pane = *bench.pane(side);
+        return std::make_unique<FileMimeData>(pane.service(), pane.selectedItems(), true);
+    }
 
 private slots:
     void f5CopiesTheSelectionAlsoAfterAMenuThatGreyedTheCommand()
@@ -195,6 +231,142 @@ private slots:
         QCOMPARE(bench.pane(Side::right)->displayedCount(), 2);
         bench.model->setActiveSide(Side::right);
         QCOMPARE(filter->text(), QString());
+    }
+
+    void hostsOfTheSshConfigurationAreImportedOnce()
+    {
+        WindowBench bench({{".ssh/config", "Host web db\n  User ada\nHost *\n  Port 22\n"}}, resolve);
+        bench.choose(bench.window->findChildren<QAction *>(), "Import from");
+        QTRY_COMPARE(bench.find<QListWidget>("importList")->count(), 2);
+        bench.find<QListWidget>("importList")->item(1)->setCheckState(Qt::Unchecked);
+        QCOMPARE(bench.find<QPushButton>("importChecked")->text(), u"Import 1 server"_s);
+        bench.click(bench.find("importChecked"));
+        QTRY_VERIFY(!bench.find("importServers"));
+        const QList<ServerConnection> servers = bench.model->servers().library().servers;
+        QCOMPARE(servers.size(), 1);
+        QCOMPARE(servers.first().username + u'@' + servers.first().host, u"ada@web.example.org"_s);
+        bench.choose(bench.window->findChildren<QAction *>(), "Import from");
+        QTRY_COMPARE(bench.find<QListWidget>("importList")->count(), 1);
+        bench.click(bench.find("cancelImport"));
+        QCOMPARE(bench.model->servers().library().servers.size(), 1);
+    }
+
+    void quickConnectSavesTheServerOnlyWhenAskedTo()
+    {
+        for (const bool isSaved : {false, true}) {
+            WindowBench bench({}, WindowBench::refusal);
+            bench.key(Qt::Key_K, Qt::ControlModifier);
+            QTest::keyClicks(bench.find<QLineEdit>("quickAddress"), u"me@127.0.0.1:2222/srv"_s);
+            QTest::keyClicks(bench.find<QLineEdit>("quickPassword"), u"geheim"_s);
+            if (isSaved)
+                QTest::keyClick(bench.find("quickSave"), Qt::Key_Space);
+            bench.click(bench.find("quickConnectNow"));
+            QTRY_VERIFY(bench.find("failureView"));
+            QCOMPARE(bench.find("editServer") != nullptr, isSaved);
+            QVERIFY(!bench.home.read("data/Moorix/servers.json").contains("geheim"));
+            const QList<ServerConnection> servers = bench.model->servers().library().servers;
+            QCOMPARE(servers.size(), isSaved ? 1 : 0);
+            for (const ServerConnection &server : servers) {
+                QVERIFY(server.port == 2222 && server.remotePath == u"/srv"_s);
+                QTRY_COMPARE(bench.model->keychain()->get(server.id, SecretKind::password), std::optional(u"geheim"_s));
+            }
+        }
+    }
+
+    void aboutAndShortcutsOpenFromTheirCommands()
+    {
+        WindowBench bench({});
+        bench.key(Qt::Key_F1);
+        QTRY_VERIFY(bench.find("shortcutsOverview"));
+        QStringList keys;
+        for (const QLabel *label : bench.find("shortcutsOverview")->findChildren<QLabel *>())
+            keys << label->text();
+        QVERIFY(keys.contains(u"F5"_s) && keys.contains(u"Copy to other side"_s));
+        bench.find<QDialog>("shortcutsOverview")->close();
+        bench.choose(bench.window->menuBar()->actions().last()->menu()->actions(), "About");
+        QTRY_VERIFY(bench.find("aboutDialog"));
+        QVERIFY(bench.find<QLabel>("aboutVersion")->text().startsWith(u"Moorix "_s));
+    }
+
+    void deleteMovesToTheBinAndShiftDeleteAsksFirst()
+    {
+        WindowBench bench({{"left/a.txt", "a"}, {"left/b.txt", "b"}});
+        bench.select(Side::left, "a.txt");
+        bench.key(Qt::Key_Delete);
+        QTRY_VERIFY(!bench.home.exists("left/a.txt"));
+        QTRY_VERIFY(bench.find<QLabel>("statusMessage")->text().contains(u"bin"_s));
+        QVERIFY(bench.home.exists("data/Trash/files/a.txt"));
+        bench.select(Side::left, "b.txt");
+        bench.key(Qt::Key_Delete, Qt::ShiftModifier);
+        QTRY_VERIFY(bench.find("questionBar"));
+        QVERIFY(bench.home.exists("left/b.txt"));
+        bench.key(Qt::Key_Return);
+        QTRY_VERIFY(!bench.home.exists("left/b.txt"));
+        QVERIFY(!bench.home.exists("data/Trash/files/b.txt"));
+    }
+
+    void whatIsDroppedMovesToTheListOrTheFolderUnderItAndComesAsACopyFromOtherPrograms()
+    {
+        WindowBench bench({{"left/a.txt", "a"}, {"left/b.txt", "b"}, {"right/folder/", ""}, {"elsewhere/c", "c"}});
+        bench.select(Side::left, "a.txt");
+        QTreeView *list = bench.list(Side::right);
+        const QPoint folder = list->visualRect(list->model()->index(0, 0)).center();
+        dropOn(*list, *dragged(bench, Side::left), folder);
+        QTRY_COMPARE(bench.home.read("right/folder/a.txt"), "a");
+        QTRY_VERIFY(!bench.home.exists("left/a.txt"));
+        QTRY_COMPARE(bench.pane(Side::left)->displayedCount(), 1);
+        bench.select(Side::left, "b.txt");
+        dropOn(*list, *dragged(bench, Side::left), QPoint(30, list->viewport()->height() - 5));
+        QTRY_COMPARE(bench.home.read("right/b.txt"), "b");
+        QTRY_VERIFY(!bench.home.exists("left/b.txt"));
+        // A folder stays where it is when it is dropped on itself.
+        bench.select(Side::right, "folder");
+        dropOn(*list, *dragged(bench, Side::right), folder);
+        QCOMPARE(bench.model->transfers().transfers().size(), 2);
+        QMimeData foreign;
+        foreign.setUrls({QUrl::fromLocalFile(bench.home.path("elsewhere/c"))});
+        dropOn(*bench.list(Side::left), foreign, QPoint(30, 200));
+        QTRY_COMPARE(bench.home.read("left/c"), "c");
+        QVERIFY(bench.home.exists("elsewhere/c"));
+    }
+
+    void folderDroppedOnTheSidebarBecomesAFavouriteAndStaysWhereItIs()
+    {
+        WindowBench bench({{"left/folder/", ""}, {"left/file", "x"}});
+        auto *sidebar = bench.find<QTreeWidget>("sidebar");
+        bench.select(Side::left, "file");
+        QCOMPARE(dropOn(*sidebar, *dragged(bench, Side::left), QPoint(30, 40)), Qt::IgnoreAction);
+        bench.select(Side::left, "folder");
+        QVERIFY(dropOn(*sidebar, *dragged(bench, Side::left), QPoint(30, 40)) != Qt::MoveAction);
+        QTRY_COMPARE(sidebar->findItems(u"folder"_s, Qt::MatchExactly | Qt::MatchRecursive).size(), 1);
+        QVERIFY(bench.home.exists("left/folder"));
+        bench.restart();
+        sidebar = bench.find<QTreeWidget>("sidebar");
+        QCOMPARE(sidebar->findItems(u"folder"_s, Qt::MatchExactly | Qt::MatchRecursive).size(), 1);
+    }
+
+    void pastedCutFilesMoveAndTheClipboardIsEmptyThen()
+    {
+        WindowBench bench({{"left/a.txt", "a"}});
+        bench.select(Side::left, "a.txt");
+        bench.key(Qt::Key_X, Qt::ControlModifier);
+        bench.key(Qt::Key_Tab);
+        bench.key(Qt::Key_V, Qt::ControlModifier);
+        QTRY_COMPARE(bench.home.read("right/a.txt"), "a");
+        QTRY_VERIFY(!bench.home.exists("left/a.txt"));
+        QVERIFY(!bench.model->clipboard().content());
+    }
+
+    void folderShownOnOneSideIsShownOnTheOther()
+    {
+        WindowBench bench({{"left/deep/", ""}});
+        bench.pane(Side::left)->load(bench.home.path("left/deep"), true);
+        QTRY_COMPARE(bench.pane(Side::left)->currentPath(), bench.home.path("left/deep"));
+        bench.key(Qt::Key_U, Qt::ControlModifier | Qt::ShiftModifier);
+        QTRY_COMPARE(bench.pane(Side::right)->currentPath(), bench.home.path("left/deep"));
+        QVERIFY(bench.pane(Side::right)->canGoBack());
+        bench.key(Qt::Key_Home, Qt::AltModifier);
+        QTRY_COMPARE(bench.pane(Side::left)->currentPath(), bench.home.path());
     }
 };
 
