@@ -21,6 +21,10 @@ namespace moorix::test {
 class FolderServer final : public DiskFileService<RemoteFileService>
 {
 public:
+    using Options = const RemoteTransferOptions &;
+    using Copies = std::vector<RemoteCopy> &;
+    using Sums = QHash<QString, QByteArray>;
+
     /// Called when half of a file has gone either way; may throw, or change what is being copied.
     std::function<void(const QString &source)> halfway;
     /// Files arrive with half of their bytes, reported as success.
@@ -54,42 +58,28 @@ public:
             ++*farewells;
         m_isConnected = false;
     }
-    QList<FileItem> list(const QString &path, HiddenFiles hidden, const std::stop_token &stop) override
+    QList<FileItem> list(Path path, HiddenFiles hidden, Stop stop) override
     {
         if (!m_isConnected)
             throw FileServiceError::notConnected();
         return DiskFileService::list(path, hidden, stop);
     }
-    void remove(const FileItem &item, const std::stop_token &stop) override
+    void remove(Item item, Stop stop) override
     {
         requireThere(item);
         DiskFileService::remove(item, stop);
     }
-    FileItem followLink(const FileItem &link, const std::stop_token &stop) override
+    FileItem followLink(Item link, Stop stop) override
     {
         requireThere(link);
         return DiskFileService::followLink(link, stop);
     }
-    void download(const QString &remotePath, const QString &toLocal, const RemoteTransferOptions &options,
-                  const std::stop_token &stop) override
-    {
-        carry(remotePath, toLocal, options, stop);
-    }
-    void upload(const QString &localPath, const QString &toRemote, const RemoteTransferOptions &options,
-                const std::stop_token &stop) override
-    {
-        carry(localPath, toRemote, options, stop);
-    }
+    void download(Path from, Path to, Options options, Stop stop) override { carry(from, to, options, stop); }
+    void upload(Path from, Path to, Options options, Stop stop) override { carry(from, to, options, stop); }
     bool takesMany() const override { return isTakingMany; }
-    void uploadAll(std::vector<RemoteCopy> &copies, const Advanced &advanced, const std::stop_token &stop) override
-    {
-        carryAll(copies, advanced, stop);
-    }
-    void downloadAll(std::vector<RemoteCopy> &copies, const Advanced &advanced, const std::stop_token &stop) override
-    {
-        carryAll(copies, advanced, stop);
-    }
-    void takeSteps(std::vector<RemoteStep> &steps, const std::stop_token &stop) override
+    void uploadAll(Copies copies, const Advanced &advanced, Stop stop) override { carryAll(copies, advanced, stop); }
+    void downloadAll(Copies copies, const Advanced &advanced, Stop stop) override { carryAll(copies, advanced, stop); }
+    void takeSteps(std::vector<RemoteStep> &steps, Stop stop) override
     {
         for (RemoteStep &step : steps) {
             if (step.state != RemoteStep::State::open)
@@ -108,35 +98,33 @@ public:
             }
         }
     }
-    std::optional<QHash<QString, QByteArray>> checksums(const QStringList &paths, const std::stop_token &stop) override
+    std::optional<Sums> checksums(const QStringList &paths, Stop stop) override
     {
         if (!hasShell)
             return std::nullopt;
-        QHash<QString, QByteArray> sums;
+        Sums sums;
         for (const QString &path : paths)
             sums.insert(path, QCryptographicHash::hash(m_disk.read(path, stop), QCryptographicHash::Sha256));
         return sums;
     }
     bool mayTakeArchives() const override { return true; }
-    std::optional<QHash<QString, QByteArray>>
-    unpackArchive(const QString &folder, const std::function<QByteArray()> &next, const std::stop_token &stop) override
+    std::optional<Sums> unpackArchive(Path folder, const std::function<QByteArray()> &next, Stop stop) override
     {
         if (!hasShell)
             return std::nullopt;
         m_disk.createDirectory(folder, stop);
         ProcessRequest request;
         request.moreInput = next;
-        runTar(request, {QStringLiteral("-xpof"), QStringLiteral("-"), QStringLiteral("-C"), folder}, stop);
+        runTar(request, {QStringLiteral("-xpoC"), folder}, stop);
         if (garbles)
             m_disk.write("*", folder + QStringLiteral("/1"), stop);
-        QHash<QString, QByteArray> sums;
+        Sums sums;
         const TreeSnapshot tree = snapshotOf(folder);
         for (auto file = tree.cbegin(); file != tree.cend(); ++file)
             sums.insert(file.key(), QCryptographicHash::hash(file.value(), QCryptographicHash::Sha256));
         return sums;
     }
-    bool packArchive(const QString &folder, const std::function<void(QByteArrayView)> &take,
-                     const std::stop_token &stop) override
+    bool packArchive(Path folder, const std::function<void(QByteArrayView)> &take, Stop stop) override
     {
         if (!hasShell)
             return false;
@@ -146,14 +134,13 @@ public:
         }
         ProcessRequest request;
         request.takeOutput = take;
-        runTar(request, {QStringLiteral("-cf"), QStringLiteral("-"), QStringLiteral("-C"), folder, QStringLiteral(".")},
-               stop);
+        runTar(request, {QStringLiteral("-cC"), folder, QStringLiteral(".")}, stop);
         return true;
     }
-    void downloadRecursive(const QString &, const QString &, const std::stop_token &) override { Q_UNREACHABLE(); }
-    void uploadRecursive(const QString &, const QString &, const std::stop_token &) override { Q_UNREACHABLE(); }
-    void copyRemote(const QString &, const QString &, const std::stop_token &) override { Q_UNREACHABLE(); }
-    void moveRemote(const QString &source, const QString &destination, const std::stop_token &) override
+    void downloadRecursive(Path, Path, Stop) override { Q_UNREACHABLE(); }
+    void uploadRecursive(Path, Path, Stop) override { Q_UNREACHABLE(); }
+    void copyRemote(Path, Path, Stop) override { Q_UNREACHABLE(); }
+    void moveRemote(Path source, Path destination, Stop) override
     {
         if (::rename(QFile::encodeName(source).constData(), QFile::encodeName(destination).constData()) != 0)
             throw FileServiceError::operationFailed(QStringLiteral("rename: Failure"));
@@ -166,10 +153,10 @@ private:
             throw FileServiceError::notFound(item.path);
     }
 
-    void runTar(ProcessRequest &request, const QStringList &arguments, const std::stop_token &stop) const
+    void runTar(ProcessRequest &request, const QStringList &arguments, Stop stop) const
     {
         request.program = QStringLiteral("tar");
-        request.arguments = arguments;
+        request.arguments = QStringList{QStringLiteral("-f"), QStringLiteral("-")} + arguments;
         const ProcessResult result = SystemProcessRunner().run(request, stop);
         if (halfway)
             halfway(QString());
@@ -177,7 +164,7 @@ private:
             throw FileServiceError::operationFailed(QString::fromUtf8(result.standardError));
     }
 
-    void carryAll(std::vector<RemoteCopy> &copies, const Advanced &advanced, const std::stop_token &stop)
+    void carryAll(Copies copies, const Advanced &advanced, Stop stop)
     {
         for (std::size_t i = 0; i < copies.size(); ++i) {
             RemoteCopy &copy = copies.at(i);
@@ -197,8 +184,7 @@ private:
         }
     }
 
-    void carry(const QString &from, const QString &to, const RemoteTransferOptions &options,
-               const std::stop_token &stop)
+    void carry(Path from, Path to, Options options, Stop stop)
     {
         ++filesCarried;
         QByteArray bytes = LocalFileService().read(from, stop);

@@ -53,6 +53,8 @@ private slots:
             Scene scene(
                 {{"from/d/a", "text"}, {"from/d/.b", "dot"}, {"from/d/e/", ""}, {"from/d/f/c", "more"}, {"to/", ""}},
                 route);
+            // One by one, or together.
+            scene.server->isTakingMany = scene.otherServer->isTakingMany = isMove;
             scene.tree.write(u"from/"_s + longName, "x");
             const QString source = scene.tree.path(u"from/"_s + longName);
             setTimeAndMode(source, date, QFile::Permissions(0x6040));

@@ -204,12 +204,12 @@ private slots:
 
     void typeAheadFindsTheRow()
     {
-        const QStringList names{u"aa"_s, u"alpha"_s, u"beta"_s, u"Bravo"_s, u"cc"_s};
-        // A prefix, whatever the case; after a pause a new word; one letter again walks on and starts over; inside a
-        // name when none begins so.
+        const QStringList names{u"aa"_s, u"alpha"_s, u"beta"_s, u"better"_s, u"Bravo"_s, u"cc"_s};
+        // A prefix, whatever the case; a longer one stays where it fits; after a pause a new word; one letter again
+        // walks on and starts over; inside a name when none begins so.
         const std::tuple<const char *, std::chrono::milliseconds, const char *> rows[] = {
-            {"BR", 10ms, "Bravo"}, {"bc", 1500ms, "cc"},  {"bb", 10ms, "Bravo"},
-            {"bbb", 10ms, "beta"}, {"ph", 10ms, "alpha"}, {"zz", 10ms, "nothing"}};
+            {"BR", 10ms, "Bravo"},  {"be", 10ms, "beta"},  {"bc", 1500ms, "cc"},   {"bb", 10ms, "better"},
+            {"bbbb", 10ms, "beta"}, {"ph", 10ms, "alpha"}, {"zz", 10ms, "nothing"}};
         for (const auto &[typed, pause, expected] : rows) {
             TypeAhead typeAhead;
             int current = 0;
