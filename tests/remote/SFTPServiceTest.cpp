@@ -210,18 +210,6 @@ private slots:
         FileServiceContract::runRow({connectedAs(TestServer::userWithoutShell()), m_folder->path()});
     }
 
-    void modeOfATreeWithoutShellPassesLinksBy()
-    {
-        NEED_ACCOUNTS();
-        SFTPService &service = connectedAs(TestServer::userWithoutShell());
-        putFile(at("outside"), "kept");
-        service.createDirectory(at("tree"), neverStops);
-        QVERIFY(QFile::link(at("outside"), at("tree/link")));
-        service.setPermissions(at("tree"), u"700"_s, Recursive::yes, neverStops);
-        QVERIFY(!(QFile::permissions(at("tree")) & QFile::ReadOther));
-        QVERIFY(QFile::permissions(at("outside")) & QFile::ReadOther);
-    }
-
     void foldersThatMayNotBeReadSayWhy()
     {
         NEED_ACCOUNTS();

@@ -162,6 +162,7 @@ void treesAreCopiedMovedAndRemovedWhole(const Place &at)
 void permissionsAreSetOnTheItemOrTheTree(const Place &at)
 {
     at.make("folder/ folder/file=1 other=2");
+    QVERIFY(QFile::link(at.path("other"), at.path("folder/link")));
     at.chmod("other", "644");
     at.chmod("folder/file", "640");
     at.chmod("folder", "711");
