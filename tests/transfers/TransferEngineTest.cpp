@@ -238,7 +238,8 @@ private slots:
         const QUuid second = scene.send("from/b", "other");
         const QUuid third = scene.send("from/c", "other");
         scene.engine->moveUp(third);
-        scene.engine->moveUp(third); // Nothing gets ahead of what runs.
+        scene.engine->moveUp(third);               // Nothing gets ahead of what runs,
+        scene.engine->moveDown(scene.status().id); // which stays where it is.
         QCOMPARE(scene.status(1).id, third);
         scene.engine->moveDown(third);
         QCOMPARE(scene.status(1).id, second);
