@@ -8,8 +8,7 @@
 #include "remote/SFTPService.h"
 #include "remote/UnixListParser.h"
 
-#include <QSet>
-
+#include <algorithm>
 #include <sys/stat.h>
 
 namespace moorix {
@@ -40,20 +39,35 @@ struct Batch
     }
 };
 
-Batch copyCommands(std::vector<RemoteCopy> &copies, const QString &name,
-                   const std::function<void(const QString &)> &require)
+Batch commandsFor(std::vector<RemoteCopy> &copies, const std::function<QString(const RemoteCopy &)> &command)
 {
     Batch batch;
     for (std::size_t i = 0; i < copies.size(); ++i) {
-        const RemoteCopy &copy = copies.at(i);
-        if (copy.state != RemoteCopy::State::open)
-            continue;
-        batch.add(copies, i, [&] {
-            require(copy.from);
-            return name + sftpPath(copy.from) + u' ' + sftpPath(copy.to);
-        });
+        if (copies.at(i).state == RemoteCopy::State::open)
+            batch.add(copies, i, [&] { return command(copies.at(i)); });
     }
     return batch;
+}
+
+/// The folder that all copies go into under the names of their originals, if the client may begin there: it then asks
+/// the server one thing less about each of them.
+QString uploadFolder(const std::vector<RemoteCopy> &copies)
+{
+    constexpr std::size_t fewestFiles = 4;
+    const QString folder = copies.empty() ? QString() : Format::parent(copies.front().to);
+    const bool isCommon = std::all_of(copies.begin(), copies.end(), [&folder](const RemoteCopy &copy) {
+        return Format::parent(copy.to) == folder && Format::fileName(copy.to) == Format::fileName(copy.from);
+    });
+    return isCommon && copies.size() >= fewestFiles && SFTPProcessRunner::mayStartIn(folder) ? folder : QString();
+}
+
+Batch putCommands(std::vector<RemoteCopy> &copies, const QString &folder)
+{
+    return commandsFor(copies, [&folder](const RemoteCopy &copy) {
+        LocalDisk::requireFile(copy.from);
+        const QString put = QStringLiteral("put -p ") + sftpPath(copy.from);
+        return folder.isEmpty() ? put + u' ' + sftpPath(copy.to) : put;
+    });
 }
 
 /// Marks what failed. The rest stays open until its size is known.
@@ -92,33 +106,54 @@ QString stepCommand(const RemoteStep &step)
 } // namespace
 
 QList<SFTPAnswer> SFTPService::runEach(const QStringList &commands, const std::function<void(qsizetype)> &onAnswer,
-                                       const std::stop_token &stop)
+                                       const std::stop_token &stop, const QString &folder)
 {
     if (commands.isEmpty())
         return {};
-    return m_runner.runEach(login(), commands, onAnswer, stop);
+    const SSHLogin first = login();
+    if (!isFar())
+        return m_runner.runEach(first, commands, onAnswer, stop, folder);
+    QList<SFTPAnswer> answers;
+    m_lanes.carry(
+        first, [&](const SSHLogin &lane) { answers = m_runner.runEach(lane, commands, onAnswer, stop, folder); }, stop);
+    return answers;
+}
+
+/// Whether the way there takes most of a run's time, rather than the two machines.
+bool SFTPService::isFar() const
+{
+    constexpr std::chrono::milliseconds longestNearby(80);
+    return m_runner.quickestRun().value_or(longestNearby) > longestNearby;
+}
+
+int SFTPService::lanesForMany() const
+{
+    const int usual = RemoteFileService::lanesForMany();
+    return isFar() ? std::max(usual, m_lanes.room(login(), {})) : usual;
 }
 
 void SFTPService::uploadAll(std::vector<RemoteCopy> &copies, const Advanced &advanced, const std::stop_token &stop)
 {
-    const Batch batch = copyCommands(copies, QStringLiteral("put -p "), LocalDisk::requireFile);
+    const QString folder = uploadFolder(copies);
+    const Batch batch = putCommands(copies, folder);
     QStringList commands = batch.commands;
     // One listing of each folder tells the sizes of all that is in it.
     QStringList folders;
     for (const std::size_t index : batch.indices) {
-        if (const QString folder = Format::parent(copies.at(index).to); !folders.contains(folder))
-            folders << folder;
+        if (const QString parent = Format::parent(copies.at(index).to); !folders.contains(parent))
+            folders << parent;
     }
     std::vector<qsizetype> listings;
-    for (const QString &folder : std::as_const(folders)) {
-        commands += listCommands(folder, QStringLiteral("-la"));
+    for (const QString &listed : std::as_const(folders)) {
+        commands +=
+            listed == folder ? QStringList{QStringLiteral("ls -la")} : listCommands(listed, QStringLiteral("-la"));
         listings.push_back(commands.size() - 1);
     }
     const auto onAnswer = [&](qsizetype answered) {
         if (answered > 0 && std::size_t(answered) <= batch.indices.size())
             advanced(batch.indices.at(std::size_t(answered) - 1));
     };
-    const QList<SFTPAnswer> answers = runEach(commands, onAnswer, stop);
+    const QList<SFTPAnswer> answers = runEach(commands, onAnswer, stop, folder);
     noteFailures(copies, batch, answers);
     QHash<QString, qint64> sizes;
     for (qsizetype i = 0; i < folders.size(); ++i) {
@@ -135,7 +170,9 @@ void SFTPService::uploadAll(std::vector<RemoteCopy> &copies, const Advanced &adv
 
 void SFTPService::downloadAll(std::vector<RemoteCopy> &copies, const Advanced &advanced, const std::stop_token &stop)
 {
-    const Batch batch = copyCommands(copies, QStringLiteral("get -p "), [](const QString &) {});
+    const Batch batch = commandsFor(copies, [](const RemoteCopy &copy) {
+        return QStringLiteral("get -p ") + sftpPath(copy.from) + u' ' + sftpPath(copy.to);
+    });
     const auto onAnswer = [&](qsizetype answered) { advanced(batch.indices.at(std::size_t(answered) - 1)); };
     noteFailures(copies, batch, runEach(batch.commands, onAnswer, stop));
     for (const std::size_t index : batch.indices) {

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "remote/SFTPProcessRunner.h"
 
+#include "base/Json.h"
 #include "files/FileServiceError.h"
+#include "files/Format.h"
 #include "platform/ProcessRunner.h"
 #include "remote/ConnectionGate.h"
 #include "remote/ControlSocket.h"
@@ -77,7 +79,7 @@ SFTPProcessRunner::SFTPProcessRunner(std::shared_ptr<ProcessRunner> processes)
 
 QList<SFTPAnswer> SFTPProcessRunner::runEach(const SSHLogin &login, const QStringList &commands,
                                              const std::function<void(qsizetype)> &onAnswer,
-                                             const std::stop_token &stop)
+                                             const std::stop_token &stop, const QString &folder)
 {
     ProcessRequest request = batchRequest(commands);
     // Only one stream tells which failure belongs to which command.
@@ -90,7 +92,13 @@ QList<SFTPAnswer> SFTPProcessRunner::runEach(const SSHLogin &login, const QStrin
         while (answered + 1 < SFTPText::answers(output).size())
             onAnswer(++answered);
     };
-    ProcessResult result = runClient(login, QStringLiteral("-P"), std::move(request), stop);
+    ProcessResult result = runClient(login, QStringLiteral("-P"), std::move(request), stop, folder);
+    constexpr int folderRefused = 1;
+    if (!folder.isEmpty() && !result.crashed && result.exitCode == folderRefused && answered == 0) {
+        throw FileServiceError::operationFailed(
+            QStringLiteral("“%1” could not be entered.\n").arg(Format::display(folder)) +
+            SFTPText::decoded(SFTPText::withoutChatter(output)).trimmed());
+    }
     if (result.crashed || result.exitCode != 0) {
         result.standardError = SFTPText::withoutChatter(output);
         throwConnectionFailed(login, result, QStringLiteral("sftp"));
@@ -164,13 +172,47 @@ void SFTPProcessRunner::checkPassphrase(const SSHLogin &login, const std::stop_t
     }
 }
 
+bool SFTPProcessRunner::mayStartIn(const QString &folder)
+{
+    // The client looks for the folder as it stands there, then has its own quoting and patterns read it.
+    return std::none_of(folder.begin(), folder.end(), [](QChar c) { return QStringView(u"\"\\*?[").contains(c); }) &&
+           folder.startsWith(u'/');
+}
+
+bool SFTPProcessRunner::logsInSilently(const SSHLogin &login, const std::stop_token &stop)
+{
+    if (login.server.authMethod == AuthMethod::password)
+        return !login.credentials.password.value_or(QString()).isEmpty();
+    if (!login.identityPath)
+        return false;
+    ProcessRequest request;
+    request.program = QStringLiteral("/usr/bin/ssh-keygen");
+    request.arguments = QStringList{QStringLiteral("-l"), QStringLiteral("-f"), *login.identityPath};
+    const ProcessResult result = m_processes->run(request, stop);
+    // Keys of hardware want to be touched.
+    return result.exitCode == 0 && !result.standardOutput.contains("-SK)");
+}
+
+std::optional<std::chrono::milliseconds> SFTPProcessRunner::quickestRun() const
+{
+    const qint64 known = m_quickestRun;
+    return known < 0 ? std::nullopt : std::optional(std::chrono::milliseconds(known));
+}
+
+void SFTPProcessRunner::noteRun(std::chrono::milliseconds duration)
+{
+    qint64 known = m_quickestRun;
+    while ((known < 0 || duration.count() < known) && !m_quickestRun.compare_exchange_weak(known, duration.count()))
+        continue;
+}
+
 void SFTPProcessRunner::closeMaster(const ServerConnection &server) noexcept
 {
     SSHAuthHelper::closeMaster(server, *m_processes);
 }
 
 ProcessResult SFTPProcessRunner::runClient(const SSHLogin &login, const QString &portFlag, ProcessRequest request,
-                                           const std::stop_token &stop)
+                                           const std::stop_token &stop, const QString &folder)
 {
     using namespace SSHAuthHelper;
     const ServerConnection &server = login.server;
@@ -178,6 +220,8 @@ ProcessResult SFTPProcessRunner::runClient(const SSHLogin &login, const QString 
     bool isShared = true;
     const auto isWarm = [&] { return !isShared || ControlSocket::isPresent(server); };
     ConnectionGate::Door door{QStringLiteral("%1 %2").arg(server.host).arg(server.port)};
+    if (login.isFurther)
+        door.name += u' ' + uuidText(server.id);
     door.isWarm = isWarm;
     const ConnectionGate::Place place = ConnectionGate::ofThisProgram().enter(door, stop);
     isShared = ControlSocket::claim(server, login.credentials, *m_processes);
@@ -192,10 +236,16 @@ ProcessResult SFTPProcessRunner::runClient(const SSHLogin &login, const QString 
     useUtf8(auth.env);
     neverAskOnTerminal(auth.env);
     request.environment = auth.env;
+    const QString destination = SSHDestination::text(server) + (folder.isEmpty() ? QString() : u':' + folder);
     request.arguments =
         authOptions(server, login.identityPath, isShared ? Multiplex::yes : Multiplex::no, Interactive::no) +
-        QStringList{portFlag, QString::number(server.port), SSHDestination::text(server)} + request.arguments;
-    return m_processes->run(request, stop);
+        QStringList{portFlag, QString::number(server.port), destination} + request.arguments;
+    const bool wasUp = isShared && ControlSocket::isPresent(server);
+    const auto start = std::chrono::steady_clock::now();
+    ProcessResult result = m_processes->run(request, stop);
+    if (wasUp && result.exitCode == 0 && !result.crashed)
+        noteRun(std::chrono::round<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start));
+    return result;
 }
 
 } // namespace moorix

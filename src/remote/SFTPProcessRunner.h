@@ -6,6 +6,8 @@
 
 #include <QStringList>
 
+#include <atomic>
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <stop_token>
@@ -22,6 +24,8 @@ struct SSHLogin
     ServerConnection server;
     ConnectionCredentials credentials;
     std::optional<QString> identityPath;
+    /// Over a shared connection beside the server's first, which does not share its limits either.
+    bool isFurther = false;
 };
 
 /// One batch for `sftp`.
@@ -73,7 +77,7 @@ struct SSHOutput
 };
 
 /// Runs the OpenSSH clients for one login: options, secrets, shared connection, limits, and what their output really
-/// means. Blocking; without state of its own; safe to call from several threads. Secret files are gone when a call
+/// means. Blocking; safe to call from several threads. Secret files are gone when a call
 /// returns, however it does.
 class SFTPProcessRunner final
 {
@@ -85,9 +89,14 @@ public:
     SFTPOutput runCommands(const SSHLogin &login, const SFTPBatch &batch, const std::stop_token &stop);
 
     /// Runs commands that do not depend on one another, and tells of each what became of it, in their order. `onAnswer`
-    /// is called, about as they end, with how many have. Throws like `runCommands`, but never for a single command.
+    /// is called, about as they end, with how many have. They begin in `folder`, for which `mayStartIn` must hold, or
+    /// in the login's own when it is empty. Throws like `runCommands`, but never for a single command; operationFailed
+    /// when the folder cannot be entered, with nothing done.
     QList<SFTPAnswer> runEach(const SSHLogin &login, const QStringList &commands,
-                              const std::function<void(qsizetype answered)> &onAnswer, const std::stop_token &stop);
+                              const std::function<void(qsizetype answered)> &onAnswer, const std::stop_token &stop,
+                              const QString &folder = {});
+    /// The client puts quotes around the folder, but does not quote what is in it.
+    static bool mayStartIn(const QString &folder);
 
     /// The standard output of a command run by the account's shell. Throws connectionFailed for every exit code but 0.
     QString runSSH(const SSHLogin &login, const QString &command, const std::stop_token &stop);
@@ -99,14 +108,23 @@ public:
     /// Throws authFailed when the passphrase of a key login does not open its key, before a server sees it.
     void checkPassphrase(const SSHLogin &login, const std::stop_token &stop);
 
+    /// Whether the login asks nobody for anything: it is known what the server wants, and no key needs to be touched.
+    bool logsInSilently(const SSHLogin &login, const std::stop_token &stop);
+
+    /// How long the shortest run over a connection that was up has taken so far; nothing before the first.
+    std::optional<std::chrono::milliseconds> quickestRun() const;
+
     /// Ends the server's shared connection. Blocking; failures are ignored.
     void closeMaster(const ServerConnection &server) noexcept;
 
 private:
     ProcessResult runClient(const SSHLogin &login, const QString &portFlag, ProcessRequest request,
-                            const std::stop_token &stop);
+                            const std::stop_token &stop, const QString &folder = {});
+    void noteRun(std::chrono::milliseconds duration);
 
     std::shared_ptr<ProcessRunner> m_processes;
+    /// In milliseconds; negative before the first run.
+    std::atomic<qint64> m_quickestRun = -1;
 };
 
 } // namespace moorix

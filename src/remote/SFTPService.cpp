@@ -88,6 +88,7 @@ void SFTPService::disconnect() noexcept
         SSHAuthHelper::cleanupIdentity(m_tempIdentityPath);
     }
     m_runner.closeMaster(m_server);
+    m_lanes.close();
 }
 
 QString SFTPService::defaultDirectory(const std::stop_token & /*stop*/)

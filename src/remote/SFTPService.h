@@ -3,6 +3,7 @@
 
 #include "files/RemoteFileService.h"
 #include "remote/SFTPProcessRunner.h"
+#include "remote/SSHLanes.h"
 
 #include <mutex>
 
@@ -52,6 +53,7 @@ public:
     void copyRemote(const QString &source, const QString &destination, const std::stop_token &stop) override;
     void moveRemote(const QString &source, const QString &destination, const std::stop_token &stop) override;
     bool takesMany() const override { return true; }
+    int lanesForMany() const override;
     void uploadAll(std::vector<RemoteCopy> &copies, const Advanced &advanced, const std::stop_token &stop) override;
     void downloadAll(std::vector<RemoteCopy> &copies, const Advanced &advanced, const std::stop_token &stop) override;
     void takeSteps(std::vector<RemoteStep> &steps, const std::stop_token &stop) override;
@@ -77,7 +79,8 @@ private:
     SSHLogin login() const;
     SFTPOutput run(const SFTPBatch &batch, const std::stop_token &stop);
     QList<SFTPAnswer> runEach(const QStringList &commands, const std::function<void(qsizetype answered)> &onAnswer,
-                              const std::stop_token &stop);
+                              const std::stop_token &stop, const QString &folder = {});
+    bool isFar() const;
     /// What lists a folder; the last of them prints the rows.
     static QStringList listCommands(const QString &path, const QString &flags);
     /// What a shell command prints; nothing when the account has no shell to run it.
@@ -96,6 +99,7 @@ private:
     ServerConnection m_server;
     ConnectionCredentials m_credentials;
     SFTPProcessRunner m_runner;
+    mutable SSHLanes m_lanes{m_runner};
 
     mutable std::mutex m_mutex;
     bool m_isConnected = false;

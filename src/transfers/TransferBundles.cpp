@@ -53,7 +53,14 @@ bool TransferBundles::suits(const TransferNode &file, const TransferPlace &place
 
 int TransferBundles::lanes() const
 {
-    return m_gate.lanesForSmall(server().lanesForMany());
+    return m_gate.lanesForSmall(lanesAtServer());
+}
+
+/// As archives few of them fill the line.
+int TransferBundles::lanesAtServer() const
+{
+    const bool mayBeArchives = !m_isArchiveRefused && server().mayTakeArchives();
+    return mayBeArchives ? TransferGate::mostPerServer : server().lanesForMany();
 }
 
 bool TransferBundles::suitsStage(const TransferNode &folder) const
@@ -130,7 +137,7 @@ bool TransferBundles::copyAcrossBreaks(std::vector<RemoteCopy> &copies, Progress
         control.waitWhilePaused();
         try {
             const std::stop_token stop = control.untilPause();
-            const TransferGate::Place place = m_gate.enterForSmall(&server(), server().lanesForMany(), stop);
+            const TransferGate::Place place = m_gate.enterForSmall(&server(), lanesAtServer(), stop);
             // What an earlier try has written may not be written to again: it may have its mode already.
             if (std::exchange(hasParts, true))
                 clearParts(stillOpen(copies), stop);

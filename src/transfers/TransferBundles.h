@@ -46,6 +46,7 @@ public:
 private:
     using Progress = std::deque<TransferTally::File>;
 
+    int lanesAtServer() const;
     /// Whether most of them went as an archive.
     bool copyAcrossBreaks(std::vector<RemoteCopy> &copies, Progress &progress, bool hasParts);
     bool copyAsArchive(std::vector<RemoteCopy> &copies, const RemoteFileService::Advanced &advanced,

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "remote/ConnectionGate.h"
+#include "remote/SSHLanes.h"
+#include "support/FakeProcessRunner.h"
 #include "support/Shorthand.h"
 #include "support/TestMain.h"
 
@@ -98,5 +100,48 @@ private slots:
     }
 };
 
+class SSHLanesTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void refusedConnectionIsNotAskedForAgainAtOnceAndTheFirstCarriesOn()
+    {
+        for (const bool isRefused : {false, true}) {
+            const auto processes = std::make_shared<FakeProcessRunner>([isRefused](const ProcessRequest &) {
+                return isRefused ? ProcessResult{255, false, "", "Connection closed by remote host\n"}
+                                 : FakeProcessRunner::success();
+            });
+            SFTPProcessRunner runner(processes);
+            SSHLanes lanes(runner);
+            SSHLogin login;
+            login.server.host = u"host"_s;
+            login.server.username = u"me"_s;
+            login.credentials.password = u"secret"_s;
+            QSet<QUuid> ids;
+            for (int i = 0; i < 9; ++i)
+                lanes.carry(
+                    login, [&](const SSHLogin &lane) { ids << lane.server.id; }, neverStops);
+            QCOMPARE(ids.contains(login.server.id), isRefused);
+            QCOMPARE(lanes.room(login, neverStops) == 0, isRefused);
+            QCOMPARE(processes->requests().size(), 1);
+        }
+    }
+
+    void loginThatSomebodyHasToAnswerIsNotRepeated()
+    {
+        const auto processes = std::make_shared<FakeProcessRunner>([](const ProcessRequest &) {
+            return ProcessResult{0, false, "256 SHA256:x me (ED25519-SK)\n", ""};
+        });
+        SFTPProcessRunner runner(processes);
+        SSHLogin login;
+        QCOMPARE(SSHLanes(runner).room(login, neverStops), 0);
+        login.server.authMethod = AuthMethod::privateKeyFile;
+        login.identityPath = u"/key"_s;
+        QCOMPARE(SSHLanes(runner).room(login, neverStops), 0);
+    }
+};
+
 MOORIX_TEST(ConnectionGateTest)
+MOORIX_TEST(SSHLanesTest)
 #include "ConnectionGateTest.moc"

@@ -158,6 +158,37 @@ private slots:
         service->disconnect();
     }
 
+    void smallFilesOfAServerFarAwayGoOverFurtherConnections()
+    {
+        if (!m_sshd->hasAccounts())
+            QSKIP("Only root can make accounts.");
+        const DelayProxy proxy(m_sshd->port(), 30ms);
+        ServerConnection record = m_sshd->connection();
+        record.username = TestServer::userWithoutShell();
+        record.port = proxy.port();
+        const qsizetype before = m_sshd->sessions().size();
+        for (const bool isUpload : {true, false}) {
+            const auto service = connected(record);
+            Scene scene({{"from/d/e/$(x) \"a\\b", "1"}, {"to/", ""}});
+            for (int i = 0; i < 60; ++i)
+                scene.tree.write(u"from/d/%1"_s.arg(i), QByteArray(i, 'x'));
+            QVERIFY(QFile::setPermissions(scene.tree.path("to"), QFile::Permissions(0x7777)));
+            QVERIFY(QFile::setPermissions(scene.tree.path(""), QFile::Permissions(0x7755)));
+            (isUpload ? scene.request.destination : scene.request.source) = service;
+            std::atomic<qsizetype> most = 0;
+            scene.callbacks.progress = [&](const TransferCounts &) {
+                most = std::max(most.load(), m_sshd->sessions().size());
+            };
+            scene.add("from/d");
+            const TransferOutcome outcome = scene.run();
+            QCOMPARE(outcome.failures, QStringList());
+            QCOMPARE(scene.under(u"to/"_s), scene.under(u"from/"_s));
+            QVERIFY2(most >= before + 4, qPrintable(QString::number(most)));
+            service->disconnect();
+            QTRY_COMPARE(m_sshd->sessions().size(), before);
+        }
+    }
+
     void linksTravelAsLinks()
     {
         for (const bool isUpload : {true, false}) {
