@@ -6,7 +6,9 @@
 #include <QHash>
 #include <QStringList>
 
+#include <algorithm>
 #include <functional>
+#include <thread>
 #include <vector>
 
 namespace moorix {
@@ -47,12 +49,16 @@ struct RemoteStep
         /// Takes the place of a file that stands at `toPath`, in one step where the server can.
         replace,
         /// Of a file. One that is not there counts as removed.
-        remove
+        remove,
+        /// Of a file or folder: gives it the permissions in `octal`.
+        setMode
     };
     enum class State { open, done, failed };
     Kind kind = Kind::rename;
     QString path;
     QString toPath = {};
+    /// "755".
+    QString octal = {};
     State state = State::open;
     QString failure = {};
 };
@@ -92,8 +98,8 @@ public:
     /// Called on the worker when the client is through with the file at `index`.
     using Advanced = std::function<void(std::size_t index)>;
     virtual bool takesMany() const { return false; }
-    /// How many threads may do so at once to advantage.
-    virtual int lanesForMany() const { return 6; }
+    /// How many threads may do so at once to advantage: to a server nearby, as many as keep this machine busy.
+    virtual int lanesForMany() const { return std::clamp(2 * int(std::thread::hardware_concurrency()), 4, 6); }
     /// Copies carry the time and mode of their originals, as far as the protocol tells and takes them.
     virtual void uploadAll(std::vector<RemoteCopy> & /*copies*/, const Advanced & /*advanced*/,
                            const std::stop_token & /*stop*/)

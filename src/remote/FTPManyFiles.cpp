@@ -272,11 +272,16 @@ void FTPService::takeSteps(std::vector<RemoteStep> &steps, const std::stop_token
         if (step.state == RemoteStep::State::open && step.kind == RemoteStep::Kind::rename &&
             isThere(step.toPath, before, stop))
             moorix::fail(step, QStringLiteral("something of this name is there."));
+        // Some servers cut the blank off and would change the entry of that name.
+        if (step.kind == RemoteStep::Kind::setMode && step.path.endsWith(u' '))
+            moorix::fail(step, QStringLiteral("its name ends in a blank."));
         if (step.state != RemoteStep::State::open)
             continue;
         sent.push_back(&step);
         if (step.kind == RemoteStep::Kind::remove)
             commands << "DELE " + native(step.path) << "NOOP";
+        else if (step.kind == RemoteStep::Kind::setMode)
+            commands << "SITE CHMOD " + step.octal.toLatin1() + ' ' + native(step.path) << "NOOP";
         else
             commands << "RNFR " + native(step.path) << "RNTO " + native(step.toPath);
     }
@@ -299,7 +304,7 @@ void FTPService::settle(RemoteStep &step, const FTPReply &reply, Standing &after
         // Some servers rename over nothing; and their words do not tell what is missing.
         if (step.kind == RemoteStep::Kind::replace)
             moveRemote(step.path, step.toPath, stop);
-        else if (step.kind == RemoteStep::Kind::rename || isThere(step.path, after, stop))
+        else if (step.kind != RemoteStep::Kind::remove || isThere(step.path, after, stop))
             moorix::fail(step, words(reply));
     } catch (const FileServiceError &error) {
         if (error.kind() == FileServiceError::Case::connectionFailed)

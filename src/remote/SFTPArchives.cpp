@@ -73,7 +73,8 @@ std::optional<QHash<QString, QList<FileItem>>> SFTPService::listTree(const QStri
     streams.takeOutput = [&rows](QByteArrayView bytes) { rows += bytes; };
     const QString command =
         QStringLiteral("find -H %1 -mindepth 1 -printf %2").arg(shellPath(folder), shellPath(u"%M/%s/%T@/%u/%P\\0"_s));
-    if (m_runner.runRemote(login(), command, stop, streams).exitCode != 0)
+    const std::optional<SSHOutput> output = askShell(command, stop, streams);
+    if (!output || output->exitCode != 0)
         return std::nullopt;
     QHash<QString, QList<FileItem>> tree;
     for (qsizetype start = 0; start < rows.size();) {
@@ -94,8 +95,8 @@ std::optional<QHash<QString, QByteArray>> SFTPService::checksums(const QStringLi
         return QHash<QString, QByteArray>();
     SSHStreams streams;
     streams.input = paths.join(QChar::Null).toUtf8() + '\0';
-    const SSHOutput output = m_runner.runRemote(login(), QStringLiteral("xargs -0 sha256sum -z --"), stop, streams);
-    const QHash<QString, QByteArray> sums = parsedSums(output.text);
+    const std::optional<SSHOutput> output = askShell(QStringLiteral("xargs -0 sha256sum -z --"), stop, streams);
+    const QHash<QString, QByteArray> sums = parsedSums(output ? output->text : QString());
     // Files that cannot be read make it fail; it cannot be there at all when nothing came back.
     return sums.isEmpty() ? std::nullopt : std::optional(sums);
 }
@@ -173,7 +174,8 @@ bool SFTPService::renameBeside(const QString &path, const QString &toPath, const
     const QString script = QStringLiteral("[ ! -e \"$2\" ] && [ ! -L \"$2\" ] && mv -T \"$1\" \"$2\"");
     const QString command =
         QStringLiteral("sh -c %1 sh %2 %3").arg(shellPath(script), shellPath(path), shellPath(toPath));
-    return m_runner.runRemote(login(), command, stop).exitCode == 0;
+    const std::optional<SSHOutput> output = askShell(command, stop);
+    return output && output->exitCode == 0;
 }
 
 bool SFTPService::createLink(const QString &target, const QString &path, const std::stop_token &stop)
@@ -193,8 +195,8 @@ void SFTPService::requireAddressable(const QString &path) const
 
 std::optional<QString> SFTPService::linkTarget(const QString &path, const std::stop_token &stop)
 {
-    const SSHOutput output = m_runner.runRemote(login(), QStringLiteral("readlink -n ") + shellPath(path), stop);
-    return output.exitCode == 0 && !output.text.isEmpty() ? std::optional(output.text) : std::nullopt;
+    const std::optional<SSHOutput> output = askShell(QStringLiteral("readlink -n ") + shellPath(path), stop);
+    return output && output->exitCode == 0 && !output->text.isEmpty() ? std::optional(output->text) : std::nullopt;
 }
 
 } // namespace moorix

@@ -96,6 +96,8 @@ QString stepCommand(const RemoteStep &step)
         return QStringLiteral("rm ") + sftpPath(step.path);
     case RemoteStep::Kind::replace:
         return QStringLiteral("rename ") + sftpPath(step.path) + u' ' + sftpPath(step.toPath);
+    case RemoteStep::Kind::setMode:
+        return QStringLiteral("chmod %1 ").arg(step.octal) + sftpPath(step.path);
     case RemoteStep::Kind::rename:
         break;
     }

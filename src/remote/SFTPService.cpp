@@ -76,6 +76,7 @@ void SFTPService::connect(const std::stop_token &stop)
     const QString home = parsedHome(m_runner.runCommands(login, batch, stop).text);
     const std::lock_guard lock(m_mutex);
     m_home = home;
+    m_lacksShell = false;
     m_isConnected = true;
 }
 
@@ -285,22 +286,45 @@ SFTPOutput SFTPService::run(const SFTPBatch &batch, const std::stop_token &stop)
     return m_runner.runCommands(login(), batch, stop);
 }
 
+std::optional<SSHOutput> SFTPService::askShell(const QString &command, const std::stop_token &stop,
+                                               const SSHStreams &streams)
+{
+    const SSHLogin current = login();
+    if (m_lacksShell)
+        return std::nullopt;
+    constexpr qsizetype longestSentence = 1000;
+    QByteArray beginning;
+    SSHStreams watched = streams;
+    if (streams.takeOutput) {
+        watched.takeOutput = [&](QByteArrayView bytes) {
+            beginning += bytes.first(std::min(bytes.size(), longestSentence - beginning.size()));
+            streams.takeOutput(bytes);
+        };
+    }
+    SSHOutput output = m_runner.runRemote(current, command, stop, watched);
+    beginning += output.text.left(longestSentence).toUtf8();
+    // The commands used here never fail with words on standard output only: that is an account saying that it offers
+    // file transfer alone.
+    if (output.exitCode != 0 && output.errorText.isEmpty() && !beginning.trimmed().isEmpty()) {
+        m_lacksShell = true;
+        return std::nullopt;
+    }
+    return output;
+}
+
 std::optional<QString> SFTPService::runShell(const QString &command, const QString &action, const std::stop_token &stop,
                                              const SSHStreams &streams)
 {
     constexpr int cannotExecute = 126;
     constexpr int commandNotFound = 127;
-    const SSHOutput output = m_runner.runRemote(login(), command, stop, streams);
-    if (output.exitCode == 0)
-        return output.text;
-    // The commands used here never fail with words on standard output only: that is an account saying that it offers
-    // file transfer alone.
-    const bool isTurnedAway = output.errorText.isEmpty() && !output.text.trimmed().isEmpty();
-    if (isTurnedAway || output.exitCode == cannotExecute || output.exitCode == commandNotFound)
+    const std::optional<SSHOutput> output = askShell(command, stop, streams);
+    if (!output || output->exitCode == cannotExecute || output->exitCode == commandNotFound)
         return std::nullopt;
-    const QString words = output.errorText.isEmpty()
-                              ? QStringLiteral("The command exited with code %1.").arg(output.exitCode)
-                              : output.errorText;
+    if (output->exitCode == 0)
+        return output->text;
+    const QString words = output->errorText.isEmpty()
+                              ? QStringLiteral("The command exited with code %1.").arg(output->exitCode)
+                              : output->errorText;
     throw FileServiceError::operationFailed(action + QStringLiteral(".\n") + words);
 }
 

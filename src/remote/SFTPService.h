@@ -60,7 +60,7 @@ public:
     std::optional<QHash<QString, QByteArray>> checksums(const QStringList &paths, const std::stop_token &stop) override;
     std::optional<QHash<QString, QList<FileItem>>> listTree(const QString &folder,
                                                             const std::stop_token &stop) override;
-    bool mayTakeArchives() const override { return true; }
+    bool mayTakeArchives() const override { return !m_lacksShell; }
     std::optional<QHash<QString, QByteArray>>
     unpackArchive(const QString &folder, const std::function<QByteArray()> &next, const std::stop_token &stop) override;
     bool packArchive(const QString &folder, const std::function<void(QByteArrayView)> &take,
@@ -83,8 +83,11 @@ private:
     bool isFar() const;
     /// What lists a folder; the last of them prints the rows.
     static QStringList listCommands(const QString &path, const QString &flags);
-    /// What a shell command prints; nothing when the account has no shell to run it.
+    /// How a command of the account's shell ended; nothing once the account has turned out to have none.
+    std::optional<SSHOutput> askShell(const QString &command, const std::stop_token &stop,
+                                      const SSHStreams &streams = {});
     bool pack(const QString &command, const QString &folder, SSHStreams streams, const std::stop_token &stop);
+    /// What a shell command prints; nothing when the account has no shell to run it.
     std::optional<QString> runShell(const QString &command, const QString &action, const std::stop_token &stop,
                                     const SSHStreams &streams = {});
     /// The row of what `path` leads to, links followed; nothing when there is nothing.
@@ -100,6 +103,8 @@ private:
     ConnectionCredentials m_credentials;
     SFTPProcessRunner m_runner;
     mutable SSHLanes m_lanes{m_runner};
+    /// Found out by the first command; each one would cost a connection's worth of answers for nothing.
+    std::atomic<bool> m_lacksShell = false;
 
     mutable std::mutex m_mutex;
     bool m_isConnected = false;

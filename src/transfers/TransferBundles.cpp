@@ -66,8 +66,8 @@ int TransferBundles::lanesAtServer() const
 bool TransferBundles::suitsStage(const TransferNode &folder) const
 {
     constexpr qint64 fewestFiles = 8;
-    return !m_isRefused && m_route.isServerDestination() && !m_route.isServerSource() && server().takesMany() &&
-           (m_isArchiveRefused || !server().mayTakeArchives()) && folder.fileCount() >= fewestFiles;
+    return !m_isRefused && mayTakeSteps() && (m_isArchiveRefused || !server().mayTakeArchives()) &&
+           folder.fileCount() >= fewestFiles;
 }
 
 bool TransferBundles::carry(std::vector<Entry> &entries)
@@ -276,7 +276,7 @@ void TransferBundles::findTaken(std::vector<RemoteStep> &steps, const std::stop_
 {
     QHash<QString, QSet<QString>> there;
     for (RemoteStep &step : steps) {
-        if (step.state != RemoteStep::State::open)
+        if (step.state != RemoteStep::State::open || step.kind == RemoteStep::Kind::setMode)
             continue;
         const QString folder = Format::parent(step.path);
         if (!there.contains(folder)) {

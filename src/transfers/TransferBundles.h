@@ -37,6 +37,12 @@ public:
     bool suitsStage(const TransferNode &folder) const;
     /// Whether an unfinished copy could not be removed; in a stage it bears the file's own name.
     bool hasLeftHalves() const { return m_hasLeftHalves; }
+    bool mayTakeSteps() const
+    {
+        return m_route.isServerDestination() && !m_route.isServerSource() && server().takesMany();
+    }
+    /// Takes the steps on the server that the files go to, across broken links. Throws when it is stopped or lost.
+    void takeSteps(std::vector<RemoteStep> &steps);
     /// Whether the file gains by travelling with others.
     bool suits(const TransferNode &file, const TransferPlace &place) const;
     /// Carries them, once there is room for another lane. False when it could not be done this way; those that have not
@@ -54,7 +60,6 @@ private:
     void verify(const FileItem &file, RemoteCopy &copy);
     void giveNames(std::vector<Entry> &entries, std::vector<RemoteCopy> &copies);
     void giveNamesOnServer(std::vector<Entry> &entries, std::vector<RemoteCopy> &copies);
-    void takeSteps(std::vector<RemoteStep> &steps);
     void findTaken(std::vector<RemoteStep> &steps, const std::stop_token &stop);
     void clearParts(const std::vector<RemoteCopy> &copies, const std::stop_token &stop);
     void noteWay(qint64 files, bool isArchive);

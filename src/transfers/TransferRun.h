@@ -89,7 +89,8 @@ private:
     void enterFolder(TransferNode &node, const TransferPlace &place, const TransferTarget &target, Item &item);
     TransferTarget openStage(TransferNode &node, const TransferPlace &place, const TransferTarget &target, Item &item);
     QString finalPath(const Item &item, const QString &path);
-    void nameStages(Item &item);
+    void finishFolders(Item &item);
+    void fail(Item &item, const Stage &stage, const QString &reason);
     void settleStages(Item &item);
     bool streamFolder(TransferNode &node, const TransferPlace &place, Item &item);
     void sendRest(TransferNode &node, Item &item);

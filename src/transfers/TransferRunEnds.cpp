@@ -18,9 +18,7 @@ void TransferRun::release(Item &item)
     if (--item.pending > 0 || m_callbacks.control->isStopped())
         return;
     try {
-        nameStages(item);
-        for (auto folder = item.newFolders.crbegin(); folder != item.newFolders.crend(); ++folder)
-            applyFolderAttributes(folder->first, folder->second);
+        finishFolders(item);
         if (m_request.isMove && !item.isIncomplete && m_request.check == TransferCheck::size)
             removeSource(item);
     } catch (const Cancelled &) {
@@ -30,27 +28,43 @@ void TransferRun::release(Item &item)
     }
 }
 
-/// What has not arrived was removed, so that each file in the folder is whole.
-void TransferRun::nameStages(Item &item)
+/// What has not arrived was removed, so that each file in a stage is whole. Modes and times that a file system or a
+/// server does not take are left as they are: the content is what counts.
+void TransferRun::finishFolders(Item &item)
 {
+    std::vector<RemoteStep> steps;
+    std::vector<Stage *> renamed;
     for (Stage &stage : item.stages) {
-        try {
-            if (m_bundles.hasLeftHalves()) {
-                throw Error(
-                    u"Transfer"_s,
-                    u"it waits as “%1” because an unfinished copy in it could not be removed"_s.arg(stage.part.name));
-            }
-            m_parts.giveName(stage.part, stage.place);
-            stage.isNamed = true;
-        } catch (const Cancelled &) {
-            throw;
-        } catch (const Error &error) {
-            if (isConnectionLost(error))
-                throw;
-            item.isIncomplete = true;
-            report(stage.node->item, error.message());
+        if (m_bundles.hasLeftHalves()) {
+            fail(item, stage,
+                 u"it waits as “%1” because an unfinished copy in it could not be removed"_s.arg(stage.part.name));
+            continue;
         }
+        renamed.push_back(&stage);
+        steps.push_back({RemoteStep::Kind::rename, stage.part.path, stage.place.path});
     }
+    const bool takesSteps = m_bundles.mayTakeSteps();
+    for (auto folder = item.newFolders.crbegin(); folder != item.newFolders.crend(); ++folder) {
+        const auto octal = Format::octalMode(folder->first.permissions);
+        if (!takesSteps)
+            applyFolderAttributes(folder->first, folder->second);
+        else if (octal)
+            steps.push_back({RemoteStep::Kind::setMode, folder->second, {}, *octal});
+    }
+    if (steps.empty())
+        return;
+    m_bundles.takeSteps(steps);
+    for (std::size_t i = 0; i < renamed.size(); ++i) {
+        renamed.at(i)->isNamed = steps.at(i).state == RemoteStep::State::done;
+        if (!renamed.at(i)->isNamed)
+            fail(item, *renamed.at(i), u"it could not take its name: %1"_s.arg(steps.at(i).failure));
+    }
+}
+
+void TransferRun::fail(Item &item, const Stage &stage, const QString &reason)
+{
+    item.isIncomplete = true;
+    report(stage.node->item, reason);
 }
 
 /// When the user has stopped the transfer, whole files stay as in any other folder. What the link was lost for, another
@@ -74,7 +88,6 @@ void TransferRun::settleStages(Item &item)
     }
 }
 
-/// Modes and times that a file system or a server does not take are left as they are: the content is what counts.
 void TransferRun::applyFolderAttributes(const FileItem &folder, const QString &path)
 {
     if (const auto octal = Format::octalMode(folder.permissions)) {

@@ -135,10 +135,13 @@ void whatStandsAtTheTargetIsNeverReplaced(const Place &at)
     QVERIFY_THROWS_EXCEPTION(Error, at.service.createDirectory(at.path("a"), go));
     QVERIFY_THROWS_EXCEPTION(Error, at.write("folder", "x"));
     QVERIFY_THROWS_EXCEPTION(Error, at.service.read(at.path("folder"), go));
-    std::vector<RemoteStep> steps{{RemoteStep::Kind::rename, at.path("a"), at.path("b")}};
+    std::vector<RemoteStep> steps{{RemoteStep::Kind::rename, at.path("a"), at.path("b")},
+                                  {RemoteStep::Kind::rename, at.path("folder"), at.path("empty")},
+                                  {RemoteStep::Kind::setMode, at.path("missing"), {}, u"600"_s}};
     if (at.server()) {
         at.server()->takeSteps(steps, go);
-        QVERIFY(steps.front().state == RemoteStep::State::failed);
+        for (const RemoteStep &step : steps)
+            QVERIFY2(step.state == RemoteStep::State::failed, qUtf8Printable(step.path));
     }
     QCOMPARE(at.contents(), before);
 }

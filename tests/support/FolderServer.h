@@ -86,7 +86,9 @@ public:
                 continue;
             step.state = RemoteStep::State::done;
             try {
-                if (step.kind == RemoteStep::Kind::replace)
+                if (step.kind == RemoteStep::Kind::setMode)
+                    m_disk.setPermissions(step.path, step.octal, Recursive::no, stop);
+                else if (step.kind == RemoteStep::Kind::replace)
                     moveRemote(step.path, step.toPath, stop);
                 else if (step.kind == RemoteStep::Kind::rename)
                     m_disk.move(*m_disk.stat(step.path, stop), step.toPath, stop);
