@@ -48,6 +48,8 @@ private:
         TransferNode *node;
         FileItem part;
         TransferPlace place;
+        /// An earlier try has filled it, and folders in it may not have been looked at yet.
+        bool isFromBefore = false;
         bool isNamed = false;
     };
     /// One of the request's items with all that lies in it.
@@ -60,6 +62,8 @@ private:
         /// Folders that were made, and what they are copies of.
         std::vector<std::pair<FileItem, QString>> newFolders;
         std::vector<Stage> stages;
+        /// What an earlier try has left unfinished in a stage may still be there.
+        bool hasUnclearStage = false;
     };
     /// Files that wait for others to travel with, and the items they belong to.
     struct Bundle
@@ -88,6 +92,8 @@ private:
     void send(TransferNode &node, const TransferPlace &place, TransferTarget &target, Item &item);
     void enterFolder(TransferNode &node, const TransferPlace &place, const TransferTarget &target, Item &item);
     TransferTarget openStage(TransferNode &node, const TransferPlace &place, const TransferTarget &target, Item &item);
+    TransferTarget openAgain(const TransferNode &node, const QString &path, Item &item);
+    void clear(const TransferNode &node, TransferTarget &stage);
     QString finalPath(const Item &item, const QString &path);
     void finishFolders(Item &item);
     void fail(Item &item, const Stage &stage, const QString &reason);

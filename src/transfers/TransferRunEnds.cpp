@@ -35,7 +35,7 @@ void TransferRun::finishFolders(Item &item)
     std::vector<RemoteStep> steps;
     std::vector<Stage *> renamed;
     for (Stage &stage : item.stages) {
-        if (m_bundles.hasLeftHalves()) {
+        if (m_bundles.hasLeftHalves() || item.hasUnclearStage) {
             fail(item, stage,
                  u"it waits as “%1” because an unfinished copy in it could not be removed"_s.arg(stage.part.name));
             continue;
@@ -67,8 +67,8 @@ void TransferRun::fail(Item &item, const Stage &stage, const QString &reason)
     report(stage.node->item, reason);
 }
 
-/// When the user has stopped the transfer, whole files stay as in any other folder. What the link was lost for, another
-/// try goes on with.
+/// When the user has stopped the transfer, whole files stay as in any other folder, unless there may be others. What
+/// the link was lost for, another try goes on with.
 void TransferRun::settleStages(Item &item)
 {
     for (Stage &stage : item.stages) {
@@ -78,7 +78,10 @@ void TransferRun::settleStages(Item &item)
         try {
             // Even after a stop, hence the token of its own.
             if (control.isStopped() && !control.keepsParts() && !m_bundles.hasLeftHalves()) {
-                stage.isNamed = m_route.rename(stage.part, stage.place.path, localTransfer::Existing::refuse, {});
+                if (stage.isFromBefore)
+                    m_parts.clear(stage.part, {});
+                else
+                    stage.isNamed = m_route.rename(stage.part, stage.place.path, localTransfer::Existing::refuse, {});
                 continue;
             }
         } catch (const Error &error) {

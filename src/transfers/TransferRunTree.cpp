@@ -7,11 +7,14 @@
 #include "files/Format.h"
 #include "transfers/TransferNames.h"
 
+#include <QSet>
+
 #include <algorithm>
 #include <utility>
 
 namespace moorix {
 
+using namespace Qt::StringLiterals;
 using Fate = TransferNode::Fate;
 using Standing = TransferPlace::Standing;
 
@@ -76,7 +79,7 @@ void TransferRun::enterFolder(TransferNode &node, const TransferPlace &place, co
     else if (isNew)
         makeFolder(place.path);
     else
-        inner = openTarget(place.path);
+        inner = target.isStage ? openAgain(node, place.path, item) : openTarget(place.path);
     // What an earlier run had begun, before somebody else made the folder.
     const QString stage = transferNames::stagePath(place.path, m_request.id, node.item);
     if (!isNew && target.entries.contains(Format::fileName(stage)))
@@ -103,11 +106,51 @@ TransferTarget TransferRun::openStage(TransferNode &node, const TransferPlace &p
         makeFolder(part.path);
     {
         const std::lock_guard lock(m_arrivedMutex);
-        item.stages.push_back({&node, part, place});
+        item.stages.push_back({&node, part, place, isThere});
     }
-    TransferTarget stage = isThere ? openTarget(part.path) : TransferTarget{part.path, {}, true};
+    TransferTarget stage = isThere ? openAgain(node, part.path, item) : TransferTarget{part.path, {}, true};
     stage.isStage = true;
     return stage;
+}
+
+/// Opens a folder of a stage that an earlier try has filled. Until all of those are clear, it cannot take its name.
+TransferTarget TransferRun::openAgain(const TransferNode &node, const QString &path, Item &item)
+{
+    const bool wasUnclear = std::exchange(item.hasUnclearStage, true);
+    TransferTarget target = openTarget(path);
+    clear(node, target);
+    item.hasUnclearStage = wasUnclear;
+    return target;
+}
+
+/// Removes what is not whole, or is no longer planned: nothing else may be in the folder when it takes its name.
+void TransferRun::clear(const TransferNode &node, TransferTarget &stage)
+{
+    QSet<QString> kept;
+    for (const TransferNode &child : node.children) {
+        const QString path = Format::join(stage.path, child.item.name);
+        kept << Format::fileName(transferNames::partPath(path, m_request.id, child.item));
+        const auto entry = stage.entries.constFind(child.item.name);
+        if (entry != stage.entries.cend() && TransferPlacement::isArrival(child.item, *entry))
+            kept << child.item.name;
+    }
+    std::vector<RemoteStep> steps;
+    for (const FileItem &entry : QHash(stage.entries)) {
+        if (kept.contains(entry.name))
+            continue;
+        const bool isFolder = entry.isDirectory && !entry.isSymlink;
+        if (isFolder || !m_bundles.mayTakeSteps())
+            m_link.repeat([&](const std::stop_token &stop, bool) { m_parts.clear(entry, stop); });
+        else
+            steps.push_back({RemoteStep::Kind::remove, entry.path});
+        stage.entries.remove(entry.name);
+    }
+    if (!steps.empty())
+        m_bundles.takeSteps(steps);
+    for (const RemoteStep &step : steps) {
+        if (step.state == RemoteStep::State::failed)
+            throw Error(u"Transfer"_s, u"the unfinished “%1” could not be removed: %2"_s.arg(step.path, step.failure));
+    }
 }
 
 /// Where something will be in the end that is written at `path`.

@@ -157,9 +157,9 @@ class TransferStageTest final : public QObject
             return !names.isEmpty() &&
                    std::ranges::all_of(names, [](const QString &name) { return name.startsWith(u".d.moorix-"_s); });
         }
-        TransferOutcome goOn(const TransferOutcome &outcome)
+        TransferOutcome goOn(const TransferOutcome &outcome, std::function<void(const QString &)> meanwhile = {})
         {
-            server->halfway = nullptr;
+            server->halfway = std::move(meanwhile);
             server->filesCarried = 0;
             request.items.clear();
             request.more = outcome.remaining;
@@ -204,6 +204,36 @@ private slots:
         QCOMPARE(scene.under(u"to/"_s), scene.under(u"from/"_s));
         QVERIFY(scene.server->filesCarried < 10);
         QCOMPARE(outcome.counts.filesDone, 10);
+    }
+
+    void whatIsNotWholeInItIsRemovedBeforeAnythingElse()
+    {
+        for (const bool isStopped : {false, true}) {
+            StageScene scene;
+            scene.server->halfway = [](const QString &source) {
+                if (source.endsWith(u"two  x"_s))
+                    throw FileServiceError::connectionFailed(u"gone"_s);
+            };
+            const TransferOutcome broken = scene.run();
+            QVERIFY(scene.isOnlyStaged());
+            for (const QString &name : scene.under(u"to/"_s).keys()) {
+                if (name.endsWith(u"/e/"_s)) {
+                    scene.tree.write(u"to/"_s + name + u"gone"_s, "no longer planned");
+                    scene.tree.write(u"to/"_s + name + u"none/deep"_s, "nor this");
+                }
+            }
+            const TransferOutcome outcome = scene.goOn(broken, [&](const QString &source) {
+                if (isStopped)
+                    scene.stop.request_stop();
+                else if (source.endsWith(u"two  x"_s))
+                    throw FileServiceError::operationFailed(u"refused halfway"_s);
+            });
+            QCOMPARE(outcome.wasCancelled, isStopped);
+            QCOMPARE(outcome.failures.size(), isStopped ? 0 : 1);
+            TreeSnapshot expected = isStopped ? TreeSnapshot() : scene.under(u"from/"_s);
+            expected.remove(u"d/two  x"_s);
+            QCOMPARE(scene.under(u"to/"_s), expected);
+        }
     }
 
     void stoppedTransferLeavesWholeFilesOnly()
