@@ -225,7 +225,8 @@ void TransferBundles::giveNames(std::vector<Entry> &entries, std::vector<RemoteC
             continue;
         try {
             m_route.applyListedMode(entries.at(i).node->item, copy.to);
-            m_parts.giveName(transferNames::itemAt(copy.to), entries.at(i).place);
+            if (!entries.at(i).place.isStaged)
+                m_parts.giveName(transferNames::itemAt(copy.to), entries.at(i).place);
             entries.at(i).node->fate = Fate::arrived;
         } catch (const Cancelled &) {
             throw;

@@ -32,6 +32,7 @@ void TransferRun::release(Item &item)
 /// server does not take are left as they are: the content is what counts.
 void TransferRun::finishFolders(Item &item)
 {
+    const bool takesSteps = m_bundles.mayTakeSteps();
     std::vector<RemoteStep> steps;
     std::vector<Stage *> renamed;
     for (Stage &stage : item.stages) {
@@ -40,10 +41,13 @@ void TransferRun::finishFolders(Item &item)
                  u"it waits as “%1” because an unfinished copy in it could not be removed"_s.arg(stage.part.name));
             continue;
         }
-        renamed.push_back(&stage);
-        steps.push_back({RemoteStep::Kind::rename, stage.part.path, stage.place.path});
+        if (takesSteps) {
+            renamed.push_back(&stage);
+            steps.push_back({RemoteStep::Kind::rename, stage.part.path, stage.place.path});
+        } else {
+            nameStage(item, stage);
+        }
     }
-    const bool takesSteps = m_bundles.mayTakeSteps();
     for (auto folder = item.newFolders.crbegin(); folder != item.newFolders.crend(); ++folder) {
         const auto octal = Format::octalMode(folder->first.permissions);
         if (!takesSteps)
@@ -58,6 +62,20 @@ void TransferRun::finishFolders(Item &item)
         renamed.at(i)->isNamed = steps.at(i).state == RemoteStep::State::done;
         if (!renamed.at(i)->isNamed)
             fail(item, *renamed.at(i), u"it could not take its name: %1"_s.arg(steps.at(i).failure));
+    }
+}
+
+void TransferRun::nameStage(Item &item, Stage &stage)
+{
+    try {
+        m_parts.giveName(stage.part, stage.place);
+        stage.isNamed = true;
+    } catch (const Cancelled &) {
+        throw;
+    } catch (const Error &error) {
+        if (isConnectionLost(error))
+            throw;
+        fail(item, stage, error.message());
     }
 }
 

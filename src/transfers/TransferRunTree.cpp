@@ -71,19 +71,24 @@ void TransferRun::enterFolder(TransferNode &node, const TransferPlace &place, co
         return;
     }
     fill(node);
-    if (isNew && streamFolder(node, place, item))
+    const FileItem stage = stageOf(node, place);
+    const bool isBegun = target.entries.contains(stage.name);
+    auto streamed = TransferStream::Result::refused;
+    if (isNew && !isBegun)
+        streamed = streamFolder(node, place, item);
+    if (streamed == TransferStream::Result::carried)
         return;
+    const bool brokeOff = streamed == TransferStream::Result::brokenOff;
     TransferTarget inner{place.path, {}, true};
-    if (isNew && !target.isStage && m_bundles.suitsStage(node))
-        inner = openStage(node, place, target, item);
+    if (isNew && !target.isStage && (isBegun || brokeOff || m_bundles.suitsStage(node)))
+        inner = openStage(node, place, isBegun || (brokeOff && isThere(stage)), item);
     else if (isNew)
         makeFolder(place.path);
     else
         inner = target.isStage ? openAgain(node, place.path, item) : openTarget(place.path);
     // What an earlier run had begun, before somebody else made the folder.
-    const QString stage = transferNames::stagePath(place.path, m_request.id, node.item);
-    if (!isNew && target.entries.contains(Format::fileName(stage)))
-        m_parts.remove(transferNames::itemAt(stage, node.item));
+    if (!isNew && isBegun)
+        m_parts.remove(stage);
     inner.isStage = inner.isStage || target.isStage;
     node.placedAt = finalPath(item, place.path);
     node.fate = Fate::entered;
@@ -95,20 +100,28 @@ void TransferRun::enterFolder(TransferNode &node, const TransferPlace &place, co
         dispatch(child, inner, item);
 }
 
-/// Renaming the folder once all is there costs less than renaming each of its files.
-TransferTarget TransferRun::openStage(TransferNode &node, const TransferPlace &place, const TransferTarget &target,
-                                      Item &item)
+FileItem TransferRun::stageOf(const TransferNode &node, const TransferPlace &place) const
 {
-    const FileItem part =
-        transferNames::itemAt(transferNames::stagePath(place.path, m_request.id, node.item), node.item);
-    const bool isThere = target.entries.contains(part.name);
-    if (!isThere)
+    return transferNames::itemAt(transferNames::stagePath(place.path, m_request.id, node.item), node.item);
+}
+
+bool TransferRun::isThere(const FileItem &part)
+{
+    return m_link.repeat(
+        [&](const std::stop_token &stop, bool) { return m_route.destination().stat(part.path, stop).has_value(); });
+}
+
+/// Renaming the folder once all is there costs less than renaming each of its files, and another try finds them.
+TransferTarget TransferRun::openStage(TransferNode &node, const TransferPlace &place, bool isFromBefore, Item &item)
+{
+    const FileItem part = stageOf(node, place);
+    if (!isFromBefore)
         makeFolder(part.path);
     {
         const std::lock_guard lock(m_arrivedMutex);
-        item.stages.push_back({&node, part, place, isThere});
+        item.stages.push_back({&node, part, place, isFromBefore});
     }
-    TransferTarget stage = isThere ? openAgain(node, part.path, item) : TransferTarget{part.path, {}, true};
+    TransferTarget stage = isFromBefore ? openAgain(node, part.path, item) : TransferTarget{part.path, {}, true};
     stage.isStage = true;
     return stage;
 }
@@ -166,18 +179,19 @@ QString TransferRun::finalPath(const Item &item, const QString &path)
 }
 
 /// Takes the folder in one stream where that is possible and faster.
-bool TransferRun::streamFolder(TransferNode &node, const TransferPlace &place, Item &item)
+TransferStream::Result TransferRun::streamFolder(TransferNode &node, const TransferPlace &place, Item &item)
 {
     if (!m_stream.suits(node))
-        return false;
-    if (!m_stream.carry(node, place)) {
+        return TransferStream::Result::refused;
+    const TransferStream::Result result = m_stream.carry(node, place);
+    if (result == TransferStream::Result::refused)
         m_bundles.refuseArchives();
-        return false;
-    }
+    if (result != TransferStream::Result::carried)
+        return result;
     if (node.isIncomplete)
         item.isIncomplete = true;
     sendRest(node, item);
-    return true;
+    return result;
 }
 
 /// What a stream has left out goes file by file.

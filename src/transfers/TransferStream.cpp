@@ -43,34 +43,42 @@ bool TransferStream::suits(const TransferNode &folder) const
            bytes / files <= largestMeanBytes;
 }
 
-bool TransferStream::carry(TransferNode &folder, const TransferPlace &place)
+TransferStream::Result TransferStream::carry(TransferNode &folder, const TransferPlace &place)
 {
     const FileItem part =
-        transferNames::itemAt(transferNames::partPath(place.path, m_request.id, folder.item), folder.item);
+        transferNames::itemAt(transferNames::stagePath(place.path, m_request.id, folder.item), folder.item);
     const QString name = Format::display(folder.item.name);
     TransferTally::File progress(m_tally, folder.item.name);
+    const TransferControl &control = m_link.control();
+    const auto breakOff = [&] {
+        m_tally.note(u"“%1” broke off as one stream; what had arrived was kept."_s.arg(name));
+        return Result::brokenOff;
+    };
     Streamed streamed;
     try {
-        streamed = streamAcrossBreaks(folder, part, place.hasPart, progress);
+        streamed = stream(folder, part, progress);
         if (streamed && streamed->empty())
             throw Error(u"Transfer"_s, u"nothing came out of the stream"_s);
         if (streamed)
             m_parts.giveName(part, place);
         else
             m_tally.note(u"Not as one stream: the server has no shell that takes whole folders."_s);
-    } catch (const Error &error) {
-        // With the link lost for good, the next try clears up.
-        const TransferControl &control = m_link.control();
-        if (control.isStopped() ? !control.keepsParts() : !isConnectionLost(error))
+    } catch (const Cancelled &) {
+        if (!control.isStopped())
+            return breakOff();
+        if (!control.keepsParts())
             m_parts.remove(part);
-        if (control.isStopped() || isConnectionLost(error))
-            throw;
+        throw;
+    } catch (const Error &error) {
+        if (isConnectionLost(error))
+            return breakOff();
+        m_parts.remove(part);
         m_tally.note(u"“%1” did not go as one stream: %2"_s.arg(name, error.message().section(u'\n', 0, 0)));
         streamed.reset();
     }
     m_isRefused = !streamed;
     if (!streamed)
-        return false;
+        return Result::refused;
     markEntered(folder, place.path);
     qint64 bytes = 0;
     for (TransferNode *node : *streamed) {
@@ -82,32 +90,18 @@ bool TransferStream::carry(TransferNode &folder, const TransferPlace &place)
                                                 : u"Received as one stream: “%1”, %2 files."_s)
                      .arg(name)
                      .arg(streamed->size()));
-    return true;
+    return Result::carried;
 }
 
-/// What a stream that breaks off has brought is not gone on with: it begins anew.
-TransferStream::Streamed TransferStream::streamAcrossBreaks(TransferNode &folder, const FileItem &part, bool hasPart,
-                                                            TransferTally::File &progress)
+TransferStream::Streamed TransferStream::stream(TransferNode &folder, const FileItem &part,
+                                                TransferTally::File &progress)
 {
-    TransferLink::Tries tries(m_link);
     TransferControl &control = m_link.control();
-    while (true) {
-        control.waitWhilePaused();
-        try {
-            const std::stop_token stop = control.untilPause();
-            if (std::exchange(hasPart, true))
-                m_parts.clear(part, stop);
-            const TransferGate::Place room = m_gate.enter(m_route.servers(), stop);
-            return m_route.isServerDestination() ? upload(folder, part, stop, progress)
-                                                 : download(folder, part, stop, progress);
-        } catch (const Cancelled &) {
-            if (control.isStopped())
-                throw;
-        } catch (const Error &error) {
-            tries.wait(error);
-        }
-        progress.moveTo(0);
-    }
+    control.waitWhilePaused();
+    const std::stop_token stop = control.untilPause();
+    const TransferGate::Place room = m_gate.enter(m_route.servers(), stop);
+    return m_route.isServerDestination() ? upload(folder, part, stop, progress)
+                                         : download(folder, part, stop, progress);
 }
 
 TransferStream::Streamed TransferStream::upload(TransferNode &folder, const FileItem &part, const std::stop_token &stop,

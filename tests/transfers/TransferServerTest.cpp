@@ -314,7 +314,7 @@ private:
         QVERIFY(isCut);
         QCOMPARE(outcome.failures, QStringList());
         QCOMPARE(scene.under(u"to/"_s), scene.under(u"from/"_s));
-        const QString way = files > 8 ? u"Sent as one stream: "_s : u"Sent in bundles of up to 256: 2 files."_s;
+        const QString way = files > 8 ? u"“d” broke off as one stream"_s : u"Sent in bundles of up to 256: 2 files."_s;
         QVERIFY2(outcome.notes.value(0).startsWith(way), qPrintable(outcome.notes.value(0)));
     }
 

@@ -99,18 +99,28 @@ private slots:
         QCOMPARE(outcome.counts.filesDone, 10);
     }
 
-    void brokenStreamBeginsAnew_data() { addWays(); }
-    void brokenStreamBeginsAnew()
+    void brokenStreamIsGoneOnWithWhereItWas_data() { addWays(); }
+    void brokenStreamIsGoneOnWithWhereItWas()
     {
         QFETCH(const Route, route);
         StreamScene scene(route);
         scene.callbacks.reconnectDelays = {1ms};
-        scene.server->halfway = breakLink(1);
+        scene.tree.write("from/d/e/7", "7777");
+        QVERIFY(QFile::setPermissions(scene.tree.path("from/d/e"), QFile::Permissions(0x7050)));
+        scene.server->halfway = [&scene, breaks = breakLink(1)](const QString &source) {
+            for (const QString &name : scene.under(u"to/"_s).keys()) {
+                if (name.endsWith(u"/7"_s) && source.isEmpty())
+                    scene.tree.write(u"to/"_s + name, "77");
+            }
+            breaks(source);
+        };
         const TransferOutcome outcome = scene.run();
         QCOMPARE(outcome.failures, QStringList());
         QCOMPARE(scene.under(u"to/"_s), scene.under(u"from/"_s));
-        QCOMPARE(scene.server->filesCarried.load(), 0);
+        QCOMPARE(scene.server->filesCarried.load(), 1);
         QCOMPARE(outcome.counts.filesDone, 10);
+        QCOMPARE(QFileInfo(scene.tree.path("to/d/e")).permissions(),
+                 QFileInfo(scene.tree.path("from/d/e")).permissions());
     }
 
     void stoppedStreamLeavesNothing_data() { addWays(); }
