@@ -66,7 +66,9 @@ Batch putCommands(std::vector<RemoteCopy> &copies, const QString &folder)
     return commandsFor(copies, [&folder](const RemoteCopy &copy) {
         LocalDisk::requireFile(copy.from);
         const QString put = QStringLiteral("put -p ") + sftpPath(copy.from);
-        return folder.isEmpty() ? put + u' ' + sftpPath(copy.to) : put;
+        // It must be one that can be sent, even where it goes without saying.
+        const QString target = sftpPath(copy.to);
+        return folder.isEmpty() ? put + u' ' + target : put;
     });
 }
 

@@ -305,7 +305,8 @@ std::optional<SSHOutput> SFTPService::askShell(const QString &command, const std
     beginning += output.text.left(longestSentence).toUtf8();
     // The commands used here never fail with words on standard output only: that is an account saying that it offers
     // file transfer alone.
-    if (output.exitCode != 0 && output.errorText.isEmpty() && !beginning.trimmed().isEmpty()) {
+    const bool isSentence = beginning.size() < longestSentence && !beginning.trimmed().isEmpty();
+    if (output.exitCode != 0 && output.errorText.isEmpty() && isSentence) {
         m_lacksShell = true;
         return std::nullopt;
     }

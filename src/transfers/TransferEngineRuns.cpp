@@ -128,8 +128,7 @@ void TransferEngine::finish(const QUuid &id, const TransferOutcome &outcome)
         status->failures = outcome.failures;
         status->notes = outcome.notes;
         status->hasRemaining = !outcome.remaining.isEmpty();
-        if (!order.isOlder)
-            status->timeTaken = ending->stopwatch().elapsed();
+        status->timeTaken = order.isOlder ? std::nullopt : std::optional(ending->stopwatch().elapsed());
         status->averageRate =
             averageRate(outcome.counts.bytesDone - outcome.counts.bytesFound, ending->stopwatch().elapsed());
         const bool wasCancelled = outcome.wasCancelled || status->state == State::cancelled;
@@ -187,6 +186,8 @@ void TransferEngine::keepQueueIn(const QString &path, TransferPlaces places)
         status.title = stored.request.title();
         status.failures = stored.failures;
         status.ended = stored.ended;
+        status.timeTaken = stored.timeTaken;
+        status.averageRate = stored.averageRate;
         status.hasRemaining = !stored.remaining.isEmpty();
         status.state = stored.failures.isEmpty() ? State::interrupted : State::failed;
         Order order;
@@ -215,6 +216,8 @@ void TransferEngine::save()
             continue;
         stored.append(order->second.stored);
         stored.last().ended = status.ended;
+        stored.last().timeTaken = status.timeTaken;
+        stored.last().averageRate = status.averageRate;
         if (isOpen(status.state)) {
             stored.last().failures.clear();
             stored.last().remaining.clear();

@@ -7,6 +7,8 @@
 
 #include <QFileInfo>
 
+#include <cmath>
+
 namespace moorix {
 
 using namespace Qt::StringLiterals;
@@ -64,6 +66,10 @@ void writeTransfer(JsonWriter &writer, const StoredTransfer &transfer)
         writer.value(QJsonValue(failure));
     writer.endArray();
     writer.field(u"ended", transfer.ended);
+    if (transfer.timeTaken)
+        writer.field(u"millisecondsTaken", QJsonValue(qint64(transfer.timeTaken->count())));
+    if (transfer.averageRate > 0)
+        writer.field(u"bytesPerSecond", QJsonValue(std::llround(transfer.averageRate)));
     writer.endObject();
 }
 
@@ -77,6 +83,9 @@ StoredTransfer readTransfer(const JsonReader &reader)
     for (const QJsonValue &failure : reader.requiredArray(u"failures"_s))
         transfer.failures.append(failure.toString());
     transfer.ended = reader.optionalDate(u"ended"_s);
+    if (const auto taken = reader.optionalInteger(u"millisecondsTaken"_s))
+        transfer.timeTaken = std::chrono::milliseconds(*taken);
+    transfer.averageRate = double(reader.optionalInteger(u"bytesPerSecond"_s).value_or(0));
     TransferRequest &request = transfer.request;
     request.id = reader.requiredUuid(u"id"_s);
     request.isMove = reader.requiredBool(u"isMove"_s);

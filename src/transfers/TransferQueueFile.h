@@ -6,6 +6,8 @@
 
 #include <QStringList>
 
+#include <chrono>
+
 namespace moorix {
 
 /// A transfer as it outlives the program: without the services, which are opened again by their servers' ids.
@@ -20,6 +22,9 @@ struct StoredTransfer
     QStringList failures;
     /// When that try ended.
     std::optional<QDateTime> ended = {};
+    /// How long it was under way, and how fast it was; see TransferStatus.
+    std::optional<std::chrono::milliseconds> timeTaken = {};
+    double averageRate = 0;
     /// Files may have arrived already, whole or in part.
     bool hasStarted = false;
 };

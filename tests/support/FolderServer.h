@@ -31,6 +31,8 @@ public:
     bool losesHalf = false;
     /// The second half of files arrives as something else of the same size. May be set while a file is halfway.
     std::atomic<bool> garbles = false;
+    /// The link breaks when the next steps have been taken, before it can tell.
+    std::atomic<bool> losesAnswer = false;
     /// It can compute checksums.
     bool hasShell = false;
     /// Files can travel together.
@@ -98,6 +100,11 @@ public:
                 step.state = RemoteStep::State::failed;
                 step.failure = error.message();
             }
+        }
+        if (losesAnswer.exchange(false)) {
+            for (RemoteStep &step : steps)
+                step.state = RemoteStep::State::open;
+            throw FileServiceError::connectionFailed(QStringLiteral("gone"));
         }
     }
     std::optional<Sums> checksums(const QStringList &paths, Stop stop) override

@@ -379,6 +379,7 @@ private slots:
         QCOMPARE(scene.state(0), State::failed);
         QCOMPARE(scene.status().failures, before.failures);
         QCOMPARE(scene.status().ended, before.ended);
+        QVERIFY(before.timeTaken && scene.status().timeTaken == before.timeTaken);
         scene.server->halfway = nullptr;
         scene.engine->retryFailed(id);
         QTRY_COMPARE(scene.state(0), State::finished);

@@ -216,6 +216,16 @@ private slots:
         QCOMPARE(outcome.counts.filesDone, 10);
     }
 
+    void lostAnswerToTheRenamingIsMadeUpFor()
+    {
+        StageScene scene;
+        scene.callbacks.reconnectDelays = {1ms};
+        scene.server->losesAnswer = true;
+        QCOMPARE(scene.run().failures, QStringList());
+        QVERIFY(!scene.server->losesAnswer);
+        QCOMPARE(scene.under(u"to/"_s), scene.under(u"from/"_s));
+    }
+
     void whatIsNotWholeInItIsRemovedBeforeAnythingElse()
     {
         for (const bool isStopped : {false, true}) {
