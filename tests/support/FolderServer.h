@@ -93,12 +93,12 @@ public:
                 else if (step.kind == RemoteStep::Kind::replace)
                     moveRemote(step.path, step.toPath, stop);
                 else if (step.kind == RemoteStep::Kind::rename)
-                    m_disk.move(*m_disk.stat(step.path, stop), step.toPath, stop);
+                    m_disk.move(m_disk.stat(step.path, stop).value(), step.toPath, stop);
                 else if (const auto item = m_disk.stat(step.path, stop))
                     m_disk.remove(*item, stop);
-            } catch (const Error &error) {
+            } catch (const std::exception &error) {
                 step.state = RemoteStep::State::failed;
-                step.failure = error.message();
+                step.failure = QString::fromUtf8(error.what());
             }
         }
         if (losesAnswer.exchange(false)) {
