@@ -10,12 +10,8 @@
 #include "settings/SettingsStore.h"
 #include "support/FakeProcessRunner.h"
 #include "support/FolderServer.h"
-#include "support/Shorthand.h"
 #include "support/TestMain.h"
-#include "support/TestTree.h"
 #include "transfers/TransferEngine.h"
-
-#include <QTest>
 
 #include <thread>
 

@@ -5,7 +5,6 @@
 #include "support/MemoryKeychain.h"
 #include "support/TestMain.h"
 #include "support/TestServer.h"
-#include "support/TestTree.h"
 
 #include <QDir>
 #include <QJsonArray>

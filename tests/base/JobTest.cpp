@@ -3,7 +3,6 @@
 
 #include "support/TestMain.h"
 
-#include <QTest>
 #include <QThread>
 
 #include <atomic>

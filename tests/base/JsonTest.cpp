@@ -1,13 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "base/Json.h"
-#include "base/Error.h"
 #include "base/JsonFile.h"
-#include "support/Shorthand.h"
 #include "support/TestMain.h"
-#include "support/TestTree.h"
 
 #include <QFileInfo>
-#include <QTest>
 
 #include <csignal>
 #include <limits>

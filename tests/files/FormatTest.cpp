@@ -4,12 +4,9 @@
 #include "files/FileSortKey.h"
 #include "files/ItemOrder.h"
 #include "files/NativePath.h"
-#include "support/Shorthand.h"
 #include "support/TestMain.h"
 
 #include <QLocale>
-#include <QStringList>
-#include <QTest>
 
 using namespace moorix;
 using namespace moorix::test;

@@ -1,19 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "files/LocalFileService.h"
 
-#include "base/Error.h"
 #include "files/LocalCopy.h"
-#include "files/LocalDisk.h"
 #include "support/FileServiceContract.h"
-#include "support/Shorthand.h"
 #include "support/TestMain.h"
-#include "support/TestTree.h"
 
 #include <QDir>
-#include <QFile>
 #include <QScopeGuard>
 
-#include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>

@@ -2,11 +2,9 @@
 #include "files/PaneModel.h"
 
 #include "support/ScriptedFileService.h"
-#include "support/Shorthand.h"
 #include "support/TestMain.h"
 
 #include <QSignalSpy>
-#include <QTest>
 
 using namespace moorix;
 using namespace Qt::StringLiterals;

@@ -2,7 +2,6 @@
 #include "platform/KeyValueStore.h"
 #include "platform/Preferences.h"
 #include "support/TestMain.h"
-#include "support/TestTree.h"
 
 #include <QSignalSpy>
 

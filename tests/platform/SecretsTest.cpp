@@ -2,12 +2,9 @@
 #include "platform/PrivateFile.h"
 #include "platform/PrivateFolder.h"
 #include "platform/SecretServiceKeychain.h"
-#include "support/Shorthand.h"
 #include "support/TestMain.h"
-#include "support/TestTree.h"
 
 #include <QFileInfo>
-#include <QTest>
 
 using namespace moorix;
 using namespace Qt::StringLiterals;

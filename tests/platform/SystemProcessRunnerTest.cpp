@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/SystemProcessRunner.h"
 
-#include "support/Shorthand.h"
 #include "support/TestMain.h"
-#include "support/TestTree.h"
 
 #include <csignal>
 #include <thread>

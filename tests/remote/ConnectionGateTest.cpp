@@ -2,10 +2,7 @@
 #include "remote/ConnectionGate.h"
 #include "remote/SSHLanes.h"
 #include "support/FakeProcessRunner.h"
-#include "support/Shorthand.h"
 #include "support/TestMain.h"
-
-#include <QTest>
 
 #include <atomic>
 #include <future>

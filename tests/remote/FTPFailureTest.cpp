@@ -1,13 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/SystemProcessRunner.h"
 #include "remote/FTPService.h"
-#include "support/Shorthand.h"
 #include "support/TestMain.h"
-#include "support/TestTree.h"
 
 #include <QDir>
 #include <QProcess>
-#include <QTest>
 
 using namespace moorix;
 using namespace Qt::StringLiterals;

@@ -4,12 +4,9 @@
 #include "remote/HostKeys.h"
 #include "support/FTPServer.h"
 #include "support/FileServiceContract.h"
-#include "support/Shorthand.h"
 #include "support/TestMain.h"
-#include "support/TestTree.h"
 
 #include <QDir>
-#include <QTest>
 
 #include <algorithm>
 #include <future>

@@ -1,12 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "files/FileServiceError.h"
 #include "remote/FTPListParser.h"
 #include "remote/RemoteCharset.h"
 #include "remote/UnixListParser.h"
-#include "support/Shorthand.h"
 #include "support/TestMain.h"
-
-#include <QTest>
 
 using namespace moorix;
 using namespace Qt::StringLiterals;

@@ -4,13 +4,10 @@
 #include "support/DelayProxy.h"
 #include "support/FakeProcessRunner.h"
 #include "support/FileServiceContract.h"
-#include "support/Shorthand.h"
 #include "support/TestMain.h"
 #include "support/TestServer.h"
-#include "support/TestTree.h"
 
 #include <QDir>
-#include <QTest>
 
 #include <future>
 

@@ -3,10 +3,7 @@
 #include "remote/SFTPOutcome.h"
 #include "remote/SFTPQuoting.h"
 #include "remote/SSHFailureText.h"
-#include "servers/ServerConnection.h"
-#include "support/Shorthand.h"
 #include "support/TestMain.h"
-#include "support/TestTree.h"
 
 using namespace moorix;
 using namespace Qt::StringLiterals;

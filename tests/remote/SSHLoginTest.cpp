@@ -1,20 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/SystemProcessRunner.h"
-#include "remote/ControlSocket.h"
 #include "remote/HostKeys.h"
 #include "remote/SFTPService.h"
 #include "remote/SSHAuthHelper.h"
 #include "remote/SSHConfigHosts.h"
 #include "remote/SSHDestination.h"
 #include "remote/SSHKeys.h"
-#include "servers/ServerConnection.h"
-#include "support/Shorthand.h"
 #include "support/TestMain.h"
 #include "support/TestServer.h"
-#include "support/TestTree.h"
 
 #include <QDir>
-#include <QTest>
 
 using namespace moorix;
 using namespace Qt::StringLiterals;

@@ -5,7 +5,6 @@
 #include "servers/SecretMigration.h"
 #include "support/MemoryKeychain.h"
 #include "support/TestMain.h"
-#include "support/TestTree.h"
 
 using namespace moorix;
 using namespace Qt::StringLiterals;

@@ -1,19 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "servers/ServerLibrary.h"
 #include "base/Json.h"
-#include "platform/KeyValueStore.h"
-#include "servers/ServerConnection.h"
-#include "servers/ServerStore.h"
-#include "servers/ServerTree.h"
 #include "support/NamedLibrary.h"
-#include "support/Shorthand.h"
 #include "support/TestMain.h"
-#include "support/TestTree.h"
 
 #include <QJsonDocument>
 #include <QRegularExpression>
-#include <QSignalSpy>
-#include <QTest>
 
 using namespace moorix;
 using namespace Qt::StringLiterals;

@@ -1,11 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "servers/ServerStore.h"
 #include "platform/KeyValueStore.h"
-#include "servers/ServerTree.h"
 #include "support/NamedLibrary.h"
-#include "support/Shorthand.h"
 #include "support/TestMain.h"
-#include "support/TestTree.h"
 
 #include <QSignalSpy>
 

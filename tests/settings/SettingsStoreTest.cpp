@@ -4,7 +4,6 @@
 #include "platform/KeyValueStore.h"
 #include "platform/Preferences.h"
 #include "support/TestMain.h"
-#include "support/TestTree.h"
 
 #include <QDir>
 #include <QJsonDocument>

@@ -3,8 +3,6 @@
 
 #include "base/Job.h"
 
-#include <QTest>
-
 #ifdef MOORIX_UI_TESTS
 #include <QApplication>
 using TestApplication = QApplication;

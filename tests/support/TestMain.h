@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <QObject>
+#include "support/Shorthand.h"
+#include "support/TestTree.h"
 
 #include <functional>
 #include <memory>

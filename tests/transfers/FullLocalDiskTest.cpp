@@ -7,7 +7,6 @@
 #include "transfers/TransferScene.h"
 
 #include <QProcess>
-#include <QTest>
 
 #include <unistd.h>
 

@@ -6,11 +6,6 @@
 #include "support/TestServer.h"
 #include "transfers/TransferScene.h"
 
-#include <QDir>
-#include <QTest>
-
-#include <algorithm>
-
 using namespace moorix;
 using namespace moorix::test;
 using namespace Qt::StringLiterals;

@@ -1,13 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "base/Error.h"
 #include "files/LocalFileService.h"
 #include "platform/SystemProcessRunner.h"
-#include "support/Shorthand.h"
 #include "support/TestMain.h"
-#include "support/TestTree.h"
 #include "transfers/TarUnpacker.h"
-
-#include <QTest>
 
 using namespace moorix;
 using namespace moorix::test;

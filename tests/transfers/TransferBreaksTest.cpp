@@ -2,8 +2,6 @@
 #include "support/TestMain.h"
 #include "transfers/TransferScene.h"
 
-#include <QTest>
-
 using namespace moorix;
 using namespace moorix::test;
 using namespace Qt::StringLiterals;

@@ -1,14 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "transfers/TransferEngine.h"
 #include "base/Json.h"
-#include "support/Shorthand.h"
 #include "support/TestMain.h"
 #include "transfers/TransferScene.h"
 
 #include <QDir>
 #include <QFileInfo>
 #include <QSignalSpy>
-#include <QTest>
 
 #include <array>
 #include <list>

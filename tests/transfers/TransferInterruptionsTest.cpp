@@ -6,22 +6,15 @@
 #include "remote/SFTPService.h"
 #include "support/DelayProxy.h"
 #include "support/FTPServer.h"
-#include "support/Shorthand.h"
 #include "support/TestMain.h"
 #include "support/TestServer.h"
-#include "support/TestTree.h"
 #include "transfers/TransferEngine.h"
 
-#include <QCoreApplication>
-#include <QDir>
 #include <QElapsedTimer>
 #include <QRandomGenerator>
-#include <QSignalSpy>
-#include <QTest>
 
 #include <algorithm>
 #include <csignal>
-#include <unistd.h>
 
 using namespace moorix;
 using namespace moorix::test;

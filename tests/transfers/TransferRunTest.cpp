@@ -1,15 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "base/Error.h"
-#include "files/LocalFileService.h"
-#include "support/Shorthand.h"
 #include "support/TestMain.h"
-#include "support/TestTree.h"
 #include "transfers/ContentComparison.h"
-#include "transfers/TransferConflict.h"
 #include "transfers/TransferScene.h"
 
 #include <QFileInfo>
-#include <QTest>
 
 #include <sys/stat.h>
 

@@ -9,8 +9,6 @@
 #include "transfers/TransferChecksums.h"
 #include "transfers/TransferScene.h"
 
-#include <QTest>
-
 #include <csignal>
 #include <sys/stat.h>
 #include <thread>

@@ -8,7 +8,6 @@
 #include "platform/Preferences.h"
 #include "settings/SettingsStore.h"
 #include "support/ScriptedFileService.h"
-#include "support/Shorthand.h"
 #include "support/TestMain.h"
 #include "ui/Theme.h"
 #include "ui/pane/PaneView.h"
@@ -17,7 +16,6 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTemporaryDir>
-#include <QTest>
 #include <QTreeView>
 
 namespace moorix::test {

@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "base/Error.h"
 #include "support/ScriptedFileService.h"
-#include "support/Shorthand.h"
 #include "support/TestMain.h"
 #include "transfers/TransferEngine.h"
 #include "ui/Favorites.h"
@@ -17,7 +15,6 @@
 #include <QBuffer>
 #include <QCheckBox>
 #include <QLineEdit>
-#include <QTest>
 
 using namespace moorix;
 using namespace Qt::StringLiterals;

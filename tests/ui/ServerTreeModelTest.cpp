@@ -5,7 +5,6 @@
 #include "servers/ServerStore.h"
 #include "support/NamedLibrary.h"
 #include "support/TestMain.h"
-#include "support/TestTree.h"
 
 #include <QAbstractItemModelTester>
 #include <QMimeData>

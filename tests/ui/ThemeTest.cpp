@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/Theme.h"
 
-#include "support/Shorthand.h"
 #include "support/TestMain.h"
 
 #include <QApplication>
 #include <QPainter>
 #include <QRegularExpression>
-#include <QTest>
 
 #include <cmath>
 #include <numeric>

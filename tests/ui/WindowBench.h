@@ -10,9 +10,7 @@
 #include "settings/SettingsStore.h"
 #include "support/FakeProcessRunner.h"
 #include "support/MemoryKeychain.h"
-#include "support/Shorthand.h"
 #include "support/TestMain.h"
-#include "support/TestTree.h"
 #include "ui/MainWindow.h"
 #include "ui/SessionView.h"
 #include "ui/SideView.h"
@@ -21,7 +19,6 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QTest>
 #include <QTreeWidget>
 
 namespace moorix::test {

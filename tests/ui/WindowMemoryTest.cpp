@@ -7,7 +7,6 @@
 
 #include <QComboBox>
 #include <QHeaderView>
-#include <QJsonArray>
 #include <QMenu>
 #include <QSpinBox>
 #include <QSplitter>
