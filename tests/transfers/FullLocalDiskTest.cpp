@@ -50,12 +50,20 @@ private slots:
         QFETCH(bool, isFullBefore);
         if (from == From::ftp && !FTPServer::missing(FTPServer::Program::vsftpd).isEmpty())
             QSKIP("The server is not there.");
-        const std::shared_ptr<FileService> source = open(from);
-        const QString folder = m_server ? m_server->sharedPath() : m_tree.path();
+        const TestTree tree;
+        std::unique_ptr<ServerProcess> server;
+        std::shared_ptr<FileService> source = std::make_shared<LocalFileService>();
+        const auto open = [&](auto process) { source = process->service(), server = std::move(process); };
+        if (from == From::ssh)
+            open(std::make_unique<TestServer>());
+        else if (from == From::ftp)
+            open(std::make_unique<FTPServer>(FTPServer::Program::vsftpd, FTPServer::Encryption::none));
+        const QString folder = server ? server->sharedPath() : tree.path();
         const QByteArray content(diskBytes * 3 / 4, 'x');
         putFile(folder + u"/file"_s, content);
         QCOMPARE(QProcess::execute(u"chmod"_s, {u"-R"_s, u"a+rwX"_s, folder}), 0);
         const QString disk = qEnvironmentVariable(diskVariable);
+        QFile::remove(disk + u"/other"_s);
         putFile(disk + u"/file"_s, "old");
         const auto fillUp = [&] { putFile(disk + u"/other"_s, QByteArray(diskBytes / 2, 'o')); };
         if (isFullBefore)
@@ -81,34 +89,9 @@ private slots:
         QCOMPARE(snapshotOf(disk).keys(), QStringList({u"file"_s, u"other"_s}));
         QCOMPARE(contentOf(disk + u"/file"_s), QByteArray("old"));
         QCOMPARE(contentOf(folder + u"/file"_s), content);
-        if (auto *const server = dynamic_cast<RemoteFileService *>(source.get()))
-            server->disconnect();
+        if (auto *const remote = dynamic_cast<RemoteFileService *>(source.get()))
+            remote->disconnect();
     }
-
-    void cleanup()
-    {
-        if (qEnvironmentVariableIsEmpty(diskVariable))
-            return;
-        QFile::remove(qEnvironmentVariable(diskVariable) + u"/other"_s);
-        m_server.reset();
-    }
-
-private:
-    std::shared_ptr<FileService> open(From from)
-    {
-        const auto of = [this](auto server) -> std::shared_ptr<FileService> {
-            auto service = server->service();
-            m_server = std::move(server);
-            return service;
-        };
-        return from == From::disk ? std::make_shared<LocalFileService>()
-               : from == From::ssh
-                   ? of(std::make_unique<TestServer>())
-                   : of(std::make_unique<FTPServer>(FTPServer::Program::vsftpd, FTPServer::Encryption::none));
-    }
-
-    TestTree m_tree;
-    std::unique_ptr<ServerProcess> m_server;
 };
 
 class FullLocalDiskTest final : public QObject

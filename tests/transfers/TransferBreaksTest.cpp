@@ -27,48 +27,42 @@ class TransferBreaksTest final : public QObject
     Q_OBJECT
 
 private slots:
-    void brokenLinkGoesOnWhereItStopped_data()
-    {
-        QTest::addColumn<Route>("route");
-        QTest::addColumn<QByteArray>("content");
-        QTest::addColumn<bool>("isContinued");
-        QTest::newRow("upload") << Route::upload << QByteArray("12345678") << true;
-        QTest::newRow("download") << Route::download << much << true;
-        QTest::newRow("download of less than what is in doubt") << Route::download << QByteArray("12345678") << false;
-        QTest::newRow("upload together with others") << Route::upload << QByteArray("12345678") << false;
-        QTest::newRow("between servers") << Route::betweenServers << QByteArray("12345678") << false;
-    }
     void brokenLinkGoesOnWhereItStopped()
     {
-        QFETCH(const Route, route);
-        QFETCH(const QByteArray, content);
-        QFETCH(const bool, isContinued);
-        Scene scene({{"from/a", content}, {"to/", ""}}, route);
-        scene.server->isTakingMany = !isContinued;
-        scene.callbacks.reconnectDelays = {1ms, 1ms};
-        scene.server->halfway = [&scene, isDoubtful = content == much, breaks = breakLink(2)](const QString &source) {
-            try {
-                breaks(source);
-            } catch (const FileServiceError &) {
-                if (isDoubtful)
-                    garbleEnds(scene);
-                throw;
-            }
-        };
-        std::atomic<bool> waited = false;
-        scene.callbacks.progress = [&waited](const TransferCounts &counts) {
-            if (counts.waitingFor.contains(u"reset by peer"_s))
-                waited = true;
-            QVERIFY(counts.bytesDone <= counts.bytesTotal);
-        };
-        scene.add("from/a");
-        const TransferOutcome outcome = scene.run();
-        QCOMPARE(outcome.failures, QStringList());
-        QVERIFY(waited);
-        QVERIFY(outcome.counts.waitingFor.isEmpty());
-        QVERIFY(scene.tree.read("to/a") == content);
-        QCOMPARE(scene.under(u"to/"_s).size(), 1);
-        QCOMPARE(outcome.notes.value(0).contains(u"1 file went on"_s), isContinued);
+        // By themselves and, not continued, together with others; less than what is in doubt of a download.
+        const QByteArray little("12345678");
+        const std::tuple<Route, QByteArray, bool> rows[] = {{Route::upload, little, true},
+                                                            {Route::download, much, true},
+                                                            {Route::upload, little, false},
+                                                            {Route::download, little, false},
+                                                            {Route::betweenServers, little, false}};
+        for (const auto &[route, content, isContinued] : rows) {
+            Scene scene({{"from/a", content}, {"to/", ""}}, route);
+            scene.server->isTakingMany = !isContinued;
+            scene.callbacks.reconnectDelays = {1ms, 1ms};
+            scene.server->halfway = [&scene, isDoubtful = content == much,
+                                     breaks = breakLink(2)](const QString &source) {
+                try {
+                    breaks(source);
+                } catch (const FileServiceError &) {
+                    if (isDoubtful)
+                        garbleEnds(scene);
+                    throw;
+                }
+            };
+            std::atomic<bool> waited = false;
+            scene.callbacks.progress = [&waited](const TransferCounts &counts) {
+                if (counts.waitingFor.contains(u"reset by peer"_s))
+                    waited = true;
+                QVERIFY(counts.bytesDone <= counts.bytesTotal);
+            };
+            const TransferOutcome outcome = scene.run("from/a");
+            QCOMPARE(outcome.failures, QStringList());
+            QVERIFY(waited && outcome.counts.waitingFor.isEmpty());
+            QVERIFY(scene.tree.read("to/a") == content);
+            QCOMPARE(scene.under(u"to/"_s).size(), 1);
+            QCOMPARE(outcome.notes.value(0).contains(u"1 file went on"_s), isContinued);
+        }
     }
 
     void partThatDoesNotFitIsCopiedAfresh()
@@ -83,8 +77,7 @@ private slots:
             scene.tree.write("from/a", "abcdefgh");
             throw FileServiceError::connectionFailed(u"gone"_s);
         };
-        scene.add("from/a");
-        const TransferOutcome outcome = scene.run();
+        const TransferOutcome outcome = scene.run("from/a");
         QCOMPARE(outcome.failures, QStringList());
         QCOMPARE(scene.under(u"to/"_s), (TreeSnapshot{{u"a"_s, "abcdefgh"}}));
         QCOMPARE(outcome.notes, QStringList());
@@ -97,8 +90,7 @@ private slots:
         scene.server->halfway = [](const QString &) {
             throw FileServiceError::connectionFailed(u"…\nme@host: Permission denied (publickey,password)."_s);
         };
-        scene.add("from/a");
-        QCOMPARE(scene.run().failures.size(), 1);
+        QCOMPARE(scene.run("from/a").failures.size(), 1);
     }
 
     void stopEndsTheWaitForALostLink()
@@ -110,8 +102,7 @@ private slots:
             if (!counts.waitingFor.isEmpty())
                 scene.stop.request_stop();
         };
-        scene.add("from/a");
-        QVERIFY(scene.run().wasCancelled);
+        QVERIFY(scene.run("from/a").wasCancelled);
         QCOMPARE(scene.under(u"to/"_s), TreeSnapshot());
     }
 
@@ -126,9 +117,7 @@ private slots:
             if (!source.endsWith(u'c'))
                 throw FileServiceError::connectionFailed(u"gone"_s);
         };
-        scene.add("from/d/c");
-        scene.add("from/d");
-        TransferOutcome outcome = scene.run();
+        TransferOutcome outcome = scene.run("from/d/c", "from/d");
         QCOMPARE(outcome.failures, QStringList{u"Could not connect: gone"_s});
         QVERIFY(!outcome.wasCancelled);
         QCOMPARE(scene.tree.read("to/c"), QByteArray("whole"));
@@ -144,12 +133,8 @@ private slots:
         QCOMPARE(outcome.remaining.size(), 0);
         // Parts had half of their files, and had it three quarters when that was first told.
         QVERIFY(outcome.counts.bytesFound >= 6 && outcome.counts.bytesFound < outcome.counts.bytesDone);
-        QCOMPARE(scene.under(u"to/"_s), (TreeSnapshot{{u"c"_s, "other"},
-                                                      {u"d/"_s, ""},
-                                                      {u"d/a"_s, "12345678"},
-                                                      {u"d/c"_s, "whole"},
-                                                      {u"d/e/"_s, ""},
-                                                      {u"d/e/b"_s, "12345678"}}));
+        const TestTree expected{{"c", "other"}, {"d/a", "12345678"}, {"d/c", "whole"}, {"d/e/b", "12345678"}};
+        QCOMPARE(scene.under(u"to/"_s), expected.snapshot());
     }
 
     void continuedCopyPassesByWhatHasArrivedAndAMoveCopiesItAgain()
@@ -164,9 +149,7 @@ private slots:
                 return ConflictAnswer{conflict.existing.name == u"b" ? ConflictAnswer::Choice::overwrite
                                                                      : ConflictAnswer::Choice::cancel};
             };
-            scene.add("from/a");
-            scene.add("from/b");
-            const TransferOutcome outcome = scene.run();
+            const TransferOutcome outcome = scene.run("from/a", "from/b");
             QCOMPARE(outcome.failures, QStringList());
             QCOMPARE(outcome.counts.filesDone, 2);
             QCOMPARE(scene.under(u"to/"_s),
@@ -185,8 +168,7 @@ private slots:
                     return ConflictAnswer{conflict.canResume() ? ConflictAnswer::Choice::resume
                                                                : ConflictAnswer::Choice::cancel};
                 };
-                scene.add("from/a");
-                const TransferOutcome outcome = scene.run();
+                const TransferOutcome outcome = scene.run("from/a");
                 QCOMPARE(outcome.failures, QStringList());
                 QCOMPARE(scene.under(u"to/"_s), (TreeSnapshot{{u"a"_s, "12345678"}}));
                 QCOMPARE(outcome.notes.size(), fits ? 1 : 0);
@@ -205,9 +187,8 @@ private slots:
                 scene.server->garbles = true;
         };
         scene.callbacks.gate = std::make_shared<TransferGate>(1);
-        scene.add("from/good");
-        scene.add("from/bad");
-        QCOMPARE(scene.run().failures, QStringList{u"The copy of “bad” differs from the original."_s});
+        QCOMPARE(scene.run("from/good", "from/bad").failures,
+                 QStringList{u"The copy of “bad” differs from the original."_s});
         QCOMPARE(scene.under(u"from/"_s), (TreeSnapshot{{u"bad"_s, "12345678"}}));
     }
 };

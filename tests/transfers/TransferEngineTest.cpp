@@ -19,15 +19,6 @@ using State = TransferStatus::State;
 
 namespace {
 
-struct FolderScene : EngineScene
-{
-    FolderScene()
-        : EngineScene(
-              {{"from/a", "new a"}, {"from/b", "new b"}, {"from/c", "new c"}, {"to/a", "old a"}, {"other/", ""}})
-    {
-    }
-};
-
 const QUuid serverID(u"11111111-2222-4333-8444-555555555555"_s);
 
 /// A queue that is kept, and the server its transfers go to; engines come and go.
@@ -78,7 +69,7 @@ class TransferEngineTest final : public QObject
 private slots:
     void transfersRunOneAfterTheOtherAndTellWhatChanged()
     {
-        FolderScene scene;
+        EngineScene scene;
         QSignalSpy folders(scene.engine.get(), &TransferEngine::foldersChanged);
         scene.send("from/a", "other");
         scene.send("from/b", "other");
@@ -121,7 +112,7 @@ private slots:
 
     void conflictWaitsForItsAnswer()
     {
-        FolderScene scene;
+        EngineScene scene;
         scene.letGo->release(9);
         scene.send("from/a", "to");
         QTRY_VERIFY(scene.engine->conflict());
@@ -135,7 +126,7 @@ private slots:
 
     void cancelDuringAQuestionWithdrawsItAndGoesOnWithTheNext()
     {
-        FolderScene scene;
+        EngineScene scene;
         scene.letGo->release(9);
         const QUuid first = scene.send("from/a", "to");
         scene.send("from/b", "to");
@@ -150,7 +141,7 @@ private slots:
 
     void waitingTransferThatIsCancelledOrPausedIsPassedOver()
     {
-        FolderScene scene;
+        EngineScene scene;
         scene.send("from/a", "other");
         scene.engine->cancel(scene.send("from/b", "other"));
         const QUuid paused = scene.send("from/b", "other");
@@ -215,7 +206,7 @@ private slots:
 
     void severalTransfersShareTheLimitOfFiles()
     {
-        FolderScene scene;
+        EngineScene scene;
         scene.engine->setMostAtOnce(2);
         scene.send("from/a", "other");
         scene.send("from/b", "other");
@@ -231,7 +222,7 @@ private slots:
 
     void waitingTransfersRunInTheOrderTheUserGivesThem()
     {
-        FolderScene scene;
+        EngineScene scene;
         scene.send("from/a", "other");
         const QUuid second = scene.send("from/b", "other");
         const QUuid third = scene.send("from/c", "other");
@@ -252,7 +243,7 @@ private slots:
 
     void pausedTransferStopsWithinAFileAndGoesOnFromThere()
     {
-        FolderScene scene;
+        EngineScene scene;
         const QUuid id = scene.send("from/a", "other");
         QVERIFY(scene.halfway->tryAcquire(1, 5000));
         scene.engine->pause(id);
@@ -271,7 +262,7 @@ private slots:
 
     void onlyWhatFailedIsTriedAgain()
     {
-        FolderScene scene;
+        EngineScene scene;
         scene.letGo->release(99);
         scene.server->halfway = [](const QString &source) {
             if (source.endsWith(u'b'))
@@ -292,7 +283,7 @@ private slots:
 
     void questionsOfSeveralTransfersComeOneAfterTheOther()
     {
-        FolderScene scene;
+        EngineScene scene;
         scene.letGo->release(99);
         scene.engine->setMostAtOnce(2);
         scene.send("from/a", "to");
@@ -312,7 +303,7 @@ private slots:
 
     void engineThatGoesDuringATransferLeavesNoHalfFile()
     {
-        FolderScene scene;
+        EngineScene scene;
         scene.send("from/a", "other");
         QTRY_COMPARE(scene.tree.snapshot().size(), 8);
         scene.engine.reset();

@@ -157,11 +157,9 @@ private slots:
 
     void noFileIsLostAtAnyMoment()
     {
-        const int moments =
-            qEnvironmentVariableIsSet("MOORIX_MOMENTS") ? qEnvironmentVariableIntValue("MOORIX_MOMENTS") : 9;
-        const quint32 seed = qEnvironmentVariableIsSet("MOORIX_SEED")
-                                 ? quint32(qEnvironmentVariableIntValue("MOORIX_SEED"))
-                                 : QRandomGenerator::global()->generate() & 0x7fffffff;
+        const int moments = qEnvironmentVariable("MOORIX_MOMENTS", u"9"_s).toInt();
+        const QString anySeed = QString::number(QRandomGenerator::global()->generate());
+        const uint seed = qEnvironmentVariable("MOORIX_SEED", anySeed).toUInt();
         qInfo("MOORIX_SEED=%u MOORIX_MOMENTS=%d", seed, moments);
         QRandomGenerator random(seed);
         std::array<int, 4> hits{};

@@ -29,50 +29,41 @@ class TransferRunTest final : public QObject
     Q_OBJECT
 
 private slots:
-    void treeArrivesWithModesAndTimesAndAMoveLeavesNothingBehind_data()
-    {
-        QTest::addColumn<Route>("route");
-        QTest::newRow("on the local disk") << Route::local;
-        QTest::newRow("to a server") << Route::upload;
-        QTest::newRow("from a server") << Route::download;
-        QTest::newRow("between servers") << Route::betweenServers;
-        QTest::newRow("within a server") << Route::withinServer;
-    }
     void treeArrivesWithModesAndTimesAndAMoveLeavesNothingBehind()
     {
-        QFETCH(const Route, route);
-        const QString longName(250, u'n');
+        using enum Route;
+        const QString longName = u"from/"_s + QString(250, u'n');
         const QDateTime date(QDate(2020, 2, 29), QTime(12, 30), Qt::UTC);
-        for (const bool isMove : {false, true}) {
-            Scene scene(
-                {{"from/d/a", "text"}, {"from/d/.b", "dot"}, {"from/d/e/", ""}, {"from/d/f/c", "more"}, {"to/", ""}},
-                route);
-            // One by one, or together.
-            scene.server->isTakingMany = scene.otherServer->isTakingMany = isMove;
-            scene.tree.write(u"from/"_s + longName, "x");
-            const QString source = scene.tree.path(u"from/"_s + longName);
-            setTimeAndMode(source, date, QFile::Permissions(0x6040));
-            const QFile::Permissions mode = QFile::permissions(source);
-            const TreeSnapshot whole = scene.under(u"from/"_s);
-            scene.request.isMove = isMove;
-            scene.add("from/d");
-            scene.add(u"from/"_s + longName);
-            const TransferOutcome outcome = scene.run();
-            QCOMPARE(outcome.failures, QStringList());
-            QCOMPARE(scene.under(u"to/"_s), whole);
-            QCOMPARE(scene.under(u"from/"_s), isMove ? TreeSnapshot() : whole);
-            QCOMPARE(outcome.counts.filesDone, outcome.counts.filesTotal);
-            const QFileInfo copy(scene.tree.path(u"to/"_s + longName));
-            QCOMPARE(copy.lastModified().toUTC(), date);
-            QCOMPARE(copy.permissions(), mode);
+        for (const Route route : {local, upload, download, betweenServers, withinServer}) {
+            for (const bool isMove : {false, true}) {
+                Scene scene({{"from/d/a", "text"},
+                             {"from/d/.b", "dot"},
+                             {"from/d/e/", ""},
+                             {"from/d/f/c", "more"},
+                             {"to/", ""}},
+                            route);
+                // One by one, or together.
+                scene.server->isTakingMany = scene.otherServer->isTakingMany = isMove;
+                scene.tree.write(longName, "x");
+                const QString source = scene.tree.path(longName);
+                setTimeAndMode(source, date, QFile::Permissions(0x6040));
+                const QFile::Permissions mode = QFile::permissions(source);
+                const TreeSnapshot whole = scene.under(u"from/"_s);
+                scene.request.isMove = isMove;
+                const TransferOutcome outcome = scene.run("from/d", longName);
+                QCOMPARE(outcome.failures, QStringList());
+                QCOMPARE(scene.under(u"to/"_s), whole);
+                QCOMPARE(scene.under(u"from/"_s), isMove ? TreeSnapshot() : whole);
+                QCOMPARE(outcome.counts.filesDone, outcome.counts.filesTotal);
+                const QFileInfo copy(scene.tree.path(u"to"_s + longName.mid(4)));
+                QCOMPARE(copy.lastModified().toUTC(), date);
+                QCOMPARE(copy.permissions(), mode);
+            }
         }
     }
 
-    void conflictsAreResolvedByPolicy_data()
+    void conflictsAreResolvedByPolicy()
     {
-        QTest::addColumn<TransferConflictPolicy>("policy");
-        QTest::addColumn<std::optional<ConflictAnswer>>("answer");
-        QTest::addColumn<TreeSnapshot>("expected");
         const TreeSnapshot kept{{u"a.tar.gz"_s, "old"}, {u"b"_s, "old"}, {u"d/"_s, ""}, {u"d/c"_s, "old"}};
         const TreeSnapshot replaced{{u"a.tar.gz"_s, "new a"}, {u"b"_s, "new b"}, {u"d/"_s, ""}, {u"d/c"_s, "new c"}};
         TreeSnapshot both = kept;
@@ -81,80 +72,63 @@ private slots:
         folderToo.remove(u"d/c 2"_s);
         folderToo.insert({{u"d 2/"_s, ""}, {u"d 2/c"_s, "new c"}});
         using enum TransferConflictPolicy;
-        const std::optional<ConflictAnswer> nobody;
-        QTest::newRow("skip") << skip << nobody << kept;
-        QTest::newRow("overwrite") << overwrite << nobody << replaced;
-        QTest::newRow("rename") << rename << nobody << folderToo;
-        QTest::newRow("ask: skip each") << ask << std::optional(ConflictAnswer{Choice::skip}) << kept;
-        QTest::newRow("ask: rename each") << ask << std::optional(ConflictAnswer{Choice::rename}) << both;
-        QTest::newRow("ask: overwrite all")
-            << ask << std::optional(ConflictAnswer{Choice::overwrite, true}) << replaced;
-        QTest::newRow("ask: cancel") << ask << std::optional(ConflictAnswer{Choice::cancel}) << kept;
-    }
-    void conflictsAreResolvedByPolicy()
-    {
-        QFETCH(const TransferConflictPolicy, policy);
-        QFETCH(const std::optional<ConflictAnswer>, answer);
-        QFETCH(const TreeSnapshot, expected);
-        for (const Route route : {Route::local, Route::upload, Route::withinServer}) {
-            Scene scene({{"from/a.tar.gz", "new a"},
-                         {"from/b", "new b"},
-                         {"from/d/c", "new c"},
-                         {"to/a.tar.gz", "old"},
-                         {"to/b", "old"},
-                         {"to/d/c", "old"}},
-                        route);
-            scene.request.policy = policy;
-            int questions = 0;
-            scene.callbacks.ask = [&](const TransferConflict &, const std::stop_token &) {
-                ++questions;
-                return answer.value();
-            };
-            for (const char *path : {"from/a.tar.gz", "from/b", "from/d"})
-                scene.add(path);
-            QCOMPARE(scene.run().failures, QStringList());
-            QCOMPARE(scene.under(u"to/"_s), expected);
-            const bool onlyOnce = answer && (answer->forAll || answer->choice == ConflictAnswer::Choice::cancel);
-            QCOMPARE(questions, !answer ? 0 : onlyOnce ? 1 : 3);
+        // The policy, how each question is answered and how often one is asked.
+        const std::tuple<TransferConflictPolicy, ConflictAnswer, int, TreeSnapshot> rows[] = {
+            {skip, {}, 0, kept},
+            {overwrite, {}, 0, replaced},
+            {rename, {}, 0, folderToo},
+            {ask, {Choice::skip}, 3, kept},
+            {ask, {Choice::rename}, 3, both},
+            {ask, {Choice::overwrite, true}, 1, replaced},
+            {ask, {Choice::cancel}, 1, kept}};
+        for (const auto &row : rows) {
+            const auto &[policy, answer, expectedQuestions, expected] = row;
+            for (const Route route : {Route::local, Route::upload, Route::withinServer}) {
+                Scene scene({{"from/a.tar.gz", "new a"},
+                             {"from/b", "new b"},
+                             {"from/d/c", "new c"},
+                             {"to/a.tar.gz", "old"},
+                             {"to/b", "old"},
+                             {"to/d/c", "old"}},
+                            route);
+                scene.request.policy = policy;
+                int questions = 0;
+                scene.callbacks.ask = [&](const TransferConflict &, const std::stop_token &) {
+                    ++questions;
+                    return std::get<ConflictAnswer>(row);
+                };
+                QCOMPARE(scene.run("from/a.tar.gz", "from/b", "from/d").failures, QStringList());
+                QCOMPARE(scene.under(u"to/"_s), expected);
+                QCOMPARE(questions, expectedQuestions);
+            }
         }
     }
 
-    void brokenCopyLeavesTheOldFileAndNoPart_data()
-    {
-        QTest::addColumn<Route>("route");
-        QTest::addColumn<bool>("takesMany");
-        for (const bool takesMany : {true, false}) {
-            const char *const way = takesMany ? "in a bundle" : "by itself";
-            QTest::addRow("upload %s", way) << Route::upload << takesMany;
-            QTest::addRow("download %s", way) << Route::download << takesMany;
-        }
-        QTest::newRow("between servers") << Route::betweenServers << false;
-    }
     void brokenCopyLeavesTheOldFileAndNoPart()
     {
-        QFETCH(const Route, route);
-        QFETCH(const bool, takesMany);
-        for (const bool isSilent : {false, true}) {
-            Scene scene({{"from/bad", "new data"}, {"from/good", "fine"}, {"to/bad", "old data"}}, route);
-            scene.request.policy = TransferConflictPolicy::overwrite;
-            scene.request.isMove = true;
-            scene.server->isTakingMany = takesMany;
-            scene.server->halfway = [&scene, isSilent](const QString &source) {
-                scene.server->losesHalf = isSilent && source.endsWith(u"bad"_s);
-                if (!isSilent && source.endsWith(u"bad"_s))
-                    throw FileServiceError::operationFailed(u"write: No space left on device"_s);
-            };
-            scene.callbacks.gate = std::make_shared<TransferGate>(1);
-            scene.add("from/bad");
-            scene.add("from/good");
-            const TransferOutcome outcome = scene.run();
-            QCOMPARE(outcome.failures.size(), 1);
-            const QString words = isSilent ? u"the copy has 4 bytes"_s : u"No space left on device"_s;
-            QVERIFY2(outcome.failures.first().startsWith(u"“bad” was not moved: "_s) &&
-                         outcome.failures.first().contains(words),
-                     qPrintable(outcome.failures.first()));
-            QCOMPARE(scene.under(u"to/"_s), (TreeSnapshot{{u"bad"_s, "old data"}, {u"good"_s, "fine"}}));
-            QCOMPARE(scene.under(u"from/"_s), (TreeSnapshot{{u"bad"_s, "new data"}}));
+        for (const auto &[route, takesMany] :
+             {std::pair(Route::upload, true), std::pair(Route::upload, false), std::pair(Route::download, true),
+              std::pair(Route::download, false), std::pair(Route::betweenServers, false)}) {
+            for (const bool isSilent : {false, true}) {
+                Scene scene({{"from/bad", "new data"}, {"from/good", "fine"}, {"to/bad", "old data"}}, route);
+                scene.request.policy = TransferConflictPolicy::overwrite;
+                scene.request.isMove = true;
+                scene.server->isTakingMany = takesMany;
+                scene.server->halfway = [&scene, isSilent](const QString &source) {
+                    scene.server->losesHalf = isSilent && source.endsWith(u"bad"_s);
+                    if (!isSilent && source.endsWith(u"bad"_s))
+                        throw FileServiceError::operationFailed(u"write: No space left on device"_s);
+                };
+                scene.callbacks.gate = std::make_shared<TransferGate>(1);
+                const TransferOutcome outcome = scene.run("from/bad", "from/good");
+                QCOMPARE(outcome.failures.size(), 1);
+                const QString words = isSilent ? u"the copy has 4 bytes"_s : u"No space left on device"_s;
+                QVERIFY2(outcome.failures.first().startsWith(u"“bad” was not moved: "_s) &&
+                             outcome.failures.first().contains(words),
+                         qPrintable(outcome.failures.first()));
+                QCOMPARE(scene.under(u"to/"_s), (TreeSnapshot{{u"bad"_s, "old data"}, {u"good"_s, "fine"}}));
+                QCOMPARE(scene.under(u"from/"_s), (TreeSnapshot{{u"bad"_s, "new data"}}));
+            }
         }
     }
 
@@ -164,8 +138,7 @@ private slots:
             Scene scene({{"from/a", "ours"}, {"to/", ""}}, Route::upload);
             scene.server->isTakingMany = takesMany;
             scene.server->halfway = [&scene](const QString &) { scene.tree.write("to/a", "theirs"); };
-            scene.add("from/a");
-            QCOMPARE(scene.run().failures.size(), 1);
+            QCOMPARE(scene.run("from/a").failures.size(), 1);
             QCOMPARE(scene.under(u"to/"_s), (TreeSnapshot{{u"a"_s, "theirs"}}));
         }
     }
@@ -174,9 +147,8 @@ private slots:
     {
         Scene scene({{"from/d/good", "g"}, {"from/evil", "outside"}, {"to/", ""}}, Route::download);
         scene.server->inventedNames = {u".."_s, u"."_s, u"../evil"_s, u"x/y"_s, u""_s, u"line\nbreak"_s, u"\x1b[2J"_s};
-        scene.add("from/d");
         scene.request.isMove = true;
-        const QStringList failures = scene.run().failures;
+        const QStringList failures = scene.run("from/d").failures;
         QCOMPARE(failures.size(), 7);
         QCOMPARE(failures.filter(u"would lead out of the target folder"_s).size(), 4);
         QCOMPARE(failures.filter(u"control characters"_s).size(), 2);
@@ -202,8 +174,7 @@ private slots:
         for (const auto &[item, targetFolder, words] : rows) {
             scene.request.targetFolder = scene.tree.path(targetFolder);
             scene.request.items.clear();
-            scene.add(item);
-            const QStringList failures = scene.run().failures;
+            const QStringList failures = scene.run(item).failures;
             QVERIFY2(failures.size() == 1 && failures.first().contains(QLatin1String(words)),
                      qPrintable(failures.join(u'|')));
         }
@@ -216,8 +187,7 @@ private slots:
         for (const Route route : {Route::local, Route::upload}) {
             Scene scene({{"from/d/a", "a"}, {"to/", ""}}, route);
             scene.tree.link("from/d/link", "nowhere");
-            scene.add("from/d");
-            const TransferOutcome outcome = scene.run();
+            const TransferOutcome outcome = scene.run("from/d");
             QCOMPARE(outcome.failures.size(), route == Route::local ? 0 : 1);
             QCOMPARE(scene.tree.exists("to/d/link"), route == Route::local);
             QCOMPARE(scene.tree.read("to/d/a"), QByteArray("a"));
@@ -229,9 +199,8 @@ private slots:
         for (const char *written : {"from/d/a", "from/d/late"}) {
             Scene scene({{"from/d/a", "before"}, {"to/", ""}}, Route::upload);
             scene.server->halfway = [&](const QString &) { scene.tree.write(written, "written meanwhile"); };
-            scene.add("from/d");
             scene.request.isMove = true;
-            QCOMPARE(scene.run().failures.size(), 1);
+            QCOMPARE(scene.run("from/d").failures.size(), 1);
             QCOMPARE(scene.tree.read(written), QByteArray("written meanwhile"));
         }
     }
@@ -241,10 +210,8 @@ private slots:
         for (const Route route : {Route::upload, Route::download, Route::betweenServers}) {
             Scene scene({{"from/a", "12345678"}, {"from/b", "12345678"}, {"to/", ""}}, route);
             scene.server->halfway = [&scene](const QString &) { scene.stop.request_stop(); };
-            scene.add("from/a");
-            scene.add("from/b");
             scene.request.isMove = true;
-            const TransferOutcome outcome = scene.run();
+            const TransferOutcome outcome = scene.run("from/a", "from/b");
             QVERIFY(outcome.wasCancelled);
             QCOMPARE(outcome.failures, QStringList());
             const QList<QByteArray> contents = scene.under(u"to/"_s).values() + scene.under(u"from/"_s).values();
@@ -255,20 +222,16 @@ private slots:
     void lostConnectionEndsTheTransferWithOneSentence()
     {
         Scene scene({{"from/a", "1"}, {"from/b", "2"}, {"from/c", "3"}, {"to/", ""}}, Route::upload);
-        scene.server->halfway = [](const QString &) {
-            throw FileServiceError::connectionFailed(u"Connection reset by peer"_s);
-        };
-        for (const char *path : {"from/a", "from/b", "from/c"})
-            scene.add(path);
-        QCOMPARE(scene.run().failures, QStringList{u"Could not connect: Connection reset by peer"_s});
+        scene.server->halfway = breakLink(3);
+        QCOMPARE(scene.run("from/a", "from/b", "from/c").failures,
+                 QStringList{u"Could not connect: Connection reset by peer"_s});
     }
 
     void tooLittleSpaceIsSaidBeforeAnythingIsCopied()
     {
         Scene scene({{"from/d/a", "12345"}, {"from/d/b", "12345"}, {"to/", ""}}, Route::upload);
         scene.server->space = 9;
-        scene.add("from/d");
-        const TransferOutcome outcome = scene.run();
+        const TransferOutcome outcome = scene.run("from/d");
         QCOMPARE(outcome.failures.size(), 1);
         QVERIFY2(outcome.failures.first().contains(u"9 bytes free"_s), qPrintable(outcome.failures.first()));
         QCOMPARE(scene.under(u"to/"_s), TreeSnapshot());

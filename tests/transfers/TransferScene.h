@@ -16,6 +16,7 @@ enum class Route { local, upload, download, betweenServers, withinServer };
 struct Scene
 {
     TestTree tree;
+    const Route way;
     std::shared_ptr<FileService> disk = std::make_shared<LocalFileService>();
     std::shared_ptr<FolderServer> server = std::make_shared<FolderServer>();
     std::shared_ptr<FolderServer> otherServer = std::make_shared<FolderServer>();
@@ -25,6 +26,7 @@ struct Scene
 
     explicit Scene(std::initializer_list<TestTree::Entry> entries, Route route = Route::local)
         : tree(entries)
+        , way(route)
     {
         request.source = route == Route::local || route == Route::upload ? disk : server;
         request.destination = route == Route::local || route == Route::download ? disk
@@ -38,8 +40,22 @@ struct Scene
         };
     }
 
+    /// Tells which of the scenes of a failed test it was.
+    ~Scene()
+    {
+        if (QTest::currentTestFailed())
+            qInfo("route %d, in bundles %d, move %d", int(way), int(server->isTakingMany), int(request.isMove));
+    }
+    Q_DISABLE_COPY_MOVE(Scene)
+
     void add(const RelPath &path) { request.items << *LocalFileService().stat(tree.path(path), {}); }
-    TransferOutcome run() { return TransferRun(request, callbacks).run(stop.get_token()); }
+    /// Transfers these, and what was added before.
+    template <class... Paths>
+    TransferOutcome run(const Paths &...paths)
+    {
+        (add(paths), ...);
+        return TransferRun(request, callbacks).run(stop.get_token());
+    }
     /// What lies under a folder, by paths relative to it.
     TreeSnapshot under(const QString &folder) const
     {
@@ -64,7 +80,11 @@ struct EngineScene
     std::unique_ptr<TransferEngine> engine = std::make_unique<TransferEngine>(TransferEngine::Options{1, {}});
     bool isMove = false;
 
-    explicit EngineScene(std::initializer_list<TestTree::Entry> entries)
+    explicit EngineScene(std::initializer_list<TestTree::Entry> entries = {{"from/a", "new a"},
+                                                                           {"from/b", "new b"},
+                                                                           {"from/c", "new c"},
+                                                                           {"to/a", "old a"},
+                                                                           {"other/", ""}})
         : tree(entries)
     {
         server->halfway = [letGo = letGo, halfway = halfway](const QString &) {

@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "files/NativePath.h"
-#include "remote/FTPService.h"
-#include "remote/SFTPService.h"
 #include "support/DelayProxy.h"
 #include "support/FTPServer.h"
 #include "support/TestMain.h"
@@ -9,10 +7,11 @@
 #include "transfers/TransferChecksums.h"
 #include "transfers/TransferScene.h"
 
+#include <QRandomGenerator>
+
 #include <csignal>
 #include <sys/stat.h>
 #include <thread>
-#include <unistd.h>
 
 using namespace moorix;
 using namespace moorix::test;
@@ -29,7 +28,7 @@ private slots:
     {
         m_sshd = std::make_unique<TestServer>();
         m_clients = std::make_shared<IsolatedClients>(m_sshd->knownHostsPath());
-        m_service = connected(m_sshd->connection());
+        m_service = connected();
     }
 
     void cleanupTestCase()
@@ -39,75 +38,60 @@ private slots:
         m_sshd.reset();
     }
 
-    void killedClientIsMadeUpFor_data() { addWays(); }
     void killedClientIsMadeUpFor()
     {
-        QFETCH(const bool, isUpload);
+        QByteArray content(20 * 1024 * 1024, Qt::Uninitialized);
+        QRandomGenerator(1).fillRange(reinterpret_cast<quint32 *>(content.data()), content.size() / 4);
         // The client itself, and what carries its bytes.
-        const QByteArray victim = isUpload ? "sftp" : "ssh";
-        constexpr qsizetype size = 20 * 1024 * 1024;
-        QByteArray content(size, Qt::Uninitialized);
-        std::generate(content.begin(), content.end(), [state = 1u]() mutable {
-            state = state * 1664525 + 1013904223;
-            return char(state >> 24);
-        });
-        const DelayProxy proxy(m_sshd->port());
-        Scene scene({{"from/a", content}, {"to/", ""}});
-        (isUpload ? scene.request.destination : scene.request.source) = through(proxy);
-        scene.callbacks.reconnectDelays = {1ms, 50ms, 200ms, 1s};
-        std::atomic<bool> killed = false;
-        scene.callbacks.progress = [&](const TransferCounts &counts) {
-            if (counts.bytesDone < size / 2 || killed)
-                return;
-            for (const qint64 child : childrenNamed(victim))
-                killed = ::kill(pid_t(child), SIGKILL) == 0;
-        };
-        scene.add("from/a");
-        const TransferOutcome outcome = scene.run();
-        QVERIFY(killed);
-        QCOMPARE(outcome.failures, QStringList());
-        QVERIFY(scene.tree.read("to/a") == content);
-        QCOMPARE(scene.under(u"to/"_s).size(), 1);
-        QCOMPARE(outcome.notes, QStringList{u"1 file went on where its copy had stopped."_s});
+        for (const char *victim : {"sftp", "ssh"}) {
+            const DelayProxy proxy(m_sshd->port());
+            Scene scene({{"from/a", content}, {"to/", ""}});
+            (victim == QByteArray("sftp") ? scene.request.destination : scene.request.source) =
+                connected({}, proxy.port());
+            scene.callbacks.reconnectDelays = {1ms, 50ms, 200ms, 1s};
+            std::atomic<bool> killed = false;
+            scene.callbacks.progress = [&](const TransferCounts &counts) {
+                if (counts.bytesDone < content.size() / 2 || killed)
+                    return;
+                for (const qint64 child : childrenNamed(victim))
+                    killed = ::kill(pid_t(child), SIGKILL) == 0;
+            };
+            const TransferOutcome outcome = scene.run("from/a");
+            QVERIFY2(killed, victim);
+            QCOMPARE(outcome.failures, QStringList());
+            QVERIFY2(scene.tree.read("to/a") == content, victim);
+            QCOMPARE(scene.under(u"to/"_s).size(), 1);
+            QCOMPARE(outcome.notes, QStringList{u"1 file went on where its copy had stopped."_s});
+        }
     }
 
-    void folderGoesThroughAShellAsOneStream_data() { addWays(); }
     void folderGoesThroughAShellAsOneStream()
     {
-        QFETCH(const bool, isUpload);
-        Scene scene({{"from/d/größe", "1"},
-                     {"from/d/two  spaces", "2"},
-                     {"from/d/-rf", "3"},
-                     {"from/d/$(touch x)", "4"},
-                     {"from/d/a\\b", "5"},
-                     {"from/d/it's \"q\"", "6"},
-                     {"from/d/.hidden", "7"},
-                     {"from/d/e/* {a,b}", "8"},
-                     {"from/d/e/empty", ""},
-                     {"from/d/e/large", QByteArray(300'000, 'x')},
-                     {"to/", ""}});
-        scene.tree.link("from/d/e/link", "/nowhere/at all");
-        (isUpload ? scene.request.destination : scene.request.source) = m_service;
-        scene.request.isMove = true;
-        scene.add("from/d");
-        const TreeSnapshot expected = scene.under(u"from/"_s);
-        const TransferOutcome outcome = scene.run();
-        QCOMPARE(outcome.failures, QStringList());
-        QCOMPARE(scene.under(u"to/"_s), expected);
-        QCOMPARE(scene.under(u"from/"_s), TreeSnapshot());
-        QVERIFY2(outcome.notes.value(0).contains(u"as one stream: “d”, 11 files"_s),
-                 qPrintable(outcome.notes.join(u'|')));
+        for (const bool isUpload : {true, false}) {
+            Scene scene({{"from/d/e/empty", ""}, {"from/d/e/large", QByteArray(300'000, 'x')}, {"to/", ""}});
+            for (const char *name :
+                 {"größe", "two  spaces", "-rf", "$(touch x)", "a\\b", "it's \"q\"", ".hidden", "e/* {a,b}"})
+                scene.tree.write(u"from/d/"_s + QString::fromUtf8(name), name);
+            scene.tree.link("from/d/e/link", "/nowhere/at all");
+            (isUpload ? scene.request.destination : scene.request.source) = m_service;
+            scene.request.isMove = true;
+            const TreeSnapshot expected = scene.under(u"from/"_s);
+            const TransferOutcome outcome = scene.run("from/d");
+            QCOMPARE(outcome.failures, QStringList());
+            QCOMPARE(scene.under(u"to/"_s), expected);
+            QCOMPARE(scene.under(u"from/"_s), TreeSnapshot());
+            QVERIFY2(outcome.notes.value(0).contains(u"as one stream: “d”, 11 files"_s),
+                     qPrintable(outcome.notes.join(u'|')));
+        }
     }
 
     void oneOfManyFilesFailsAlone_data()
     {
         QTest::addColumn<bool>("isUpload");
         QTest::addColumn<QString>("account");
-        for (const bool isUpload : {true, false}) {
-            const char *const way = isUpload ? "up" : "down";
-            QTest::addRow("SFTP and a shell, %s", way) << isUpload << TestServer::user();
-            QTest::addRow("SFTP alone, %s", way) << isUpload << TestServer::userWithoutShell();
-            QTest::addRow("FTP, %s", way) << isUpload << QString();
+        for (const QString &account : {TestServer::user(), TestServer::userWithoutShell(), u"over FTP"_s}) {
+            QTest::addRow("up, %s", qPrintable(account)) << true << account;
+            QTest::addRow("down, %s", qPrintable(account)) << false << account;
         }
     }
     void oneOfManyFilesFailsAlone()
@@ -118,16 +102,14 @@ private slots:
         QFETCH(const QString, account);
         std::unique_ptr<FTPServer> ftp;
         std::shared_ptr<RemoteFileService> service;
-        if (account.isEmpty()) {
+        if (account == u"over FTP"_s) {
             if (const QString missing = FTPServer::missing(FTPServer::Program::vsftpd); !missing.isEmpty())
                 QSKIP(qPrintable(missing));
             ftp = std::make_unique<FTPServer>(FTPServer::Program::vsftpd, FTPServer::Encryption::none);
             service = std::make_shared<FTPService>(ftp->connection(), FTPServer::credentials(), m_clients);
             service->connect({});
         } else {
-            ServerConnection record = m_sshd->connection();
-            record.username = account;
-            service = connected(record);
+            service = connected(account);
         }
         // Some bundles full.
         Scene scene(
@@ -145,8 +127,7 @@ private slots:
                    m_clients->runs(u"/usr/bin/curl"_s);
         };
         const int before = runs();
-        scene.add("from/d");
-        const TransferOutcome outcome = scene.run();
+        const TransferOutcome outcome = scene.run("from/d");
         QVERIFY2(runs() - before < 40, qPrintable(QString::number(runs() - before)));
         QCOMPARE(outcome.failures.size(), 1);
         QVERIFY2(outcome.failures.first().contains(u"“pipe” was not copied"_s), qPrintable(outcome.failures.first()));
@@ -161,12 +142,9 @@ private slots:
         if (!m_sshd->hasAccounts())
             QSKIP("Only root can make accounts.");
         const DelayProxy proxy(m_sshd->port(), 30ms);
-        ServerConnection record = m_sshd->connection();
-        record.username = TestServer::userWithoutShell();
-        record.port = proxy.port();
         const qsizetype before = m_sshd->sessions().size();
         for (const bool isUpload : {true, false}) {
-            const auto service = connected(record);
+            const auto service = connected(TestServer::userWithoutShell(), proxy.port());
             Scene scene({{"from/d/e/$(x) \"a\\b", "1"}, {"to/", ""}});
             for (int i = 0; i < 60; ++i)
                 scene.tree.write(u"from/d/%1"_s.arg(i), QByteArray(i, 'x'));
@@ -177,8 +155,7 @@ private slots:
             scene.callbacks.progress = [&](const TransferCounts &) {
                 most = std::max(most.load(), m_sshd->sessions().size());
             };
-            scene.add("from/d");
-            const TransferOutcome outcome = scene.run();
+            const TransferOutcome outcome = scene.run("from/d");
             QCOMPARE(outcome.failures, QStringList());
             QCOMPARE(scene.under(u"to/"_s), scene.under(u"from/"_s));
             QVERIFY2(most >= before + 4, qPrintable(QString::number(most)));
@@ -193,16 +170,36 @@ private slots:
             Scene scene({{"from/d/a", "a"}, {"to/", ""}});
             scene.tree.link("from/d/link", "/no where");
             (isUpload ? scene.request.destination : scene.request.source) = m_service;
-            scene.add("from/d");
-            QCOMPARE(scene.run().failures, QStringList());
+            QCOMPARE(scene.run("from/d").failures, QStringList());
             QCOMPARE(scene.under(u"to/"_s), scene.under(u"from/"_s));
         }
     }
 
     void cutLineIsMadeUpForInAStreamAndInALane()
     {
-        for (const int files : {12, 2})
-            cutLineIsMadeUpFor(files);
+        for (const int files : {12, 2}) {
+            Scene scene({{"from/d/", ""}, {"to/", ""}});
+            for (int i = 0; i < files; ++i)
+                scene.tree.write(u"from/d/%1"_s.arg(i), QByteArray(200'000, char('a' + i)));
+            DelayProxy proxy(m_sshd->port());
+            scene.request.destination = connected({}, proxy.port());
+            scene.callbacks.reconnectDelays = {1ms, 50ms, 200ms, 1s};
+            std::atomic<bool> isCut = false;
+            const qint64 before = proxy.bytesPassed();
+            std::jthread scissors([&](const std::stop_token &stop) {
+                while (!stop.stop_requested() && proxy.bytesPassed() < before + 150'000)
+                    std::this_thread::yield();
+                proxy.cut();
+                isCut = true;
+            });
+            const TransferOutcome outcome = scene.run("from/d");
+            QVERIFY(isCut);
+            QCOMPARE(outcome.failures, QStringList());
+            QCOMPARE(scene.under(u"to/"_s), scene.under(u"from/"_s));
+            const QString way =
+                files > 8 ? u"“d” broke off as one stream"_s : u"Sent in bundles of up to 256: 2 files."_s;
+            QVERIFY2(outcome.notes.value(0).startsWith(way), qPrintable(outcome.notes.value(0)));
+        }
     }
 
     void fullDiskLeavesTheOldFileWhole()
@@ -216,8 +213,7 @@ private slots:
         scene.request.targetFolder = m_sshd->fullDiskPath();
         scene.request.policy = TransferConflictPolicy::overwrite;
         scene.request.isMove = true;
-        scene.add("from/a");
-        const TransferOutcome outcome = scene.run();
+        const TransferOutcome outcome = scene.run("from/a");
         QCOMPARE(outcome.failures.size(), 1);
         QVERIFY2(outcome.failures.first().contains(u"write remote"_s), qPrintable(outcome.failures.first()));
         QVERIFY(m_service->freeSpace(m_sshd->fullDiskPath(), {}).value_or(-1) < 64 * 1024);
@@ -262,58 +258,20 @@ private slots:
         QCOMPARE(m_service->checksums(paths + QStringList{tree.path("missing")}, {}), local);
         if (!m_sshd->hasAccounts())
             QSKIP("Only root can make accounts without a shell.");
-        ServerConnection record = m_sshd->connection();
-        record.username = TestServer::userWithoutShell();
-        const auto service = connected(record);
+        const auto service = connected(TestServer::userWithoutShell());
         QVERIFY(!service->checksums(paths, {}));
         service->disconnect();
     }
 
 private:
-    static void addWays()
+    std::shared_ptr<SFTPService> connected(const QString &user = {}, quint16 port = 0) const
     {
-        QTest::addColumn<bool>("isUpload");
-        QTest::newRow("up") << true;
-        QTest::newRow("down") << false;
-    }
-
-    std::shared_ptr<SFTPService> connected(const ServerConnection &server,
-                                           const ConnectionCredentials &credentials = {}) const
-    {
-        auto service = std::make_shared<SFTPService>(server, credentials, m_clients);
+        ServerConnection server = m_sshd->connection();
+        server.username = user.isEmpty() ? server.username : user;
+        server.port = port ? port : server.port;
+        auto service = std::make_shared<SFTPService>(server, ConnectionCredentials(), m_clients);
         service->connect({});
         return service;
-    }
-    std::shared_ptr<SFTPService> through(const DelayProxy &proxy) const
-    {
-        ServerConnection far = m_sshd->connection();
-        far.port = proxy.port();
-        return connected(far);
-    }
-
-    void cutLineIsMadeUpFor(int files) const
-    {
-        Scene scene({{"from/d/", ""}, {"to/", ""}});
-        for (int i = 0; i < files; ++i)
-            scene.tree.write(u"from/d/%1"_s.arg(i), QByteArray(200'000, char('a' + i)));
-        DelayProxy proxy(m_sshd->port());
-        scene.request.destination = through(proxy);
-        scene.callbacks.reconnectDelays = {1ms, 50ms, 200ms, 1s};
-        std::atomic<bool> isCut = false;
-        const qint64 before = proxy.bytesPassed();
-        std::jthread scissors([&](const std::stop_token &stop) {
-            while (!stop.stop_requested() && proxy.bytesPassed() < before + 150'000)
-                std::this_thread::yield();
-            proxy.cut();
-            isCut = true;
-        });
-        scene.add("from/d");
-        const TransferOutcome outcome = scene.run();
-        QVERIFY(isCut);
-        QCOMPARE(outcome.failures, QStringList());
-        QCOMPARE(scene.under(u"to/"_s), scene.under(u"from/"_s));
-        const QString way = files > 8 ? u"“d” broke off as one stream"_s : u"Sent in bundles of up to 256: 2 files."_s;
-        QVERIFY2(outcome.notes.value(0).startsWith(way), qPrintable(outcome.notes.value(0)));
     }
 
     std::unique_ptr<TestServer> m_sshd;
