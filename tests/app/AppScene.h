@@ -47,16 +47,17 @@ struct AppScene
     /// Prepares each new service.
     std::function<void(FolderServer &)> prepare = [](FolderServer &) {};
     ServerConnections connections{[this](const ServerConnection &, const std::optional<ConnectionCredentials> &) {
-                                      auto server = std::make_shared<FolderServer>();
-                                      server->home = tree.path("srv");
-                                      server->farewells = farewells;
-                                      prepare(*server);
-                                      made << server.get();
-                                      return server;
+                                      auto service = std::make_shared<FolderServer>();
+                                      service->home = tree.path("srv");
+                                      service->farewells = farewells;
+                                      prepare(*service);
+                                      made << service.get();
+                                      return service;
                                   },
                                   runner};
     TransferEngine transfers;
     std::unique_ptr<PaneTabs> tabs;
+    ServerConnection server = serverNamed(QStringLiteral("web-01"));
 
     explicit AppScene(std::shared_ptr<FakeProcessRunner> processes = std::make_shared<FakeProcessRunner>())
         : runner(std::move(processes))

@@ -162,47 +162,44 @@ private slots:
         QCOMPARE(QDir(ftpd.sharedPath()).entryList(QDir::Files | QDir::Hidden).size(), 1);
     }
 
-    void fileChangedOnTheServerMeanwhileIsOnlyReplacedOnRequest_data()
-    {
-        QTest::addColumn<QByteArray>("theirs");
-        QTest::addColumn<TreeSnapshot>("after");
-        // Of the same size and, as a listing tells it, of the same time as what was fetched.
-        QTest::newRow("upload anyway") << QByteArray("theirs") << TreeSnapshot{{u"a.txt"_s, "mine"}};
-        QTest::newRow("keep both") << QByteArray("theirs")
-                                   << TreeSnapshot{{u"a.txt"_s, "theirs"}, {u"a 2.txt"_s, "mine"}};
-        QTest::newRow("discard") << QByteArray("theirs") << TreeSnapshot{{u"a.txt"_s, "theirs"}};
-        QTest::newRow("removed") << QByteArray() << TreeSnapshot{{u"a.txt"_s, "mine"}};
-    }
     void fileChangedOnTheServerMeanwhileIsOnlyReplacedOnRequest()
     {
-        QFETCH(const QByteArray, theirs);
-        QFETCH(TreeSnapshot, after);
-        const QByteArray answer = QTest::currentDataTag();
-        write(u"a.txt"_s, "before");
-        Desk desk(*m_sshd);
-        desk.open(onServer(u"a.txt"_s));
-        if (theirs.isEmpty())
-            QFile::remove(onServer(u"a.txt"_s));
-        else
-            write(u"a.txt"_s, theirs);
-        desk.save("mine");
-        QTRY_COMPARE_WITH_TIMEOUT(desk.state(), theirs.isEmpty() ? State::goneThere : State::changedThere, patience);
-        QCOMPARE(read(u"a.txt"_s), theirs);
-        if (answer == "discard") {
-            desk.files->discard(desk.id());
-            QTRY_COMPARE(desk.kept(), QStringList());
-            QCOMPARE(desk.home.read("data/Trash/files/a.txt"), "mine");
-            QCOMPARE(desk.files->files().size(), 0);
-        } else {
-            desk.files->send(desk.id(), answer == "keep both" ? Guard::nothing : Guard::anything);
-            QTRY_COMPARE_WITH_TIMEOUT(desk.state(), State::uploaded, patience);
+        enum { anyway, keepBoth, discard };
+        // Of the same size and, as a listing tells it, of the same time as what was fetched; the last is removed.
+        const std::tuple<int, QByteArray, TreeSnapshot> rows[] = {
+            {anyway, "theirs", {{u"a.txt"_s, "mine"}}},
+            {keepBoth, "theirs", {{u"a.txt"_s, "theirs"}, {u"a 2.txt"_s, "mine"}}},
+            {discard, "theirs", {{u"a.txt"_s, "theirs"}}},
+            {anyway, "", {{u"a.txt"_s, "mine"}}}};
+        for (auto [answer, theirs, after] : rows) {
+            cleanup();
+            write(u"a.txt"_s, "before");
+            Desk desk(*m_sshd);
+            desk.open(onServer(u"a.txt"_s));
+            if (theirs.isEmpty())
+                QFile::remove(onServer(u"a.txt"_s));
+            else
+                write(u"a.txt"_s, theirs);
+            desk.save("mine");
+            QTRY_COMPARE_WITH_TIMEOUT(desk.state(), theirs.isEmpty() ? State::goneThere : State::changedThere,
+                                      patience);
+            QCOMPARE(read(u"a.txt"_s), theirs);
+            if (answer == discard) {
+                desk.files->discard(desk.id());
+                QTRY_COMPARE(desk.kept(), QStringList());
+                QCOMPARE(desk.home.read("data/Trash/files/a.txt"), "mine");
+                QCOMPARE(desk.files->files().size(), 0);
+            } else {
+                desk.files->send(desk.id(), answer == keepBoth ? Guard::nothing : Guard::anything);
+                QTRY_COMPARE_WITH_TIMEOUT(desk.state(), State::uploaded, patience);
+            }
+            QCOMPARE(snapshotOf(m_sshd->sharedPath()), after);
+            if (answer != keepBoth)
+                continue;
+            desk.save("mine again");
+            after.insert(u"a 2.txt"_s, "mine again");
+            QTRY_COMPARE_WITH_TIMEOUT(snapshotOf(m_sshd->sharedPath()), after, patience);
         }
-        QCOMPARE(snapshotOf(m_sshd->sharedPath()), after);
-        if (answer != "keep both")
-            return;
-        desk.save("mine again");
-        after.insert(u"a 2.txt"_s, "mine again");
-        QTRY_COMPARE_WITH_TIMEOUT(snapshotOf(m_sshd->sharedPath()), after, patience);
     }
 
     void textIsKeptWhileTheServerIsAwayAndAcrossAnEndOfTheProgram()

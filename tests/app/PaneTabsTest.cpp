@@ -15,9 +15,9 @@ struct Opening
     std::optional<QString> failure;
     Job job;
 
-    Opening(AppScene &scene, const ServerConnection &server)
+    explicit Opening(AppScene &scene)
         : job(scene.connections.open(
-              server, std::nullopt, [this](const OpenConnection &opened) { connection = opened; },
+              scene.server, std::nullopt, [this](const OpenConnection &opened) { connection = opened; },
               [this](const Error &error) { failure = error.message(); }))
     {
     }
@@ -66,10 +66,9 @@ private slots:
             {"", "", "srv"}, {"srv/deep", "", "srv/deep"}, {"srv/deep", "home", "home"}};
         for (const auto &[recorded, asked, expected] : rows) {
             AppScene scene;
-            ServerConnection server = serverNamed(u"web-01"_s);
-            server.remotePath = *recorded ? scene.tree.path(recorded) : QString();
+            scene.server.remotePath = *recorded ? scene.tree.path(recorded) : QString();
             const Session &session = scene.tabs->openServer(
-                server, std::nullopt, *asked ? std::optional(scene.tree.path(asked)) : std::nullopt);
+                scene.server, std::nullopt, *asked ? std::optional(scene.tree.path(asked)) : std::nullopt);
             QCOMPARE(session.state(), State::connecting);
             QCOMPARE(session.stateText(), u"Connecting to web-01…"_s);
             QVERIFY(!session.pane());
@@ -88,7 +87,7 @@ private slots:
                     throw FileServiceError::connectionFailed(u"Connection refused"_s);
             };
         };
-        Session &session = scene.tabs->openServer(serverNamed(u"web-01"_s), std::nullopt, std::nullopt);
+        Session &session = scene.tabs->openServer(scene.server, std::nullopt, std::nullopt);
         QTRY_COMPARE(session.state(), State::failed);
         QCOMPARE(session.stateText(), u"Could not connect: Connection refused"_s);
         isDown = false;
@@ -101,7 +100,7 @@ private slots:
     {
         AppScene scene;
         scene.prepare = [](FolderServer &server) { server.connecting = waitForStop; };
-        Session &session = scene.tabs->openServer(serverNamed(u"web-01"_s), std::nullopt, std::nullopt);
+        Session &session = scene.tabs->openServer(scene.server, std::nullopt, std::nullopt);
         QTRY_VERIFY(!scene.made.isEmpty());
         session.cancelConnecting();
         QCOMPARE(session.state(), State::failed);
@@ -111,8 +110,7 @@ private slots:
     void droppedConnectionIsSaidAndRetryComesBackToTheSameFolder()
     {
         AppScene scene;
-        const ServerConnection server = serverNamed(u"web-01"_s);
-        Session &session = scene.tabs->openServer(server, std::nullopt, scene.tree.path("srv/deep"));
+        Session &session = scene.tabs->openServer(scene.server, std::nullopt, scene.tree.path("srv/deep"));
         QTRY_VERIFY(session.pane() && session.pane()->currentPath() == scene.tree.path("srv/deep"));
         session.pane()->service()->disconnect();
         QTRY_COMPARE(scene.farewells->load(), 1);
@@ -128,8 +126,7 @@ private slots:
     {
         AppScene scene;
         PaneTabs &tabs = *scene.tabs;
-        const ServerConnection server = serverNamed(u"web-01"_s);
-        tabs.restore({{PaneMode::servers, {}, {}}, {PaneMode::remote, scene.tree.path("srv/deep"), server}}, 1);
+        tabs.restore({{PaneMode::servers, {}, {}}, {PaneMode::remote, scene.tree.path("srv/deep"), scene.server}}, 1);
         Session &session = tabs.current();
         QCOMPARE(session.state(), State::dormant);
         QCOMPARE(session.folder(), scene.tree.path("srv/deep"));
@@ -143,7 +140,7 @@ private slots:
     void panesReloadWhenATransferChangedTheirFolder()
     {
         AppScene scene;
-        Session &session = scene.tabs->openServer(serverNamed(u"web-01"_s), std::nullopt, std::nullopt);
+        Session &session = scene.tabs->openServer(scene.server, std::nullopt, std::nullopt);
         QTRY_VERIFY(session.pane() && session.pane()->displayedCount() == 2);
         const auto disk = std::make_shared<LocalFileService>();
         scene.transfers.enqueue({disk,
@@ -156,17 +153,16 @@ private slots:
     void tabsOfOneServerShareOneServiceUntilTheLastLetsGo()
     {
         AppScene scene;
-        const ServerConnection server = serverNamed(u"web-01"_s);
-        Opening first(scene, server);
-        Opening second(scene, server);
+        Opening first(scene);
+        Opening second(scene);
         QTRY_VERIFY(first.connection && second.connection);
         QCOMPARE(first.connection->service, second.connection->service);
         QCOMPARE(scene.made.size(), 1);
         first.connection.reset();
-        QVERIFY(scene.connections.isConnected(server.id));
+        QVERIFY(scene.connections.isConnected(scene.server.id));
         QCOMPARE(scene.farewells->load(), 0);
         second.connection.reset();
-        QVERIFY(!scene.connections.isConnected(server.id));
+        QVERIFY(!scene.connections.isConnected(scene.server.id));
         QTRY_COMPARE(scene.farewells->load(), 1);
     }
 
@@ -182,16 +178,15 @@ private slots:
             {false, [](ServerConnection &s) { s.remotePath = u"/"_s; }}};
         for (const auto &[getsNewOne, change] : rows) {
             AppScene scene;
-            ServerConnection server = serverNamed(u"web-01"_s);
-            Opening before(scene, server);
+            Opening before(scene);
             QTRY_VERIFY(before.connection);
-            change(server);
-            Opening after(scene, server);
+            change(scene.server);
+            Opening after(scene);
             QTRY_VERIFY(after.connection);
             QCOMPARE(std::pair(scene.made.size(), scene.farewells->load()),
                      getsNewOne ? std::pair(qsizetype(2), 1) : std::pair(qsizetype(1), 0));
-            if (!server.remotePath.isEmpty())
-                QCOMPARE(after.connection->startPath, server.remotePath);
+            if (!scene.server.remotePath.isEmpty())
+                QCOMPARE(after.connection->startPath, scene.server.remotePath);
         }
     }
 
@@ -205,10 +200,9 @@ private slots:
                     waitForStop(stop);
             };
         };
-        const ServerConnection server = serverNamed(u"web-01"_s);
-        Opening first(scene, server);
+        Opening first(scene);
         QTRY_VERIFY(!isFirst);
-        Opening second(scene, server);
+        Opening second(scene);
         first.job.cancel();
         QTRY_VERIFY(second.connection);
         QVERIFY(!first.connection && !first.failure);
@@ -222,11 +216,10 @@ private slots:
                 return ProcessResult{0, false, "hostname host.example.org\nuserknownhostsfile /known\n", ""};
             return ProcessResult{0, false, ++lookUps == 1 ? "" : "host.example.org ED25519 SHA256:abc\n", ""};
         }));
-        const ServerConnection server = serverNamed(u"web-01"_s);
-        Opening first(scene, server);
+        Opening first(scene);
         QTRY_VERIFY(first.connection);
         QVERIFY2(first.connection->notice.contains(u"ED25519 SHA256:abc"_s), qPrintable(first.connection->notice));
-        Opening second(scene, server);
+        Opening second(scene);
         QTRY_VERIFY(second.connection);
         QCOMPARE(second.connection->notice, QString());
     }

@@ -18,10 +18,12 @@ struct Fixture
     std::shared_ptr<ScriptedFileService> service;
     PaneModel pane;
 
-    explicit Fixture(std::initializer_list<ScriptedFileService::Entry> entries)
+    /// Shows the folder, if one is named.
+    explicit Fixture(std::initializer_list<ScriptedFileService::Entry> entries, const char *folder = nullptr)
         : service(std::make_shared<ScriptedFileService>(entries))
         , pane(service, u"Test"_s, false)
     {
+        QVERIFY(!folder || shows(folder));
     }
 
     bool settles() const
@@ -79,8 +81,8 @@ class PaneModelTest : public QObject
 private slots:
     void backAndForwardWalkTheFoldersAndANewOneEndsForward()
     {
-        Fixture at{{"/a/b/c/"}};
-        QVERIFY(at.shows("/a") && at.shows("/a/b") && at.shows("/a/b/c"));
+        Fixture at({{"/a/b/c/"}}, "/a");
+        QVERIFY(at.shows("/a/b") && at.shows("/a/b/c"));
         at.pane.goBack();
         at.pane.goBack();
         QCOMPARE(at.place(), u" | /a | /a/b/c /a/b"_s);
@@ -105,8 +107,8 @@ private slots:
 
     void failedLoadLeavesEverythingButTheMessage()
     {
-        Fixture at{{"/a/file"}, {"/b/"}};
-        QVERIFY(at.shows("/b") && at.shows("/a"));
+        Fixture at({{"/a/file"}, {"/b/"}}, "/b");
+        QVERIFY(at.shows("/a"));
         at.service->failOn(u"/b"_s, u"No way."_s);
         const QString before = at.place();
         at.pane.goBack();
@@ -155,8 +157,7 @@ private slots:
 
     void goingUpSelectsTheFolderLeft()
     {
-        Fixture at{{"/a/b/"}, {"/a/c"}};
-        QVERIFY(at.shows("/a/b"));
+        Fixture at({{"/a/b/"}, {"/a/c"}}, "/a/b");
         QStringList crumbs;
         for (const PathComponent &component : at.pane.pathComponents())
             crumbs << component.name << component.path;
@@ -170,8 +171,7 @@ private slots:
 
     void reloadKeepsTheSelectionOfWhatIsLeft()
     {
-        Fixture at{{"/a/x"}, {"/a/y"}, {"/a/z"}};
-        QVERIFY(at.shows("/a"));
+        Fixture at({{"/a/x"}, {"/a/y"}, {"/a/z"}}, "/a");
         at.select({"x", "y"});
         at.service->drop(u"/a/x"_s);
         at.pane.reload();
@@ -211,8 +211,7 @@ private slots:
 
     void tenKeystrokesFilterOnce()
     {
-        Fixture at{{"/a/abcdefghij"}, {"/a/abcde"}, {"/a/other"}};
-        QVERIFY(at.shows("/a"));
+        Fixture at({{"/a/abcdefghij"}, {"/a/abcde"}, {"/a/other"}}, "/a");
         QSignalSpy displayed(&at.pane, &PaneModel::displayedChanged);
         for (int length = 1; length <= 10; ++length)
             at.pane.setSearchQuery(u"abcdefghij"_s.first(length));
@@ -241,8 +240,7 @@ private slots:
 
     void newEntriesAreSelectedAndTakenNamesRefused()
     {
-        Fixture at{{"/a/taken", "kept"}};
-        QVERIFY(at.shows("/a"));
+        Fixture at({{"/a/taken", "kept"}}, "/a");
         at.pane.createFolder(u"new"_s);
         QCOMPARE(at.selected(), u"new"_s);
         at.pane.createFile(u"Taken"_s);
@@ -269,8 +267,7 @@ private slots:
 
     void duplicatesTakeTheFirstFreeName()
     {
-        Fixture at{{"/a/x.txt", "1"}, {"/a/x copy.txt", "2"}, {"/a/d.d/in", "3"}};
-        QVERIFY(at.shows("/a"));
+        Fixture at({{"/a/x.txt", "1"}, {"/a/x copy.txt", "2"}, {"/a/d.d/in", "3"}}, "/a");
         at.pane.duplicate({at.item("x.txt"), at.item("d.d")});
         QCOMPARE(at.rows(), u"d.d d.d copy x copy 2.txt x copy.txt x.txt"_s);
         QCOMPARE(at.selected(), u"d.d copy x copy 2.txt"_s);
@@ -279,8 +276,7 @@ private slots:
 
     void oneFailureDoesNotKeepTheOthersFromBeingDone()
     {
-        Fixture at{{"/a/x"}, {"/a/y"}, {"/a/z"}, {"/b/"}};
-        QVERIFY(at.shows("/a"));
+        Fixture at({{"/a/x"}, {"/a/y"}, {"/a/z"}, {"/b/"}}, "/a");
         at.service->failOn(u"/a/x"_s, u"x is held."_s);
         at.service->failOn(u"/a/z"_s, u"z is held."_s);
         at.pane.remove({at.item("x"), at.item("y"), at.item("z")});
@@ -291,8 +287,7 @@ private slots:
 
     void operationsRunOneAfterAnother()
     {
-        Fixture at{{"/a/x"}};
-        QVERIFY(at.shows("/a"));
+        Fixture at({{"/a/x"}}, "/a");
         at.service->block(u"/a/x"_s);
         at.pane.remove({at.item("x")});
         at.pane.createFolder(u"x"_s);
@@ -305,8 +300,7 @@ private slots:
 
     void cancelledOperationShowsWhatItHadDone()
     {
-        Fixture at{{"/a/x"}, {"/a/y"}, {"/a/z"}};
-        QVERIFY(at.shows("/a"));
+        Fixture at({{"/a/x"}, {"/a/y"}, {"/a/z"}}, "/a");
         at.service->block(u"/a/y"_s);
         at.pane.remove({at.item("x"), at.item("y"), at.item("z")});
         at.pane.createFolder(u"never made"_s);
@@ -318,8 +312,7 @@ private slots:
 
     void operationThatEndsDuringANavigationLeavesItAlone()
     {
-        Fixture at{{"/a/x"}, {"/b/y"}};
-        QVERIFY(at.shows("/a"));
+        Fixture at({{"/a/x"}, {"/b/y"}}, "/a");
         at.service->block(u"/b"_s);
         at.pane.load(u"/b"_s, true);
         at.pane.remove({at.item("x")});
