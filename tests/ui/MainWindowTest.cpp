@@ -97,29 +97,26 @@ private slots:
         QCOMPARE(again.sessions().size(), 1);
     }
 
-    void conflictIsAskedInsideTheWindow_data()
-    {
-        QTest::addColumn<TreeSnapshot>("after");
-        QTest::newRow("conflictSkip") << TreeSnapshot{{u"a.txt"_s, "old"}};
-        QTest::newRow("conflictOverwrite") << TreeSnapshot{{u"a.txt"_s, "newer"}};
-        QTest::newRow("conflictKeepBoth") << TreeSnapshot{{u"a.txt"_s, "old"}, {u"a 2.txt"_s, "newer"}};
-        QTest::newRow("conflictCancel") << TreeSnapshot{{u"a.txt"_s, "old"}};
-    }
-
     void conflictIsAskedInsideTheWindow()
     {
-        QFETCH(const TreeSnapshot, after);
-        WindowBench bench({{"left/a.txt", "newer"}, {"right/a.txt", "old"}});
-        bench.select(Side::left, "a.txt");
-        bench.key(Qt::Key_F5);
-        QTRY_VERIFY(bench.find("conflictBar"));
-        QVERIFY(bench.find<QLabel>("conflictExisting")->text().contains(u"3 bytes"_s));
-        QVERIFY(bench.find<QLabel>("conflictSource")->text().contains(u"5 bytes"_s));
-        bench.click(bench.find("conflictCompare"));
-        QTRY_COMPARE(bench.find<QLabel>("conflictComparison")->text(), u"They differ from line 1 on."_s);
-        bench.click(bench.find(QTest::currentDataTag()));
-        QTRY_VERIFY(!bench.find("conflictBar"));
-        QTRY_COMPARE(snapshotOf(bench.home.path("right")), after);
+        const std::pair<const char *, TreeSnapshot> rows[] = {
+            {"conflictSkip", {{u"a.txt"_s, "old"}}},
+            {"conflictOverwrite", {{u"a.txt"_s, "newer"}}},
+            {"conflictKeepBoth", {{u"a.txt"_s, "old"}, {u"a 2.txt"_s, "newer"}}},
+            {"conflictCancel", {{u"a.txt"_s, "old"}}}};
+        for (const auto &[button, after] : rows) {
+            WindowBench bench({{"left/a.txt", "newer"}, {"right/a.txt", "old"}});
+            bench.select(Side::left, "a.txt");
+            bench.key(Qt::Key_F5);
+            QTRY_VERIFY(bench.find("conflictBar"));
+            QVERIFY(bench.find<QLabel>("conflictExisting")->text().contains(u"3 bytes"_s));
+            QVERIFY(bench.find<QLabel>("conflictSource")->text().contains(u"5 bytes"_s));
+            bench.click(bench.find("conflictCompare"));
+            QTRY_COMPARE(bench.find<QLabel>("conflictComparison")->text(), u"They differ from line 1 on."_s);
+            bench.click(bench.find(button));
+            QTRY_VERIFY(!bench.find("conflictBar"));
+            QTRY_COMPARE(snapshotOf(bench.home.path("right")), after);
+        }
     }
 
     void closingDuringATransferAsksFirst()

@@ -13,53 +13,45 @@ using namespace moorix;
 using namespace moorix::test;
 using namespace Qt::StringLiterals;
 
-class ServerTreeModelTest : public QObject
+namespace {
+
+/// The model of a library, watched for what views rely on.
+struct Tree
 {
-    Q_OBJECT
+    NamedLibrary library{u"A/\n  AA/\n  a1 1\n  a2 2\n  a3 3\nB/ 1\ntop 4"_s};
+    TestTree folder{{"servers.json", library.library.encode()}};
+    KeyValueStore cloud{QString()};
+    ServerStore store{{.path = folder.path("servers.json")}, cloud};
+    ServerTreeModel model{store, [](const QUuid &) { return false; }};
+    QAbstractItemModelTester tester{&model, QAbstractItemModelTester::FailureReportingMode::QtTest};
 
-    NamedLibrary m_library{u"A/\n  AA/\n  a1 1\n  a2 2\n  a3 3\nB/ 1\ntop 4"_s};
-    std::unique_ptr<TestTree> m_folder;
-    KeyValueStore m_cloud{QString()};
-    std::unique_ptr<ServerStore> m_store;
-    std::unique_ptr<ServerTreeModel> m_model;
-    std::unique_ptr<QAbstractItemModelTester> m_tester;
-
-    QModelIndex indexOf(const QString &name) const { return m_model->indexOf(m_library[name]); }
+    QModelIndex indexOf(const QString &name) const { return model.indexOf(library[name]); }
 
     /// "A(AA() a1 a2) B() top"
-    QString tree(const QModelIndex &parent = {}) const
+    QString text(const QModelIndex &parent = {}) const
     {
         QStringList rows;
-        for (int row = 0; row < m_model->rowCount(parent); ++row) {
-            const QModelIndex index = m_model->index(row, 0, parent);
-            rows += index.data().toString() + (m_model->isFolder(index) ? u"("_s + tree(index) + u")"_s : QString());
+        for (int row = 0; row < model.rowCount(parent); ++row) {
+            const QModelIndex index = model.index(row, 0, parent);
+            rows += index.data().toString() + (model.isFolder(index) ? u"("_s + text(index) + u")"_s : QString());
         }
         return rows.join(u' ');
     }
 
     bool drop(const QString &what, int row, const QString &onto)
     {
-        const std::unique_ptr<QMimeData> data(m_model->mimeData({indexOf(what)}));
-        return m_model->dropMimeData(data.get(), Qt::MoveAction, row, 0, indexOf(onto));
+        const std::unique_ptr<QMimeData> data(model.mimeData({indexOf(what)}));
+        return model.dropMimeData(data.get(), Qt::MoveAction, row, 0, indexOf(onto));
     }
+};
+
+} // namespace
+
+class ServerTreeModelTest final : public QObject
+{
+    Q_OBJECT
 
 private slots:
-    void init()
-    {
-        m_folder = std::make_unique<TestTree>(
-            std::initializer_list<TestTree::Entry>{{"servers.json", m_library.library.encode()}});
-        m_store = std::make_unique<ServerStore>(ServerStore::Options{.path = m_folder->path("servers.json")}, m_cloud);
-        m_model = std::make_unique<ServerTreeModel>(*m_store, [](const QUuid &) { return false; });
-        m_tester = std::make_unique<QAbstractItemModelTester>(m_model.get(),
-                                                              QAbstractItemModelTester::FailureReportingMode::QtTest);
-    }
-
-    void cleanup()
-    {
-        m_tester.reset();
-        m_model.reset();
-    }
-
     void droppedEntryStandsWhereItWasDropped()
     {
         // Down and up among siblings; to its own place and to the end; above the folders, so first of the servers; onto
@@ -72,38 +64,40 @@ private slots:
             {"a1", -1, "", "A(AA() a2 a3) B() top a1"}, {"B", 0, "", "B() A(AA() a1 a2 a3) top"},
             {"A", 3, "", "B() A(AA() a1 a2 a3) top"},   {"A", -1, "B", "B(A(AA() a1 a2 a3)) top"}};
         for (const auto &[what, row, onto, expected] : rows) {
-            cleanup();
-            init();
-            QVERIFY(drop(QLatin1String(what), row, QLatin1String(onto)));
-            QCOMPARE(tree(), QLatin1String(expected));
+            Tree tree;
+            QVERIFY(tree.drop(QLatin1String(what), row, QLatin1String(onto)));
+            QCOMPARE(tree.text(), QLatin1String(expected));
         }
     }
 
     void folderIsNotDroppedIntoItself()
     {
-        QVERIFY(!drop(u"A"_s, -1, u"AA"_s));
-        QVERIFY(!drop(u"A"_s, 0, u"A"_s));
-        QVERIFY(!drop(u"a1"_s, -1, u"top"_s));
-        QCOMPARE(tree(), u"A(AA() a1 a2 a3) B() top"_s);
+        Tree tree;
+        QVERIFY(!tree.drop(u"A"_s, -1, u"AA"_s));
+        QVERIFY(!tree.drop(u"A"_s, 0, u"A"_s));
+        QVERIFY(!tree.drop(u"a1"_s, -1, u"top"_s));
+        QCOMPARE(tree.text(), u"A(AA() a1 a2 a3) B() top"_s);
     }
 
     void searchShowsHitsWithTheFoldersAroundThemAndRefusesDrops()
     {
-        m_model->setFilter(u" A2 "_s);
-        QCOMPARE(tree(), u"A(a2)"_s);
-        QVERIFY(!drop(u"a2"_s, -1, QString()));
-        m_model->setFilter(u"nothing such"_s);
-        QCOMPARE(tree(), QString());
-        m_model->setFilter({});
-        QCOMPARE(tree(), u"A(AA() a1 a2 a3) B() top"_s);
+        Tree tree;
+        tree.model.setFilter(u" A2 "_s);
+        QCOMPARE(tree.text(), u"A(a2)"_s);
+        QVERIFY(!tree.drop(u"a2"_s, -1, QString()));
+        tree.model.setFilter(u"nothing such"_s);
+        QCOMPARE(tree.text(), QString());
+        tree.model.setFilter({});
+        QCOMPARE(tree.text(), u"A(AA() a1 a2 a3) B() top"_s);
     }
 
     void emptyNameIsNoNewName()
     {
-        const QModelIndex folder = indexOf(u"B"_s);
-        QVERIFY(!m_model->setData(folder, u"  "_s, Qt::EditRole));
-        QVERIFY(m_model->setData(folder, u" C "_s, Qt::EditRole));
-        QCOMPARE(tree(), u"A(AA() a1 a2 a3) C() top"_s);
+        Tree tree;
+        const QModelIndex folder = tree.indexOf(u"B"_s);
+        QVERIFY(!tree.model.setData(folder, u"  "_s, Qt::EditRole));
+        QVERIFY(tree.model.setData(folder, u" C "_s, Qt::EditRole));
+        QCOMPARE(tree.text(), u"A(AA() a1 a2 a3) C() top"_s);
     }
 };
 
