@@ -62,59 +62,52 @@ class FTPFailureTest final : public QObject
     Q_OBJECT
 
 private slots:
-    void failureIsToldInWords_data()
+    void failureIsToldInWords()
     {
-        QTest::addColumn<Action>("action");
-        QTest::addColumn<QString>("words");
         const Action connect = [](FTPService &) {};
         const Action list = [](FTPService &service) { service.list(u"/f"_s, HiddenFiles::included, neverStops); };
         const Action read = [](FTPService &service) { service.read(u"/f"_s, neverStops); };
         const Action write = [](FTPService &service) { service.write("x", u"/f"_s, neverStops); };
         const Action makeFolder = [](FTPService &service) { service.createDirectory(u"/f"_s, neverStops); };
-        const auto row = [](const char *stub, const Action &action, const char *words) {
-            QTest::newRow(stub) << action << QString::fromUtf8(words);
-        };
-        row("greeting=421 Too many users", connect,
-            "Could not connect: 127.0.0.1 takes no more connections at the moment. Try again later.\n421 Too many");
-        row("greeting=SSH-2.0-OpenSSH", connect, "Could not connect: 127.0.0.1 did not answer in time.");
-        row("PASS=@drop", connect, "Could not connect: the connection to 127.0.0.1 was lost.");
-        row("PASS=500 OOPS: priv_sock_send_cmd", connect,
-            "Could not connect: 127.0.0.1 could not carry out the login. Try again later.\n500 OOPS");
-        row("PASS=@hang", connect, "Could not connect: 127.0.0.1 did not answer in time.");
-        row("MKD=@hang", makeFolder, "Could not connect: 127.0.0.1 did not answer in time.");
-        row("CWD=@drop", list, "Could not connect: the connection to 127.0.0.1 was lost.");
-        row("EPSV=425 No;PASV=425 Cannot open", list,
-            "Could not connect: 127.0.0.1 opened no connection for the data.");
-        row("EPSV=229 Passive (|||1|);PASV=500 No", list,
-            "Could not connect: 127.0.0.1 opened no connection for the data.");
-        row("RETR=@half;data=12345", read, "“/f” could not be downloaded: the transfer broke off.");
-        row("RETR=@hang", read, "Could not connect: 127.0.0.1 has sent nothing for 1 seconds.");
-        row("STOR=@hang", write, "Could not connect: 127.0.0.1 has taken nothing for 1 seconds.");
-        row("stored=452 No space left", write,
-            "“/f” could not be written: the server's disk is full, or the account has used up its space.\n452 No "
-            "space");
-        row("STOR=553 Bad name", write,
-            "“/f” could not be written: the server does not allow this name or place.\n553 Bad name");
-        row("RETR=550 No such file", read, "Not found: /f");
-        row("RETR=550 Denied;files=f", read, "“/f” could not be downloaded: the server refused it.\n550 Denied");
-        row("done=226 Done (but failed to open directory).", list,
-            "“/f” could not be listed: the account may not read this folder.");
-        row("files=f;done=226 Output truncated to 10000 matches", list,
-            "“/f” could not be listed: it holds more entries than the server shows.");
-        row("files=f;done=426 Aborted", list, "“/f” could not be listed: the data connection failed.");
-        row("data=no form known\\nat all\\n", list,
-            "“/f” could not be listed: the server's form of listing is not understood.\nno form known");
-        row("MKD=521 Not here", makeFolder, "“/f” could not be created: the server refused it.\n521 Not here");
-    }
-
-    void failureIsToldInWords()
-    {
-        QFETCH(Action, action);
-        QFETCH(QString, words);
-        const Stub server(QString::fromUtf8(QTest::currentDataTag()).split(u';'),
-                          {std::chrono::seconds(2), std::chrono::seconds(1)});
-        const QString message = messageOf([&] { action(server.connected()); });
-        QVERIFY2(message.startsWith(words), qPrintable(message));
+        const std::tuple<const char *, Action, const char *> rows[] = {
+            {"greeting=421 Too many users", connect,
+             "Could not connect: 127.0.0.1 takes no more connections at the moment. Try again later.\n421 Too many"},
+            {"greeting=SSH-2.0-OpenSSH", connect, "Could not connect: 127.0.0.1 did not answer in time."},
+            {"PASS=@drop", connect, "Could not connect: the connection to 127.0.0.1 was lost."},
+            {"PASS=500 OOPS: priv_sock_send_cmd", connect,
+             "Could not connect: 127.0.0.1 could not carry out the login. Try again later.\n500 OOPS"},
+            {"PASS=@hang", connect, "Could not connect: 127.0.0.1 did not answer in time."},
+            {"MKD=@hang", makeFolder, "Could not connect: 127.0.0.1 did not answer in time."},
+            {"CWD=@drop", list, "Could not connect: the connection to 127.0.0.1 was lost."},
+            {"EPSV=425 No;PASV=425 Cannot open", list,
+             "Could not connect: 127.0.0.1 opened no connection for the data."},
+            {"EPSV=229 Passive (|||1|);PASV=500 No", list,
+             "Could not connect: 127.0.0.1 opened no connection for the data."},
+            {"RETR=@half;data=12345", read, "“/f” could not be downloaded: the transfer broke off."},
+            {"RETR=@hang", read, "Could not connect: 127.0.0.1 has sent nothing for 1 seconds."},
+            {"STOR=@hang", write, "Could not connect: 127.0.0.1 has taken nothing for 1 seconds."},
+            {"stored=452 No space left", write,
+             "“/f” could not be written: the server's disk is full, or the account has used up its space.\n452 No "
+             "space"},
+            {"STOR=553 Bad name", write,
+             "“/f” could not be written: the server does not allow this name or place.\n553 Bad name"},
+            {"RETR=550 No such file", read, "Not found: /f"},
+            {"RETR=550 Denied;files=f", read, "“/f” could not be downloaded: the server refused it.\n550 Denied"},
+            {"done=226 Done (but failed to open directory).", list,
+             "“/f” could not be listed: the account may not read this folder."},
+            {"files=f;done=226 Output truncated to 10000 matches", list,
+             "“/f” could not be listed: it holds more entries than the server shows."},
+            {"files=f;done=426 Aborted", list, "“/f” could not be listed: the data connection failed."},
+            {"data=no form known\\nat all\\n", list,
+             "“/f” could not be listed: the server's form of listing is not understood.\nno form known"},
+            {"MKD=521 Not here", makeFolder, "“/f” could not be created: the server refused it.\n521 Not here"}};
+        for (const auto &row : rows) {
+            const auto &[words, action, begin] = row;
+            const Stub server(QString::fromUtf8(words).split(u';'), {std::chrono::seconds(2), std::chrono::seconds(1)});
+            const QString message = messageOf([&] { std::get<Action>(row)(server.connected()); });
+            QVERIFY2(message.startsWith(QString::fromUtf8(begin)),
+                     qPrintable(QString::fromUtf8(words) + u": "_s + message));
+        }
     }
 
     void repliesOfSeveralLinesCountAsOne()
