@@ -49,7 +49,7 @@ private slots:
         QCOMPARE(sftpPath(u"/a b/c\"d"_s), u"\"/a b/c\\\"d\""_s);
         QCOMPARE(shellPath(u"/a b/c\"d"_s), u"\"/a b/c\\\"d\""_s);
         QCOMPARE(sftpPath(u"-rf"_s), u"\"./-rf\""_s);
-        QCOMPARE(shellPath(u"-$"_s), u"'./-$'"_s);
+        QCOMPARE(shellPath(u"-$!\\"_s), uR"('./-$'\!''\\'')"_s);
     }
 
     void shellAndClientGetExactlyTheName()

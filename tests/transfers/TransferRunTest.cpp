@@ -179,6 +179,12 @@ private slots:
                      qPrintable(failures.join(u'|')));
         }
         QVERIFY(QFile::remove(scene.tree.path("from/fifo")));
+        // Who wants another name gets a second one beside it.
+        scene.request.policy = TransferConflictPolicy::rename;
+        scene.request.targetFolder = scene.tree.path("from");
+        scene.request.items.clear();
+        QCOMPARE(scene.run("from/file").failures, QStringList());
+        QVERIFY(QFile::remove(scene.tree.path("from/file 2")));
         QCOMPARE(scene.tree.snapshot(), before);
     }
 
