@@ -257,54 +257,15 @@ private slots:
         QVERIFY2(message.contains(u"cannot be continued"_s), qPrintable(message));
     }
 
-    void largeTransfersTellHowFarTheyAreAndStopAtOnce_data()
-    {
-        QTest::addColumn<bool>("isUpload");
-        QTest::addColumn<bool>("isStopped");
-        for (const bool isStopped : {false, true}) {
-            QTest::addRow("upload%s", isStopped ? ", stopped" : "") << true << isStopped;
-            QTest::addRow("download%s", isStopped ? ", stopped" : "") << false << isStopped;
-        }
-    }
-
     void largeTransfersTellHowFarTheyAreAndStopAtOnce()
     {
-        QFETCH(bool, isUpload);
-        QFETCH(bool, isStopped);
-        constexpr qint64 size = 16'000'000;
-        const QString remote = m_plain->newFolder() + u"/big"_s;
-        const TestTree local{{"big", isUpload ? QByteArray(size, 'x') : QByteArray("")}};
-        if (!isUpload)
-            writeFile(remote, QByteArray(size, 'x'));
-        const QStringList before = temporaryFiles();
-        std::stop_source source;
-        QList<qint64> seen;
-        QByteArray visible;
-        const RemoteTransferOptions options{false, [&](qint64 bytes) {
-                                                seen << bytes;
-                                                visible += whatOthersSeeOfChildren();
-                                                if (isStopped && bytes > 0)
-                                                    source.request_stop();
-                                            }};
-        const auto transfer = [&] {
-            if (isUpload)
-                m_plain->service->upload(local.path("big"), remote, options, source.get_token());
-            else
-                m_plain->service->download(remote, local.path("big"), options, source.get_token());
-        };
-        if (isStopped)
-            QVERIFY_THROWS_EXCEPTION(Cancelled, transfer());
-        else
-            transfer();
-        QVERIFY(std::is_sorted(seen.begin(), seen.end()));
-        QVERIFY(seen.constLast() > 0 && seen.constLast() <= size);
-        QVERIFY(visible.contains("curl") && !visible.contains(FTPServer::credentials().password->toUtf8()));
-        QVERIFY(childrenNamed("curl").isEmpty());
-        QCOMPARE(temporaryFiles(), before);
-        const QStringList names = QFileInfo(remote).dir().entryList(QDir::Files | QDir::Hidden);
-        QCOMPARE(names, isUpload && isStopped ? QStringList() : QStringList{u"big"_s});
-        if (!isStopped)
-            QCOMPARE(isUpload ? QFileInfo(remote).size() : QFileInfo(local.path("big")).size(), size);
+        for (const bool isUpload : {true, false}) {
+            for (const bool isStopped : {false, true}) {
+                tellsHowFarItIs(isUpload, isStopped);
+                if (QTest::currentTestFailed())
+                    QFAIL(qPrintable(u"upload %1, stopped %2"_s.arg(isUpload).arg(isStopped)));
+            }
+        }
     }
 
     void namesTravelExactlyInTheServersCharacterSet()
@@ -348,6 +309,44 @@ private slots:
     }
 
 private:
+    void tellsHowFarItIs(bool isUpload, bool isStopped)
+    {
+        constexpr qint64 size = 16'000'000;
+        const QString remote = m_plain->newFolder() + u"/big"_s;
+        const TestTree local{{"big", isUpload ? QByteArray(size, 'x') : QByteArray("")}};
+        if (!isUpload)
+            writeFile(remote, QByteArray(size, 'x'));
+        const QStringList before = temporaryFiles();
+        std::stop_source source;
+        QList<qint64> seen;
+        QByteArray visible;
+        const RemoteTransferOptions options{false, [&](qint64 bytes) {
+                                                seen << bytes;
+                                                visible += whatOthersSeeOfChildren();
+                                                if (isStopped && bytes > 0)
+                                                    source.request_stop();
+                                            }};
+        const auto transfer = [&] {
+            if (isUpload)
+                m_plain->service->upload(local.path("big"), remote, options, source.get_token());
+            else
+                m_plain->service->download(remote, local.path("big"), options, source.get_token());
+        };
+        if (isStopped)
+            QVERIFY_THROWS_EXCEPTION(Cancelled, transfer());
+        else
+            transfer();
+        QVERIFY(std::is_sorted(seen.begin(), seen.end()));
+        QVERIFY(seen.constLast() > 0 && seen.constLast() <= size);
+        QVERIFY(visible.contains("curl") && !visible.contains(FTPServer::credentials().password->toUtf8()));
+        QVERIFY(childrenNamed("curl").isEmpty());
+        QCOMPARE(temporaryFiles(), before);
+        const QStringList names = QFileInfo(remote).dir().entryList(QDir::Files | QDir::Hidden);
+        QCOMPARE(names, isUpload && isStopped ? QStringList() : QStringList{u"big"_s});
+        if (!isStopped)
+            QCOMPARE(isUpload ? QFileInfo(remote).size() : QFileInfo(local.path("big")).size(), size);
+    }
+
     static void writeFile(const QString &path, const QByteArray &content)
     {
         putFile(path, content);

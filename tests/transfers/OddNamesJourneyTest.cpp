@@ -57,21 +57,14 @@ private slots:
         const auto disk = std::make_shared<LocalFileService>();
         const auto near = sshd.service();
         const auto far = ftpd.service();
-        for (const QByteArray &name : oddNames()) {
-            const QByteArray content = name.toHex();
-            disk->write(content, tree.path("from/d/") + NativePath::text(name), {});
-        }
+        for (const QByteArray &name : oddNames())
+            disk->write(name.toHex(), tree.path("from/d/") + NativePath::text(name), {});
         const QMap<QByteArray, QByteArray> sent = filesIn(tree.path("from/d"));
         QCOMPARE(sent.size(), oddNames().size());
 
-        QStringList refusals;
-        const QString nearFolder = sshd.sharedPath() + u"/near"_s;
-        const QString farFolder = ftpd.sharedPath() + u"/far"_s;
-        near->createDirectory(nearFolder, {});
-        far->createDirectory(farFolder, {});
-        refusals << carry(disk, tree.path("from"), near, nearFolder);
-        refusals << carry(near, nearFolder, far, farFolder);
-        refusals << carry(far, farFolder, disk, tree.path("back"));
+        QStringList refusals = carry(disk, tree.path("from"), near, sshd.sharedPath());
+        refusals += carry(near, sshd.sharedPath(), far, ftpd.sharedPath());
+        refusals += carry(far, ftpd.sharedPath(), disk, tree.path("back"));
         near->disconnect();
 
         const QMap<QByteArray, QByteArray> arrived = filesIn(tree.path("back/d"));
