@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "remote/CurlRunner.h"
 
+#include "base/Error.h"
 #include "base/Json.h"
 #include "files/FileServiceError.h"
 #include "files/Format.h"
@@ -11,6 +12,8 @@
 #include "remote/SSHDestination.h"
 
 #include <algorithm>
+#include <condition_variable>
+#include <mutex>
 
 namespace moorix {
 
@@ -26,6 +29,19 @@ namespace {
 constexpr int portOfImplicitTLS = 990;
 /// No public key has this hash.
 const QByteArray keyOfNobody("sha256//AAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAA=");
+
+/// Once that much has been waited for a place at a server, there is none to be had.
+constexpr std::chrono::milliseconds longestPause(1600);
+
+void waitFor(std::chrono::milliseconds pause, const std::stop_token &stop)
+{
+    std::mutex mutex;
+    std::condition_variable_any never;
+    std::unique_lock lock(mutex);
+    never.wait_for(lock, stop, pause, [] { return false; });
+    if (stop.stop_requested())
+        throw Cancelled();
+}
 
 [[noreturn]] void refuse(const QString &sentence)
 {
@@ -164,14 +180,21 @@ QList<CurlTransfer> CurlRunner::run(const FTPLogin &login, const CurlRequest &re
     config.append(request.config);
     Output output;
     QList<CurlTransfer> transfers;
-    bool isOneTooMany = false;
-    do {
+    // A server may count a connection for a moment after it has ended.
+    std::chrono::milliseconds pause(100);
+    while (true) {
         ConnectionGate::Place place = ConnectionGate::ofThisProgram().enter(door(login.server), stop);
         output = runChild(config, request, stop);
         transfers = report.parse(output.standardOutput, output.standardError);
-        isOneTooMany =
-            !transfers.isEmpty() && FTPFailureText::saysTooMany(transfers.constFirst()) && place.giveBackAsOneTooMany();
-    } while (isOneTooMany);
+        if (transfers.isEmpty() || !FTPFailureText::saysTooMany(transfers.constFirst()))
+            break;
+        if (place.giveBackAsOneTooMany())
+            continue;
+        if (pause > longestPause)
+            break;
+        waitFor(pause, stop);
+        pause *= 2;
+    }
     if (transfers.isEmpty()) {
         CurlTransfer failed;
         failed.exitCode = output.exitCode;
