@@ -134,6 +134,21 @@ QList<QByteArray> answers(const QByteArray &output)
     return all;
 }
 
+void AnswerCount::feed(QByteArrayView bytes)
+{
+    while (!bytes.isEmpty()) {
+        const qsizetype newline = bytes.indexOf('\n');
+        m_line.append(newline < 0 ? bytes : bytes.first(newline));
+        if (newline < 0)
+            return;
+        m_isConnected = m_isConnected || isConnectedLine(m_line.trimmed());
+        if (m_isConnected && m_line.startsWith(echo))
+            ++m_count;
+        m_line.clear();
+        bytes = bytes.sliced(newline + 1);
+    }
+}
+
 QByteArray withoutChatter(const QByteArray &answer)
 {
     QByteArray kept;

@@ -36,6 +36,19 @@ namespace SFTPText {
 /// What a client that prints everything on one stream says to each of its commands, in their order; the first command's
 /// comes first. Fewer when it has not come to the others.
 QList<QByteArray> answers(const QByteArray &output);
+/// Counts what `answers` would return, while the output comes in pieces of any size.
+class AnswerCount final
+{
+public:
+    void feed(QByteArrayView bytes);
+    qsizetype count() const { return m_count; }
+
+private:
+    /// As far as it has come.
+    QByteArray m_line;
+    bool m_isConnected = false;
+    qsizetype m_count = 0;
+};
 /// The lines among them that are about failures, or may be: not what the client tells of its work.
 QByteArray withoutChatter(const QByteArray &answer);
 /// Text of standard error with the client's escapes (\303\274, \\) undone.

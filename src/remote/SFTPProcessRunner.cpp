@@ -85,11 +85,13 @@ QList<SFTPAnswer> SFTPProcessRunner::runEach(const SSHLogin &login, const QStrin
     // Only one stream tells which failure belongs to which command.
     request.errorOutput = ErrorOutput::withinOutput;
     QByteArray output;
+    SFTPText::AnswerCount begun;
     qsizetype answered = 0;
     request.takeOutput = [&](QByteArrayView bytes) {
         output.append(bytes);
+        begun.feed(bytes);
         // The last one may have more to say.
-        while (answered + 1 < SFTPText::answers(output).size())
+        while (answered + 1 < begun.count())
             onAnswer(++answered);
     };
     ProcessResult result = runClient(login, QStringLiteral("-P"), std::move(request), stop, folder);

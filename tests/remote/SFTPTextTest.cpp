@@ -44,6 +44,18 @@ class SFTPTextTest final : public QObject
     }
 
 private slots:
+    void answersAreCountedInPiecesAsInOne()
+    {
+        const QByteArray said("sftp> of the banner\nConnected to h.\r\nsftp> put a\nUploading /a\nsftp> ls\nsftp");
+        QCOMPARE(SFTPText::answers(said).size(), 2);
+        for (const qsizetype piece : {1, 7, 100}) {
+            SFTPText::AnswerCount count;
+            for (qsizetype at = 0; at < said.size(); at += piece)
+                count.feed(said.mid(at, piece));
+            QCOMPARE(count.count(), 2);
+        }
+    }
+
     void ordinaryPathsStandBetweenDoubleQuotesAndAreNoOptions()
     {
         QCOMPARE(sftpPath(u"/a b/c\"d"_s), u"\"/a b/c\\\"d\""_s);
