@@ -57,7 +57,7 @@ TransferGate::Place TransferGate::enter(const Entrant &entrant, const std::stop_
     for (const void *server : entrant.servers) {
         AtServer &at = m_atServers[server];
         ++(entrant.weight == lanesPerFile ? at.files : at.lanes);
-        at.most = std::max(mostPerServer, entrant.mostAtServer);
+        at.most = std::max(at.most, entrant.mostAtServer);
     }
     lock.unlock();
     m_changed.notify_all();

@@ -91,9 +91,8 @@ private:
     void dispatch(TransferNode &node, TransferTarget &target, Item &item);
     void send(TransferNode &node, const TransferPlace &place, TransferTarget &target, Item &item);
     void enterFolder(TransferNode &node, const TransferPlace &place, const TransferTarget &target, Item &item);
-    TransferTarget openStage(TransferNode &node, const TransferPlace &place, bool isFromBefore, Item &item);
+    TransferTarget openStage(TransferNode &node, const TransferPlace &place, bool mayBeThere, Item &item);
     FileItem stageOf(const TransferNode &node, const TransferPlace &place) const;
-    bool isThere(const FileItem &part);
     TransferTarget openAgain(const TransferNode &node, const QString &path, Item &item);
     void clear(const TransferNode &node, TransferTarget &stage);
     QString finalPath(const Item &item, const QString &path);

@@ -100,8 +100,9 @@ void TransferRun::settleStages(Item &item)
                     m_parts.clear(stage.part, {});
                 else
                     stage.isNamed = m_route.rename(stage.part, stage.place.path, localTransfer::Existing::refuse, {});
-                continue;
             }
+            if (stage.isNamed)
+                continue;
         } catch (const Error &error) {
             m_tally.fail(u"The unfinished copy “%1” stays: %2"_s.arg(stage.part.path, error.message()));
         }

@@ -81,7 +81,7 @@ void TransferRun::enterFolder(TransferNode &node, const TransferPlace &place, co
     const bool brokeOff = streamed == TransferStream::Result::brokenOff;
     TransferTarget inner{place.path, {}, true};
     if (isNew && !target.isStage && (isBegun || brokeOff || m_bundles.suitsStage(node)))
-        inner = openStage(node, place, isBegun || (brokeOff && isThere(stage)), item);
+        inner = openStage(node, place, isBegun || brokeOff, item);
     else if (isNew)
         makeFolder(place.path);
     else
@@ -105,23 +105,30 @@ FileItem TransferRun::stageOf(const TransferNode &node, const TransferPlace &pla
     return transferNames::itemAt(transferNames::stagePath(place.path, m_request.id, node.item), node.item);
 }
 
-bool TransferRun::isThere(const FileItem &part)
-{
-    return m_link.repeat(
-        [&](const std::stop_token &stop, bool) { return m_route.destination().stat(part.path, stop).has_value(); });
-}
-
 /// Renaming the folder once all is there costs less than renaming each of its files, and another try finds them.
-TransferTarget TransferRun::openStage(TransferNode &node, const TransferPlace &place, bool isFromBefore, Item &item)
+TransferTarget TransferRun::openStage(TransferNode &node, const TransferPlace &place, bool mayBeThere, Item &item)
 {
     const FileItem part = stageOf(node, place);
-    if (!isFromBefore)
-        makeFolder(part.path);
-    {
+    const auto note = [&](bool isFromBefore) {
         const std::lock_guard lock(m_arrivedMutex);
         item.stages.push_back({&node, part, place, isFromBefore});
+    };
+    bool isThere = false;
+    if (mayBeThere) {
+        // Noted first: a stop while the server is asked, or cannot be, must find what is to be removed.
+        note(true);
+        isThere = m_link.repeat(
+            [&](const std::stop_token &stop, bool) { return m_route.destination().stat(part.path, stop).has_value(); });
+        if (!isThere) {
+            const std::lock_guard lock(m_arrivedMutex);
+            item.stages.pop_back();
+        }
     }
-    TransferTarget stage = isFromBefore ? openAgain(node, part.path, item) : TransferTarget{part.path, {}, true};
+    if (!isThere) {
+        makeFolder(part.path);
+        note(false);
+    }
+    TransferTarget stage = isThere ? openAgain(node, part.path, item) : TransferTarget{part.path, {}, true};
     stage.isStage = true;
     return stage;
 }

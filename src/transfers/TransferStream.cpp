@@ -63,14 +63,13 @@ TransferStream::Result TransferStream::carry(TransferNode &folder, const Transfe
             m_parts.giveName(part, place);
         else
             m_tally.note(u"Not as one stream: the server has no shell that takes whole folders."_s);
-    } catch (const Cancelled &) {
-        if (!control.isStopped())
-            return breakOff();
-        if (!control.keepsParts())
-            m_parts.remove(part);
-        throw;
     } catch (const Error &error) {
-        if (isConnectionLost(error))
+        if (control.isStopped()) {
+            if (!control.keepsParts())
+                m_parts.remove(part);
+            throw;
+        }
+        if (isConnectionLost(error) || dynamic_cast<const Cancelled *>(&error))
             return breakOff();
         m_parts.remove(part);
         m_tally.note(u"“%1” did not go as one stream: %2"_s.arg(name, error.message().section(u'\n', 0, 0)));

@@ -202,6 +202,14 @@ private slots:
         QVERIFY(!isInside);
         lanes.pop_front();
         QTRY_VERIFY(isInside);
+        // Nor does a first file keep a second one out beside the lanes.
+        file.join();
+        gate.setMostAtOnce(4);
+        QCOMPARE(messageOf([&] {
+                     const auto first = gate.enter({&server}, source.get_token());
+                     const auto second = gate.enter({&server}, source.get_token());
+                 }),
+                 QString());
     }
 
     void severalTransfersShareTheLimitOfFiles()

@@ -127,6 +127,20 @@ private slots:
             QVERIFY(scene.run().wasCancelled);
             QCOMPARE(scene.under(u"to/"_s), TreeSnapshot());
         }
+        // Nor does one that was paused and is stopped while it waits.
+        StreamScene scene(Route::upload);
+        scene.callbacks.control = std::make_shared<TransferControl>();
+        std::jthread stopper;
+        scene.server->halfway = [&](const QString &) {
+            scene.callbacks.control->pause();
+            stopper = std::jthread([&scene] {
+                std::this_thread::sleep_for(50ms);
+                scene.stop.request_stop();
+            });
+            throw Cancelled();
+        };
+        QVERIFY(scene.run().wasCancelled);
+        QCOMPARE(scene.under(u"to/"_s), TreeSnapshot());
     }
 
     void fileThatArrivesWrongIsNoticedBeforeTheFolderHasItsName()
