@@ -25,6 +25,11 @@ public:
     static FileServiceError notConnected();
 
     Case kind() const { return m_kind; }
+    /// The connection has failed, or there is none: whatever is asked for next would fail, too.
+    bool isOfConnection() const
+    {
+        return m_kind == Case::notConnected || m_kind == Case::connectionFailed || m_kind == Case::authFailed;
+    }
     /// What the case carries, without the words around it.
     const QString &text() const { return m_text; }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "files/FileService.h"
+#include "files/ListedTree.h"
 
 #include <QHash>
 #include <QStringList>
@@ -111,12 +112,15 @@ public:
     }
     virtual void takeSteps(std::vector<RemoteStep> & /*steps*/, const std::stop_token & /*stop*/) {}
 
-    /// All that lies below a folder, hidden entries too, by the folder that holds it, asked for in one go; never
-    /// through links. Nothing where the server cannot tell all of it.
-    virtual std::optional<QHash<QString, QList<FileItem>>> listTree(const QString & /*folder*/,
-                                                                    const std::stop_token & /*stop*/)
+    /// What the times are worth that `list` tells.
+    virtual ListedTimes listedTimes() const { return {}; }
+    /// All that lies below a folder, in as few round trips as the server allows. Throws what listing the folder itself
+    /// throws, and whatever is wrong with the connection.
+    virtual ListedTree listTree(const QString &folder, const TreeProgress &onProgress, const std::stop_token &stop)
     {
-        return std::nullopt;
+        ListedTree tree = ListedTree::byFolders(*this, folder, onProgress, stop);
+        tree.times = listedTimes();
+        return tree;
     }
 
     /// Whether to try the archives below; what comes of it depends on what the account may run.

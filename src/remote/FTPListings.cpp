@@ -13,7 +13,8 @@ namespace moorix {
 namespace {
 
 constexpr int listRefused = 19;
-constexpr qsizetype mostListingsAtOnce = 100;
+/// Or a folder that may not be entered.
+constexpr int noSuchFile = 550;
 /// Listings may be long, so that only their standstill tells that something is wrong.
 constexpr auto longestListing = std::chrono::minutes(15);
 
@@ -81,30 +82,97 @@ std::optional<QList<FileItem>> FTPService::entries(const CurlTransfer &transfer,
 
 QList<FileItem> FTPService::list(const QString &path, HiddenFiles /*hidden*/, const std::stop_token &stop)
 {
-    const CurlTransfer transfer = listings({path}, "LIST -a", stop).constFirst();
-    if (std::optional<QList<FileItem>> items = entries(transfer, path))
-        return *std::move(items);
-    if (transfer.exitCode != 0 && transfer.exitCode != listRefused)
-        fail(transfer, path, unlisted(path), stop);
-    return listedOtherwise(path, stop);
+    ListedFolder only{path};
+    listEach({&only, 1}, stop);
+    if (only.failure)
+        throw *only.failure;
+    return only.items.value_or(QList<FileItem>());
 }
 
-QList<FileItem> FTPService::listedOtherwise(const QString &path, const std::stop_token &stop)
+/// curl ends with the first that fails. Another run goes on behind it, or with it where it may have failed for what
+/// came before it on the connection.
+void FTPService::askEach(std::span<ListedFolder> folders, const QByteArray &command, const TakeListing &take,
+                         const std::stop_token &stop)
 {
-    const CurlTransfer plain = listings({path}, "LIST", stop).constFirst();
-    if (plain.exitCode != 0 && plain.exitCode != listRefused)
-        fail(plain, path, unlisted(path), stop);
-    throwUnlessWhole(path, plain);
-    const FTPListing listing = FTPListParser::parse(plain.body, path, charset());
-    if (plain.exitCode == 0 && !listing.isForeign())
-        return listing.items;
-    const CurlTransfer facts = listings({path}, "MLSD", stop).constFirst();
-    if (std::optional<QList<FileItem>> items = entries(facts, path))
-        return *std::move(items);
-    if (plain.exitCode != 0)
-        fail(plain, path, unlisted(path), stop);
-    throw FileServiceError::operationFailed(
-        unlisted(path) + QStringLiteral(": the server's form of listing is not understood.\n") + firstLine(plain.body));
+    std::vector<ListedFolder *> open;
+    QStringList paths;
+    for (ListedFolder &folder : folders) {
+        if (!folder.isOpen())
+            continue;
+        open.push_back(&folder);
+        paths << folder.path;
+    }
+    for (std::size_t next = 0; next < open.size();) {
+        const QList<CurlTransfer> transfers = listings(paths.mid(qsizetype(next)), command, stop);
+        for (qsizetype i = 0; i < transfers.size() && next < open.size(); ++i) {
+            const CurlTransfer &transfer = transfers.at(i);
+            if (i > 0 && transfer.exitCode != 0 && transfer.refusal().code != noSuchFile)
+                break;
+            ListedFolder &folder = *open.at(next++);
+            folder.settle([&] { take(folder, transfer); });
+        }
+    }
+}
+
+/// Some servers do not know the flag, and some say nothing at all of an empty folder. What the plain listing does not
+/// tell in a known form, facts may.
+void FTPService::listEach(std::span<ListedFolder> folders, const std::stop_token &stop)
+{
+    for (ListedFolder &folder : folders)
+        folder.settle([&] { native(folder.path); });
+    const auto throwIfNoListing = [&](const ListedFolder &folder, const CurlTransfer &transfer) {
+        if (transfer.exitCode != 0 && transfer.exitCode != listRefused)
+            fail(transfer, folder.path, unlisted(folder.path), stop);
+    };
+    const auto takeAll = [&](ListedFolder &folder, const CurlTransfer &transfer) {
+        folder.items = entries(transfer, folder.path);
+        if (!folder.items)
+            throwIfNoListing(folder, transfer);
+    };
+    QHash<QString, CurlTransfer> plain;
+    const auto takePlain = [&](ListedFolder &folder, const CurlTransfer &transfer) {
+        throwIfNoListing(folder, transfer);
+        throwUnlessWhole(folder.path, transfer);
+        const FTPListing listing = FTPListParser::parse(transfer.body, folder.path, charset());
+        if (transfer.exitCode == 0 && !listing.isForeign())
+            folder.items = listing.items;
+        else
+            plain.insert(folder.path, transfer);
+    };
+    const auto takeFacts = [&](ListedFolder &folder, const CurlTransfer &transfer) {
+        folder.items = entries(transfer, folder.path);
+        if (folder.items)
+            return;
+        const CurlTransfer asked = plain.value(folder.path);
+        if (asked.exitCode != 0)
+            fail(asked, folder.path, unlisted(folder.path), stop);
+        throw FileServiceError::operationFailed(unlisted(folder.path) +
+                                                QStringLiteral(": the server's form of listing is not understood.\n") +
+                                                firstLine(asked.body));
+    };
+    askEach(folders, "LIST -a", takeAll, stop);
+    askEach(folders, "LIST", takePlain, stop);
+    askEach(folders, "MLSD", takeFacts, stop);
+}
+
+ListedTree FTPService::listTree(const QString &folder, const TreeProgress &onProgress, const std::stop_token &stop)
+{
+    FolderReader reader;
+    reader.list = [this](std::span<ListedFolder> folders, int /*atOnce*/, const std::stop_token &ending) {
+        listEach(folders, ending);
+    };
+    // A login costs as much as some listings.
+    reader.runsFor = [this](qsizetype) { return lanesForMany(); };
+    reader.fewestInARun = isNear() ? 30 : 4;
+    reader.mostInARun = isNear() ? 100 : 32;
+    ListedTree tree;
+    tree.times = listedTimes();
+    const QList<FileItem> items = list(folder, HiddenFiles::included, stop);
+    tree.folders.insert(folder, items);
+    if (onProgress)
+        onProgress(items.size());
+    RemoteTree::readLevels(ListedTree::subfolders(items), reader, tree, onProgress, stop);
+    return tree;
 }
 
 std::optional<FileItem> FTPService::stat(const QString &path, const std::stop_token &stop)
@@ -152,34 +220,6 @@ FileItem FTPService::followLink(const FileItem &link, const std::stop_token &sto
         return *listed;
     throw FileServiceError::operationFailed(
         QStringLiteral("The link “%1” leads to nothing.").arg(Format::display(link.path)));
-}
-
-QList<FileItem> FTPService::deepestFirst(const QString &folder, const std::stop_token &stop)
-{
-    QList<FileItem> found;
-    QStringList level{folder};
-    while (!level.isEmpty()) {
-        QStringList next;
-        for (qsizetype start = 0; start < level.size(); start += mostListingsAtOnce) {
-            const QStringList folders = level.mid(start, mostListingsAtOnce);
-            const QList<CurlTransfer> transfers = listings(folders, "LIST -a", stop);
-            for (qsizetype i = 0; i < folders.size(); ++i) {
-                // Whatever one run leaves open, or does not reach, is asked for on its own.
-                std::optional<QList<FileItem>> items;
-                if (i < transfers.size())
-                    items = entries(transfers.at(i), folders.at(i));
-                for (const FileItem &item : items ? *items : list(folders.at(i), HiddenFiles::included, stop)) {
-                    found << item;
-                    if (item.isDirectory && !item.isSymlink)
-                        next << item.path;
-                }
-            }
-        }
-        level = next;
-    }
-    // Folders were found before what they hold.
-    std::reverse(found.begin(), found.end());
-    return found;
 }
 
 } // namespace moorix

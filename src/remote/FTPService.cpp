@@ -146,7 +146,7 @@ void FTPService::remove(const FileItem &item, const std::stop_token &stop)
         paths << entry.path;
     };
     if (item.isDirectory && !item.isSymlink) {
-        for (const FileItem &inner : deepestFirst(item.path, stop))
+        for (const FileItem &inner : RemoteTree::deepestFirst(*this, item.path, stop))
             add(inner);
     }
     add(item);
@@ -181,7 +181,7 @@ void FTPService::setPermissions(const QString &path, const QString &octal, Recur
         paths << entry;
     };
     if (recursive == Recursive::yes && !command({"CWD " + native(path)}, stop).constFirst().isRefusal()) {
-        for (const FileItem &inner : deepestFirst(path, stop)) {
+        for (const FileItem &inner : RemoteTree::deepestFirst(*this, path, stop)) {
             if (!inner.isSymlink)
                 add(inner.path);
         }

@@ -5,6 +5,7 @@
 #include "remote/CurlRunner.h"
 #include "remote/FTPCertificates.h"
 #include "remote/RemoteCharset.h"
+#include "remote/RemoteTree.h"
 
 #include <QHash>
 #include <QSet>
@@ -47,6 +48,8 @@ public:
     QString defaultDirectory(const std::stop_token &stop) override;
     /// Always with hidden entries, where the server shows them at all. Throws rather than showing a part.
     QList<FileItem> list(const QString &path, HiddenFiles hidden, const std::stop_token &stop) override;
+    ListedTimes listedTimes() const override { return {ListedTimes::Precision::minutesOrDays, Qt::UTC}; }
+    ListedTree listTree(const QString &folder, const TreeProgress &onProgress, const std::stop_token &stop) override;
     void createDirectory(const QString &path, const std::stop_token &stop) override;
     /// Goes on past entries that cannot be removed; operationFailed then names the first.
     void remove(const FileItem &item, const std::stop_token &stop) override;
@@ -106,9 +109,11 @@ private:
                                  const QList<QByteArray> &before = {});
     /// The entries of a listing that ended well, or nothing when another command may bring more.
     std::optional<QList<FileItem>> entries(const CurlTransfer &transfer, const QString &folder) const;
-    QList<FileItem> listedOtherwise(const QString &path, const std::stop_token &stop);
-    /// Everything below a folder, each folder after what it holds; never through links.
-    QList<FileItem> deepestFirst(const QString &folder, const std::stop_token &stop);
+    using TakeListing = std::function<void(ListedFolder &folder, const CurlTransfer &transfer)>;
+    /// Has those that are open listed by the command, over one connection as far as it goes.
+    void askEach(std::span<ListedFolder> folders, const QByteArray &command, const TakeListing &take,
+                 const std::stop_token &stop);
+    void listEach(std::span<ListedFolder> folders, const std::stop_token &stop);
     void commandForEach(const QList<QByteArray> &commands, const QStringList &paths, const QString &done,
                         const std::stop_token &stop);
 

@@ -4,15 +4,10 @@
 
 #include "files/FileServiceError.h"
 #include "files/Format.h"
-#include "files/NativePath.h"
 #include "remote/SFTPQuoting.h"
-
-#include <algorithm>
-#include <array>
 
 namespace moorix {
 
-using namespace Qt::StringLiterals;
 using SFTPQuoting::shellPath;
 
 namespace {
@@ -37,56 +32,7 @@ QHash<QString, QByteArray> parsedSums(const QString &text)
     return sums;
 }
 
-/// One row of GNU find: mode, size, time and owner, then the path below `folder`. Nothing for another kind of row.
-std::optional<FileItem> foundItem(QByteArrayView row, const QString &folder)
-{
-    std::array<QByteArrayView, 4> fields;
-    for (QByteArrayView &field : fields) {
-        const qsizetype end = row.indexOf('/');
-        if (end < 0)
-            return std::nullopt;
-        field = row.first(end);
-        row = row.sliced(end + 1);
-    }
-    const auto &[mode, size, time, owner] = fields;
-    if (mode.size() != 10 || row.isEmpty())
-        return std::nullopt;
-    FileItem item;
-    item.path = Format::join(folder, NativePath::text(row));
-    item.name = Format::fileName(item.path);
-    item.isDirectory = mode.front() == 'd';
-    item.isSymlink = mode.front() == 'l';
-    item.size = size.toLongLong();
-    item.modified = QDateTime::fromSecsSinceEpoch(time.first(std::max<qsizetype>(0, time.indexOf('.'))).toLongLong());
-    item.permissions = QString::fromLatin1(mode.sliced(1));
-    item.ownerName = QString::fromUtf8(owner);
-    return item;
-}
-
 } // namespace
-
-/// Only GNU find tells sizes; whatever else is there, or a folder that cannot be read, makes it fail.
-std::optional<QHash<QString, QList<FileItem>>> SFTPService::listTree(const QString &folder, const std::stop_token &stop)
-{
-    QByteArray rows;
-    SSHStreams streams;
-    streams.takeOutput = [&rows](QByteArrayView bytes) { rows += bytes; };
-    const QString command =
-        QStringLiteral("find -H %1 -mindepth 1 -printf %2").arg(shellPath(folder), shellPath(u"%M/%s/%T@/%u/%P\\0"_s));
-    const std::optional<SSHOutput> output = askShell(command, stop, streams);
-    if (!output || output->exitCode != 0)
-        return std::nullopt;
-    QHash<QString, QList<FileItem>> tree;
-    for (qsizetype start = 0; start < rows.size();) {
-        const qsizetype end = rows.indexOf('\0', start);
-        const auto item = end < 0 ? std::nullopt : foundItem(QByteArrayView(rows).sliced(start, end - start), folder);
-        if (!item)
-            return std::nullopt;
-        tree[Format::parent(item->path)].append(*item);
-        start = end + 1;
-    }
-    return tree;
-}
 
 /// Names go in and come back with a NUL behind each, so that none of them needs quoting.
 std::optional<QHash<QString, QByteArray>> SFTPService::checksums(const QStringList &paths, const std::stop_token &stop)

@@ -77,7 +77,7 @@ void noteFailures(std::vector<RemoteCopy> &copies, const Batch &batch, const QLi
 {
     for (std::size_t i = 0; i < batch.indices.size(); ++i) {
         RemoteCopy &copy = copies.at(batch.indices.at(i));
-        copy.failure = answers.at(qsizetype(i)).failure;
+        copy.failure = answers.at(qsizetype(i)).outcome().words;
         if (!copy.failure.isEmpty())
             copy.state = RemoteCopy::State::failed;
     }
@@ -199,9 +199,9 @@ void SFTPService::takeSteps(std::vector<RemoteStep> &steps, const std::stop_toke
         batch.commands, [](qsizetype) {}, stop);
     for (std::size_t i = 0; i < batch.indices.size(); ++i) {
         RemoteStep &step = steps.at(batch.indices.at(i));
-        const SFTPAnswer &answer = answers.at(qsizetype(i));
-        const bool isGone = step.kind == RemoteStep::Kind::remove && answer.isMissing;
-        step.failure = isGone ? QString() : answer.failure;
+        const SFTPOutcome outcome = answers.at(qsizetype(i)).outcome();
+        const bool isGone = step.kind == RemoteStep::Kind::remove && outcome.kind == SFTPOutcome::Kind::missing;
+        step.failure = isGone ? QString() : outcome.words;
         step.state = step.failure.isEmpty() ? RemoteStep::State::done : RemoteStep::State::failed;
     }
 }

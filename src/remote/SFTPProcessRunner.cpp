@@ -72,6 +72,11 @@ ProcessRequest batchRequest(const QStringList &commands)
 
 } // namespace
 
+SFTPOutcome SFTPAnswer::outcome() const
+{
+    return SFTPOutcome::classify("sftp> quit", SFTPText::withoutChatter(text), SFTPOutcome::OddItems::fail);
+}
+
 SFTPProcessRunner::SFTPProcessRunner(std::shared_ptr<ProcessRunner> processes)
     : m_processes(std::move(processes))
 {
@@ -112,11 +117,8 @@ QList<SFTPAnswer> SFTPProcessRunner::runEach(const SSHLogin &login, const QStrin
             QString::fromUtf8(output.last(std::min<qsizetype>(output.size(), 300))).trimmed());
     }
     QList<SFTPAnswer> answers;
-    for (const QByteArray &answer : said.first(commands.size())) {
-        const SFTPOutcome outcome =
-            SFTPOutcome::classify("sftp> quit", SFTPText::withoutChatter(answer), SFTPOutcome::OddItems::fail);
-        answers.append({outcome.words, outcome.kind == SFTPOutcome::Kind::missing, answer});
-    }
+    for (const QByteArray &answer : said.first(commands.size()))
+        answers.append({answer});
     return answers;
 }
 

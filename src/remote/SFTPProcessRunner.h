@@ -41,15 +41,13 @@ struct SFTPBatch
     std::function<void(qint64 processId)> whileRunning;
 };
 
-/// What became of one of many commands.
+/// What the client said to one of many commands.
 struct SFTPAnswer
 {
-    /// A sentence; empty when it succeeded.
-    QString failure;
-    /// What it was to act on is not there.
-    bool isMissing = false;
-    /// All that the client said to it.
     QByteArray text;
+
+    /// What became of it. Of a listing that prints rows, this takes them for failures.
+    SFTPOutcome outcome() const;
 };
 
 struct SFTPOutput

@@ -5,7 +5,6 @@
 #include "files/FileServiceError.h"
 #include "files/Format.h"
 #include "platform/PrivateFile.h"
-#include "remote/RemoteTree.h"
 #include "remote/SFTPQuoting.h"
 #include "remote/SSHAuthHelper.h"
 #include "remote/UnixListParser.h"
@@ -107,13 +106,24 @@ QStringList SFTPService::listCommands(const QString &path, const QString &flags)
     return {QStringLiteral("cd ") + sftpPath(path), command};
 }
 
+QString SFTPService::unlisted(const QString &path)
+{
+    return unable(path, QStringLiteral("listed"));
+}
+
+FileServiceError SFTPService::mayNotEnter(const QString &path)
+{
+    return FileServiceError::operationFailed(unlisted(path) +
+                                             QStringLiteral(": the account may not enter this folder."));
+}
+
 QList<FileItem> SFTPService::list(const QString &path, HiddenFiles hidden, const std::stop_token &stop)
 {
     const auto output = [&](const QString &flags) {
         SFTPBatch batch;
         batch.commands = listCommands(path, flags);
         batch.subject = path;
-        batch.action = unable(path, QStringLiteral("listed"));
+        batch.action = unlisted(path);
         return run(batch, stop).text;
     };
     const bool includesHidden = hidden == HiddenFiles::included;
@@ -122,8 +132,7 @@ QList<FileItem> SFTPService::list(const QString &path, HiddenFiles hidden, const
     // A folder that may be read but not entered lists as empty, without a word.
     if (items.isEmpty() &&
         !UnixListParser::listsTheFolderItself(includesHidden ? text : output(QStringLiteral("-la")), path)) {
-        throw FileServiceError::operationFailed(
-            unable(path, QStringLiteral("listed: the account may not enter this folder.")));
+        throw mayNotEnter(path);
     }
     return items;
 }

@@ -2,12 +2,15 @@
 #pragma once
 
 #include "files/RemoteFileService.h"
+#include "remote/RemoteTree.h"
 #include "remote/SFTPProcessRunner.h"
 #include "remote/SSHLanes.h"
 
 #include <mutex>
 
 namespace moorix {
+
+class FindOutput;
 
 /// Files of a server whose protocol is SFTP or SSH. Every operation is one batch of the `sftp` client or one command
 /// line for the account's shell; where the account has no shell, the latter become walks with `sftp` commands. All
@@ -22,6 +25,11 @@ public:
 
     const ServerConnection &server() const { return m_server; }
     bool isConnected() const;
+
+    /// The beginning of the sentence for a folder whose listing failed.
+    static QString unlisted(const QString &path);
+    /// For a folder that may be read but not entered.
+    static FileServiceError mayNotEnter(const QString &path);
 
     /// Logs in and learns the home folder. Throws connectionFailed with the client's reason.
     void connect(const std::stop_token &stop) override;
@@ -58,8 +66,10 @@ public:
     void downloadAll(std::vector<RemoteCopy> &copies, const Advanced &advanced, const std::stop_token &stop) override;
     void takeSteps(std::vector<RemoteStep> &steps, const std::stop_token &stop) override;
     std::optional<QHash<QString, QByteArray>> checksums(const QStringList &paths, const std::stop_token &stop) override;
-    std::optional<QHash<QString, QList<FileItem>>> listTree(const QString &folder,
-                                                            const std::stop_token &stop) override;
+    /// Of `list`. A client or server older than OpenSSH 9.1 has the server's own zone in them.
+    ListedTimes listedTimes() const override;
+    /// Exact to the second where the account has a shell with GNU find and may read all of it.
+    ListedTree listTree(const QString &folder, const TreeProgress &onProgress, const std::stop_token &stop) override;
     bool mayTakeArchives() const override { return !m_lacksShell; }
     std::optional<QHash<QString, QByteArray>>
     unpackArchive(const QString &folder, const std::function<QByteArray()> &next, const std::stop_token &stop) override;
@@ -83,6 +93,9 @@ private:
     bool isFar() const;
     /// What lists a folder; the last of them prints the rows.
     static QStringList listCommands(const QString &path, const QString &flags);
+    std::optional<FindOutput> find(const QString &folder, const TreeProgress &onProgress, const std::stop_token &stop);
+    int runsForListing(qsizetype folders) const;
+    void listEach(std::span<ListedFolder> folders, int atOnce, const std::stop_token &stop);
     /// How a command of the account's shell ended; nothing once the account has turned out to have none.
     std::optional<SSHOutput> askShell(const QString &command, const std::stop_token &stop,
                                       const SSHStreams &streams = {});

@@ -44,10 +44,7 @@ void TransferLink::Tries::restored()
 bool isConnectionLost(const std::exception &error)
 {
     const auto *remote = dynamic_cast<const FileServiceError *>(&error);
-    if (!remote)
-        return false;
-    return remote->kind() == Case::notConnected || remote->kind() == Case::connectionFailed ||
-           remote->kind() == Case::authFailed;
+    return remote && remote->isOfConnection();
 }
 
 bool mayReconnect(const std::exception &error)

@@ -48,11 +48,14 @@ bool TransferScan::isAccepted(const FileItem &item) const
 
 void TransferScan::fill(TransferNode &node) const
 {
-    const auto tree = m_listTree && node.isFolder() ? m_listTree(node.item.path) : std::nullopt;
-    if (tree)
-        fillBy([&tree](const QString &path) { return tree->value(path); }, node);
-    else
-        fillBy(m_list, node);
+    std::optional<ListedTree> tree;
+    // The tree is read with its first folder: where that fails, both have failed alike.
+    const auto list = [&](const QString &path) {
+        if (m_listTree && path == node.item.path)
+            tree = m_listTree(path);
+        return tree ? tree->entries(path) : m_list(path);
+    };
+    fillBy(list, node);
 }
 
 void TransferScan::fillBy(const Lister &list, TransferNode &node) const

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "files/ListedTree.h"
 #include "transfers/TransferNames.h"
 #include "transfers/TransferRequest.h"
-
-#include <QHash>
 
 #include <functional>
 #include <optional>
@@ -49,8 +48,8 @@ class TransferScan final
 public:
     /// Lists a folder, hidden files included.
     using Lister = std::function<QList<FileItem>(const QString &path)>;
-    /// Lists all folders below one, and that one, at once; or nothing.
-    using TreeLister = std::function<std::optional<QHash<QString, QList<FileItem>>>(const QString &path)>;
+    /// Lists all folders below one, and that one, at once; nothing where that gains nothing.
+    using TreeLister = std::function<std::optional<ListedTree>(const QString &path)>;
 
     /// `objected` is told of each entry that is left out, with the reason.
     TransferScan(Lister list, transferNames::NameSource from,

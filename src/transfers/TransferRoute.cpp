@@ -114,10 +114,9 @@ void TransferRoute::applyListedMode(const FileItem &original, const QString &cop
         throw Error(u"Transfer"_s, u"its access rights could not be set: %1"_s.arg(qt_error_string()));
 }
 
-std::optional<QHash<QString, QList<FileItem>>> TransferRoute::sourceTree(const QString &path,
-                                                                         const std::stop_token &stop) const
+std::optional<ListedTree> TransferRoute::sourceTree(const QString &path, const std::stop_token &stop) const
 {
-    return m_sourceServer ? m_sourceServer->listTree(path, stop) : std::nullopt;
+    return m_sourceServer ? std::optional(m_sourceServer->listTree(path, {}, stop)) : std::nullopt;
 }
 
 TransferRoute::Way TransferRoute::upload(const TransferCopy &copy, const std::stop_token &stop) const

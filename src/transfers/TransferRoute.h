@@ -2,6 +2,7 @@
 #pragma once
 
 #include "files/FileItem.h"
+#include "files/ListedTree.h"
 #include "transfers/LocalTransfer.h"
 
 #include <QList>
@@ -50,7 +51,7 @@ public:
     void requireAddressable(const QString &sourcePath, const QString &destinationPath) const;
 
     /// What RemoteFileService::listTree tells; nothing for the local disk.
-    std::optional<QHash<QString, QList<FileItem>>> sourceTree(const QString &path, const std::stop_token &stop) const;
+    std::optional<ListedTree> sourceTree(const QString &path, const std::stop_token &stop) const;
 
     enum class Way { whole, continued };
     /// Copies one file, or a link on the local disk. What it wrote stays when it fails. Throws for links and special

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "remote/SFTPService.h"
+#include "files/LocalFileService.h"
+#include "files/NativePath.h"
 #include "remote/ControlSocket.h"
 #include "support/DelayProxy.h"
 #include "support/FakeProcessRunner.h"
@@ -195,16 +197,62 @@ private slots:
         connected(server, {{}, key, {}, {}}).list(u"/"_s, HiddenFiles::asTheSourceDoes, neverStops);
     }
 
-    void accountWithoutShellCopiesChangesAndDeletesFolders_data()
+    void accountWithoutShellDoesTheSame_data()
     {
         FileServiceContract::addRows({u"in\\ner"_s}, {u"trees are copied, moved and removed whole"_s,
-                                                      u"permissions are set on the item or the tree"_s});
+                                                      u"permissions are set on the item or the tree"_s,
+                                                      u"a whole tree is told as its folders are"_s});
     }
 
-    void accountWithoutShellCopiesChangesAndDeletesFolders()
+    void accountWithoutShellDoesTheSame()
     {
         NEED_ACCOUNTS();
         FileServiceContract::runRow({connectedAs(TestServer::userWithoutShell()), m_folder->path()});
+    }
+
+    void accountThatMayNotReadEverythingTellsTheRest_data()
+    {
+        FileServiceContract::addRows({}, {u"a whole tree is told as its folders are"_s});
+    }
+
+    void accountThatMayNotReadEverythingTellsTheRest()
+    {
+        NEED_ACCOUNTS();
+        FileServiceContract::runRow({connectedAs(TestServer::user()), m_folder->path()});
+    }
+
+    void shellTellsNamesAndTimesExactlyAndTheClientTheRest()
+    {
+        NEED_ACCOUNTS();
+        SFTPService &service = connectedAs(TestServer::user());
+        QDir folder(m_folder->path());
+        QVERIFY(folder.mkpath(u"a\nsftp> b/locked \\'ü\n"_s) && folder.mkpath(u"noentry/deeper"_s));
+        const QString file = at("a\nsftp> b/") + NativePath::text("\xff\n");
+        LocalFileService().write("x", file, neverStops);
+        const auto tree = [&] { return service.listTree(m_folder->path(), {}, neverStops); };
+        const int before = m_clients->runs(u"/usr/bin/sftp"_s);
+        QCOMPARE(sorted(tree().folders.keys()),
+                 (QStringList{m_folder->path(), at("a\nsftp> b"), at("a\nsftp> b/locked \\'ü\n"), at("noentry"),
+                              at("noentry/deeper")}));
+        QCOMPARE(m_clients->runs(u"/usr/bin/sftp"_s), before);
+        QFile::setPermissions(at("a\nsftp> b/locked \\'ü\n"), QFile::Permissions(0x7000));
+        QFile::setPermissions(at("noentry"), QFile::Permissions(0x7744));
+        const ListedTree partly = tree();
+        QCOMPARE(sorted(partly.unread.keys()), (QStringList{at("a\nsftp> b/locked \\'ü\n"), at("noentry")}));
+        QCOMPARE(partly.folders.size(), 2);
+        QVERIFY(partly.times.precision == ListedTimes::Precision::seconds);
+        const QList<FileItem> inner = partly.entries(at("a\nsftp> b"));
+        QCOMPARE(inner.size(), 2);
+        QVERIFY(inner.constFirst().path == file || inner.constLast().path == file);
+        QCOMPARE(m_clients->runs(u"/usr/bin/sftp"_s), before + 1);
+        // The client's listing of such a name looks like the answer to one more command.
+        SFTPService &withoutShell = connectedAs(TestServer::userWithoutShell());
+        QString deep = u"plain2"_s;
+        for (int i = 0; i < 40; ++i)
+            deep += u"/%1"_s.arg(i);
+        QVERIFY(folder.mkpath(u"plain/a\nsftp> b"_s) && folder.mkpath(deep));
+        const ListedTree listed = withoutShell.listTree(m_folder->path(), {}, neverStops);
+        QVERIFY(listed.folders.contains(folder.filePath(deep)));
     }
 
     void foldersThatMayNotBeReadSayWhy()

@@ -3,13 +3,16 @@
 
 #include "base/Error.h"
 #include "files/Format.h"
+#include "files/LocalFileService.h"
 #include "files/RemoteFileService.h"
 #include "support/Shorthand.h"
 #include "support/TestTree.h"
 
+#include <QDir>
 #include <QFileInfo>
 #include <QTest>
 
+#include <algorithm>
 #include <iterator>
 
 using namespace Qt::StringLiterals;
@@ -257,6 +260,82 @@ void transfersGoOnWhereTheyBrokeOff(const Place &at)
     QCOMPARE(local.read("longer"), QByteArray("0123456789x"));
 }
 
+/// What `folder` holds on the disk, by path, as a listing must tell it; times are compared with those of `tree`.
+void isToldAsItIs(const ListedTree &tree, const QString &folder)
+{
+    QMap<QString, FileItem> told;
+    for (const FileItem &item : tree.entries(folder))
+        told.insert(item.path, item);
+    const QList<FileItem> real = LocalFileService().list(folder, HiddenFiles::included, go);
+    QCOMPARE(told.size(), real.size());
+    for (const FileItem &item : real) {
+        QVERIFY2(told.contains(item.path), qUtf8Printable(item.path));
+        const FileItem &shown = told[item.path];
+        QVERIFY2(shown.isSymlink == item.isSymlink && shown.isDirectory == (item.isDirectory && !item.isSymlink),
+                 qUtf8Printable(item.path));
+        if (item.isSymlink)
+            continue;
+        QVERIFY2(shown.isDirectory || shown.size == item.size, qUtf8Printable(item.path));
+        QCOMPARE(shown.permissions, item.permissions);
+        const qint64 late = shown.modified->secsTo(*item.modified);
+        QVERIFY2(late >= 0 && late < tree.times.slack(*shown.modified).count(), qUtf8Printable(item.path));
+    }
+}
+
+/// Some servers tell unreadable folders by their own account's rights, others have none they may not read.
+void wholeTreeIsToldAsItsFoldersAre(const Place &at)
+{
+    if (!at.server())
+        QSKIP("Only servers tell whole trees.");
+    QDir top(at.root);
+    const QDateTime old(QDate(2024, 5, 6), QTime(7, 8, 9), Qt::UTC);
+    QString deep = u"deep"_s;
+    for (int i = 0; i < 12; ++i)
+        deep += u"/%1"_s.arg(i);
+    QStringList folders{u".hid/.den"_s, u" [a]{b} \"#'$(x)\\"_s, u"two  blanks/ü ☺"_s, u"it's/empty"_s, deep};
+    for (int i = 0; i < 300; ++i)
+        folders << u"wide/%1"_s.arg(i);
+    for (const QString &folder : std::as_const(folders)) {
+        QVERIFY(top.mkpath(folder));
+        if (folder.size() % 2 != 0)
+            putFile(at.path(folder + u"/.f  %41"_s), folder.toUtf8());
+    }
+    putFile(at.path("old"), "old");
+    setTimeAndMode(at.path("old"), old, QFile::Permissions(0x6444));
+    for (const auto &[link, target] : {std::pair("it's/link", "wide"), std::pair("up", "."), std::pair("gone", "no")})
+        QVERIFY(QFile::link(at.path(target), at.path(link)));
+    for (const char *locked : {"it's/locked ü\\", "it's/noentry"}) {
+        QVERIFY(top.mkpath(at.path(locked) + u"/in"_s));
+        QFile::setPermissions(at.path(locked), QFile::Permissions(locked[5] == 'l' ? 0x7000 : 0x7744));
+    }
+    QList<qint64> seen;
+    const ListedTree tree = at.server()->listTree(
+        at.root, [&seen](qint64 entries) { seen << entries; }, go);
+    qint64 entries = 0;
+    QStringList open{at.root};
+    while (!open.isEmpty()) {
+        const QString folder = open.takeLast();
+        const QString told = messageOf([&] { tree.entries(folder); });
+        // Each would take its time on most servers.
+        if (!folder.contains(u"/wide/"_s) && !folder.contains(u"/deep/"_s)) {
+            QCOMPARE(told, messageOf([&] { at.service.list(folder, HiddenFiles::included, go); }));
+            QCOMPARE(tree.unread.value(folder), told);
+        }
+        if (!told.isEmpty())
+            continue;
+        isToldAsItIs(tree, folder);
+        entries += tree.entries(folder).size();
+        open += ListedTree::subfolders(tree.entries(folder));
+    }
+    QVERIFY(tree.folders.size() > 315 && std::is_sorted(seen.begin(), seen.end()));
+    QCOMPARE(seen.constLast(), entries);
+    QVERIFY_THROWS_EXCEPTION(Error, at.server()->listTree(at.path("missing"), {}, go));
+    QVERIFY_THROWS_EXCEPTION(Error, at.server()->listTree(at.path("old"), {}, go));
+    std::stop_source stopping;
+    const TreeProgress stopAtOnce = [&stopping](qint64) { stopping.request_stop(); };
+    QVERIFY_THROWS_EXCEPTION(Cancelled, at.server()->listTree(at.root, stopAtOnce, stopping.get_token()));
+}
+
 /// Every operation on an entry whose name means something to a shell, a pattern or a command line treats that entry,
 /// and none of those its name could be taken for.
 void oddName(const Place &at, const QString &name)
@@ -307,6 +386,7 @@ constexpr std::pair<const char *, Rule> rules[] = {
     {"links are listed, followed and removed as links", linksAreListedFollowedAndRemovedAsLinks},
     {"files travel with their times and modes", filesTravelWithTimesAndModes},
     {"transfers go on where they broke off", transfersGoOnWhereTheyBrokeOff},
+    {"a whole tree is told as its folders are", wholeTreeIsToldAsItsFoldersAre},
 };
 
 } // namespace

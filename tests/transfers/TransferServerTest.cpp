@@ -222,30 +222,6 @@ private slots:
         QVERIFY(scene.tree.exists("from/a"));
     }
 
-    void treeIsListedInOneGoAsFolderByFolder()
-    {
-        const TestTree tree{{"a", "1"}, {" two  blanks", "22"}, {".hidden/größe \"q\" \\x", "333"}, {"empty/", ""}};
-        tree.link("link", ".hidden");
-        tree.write(NativePath::text("\xff"), "4");
-        auto all = m_service->listTree(tree.path(), {});
-        QVERIFY(all && all->size() == 2 && all->value(tree.path()).size() == 6);
-        for (const QString &folder : all->keys()) {
-            for (FileItem listed : m_service->list(folder, HiddenFiles::included, {})) {
-                const QList<FileItem> &items = all->value(folder);
-                const auto found = std::find_if(items.begin(), items.end(),
-                                                [&listed](const FileItem &item) { return item.path == listed.path; });
-                QVERIFY2(found != items.end(), qPrintable(listed.path));
-                QVERIFY(found->modified && std::abs(found->modified->secsTo(*listed.modified)) < 60);
-                listed.modified = found->modified;
-                // Listings of the client merge blanks that names hold.
-                listed.name = found->name;
-                QVERIFY2(*found == listed, qPrintable(listed.path));
-            }
-        }
-        // Half a tree would look like all of it.
-        QVERIFY(!m_service->listTree(tree.path("missing"), {}));
-    }
-
     void checksumsOfManyFilesComeInOneGo()
     {
         const TestTree tree{{"plain", "1"}, {"two  spaces", "2"}, {"it's \"q\" \\x", "3"}, {"größe", "4"}};
