@@ -33,7 +33,8 @@ struct ListedTimes
     bool operator==(const ListedTimes &) const = default;
 };
 
-/// Told of the entries found so far, as often as there are more: on worker threads, but on one at a time.
+/// Told of the entries found so far, as often as there are more: on worker threads, but on one at a time. Fewer than
+/// before where a server turns out to need another way.
 using TreeProgress = std::function<void(qint64 entries)>;
 
 /// A folder and all below it, hidden entries too, never through links.

@@ -130,14 +130,16 @@ bool FindOutput::end(int exitCode, const QString &errorText)
            }));
 }
 
-/// Of a folder that may be read but not entered, the entries are what is denied.
+/// Of a folder that may be read but not entered, the entries are what is denied. Nothing of such a folder has come.
 bool FindOutput::leaveOut(const QString &path)
 {
     const QString folder = m_tree.folders.contains(path) || m_unread.contains(path) ? path : Format::parent(path);
     if (m_unread.contains(folder))
         return true;
-    if (folder == m_folder || m_tree.folders.remove(folder) == 0)
+    const auto found = m_tree.folders.constFind(folder);
+    if (folder == m_folder || found == m_tree.folders.cend() || !found->isEmpty())
         return false;
+    m_tree.folders.erase(found);
     m_unread << folder;
     return true;
 }

@@ -52,7 +52,7 @@ struct FolderReader
 namespace RemoteTree {
 
 /// Everything below `folder` as a flat list, each folder after its contents; never through links. The folder itself is
-/// not part of it. Throws what listing throws, for the first folder that cannot be read.
+/// not part of it. Throws what listing throws, also for any folder below that cannot be read.
 QList<FileItem> deepestFirst(RemoteFileService &service, const QString &folder, const std::stop_token &stop);
 
 /// Adds these folders and all below them to a tree, level by level, many folders to a run and several runs at once.

@@ -26,11 +26,6 @@ public:
     const ServerConnection &server() const { return m_server; }
     bool isConnected() const;
 
-    /// The beginning of the sentence for a folder whose listing failed.
-    static QString unlisted(const QString &path);
-    /// For a folder that may be read but not entered.
-    static FileServiceError mayNotEnter(const QString &path);
-
     /// Logs in and learns the home folder. Throws connectionFailed with the client's reason.
     void connect(const std::stop_token &stop) override;
     void disconnect() noexcept override;
@@ -93,6 +88,12 @@ private:
     bool isFar() const;
     /// What lists a folder; the last of them prints the rows.
     static QStringList listCommands(const QString &path, const QString &flags);
+    /// The beginning of the sentence for a folder whose listing failed.
+    static QString unlisted(const QString &path);
+    /// For a folder that may be read but not entered.
+    static FileServiceError mayNotEnter(const QString &path);
+    /// Settles a folder by what the client says to its `listCommands`.
+    static void judge(ListedFolder &folder, const QList<SFTPAnswer> &answers);
     std::optional<FindOutput> find(const QString &folder, const TreeProgress &onProgress, const std::stop_token &stop);
     int runsForListing(qsizetype folders) const;
     void listEach(std::span<ListedFolder> folders, int atOnce, const std::stop_token &stop);

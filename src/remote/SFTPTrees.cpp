@@ -13,25 +13,6 @@ namespace {
 
 constexpr ListedTimes timesOfListings{ListedTimes::Precision::minutesOrDays, Qt::LocalTime};
 
-/// What the client says to the commands that list a folder; only the last one's rows count.
-void judge(ListedFolder &folder, const QList<SFTPAnswer> &answers)
-{
-    const QString text = QString::fromUtf8(answers.constLast().text);
-    QList<FileItem> items = UnixListParser::parse(text, folder.path);
-    const bool wasEntered = answers.size() == 1 || answers.constFirst().outcome().words.isEmpty();
-    if (wasEntered && (!items.isEmpty() || UnixListParser::listsTheFolderItself(text, folder.path))) {
-        folder.items = std::move(items);
-        return;
-    }
-    const SFTPOutcome outcome = (wasEntered ? answers.constLast() : answers.constFirst()).outcome();
-    if (outcome.kind == SFTPOutcome::Kind::missing)
-        throw FileServiceError::notFound(folder.path);
-    if (outcome.words.isEmpty())
-        throw SFTPService::mayNotEnter(folder.path);
-    throw FileServiceError::operationFailed(
-        SSHFailureText::operation(SFTPService::unlisted(folder.path), outcome.reason, outcome.words));
-}
-
 } // namespace
 
 ListedTimes SFTPService::listedTimes() const
@@ -131,6 +112,25 @@ void SFTPService::listEach(std::span<ListedFolder> folders, int atOnce, const st
         if (folder.isOpen())
             folder.settle([&] { judge(folder, answers.mid(start, ends.at(i) - start)); });
     }
+}
+
+/// Only the last command prints rows.
+void SFTPService::judge(ListedFolder &folder, const QList<SFTPAnswer> &answers)
+{
+    const QString text = QString::fromUtf8(answers.constLast().text);
+    QList<FileItem> items = UnixListParser::parse(text, folder.path);
+    const bool wasEntered = answers.size() == 1 || answers.constFirst().outcome().words.isEmpty();
+    if (wasEntered && (!items.isEmpty() || UnixListParser::listsTheFolderItself(text, folder.path))) {
+        folder.items = std::move(items);
+        return;
+    }
+    const SFTPOutcome outcome = (wasEntered ? answers.constLast() : answers.constFirst()).outcome();
+    if (outcome.kind == SFTPOutcome::Kind::missing)
+        throw FileServiceError::notFound(folder.path);
+    if (outcome.words.isEmpty())
+        throw mayNotEnter(folder.path);
+    throw FileServiceError::operationFailed(
+        SSHFailureText::operation(unlisted(folder.path), outcome.reason, outcome.words));
 }
 
 } // namespace moorix

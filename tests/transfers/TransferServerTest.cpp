@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "files/NativePath.h"
 #include "support/DelayProxy.h"
 #include "support/FTPServer.h"
 #include "support/TestMain.h"
