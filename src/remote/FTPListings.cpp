@@ -118,6 +118,7 @@ void FTPService::askEach(std::span<ListedFolder> folders, const QByteArray &comm
 /// tell in a known form, facts may.
 void FTPService::listEach(std::span<ListedFolder> folders, const std::stop_token &stop)
 {
+    login();
     for (ListedFolder &folder : folders)
         folder.settle([&] { native(folder.path); });
     const auto throwIfNoListing = [&](const ListedFolder &folder, const CurlTransfer &transfer) {
