@@ -23,7 +23,7 @@ const QString programName = u"moorix"_s;
 
 QList<Command> allCommands()
 {
-    return fileCommands() + copyCommands() + serverCommands() + serverTransferCommands() + secretCommands();
+    return fileCommands() + copyCommands() + serverCommands() + serverTransferCommands() + secretCommands() + syncCommands();
 }
 
 bool isHelp(const QString &argument)

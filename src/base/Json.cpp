@@ -112,6 +112,14 @@ QJsonArray JsonReader::requiredArray(const QString &key) const
     return value.toArray();
 }
 
+QJsonObject JsonReader::requiredObject(const QString &key) const
+{
+    const QJsonValue value = require(key);
+    if (!value.isObject())
+        fail(key, QStringLiteral("is not an object"));
+    return value.toObject();
+}
+
 std::optional<QString> JsonReader::optionalString(const QString &key) const
 {
     if (!find(key))

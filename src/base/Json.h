@@ -39,6 +39,7 @@ public:
     qint64 requiredInteger(const QString &key) const;
     QUuid requiredUuid(const QString &key) const;
     QJsonArray requiredArray(const QString &key) const;
+    QJsonObject requiredObject(const QString &key) const;
     std::optional<QString> optionalString(const QString &key) const;
     std::optional<qint64> optionalInteger(const QString &key) const;
     std::optional<QUuid> optionalUuid(const QString &key) const;

@@ -49,8 +49,10 @@ struct RemoteStep
         rename,
         /// Takes the place of a file that stands at `toPath`, in one step where the server can.
         replace,
-        /// Of a file. One that is not there counts as removed.
+        /// Of a file. What is not there counts as removed.
         remove,
+        /// Of a folder, which must be empty.
+        removeFolder,
         /// Of a file or folder: gives it the permissions in `octal`.
         setMode
     };
@@ -62,6 +64,8 @@ struct RemoteStep
     QString octal = {};
     State state = State::open;
     QString failure = {};
+
+    bool isRemoval() const { return kind == Kind::remove || kind == Kind::removeFolder; }
 };
 
 /// A file service on another machine: files travel between its disk and the local one. As plain as the commands below

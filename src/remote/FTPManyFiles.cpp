@@ -280,6 +280,8 @@ void FTPService::takeSteps(std::vector<RemoteStep> &steps, const std::stop_token
         sent.push_back(&step);
         if (step.kind == RemoteStep::Kind::remove)
             commands << "DELE " + native(step.path) << "NOOP";
+        else if (step.kind == RemoteStep::Kind::removeFolder)
+            commands << "RMD " + native(step.path) << "NOOP";
         else if (step.kind == RemoteStep::Kind::setMode)
             commands << "SITE CHMOD " + step.octal.toLatin1() + ' ' + native(step.path) << "NOOP";
         else
@@ -304,7 +306,7 @@ void FTPService::settle(RemoteStep &step, const FTPReply &reply, Standing &after
         // Some servers rename over nothing; and their words do not tell what is missing.
         if (step.kind == RemoteStep::Kind::replace)
             moveRemote(step.path, step.toPath, stop);
-        else if (step.kind != RemoteStep::Kind::remove || isThere(step.path, after, stop))
+        else if (!step.isRemoval() || isThere(step.path, after, stop))
             moorix::fail(step, words(reply));
     } catch (const FileServiceError &error) {
         if (error.kind() == FileServiceError::Case::connectionFailed)

@@ -96,6 +96,8 @@ QString stepCommand(const RemoteStep &step)
     switch (step.kind) {
     case RemoteStep::Kind::remove:
         return QStringLiteral("rm ") + sftpPath(step.path);
+    case RemoteStep::Kind::removeFolder:
+        return QStringLiteral("rmdir ") + sftpPath(step.path);
     case RemoteStep::Kind::replace:
         return QStringLiteral("rename ") + sftpPath(step.path) + u' ' + sftpPath(step.toPath);
     case RemoteStep::Kind::setMode:
@@ -200,7 +202,7 @@ void SFTPService::takeSteps(std::vector<RemoteStep> &steps, const std::stop_toke
     for (std::size_t i = 0; i < batch.indices.size(); ++i) {
         RemoteStep &step = steps.at(batch.indices.at(i));
         const SFTPOutcome outcome = answers.at(qsizetype(i)).outcome();
-        const bool isGone = step.kind == RemoteStep::Kind::remove && outcome.kind == SFTPOutcome::Kind::missing;
+        const bool isGone = step.isRemoval() && outcome.kind == SFTPOutcome::Kind::missing;
         step.failure = isGone ? QString() : outcome.words;
         step.state = step.failure.isEmpty() ? RemoteStep::State::done : RemoteStep::State::failed;
     }

@@ -193,8 +193,10 @@ void TransferBundles::verify(const FileItem &file, RemoteCopy &copy)
     if (copy.copiedBytes != expected || (m_request.isMove && !m_route.isServerSource())) {
         expected = m_link.repeat([&](const std::stop_token &stop, bool) { return m_route.sizeAtSource(file, stop); });
     }
-    if (copy.copiedBytes == expected)
+    if (copy.copiedBytes == expected) {
+        requireUnchanged(file);
         return;
+    }
     copy.state = RemoteCopy::State::failed;
     copy.failure =
         u"the copy has %1 bytes, the original %2; it may have changed meanwhile"_s.arg(copy.copiedBytes).arg(expected);

@@ -115,6 +115,7 @@ void TransferCarrier::verify(const FileItem &file, const FileItem &part)
             u"Transfer"_s,
             u"the copy has %1 bytes, the original %2; it may have changed meanwhile"_s.arg(copied).arg(expected));
     }
+    requireUnchanged(file);
 }
 
 /// Where one of the sides cannot tell, the sizes have to do.

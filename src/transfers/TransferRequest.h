@@ -41,6 +41,8 @@ struct TransferRequest
     QList<TransferPiece> more = {};
     /// Goes on with a transfer that was broken off: what is there with the same size and time has arrived.
     bool isContinuation = false;
+    /// A local source that is another than its item says by the time its copy is whole does not arrive.
+    bool requiresUnchanged = false;
     /// Names the part files, so that a later run of the same transfer finds them. Given by the engine.
     QUuid id = {};
 

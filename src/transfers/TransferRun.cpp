@@ -52,6 +52,8 @@ TransferRun::TransferRun(TransferRequest request, Callbacks callbacks)
     , m_scan(sourceScan([this](const FileItem &item, const QString &reason) { report(item, reason); }))
     , m_placement(m_request, m_route,
                   [this](const TransferConflict &conflict) {
+                      if (m_callbacks.decide)
+                          return ConflictAnswer{m_callbacks.decide(conflict)};
                       // Who has to think is not what the files decided on already wait for.
                       sendBundle();
                       return m_callbacks.ask(conflict, m_callbacks.control->token());
@@ -65,6 +67,8 @@ TransferRun::TransferRun(TransferRequest request, Callbacks callbacks)
 
 TransferScan TransferRun::sourceScan(std::function<void(const FileItem &, const QString &)> objected)
 {
+    if (m_callbacks.entriesOf)
+        return TransferScan(m_callbacks.entriesOf, nameSource(m_route), std::move(objected));
     const auto list = [this](const QString &path) {
         return m_link.repeat([&](const std::stop_token &stop, bool) {
             return m_route.source().list(path, HiddenFiles::included, stop);
@@ -243,6 +247,8 @@ TransferTarget TransferRun::openTarget(const QString &path)
 
 void TransferRun::report(const FileItem &item, const QString &reason)
 {
+    if (m_callbacks.failed)
+        m_callbacks.failed(item, reason);
     const QString verb = m_request.isMove ? u"moved"_s : u"copied"_s;
     m_tally.fail(u"“%1” was not %2: %3"_s.arg(Format::display(item.name), verb, reason));
 }

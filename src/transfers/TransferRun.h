@@ -34,6 +34,12 @@ public:
         /// For pausing the run and for keeping its part files.
         std::shared_ptr<TransferControl> control = nullptr;
         TransferLink::Delays reconnectDelays = TransferLink::usualDelays();
+        /// What of a source folder is to be copied, for whoever has read the tree already; asked instead of the source.
+        std::function<QList<FileItem>(const QString &folder)> entriesOf = nullptr;
+        /// Answers conflicts without waiting for anybody, instead of `ask`; on the calling thread.
+        std::function<ConflictAnswer::Choice(const TransferConflict &)> decide = nullptr;
+        /// Told of each item that does not arrive, with the reason; on any of the run's threads.
+        std::function<void(const FileItem &source, const QString &reason)> failed = nullptr;
     };
 
     TransferRun(TransferRequest request, Callbacks callbacks);

@@ -1,13 +1,32 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "transfers/TransferWay.h"
 
+#include "base/Error.h"
+#include "files/LocalDisk.h"
 #include "files/RemoteFileService.h"
 
+#include <sys/stat.h>
+
 namespace moorix {
+
+using namespace Qt::StringLiterals;
 
 RemoteFileService &TransferWay::server() const
 {
     return dynamic_cast<RemoteFileService &>(m_route.isServerSource() ? m_route.source() : m_route.destination());
+}
+
+void TransferWay::requireUnchanged(const FileItem &file) const
+{
+    if (!m_request.requiresUnchanged || m_route.isServerSource() || file.isSymlink)
+        return;
+    const auto status = LocalDisk::statusOf(file.path);
+    const bool isSame = status && [&] {
+        const FileItem now = LocalDisk::item(file.name, file.path, *status);
+        return now.size == file.size && now.modified == file.modified;
+    }();
+    if (!isSame)
+        throw Error(u"Transfer"_s, u"it changed while it was being copied"_s);
 }
 
 } // namespace moorix

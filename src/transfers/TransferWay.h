@@ -28,6 +28,8 @@ protected:
 
     /// The server at one of the ends; of two servers, the source.
     RemoteFileService &server() const;
+    /// Throws when the request wants an unchanged source and this one, if it is a local file, has changed.
+    void requireUnchanged(const FileItem &file) const;
 
     const TransferRequest &m_request;
     const TransferRoute &m_route;

@@ -13,6 +13,7 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <unistd.h>
 
 namespace moorix::test {
 
@@ -33,6 +34,8 @@ public:
     std::atomic<bool> garbles = false;
     /// The link breaks when the next steps have been taken, before it can tell.
     std::atomic<bool> losesAnswer = false;
+    /// A folder that the account may not read.
+    QString unreadable;
     /// It can compute checksums.
     bool hasShell = false;
     /// Files can travel together.
@@ -64,6 +67,8 @@ public:
     {
         if (!m_isConnected)
             throw FileServiceError::notConnected();
+        if (path == unreadable)
+            throw FileServiceError::operationFailed(QStringLiteral("Permission denied"));
         return DiskFileService::list(path, hidden, stop);
     }
     void remove(Item item, Stop stop) override
@@ -94,6 +99,8 @@ public:
                     moveRemote(step.path, step.toPath, stop);
                 else if (step.kind == RemoteStep::Kind::rename)
                     m_disk.move(m_disk.stat(step.path, stop).value(), step.toPath, stop);
+                else if (step.kind == RemoteStep::Kind::removeFolder)
+                    removeFolder(step.path);
                 else if (const auto item = m_disk.stat(step.path, stop))
                     m_disk.remove(*item, stop);
             } catch (const std::exception &error) {
@@ -160,6 +167,12 @@ private:
     {
         if (!m_disk.stat(item.path, {}))
             throw FileServiceError::notFound(item.path);
+    }
+
+    static void removeFolder(Path path)
+    {
+        if (::rmdir(QFile::encodeName(path).constData()) != 0 && errno != ENOENT)
+            throw FileServiceError::operationFailed(QStringLiteral("rmdir: Failure"));
     }
 
     void runTar(ProcessRequest &request, const QStringList &arguments, Stop stop) const

@@ -52,5 +52,6 @@ QList<Command> copyCommands();
 QList<Command> serverCommands();
 QList<Command> serverTransferCommands();
 QList<Command> secretCommands();
+QList<Command> syncCommands();
 
 } // namespace moorix
