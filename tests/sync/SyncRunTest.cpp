@@ -40,8 +40,8 @@ private slots:
         QVERIFY(QDir(scene.tree.path("here/deleted")).removeRecursively());
         scene.tree.write("there/new/deep/file", "new");
         QCOMPARE(scene.found(), (QStringList{u"d/edited here: updateRemote"_s, u"d/edited there: updateLocal"_s,
-                                             u"deleted: deleteRemote"_s, u"deleted/here: deleteRemote"_s,
-                                             u"deleted there: deleteLocal"_s, u"new: createOnLocal"_s,
+                                             u"deleted: deleteRemote"_s, u"deleted there: deleteLocal"_s,
+                                             u"deleted/here: deleteRemote"_s, u"new: createOnLocal"_s,
                                              u"new/deep: createOnLocal"_s, u"new/deep/file: createOnLocal"_s}));
         const SyncOutcome second = scene.sync();
         QCOMPARE(second.count(SyncResult::failed) + second.count(SyncResult::skipped), 0);
