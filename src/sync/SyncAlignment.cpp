@@ -3,6 +3,7 @@
 
 #include <QHash>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 
@@ -24,20 +25,24 @@ bool isSameFile(const SyncEntry &a, const SyncEntry &b)
 }
 
 /// Listings leave out the time of day of what is older than 180 days; some weeks of room for servers' own ideas.
-bool mayBeDayOnly(const QDateTime &listed, const SyncTimes &times, const QDateTime &now)
+bool mayBeDayOnly(const QDateTime &listed, const ListedTimes &times, const QDateTime &now)
 {
     constexpr qint64 youngestDays = 150;
-    return !times.isExact && listed.toTimeSpec(times.zone).time() == QTime(0, 0) &&
+    return !SyncAlignment::isExact(times) && listed.toTimeSpec(times.zone).time() == QTime(0, 0) &&
            (listed.daysTo(now) >= youngestDays || listed > now);
 }
 
+enum class Seasons { one, two };
+
 /// By how many milliseconds nearly all files differ from what they should be, if it is by one and the same number of
-/// quarters of an hour: the server then shows its times in another zone, or has changed its clocks.
-qint64 commonShift(const SyncEntries &listed, const SyncEntries &reference, const SyncTimes &times,
-                   const QDateTime &now)
+/// quarters of an hour: the server then shows its times in another zone, or has changed its clocks. A zone with
+/// daylight saving has two such numbers, an hour apart.
+QList<qint64> commonShifts(const SyncEntries &listed, const SyncEntries &reference, Seasons seasons,
+                           const ListedTimes &times, const QDateTime &now)
 {
     constexpr qint64 fewestFiles = 3;
     constexpr double share = 0.9;
+    constexpr qint64 quartersOfAnHour = 4;
     QHash<qint64, qint64> counts;
     qint64 files = 0;
     for (auto entry = listed.cbegin(); entry != listed.cend(); ++entry) {
@@ -51,11 +56,19 @@ qint64 commonShift(const SyncEntries &listed, const SyncEntries &reference, cons
             std::abs(quarters * quarterMsecs) <= furthestAheadMsecs)
             ++counts[quarters];
     }
-    for (auto count = counts.cbegin(); count != counts.cend(); ++count) {
-        if (count.key() != 0 && *count >= fewestFiles && double(*count) >= share * double(files))
-            return count.key() * quarterMsecs;
+    const QList<qint64> found = counts.keys();
+    for (const qint64 quarters : found) {
+        const qint64 other = seasons == Seasons::two ? counts.value(quarters + quartersOfAnHour) : 0;
+        const qint64 fitting = counts.value(quarters) + other;
+        const bool isAnyShifted = quarters != 0 || other > 0;
+        if (!isAnyShifted || fitting < fewestFiles || double(fitting) < share * double(files))
+            continue;
+        QList<qint64> shifts{quarters * quarterMsecs};
+        if (other > 0)
+            shifts.append(shifts.constFirst() + hourMsecs);
+        return shifts;
     }
-    return 0;
+    return {};
 }
 
 /// The entries of a path on both sides and in the baseline; null where there are none.
@@ -79,26 +92,32 @@ bool isWithinTolerance(const SyncEntry &a, const SyncEntry &b)
 
 } // namespace
 
-bool SyncAlignment::agrees(const QDateTime &listed, const QDateTime &reference, const SyncTimes &times,
+bool SyncAlignment::agrees(const QDateTime &listed, const QDateTime &reference, const ListedTimes &times,
                            const QDateTime &now)
 {
     const qint64 after = listed.msecsTo(reference);
     if (std::abs(after) <= toleranceMsecs)
         return true;
+    // Some servers show a time to come without its year, which is then taken for the last one.
+    if (!isExact(times) && reference > now && std::abs(listed.addYears(1).msecsTo(reference)) <= toleranceMsecs)
+        return true;
     if (!mayBeDayOnly(listed, times, now))
         return false;
-    if (!times.isZoneUncertain)
+    // Servers that should tell times in UTC may tell them in any zone.
+    if (times.zone != Qt::UTC)
         return listed.toTimeSpec(times.zone).date() == reference.toTimeSpec(times.zone).date();
     return after >= -furthestAheadMsecs && after < dayMsecs + furthestBehindMsecs;
 }
 
 SyncAlignment SyncAlignment::of(const SyncEntries &remote, const SyncEntries &local, const SyncManifest *baseline,
-                                const SyncTimes &times, const QDateTime &now)
+                                const ListedTimes &times, const QDateTime &now)
 {
     SyncAlignment result{remote, remote};
-    qint64 shift = 0;
-    if (!times.isExact)
-        shift = commonShift(remote, baseline ? baseline->remoteEntries : local, times, now);
+    QList<qint64> shifts;
+    if (!isExact(times) && baseline)
+        shifts = commonShifts(remote, baseline->remoteEntries, Seasons::one, times, now);
+    else if (!isExact(times))
+        shifts = commonShifts(remote, local, Seasons::two, times, now);
     auto seen = result.asSeen.begin();
     for (auto entry = result.forComparison.begin(); entry != result.forComparison.end(); ++entry, ++seen) {
         if (entry->isDirectory || !entry->modified)
@@ -118,7 +137,10 @@ SyncAlignment SyncAlignment::of(const SyncEntries &remote, const SyncEntries &lo
                 entry->modified = seen->modified = reference->modified;
                 break;
             }
-            if (shift != 0 && agrees(listed.addMSecs(-shift), *reference->modified, times, now)) {
+            const bool isShifted = std::any_of(shifts.cbegin(), shifts.cend(), [&](qint64 shift) {
+                return agrees(listed.addMSecs(-shift), *reference->modified, times, now);
+            });
+            if (isShifted) {
                 entry->modified = reference->modified;
                 break;
             }

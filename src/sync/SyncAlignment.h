@@ -1,21 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "files/ListedTree.h"
 #include "sync/SyncManifest.h"
 
 namespace moorix {
-
-/// What the times of a side are worth.
-struct SyncTimes
-{
-    /// Known to the second, in a time zone that is known. Otherwise they are those of a listing: to the minute, and of
-    /// files older than about half a year only the day, which then shows as midnight.
-    bool isExact = true;
-    /// The zone that the midnights of a listing are in, if the server does as it should.
-    Qt::TimeSpec zone = Qt::UTC;
-    /// The server's own zone may be another.
-    bool isZoneUncertain = false;
-};
 
 /// The server's tree made comparable with the local one. Pure; any thread.
 struct SyncAlignment
@@ -28,9 +17,11 @@ struct SyncAlignment
 
     /// `now` is when the tree was listed.
     static SyncAlignment of(const SyncEntries &remote, const SyncEntries &local, const SyncManifest *baseline,
-                            const SyncTimes &times, const QDateTime &now);
+                            const ListedTimes &times, const QDateTime &now);
+    /// Times to the second, in a zone that is known.
+    static bool isExact(const ListedTimes &times) { return times.precision == ListedTimes::Precision::seconds; }
     /// Whether a time from such a listing may be this one.
-    static bool agrees(const QDateTime &listed, const QDateTime &reference, const SyncTimes &times,
+    static bool agrees(const QDateTime &listed, const QDateTime &reference, const ListedTimes &times,
                        const QDateTime &now);
 };
 

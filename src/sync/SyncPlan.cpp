@@ -266,7 +266,7 @@ SyncPlan SyncPlanner::make(SyncSnapshot local, SyncSnapshot remote, std::optiona
     requireRoots(plan, context);
     if (!plan.isFirst)
         askForEmptied(plan, context);
-    if (!plan.remote.times.isExact) {
+    if (!SyncAlignment::isExact(plan.remote.times)) {
         leaveOutFragileNames(plan.local);
         leaveOutFragileNames(plan.remote);
     }

@@ -161,8 +161,8 @@ bool SyncRun::isAsPlanned(const FileItem &now, const FileItem &planned, const Sy
         return now.isDirectory || now.size == planned.size;
     if (side.isLocal())
         return now.size == planned.size && *now.modified == *planned.modified;
-    SyncTimes listed = m_plan.remote.times;
-    listed.isExact = false;
+    ListedTimes listed = m_plan.remote.times;
+    listed.precision = ListedTimes::Precision::minutesOrDays;
     const QDateTime today = m_setup.clock();
     return now.size == planned.size && (SyncAlignment::agrees(*now.modified, *planned.modified, listed, today) ||
                                         SyncAlignment::agrees(*planned.modified, *now.modified, listed, today));
@@ -330,8 +330,8 @@ void SyncRun::recordCopy(Way way, const QString &relPath, const SyncEntry &origi
     SyncEntry source = original;
     if (!arrived.isDirectory && arrived.modified && source.modified) {
         constexpr qint64 quarterSeconds = 15 * 60;
-        SyncTimes listed = m_plan.remote.times;
-        listed.isExact = false;
+        ListedTimes listed = m_plan.remote.times;
+        listed.precision = ListedTimes::Precision::minutesOrDays;
         const QDateTime now = m_setup.clock();
         const qint64 difference = std::abs(source.modified->secsTo(*arrived.modified));
         const qint64 beyondZone = std::min(difference % quarterSeconds, quarterSeconds - difference % quarterSeconds);

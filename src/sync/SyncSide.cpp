@@ -93,10 +93,13 @@ SyncSnapshot SyncSide::read(const SyncIgnore &ignore, const QString &marker,
 {
     SyncSnapshot snapshot;
     auto *server = dynamic_cast<RemoteFileService *>(m_service.get());
-    auto tree = server ? server->listTree(m_root, stop) : std::nullopt;
-    snapshot.times.isExact = !server || tree;
+    std::optional<ListedTree> tree;
     const auto listOne = [&](const QString &path) {
-        return tree ? tree->value(path) : m_service->list(path, HiddenFiles::included, stop);
+        if (server && !tree) {
+            tree = server->listTree(m_root, progress, stop);
+            snapshot.times = tree->times;
+        }
+        return tree ? tree->entries(path) : m_service->list(path, HiddenFiles::included, stop);
     };
     const auto list = [&](const QString &path) -> QList<FileItem> {
         try {

@@ -42,7 +42,7 @@ struct SyncSnapshot
     QMap<QString, SyncLeftOut> leftOut;
     /// Part files of copies, by their absolute paths.
     QStringList parts;
-    SyncTimes times;
+    ListedTimes times;
     /// The folder of the pair is there; without it, all the rest is empty.
     bool isThere = true;
     /// The file that marks the folder as one of the pair is there.

@@ -10,8 +10,8 @@ using namespace Qt::StringLiterals;
 namespace {
 
 const QDateTime now(QDate(2026, 7, 1), QTime(12, 0), Qt::UTC);
-const SyncTimes exact;
-const SyncTimes ftp{false, Qt::UTC, true};
+const ListedTimes exact;
+const ListedTimes ftp{ListedTimes::Precision::minutesOrDays, Qt::UTC};
 
 SyncEntry fileOf(const QDateTime &modified, qint64 size = 5)
 {
@@ -100,7 +100,7 @@ private slots:
     void finerAndCoarserListingsShowTheSameFile()
     {
         const SyncEntries local = filesOfAllAges();
-        const SyncTimes listed{false, Qt::UTC, false};
+        const ListedTimes listed{ListedTimes::Precision::minutesOrDays, Qt::LocalTime};
         const SyncAlignment coarse = SyncAlignment::of(listing(local, 0), local, nullptr, listed, now);
         const SyncManifest manifest = manifestOf(local, coarse.asSeen);
         QCOMPARE(changed(local, SyncAlignment::of(local, local, &manifest, exact, now), manifest), QStringList());
