@@ -23,7 +23,8 @@ const QString programName = u"moorix"_s;
 
 QList<Command> allCommands()
 {
-    return fileCommands() + copyCommands() + serverCommands() + serverTransferCommands() + secretCommands() + syncCommands();
+    return fileCommands() + copyCommands() + serverCommands() + serverTransferCommands() + secretCommands() +
+           syncCommands();
 }
 
 bool isHelp(const QString &argument)

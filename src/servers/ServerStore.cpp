@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "servers/ServerStore.h"
 
-#include "base/Error.h"
-#include "platform/KeyValueStore.h"
 #include "servers/ServerTree.h"
 
 #include <algorithm>
@@ -10,8 +8,6 @@
 namespace moorix {
 
 namespace {
-
-const QString kvKey = QStringLiteral("serverLibrary.v1");
 
 template <class Record>
 auto findByID(QList<Record> &records, const QUuid &id)
@@ -27,189 +23,32 @@ std::optional<Record> recordOf(const QList<Record> &records, const QUuid &id)
     return found == records.cend() ? std::nullopt : std::optional(*found);
 }
 
-/// An absent date counts as the distant past.
-bool isOlder(const std::optional<QDateTime> &a, const std::optional<QDateTime> &b)
-{
-    return b && (!a || *a < *b);
-}
-
 } // namespace
 
 ServerStore::ServerStore(Options options, KeyValueStore &kv, QObject *parent)
     : QObject(parent)
-    , m_options(std::move(options))
-    , m_file(m_options.path, m_options.inMemoryOnly ? LibraryFile::Access::readOnly : LibraryFile::Access::readWrite)
-    , m_kv(kv)
+    , m_file({.path = std::move(options.path),
+              .subject = QStringLiteral("server library"),
+              .cloudKey = QStringLiteral("serverLibrary.v1"),
+              .isCloudOn = options.iCloudSyncEnabled,
+              .isInMemoryOnly = options.inMemoryOnly,
+              .clock = std::move(options.clock),
+              .first = ServerLibrary::sample(),
+              .mend = serverTree::mend},
+             kv)
 {
-    load();
-    const QString loadProblem = m_problem;
-    connect(&m_file, &LibraryFile::touched, this, [this] {
-        if (adoptFile())
-            emit libraryChanged();
-    });
-    connect(&m_kv, &KeyValueStore::changedExternally, this, [this](const QStringList &keys) {
-        if (keys.contains(kvKey))
-            mergeFromCloud();
-    });
-    connect(&m_kv, &KeyValueStore::folderChanged, this, &ServerStore::mergeBothWays);
-    if (m_options.iCloudSyncEnabled)
-        m_kv.synchronize();
-    mergeFromCloud();
-    // Writing what came from the cloud does not make the damaged file less worth telling.
-    if (m_problem.isEmpty())
-        m_problem = loadProblem;
-}
-
-void ServerStore::load()
-{
-    try {
-        if (std::optional<ServerLibrary> library = m_file.readIfChanged()) {
-            m_library = *std::move(library);
-            serverTree::mend(m_library);
-            return;
-        }
-    } catch (const Error &error) {
-        m_library = ServerLibrary::empty();
-        m_problem = damageReport(QStringLiteral("could not be loaded, so the list starts empty"), error);
-        return;
-    }
-    m_library = ServerLibrary::sample();
-    writeFile();
-}
-
-QString ServerStore::damageReport(const QString &what, const Error &error) const
-{
-    const QString kept = m_file.asidePath().isEmpty()
-                             ? QString()
-                             : QStringLiteral("; the damaged file is kept as “%1”").arg(m_file.asidePath());
-    return QStringLiteral("The server library %1%2. %3").arg(what, kept, error.message());
-}
-
-bool ServerStore::adoptFile()
-{
-    try {
-        std::optional<ServerLibrary> written = m_file.readIfChanged();
-        // What could not be saved here is newer than what others save without knowing of it.
-        if (!written || (m_isUnsaved && isOlder(written->lastModified, m_library.lastModified)))
-            return false;
-        serverTree::mend(*written);
-        m_library = *std::move(written);
-        m_isUnsaved = false;
-        return true;
-    } catch (const Error &error) {
-        setProblem(
-            damageReport(QStringLiteral("can no longer be read from its file; the list stays as it is here"), error));
-        return false;
-    }
-}
-
-void ServerStore::writeFile()
-{
-    try {
-        m_file.write(m_library);
-        m_isUnsaved = false;
-        setProblem({});
-    } catch (const Error &error) {
-        m_isUnsaved = true;
-        setProblem(error.message());
-    }
-}
-
-void ServerStore::setProblem(const QString &problem)
-{
-    if (m_problem == problem)
-        return;
-    m_problem = problem;
-    emit problemChanged();
-}
-
-void ServerStore::change(const std::function<bool(ServerLibrary &)> &edit)
-{
-    const auto lock = m_file.lock();
-    const bool isAdopted = adoptFile();
-    if (edit(m_library))
-        persist();
-    else if (isAdopted)
-        emit libraryChanged();
-}
-
-void ServerStore::persist()
-{
-    serverTree::mend(m_library);
-    const QDateTime now = m_options.clock().toUTC();
-    // Where another machine's clock is ahead, a change made here must still count as the newer one.
-    m_library.lastModified = isOlder(m_library.lastModified, now) ? now : m_library.lastModified->addMSecs(1);
-    writeFile();
-    sendToCloud(m_library.encode());
-    emit libraryChanged();
-}
-
-void ServerStore::sendToCloud(const QByteArray &bytes)
-{
-    if (!m_options.iCloudSyncEnabled)
-        return;
-    m_kv.setValue(kvKey, bytes);
-    m_kv.synchronize();
-}
-
-void ServerStore::mergeFromCloud()
-{
-    const std::optional<ServerLibrary> cloud = cloudLibrary();
-    // A tie goes to the cloud copy. One that equals the local library is the echo of a change made here.
-    if (!cloud || isOlder(cloud->lastModified, m_library.lastModified) || *cloud == m_library)
-        return;
-    m_library = *cloud;
-    const auto lock = m_file.lock();
-    writeFile();
-    emit libraryChanged();
-}
-
-std::optional<ServerLibrary> ServerStore::cloudLibrary() const
-{
-    const std::optional<QByteArray> bytes = m_options.iCloudSyncEnabled ? m_kv.value(kvKey) : std::nullopt;
-    if (!bytes)
-        return std::nullopt;
-    try {
-        ServerLibrary library = ServerLibrary::decode(*bytes);
-        serverTree::mend(library);
-        return library;
-    } catch (const Error &) {
-        // A copy that cannot be read, perhaps of a newer version of the program, changes nothing here.
-        return std::nullopt;
-    }
-}
-
-void ServerStore::setCloudSyncEnabled(bool enabled)
-{
-    if (m_options.iCloudSyncEnabled == enabled)
-        return;
-    m_options.iCloudSyncEnabled = enabled;
-    if (!enabled)
-        return;
-    m_kv.synchronize();
-    mergeBothWays();
-}
-
-void ServerStore::mergeBothWays()
-{
-    if (!m_options.iCloudSyncEnabled || !m_kv.isAvailable())
-        return;
-    mergeFromCloud();
-    const std::optional<ServerLibrary> cloud = cloudLibrary();
-    const bool isCloudBehind = cloud ? *cloud != m_library : !m_kv.value(kvKey);
-    // A library that was never changed is the sample; other machines need not see it.
-    if (m_library.lastModified && isCloudBehind)
-        sendToCloud(m_library.encode());
+    connect(&m_file, &LibrarySignals::changed, this, &ServerStore::libraryChanged);
+    connect(&m_file, &LibrarySignals::problemChanged, this, &ServerStore::problemChanged);
 }
 
 std::optional<ServerConnection> ServerStore::server(const QUuid &id) const
 {
-    return recordOf(m_library.servers, id);
+    return recordOf(library().servers, id);
 }
 
 std::optional<ServerFolder> ServerStore::folder(const QUuid &id) const
 {
-    return recordOf(m_library.folders, id);
+    return recordOf(library().folders, id);
 }
 
 void ServerStore::upsert(ServerConnection server)
@@ -250,42 +89,42 @@ void ServerStore::toggleFavorite(const QUuid &id)
 QList<ServerConnection> ServerStore::favorites() const
 {
     QList<ServerConnection> found;
-    std::copy_if(m_library.servers.cbegin(), m_library.servers.cend(), std::back_inserter(found),
+    std::copy_if(library().servers.cbegin(), library().servers.cend(), std::back_inserter(found),
                  [](const ServerConnection &server) { return server.isFavorite; });
     return found;
 }
 
 QList<ServerConnection> ServerStore::servers(const std::optional<QUuid> &folderID) const
 {
-    return serverTree::servers(m_library, folderID);
+    return serverTree::servers(library(), folderID);
 }
 
 QList<ServerFolder> ServerStore::folders(const std::optional<QUuid> &parentID) const
 {
-    return serverTree::folders(m_library, parentID);
+    return serverTree::folders(library(), parentID);
 }
 
 bool ServerStore::isDescendant(const QUuid &folder, const QUuid &ancestor) const
 {
-    return serverTree::isDescendant(m_library, folder, ancestor);
+    return serverTree::isDescendant(library(), folder, ancestor);
 }
 
 QSet<QUuid> ServerStore::subtreeFolderIDs(const QUuid &id) const
 {
-    return serverTree::subtree(m_library, id);
+    return serverTree::subtree(library(), id);
 }
 
 qsizetype ServerStore::serverCount(const QUuid &subtreeOf) const
 {
     const QSet<QUuid> subtree = subtreeFolderIDs(subtreeOf);
-    return std::count_if(m_library.servers.cbegin(), m_library.servers.cend(), [&](const ServerConnection &server) {
+    return std::count_if(library().servers.cbegin(), library().servers.cend(), [&](const ServerConnection &server) {
         return server.folderID && subtree.contains(*server.folderID);
     });
 }
 
 QList<std::pair<ServerFolder, int>> ServerStore::flattenedFolders() const
 {
-    return serverTree::flattened(m_library);
+    return serverTree::flattened(library());
 }
 
 void ServerStore::updateFolder(const ServerFolder &folder)

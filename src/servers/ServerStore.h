@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "base/Clock.h"
-#include "servers/LibraryFile.h"
+#include "platform/MirroredLibrary.h"
 #include "servers/ServerLibrary.h"
 
 #include <QObject>
@@ -12,9 +11,6 @@
 #include <utility>
 
 namespace moorix {
-
-class Error;
-class KeyValueStore;
 
 /// Owns the one library of the running program: loads it at start, saves it whole after every change, takes over what
 /// other programs of this user save, and mirrors it through the cloud key-value store. Main thread.
@@ -38,13 +34,13 @@ public:
     /// damaged file is set aside and the store starts empty) and merges with the cloud copy.
     ServerStore(Options options, KeyValueStore &kv, QObject *parent = nullptr);
 
-    const ServerLibrary &library() const { return m_library; }
+    const ServerLibrary &library() const { return m_file.library(); }
     /// Why the file could not be loaded or written the last time, for the user; empty when all is well. The library in
     /// memory stays as changed when it cannot be written.
-    const QString &problem() const { return m_problem; }
+    const QString &problem() const { return m_file.problem(); }
     /// Turned on, and when the cloud store gets another folder, it merges with the cloud copy, and sends the library
     /// there where it is the newer one.
-    void setCloudSyncEnabled(bool enabled);
+    void setCloudSyncEnabled(bool enabled) { m_file.setCloudOn(enabled); }
 
     std::optional<ServerConnection> server(const QUuid &id) const;
     std::optional<ServerFolder> folder(const QUuid &id) const;
@@ -83,27 +79,10 @@ signals:
     void problemChanged();
 
 private:
-    void load();
-    /// Takes over what another program has written into the file; returns whether there was something.
-    bool adoptFile();
-    QString damageReport(const QString &what, const Error &error) const;
-    void writeFile();
-    void setProblem(const QString &problem);
     /// `edit` returns whether it changed anything. It works on the library as it stands in the file.
-    void change(const std::function<bool(ServerLibrary &)> &edit);
-    void persist();
-    void sendToCloud(const QByteArray &bytes);
-    std::optional<ServerLibrary> cloudLibrary() const;
-    void mergeFromCloud();
-    void mergeBothWays();
+    void change(const std::function<bool(ServerLibrary &)> &edit) { m_file.change(edit); }
 
-    Options m_options;
-    LibraryFile m_file;
-    KeyValueStore &m_kv;
-    ServerLibrary m_library;
-    QString m_problem;
-    /// The library holds a change that could not be written.
-    bool m_isUnsaved = false;
+    MirroredLibrary<ServerLibrary> m_file;
 };
 
 } // namespace moorix

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "servers/LibraryFile.h"
+#include "base/SharedDocument.h"
 
 #include "base/Clock.h"
-#include "base/Error.h"
 #include "base/JsonFile.h"
 
 #include <QDir>
@@ -17,16 +16,17 @@ constexpr int longestWaitMilliseconds = 40;
 
 } // namespace
 
-LibraryFile::LibraryFile(QString path, Access access, QObject *parent)
+SharedDocument::SharedDocument(QString path, QString subject, Access access, QObject *parent)
     : QObject(parent)
     , m_path(std::move(path))
+    , m_subject(std::move(subject))
     , m_access(access)
 {
-    connect(&m_watcher, &QFileSystemWatcher::directoryChanged, this, &LibraryFile::touched);
+    connect(&m_watcher, &QFileSystemWatcher::directoryChanged, this, &SharedDocument::touched);
     watch();
 }
 
-std::unique_ptr<QLockFile> LibraryFile::lock() const
+std::unique_ptr<QLockFile> SharedDocument::lock() const
 {
     if (m_access == Access::readOnly || !QFileInfo::exists(QFileInfo(m_path).absolutePath()))
         return nullptr;
@@ -34,54 +34,51 @@ std::unique_ptr<QLockFile> LibraryFile::lock() const
     return lock->tryLock(longestWaitMilliseconds) ? std::move(lock) : nullptr;
 }
 
-std::optional<ServerLibrary> LibraryFile::readIfChanged()
+bool SharedDocument::readBytes()
 {
     m_asidePath.clear();
-    try {
-        std::optional<QByteArray> bytes = jsonFile::read(m_path);
-        if (!bytes || bytes == m_known)
-            return std::nullopt;
-        m_known = std::move(bytes);
-        ServerLibrary library = ServerLibrary::decode(*m_known);
-        m_isDamagedInPlace = false;
-        return library;
-    } catch (const Error &) {
-        setAside();
-        throw;
-    }
+    std::optional<QByteArray> bytes = jsonFile::read(m_path);
+    if (!bytes || bytes == m_known)
+        return false;
+    m_known = std::move(bytes);
+    return true;
+}
+
+QString SharedDocument::asidePathFor(const QString &stamp) const
+{
+    const QFileInfo file(m_path);
+    return QStringLiteral("%1/%2.corrupt-%3.json").arg(file.absolutePath(), file.completeBaseName(), stamp);
 }
 
 /// A fixed name, without a stamp: of several damaged files the first, which held the most, keeps it.
-void LibraryFile::setAside()
+void SharedDocument::setAside()
 {
-    const QString aside = QFileInfo(m_path).absolutePath() + QStringLiteral("/servers.corrupt-.json");
+    const QString aside = asidePathFor({});
     m_isDamagedInPlace = m_access == Access::readOnly || !jsonFile::setAside(m_path, aside);
     if (!m_isDamagedInPlace)
         m_asidePath = aside;
 }
 
-void LibraryFile::write(const ServerLibrary &library)
+void SharedDocument::writeBytes(QByteArray bytes)
 {
     if (m_access == Access::readOnly)
         return;
     if (m_isDamagedInPlace && QFileInfo::exists(m_path)) {
         const QString stamp = systemNow().toString(QStringLiteral("yyyyMMdd'T'HHmmsszzz'Z'"));
-        const QString aside = QFileInfo(m_path).absolutePath() + QStringLiteral("/servers.corrupt-%1.json").arg(stamp);
-        if (!jsonFile::setAside(m_path, aside)) {
+        if (!jsonFile::setAside(m_path, asidePathFor(stamp))) {
             throw Error(QStringLiteral("Storage"),
-                        QStringLiteral("Changes to the server library are not saved: the damaged file “%1” could not "
-                                       "be moved aside and is not written over.")
-                            .arg(m_path));
+                        QStringLiteral("Changes to %1 are not saved: the damaged file “%2” could not be moved aside "
+                                       "and is not written over.")
+                            .arg(m_subject, m_path));
         }
     }
     m_isDamagedInPlace = false;
-    QByteArray bytes = library.encode();
     jsonFile::write(m_path, bytes);
     m_known = std::move(bytes);
     watch();
 }
 
-void LibraryFile::watch()
+void SharedDocument::watch()
 {
     const QString folder = QFileInfo(m_path).absolutePath();
     if (m_watcher.directories().isEmpty() && QFileInfo::exists(folder))
@@ -90,4 +87,4 @@ void LibraryFile::watch()
 
 } // namespace moorix
 
-#include "moc_LibraryFile.cpp"
+#include "moc_SharedDocument.cpp"
