@@ -64,6 +64,8 @@ SyncIgnore::SyncIgnore(const QStringList &patterns)
 
 bool SyncIgnore::matches(const QString &relPath, bool isDirectory) const
 {
+    if (m_rules.isEmpty())
+        return false;
     const QString name = relPath.section(u'/', -1);
     return std::any_of(m_rules.cbegin(), m_rules.cend(), [&](const Rule &rule) {
         return (isDirectory || !rule.isForFolders) &&

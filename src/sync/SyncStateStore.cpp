@@ -7,6 +7,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 
 namespace moorix {
 
@@ -111,29 +112,45 @@ std::unique_ptr<QLockFile> SyncStateStore::lock(const QString &key) const
     throw Error(u"Sync"_s, u"“%1” could not be written, so nothing was synced."_s.arg(m_folder));
 }
 
+template <class Decode, class Target>
+void SyncStateStore::read(const QString &key, const QString &kind, Decode decode, Target &target,
+                          QString &problem) const
+{
+    const QString document = path(key, kind);
+    const auto bytes = jsonFile::read(document);
+    if (!bytes)
+        return;
+    try {
+        target = decode(*bytes);
+    } catch (const Error &error) {
+        const QString stamp = systemNow().toString(u"yyyyMMdd'T'HHmmsszzz'Z'"_s);
+        const QString aside = u"%1/%2%3.corrupt-%4.json"_s.arg(m_folder, key, kind, stamp);
+        if (!jsonFile::setAside(document, aside))
+            throw;
+        problem += u"%1“%2” could not be read and was set aside as “%3”: %4"_s.arg(problem.isEmpty() ? u""_s : u"\n"_s,
+                                                                                   document, aside, error.message());
+    }
+}
+
 SyncStateStore::Loaded SyncStateStore::load(const QString &key) const
 {
-    Loaded loaded;
-    const auto read = [&](const QString &kind, const auto &decode, auto &target) {
-        const QString document = path(key, kind);
-        const auto bytes = jsonFile::read(document);
-        if (!bytes)
-            return;
-        try {
-            target = decode(*bytes);
-        } catch (const Error &error) {
-            const QString stamp = systemNow().toString(u"yyyyMMdd'T'HHmmsszzz'Z'"_s);
-            const QString aside = u"%1/%2%3.corrupt-%4.json"_s.arg(m_folder, key, kind, stamp);
-            if (!jsonFile::setAside(document, aside))
-                throw;
-            loaded.problem += u"%1“%2” could not be read and was set aside as “%3”: %4"_s.arg(
-                loaded.problem.isEmpty() ? u""_s : u"\n"_s, document, aside, error.message());
-        }
-    };
-    read(manifestKind, SyncManifest::decode, loaded.manifest);
-    read(journalKind, SyncJournal::decode, loaded.journal);
-    read(stateKind, decodeState, loaded.state);
+    Loaded loaded = loadState(key);
+    read(key, manifestKind, SyncManifest::decode, loaded.manifest, loaded.problem);
     return loaded;
+}
+
+SyncStateStore::Loaded SyncStateStore::loadState(const QString &key) const
+{
+    Loaded loaded;
+    read(key, journalKind, SyncJournal::decode, loaded.journal, loaded.problem);
+    read(key, stateKind, decodeState, loaded.state, loaded.problem);
+    return loaded;
+}
+
+QString SyncStateStore::stamp(const QString &key) const
+{
+    const QFileInfo document(path(key, manifestKind));
+    return u"%1 %2"_s.arg(document.lastModified().toMSecsSinceEpoch()).arg(document.size());
 }
 
 void SyncStateStore::saveJournal(const QString &key, const SyncJournal &journal) const

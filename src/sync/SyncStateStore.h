@@ -57,8 +57,12 @@ public:
         /// Documents that could not be read, and where they were moved to; empty when all is well.
         QString problem;
     };
+    /// Tells one state of the baseline's document from another.
+    QString stamp(const QString &key) const;
     /// One that cannot be decoded is set aside under a name with "corrupt-" and counts as missing.
     Loaded load(const QString &key) const;
+    /// Without the baseline, for whoever has it already.
+    Loaded loadState(const QString &key) const;
 
     /// These throw an Error when the document cannot be written.
     void saveJournal(const QString &key, const SyncJournal &journal) const;
@@ -70,6 +74,8 @@ public:
 
 private:
     QString path(const QString &key, const QString &kind) const;
+    template <class Decode, class Target>
+    void read(const QString &key, const QString &kind, Decode decode, Target &target, QString &problem) const;
 
     QString m_folder;
 };

@@ -31,11 +31,6 @@ SyncLogEntry logEntry(const SyncOutcome &outcome, const QDateTime &started, cons
     return entry;
 }
 
-std::optional<QDateTime> dateOf(const std::optional<SyncManifest> &manifest)
-{
-    return manifest ? manifest->lastSyncDate : std::nullopt;
-}
-
 } // namespace
 
 SyncWork::SyncWork(SyncStateStore store, SyncSetup setup)
@@ -44,28 +39,29 @@ SyncWork::SyncWork(SyncStateStore store, SyncSetup setup)
 {
 }
 
-SyncStateStore::Loaded SyncWork::load()
+void SyncWork::take(const SyncStateStore::Loaded &loaded)
 {
-    SyncStateStore::Loaded loaded = m_store.load(m_setup.key);
     if (!loaded.problem.isEmpty())
         m_problem = loaded.problem;
     m_setup.expectsLocalMarker = loaded.state.hasLocalMarker;
     m_setup.expectsRemoteMarker = loaded.state.hasRemoteMarker;
-    return loaded;
 }
 
 SyncPlan SyncWork::review(const std::stop_token &stop)
 {
     const auto lock = m_store.lock(m_setup.key);
-    const SyncStateStore::Loaded loaded = load();
+    const SyncStateStore::Loaded loaded = m_store.load(m_setup.key);
+    take(loaded);
+    m_reviewed = m_store.stamp(m_setup.key);
     return SyncRun::review(m_setup, loaded.manifest, loaded.journal, stop);
 }
 
 SyncOutcome SyncWork::apply(SyncPlan plan, const std::stop_token &stop)
 {
     const auto lock = m_store.lock(m_setup.key);
-    SyncStateStore::Loaded loaded = load();
-    if (dateOf(loaded.manifest) != dateOf(plan.manifest))
+    SyncStateStore::Loaded loaded = m_store.loadState(m_setup.key);
+    take(loaded);
+    if (m_store.stamp(m_setup.key) != m_reviewed)
         throw Error(u"Sync"_s, u"This folder pair was synced elsewhere since the preview; look again."_s);
     const QDateTime started = m_setup.clock();
     SyncRun run(m_setup, std::move(plan));

@@ -15,19 +15,21 @@ public:
 
     /// Throws when the pair is being synced elsewhere, and what SyncRun::review throws.
     SyncPlan review(const std::stop_token &stop);
-    /// Carries the plan out and remembers what came of it. Throws when another program has synced the pair since the
-    /// review, or when what is to be done cannot be written down.
+    /// Carries the plan of the last review out and remembers what came of it. Throws when another program has synced
+    /// the pair since the review, or when what is to be done cannot be written down.
     SyncOutcome apply(SyncPlan plan, const std::stop_token &stop);
 
     /// Damaged documents that were met, for the user; empty when all is well.
     const QString &problem() const { return m_problem; }
 
 private:
-    SyncStateStore::Loaded load();
+    void take(const SyncStateStore::Loaded &loaded);
 
     SyncStateStore m_store;
     SyncSetup m_setup;
     QString m_problem;
+    /// What the baseline was when the plan was made.
+    QString m_reviewed;
 };
 
 } // namespace moorix

@@ -36,6 +36,8 @@ public:
     std::atomic<bool> losesAnswer = false;
     /// A folder that the account may not read.
     QString unreadable;
+    /// What it says its times are worth.
+    ListedTimes times;
     /// It can compute checksums.
     bool hasShell = false;
     /// Files can travel together.
@@ -83,6 +85,7 @@ public:
     }
     void download(Path from, Path to, Options options, Stop stop) override { carry(from, to, options, stop); }
     void upload(Path from, Path to, Options options, Stop stop) override { carry(from, to, options, stop); }
+    ListedTimes listedTimes() const override { return times; }
     bool takesMany() const override { return isTakingMany; }
     void uploadAll(Copies copies, const Advanced &advanced, Stop stop) override { carryAll(copies, advanced, stop); }
     void downloadAll(Copies copies, const Advanced &advanced, Stop stop) override { carryAll(copies, advanced, stop); }
