@@ -9,6 +9,6 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 # Libraries are found by the packager; these are run as programs or loaded at run time, which it cannot see.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "openssh-client, libqt6svg6, breeze-icon-theme")
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "openssh-client, zip, libqt6svg6, breeze-icon-theme")
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "gnome-keyring | kwalletmanager | keepassxc, fonts-inter, fonts-jetbrains-mono")
 include(CPack)

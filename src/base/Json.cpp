@@ -155,6 +155,25 @@ std::optional<QString> JsonReader::optionalString(const QString &key) const
     return requiredString(key);
 }
 
+std::optional<bool> JsonReader::optionalBool(const QString &key) const
+{
+    return find(key) ? std::optional(requiredBool(key)) : std::nullopt;
+}
+
+std::optional<QStringList> JsonReader::optionalStrings(const QString &key) const
+{
+    if (!find(key))
+        return std::nullopt;
+    QStringList texts;
+    const QJsonArray values = requiredArray(key);
+    for (const QJsonValue &value : values) {
+        if (!value.isString())
+            fail(key, QStringLiteral("holds something that is not a text"));
+        texts.append(value.toString());
+    }
+    return texts;
+}
+
 std::optional<qint64> JsonReader::optionalInteger(const QString &key) const
 {
     const auto value = find(key);
@@ -272,6 +291,15 @@ void JsonWriter::field(QStringView name, const QJsonValue &scalar)
 {
     key(name);
     value(scalar);
+}
+
+void JsonWriter::strings(QStringView name, const QStringList &values)
+{
+    key(name);
+    beginArray();
+    for (const QString &text : values)
+        value(text);
+    endArray();
 }
 
 } // namespace moorix

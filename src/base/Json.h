@@ -6,6 +6,7 @@
 #include <QDateTime>
 #include <QJsonArray>
 #include <QJsonObject>
+#include <QStringList>
 #include <QUuid>
 
 #include <optional>
@@ -41,9 +42,11 @@ public:
     QJsonArray requiredArray(const QString &key) const;
     QJsonObject requiredObject(const QString &key) const;
     std::optional<QString> optionalString(const QString &key) const;
+    std::optional<bool> optionalBool(const QString &key) const;
     std::optional<qint64> optionalInteger(const QString &key) const;
     std::optional<QUuid> optionalUuid(const QString &key) const;
     std::optional<QDateTime> optionalDate(const QString &key) const;
+    std::optional<QStringList> optionalStrings(const QString &key) const;
 
     /// A reader over the object at `index` of an array read from this object.
     JsonReader element(const QJsonArray &array, qsizetype index, const QString &subject) const;
@@ -75,6 +78,9 @@ public:
     {
         field(name, value ? scalarOf(*value) : QJsonValue());
     }
+
+    /// A list of texts.
+    void strings(QStringView name, const QStringList &values);
 
     /// The text so far, with a final newline.
     QByteArray bytes() const { return m_bytes + '\n'; }
