@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/AppModel.h"
 
+#include "app/BackupServices.h"
 #include "app/EditedFiles.h"
 #include "app/ListColumns.h"
 #include "app/PaneTabs.h"
 #include "app/ServerConnections.h"
 #include "app/Session.h"
+#include "backup/BackupEngine.h"
+#include "backup/BackupHistoryStore.h"
+#include "backup/BackupStore.h"
 #include "files/LocalFileService.h"
 #include "files/PaneModel.h"
 #include "files/RemoteFileService.h"
@@ -35,12 +39,13 @@ constexpr std::size_t index(Side side)
     return static_cast<std::size_t>(side);
 }
 
-QList<QUuid> idsOf(const QList<ServerConnection> &servers)
+template <class Records>
+QList<QUuid> idsOf(const Records &records)
 {
     QList<QUuid> ids;
-    ids.reserve(servers.size());
-    for (const ServerConnection &server : servers)
-        ids.append(server.id);
+    ids.reserve(records.size());
+    for (const auto &record : records)
+        ids.append(record.id);
     return ids;
 }
 
@@ -97,7 +102,9 @@ AppModel::AppModel(Platform platform, QObject *parent)
     });
     takeUpTransfers();
     takeUpEditedFiles();
-    m_migration = migrateSecretsOnce(*m_preferences, m_keychain, idsOf(m_servers->library().servers), {});
+    takeUpBackups();
+    m_migration =
+        migrateSecretsOnce(*m_preferences, m_keychain, idsOf(m_servers->library().servers), idsOf(m_backups->jobs()));
 }
 
 AppModel::~AppModel() = default;
@@ -144,6 +151,36 @@ void AppModel::takeUpEditedFiles()
     connect(m_editedFiles.get(), &EditedFiles::messageRaised, this, &AppModel::messageRaised);
     for (const auto &tabs : m_tabs)
         connect(m_editedFiles.get(), &EditedFiles::folderChanged, tabs.get(), &PaneTabs::reload);
+}
+
+void AppModel::takeUpBackups()
+{
+    BackupStore::Options options;
+    options.path = AppPaths::applicationSupport() + u"/backups.json"_s;
+    options.isCloudOn = m_settings->iCloudSyncEnabled.value();
+    m_backups = std::make_unique<BackupStore>(std::move(options), *m_cloud);
+    m_backupHistory = std::make_unique<BackupHistoryStore>(AppPaths::applicationSupport() + u"/backup-runs.json"_s);
+    m_backupEngine = std::make_unique<BackupEngine>(
+        *m_backups, *m_backupHistory,
+        BackupEngine::Options{{m_processes, m_keychain, backupServerOpener(*m_servers, *m_connections)},
+                              {AppPaths::applicationSupport() + u"/backup-run.lock"_s, backupServerNames(*m_servers)}});
+    connect(m_settings.get(), &SettingsStore::settingChanged, this, [this](const QString &key) {
+        if (key == m_settings->iCloudSyncEnabled.key())
+            m_backups->setCloudSyncEnabled(m_settings->iCloudSyncEnabled.value());
+    });
+    connect(m_backups.get(), &BackupStore::problemChanged, this, [this] {
+        if (!m_backups->problem().isEmpty())
+            emit messageRaised(m_backups->problem());
+    });
+    connect(m_backupHistory.get(), &BackupHistoryStore::problemChanged, this, [this] {
+        if (!m_backupHistory->problem().isEmpty())
+            emit messageRaised(m_backupHistory->problem());
+    });
+    connect(m_backupEngine.get(), &BackupEngine::failureRaised, this,
+            [this](const QUuid &, const QString &name, const QString &sentence) {
+                emit messageRaised(u"Backup “%1”: %2"_s.arg(name, sentence));
+            });
+    m_backupEngine->start();
 }
 
 PaneTabs &AppModel::tabs(Side side) const
@@ -211,18 +248,44 @@ void AppModel::removeServer(const QUuid &id)
 {
     m_connections->disconnect(id);
     m_servers->remove(id);
+    removeSecrets(id, u"server"_s);
+}
+
+Job AppModel::saveBackup(const BackupJob &job, const std::optional<QString> &passphrase,
+                         std::function<void(const QString &)> done)
+{
+    m_backups->upsert(job);
+    return runJob(
+        [keychain = m_keychain, id = job.id, passphrase](const std::stop_token &) {
+            ConnectionCredentials secrets;
+            secrets.passphrase = passphrase;
+            return storeSecrets(*keychain, id, secrets);
+        },
+        done, [done](const Error &error) { done(error.message()); });
+}
+
+void AppModel::removeBackup(const QUuid &id)
+{
+    if (m_backupEngine->runningJobID() == id)
+        m_backupEngine->cancel();
+    m_backups->remove(id);
+    removeSecrets(id, u"backup"_s);
+}
+
+void AppModel::removeSecrets(const QUuid &owner, const QString &whose)
+{
     runJob(
-        [keychain = m_keychain, id](const std::stop_token &) {
+        [keychain = m_keychain, owner](const std::stop_token &) {
             QString problem;
             for (const SecretKind kind : allSecretKinds) {
-                if (!keychain->remove(id, kind))
+                if (!keychain->remove(owner, kind))
                     problem = keychain->lastProblem();
             }
             return problem;
         },
-        [self = QPointer(this)](const QString &problem) {
+        [self = QPointer(this), whose](const QString &problem) {
             if (self && !problem.isEmpty())
-                emit self->messageRaised(u"The server's secrets stay in the keychain: %1"_s.arg(problem));
+                emit self->messageRaised(u"The %1's secrets stay in the keychain: %2"_s.arg(whose, problem));
         },
         [](const Error &) {})
         .detach();

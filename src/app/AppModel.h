@@ -15,6 +15,10 @@
 
 namespace moorix {
 
+class BackupEngine;
+class BackupHistoryStore;
+class BackupStore;
+struct BackupJob;
 class EditedFiles;
 class FileService;
 class KeyValueStore;
@@ -61,6 +65,9 @@ public:
     FileClipboard &clipboard() const { return *m_clipboard; }
     ListColumns &columns() const { return *m_columns; }
     EditedFiles &editedFiles() const { return *m_editedFiles; }
+    BackupStore &backups() const { return *m_backups; }
+    BackupHistoryStore &backupHistory() const { return *m_backupHistory; }
+    BackupEngine &backupEngine() const { return *m_backupEngine; }
     PaneTabs &tabs(Side side) const;
     const std::shared_ptr<FileService> &localFiles() const { return m_localFiles; }
     const std::shared_ptr<ProcessRunner> &processes() const { return m_processes; }
@@ -80,6 +87,11 @@ public:
                                  std::function<void(const QString &problem)> done);
     /// Removes a server with its secrets.
     void removeServer(const QUuid &id);
+    /// Saves a backup job and, unless absent, its passphrase; an empty one is deleted. `done` is as for a server.
+    [[nodiscard]] Job saveBackup(const BackupJob &job, const std::optional<QString> &passphrase,
+                                 std::function<void(const QString &problem)> done);
+    /// Removes a backup job with its passphrase. Its archives stay.
+    void removeBackup(const QUuid &id);
     /// Hosts of ~/.ssh/config that are not in the library yet, as drafts.
     [[nodiscard]] Job findImportableHosts(std::function<void(const QList<ServerConnection> &)> done,
                                           std::function<void(const Error &)> failed);
@@ -93,6 +105,8 @@ private:
     std::optional<QString> transfer(FileClipboard::Content content, Side to);
     void takeUpTransfers();
     void takeUpEditedFiles();
+    void takeUpBackups();
+    void removeSecrets(const QUuid &owner, const QString &whose);
 
     std::unique_ptr<Preferences> m_preferences;
     std::unique_ptr<KeyValueStore> m_cloud;
@@ -106,6 +120,9 @@ private:
     std::unique_ptr<FileClipboard> m_clipboard;
     std::unique_ptr<ListColumns> m_columns;
     std::unique_ptr<EditedFiles> m_editedFiles;
+    std::unique_ptr<BackupStore> m_backups;
+    std::unique_ptr<BackupHistoryStore> m_backupHistory;
+    std::unique_ptr<BackupEngine> m_backupEngine;
     std::array<std::unique_ptr<PaneTabs>, 2> m_tabs;
     Side m_activeSide = Side::left;
     Job m_migration;

@@ -25,6 +25,7 @@ QList<Command> allCommands()
 {
     return fileCommands() + copyCommands() + serverCommands() + serverTransferCommands() + secretCommands() +
            syncCommands();
+           backupCommands() + backupArchiveCommands();
 }
 
 bool isHelp(const QString &argument)
@@ -42,7 +43,7 @@ QString overview()
     QString text = u"Usage: moorix [PATH | SERVER:PATH]…      open the window\n"
                    "       moorix COMMAND ARGUMENTS…         do one thing and exit\n\nCommands:\n"_s;
     for (const Command &command : allCommands())
-        text += u"  %1 %2\n"_s.arg(command.name.leftJustified(16), command.summary);
+        text += u"  %1 %2\n"_s.arg(command.name.leftJustified(17), command.summary);
     return text +
            u"\n“moorix COMMAND --help” tells more, with examples. A TARGET is a local path or SERVER:PATH, where "
            u"SERVER\n"

@@ -4,6 +4,7 @@
 #include "backup/ArchiveCipher.h"
 #include "backup/BackupDestination.h"
 #include "backup/BackupNames.h"
+#include "backup/BackupPresence.h"
 #include "backup/BackupSources.h"
 #include "backup/BackupStaging.h"
 #include "backup/ZipArchive.h"
@@ -17,6 +18,7 @@
 #include "servers/KeychainStore.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 
 #include <algorithm>
@@ -115,6 +117,7 @@ std::shared_ptr<FileService> BackupRun::openDestination(const std::stop_token &s
     const QFileInfo folder(m_job.destinationPath);
     if (!m_job.destinationPath.startsWith(u'/') || !folder.isDir())
         fail(u"The destination folder “%1” is not there."_s.arg(m_job.destinationPath));
+    m_outcome.mountPoint = backupPresence::mountPointOf(m_job.destinationPath);
     return std::make_shared<LocalFileService>();
 }
 
@@ -128,6 +131,9 @@ void BackupRun::perform(const std::stop_token &stop)
     }
     if (!m_job.destinationServerID)
         openDestination(stop);
+    if (!m_job.destinationServerID && backupPresence::isAbsent(m_job.destinationPath, m_surroundings.mountPoint))
+        m_outcome.notes.append(u"It went to the disk at “%1”, the one before to “%2”."_s.arg(
+            m_outcome.mountPoint, m_surroundings.mountPoint));
     const BackupStaging staging;
     const QString archive = makeArchive(staging.path(), passphrase, stop);
     const qint64 bytes = QFileInfo(archive).size();
@@ -160,6 +166,8 @@ QString BackupRun::makeArchive(const QString &folder, const QString &passphrase,
         folder, BackupNames::archiveName(m_job.name, m_outcome.started.toLocalTime(), BackupNames::Kind::zip));
     report(u"Compressing…"_s);
     zip(m_job.sourcePaths, zipPath, *m_environment.processes, stop);
+    // It may hold what only this user may read, and keeps its mode at the destination.
+    QFile::setPermissions(zipPath, QFile::ReadOwner | QFile::WriteOwner);
     if (m_job.encrypt)
         ArchiveCipher::requireSealable(QFileInfo(zipPath).size());
     const ZipArchive archive(zipPath);

@@ -34,6 +34,8 @@ struct BackupOutcome
     /// Why it failed; empty when it did not.
     QString failure;
     bool wasCancelled = false;
+    /// What the destination folder is on, for a local one.
+    QString mountPoint;
     /// What is worth knowing of a run that succeeded: how it was checked, what was left out.
     QStringList notes;
 
@@ -59,6 +61,8 @@ public:
         /// Of the destination server; absent when no saved server has that id.
         std::optional<QString> serverName;
         QList<BackupJob> allJobs;
+        /// What the local destination was on at the last good run; empty when that is not known.
+        QString mountPoint;
         /// See BackupDestination.
         QUuid transferID;
     };

@@ -53,5 +53,7 @@ QList<Command> serverCommands();
 QList<Command> serverTransferCommands();
 QList<Command> secretCommands();
 QList<Command> syncCommands();
+QList<Command> backupCommands();
+QList<Command> backupArchiveCommands();
 
 } // namespace moorix

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/cli/CommandContext.h"
 
+#include "app/BackupServices.h"
 #include "app/FirstContact.h"
 #include "app/cli/Command.h"
 #include "app/cli/Console.h"
+#include "backup/BackupHistoryStore.h"
+#include "backup/BackupStore.h"
 #include "base/Json.h"
 #include "files/Format.h"
 #include "files/LocalFileService.h"
@@ -28,14 +31,11 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QList<ServerConnection> matching(const QList<ServerConnection> &servers,
-                                 const std::function<bool(const ServerConnection &)> &fits)
+template <class Record>
+QList<Record> matching(const QList<Record> &records, const std::function<bool(const Record &)> &fits)
 {
-    QList<ServerConnection> found;
-    for (const ServerConnection &server : servers) {
-        if (fits(server))
-            found.append(server);
-    }
+    QList<Record> found;
+    std::copy_if(records.cbegin(), records.cend(), std::back_inserter(found), fits);
     return found;
 }
 
@@ -100,6 +100,60 @@ ServerStore &CommandContext::servers()
     return *m_servers;
 }
 
+BackupStore &CommandContext::backups()
+{
+    if (m_backups)
+        return *m_backups;
+    servers();
+    BackupStore::Options options;
+    options.path = AppPaths::applicationSupport() + u"/backups.json"_s;
+    options.isCloudOn = m_preferences->value(u"iCloudSyncEnabled"_s).toBool(true);
+    m_backups = std::make_unique<BackupStore>(std::move(options), *m_cloud);
+    if (!m_backups->problem().isEmpty())
+        console::complain(m_backups->problem());
+    return *m_backups;
+}
+
+BackupHistoryStore &CommandContext::backupHistory()
+{
+    if (!m_backupHistory)
+        m_backupHistory = std::make_unique<BackupHistoryStore>(AppPaths::applicationSupport() + u"/backup-runs.json"_s);
+    return *m_backupHistory;
+}
+
+BackupLedger &CommandContext::backupLedger()
+{
+    if (!m_backupLedger) {
+        m_backupLedger =
+            std::make_unique<BackupLedger>(backups(), backupHistory(),
+                                           BackupLedger::Options{AppPaths::applicationSupport() + u"/backup-run.lock"_s,
+                                                                 backupServerNames(servers())});
+    }
+    return *m_backupLedger;
+}
+
+BackupJob CommandContext::backup(const QString &reference)
+{
+    if (const auto job = backups().job(QUuid::fromString(reference)))
+        return *job;
+    for (const Qt::CaseSensitivity sensitivity : {Qt::CaseSensitive, Qt::CaseInsensitive}) {
+        const auto found = matching<BackupJob>(
+            backups().jobs(), [&](const BackupJob &job) { return job.name.compare(reference, sensitivity) == 0; });
+        if (found.size() == 1)
+            return found.constFirst();
+        if (found.size() > 1)
+            throw UsageError(u"“%1” fits %2 backups; name one by its id."_s.arg(reference).arg(found.size()));
+    }
+    throw UsageError(u"No backup has the id or the name “%1”."_s.arg(reference));
+}
+
+BackupRun::Environment CommandContext::backupEnvironment()
+{
+    return {m_processes, m_keychain, [this](const QUuid &id, const std::stop_token &) {
+                return std::static_pointer_cast<FileService>(connected(server(uuidText(id))));
+            }};
+}
+
 int CommandContext::filesAtOnce()
 {
     servers();
@@ -123,7 +177,7 @@ ServerConnection CommandContext::server(const QString &reference)
             return server.host.compare(reference, Qt::CaseInsensitive) == 0;
         }};
     for (const auto &rule : rules) {
-        const QList<ServerConnection> found = matching(all, rule);
+        const QList<ServerConnection> found = matching<ServerConnection>(all, rule);
         if (found.size() == 1)
             return found.constFirst();
         if (found.size() > 1)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "app/CommandLine.h"
+#include "backup/BackupRun.h"
 #include "servers/ServerConnection.h"
 
 #include <QHash>
@@ -14,6 +15,9 @@
 
 namespace moorix {
 
+class BackupHistoryStore;
+class BackupLedger;
+class BackupStore;
 class FileService;
 class KeyValueStore;
 class KeychainStore;
@@ -42,6 +46,13 @@ public:
     const std::stop_token &stop() const { return m_stop; }
     ServerStore &servers();
     KeychainStore &keychain();
+    BackupStore &backups();
+    BackupHistoryStore &backupHistory();
+    BackupLedger &backupLedger();
+    /// The backup job of this id or name. Throws like `server`.
+    BackupJob backup(const QString &reference);
+    /// What a run is carried out with; for one that runs on the calling thread.
+    BackupRun::Environment backupEnvironment();
     /// How many files a copy takes on at once.
     int filesAtOnce();
     /// The saved server of this id, name or host. Throws a UsageError that tells what is wrong when none or more than
@@ -60,6 +71,9 @@ private:
     std::unique_ptr<Preferences> m_preferences;
     std::unique_ptr<KeyValueStore> m_cloud;
     std::unique_ptr<ServerStore> m_servers;
+    std::unique_ptr<BackupStore> m_backups;
+    std::unique_ptr<BackupHistoryStore> m_backupHistory;
+    std::unique_ptr<BackupLedger> m_backupLedger;
     QHash<QUuid, std::shared_ptr<RemoteFileService>> m_services;
 };
 
