@@ -81,7 +81,7 @@ public:
     Q_DISABLE_COPY_MOVE(NewFile)
     ~NewFile()
     {
-        if (m_file.isOpen() || m_isRemoved)
+        if (m_isOurs && !m_isKept)
             ::unlink(m_path.constData());
     }
 
@@ -98,18 +98,18 @@ public:
     {
         if (m_errorNumber == 0 && ::fsync(m_file.value()) != 0)
             m_errorNumber = errno;
-        m_isRemoved = m_errorNumber != 0;
-        if (m_file.close() != 0 && m_errorNumber == 0) {
+        if (m_file.close() != 0 && m_errorNumber == 0)
             m_errorNumber = errno;
-            m_isRemoved = true;
-        }
+        m_isKept = m_errorNumber == 0;
     }
 
 private:
     QByteArray m_path;
     FileDescriptor m_file;
     int m_errorNumber;
-    bool m_isRemoved = false;
+    /// Something else may stand at the path, which is then left alone.
+    bool m_isOurs = m_file.isOpen();
+    bool m_isKept = false;
 };
 
 /// Gives the decrypted content, piece by piece, to `take`; throws at the end unless the tag fits.

@@ -85,6 +85,12 @@ bool BackupNames::clash(const BackupJob &a, const BackupJob &b)
            QDir::cleanPath(a.destinationPath) == QDir::cleanPath(b.destinationPath);
 }
 
+bool BackupNames::isWithin(const QString &path, const QString &folder)
+{
+    const QString inside = QDir::cleanPath(folder);
+    return inside == u"/" || (QDir::cleanPath(path) + u'/').startsWith(inside + u'/');
+}
+
 std::optional<QString> BackupNames::problem(const BackupJob &job, const QList<BackupJob> &all)
 {
     if (job.name.trimmed().isEmpty())
@@ -96,8 +102,7 @@ std::optional<QString> BackupNames::problem(const BackupJob &job, const QList<Ba
     for (const QString &source : job.sourcePaths) {
         if (!source.startsWith(u'/'))
             return u"“%1” is no absolute path."_s.arg(source);
-        const QString inside = QDir::cleanPath(source) + u'/';
-        if (!job.destinationServerID && (QDir::cleanPath(job.destinationPath) + u'/').startsWith(inside))
+        if (!job.destinationServerID && isWithin(job.destinationPath, source))
             return u"The destination “%1” lies inside the source “%2”: every backup would hold the ones before it."_s
                 .arg(job.destinationPath, source);
     }

@@ -27,6 +27,9 @@ bool isArchiveOf(const QString &jobName, const QString &entryName, bool isFolder
 /// Whether the archives of both could not be told apart: the same base name at the same destination.
 bool clash(const BackupJob &a, const BackupJob &b);
 
+/// Whether a path is this folder or lies in it, by their texts.
+bool isWithin(const QString &path, const QString &folder);
+
 /// Why the job could not run as it stands, beside the others, or nothing: what an editor shows. Looks at no disk.
 std::optional<QString> problem(const BackupJob &job, const QList<BackupJob> &all);
 

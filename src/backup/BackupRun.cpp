@@ -17,7 +17,6 @@
 #include "platform/AppPaths.h"
 #include "servers/KeychainStore.h"
 
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
@@ -153,7 +152,7 @@ void BackupRun::perform(const std::stop_token &stop)
 QString BackupRun::makeArchive(const QString &folder, const QString &passphrase, const std::stop_token &stop)
 {
     for (const QString &source : std::as_const(m_job.sourcePaths)) {
-        if ((QDir::cleanPath(folder) + u'/').startsWith(QDir::cleanPath(source) + u'/') || source == u"/")
+        if (BackupNames::isWithin(folder, source))
             fail(u"The source “%1” holds the temporary folder “%2”, where the archive is made."_s.arg(source, folder));
     }
     const BackupSources sources = BackupSources::survey(m_job.sourcePaths, BackupSources::Links::followed, stop);

@@ -10,8 +10,6 @@
 
 #include <QDir>
 
-#include <sys/stat.h>
-
 using namespace moorix;
 using namespace moorix::test;
 using namespace Qt::StringLiterals;
@@ -45,6 +43,8 @@ struct Scene
     {
         steps.clear();
         BackupRun run(job, environment, surroundings, [this](const BackupProgress &progress) {
+            if (onStep)
+                onStep(progress.text);
             if (steps.isEmpty() || steps.last() != progress.text)
                 steps.append(progress.text);
         });
@@ -68,6 +68,17 @@ struct Scene
     BackupRun::Environment environment;
     BackupRun::Surroundings surroundings;
     QStringList steps;
+    std::function<void(const QString &)> onStep;
+};
+
+/// Ends as the tool does when it could not read everything.
+class BrokenZip final : public ProcessRunner
+{
+public:
+    ProcessResult run(const ProcessRequest &, const std::stop_token &) override
+    {
+        return {18, false, {}, "zip warning: x\n"};
+    }
 };
 
 } // namespace
@@ -112,6 +123,104 @@ private slots:
         QCOMPARE(result.failures, QStringList());
         QCOMPARE(snapshotOf(restored.path("site")), snapshotOf(scene.tree.path("site")));
         service->disconnect();
+    }
+
+    void whatCannotRunSaysWhyAndWritesNothing_data()
+    {
+        QTest::addColumn<std::function<void(Scene &)>>("change");
+        QTest::addColumn<QString>("text");
+        const auto row = [](const QString &text, const std::function<void(Scene &)> &change) {
+            QTest::newRow(text.toUtf8().constData()) << change << text;
+        };
+        row(u"No sources configured"_s, [](Scene &scene) { scene.job.sourcePaths.clear(); });
+        row(u"No destination set"_s, [](Scene &scene) { scene.job.destinationPath.clear(); });
+        row(u"Backup server not found"_s, [](Scene &scene) { scene.job.destinationServerID = QUuid::createUuid(); });
+        row(u"Encryption passphrase unavailable — backup not run"_s, [](Scene &scene) { scene.job.encrypt = true; });
+        row(u"is not there."_s, [](Scene &scene) { scene.job.destinationPath += u"/none"_s; });
+        row(u"The source “-T” is no absolute path."_s, [](Scene &scene) { scene.job.sourcePaths = {u"-T"_s}; });
+        row(u"/gone” cannot be backed up: No such file or directory"_s,
+            [](Scene &scene) { scene.job.sourcePaths.append(scene.tree.path("gone")); });
+        row(u"/site/deep/loop” is a link back to a folder above it"_s,
+            [](Scene &scene) { scene.tree.link("site/deep/loop", ".."); });
+        row(u"holds the temporary folder"_s, [](Scene &scene) { scene.job.sourcePaths = {scene.tree.path()}; });
+    }
+
+    void whatCannotRunSaysWhyAndWritesNothing()
+    {
+        QFETCH(const std::function<void(Scene &)>, change);
+        QFETCH(const QString, text);
+        Scene scene;
+        change(scene);
+        const BackupOutcome outcome = scene.run();
+        QVERIFY2(outcome.failure.contains(text), qPrintable(outcome.failure));
+        QVERIFY(outcome.archive.isEmpty() && scene.delivered().isEmpty() && scene.leftovers().isEmpty());
+    }
+
+    void theZipToolsOwnWordsAreTold()
+    {
+        Scene scene;
+        scene.environment.processes = std::make_shared<BrokenZip>();
+        scene.tree.write("to/Web_site-20240101-000000.zip", "old");
+        scene.job.keepVersions = 1;
+        QCOMPARE(scene.run().status(), u"zip failed: zip warning: x\nSome files could not be read."_s);
+        QCOMPARE(scene.delivered().size(), 1);
+    }
+
+    void aStopAtAnyStepLeavesTheOldArchivesAndNothingElse()
+    {
+        for (const QString &step : {u"Compressing…"_s, u"Verifying…"_s, u"Encrypting…"_s, u"Copying…"_s}) {
+            Scene scene;
+            scene.job.encrypt = true;
+            scene.job.keepVersions = 1;
+            scene.keychain->rememberForThisRun(u"p"_s, scene.job.id, SecretKind::passphrase);
+            scene.tree.write("to/Web_site-20240101-000000.zip", "old");
+            std::stop_source source;
+            scene.onStep = [&](const QString &text) {
+                if (text == step)
+                    source.request_stop();
+            };
+            const BackupOutcome outcome = scene.run(source.get_token());
+            QVERIFY2(outcome.wasCancelled && outcome.status() == u"Cancelled", qPrintable(step + outcome.failure));
+            QCOMPARE(scene.delivered(), QStringList(u"Web_site-20240101-000000.zip"_s));
+            QCOMPARE(scene.leftovers(), QStringList());
+        }
+    }
+
+    void withoutZipEachRunMakesAFolderOfCopies()
+    {
+        Scene scene;
+        scene.job.zip = false;
+        scene.job.keepVersions = 1;
+        scene.tree.link("site/link", "empty");
+        scene.tree.write("other/site", "of the same name");
+        scene.job.sourcePaths.append(scene.tree.path("other/site"));
+        scene.tree.write("to/Web_site-20240101-000000/x", "old");
+        scene.tree.write("to/Web_site-20240101-000000.zip/x", "no archive: a folder of that name");
+        const BackupOutcome outcome = scene.run();
+        QCOMPARE(outcome.status(), u"Completed"_s);
+        QCOMPARE(scene.delivered(), QStringList({u"Web_site-20240101-000000.zip"_s, u"Web_site-20250307-140509"_s}));
+        TreeSnapshot copied = snapshotOf(scene.tree.path("to/Web_site-20250307-140509"));
+        QCOMPARE(copied.take(u"site 2"_s), QByteArray("of the same name"));
+        QCOMPARE(copied.keys().filter(u"site/"_s).size(), copied.size());
+        QCOMPARE(copied.value(u"site/deep/b"_s), QByteArray("more"));
+    }
+
+    void jobsThatClashRemoveNothingAndNothingIsReplaced()
+    {
+        Scene scene;
+        BackupJob other = scene.job;
+        other.id = QUuid::createUuid();
+        other.name = u"Web_site"_s;
+        scene.surroundings.allJobs = {scene.job, other};
+        scene.job.keepVersions = 1;
+        scene.tree.write("to/Web_site-20240101-000000.zip", "old");
+        const BackupOutcome outcome = scene.run();
+        QVERIFY(outcome.succeeded() && outcome.notes.last().startsWith(u"No older archive was removed"_s));
+        QCOMPARE(scene.delivered().size(), 2);
+        const QByteArray first = scene.tree.read("to/Web_site-20250307-140509.zip");
+        scene.tree.write("site/new", "changed");
+        QVERIFY(scene.run().failure.contains(u"An archive of this name is in"_s));
+        QVERIFY(scene.tree.read("to/Web_site-20250307-140509.zip") == first);
     }
 };
 
