@@ -2,6 +2,7 @@
 #include "backup/BackupDestination.h"
 
 #include "backup/BackupNames.h"
+#include "backup/BackupSources.h"
 #include "base/Error.h"
 #include "files/Format.h"
 #include "files/LocalFileService.h"
@@ -119,9 +120,10 @@ QStringList BackupDestination::deliverFolder(const QStringList &sources, const Q
     LocalFileService local;
     QList<FileItem> items;
     for (const QString &source : sources) {
-        const auto item = local.stat(source, stop);
+        auto item = local.stat(BackupSources::ownPath(source), stop);
         if (!item)
             throw Error(u"Backup"_s, u"“%1” has vanished."_s.arg(source));
+        item->name = Format::fileName(source);
         items.append(*item);
     }
     FileItem stage = transferNames::itemAt(transferNames::stagePath(pathOf(name), m_transferID, items.constFirst()));

@@ -7,6 +7,8 @@
 #include "files/LocalDisk.h"
 #include "files/NativePath.h"
 
+#include <QFileInfo>
+
 #include <algorithm>
 #include <cerrno>
 #include <utility>
@@ -120,9 +122,16 @@ BackupSources BackupSources::survey(const QStringList &paths, Links links, const
             throw Error(u"Backup"_s, u"The source “%1” cannot be backed up: %2"_s.arg(Format::display(path),
                                                                                       systemErrorText(errno)));
         }
-        Survey(sources, links, stop).visit(path);
+        // A source that is a link stands for what it leads to either way.
+        Survey(sources, links, stop).visit(ownPath(path));
     }
     return sources;
+}
+
+QString BackupSources::ownPath(const QString &source)
+{
+    const QString canonical = QFileInfo(source).canonicalFilePath();
+    return canonical.isEmpty() ? source : canonical;
 }
 
 QString BackupSources::note() const

@@ -23,6 +23,9 @@ struct BackupSources
     /// back to a folder above it, which the zip tool would follow again and again.
     static BackupSources survey(const QStringList &paths, Links links, const std::stop_token &stop);
 
+    /// Where a source lies that may be a link itself; the source where that cannot be told.
+    static QString ownPath(const QString &source);
+
     /// One sentence on what is left out; nothing when it is nothing.
     QString note() const;
 };

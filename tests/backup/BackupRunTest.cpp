@@ -193,7 +193,8 @@ private slots:
         scene.job.keepVersions = 1;
         scene.tree.link("site/link", "empty");
         scene.tree.write("other/site", "of the same name");
-        scene.job.sourcePaths.append(scene.tree.path("other/site"));
+        scene.tree.link("linked", "other");
+        scene.job.sourcePaths += {scene.tree.path("other/site"), scene.tree.path("linked")};
         scene.tree.write("to/Web_site-20240101-000000/x", "old");
         scene.tree.write("to/Web_site-20240101-000000.zip/x", "no archive: a folder of that name");
         const BackupOutcome outcome = scene.run();
@@ -201,6 +202,8 @@ private slots:
         QCOMPARE(scene.delivered(), QStringList({u"Web_site-20240101-000000.zip"_s, u"Web_site-20250307-140509"_s}));
         TreeSnapshot copied = snapshotOf(scene.tree.path("to/Web_site-20250307-140509"));
         QCOMPARE(copied.take(u"site 2"_s), QByteArray("of the same name"));
+        QCOMPARE(copied.take(u"linked/site"_s), QByteArray("of the same name"));
+        copied.remove(u"linked/"_s);
         QCOMPARE(copied.keys().filter(u"site/"_s).size(), copied.size());
         QCOMPARE(copied.value(u"site/deep/b"_s), QByteArray("more"));
     }
