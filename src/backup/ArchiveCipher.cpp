@@ -89,8 +89,15 @@ public:
     int errorNumber() const { return m_errorNumber; }
     void write(const char *bytes, qint64 count)
     {
-        if (m_errorNumber == 0)
-            m_errorNumber = LocalDisk::writeAll(m_file.value(), bytes, count);
+        if (m_errorNumber != 0)
+            return;
+        m_errorNumber = LocalDisk::writeAll(m_file.value(), bytes, count);
+        m_written += count;
+        // The disk works meanwhile; otherwise all of it would be waited for at the end.
+        if (m_written - m_begun >= begunAtOnceBytes) {
+            ::sync_file_range(m_file.value(), m_begun, m_written - m_begun, SYNC_FILE_RANGE_WRITE);
+            m_begun = m_written;
+        }
     }
     void write(const QByteArray &bytes) { write(bytes.constData(), bytes.size()); }
     /// On the disk, and it stays.
@@ -107,6 +114,9 @@ private:
     QByteArray m_path;
     FileDescriptor m_file;
     int m_errorNumber;
+    static constexpr qint64 begunAtOnceBytes = qint64(8) << 20;
+    qint64 m_written = 0;
+    qint64 m_begun = 0;
     /// Something else may stand at the path, which is then left alone.
     bool m_isOurs = m_file.isOpen();
     bool m_isKept = false;
