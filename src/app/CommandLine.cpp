@@ -24,8 +24,7 @@ const QString programName = u"moorix"_s;
 QList<Command> allCommands()
 {
     return fileCommands() + copyCommands() + serverCommands() + serverTransferCommands() + secretCommands() +
-           syncCommands();
-           backupCommands() + backupArchiveCommands();
+           syncCommands() + backupCommands() + backupArchiveCommands();
 }
 
 bool isHelp(const QString &argument)
