@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <sys/stat.h>
+#include <utility>
 
 namespace moorix {
 
@@ -62,6 +63,7 @@ SyncRun::SyncRun(SyncSetup setup, SyncPlan plan)
     , m_plan(std::move(plan))
     , m_versions(m_setup.local.root(), m_setup.clock())
 {
+    chooseKeptNames();
 }
 
 SyncJournal SyncRun::journal() const
@@ -71,8 +73,10 @@ SyncJournal SyncRun::journal() const
         const QString &path = row.diff.relPath;
         if (row.action == SyncAction::copyToRemote)
             journal.toRemote.insert(path, m_plan.local.entries.value(path));
-        else if (row.action == SyncAction::copyToLocal)
+        else if (row.action == SyncAction::copyToLocal || row.action == SyncAction::keepBoth)
             journal.toLocal.insert(path, m_plan.remoteAsSeen.value(path));
+        if (row.action == SyncAction::keepBoth)
+            journal.toRemote.insert(m_keptNames.value(path), m_plan.local.entries.value(path));
     }
     return journal;
 }
@@ -196,20 +200,30 @@ void SyncRun::checkStillSo()
     }
 }
 
+/// Beforehand, so that they can be written down.
+void SyncRun::chooseKeptNames()
+{
+    for (const SyncRow &row : m_plan.rows) {
+        if (row.action != SyncAction::keepBoth)
+            continue;
+        const QString folder = folderOf(row.diff.relPath);
+        const auto pathOf = [&folder](const QString &name) { return folder.isEmpty() ? name : folder + u'/' + name; };
+        const QString name =
+            keptName(m_plan.local.items.value(row.diff.relPath), m_setup.clock(), [&](const QString &candidate) {
+                return m_plan.local.entries.contains(pathOf(candidate)) ||
+                       m_plan.remote.entries.contains(pathOf(candidate));
+            });
+        m_keptNames.insert(row.diff.relPath, pathOf(name));
+    }
+}
+
 void SyncRun::keepBoth()
 {
-    const QList<SyncRow *> rows = rowsFor(SyncAction::keepBoth);
-    for (SyncRow *row : rows) {
+    const QMap<QString, QString> chosen = std::exchange(m_keptNames, {});
+    for (SyncRow *row : rowsFor(SyncAction::keepBoth)) {
         const QString &path = row->diff.relPath;
+        const QString kept = chosen.value(path);
         const FileItem item = m_plan.local.items.value(path);
-        const QString folder = folderOf(path);
-        const auto pathOf = [&folder](const QString &name) { return folder.isEmpty() ? name : folder + u'/' + name; };
-        const QString name = keptName(item, m_setup.clock(), [&](const QString &candidate) {
-            return m_plan.local.entries.contains(pathOf(candidate)) ||
-                   m_plan.remote.entries.contains(pathOf(candidate)) ||
-                   LocalDisk::statusOf(m_setup.local.path(pathOf(candidate)));
-        });
-        const QString kept = pathOf(name);
         const auto status = LocalDisk::statusOf(item.path);
         if (!status || !isAsPlanned(LocalDisk::item(item.name, item.path, *status), item, m_setup.local)) {
             skip(*row, u"it has changed on this computer meanwhile"_s);

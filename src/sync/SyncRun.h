@@ -88,6 +88,7 @@ private:
     void makeRemoteRoot();
     void confirmRemovals();
     bool isGone(const SyncSide &side, const QString &relPath) const;
+    void chooseKeptNames();
     void keepBoth();
     void copy(Way way);
     std::optional<QString> mayReplace(Way way, const QString &relPath, const FileItem &existing);

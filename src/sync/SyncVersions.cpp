@@ -21,7 +21,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QString stampFormat = u"yyyyMMdd-HHmmss"_s;
+const QString stampFormat = u"yyyyMMdd-HHmmss-zzz"_s;
 
 QString versionsFolder(const QString &root)
 {

@@ -2,19 +2,14 @@
 // Transfers broken off at random moments. The queue runs in a program of its own, so that the program can be killed
 // too.
 #include "files/LocalFileService.h"
-#include "remote/FTPService.h"
-#include "remote/SFTPService.h"
-#include "support/DelayProxy.h"
-#include "support/FTPServer.h"
+#include "support/SceneServers.h"
 #include "support/TestMain.h"
-#include "support/TestServer.h"
 #include "transfers/TransferEngine.h"
 
 #include <QElapsedTimer>
 #include <QRandomGenerator>
 
 #include <algorithm>
-#include <csignal>
 
 using namespace moorix;
 using namespace moorix::test;
@@ -33,22 +28,7 @@ QString setting(const char *name)
 
 std::shared_ptr<FileService> openServer(const std::stop_token &stop)
 {
-    ServerConnection record = serverAt(u"127.0.0.1"_s, setting("SCENE_USER"), setting("SCENE_PORT").toInt());
-    record.id = serverID;
-    std::shared_ptr<RemoteFileService> service;
-    if (setting("SCENE_PROTOCOL") == u"ftp") {
-        record.networkProtocol = NetworkProtocol::ftp;
-        record.useTLS = false;
-        service =
-            std::make_shared<FTPService>(record, FTPServer::credentials(), std::make_shared<SystemProcessRunner>());
-    } else {
-        record.authMethod = AuthMethod::privateKeyFile;
-        record.privateKeyPath = setting("SCENE_KEY");
-        service = std::make_shared<SFTPService>(record, ConnectionCredentials(),
-                                                std::make_shared<IsolatedClients>(setting("SCENE_KNOWN_HOSTS")));
-    }
-    service->connect(stop);
-    return service;
+    return openSceneServer(serverID, stop);
 }
 
 /// The two ends of the queue: this machine, and the server of the scene.
@@ -116,20 +96,10 @@ class TransferInterruptionsTest final : public QObject
     Q_OBJECT
 
     enum class Kind { copy, overwrite, move };
-    enum class Victim { program, child, session, line };
-
-    /// A server at the end of a line that can be cut.
-    struct Place
-    {
-        std::unique_ptr<ServerProcess> server;
-        std::unique_ptr<DelayProxy> proxy;
-        QProcessEnvironment environment;
-    };
-
     /// Both folders, and the program at work between them.
     struct Scene
     {
-        const Place &place;
+        const ScenePlace &place;
         TestTree tree{place.server->sharedPath()};
         TreeSnapshot files = {};
         TreeSnapshot older = {};
@@ -139,21 +109,7 @@ class TransferInterruptionsTest final : public QObject
     };
 
 private slots:
-    void initTestCase()
-    {
-        auto sshd = std::make_unique<TestServer>();
-        QProcessEnvironment login;
-        login.insert(u"SCENE_USER"_s, sshd->connection().username);
-        login.insert(u"SCENE_KEY"_s, sshd->keyPath());
-        login.insert(u"SCENE_KNOWN_HOSTS"_s, sshd->knownHostsPath());
-        addPlace(std::move(sshd), DelayProxy::Speaks::anything, login);
-        if (!FTPServer::missing(FTPServer::Program::vsftpd).isEmpty())
-            return;
-        login.insert(u"SCENE_USER"_s, FTPServer::user());
-        login.insert(u"SCENE_PROTOCOL"_s, u"ftp"_s);
-        addPlace(std::make_unique<FTPServer>(FTPServer::Program::vsftpd, FTPServer::Encryption::none),
-                 DelayProxy::Speaks::ftp, login);
-    }
+    void initTestCase() { m_places = scenePlaces(); }
 
     void noFileIsLostAtAnyMoment()
     {
@@ -165,14 +121,14 @@ private slots:
         std::array<int, 4> hits{};
         for (int moment = 0; moment < moments; ++moment) {
             const auto victim = Victim(moment % 4);
-            const Place &place = m_places.at(std::size_t(moment / 4) % m_places.size());
+            const ScenePlace &place = m_places.at(std::size_t(moment / 4) % m_places.size());
             const auto kind = Kind(random.bounded(3));
             const int delay = random.bounded(m_usualMilliseconds);
             Scene scene{place};
             scene.isMove = kind == Kind::move;
             scene.way = random.bounded(2) == 0 ? u"up"_s : u"down"_s;
             const QString story = u"moment %1: %2, victim %3, kind %4, %5, after %6 ms"_s.arg(moment)
-                                      .arg(place.environment.value(u"SCENE_PROTOCOL"_s, u"sftp"_s))
+                                      .arg(place.protocol())
                                       .arg(int(victim))
                                       .arg(int(kind))
                                       .arg(scene.way)
@@ -182,7 +138,7 @@ private slots:
                 if (!elapsed.isValid())
                     elapsed.start();
                 if (!isDone && elapsed.elapsed() >= delay) {
-                    isDone = strike(victim, scene);
+                    isDone = strike(victim, scene.program, scene.place);
                     hits[std::size_t(victim)] += isDone;
                 }
             });
@@ -200,21 +156,11 @@ private slots:
     void cleanupTestCase()
     {
         // The program that was killed last has left its shared connection behind.
-        const QProcessEnvironment &ssh = m_places.front().environment;
-        for (const QString &name : ssh.keys())
-            qputenv(name.toLatin1().constData(), ssh.value(name).toUtf8());
-        openServer({})->disconnect();
+        forgetSceneConnection(m_places.front(), serverID);
         m_places.clear();
     }
 
 private:
-    void addPlace(std::unique_ptr<ServerProcess> server, DelayProxy::Speaks speaks, QProcessEnvironment environment)
-    {
-        auto proxy = std::make_unique<DelayProxy>(server->port(), speaks);
-        environment.insert(u"SCENE_PORT"_s, QString::number(proxy->port()));
-        m_places.push_back({std::move(server), std::move(proxy), std::move(environment)});
-    }
-
     /// One large file, small ones that go in bundles, and a folder that goes as a stream.
     static void fill(Scene &scene, bool hasOlder, QRandomGenerator &random)
     {
@@ -264,20 +210,6 @@ private:
         m_output = scene.program.readAll();
     }
 
-    /// Returns whether there was anything to strike.
-    static bool strike(Victim victim, const Scene &scene)
-    {
-        if (victim == Victim::line) {
-            scene.place.proxy->cut();
-            return true;
-        }
-        const QList<qint64> victims = victim == Victim::program ? QList{scene.program.processId()}
-                                      : victim == Victim::child
-                                          ? childrenNamed("sftp") + childrenNamed("curl") + childrenNamed("ssh")
-                                          : scene.place.server->sessions();
-        return std::ranges::any_of(victims, [](qint64 process) { return ::kill(pid_t(process), SIGKILL) == 0; });
-    }
-
     /// The source is looked at first: it may go once its copy is whole, so that afterwards the copy must be there.
     static void checkNow(const Scene &scene)
     {
@@ -318,7 +250,7 @@ private:
     }
 
     static constexpr int m_usualMilliseconds = 1200;
-    std::vector<Place> m_places;
+    std::vector<ScenePlace> m_places;
     QByteArray m_output;
 };
 
