@@ -119,17 +119,28 @@ void overSFTP(benchmark::State &state)
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(u"RCLONE_CONFIG"_s, pair.path(u"rclone.conf"_s));
     environment.insert(u"XDG_CACHE_HOME"_s, pair.path(u"cache"_s));
-    const QString remote = u":sftp,host=127.0.0.1,port=%1,user=%2,key_file=\"%3\":%4/rclone"_s.arg(
-        QString::number(proxy.port()), record.username, server.keyPath(), server.sharedPath());
-    const QStringList arguments{u"bisync"_s, pair.here(), remote, u"--workdir"_s, pair.path(u"rclone"_s)};
+    const QString configuration = pair.path(u"rclone.conf"_s);
+    // The name stays while the port changes: the first run, which compares everything, takes the near one.
+    const auto reachThrough = [&](quint16 port) {
+        QFile file(configuration);
+        if (!file.open(QIODevice::WriteOnly))
+            throw std::runtime_error("The peer could not be configured.");
+        file.write(u"[bench]\ntype = sftp\nhost = 127.0.0.1\nport = %1\nuser = %2\nkey_file = %3\n"_s
+                       .arg(QString::number(port), record.username, server.keyPath())
+                       .toUtf8());
+    };
+    const QStringList arguments{u"bisync"_s, pair.here(), u"bench:"_s + server.sharedPath() + u"/rclone"_s,
+                                u"--workdir"_s, pair.path(u"rclone"_s)};
+    reachThrough(server.port());
     fill(server.sharedPath() + u"/rclone"_s);
     run(u"rclone"_s, arguments + QStringList{u"--resync"_s}, environment);
+    reachThrough(proxy.port());
     bench::paired(
         state, [&] { pair.sync(); }, [&] { run(u"rclone"_s, arguments, environment); }, 1.0);
     state.SetLabel("nothing to do, 20,000 files, rclone bisync");
     service->disconnect();
 }
-BENCHMARK(overSFTP)->Arg(0)->Arg(30)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(3);
+BENCHMARK(overSFTP)->Arg(30)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(3);
 
 void classify(benchmark::State &state)
 {
