@@ -153,6 +153,23 @@ private slots:
         QCOMPARE(scene.found().join(u'\n'), QString());
     }
 
+    void fullServerDiskIsSaidAndNothingIsHalf()
+    {
+        if (!m_sshd->hasAccounts())
+            QSKIP("Only root can mount a small disk.");
+        SyncScene scene;
+        useServer(scene, Kind::shell, nullptr);
+        scene.remoteRoot = m_sshd->fullDiskPath();
+        scene.tree.write("here/large", QByteArray(200'000, 'x'));
+        scene.tree.write("here/small", "1");
+        const SyncOutcome full = scene.sync();
+        QVERIFY2(problems(full).contains(u"free, but"_s), qPrintable(problems(full)));
+        QCOMPARE(scene.found(), (QStringList{u"large: createOnRemote"_s, u"small: createOnRemote"_s}));
+        scene.tree.write("here/large", "2");
+        QCOMPARE(problems(scene.sync()), QString());
+        QCOMPARE(scene.found(), QStringList());
+    }
+
     void cleanupTestCase() { m_sshd.reset(); }
 
 private:

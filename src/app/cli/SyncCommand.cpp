@@ -175,6 +175,8 @@ ExitCode runSync(const QCommandLineParser &parser, CommandContext &context)
     else
         printRows(outcome.rows, outcome.leftOut, false);
     if (!isJson) {
+        if (plan.changeCount() == 0 && plan.openConflictCount() == 0)
+            console::print(SyncText::summary(plan) + u'\n');
         for (const QString &note : outcome.notes)
             console::complain(note);
     }
