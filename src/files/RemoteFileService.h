@@ -93,6 +93,9 @@ public:
         return std::nullopt;
     }
 
+    /// Whether anything stands at this very path, which the server is asked for whatever its listings show.
+    virtual bool exists(const QString &path, const std::stop_token &stop) { return stat(path, stop).has_value(); }
+
     /// Throws what every operation on this path would throw because no command can carry its name. Asks nobody.
     virtual void requireAddressable(const QString & /*path*/) const {}
 

@@ -197,6 +197,16 @@ std::optional<FileItem> FTPService::stat(const QString &path, const std::stop_to
     }
 }
 
+/// Servers that hide names from listings answer for them all the same.
+bool FTPService::exists(const QString &path, const std::stop_token &stop)
+{
+    const QByteArray name = native(path);
+    const QList<FTPReply> replies = command({"TYPE I", "SIZE " + name, "MDTM " + name, "CWD " + name}, stop);
+    const bool isAnswered =
+        std::any_of(replies.begin() + 1, replies.end(), [](const FTPReply &reply) { return !reply.isRefusal(); });
+    return isAnswered || stat(path, stop).has_value();
+}
+
 FileItem FTPService::followLink(const FileItem &link, const std::stop_token &stop)
 {
     const QByteArray path = native(link.path);

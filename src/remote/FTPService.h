@@ -62,6 +62,7 @@ public:
                         const std::stop_token &stop) override;
 
     std::optional<FileItem> stat(const QString &path, const std::stop_token &stop) override;
+    bool exists(const QString &path, const std::stop_token &stop) override;
     FileItem followLink(const FileItem &link, const std::stop_token &stop) override;
     /// By way of this machine: the protocol has no command for it. Links are left out, and named by operationFailed.
     void copy(const FileItem &item, const QString &toPath, const std::stop_token &stop) override;

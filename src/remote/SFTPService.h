@@ -40,6 +40,7 @@ public:
                         const std::stop_token &stop) override;
 
     std::optional<FileItem> stat(const QString &path, const std::stop_token &stop) override;
+    bool exists(const QString &path, const std::stop_token &stop) override { return followed(path, stop).has_value(); }
     FileItem followLink(const FileItem &link, const std::stop_token &stop) override;
     void copy(const FileItem &item, const QString &toPath, const std::stop_token &stop) override;
     void move(const FileItem &item, const QString &toPath, const std::stop_token &stop) override;

@@ -79,8 +79,10 @@ void SyncRun::confirmRemovals()
 
 bool SyncRun::isGone(const SyncSide &side, const QString &relPath) const
 {
-    // The user may delete what the other side never had.
-    return !side.service().stat(side.path(relPath), m_stop);
+    const QString path = side.path(relPath);
+    if (auto *server = dynamic_cast<RemoteFileService *>(&side.service()))
+        return !server->exists(path, m_stop);
+    return !side.service().stat(path, m_stop);
 }
 
 /// Deepest first, so that folders are empty by the time they go.

@@ -153,6 +153,25 @@ private slots:
         QCOMPARE(scene.found().join(u'\n'), QString());
     }
 
+    void whatTheServerBeginsToHideIsNotDeleted()
+    {
+        FTPServer shown(FTPServer::Program::vsftpd, FTPServer::Encryption::none);
+        const FTPServer hiding(FTPServer::Program::vsftpd, FTPServer::Encryption::none, "hide_file={*.txt,secret}\n");
+        SyncScene scene;
+        useServer(scene, Kind::vsftpd, &shown);
+        for (const char *path : {"here/a.txt", "here/secret/b", "here/c", "here/e"})
+            scene.tree.write(path, path);
+        QCOMPARE(problems(scene.sync()), QString());
+        scene.service = hiding.service();
+        QVERIFY(QFile::remove(m_root + u"/e"_s));
+        const SyncOutcome outcome = scene.sync();
+        QCOMPARE(SyncScene::results(outcome),
+                 (QStringList{u"a.txt: skipped: it is still on the server"_s, u"e: deleted on this computer"_s,
+                              u"secret: skipped: it is still on the server"_s,
+                              u"secret/b: skipped: it is still on the server"_s}));
+        QVERIFY(scene.tree.exists("here/a.txt") && scene.tree.exists("here/secret/b"));
+    }
+
     void fullServerDiskIsSaidAndNothingIsHalf()
     {
         if (!m_sshd->hasAccounts())
