@@ -10,6 +10,7 @@
 #include "backup/BackupEngine.h"
 #include "backup/BackupHistoryStore.h"
 #include "backup/BackupStore.h"
+#include "base/Json.h"
 #include "files/LocalFileService.h"
 #include "files/PaneModel.h"
 #include "files/RemoteFileService.h"
@@ -21,6 +22,8 @@
 #include "servers/SecretMigration.h"
 #include "servers/ServerStore.h"
 #include "settings/SettingsStore.h"
+#include "sync/SyncEngine.h"
+#include "sync/SyncPairStore.h"
 #include "transfers/TransferEngine.h"
 
 #include <QPointer>
@@ -103,6 +106,7 @@ AppModel::AppModel(Platform platform, QObject *parent)
     takeUpTransfers();
     takeUpEditedFiles();
     takeUpBackups();
+    takeUpSync();
     m_migration =
         migrateSecretsOnce(*m_preferences, m_keychain, idsOf(m_servers->library().servers), idsOf(m_backups->jobs()));
 }
@@ -183,6 +187,30 @@ void AppModel::takeUpBackups()
     m_backupEngine->start();
 }
 
+void AppModel::takeUpSync()
+{
+    m_syncPairs = std::make_unique<SyncPairStore>(AppPaths::applicationSupport() + u"/sync/pairs.json"_s, *m_cloud);
+    SyncPlaces places;
+    places.local = m_localFiles;
+    places.stateFolder = AppPaths::applicationSupport() + u"/sync"_s;
+    places.filesAtOnce = [this] { return int(m_settings->maxConcurrentTransfers.value()); };
+    places.open = [this](const ServerConnection &server, SyncPlaces::Opened done, SyncPlaces::Failed failed) {
+        return m_connections->open(
+            server, std::nullopt, [done = std::move(done)](const OpenConnection &open) { done(open.service); },
+            std::move(failed));
+    };
+    m_sync = std::make_unique<SyncEngine>(std::move(places), *m_syncPairs,
+                                          [this](const QUuid &server) { return m_servers->server(server); });
+    connect(m_syncPairs.get(), &SyncPairStore::problemChanged, this, [this] {
+        if (!m_syncPairs->problem().isEmpty())
+            emit messageRaised(m_syncPairs->problem());
+    });
+    connect(m_sync.get(), &SyncEngine::messageRaised, this, &AppModel::messageRaised);
+    connect(m_connections.get(), &ServerConnections::disconnected, m_sync.get(), &SyncEngine::stopFor);
+    for (const auto &tabs : m_tabs)
+        connect(m_sync.get(), &SyncEngine::foldersChanged, tabs.get(), &PaneTabs::reload);
+}
+
 PaneTabs &AppModel::tabs(Side side) const
 {
     return *m_tabs[index(side)];
@@ -216,6 +244,30 @@ std::optional<QString> AppModel::paste(Side side)
     if (!problem && content->isCut)
         m_clipboard->clear();
     return problem;
+}
+
+std::pair<SyncPair, ServerConnection> AppModel::shownPair() const
+{
+    const Session *sessions[] = {&tabs(Side::left).current(), &tabs(Side::right).current()};
+    const Session *local = nullptr;
+    const Session *remote = nullptr;
+    for (const Session *session : sessions) {
+        if (!session->pane() || session->pane()->currentPath().isEmpty())
+            throw Error(u"Sync"_s, u"Both sides have to show a folder: one of this computer, and one of a server."_s);
+        (session->server() ? remote : local) = session;
+    }
+    if (!local)
+        throw Error(u"Sync"_s,
+                    u"Both sides show folders of servers. One of them has to be a folder of this computer."_s);
+    if (!remote)
+        throw Error(u"Sync"_s,
+                    u"Both sides show folders of this computer. One of them has to be a folder of a server."_s);
+    SyncPair pair;
+    pair.id = newUuid();
+    pair.localPath = local->pane()->currentPath();
+    pair.serverID = remote->server()->id;
+    pair.remotePath = remote->pane()->currentPath();
+    return {pair, *remote->server()};
 }
 
 std::optional<QString> AppModel::transfer(FileClipboard::Content content, Side to)

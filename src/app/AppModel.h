@@ -5,6 +5,7 @@
 #include "base/Job.h"
 #include "servers/KeychainStore.h"
 #include "servers/ServerConnection.h"
+#include "sync/SyncPair.h"
 
 #include <QObject>
 
@@ -12,6 +13,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <utility>
 
 namespace moorix {
 
@@ -30,6 +32,8 @@ class ProcessRunner;
 class ServerConnections;
 class ServerStore;
 class SettingsStore;
+class SyncEngine;
+class SyncPairStore;
 class TransferEngine;
 
 enum class Side { left, right };
@@ -68,6 +72,7 @@ public:
     BackupStore &backups() const { return *m_backups; }
     BackupHistoryStore &backupHistory() const { return *m_backupHistory; }
     BackupEngine &backupEngine() const { return *m_backupEngine; }
+    SyncEngine &sync() const { return *m_sync; }
     PaneTabs &tabs(Side side) const;
     const std::shared_ptr<FileService> &localFiles() const { return m_localFiles; }
     const std::shared_ptr<ProcessRunner> &processes() const { return m_processes; }
@@ -80,6 +85,9 @@ public:
     std::optional<QString> transferSelection(Side from, bool isMove);
     /// Pastes the clipboard into the folder shown on `side`. Returns why that is not possible, or nothing.
     std::optional<QString> paste(Side side);
+    /// The folders that both sides show, to be kept alike: one must be of this computer, the other of a server. Throws
+    /// an Error that says why they cannot.
+    std::pair<SyncPair, ServerConnection> shownPair() const;
 
     /// Saves a server and its secrets; an absent secret is left as it is, an empty one is deleted. `done` gets an
     /// empty text, or why the keychain did not take the secrets (they are then kept for this run).
@@ -107,6 +115,7 @@ private:
     void takeUpEditedFiles();
     void takeUpBackups();
     void removeSecrets(const QUuid &owner, const QString &whose);
+    void takeUpSync();
 
     std::unique_ptr<Preferences> m_preferences;
     std::unique_ptr<KeyValueStore> m_cloud;
@@ -123,6 +132,8 @@ private:
     std::unique_ptr<BackupStore> m_backups;
     std::unique_ptr<BackupHistoryStore> m_backupHistory;
     std::unique_ptr<BackupEngine> m_backupEngine;
+    std::unique_ptr<SyncPairStore> m_syncPairs;
+    std::unique_ptr<SyncEngine> m_sync;
     std::array<std::unique_ptr<PaneTabs>, 2> m_tabs;
     Side m_activeSide = Side::left;
     Job m_migration;

@@ -153,6 +153,16 @@ QString SyncStateStore::stamp(const QString &key) const
     return u"%1 %2"_s.arg(document.lastModified().toMSecsSinceEpoch()).arg(document.size());
 }
 
+QList<SyncLogEntry> SyncStateStore::log(const QString &key) const
+{
+    try {
+        const auto bytes = jsonFile::read(path(key, stateKind));
+        return bytes ? decodeState(*bytes).log : QList<SyncLogEntry>();
+    } catch (const Error &) {
+        return {};
+    }
+}
+
 void SyncStateStore::saveJournal(const QString &key, const SyncJournal &journal) const
 {
     if (!journal.isEmpty())

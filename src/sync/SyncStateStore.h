@@ -63,6 +63,8 @@ public:
     Loaded load(const QString &key) const;
     /// Without the baseline, for whoever has it already.
     Loaded loadState(const QString &key) const;
+    /// The runs so far, the newest last; none where the document cannot be read, which `load` tells.
+    QList<SyncLogEntry> log(const QString &key) const;
 
     /// These throw an Error when the document cannot be written.
     void saveJournal(const QString &key, const SyncJournal &journal) const;

@@ -48,6 +48,8 @@ public:
     std::atomic<int> filesCarried = 0;
     /// What `connect` throws.
     std::function<void(const std::stop_token &)> connecting;
+    /// Called before each listing; may throw.
+    std::function<void(const std::stop_token &)> listing;
     std::atomic<int> connects = 0;
     /// Counts disconnects, if set; may outlive the server.
     std::shared_ptr<std::atomic<int>> farewells;
@@ -69,6 +71,8 @@ public:
     {
         if (!m_isConnected)
             throw FileServiceError::notConnected();
+        if (listing)
+            listing(stop);
         if (path == unreadable)
             throw FileServiceError::operationFailed(QStringLiteral("Permission denied"));
         return DiskFileService::list(path, hidden, stop);

@@ -17,6 +17,7 @@
 #include "remote/FileServiceFactory.h"
 #include "servers/KeychainStore.h"
 #include "servers/ServerStore.h"
+#include "sync/SyncPairStore.h"
 
 #include <QDir>
 
@@ -207,6 +208,17 @@ TargetPlace CommandContext::place(const QString &target)
         path = path.isEmpty() ? home : Format::join(home, path);
     }
     return {service, withoutTrailingSlashes(path), false};
+}
+
+QStringList CommandContext::savedIgnorePatterns(const QString &pairKey)
+{
+    servers();
+    const SyncPairStore pairs(AppPaths::applicationSupport() + u"/sync/pairs.json"_s, *m_cloud);
+    // Going on would sync what the user wants left out.
+    if (!pairs.problem().isEmpty())
+        throw Error(u"Sync"_s, pairs.problem());
+    const auto pair = pairs.pairOfKey(pairKey, [this](const QUuid &id) { return m_servers->server(id); });
+    return pair ? pair->ignorePatterns : QStringList();
 }
 
 /// The connection is left to end by itself a while later: the next command, or a window that is open, goes on with it.

@@ -6,6 +6,7 @@
 #include "servers/ServerConnection.h"
 
 #include <QHash>
+#include <QStringList>
 #include <QUuid>
 
 #include <memory>
@@ -60,6 +61,8 @@ public:
     ServerConnection server(const QString &reference);
     /// Resolves TARGET and connects to its server. What a first contact has to tell goes to standard error.
     TargetPlace place(const QString &target);
+    /// What the saved folder pair of this key leaves out. Throws when the list of pairs cannot be read.
+    QStringList savedIgnorePatterns(const QString &pairKey);
 
 private:
     std::shared_ptr<RemoteFileService> connected(const ServerConnection &server);

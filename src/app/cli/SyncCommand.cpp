@@ -130,11 +130,12 @@ SyncSetup setupFor(const QCommandLineParser &parser, CommandContext &context)
     const ServerConnection server = context.server(remote->first);
     const TargetPlace local = context.place(targets.at(0));
     const TargetPlace there = context.place(targets.at(1));
+    const QString key = SyncManifest::pairKey(local.path, server, there.path);
     SyncSetup setup{{local.service, local.path},
                     {there.service, there.path},
-                    SyncManifest::pairKey(local.path, server, there.path),
+                    key,
                     server.displayName(),
-                    SyncIgnore(parser.values(u"ignore"_s))};
+                    SyncIgnore(context.savedIgnorePatterns(key) + parser.values(u"ignore"_s))};
     setup.gate = std::make_shared<TransferGate>(context.filesAtOnce());
     if (console::showsProgress())
         setup.progress = [](const SyncProgress &progress) { console::showProgress(SyncText::progress(progress)); };
@@ -206,6 +207,7 @@ QList<Command> syncCommands()
         "kept\n"
         "for 30 days in LOCAL/.moorix-sync/versions. What looks like a mistake, such as an emptied folder, is asked "
         "about.\n"
+        "What the same pair leaves out in the window is left out here, too, beside what --ignore gives.\n"
         "--json prints "
         "{\"rows\":[{\"relPath\",\"bucket\",\"local\",\"remote\",\"result\"}…],\"leftOut\":[{\"relPath\",\"reason\"}…],"
         "\n"
