@@ -5,6 +5,7 @@
 #include "files/Format.h"
 #include "transfers/TransferEngine.h"
 #include "ui/CheckBox.h"
+#include "ui/ComparisonText.h"
 #include "ui/Widgets.h"
 
 #include <QApplication>
@@ -33,25 +34,6 @@ QString age(const FileItem &item, const FileItem &other)
     if (!item.modified || !other.modified || *item.modified <= *other.modified)
         return {};
     return QCoreApplication::translate("ConflictBar", "  ·  newer");
-}
-
-QString wordsFor(const ContentComparison &comparison)
-{
-    switch (comparison.result) {
-    case ContentComparison::Result::same:
-        return ConflictBar::tr("Both hold the same.");
-    case ContentComparison::Result::unknown:
-        return ConflictBar::tr(
-            "The contents cannot be compared: the files are too large to fetch, and the server tells "
-            "no checksums.");
-    case ContentComparison::Result::different:
-        break;
-    }
-    if (comparison.line)
-        return ConflictBar::tr("They differ from line %L1 on.").arg(*comparison.line);
-    if (comparison.byte)
-        return ConflictBar::tr("They differ from byte %L1 on.").arg(*comparison.byte);
-    return ConflictBar::tr("They differ.");
 }
 
 } // namespace
@@ -136,7 +118,7 @@ void ConflictBar::compare()
 {
     tell(tr("Comparing…"));
     m_comparing = m_transfers.compareConflict(
-        [this](const ContentComparison &comparison) { tell(wordsFor(comparison)); },
+        [this](const ContentComparison &comparison) { tell(comparisonText(comparison)); },
         [this](const Error &error) { tell(tr("They could not be compared: %1").arg(error.message())); });
 }
 

@@ -35,6 +35,9 @@ MainToolBar::MainToolBar(AppModel &model, WindowActions &actions, QWidget *paren
     for (const PaneCommand command :
          {PaneCommand::copyToOtherSide, PaneCommand::moveToOtherSide, PaneCommand::newFolder, PaneCommand::remove})
         addAction(m_actions.action(command));
+    addSeparator();
+    addAction(m_actions.action(WindowCommand::sync));
+    m_actions.action(WindowCommand::sync)->setIconText(tr("Sync"));
     m_actions.action(PaneCommand::copyToOtherSide)->setIconText(tr("Copy"));
     m_actions.action(PaneCommand::moveToOtherSide)->setIconText(tr("Move"));
     auto *spacer = new QWidget(this);

@@ -7,6 +7,7 @@
 #include "app/Session.h"
 #include "files/PaneModel.h"
 #include "settings/SettingsStore.h"
+#include "sync/SyncEngine.h"
 #include "transfers/TransferEngine.h"
 #include "ui/ConflictBar.h"
 #include "ui/EditedFilesBar.h"
@@ -24,12 +25,14 @@
 #include "ui/pane/PaneView.h"
 #include "ui/servers/ServerLibraryView.h"
 #include "ui/servers/ServerLook.h"
+#include "ui/sync/SyncArea.h"
 
 #include <QAction>
 #include <QApplication>
 #include <QCloseEvent>
 #include <QMenuBar>
 #include <QSplitter>
+#include <QStackedWidget>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -78,7 +81,11 @@ void MainWindow::build()
     m_outer = new QSplitter(Qt::Horizontal, this);
     m_outer->setObjectName(QStringLiteral("outerSplitter"));
     m_outer->addWidget(m_sidebar);
-    m_outer->addWidget(m_sides);
+    m_sync = new SyncArea(m_model, this);
+    m_middle = new QStackedWidget(this);
+    m_middle->addWidget(m_sides);
+    m_middle->addWidget(m_sync);
+    m_outer->addWidget(m_middle);
     m_outer->setStretchFactor(1, 1);
     m_outer->setCollapsible(0, false);
     m_outer->setCollapsible(1, false);
@@ -121,6 +128,7 @@ void MainWindow::connectParts()
     connect(m_toolBar, &MainToolBar::listFocusRequested, this, [this] { activeView().focusContent(); });
     connect(m_status, &StatusStrip::transfersRequested, m_actions->action(WindowCommand::transfers), &QAction::trigger);
     connectSidebar();
+    connectSync();
     for (SideView *view : m_sideViews)
         connectSide(*view);
 }
@@ -141,11 +149,14 @@ void MainWindow::connectSide(SideView &side)
 void MainWindow::connectSidebar()
 {
     connect(m_sidebar, &Sidebar::placeChosen, this, [this](const QString &path) {
+        showSides();
         activeTabs().openLocalHere(path);
         activeView().focusContent();
     });
-    connect(m_sidebar, &Sidebar::placeInNewTabRequested, this,
-            [this](const QString &path) { activeTabs().openLocal(path); });
+    connect(m_sidebar, &Sidebar::placeInNewTabRequested, this, [this](const QString &path) {
+        showSides();
+        activeTabs().openLocal(path);
+    });
     connect(m_sidebar, &Sidebar::serverChosen, this, [this](const QUuid &id) { openServer(id, false); });
     connect(m_sidebar, &Sidebar::serverInNewTabRequested, this, [this](const QUuid &id) { openServer(id, true); });
     connect(m_sidebar, &Sidebar::editServerRequested, this, &MainWindow::editServer);
@@ -167,7 +178,7 @@ SideView &MainWindow::activeView() const
 void MainWindow::followActiveSide()
 {
     SideView &active = activeView();
-    if (!active.isVisibleTo(this)) {
+    if (!active.isVisibleTo(m_sides)) {
         m_model.setActiveSide(otherSide(m_model.activeSide()));
         return;
     }
@@ -189,7 +200,7 @@ void MainWindow::followSession()
         m_followedPane->disconnect(this);
     m_followed = &activeTabs().current();
     m_followedPane = m_followed->pane();
-    m_toolBar->follow(m_followedPane);
+    m_toolBar->follow(showsSync() ? nullptr : m_followedPane.data());
     connect(m_followed, &Session::stateChanged, this, &MainWindow::followSession);
     if (m_followedPane)
         connect(m_followedPane, &PaneModel::currentPathChanged, this, &MainWindow::showLocation);
@@ -211,7 +222,7 @@ void MainWindow::showLocation()
         m_status->showConnection(tr("Not connected"), false);
     else
         m_status->showConnection(isLocal ? tr("Local files") : tr("Servers"), false);
-    setWindowTitle(tr("%1 — Moorix").arg(session.title()));
+    setWindowTitle(tr("%1 — Moorix").arg(showsSync() ? m_sync->title() : session.title()));
     WindowState::saveTabs(m_model);
 }
 
@@ -237,7 +248,7 @@ void MainWindow::applyTwoSides()
     const bool isOn = m_model.settings().dualPaneEnabled.value();
     m_actions->action(WindowCommand::twoSides)->setChecked(isOn);
     m_sides->widget(1)->setVisible(isOn);
-    if (!activeView().isVisibleTo(this))
+    if (!activeView().isVisibleTo(m_sides))
         m_model.setActiveSide(otherSide(m_model.activeSide()));
 }
 
@@ -258,6 +269,9 @@ bool MainWindow::mayQuit()
                   << tr("Between local folders and saved servers, what is left can go on at the next start; with other "
                         "servers it ends here.");
     }
+    const QList<SyncSession *> syncs = m_model.sync().sessions();
+    if (std::ranges::any_of(syncs, &SyncSession::isApplying))
+        sentences << tr("A folder sync is under way; the next one goes on with what is left.");
     const QList<EditedFile> unsent = m_unsent->list();
     if (!unsent.isEmpty()) {
         sentences << UnsentEdits::sentence(unsent)

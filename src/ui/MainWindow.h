@@ -11,6 +11,7 @@
 #include <array>
 
 class QSplitter;
+class QStackedWidget;
 
 namespace moorix {
 
@@ -23,6 +24,7 @@ class ShortcutsOverview;
 class SideView;
 class Sidebar;
 class StatusStrip;
+class SyncArea;
 class TransferDrawer;
 class UnsentEdits;
 
@@ -56,10 +58,14 @@ private:
     void addTabCommands();
     void addServerCommands();
     void addViewCommands();
+    void addSyncCommands();
+    void connectSync();
 
     PaneTabs &activeTabs() const;
     SideView &activeView() const;
+    void runCommand(WindowCommand command);
     void runPaneCommand(PaneCommand command);
+    void runSyncCommand(PaneCommand command);
     void prepareMenus();
     void openServer(const QUuid &id, bool inNewTab);
     void openForm(const ServerConnection &server, bool isNew);
@@ -71,6 +77,11 @@ private:
     void stepTab(int step);
     void showSameFolderThere();
     void swapSides();
+
+    /// Whether a sync stands in place of the two sides.
+    bool showsSync() const;
+    void showSync();
+    void showSides();
 
     void followActiveSide();
     void followSession();
@@ -88,6 +99,8 @@ private:
     Sidebar *m_sidebar = nullptr;
     QSplitter *m_outer = nullptr;
     QSplitter *m_sides = nullptr;
+    QStackedWidget *m_middle = nullptr;
+    SyncArea *m_sync = nullptr;
     std::array<SideView *, 2> m_sideViews{};
     TransferDrawer *m_drawer = nullptr;
     MessageBar *m_question = nullptr;

@@ -46,10 +46,8 @@ void MainWindow::connectCommands()
     addTabCommands();
     addServerCommands();
     addViewCommands();
-    connect(m_actions, &WindowActions::windowCommandTriggered, this, [this](WindowCommand command) {
-        if (const auto handler = m_handlers.constFind(command); handler != m_handlers.cend())
-            (*handler)();
-    });
+    addSyncCommands();
+    connect(m_actions, &WindowActions::windowCommandTriggered, this, &MainWindow::runCommand);
 }
 
 void MainWindow::addTabCommands()
@@ -112,6 +110,10 @@ void MainWindow::addViewCommands()
 
 void MainWindow::runPaneCommand(PaneCommand command)
 {
+    if (showsSync()) {
+        runSyncCommand(command);
+        return;
+    }
     if (command == PaneCommand::focusOtherSide) {
         m_model.setActiveSide(otherSide(m_model.activeSide()));
         return;
@@ -132,8 +134,9 @@ void MainWindow::prepareMenus()
             const PaneCommand *command = std::get_if<PaneCommand>(&entry);
             if (!command || *command == PaneCommand::focusOtherSide)
                 continue;
-            const bool isAvailable = view && ((view->pane() && view->pane()->isAvailable(*command)) ||
-                                              (view->library() && view->library()->isAvailable(*command)));
+            const bool isAvailable = !showsSync() && view &&
+                                     ((view->pane() && view->pane()->isAvailable(*command)) ||
+                                      (view->library() && view->library()->isAvailable(*command)));
             m_actions->action(*command)->setEnabled(isAvailable);
         }
     }
@@ -146,6 +149,7 @@ void MainWindow::openServer(const QUuid &id, bool inNewTab)
     const std::optional<ServerConnection> server = m_model.servers().server(id);
     if (!server)
         return;
+    showSides();
     if (inNewTab)
         activeTabs().openServer(*server, std::nullopt, std::nullopt);
     else

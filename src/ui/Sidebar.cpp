@@ -6,11 +6,15 @@
 #include "files/Format.h"
 #include "servers/ServerStore.h"
 #include "settings/SettingsStore.h"
+#include "sync/SyncEngine.h"
+#include "sync/SyncPairStore.h"
 #include "ui/Favorites.h"
 #include "ui/SidebarDelegate.h"
 #include "ui/Theme.h"
+#include "ui/Widgets.h"
 #include "ui/pane/FileMimeData.h"
 #include "ui/servers/ServerLook.h"
+#include "ui/sync/SyncLook.h"
 
 #include <QDragEnterEvent>
 #include <QFileInfo>
@@ -57,6 +61,7 @@ Sidebar::Sidebar(AppModel &model, QWidget *parent)
     , m_model(model)
     , m_places(addSection(tr("PLACES")))
     , m_servers(addSection(tr("SERVERS")))
+    , m_syncs(addSection(tr("SYNC")))
 {
     setObjectName(QStringLiteral("sidebar"));
     setAccessibleName(tr("Places and servers"));
@@ -74,9 +79,12 @@ Sidebar::Sidebar(AppModel &model, QWidget *parent)
     setTabKeyNavigation(false);
     fillPlaces();
     fillServers();
+    fillSyncs();
 
     connect(this, &QWidget::customContextMenuRequested, this, &Sidebar::showMenu);
     connect(&model.servers(), &ServerStore::libraryChanged, this, &Sidebar::fillServers);
+    connect(&model.servers(), &ServerStore::libraryChanged, this, &Sidebar::fillSyncs);
+    connect(&model.sync(), &SyncEngine::changed, this, &Sidebar::fillSyncs);
     connect(&model.connections(), &ServerConnections::connectionsChanged, this, &Sidebar::fillServers);
     connect(&model.settings(), &SettingsStore::settingChanged, this, [this](const QString &key) {
         if (key == m_model.settings().localFavoritesRaw.key())
@@ -147,12 +155,29 @@ void Sidebar::markCurrent(const QString &localPath, const QUuid &server)
 {
     m_currentPath = localPath;
     m_currentServer = server;
+    markItems();
+}
+
+void Sidebar::markSync(const QString &key)
+{
+    m_currentSync = key;
+    markItems();
+}
+
+void Sidebar::markItems()
+{
     clearSelection();
+    if (!m_currentSync.isEmpty()) {
+        for (int row = 0; row < m_syncs->childCount(); ++row)
+            m_syncs->child(row)->setSelected(m_syncs->child(row)->data(0, keyRole) == m_currentSync);
+        return;
+    }
     for (QTreeWidgetItem *section : {m_places, m_servers}) {
         for (int row = 0; row < section->childCount(); ++row) {
             QTreeWidgetItem *item = section->child(row);
-            const bool isShown = section == m_places ? !localPath.isEmpty() && item->data(0, pathRole) == localPath
-                                                     : !server.isNull() && item->data(0, serverRole) == server;
+            const bool isShown = section == m_places
+                                     ? !m_currentPath.isEmpty() && item->data(0, pathRole) == m_currentPath
+                                     : !m_currentServer.isNull() && item->data(0, serverRole) == m_currentServer;
             if (isShown)
                 item->setSelected(true);
         }
@@ -165,8 +190,43 @@ void Sidebar::choose(const QTreeWidgetItem *item)
         return;
     if (item->parent() == m_places)
         emit placeChosen(item->data(0, pathRole).toString());
-    else
+    else if (item->parent() == m_servers)
         emit serverChosen(item->data(0, serverRole).toUuid());
+    else if (const QUuid pair = item->data(0, pairRole).toUuid(); !pair.isNull())
+        emit pairChosen(pair);
+    else
+        emit syncChosen(item->data(0, keyRole).toString());
+}
+
+void Sidebar::fillSyncs()
+{
+    qDeleteAll(m_syncs->takeChildren());
+    const SyncEngine &engine = m_model.sync();
+    QStringList keys;
+    for (const SyncPair &pair : engine.pairs().pairs()) {
+        keys << engine.keyOf(pair);
+        addSync(pair, engine.recordOf(pair), keys.constLast(), true);
+    }
+    for (const SyncSession *session : engine.sessions()) {
+        if (!keys.contains(session->key()))
+            addSync(session->pair(), session->server(), session->key(), false);
+    }
+    m_syncs->setHidden(m_syncs->childCount() == 0);
+    markItems();
+}
+
+void Sidebar::addSync(const SyncPair &pair, const std::optional<ServerConnection> &server, const QString &key,
+                      bool isSaved)
+{
+    const SyncSession *session = m_model.sync().find(key);
+    auto *item = new QTreeWidgetItem(m_syncs, {SyncLook::title(pair, server)});
+    item->setIcon(0, Theme::icon(QStringLiteral("folder-sync")));
+    item->setData(0, keyRole, key);
+    item->setData(0, pairRole, isSaved ? pair.id : QUuid());
+    item->setData(0, connectedRole, session && session->isBusy());
+    const QString standing =
+        session && session->isBusy() ? tr("At work") : SyncLook::lastRun(m_model.sync().lastRun(key));
+    item->setToolTip(0, Widgets::toolTip(SyncLook::folders(pair, server) + u'\n' + standing));
 }
 
 void Sidebar::keyPressEvent(QKeyEvent *event)
@@ -188,7 +248,7 @@ void Sidebar::mouseReleaseEvent(QMouseEvent *event)
     } else if (event->button() == Qt::MiddleButton) {
         if (item->parent() == m_places)
             emit placeInNewTabRequested(item->data(0, pathRole).toString());
-        else
+        else if (item->parent() == m_servers)
             emit serverInNewTabRequested(item->data(0, serverRole).toUuid());
     }
 }
@@ -202,6 +262,8 @@ void Sidebar::showMenu(const QPoint &position)
         fillPlaceMenu(*menu, *item);
     else if (item && item->parent() == m_servers)
         fillServerMenu(*menu, item->data(0, serverRole).toUuid());
+    else if (item && item->parent() == m_syncs)
+        fillSyncMenu(*menu, *item);
     menu->addAction(tr("New server…"), this, &Sidebar::newServerRequested);
     menu->addAction(tr("Show the server library"), this, &Sidebar::libraryRequested);
     menu->popup(viewport()->mapToGlobal(position));
@@ -230,6 +292,18 @@ void Sidebar::fillPlaceMenu(QMenu &menu, const QTreeWidgetItem &item)
             setFavorites(Favorites::removing(m_model.settings().localFavoritesRaw.value(), path));
         });
     }
+    menu.addSeparator();
+}
+
+void Sidebar::fillSyncMenu(QMenu &menu, const QTreeWidgetItem &item)
+{
+    const QUuid pair = item.data(0, pairRole).toUuid();
+    if (!pair.isNull()) {
+        menu.addAction(tr("Sync now"), this, [this, pair] { emit pairChosen(pair); });
+        menu.addAction(tr("Left out…"), this, [this, pair] { emit pairPatternsRequested(pair); });
+        menu.addAction(tr("Forget…"), this, [this, pair] { emit pairForgetRequested(pair); });
+    }
+    menu.addAction(tr("Show all synced folders"), this, &Sidebar::pairsRequested);
     menu.addSeparator();
 }
 

@@ -4,11 +4,15 @@
 #include <QTreeWidget>
 #include <QUuid>
 
+#include <optional>
+
 class QMenu;
 
 namespace moorix {
 
 class AppModel;
+struct ServerConnection;
+struct SyncPair;
 
 /// Places of the local disk and the saved servers, one click away. Folders dropped on the places become favourites.
 class Sidebar final : public QTreeWidget
@@ -21,6 +25,8 @@ public:
 
     /// Marks the place or server that the active side shows, if it is listed.
     void markCurrent(const QString &localPath, const QUuid &server);
+    /// Marks the sync of this key instead, until the key is empty.
+    void markSync(const QString &key);
 
 signals:
     void placeChosen(const QString &path);
@@ -31,6 +37,11 @@ signals:
     void disconnectRequested(const QUuid &server);
     void newServerRequested();
     void libraryRequested();
+    void pairChosen(const QUuid &pair);
+    void syncChosen(const QString &key);
+    void pairPatternsRequested(const QUuid &pair);
+    void pairForgetRequested(const QUuid &pair);
+    void pairsRequested();
 
 protected:
     void drawBranches(QPainter *, const QRect &, const QModelIndex &) const override {}
@@ -41,23 +52,29 @@ protected:
     void dropEvent(QDropEvent *event) override;
 
 private:
-    enum Role { pathRole = Qt::UserRole, serverRole, favoriteRole, connectedRole };
+    enum Role { pathRole = Qt::UserRole, serverRole, favoriteRole, connectedRole, pairRole, keyRole };
 
     QTreeWidgetItem *addSection(const QString &title);
     void fillPlaces();
     void fillServers();
+    void fillSyncs();
+    void addSync(const SyncPair &pair, const std::optional<ServerConnection> &server, const QString &key, bool isSaved);
     void addPlace(const QString &label, const QString &iconName, const QString &path);
     void choose(const QTreeWidgetItem *item);
     void showMenu(const QPoint &position);
     void fillServerMenu(QMenu &menu, const QUuid &server);
     void fillPlaceMenu(QMenu &menu, const QTreeWidgetItem &item);
+    void fillSyncMenu(QMenu &menu, const QTreeWidgetItem &item);
+    void markItems();
     void setFavorites(const QString &raw);
 
     AppModel &m_model;
     QTreeWidgetItem *m_places;
     QTreeWidgetItem *m_servers;
+    QTreeWidgetItem *m_syncs;
     QString m_currentPath;
     QUuid m_currentServer;
+    QString m_currentSync;
 };
 
 } // namespace moorix

@@ -65,6 +65,7 @@ QPushButton:hover { background: <hover>; }
 QPushButton:pressed { background: <selection>; }
 QPushButton:focus { border-color: <accent>; }
 QPushButton:disabled { color: <faintText>; }
+QPushButton:checked { background: <inactiveSelection>; border-color: <accent>; }
 QPushButton[role="primary"], QPushButton:default { background: <selection>; border-color: <accent>; }
 QPushButton[role="primary"]:hover, QPushButton:default:hover { background: <hover>; }
 QPushButton[role="danger"] { color: <danger>; border-color: <danger>; }
@@ -78,6 +79,13 @@ QLabel[role="title"] { font-weight: 600; }
 QLabel[role="error"] { color: <danger>; }
 
 QFrame[role="bar"] { background: <sidebar>; border: none; border-bottom: 1px solid <border>; }
+QPushButton[role="chip"] { background: transparent; color: <mutedText>; border-radius: 11px; padding: 2px 11px; }
+QPushButton[role="chip"]:hover { background: <hover>; color: <text>; }
+QPushButton[role="chip"]:checked { background: <selection>; border-color: <accent>; color: <text>; }
+QPushButton[role="chip"]:focus { border-color: <accent>; color: <text>; }
+QPushButton[role="chip"][tone="warning"] { color: <warning>; border-color: <warning>; }
+QFrame[role="note"] { background: <accentGround>; border: none; border-left: 3px solid <accent>; border-radius: 4px; }
+QFrame[role="note"][tone="warning"] { background: <warningGround>; border-left-color: <warning>; }
 QFrame[role="card"] { background: <toolBar>; border: 1px solid <border>; border-radius: 8px; }
 moorix--MessageBar { background: <accentGround>; border: none; border-left: 3px solid <accent>;
     border-bottom: 1px solid <border>; }

@@ -30,6 +30,8 @@ enum class WindowCommand {
     addFavorite,
     home,
     sameFolderThere,
+    sync,
+    syncPairs,
     swapSides,
     twoSides,
     sidebar,

@@ -30,6 +30,10 @@ QFrame#transferDrawer { background: <sidebar>; border: none; border-top: 1px sol
 QFrame#editedFilesBar { background: <toolBar>; border: none; border-top: 2px solid <warning>; }
 QFrame#editedFilesBar[tone="danger"] { border-top-color: <danger>; }
 QFrame#editedFilesBar[tone="quiet"] { border-top: 1px solid <border>; }
+QWidget#syncPage, QWidget#syncOverview { background: <base>; }
+QFrame#syncRowBar, QFrame#syncFooter { background: <sidebar>; border: none; border-top: 1px solid <border>; }
+QPushButton#syncConflicts::menu-indicator { image: none; }
+QFrame#syncProgress, QFrame#syncEnd { background: <sidebar>; border: none; border-bottom: 1px solid <border>; }
 QFrame#conflictBar { background: <toolBar>; border: none; border-top: 2px solid <warning>; }
 QLabel[role="heading"] { font-weight: 600; font-size: 15px; }
 QLabel[role="headline"] { font-weight: 600; font-size: 18px; }

@@ -25,7 +25,7 @@ namespace moorix::test {
 
 /// The whole program in a home of its own: the folder "left" is open on the left, "right" on the right, and the
 /// library is empty. The clients are answered by the test, secrets stay in memory.
-class WindowBench final
+class WindowBench
 {
 public:
     explicit WindowBench(

@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ui/FlowLayout.h"
+
+#include <algorithm>
+
+namespace moorix {
+
+FlowLayout::FlowLayout(int spacing, QWidget *parent)
+    : QLayout(parent)
+{
+    setContentsMargins(0, 0, 0, 0);
+    setSpacing(spacing);
+}
+
+FlowLayout::~FlowLayout() = default;
+
+QLayoutItem *FlowLayout::itemAt(int index) const
+{
+    return index >= 0 && index < count() ? m_items.at(std::size_t(index)).get() : nullptr;
+}
+
+QLayoutItem *FlowLayout::takeAt(int index)
+{
+    if (!itemAt(index))
+        return nullptr;
+    QLayoutItem *taken = m_items.at(std::size_t(index)).release();
+    m_items.erase(m_items.begin() + index);
+    return taken;
+}
+
+QSize FlowLayout::minimumSize() const
+{
+    QSize size;
+    for (const auto &item : m_items)
+        size = size.expandedTo(item->minimumSize());
+    return size;
+}
+
+QSize FlowLayout::sizeHint() const
+{
+    QSize size;
+    for (const auto &item : m_items) {
+        const QSize hint = item->sizeHint();
+        size = {size.width() + hint.width() + spacing(), std::max(size.height(), hint.height())};
+    }
+    return size;
+}
+
+void FlowLayout::setGeometry(const QRect &rect)
+{
+    QLayout::setGeometry(rect);
+    arrange(rect, true);
+}
+
+int FlowLayout::arrange(const QRect &rect, bool moves) const
+{
+    int x = rect.left();
+    int y = rect.top();
+    int lineHeight = 0;
+    for (const auto &item : m_items) {
+        if (item->isEmpty())
+            continue;
+        const QSize size = item->sizeHint().boundedTo({std::max(rect.width(), 1), 1000});
+        if (x > rect.left() && x + size.width() > rect.right() + 1) {
+            x = rect.left();
+            y += lineHeight + spacing();
+            lineHeight = 0;
+        }
+        if (moves)
+            item->setGeometry({QPoint(x, y), size});
+        x += size.width() + spacing();
+        lineHeight = std::max(lineHeight, size.height());
+    }
+    return y + lineHeight - rect.top();
+}
+
+} // namespace moorix
