@@ -59,7 +59,19 @@ SyncSession::SyncSession(SyncPlaces places, SyncPair pair, ServerConnection serv
     connect(&m_pulse, &QTimer::timeout, this, &SyncSession::measure);
 }
 
-SyncSession::~SyncSession() = default;
+SyncSession::~SyncSession()
+{
+    dropPlan();
+}
+
+/// Of a large tree, letting go of all that was known takes a while.
+void SyncSession::dropPlan()
+{
+    runJob([plan = std::exchange(m_plan, {})](
+               const std::stop_token &) mutable { const SyncPlan dropped = std::move(plan); },
+           [] {}, [](const Error &) {})
+        .detach();
+}
 
 void SyncSession::setPair(const SyncPair &pair)
 {
@@ -133,7 +145,7 @@ void SyncSession::look()
 {
     if (isBusy())
         return;
-    m_plan = {};
+    dropPlan();
     m_outcome.reset();
     m_confirmed.clear();
     m_hasChoices = false;

@@ -112,6 +112,7 @@ private:
     void finish(SyncOutcome outcome);
     void announceChanges();
     void measure();
+    void dropPlan();
 
     SyncPlaces m_places;
     SyncPair m_pair;

@@ -300,7 +300,7 @@ void Sidebar::fillSyncMenu(QMenu &menu, const QTreeWidgetItem &item)
     const QUuid pair = item.data(0, pairRole).toUuid();
     if (!pair.isNull()) {
         menu.addAction(tr("Sync now"), this, [this, pair] { emit pairChosen(pair); });
-        menu.addAction(tr("Left out…"), this, [this, pair] { emit pairPatternsRequested(pair); });
+        menu.addAction(tr("Leave out…"), this, [this, pair] { emit pairPatternsRequested(pair); });
         menu.addAction(tr("Forget…"), this, [this, pair] { emit pairForgetRequested(pair); });
     }
     menu.addAction(tr("Show all synced folders"), this, &Sidebar::pairsRequested);

@@ -68,6 +68,7 @@ QPushButton:disabled { color: <faintText>; }
 QPushButton:checked { background: <inactiveSelection>; border-color: <accent>; }
 QPushButton[role="primary"], QPushButton:default { background: <selection>; border-color: <accent>; }
 QPushButton[role="primary"]:hover, QPushButton:default:hover { background: <hover>; }
+QPushButton[role="primary"]:disabled { background: transparent; border-color: <border>; }
 QPushButton[role="danger"] { color: <danger>; border-color: <danger>; }
 QPushButton[role="danger"]:focus { background: <hover>; border-width: 2px; padding: 3px 13px; }
 QPushButton[role="link"] { background: transparent; border: 1px solid transparent; color: <accent>; padding: 2px 6px; }

@@ -1,16 +1,19 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/CommandLine.h"
+#include "base/Json.h"
 #include "files/LocalFileService.h"
 #include "servers/ServerLibrary.h"
 #include "support/MemoryKeychain.h"
 #include "support/TestMain.h"
 #include "support/TestServer.h"
+#include "sync/SyncPairLibrary.h"
 
 #include <QDir>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QTemporaryFile>
 
 #include <csignal>
@@ -110,6 +113,7 @@ class CommandLineTest final : public QObject
     TestTree m_tree{{"site/it's \"a\".txt", "text"}, {"site/.hidden", "dot"}, {"site/deep/b", "more"}};
     std::unique_ptr<TestServer> m_server;
     CommandLine::Platform m_platform;
+    ServerConnection m_record;
     QByteArray m_out;
     QByteArray m_err;
 
@@ -123,6 +127,7 @@ private slots:
         record.name = u"web"_s;
         ServerLibrary library;
         library.servers = {record};
+        m_record = record;
         m_tree.write("data/Moorix/servers.json", library.encode());
         m_platform = {std::make_shared<IsolatedClients>(m_server->knownHostsPath()),
                       std::make_shared<MemoryKeychain>()};
@@ -323,6 +328,31 @@ private slots:
         QCOMPARE(run({u"rm"_s, u"--recursive"_s, remote("/renamed"), remote("/copy")}), 0);
         QCOMPARE(QDir(m_server->sharedPath()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
                  QStringList());
+    }
+
+    void syncLeavesOutWhatTheSavedPairDoes()
+    {
+        m_tree.write("pair/keep.txt", "k");
+        m_tree.write("pair/drop.log", "d");
+        m_tree.write("pair/other.tmp", "o");
+        SyncPairLibrary saved;
+        saved.pairs = {
+            {newUuid(), {}, m_tree.path("pair"), m_record.id, m_server->sharedPath() + u"/pair/"_s, {u"*.log"_s}}};
+        m_tree.write("data/Moorix/sync/pairs.json", saved.encode());
+        const QStringList command{u"sync"_s,     m_tree.path("pair"), remote("/pair"),
+                                  u"--ignore"_s, u"*.tmp"_s,          u"--json"_s};
+        QCOMPARE(run(command), 0);
+        QCOMPARE(snapshotOf(m_server->sharedPath() + u"/pair"_s)
+                     .keys()
+                     .filter(u"."_s)
+                     .filter(QRegularExpression(u"^[a-z]"_s)),
+                 QStringList{u"keep.txt"_s});
+        QCOMPARE(QJsonDocument::fromJson(m_out)[u"leftOut"_s].toArray().size(), 2);
+        // Without its patterns more than is wanted would be synced.
+        m_tree.write("data/Moorix/sync/pairs.json", "{");
+        QCOMPARE(run(command), 1);
+        QVERIFY2(m_err.contains("list of folder pairs"), m_err.constData());
+        QVERIFY(QDir(m_server->sharedPath() + u"/pair"_s).removeRecursively());
     }
 
     void stoppedServerIsSaidInWords()

@@ -312,6 +312,93 @@ private slots:
         QVERIFY(bench.session().plan().isFirst);
     }
 
+    void whatOthersDoMeanwhileEndsInASentenceAndAnotherLookHelps()
+    {
+        EngineScene bench;
+        bench.scene.tree.write("here/a", "a");
+        const SyncStateStore store(bench.scene.tree.path("state"));
+        SyncSession &session = bench.session();
+        auto lock = store.lock(session.key());
+        session.look();
+        QTRY_COMPARE(session.state(), State::failed);
+        QCOMPARE(session.problem(), u"This folder pair is being synced already."_s);
+        QVERIFY(!session.hasPlan() && !session.outcome());
+        lock.reset();
+        bench.look();
+        SyncManifest elsewhere;
+        elsewhere.id = session.key();
+        elsewhere.lastSyncDate = systemNow();
+        store.saveManifest(elsewhere);
+        session.apply();
+        QTRY_COMPARE(session.state(), State::failed);
+        QVERIFY(session.problem().contains(u"synced elsewhere since the preview"_s));
+        QVERIFY(!bench.scene.tree.exists("there/a"));
+        bench.sync();
+        QVERIFY(session.problem().isEmpty());
+        QCOMPARE(bench.scene.tree.read("there/a"), "a");
+    }
+
+    void damagedMemoryIsToldAndDeletesNothing()
+    {
+        EngineScene bench;
+        bench.scene.tree.write("here/a", "a");
+        bench.scene.tree.write("here/b", "b");
+        bench.sync();
+        QVERIFY(bench.session().warning().isEmpty());
+        QFile::remove(bench.scene.tree.path("there/a"));
+        bench.scene.tree.write(u"state/%1.json"_s.arg(bench.session().key()), "{\"id\": 7}");
+        bench.look();
+        QVERIFY(bench.session().warning().contains(u"was set aside"_s));
+        QVERIFY(bench.session().plan().isFirst);
+        QCOMPARE(bench.action("a"), SyncAction::copyToRemote);
+        bench.look();
+        QVERIFY(bench.session().warning().isEmpty());
+    }
+
+    void aRowThatFailsIsTheOnlyOneAndTheNextRunTriesItAgain()
+    {
+        EngineScene bench;
+        for (const char *name : {"a", "b", "c"})
+            bench.scene.tree.write(u"here/"_s + QLatin1String(name), name);
+        std::atomic<bool> isBroken = true;
+        bench.scene.server->halfway = [&](const QString &source) {
+            if (isBroken && source.endsWith(u"/b"_s))
+                throw FileServiceError::operationFailed(u"Disk quota exceeded"_s);
+        };
+        bench.sync();
+        SyncSession &session = bench.session();
+        QCOMPARE(session.outcome()->count(SyncResult::failed), 1);
+        QCOMPARE(session.log().constLast().failed, 1);
+        QVERIFY(session.log().constLast().lines.join(u'\n').contains(u"b: failed: Disk quota exceeded"_s));
+        isBroken = false;
+        bench.look();
+        QCOMPARE(session.plan().changeCount(), 1);
+        session.apply();
+        QTRY_COMPARE(session.state(), State::done);
+        QCOMPARE(session.log().size(), 2);
+        QCOMPARE(bench.scene.here(), bench.scene.there());
+    }
+
+    void progressTellsWhatIsUnderWay()
+    {
+        EngineScene bench;
+        bench.scene.server->isTakingMany = false;
+        bench.scene.tree.write("here/large", QByteArray(2'000'000, 'x'));
+        std::atomic<bool> isHeld = true;
+        bench.scene.server->halfway = [&](const QString &) {
+            while (isHeld)
+                QThread::msleep(2);
+        };
+        bench.look();
+        SyncSession &session = bench.session();
+        session.apply();
+        QTRY_COMPARE(session.progress().counts.bytesTotal, 2'000'000);
+        QCOMPARE(session.progress().stage, SyncProgress::Stage::copyingToServer);
+        isHeld = false;
+        QTRY_COMPARE(session.state(), State::done);
+        QCOMPARE(session.outcome()->bytesCopied, 2'000'000);
+    }
+
     void comparesTheFilesOfARow()
     {
         EngineScene bench;

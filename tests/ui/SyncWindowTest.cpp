@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "WindowBench.h"
 
+#include "app/ServerConnections.h"
 #include "support/TestServer.h"
 #include "sync/SyncEngine.h"
 #include "sync/SyncPairStore.h"
@@ -240,6 +241,138 @@ private slots:
         bench->click(bench->find("messageBarConfirm"));
         QVERIFY(bench->model->sync().pairs().pairs().isEmpty());
         QVERIFY(!bench->find("syncCard"));
+    }
+
+    void whatGoesWrongIsASentenceWithARetry()
+    {
+        const auto bench = open({{"left/a", "1"}, {"left/b", "2"}});
+        bench->lookByKey();
+        bench->click(bench->find("syncApply"));
+        QTRY_COMPARE(bench->state(), SyncSession::State::done);
+        QVERIFY(QDir().rename(bench->home.path("left"), bench->home.path("away")));
+        bench->click(bench->find("syncAgain"));
+        QTRY_COMPARE(bench->state(), SyncSession::State::failed);
+        QVERIFY(bench->text("syncEndTitle").endsWith(u"is not there. Nothing was synced."_s));
+        QVERIFY(!bench->rows() && !bench->find("syncApply"));
+        QCOMPARE(bench->find<QPushButton>("syncAgain")->text(), u"Try again"_s);
+        QVERIFY(QDir().rename(bench->home.path("away"), bench->home.path("left")));
+        bench->home.write(u"data/Moorix/sync/%1.state.json"_s.arg(bench->session()->key()), "no JSON");
+        bench->click(bench->find("syncAgain"));
+        QTRY_COMPARE(bench->state(), SyncSession::State::review);
+        QVERIFY(bench->text("syncWarning").contains(u"could not be read and was set aside"_s));
+        QVERIFY(bench->text("syncEmpty").startsWith(u"Both sides are alike."_s));
+    }
+
+    void disconnectingTheServerEndsItsSync()
+    {
+        const auto bench = open({{"left/a", "1"}});
+        bench->lookByKey();
+        connect(bench->session(), &SyncSession::stateChanged, this, [this, &bench] {
+            if (bench->state() == SyncSession::State::applying)
+                m_sshd->freeze();
+        });
+        bench->click(bench->find("syncApply"));
+        QTRY_COMPARE(bench->state(), SyncSession::State::applying);
+        bench->session()->disconnect(this);
+        // Quitting now has to be asked about.
+        bench->window->close();
+        QVERIFY(bench->window->isVisible());
+        QVERIFY(bench->text("messageBarText").startsWith(u"A folder sync is under way"_s));
+        bench->click(bench->find("messageBarClose"));
+        bench->model->connections().disconnect(bench->model->servers().library().servers.value(0).id);
+        m_sshd->thaw();
+        QTRY_COMPARE(bench->state(), SyncSession::State::cancelled);
+    }
+
+    void foldersThatCannotBeSyncedAreToldInWords_data()
+    {
+        QTest::addColumn<QString>("left");
+        QTest::addColumn<QString>("right");
+        QTest::addColumn<QString>("reason");
+        QTest::newRow("two of this computer") << u"local"_s << u"local"_s << u"has to be a folder of a server."_s;
+        QTest::newRow("two of servers") << u"server"_s << u"server"_s << u"has to be a folder of this computer."_s;
+        QTest::newRow("the library") << u"library"_s << u"server"_s << u"Both sides have to show a folder"_s;
+    }
+
+    void foldersThatCannotBeSyncedAreToldInWords()
+    {
+        QFETCH(const QString, left);
+        QFETCH(const QString, right);
+        QFETCH(const QString, reason);
+        const auto bench = open({{"left/a", "1"}});
+        const ServerConnection server = bench->model->servers().library().servers.value(0);
+        const auto showOn = [&](Side side, const QString &what) {
+            if (what == u"library"_s)
+                bench->model->tabs(side).openServers();
+            else if (what == u"local"_s)
+                bench->model->tabs(side).openLocalHere(bench->home.path("left"));
+            else
+                bench->model->tabs(side).openServerHere(server);
+        };
+        showOn(Side::left, left);
+        showOn(Side::right, right);
+        for (const Side side : {Side::left, Side::right})
+            QTRY_VERIFY(left == u"library"_s || (bench->pane(side) && !bench->pane(side)->currentPath().isEmpty()));
+        bench->key(Qt::Key_Y, Qt::ControlModifier);
+        QVERIFY2(bench->text("syncReason").contains(reason), qPrintable(bench->text("syncReason")));
+        QVERIFY(!bench->find("syncShown") && bench->model->sync().sessions().isEmpty());
+        bench->key(Qt::Key_Escape);
+        QVERIFY(bench->find("sideView"));
+    }
+
+    void choicesOfATreeGoForAllThatLiesInAFolder()
+    {
+        const auto bench = open({{"left/d/one", "1"}, {"left/d/two", "2"}, {"left/e", "3"}});
+        bench->lookByKey();
+        bench->click(bench->find("syncTree"));
+        bench->select(u"d"_s);
+        bench->rows()->setFocus();
+        bench->key(Qt::Key_Return);
+        QCOMPARE(bench->rows()->model()->rowCount(), 2);
+        bench->key(Qt::Key_Left);
+        QCOMPARE(bench->text("syncSummary"), u"1 to the server, 3 to delete on this computer"_s);
+        // Nothing untrue stands there while something is to be deleted.
+        QVERIFY(bench->text("syncFirstNotice").isEmpty());
+        bench->key(Qt::Key_U);
+        QCOMPARE(bench->text("syncSummary"), u"4 to the server"_s);
+        QVERIFY(!bench->text("syncFirstNotice").isEmpty());
+        bench->key(Qt::Key_Return);
+        QCOMPARE(bench->rows()->model()->rowCount(), 4);
+        emit bench->rows()->customContextMenuRequested({});
+        bench->choose(bench->rows()->findChild<QMenu *>(u"syncRowMenu"_s)->actions(), "Skip");
+        QCOMPARE(bench->text("syncSummary"), u"1 to the server, 3 left as they are"_s);
+    }
+
+    void sidebarKeepsThePairsAtHand()
+    {
+        const auto bench = open({{"left/a", "1"}});
+        const auto item = [&bench](const QString &name) {
+            auto *sidebar = bench->find<QTreeWidget>("sidebar");
+            return sidebar->findItems(name, Qt::MatchExactly | Qt::MatchRecursive).value(0);
+        };
+        const auto menuOf = [&bench](const QTreeWidgetItem *of) {
+            auto *sidebar = bench->find<QTreeWidget>("sidebar");
+            emit sidebar->customContextMenuRequested(sidebar->visualItemRect(of).center());
+            return sidebar->findChildren<QMenu *>().constLast()->actions();
+        };
+        QVERIFY(!item(u"left ↔ web"_s));
+        bench->lookByKey();
+        QVERIFY(item(u"left ↔ web"_s)->isSelected());
+        bench->click(bench->find("syncSave"));
+        bench->key(Qt::Key_Escape);
+        QVERIFY(item(u"left ↔ web"_s) && !item(u"left ↔ web"_s)->isSelected());
+        bench->choose(menuOf(item(u"left ↔ web"_s)), "Leave out");
+        QCOMPARE(QApplication::focusWidget(), bench->find("syncPatterns"));
+        bench->find<QPlainTextEdit>("syncPatterns")->setPlainText(u"never mind"_s);
+        bench->key(Qt::Key_Escape);
+        QVERIFY(bench->find("syncPage") && !bench->find("syncPatterns"));
+        QVERIFY(bench->model->sync().pairs().pairs().value(0).ignorePatterns.isEmpty());
+        bench->restart();
+        bench->choose(menuOf(item(u"left ↔ web"_s)), "Sync now");
+        QTRY_COMPARE(bench->state(), SyncSession::State::review);
+        bench->choose(menuOf(item(u"left ↔ web"_s)), "Forget");
+        bench->click(bench->find("messageBarConfirm"));
+        QVERIFY(!item(u"left ↔ web"_s));
     }
 
     void keysOfFileListsTouchNothingBehindASync()

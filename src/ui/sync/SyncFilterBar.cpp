@@ -31,7 +31,6 @@ SyncFilterBar::SyncFilterBar(SyncSession &session, SyncRowsModel &rows, QWidget 
     m_search->setPlaceholderText(tr("Show paths containing…"));
     m_search->setClearButtonEnabled(true);
     m_search->addAction(Theme::icon(QStringLiteral("search"), Theme::Color::mutedText), QLineEdit::LeadingPosition);
-    m_search->setFixedWidth(220);
     m_search->installEventFilter(this);
     m_tree->setCheckable(true);
     auto *row = new QHBoxLayout(this);
@@ -91,6 +90,14 @@ void SyncFilterBar::addChips()
     const auto shown = std::find_if(filters.cbegin(), filters.cend(),
                                     [this](const SyncFilter &filter) { return filter.id == m_chosen; });
     m_rows.show(*shown);
+}
+
+/// The chips need the room more.
+void SyncFilterBar::resizeEvent(QResizeEvent *event)
+{
+    constexpr int narrow = 700;
+    m_search->setFixedWidth(width() < narrow ? 140 : 220);
+    QFrame::resizeEvent(event);
 }
 
 bool SyncFilterBar::eventFilter(QObject *watched, QEvent *event)

@@ -36,7 +36,7 @@ SyncHeader::SyncHeader(SyncEngine &engine, SyncSession &session, QWidget *parent
     , m_title(new ElidedLabel(Qt::ElideMiddle, this))
     , m_last(new ElidedLabel(Qt::ElideRight, this))
     , m_save(textButton(QStringLiteral("bookmark-new"), tr("Save this pair"), QStringLiteral("syncSave"), this))
-    , m_ignore(textButton(QStringLiteral("view-filter"), tr("Left out"), QStringLiteral("syncIgnore"), this))
+    , m_ignore(textButton(QStringLiteral("view-filter"), tr("Leave out…"), QStringLiteral("syncIgnore"), this))
     , m_history(textButton(QStringLiteral("chronometer"), tr("History"), QStringLiteral("syncHistory"), this))
     , m_reload(Widgets::iconButton(QStringLiteral("view-refresh"), tr("Read both folders anew (Ctrl+R)"),
                                    QStringLiteral("syncReload"), this))

@@ -43,6 +43,7 @@ SyncHistoryView::SyncHistoryView(SyncSession &session, QWidget *parent)
     setHeaderLabels({tr("Run"), tr("Result"), tr("What was done")});
     setFrameShape(NoFrame);
     setUniformRowHeights(true);
+    setAllColumnsShowFocus(true);
     header()->setSectionsMovable(false);
     header()->resizeSection(timeColumn, 240);
     header()->resizeSection(resultColumn, 180);

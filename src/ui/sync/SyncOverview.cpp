@@ -116,7 +116,7 @@ void SyncOverview::addCard(const SyncPair &pair)
                              : session && session->isBusy() ? tr("At work…")
                                                             : SyncLook::lastRun(engine.lastRun(engine.keyOf(pair)));
     QPushButton *sync = Widgets::primaryButton(tr("Sync now"), QStringLiteral("syncNow"), card);
-    QPushButton *patterns = Widgets::button(tr("Left out…"), QStringLiteral("syncEditPatterns"), card);
+    QPushButton *patterns = Widgets::button(tr("Leave out…"), QStringLiteral("syncEditPatterns"), card);
     QPushButton *forget = Widgets::button(tr("Forget…"), QStringLiteral("syncForget"), card);
     sync->setEnabled(server.has_value());
     patterns->setEnabled(server.has_value());

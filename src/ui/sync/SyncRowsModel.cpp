@@ -8,17 +8,27 @@
 #include <QStringMatcher>
 
 #include <algorithm>
-#include <numeric>
 
 namespace moorix {
 
 namespace {
 
-/// Folders come right before what lies in them, which plain string order does not give: "a", "a-b", "a/c".
-bool isBefore(const QString &a, const QString &b)
+/// The places of rows in the order of a tree: folders right before what lies in them, which plain string order does not
+/// give: "a", "a-b", "a/c".
+std::vector<int> treeOrder(const QList<SyncRow> &rows)
 {
-    const auto rank = [](QChar c) { return c == u'/' ? 0 : c.unicode() + 1; };
-    return std::ranges::lexicographical_compare(a, b, {}, rank, rank);
+    std::vector<std::pair<QString, int>> keys;
+    keys.reserve(std::size_t(rows.size()));
+    for (int place = 0; place < rows.size(); ++place) {
+        QString key = rows.at(place).diff.relPath;
+        keys.emplace_back(key.replace(u'/', QChar(1)), place);
+    }
+    std::sort(keys.begin(), keys.end());
+    std::vector<int> places;
+    places.reserve(keys.size());
+    for (const auto &key : keys)
+        places.push_back(key.second);
+    return places;
 }
 
 QString sizeOf(const std::optional<SyncEntry> &entry)
@@ -104,12 +114,8 @@ std::vector<int> SyncRowsModel::found() const
             add(place);
         return m_session.outcome() ? ranked(std::move(places)) : places;
     }
-    if (m_treeOrder.empty()) {
-        m_treeOrder.resize(std::size_t(rows.size()));
-        std::iota(m_treeOrder.begin(), m_treeOrder.end(), 0);
-        std::ranges::sort(m_treeOrder, isBefore,
-                          [&rows](int place) -> const QString & { return rows.at(place).diff.relPath; });
-    }
+    if (m_treeOrder.empty())
+        m_treeOrder = treeOrder(rows);
     for (const int place : m_treeOrder)
         add(place);
     return places;
@@ -204,24 +210,26 @@ QList<qsizetype> SyncRowsModel::places(const QModelIndexList &lines) const
 {
     if (m_filter.isLeftOut)
         return {};
-    QSet<qsizetype> places;
+    QList<qsizetype> places;
     QSet<QString> folders;
+    places.reserve(lines.size());
     for (const QModelIndex &index : lines) {
         if (const int place = m_lines.at(std::size_t(index.row())).place; place >= 0)
-            places.insert(place);
+            places.append(place);
         if (isFolder(index.row()))
             folders.insert(relPath(index.row()));
     }
-    if (!folders.isEmpty()) {
-        for (const int place : found()) {
-            const QString &entry = source().at(place).diff.relPath;
-            for (qsizetype slash = entry.indexOf(u'/'); slash >= 0; slash = entry.indexOf(u'/', slash + 1)) {
-                if (folders.contains(entry.left(slash)))
-                    places.insert(place);
-            }
+    if (folders.isEmpty())
+        return places;
+    QSet<qsizetype> all(places.cbegin(), places.cend());
+    for (const int place : found()) {
+        const QString &entry = source().at(place).diff.relPath;
+        for (qsizetype slash = entry.indexOf(u'/'); slash >= 0; slash = entry.indexOf(u'/', slash + 1)) {
+            if (folders.contains(entry.left(slash)))
+                all.insert(place);
         }
     }
-    return QList<qsizetype>(places.cbegin(), places.cend());
+    return QList<qsizetype>(all.cbegin(), all.cend());
 }
 
 int SyncRowsModel::rowCount(const QModelIndex &parent) const
