@@ -50,7 +50,7 @@ void MainWindow::connectSync()
     connect(m_sync, &SyncArea::backRequested, this, &MainWindow::showSides);
     connect(m_sidebar, &Sidebar::pairChosen, m_sync, &SyncArea::showPair);
     connect(m_sidebar, &Sidebar::syncChosen, m_sync, &SyncArea::showSession);
-    connect(m_sidebar, &Sidebar::pairPatternsRequested, m_sync, &SyncArea::showPatterns);
+    connect(m_sidebar, &Sidebar::pairSettingsRequested, m_sync, &SyncArea::showSettings);
     connect(m_sidebar, &Sidebar::pairForgetRequested, m_sync, &SyncArea::askToForget);
     connect(m_sidebar, &Sidebar::pairsRequested, m_sync, &SyncArea::showOverview);
 }

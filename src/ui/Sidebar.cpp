@@ -300,9 +300,11 @@ void Sidebar::fillSyncMenu(QMenu &menu, const QTreeWidgetItem &item)
     const QUuid pair = item.data(0, pairRole).toUuid();
     if (!pair.isNull()) {
         menu.addAction(tr("Sync now"), this, [this, pair] { emit pairChosen(pair); });
-        menu.addAction(tr("Leave out…"), this, [this, pair] { emit pairPatternsRequested(pair); });
+        menu.addAction(tr("Settings…"), this, [this, pair] { emit pairSettingsRequested(pair); });
         menu.addAction(tr("Forget…"), this, [this, pair] { emit pairForgetRequested(pair); });
     }
+    if (SyncSession *session = pair.isNull() ? m_model.sync().find(item.data(0, keyRole).toString()) : nullptr)
+        menu.addAction(tr("Close"), session, [this, session] { m_model.sync().close(*session); });
     menu.addAction(tr("Show all synced folders"), this, &Sidebar::pairsRequested);
     menu.addSeparator();
 }

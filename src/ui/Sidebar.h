@@ -39,7 +39,7 @@ signals:
     void libraryRequested();
     void pairChosen(const QUuid &pair);
     void syncChosen(const QString &key);
-    void pairPatternsRequested(const QUuid &pair);
+    void pairSettingsRequested(const QUuid &pair);
     void pairForgetRequested(const QUuid &pair);
     void pairsRequested();
 

@@ -68,6 +68,7 @@ QPushButton:disabled { color: <faintText>; }
 QPushButton:checked { background: <inactiveSelection>; border-color: <accent>; }
 QPushButton[role="primary"], QPushButton:default { background: <selection>; border-color: <accent>; }
 QPushButton[role="primary"]:hover, QPushButton:default:hover { background: <hover>; }
+QPushButton[role="primary"]:focus, QPushButton:checked:focus { border-width: 2px; padding: 3px 13px; }
 QPushButton[role="primary"]:disabled { background: transparent; border-color: <border>; }
 QPushButton[role="danger"] { color: <danger>; border-color: <danger>; }
 QPushButton[role="danger"]:focus { background: <hover>; border-width: 2px; padding: 3px 13px; }
@@ -83,7 +84,7 @@ QFrame[role="bar"] { background: <sidebar>; border: none; border-bottom: 1px sol
 QPushButton[role="chip"] { background: transparent; color: <mutedText>; border-radius: 11px; padding: 2px 11px; }
 QPushButton[role="chip"]:hover { background: <hover>; color: <text>; }
 QPushButton[role="chip"]:checked { background: <selection>; border-color: <accent>; color: <text>; }
-QPushButton[role="chip"]:focus { border-color: <accent>; color: <text>; }
+QPushButton[role="chip"]:focus { border: 2px solid <accent>; padding: 1px 10px; color: <text>; }
 QPushButton[role="chip"][tone="warning"] { color: <warning>; border-color: <warning>; }
 QFrame[role="note"] { background: <accentGround>; border: none; border-left: 3px solid <accent>; border-radius: 4px; }
 QFrame[role="note"][tone="warning"] { background: <warningGround>; border-left-color: <warning>; }

@@ -5,6 +5,7 @@
 #include "base/Error.h"
 #include "sync/SyncEngine.h"
 #include "sync/SyncPairStore.h"
+#include "sync/SyncText.h"
 #include "ui/sync/SyncLook.h"
 #include "ui/sync/SyncOverview.h"
 #include "ui/sync/SyncPage.h"
@@ -24,7 +25,7 @@ SyncArea::SyncArea(AppModel &model, QWidget *parent)
     connect(m_overview, &SyncOverview::backRequested, this, &SyncArea::backRequested);
     connect(m_overview, &SyncOverview::shownPairRequested, this, &SyncArea::showShownPair);
     connect(m_overview, &SyncOverview::pairRequested, this, &SyncArea::showPair);
-    connect(m_overview, &SyncOverview::patternsRequested, this, &SyncArea::showPatterns);
+    connect(m_overview, &SyncOverview::settingsRequested, this, &SyncArea::showSettings);
 }
 
 SyncArea::~SyncArea() = default;
@@ -77,9 +78,10 @@ void SyncArea::showPair(const QUuid &pair)
     SyncSession *session = sessionOf(pair);
     if (!session)
         return;
-    show(*session);
     // What waits for the user is not thrown away.
-    if (!session->isBusy() && session->state() != SyncSession::State::review)
+    const bool waits = session->state() == SyncSession::State::review || m_unseen.contains(session->key());
+    show(*session);
+    if (!waits && !session->isBusy())
         session->look();
 }
 
@@ -89,10 +91,10 @@ void SyncArea::showSession(const QString &key)
         show(*session);
 }
 
-void SyncArea::showPatterns(const QUuid &pair)
+void SyncArea::showSettings(const QUuid &pair)
 {
     if (SyncSession *session = sessionOf(pair))
-        show(*session)->showIgnorePatterns();
+        show(*session)->showSettings();
 }
 
 void SyncArea::askToForget(const QUuid &id)
@@ -113,6 +115,7 @@ SyncPage *SyncArea::show(SyncSession &session)
         connect(m_page, &SyncPage::backRequested, this, &SyncArea::backRequested);
         connect(m_page, &SyncPage::messageRaised, &m_model, &AppModel::messageRaised);
     }
+    m_unseen.remove(session.key());
     setCurrentWidget(m_page);
     emit shown();
     m_page->focusContent();
@@ -138,8 +141,25 @@ void SyncArea::dropPage()
         m_model.sync().close(session);
 }
 
+/// A run that nobody looks at must not end without a word.
+void SyncArea::tellEnds()
+{
+    for (const SyncSession *session : m_model.sync().sessions()) {
+        if (session->isApplying()) {
+            m_applying.insert(session->key());
+        } else if (!session->isBusy() && m_applying.remove(session->key()) && session->key() != shownKey()) {
+            m_unseen.insert(session->key());
+            const QString what = session->problem().isEmpty() && session->outcome()
+                                     ? SyncText::summary(*session->outcome())
+                                     : session->problem().section(u'\n', 0, 0);
+            emit m_model.messageRaised(tr("%1: %2").arg(SyncLook::title(session->pair(), session->server()), what));
+        }
+    }
+}
+
 void SyncArea::followEngine()
 {
+    tellEnds();
     if (!m_page || m_model.sync().sessions().contains(&m_page->session()))
         return;
     // The pair was forgotten; nothing of its session may be asked any more.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <QSet>
 #include <QStackedWidget>
 #include <QUuid>
 
@@ -28,7 +29,7 @@ public:
     void showOverview();
     void showPair(const QUuid &pair);
     void showSession(const QString &key);
-    void showPatterns(const QUuid &pair);
+    void showSettings(const QUuid &pair);
     void askToForget(const QUuid &pair);
     /// The area is left.
     void leave();
@@ -47,6 +48,7 @@ signals:
 
 private:
     void followEngine();
+    void tellEnds();
     SyncPage *show(SyncSession &session);
     SyncSession *sessionOf(const QUuid &pair);
     void dropPage();
@@ -54,6 +56,10 @@ private:
     AppModel &m_model;
     SyncOverview *m_overview;
     SyncPage *m_page = nullptr;
+    /// Pairs that were being made alike when it was last looked.
+    QSet<QString> m_applying;
+    /// Pairs whose last run ended while nobody looked.
+    QSet<QString> m_unseen;
 };
 
 } // namespace moorix

@@ -36,7 +36,7 @@ SyncHeader::SyncHeader(SyncEngine &engine, SyncSession &session, QWidget *parent
     , m_title(new ElidedLabel(Qt::ElideMiddle, this))
     , m_last(new ElidedLabel(Qt::ElideRight, this))
     , m_save(textButton(QStringLiteral("bookmark-new"), tr("Save this pair"), QStringLiteral("syncSave"), this))
-    , m_ignore(textButton(QStringLiteral("view-filter"), tr("Leave out…"), QStringLiteral("syncIgnore"), this))
+    , m_settings(textButton(QStringLiteral("configure"), tr("Settings"), QStringLiteral("syncSettings"), this))
     , m_history(textButton(QStringLiteral("chronometer"), tr("History"), QStringLiteral("syncHistory"), this))
     , m_reload(Widgets::iconButton(QStringLiteral("view-refresh"), tr("Read both folders anew (Ctrl+R)"),
                                    QStringLiteral("syncReload"), this))
@@ -47,9 +47,9 @@ SyncHeader::SyncHeader(SyncEngine &engine, SyncSession &session, QWidget *parent
     m_title->setObjectName(QStringLiteral("syncTitle"));
     m_last->setProperty("role", QStringLiteral("muted"));
     m_last->setObjectName(QStringLiteral("syncLastRun"));
-    m_ignore->setCheckable(true);
+    m_settings->setCheckable(true);
     m_history->setCheckable(true);
-    m_ignore->setToolTip(tr("Patterns of what is left out on both sides"));
+    m_settings->setToolTip(tr("The name of the pair, and what is left out on both sides"));
     QToolButton *back = Widgets::iconButton(QStringLiteral("go-previous"), tr("Back to the folders (Esc)"),
                                             QStringLiteral("syncBack"), this);
     auto *words = new QVBoxLayout;
@@ -60,7 +60,7 @@ SyncHeader::SyncHeader(SyncEngine &engine, SyncSession &session, QWidget *parent
     top->setSpacing(8);
     top->addWidget(back);
     top->addLayout(words, 1);
-    for (QToolButton *button : {m_save, m_ignore, m_history, m_reload})
+    for (QToolButton *button : {m_save, m_settings, m_history, m_reload})
         top->addWidget(button);
     auto *ends = new QHBoxLayout;
     ends->setSpacing(10);

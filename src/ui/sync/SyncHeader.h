@@ -21,7 +21,7 @@ class SyncHeader final : public QFrame
 public:
     SyncHeader(SyncEngine &engine, SyncSession &session, QWidget *parent = nullptr);
 
-    QToolButton &ignoreButton() const { return *m_ignore; }
+    QToolButton &settingsButton() const { return *m_settings; }
     QToolButton &historyButton() const { return *m_history; }
 
 signals:
@@ -39,7 +39,7 @@ private:
     ElidedLabel *m_title;
     ElidedLabel *m_last;
     QToolButton *m_save;
-    QToolButton *m_ignore;
+    QToolButton *m_settings;
     QToolButton *m_history;
     QToolButton *m_reload;
 };

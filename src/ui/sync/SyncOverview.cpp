@@ -10,6 +10,7 @@
 #include "ui/Widgets.h"
 #include "ui/sync/SyncLook.h"
 
+#include <QApplication>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
@@ -83,7 +84,9 @@ void SyncOverview::refill()
         m_reason->setText(error.message());
         m_syncShown->hide();
     }
+    bool hadFocus = false;
     for (QWidget *part : std::exchange(m_parts, {})) {
+        hadFocus = hadFocus || part->isAncestorOf(QApplication::focusWidget());
         part->hide();
         part->deleteLater();
     }
@@ -99,6 +102,8 @@ void SyncOverview::refill()
     }
     for (QWidget *part : std::as_const(m_parts))
         part->show();
+    if (hadFocus)
+        focusContent();
 }
 
 void SyncOverview::addCard(const SyncPair &pair)
@@ -116,7 +121,7 @@ void SyncOverview::addCard(const SyncPair &pair)
                              : session && session->isBusy() ? tr("At work…")
                                                             : SyncLook::lastRun(engine.lastRun(engine.keyOf(pair)));
     QPushButton *sync = Widgets::primaryButton(tr("Sync now"), QStringLiteral("syncNow"), card);
-    QPushButton *patterns = Widgets::button(tr("Leave out…"), QStringLiteral("syncEditPatterns"), card);
+    QPushButton *patterns = Widgets::button(tr("Settings…"), QStringLiteral("syncEditPair"), card);
     QPushButton *forget = Widgets::button(tr("Forget…"), QStringLiteral("syncForget"), card);
     sync->setEnabled(server.has_value());
     patterns->setEnabled(server.has_value());
@@ -131,7 +136,7 @@ void SyncOverview::addCard(const SyncPair &pair)
     for (QPushButton *button : {forget, patterns, sync})
         row->addWidget(button);
     connect(sync, &QPushButton::clicked, this, [this, id = pair.id] { emit pairRequested(id); });
-    connect(patterns, &QPushButton::clicked, this, [this, id = pair.id] { emit patternsRequested(id); });
+    connect(patterns, &QPushButton::clicked, this, [this, id = pair.id] { emit settingsRequested(id); });
     connect(forget, &QPushButton::clicked, this, [this, pair] { askToForget(pair); });
     m_parts.append(card);
     m_cards->addWidget(card);

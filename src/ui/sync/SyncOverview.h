@@ -33,7 +33,7 @@ signals:
     /// The two folders that the window shows.
     void shownPairRequested();
     void pairRequested(const QUuid &pair);
-    void patternsRequested(const QUuid &pair);
+    void settingsRequested(const QUuid &pair);
 
 protected:
     void keyPressEvent(QKeyEvent *event) override;

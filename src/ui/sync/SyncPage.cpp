@@ -9,8 +9,8 @@
 #include "ui/sync/SyncFooter.h"
 #include "ui/sync/SyncHeader.h"
 #include "ui/sync/SyncHistoryView.h"
-#include "ui/sync/SyncIgnoreEditor.h"
 #include "ui/sync/SyncListView.h"
+#include "ui/sync/SyncPairEditor.h"
 #include "ui/sync/SyncProgressView.h"
 #include "ui/sync/SyncQuestions.h"
 #include "ui/sync/SyncRowBar.h"
@@ -31,7 +31,7 @@ SyncPage::SyncPage(SyncEngine &engine, SyncSession &session, QWidget *parent)
     : QWidget(parent)
     , m_session(session)
     , m_header(new SyncHeader(engine, session, this))
-    , m_patterns(new SyncIgnoreEditor(engine, session, this))
+    , m_editor(new SyncPairEditor(engine, session, this))
     , m_questions(new SyncQuestions(session, this))
     , m_progress(new SyncProgressView(session, this))
     , m_end(new SyncEndView(session, this))
@@ -65,8 +65,7 @@ void SyncPage::layOut()
     auto *column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
-    for (QWidget *part :
-         std::initializer_list<QWidget *>{m_header, m_patterns, m_questions, m_progress, m_end, m_filter})
+    for (QWidget *part : std::initializer_list<QWidget *>{m_header, m_editor, m_questions, m_progress, m_end, m_filter})
         column->addWidget(part);
     for (QWidget *part : std::initializer_list<QWidget *>{m_list, m_empty, m_history})
         column->addWidget(part, 1);
@@ -86,13 +85,13 @@ void SyncPage::connectParts()
         m_list->ensureCurrent();
         m_list->setFocus();
     });
-    connect(m_patterns, &SyncIgnoreEditor::closed, this, [this] { m_header->ignoreButton().setChecked(false); });
-    connect(&m_header->ignoreButton(), &QToolButton::toggled, this, [this](bool isOn) {
+    connect(m_editor, &SyncPairEditor::closed, this, [this] { m_header->settingsButton().setChecked(false); });
+    connect(&m_header->settingsButton(), &QToolButton::toggled, this, [this](bool isOn) {
         if (isOn) {
-            m_patterns->open();
+            m_editor->open();
             return;
         }
-        m_patterns->hide();
+        m_editor->hide();
         focusContent();
     });
     connect(&m_header->historyButton(), &QToolButton::toggled, this, [this](bool isOn) {
@@ -185,14 +184,14 @@ void SyncPage::focusSearch()
         m_filter->focusSearch();
 }
 
-void SyncPage::showIgnorePatterns()
+void SyncPage::showSettings()
 {
-    m_header->ignoreButton().setChecked(true);
+    m_header->settingsButton().setChecked(true);
 }
 
 void SyncPage::closeExtras()
 {
-    m_header->ignoreButton().setChecked(false);
+    m_header->settingsButton().setChecked(false);
     m_header->historyButton().setChecked(false);
 }
 
@@ -202,7 +201,7 @@ void SyncPage::keyPressEvent(QKeyEvent *event)
         QWidget::keyPressEvent(event);
         return;
     }
-    if (m_header->ignoreButton().isChecked() || m_header->historyButton().isChecked())
+    if (m_header->settingsButton().isChecked() || m_header->historyButton().isChecked())
         closeExtras();
     else
         emit backRequested();

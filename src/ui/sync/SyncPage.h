@@ -13,7 +13,7 @@ class SyncFilterBar;
 class SyncFooter;
 class SyncHeader;
 class SyncHistoryView;
-class SyncIgnoreEditor;
+class SyncPairEditor;
 class SyncListView;
 class SyncProgressView;
 class SyncQuestions;
@@ -34,7 +34,7 @@ public:
     /// Gives the keyboard to what asks for it now: a question, the rows, a button.
     void focusContent();
     void focusSearch();
-    void showIgnorePatterns();
+    void showSettings();
 
 signals:
     void backRequested();
@@ -54,7 +54,7 @@ private:
 
     SyncSession &m_session;
     SyncHeader *m_header;
-    SyncIgnoreEditor *m_patterns;
+    SyncPairEditor *m_editor;
     SyncQuestions *m_questions;
     SyncProgressView *m_progress;
     SyncEndView *m_end;

@@ -3,6 +3,7 @@
 
 #include <QFrame>
 
+class QLineEdit;
 class QPlainTextEdit;
 
 namespace moorix {
@@ -10,13 +11,13 @@ namespace moorix {
 class SyncEngine;
 class SyncSession;
 
-/// What a pair leaves out, a pattern on each line. Kept with a saved pair, else for this session.
-class SyncIgnoreEditor final : public QFrame
+/// A pair's name and what it leaves out, a pattern on each line. Kept with a saved pair, else for this session.
+class SyncPairEditor final : public QFrame
 {
     Q_OBJECT
 
 public:
-    SyncIgnoreEditor(SyncEngine &engine, SyncSession &session, QWidget *parent = nullptr);
+    SyncPairEditor(SyncEngine &engine, SyncSession &session, QWidget *parent = nullptr);
 
     /// Shows what is in force.
     void open();
@@ -32,7 +33,8 @@ private:
 
     SyncEngine &m_engine;
     SyncSession &m_session;
-    QPlainTextEdit *m_edit;
+    QLineEdit *m_name;
+    QPlainTextEdit *m_patterns;
 };
 
 } // namespace moorix
