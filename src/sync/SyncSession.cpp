@@ -145,12 +145,40 @@ void SyncSession::look()
 {
     if (isBusy())
         return;
+    keepChoices();
     dropPlan();
     m_outcome.reset();
     m_confirmed.clear();
     m_hasChoices = false;
     m_warning.clear();
     connectThen([this] { read(); });
+}
+
+/// A look that is given up keeps those of the look before.
+void SyncSession::keepChoices()
+{
+    if (m_outcome)
+        m_chosen.clear();
+    if (m_outcome || !m_hasChoices)
+        return;
+    m_chosen.clear();
+    for (const SyncRow &row : std::as_const(m_plan.rows)) {
+        if (!row.isBlocked && row.action != usualAction(row.diff.bucket))
+            m_chosen.insert(row.diff.relPath, row);
+    }
+}
+
+void SyncSession::restoreChoices()
+{
+    for (qsizetype i = 0; i < m_plan.rows.size() && !m_chosen.isEmpty(); ++i) {
+        const SyncRow &row = m_plan.rows.at(i);
+        const auto chosen = m_chosen.constFind(row.diff.relPath);
+        if (chosen == m_chosen.cend() || chosen->diff != row.diff || !row.choices().contains(chosen->action))
+            continue;
+        m_plan.rows[i].action = chosen->action;
+        m_hasChoices = true;
+    }
+    m_chosen.clear();
 }
 
 void SyncSession::read()
@@ -168,6 +196,7 @@ void SyncSession::read()
         },
         [this](Reading reading) {
             m_plan = std::move(reading.plan);
+            restoreChoices();
             m_confirmed = QList<bool>(m_plan.questions.size(), false);
             m_warning = reading.warning;
             m_log = std::move(reading.log);

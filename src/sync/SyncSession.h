@@ -8,6 +8,7 @@
 #include "sync/SyncWork.h"
 #include "transfers/ContentComparison.h"
 
+#include <QHash>
 #include <QObject>
 #include <QTimer>
 
@@ -69,7 +70,8 @@ public:
     /// Earlier runs, the newest last; known once both sides were read.
     const QList<SyncLogEntry> &log() const { return m_log; }
 
-    /// Connects and reads both sides anew. All of these do nothing while it is at work.
+    /// Connects and reads both sides anew. What was chosen and not applied stays chosen where both sides are as they
+    /// were. All of these do nothing while it is at work.
     void look();
     /// For those rows that offer it; by their places in the plan.
     void choose(const QList<qsizetype> &rows, SyncChoice choice);
@@ -113,6 +115,8 @@ private:
     void announceChanges();
     void measure();
     void dropPlan();
+    void keepChoices();
+    void restoreChoices();
 
     SyncPlaces m_places;
     SyncPair m_pair;
@@ -128,6 +132,8 @@ private:
     /// When so many bytes had travelled, in milliseconds.
     std::deque<std::pair<qint64, qint64>> m_samples;
     SyncPlan m_plan;
+    /// What was chosen by hand before the present look, by path.
+    QHash<QString, SyncRow> m_chosen;
     QList<bool> m_confirmed;
     std::optional<SyncOutcome> m_outcome;
     QList<SyncLogEntry> m_log;

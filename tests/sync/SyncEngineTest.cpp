@@ -183,6 +183,34 @@ private slots:
         QVERIFY(bench.scene.tree.exists("here/clash/in") && bench.scene.tree.read("there/clash") == "file");
     }
 
+    void choicesOutliveAnotherLookButNotARun()
+    {
+        EngineScene bench;
+        for (const char *name : {"changes", "left", "taken"}) {
+            bench.scene.tree.write(u"here/"_s + QLatin1String(name), "1");
+            bench.scene.tree.write(u"there/"_s + QLatin1String(name), "22");
+        }
+        bench.scene.tree.write("here/new", "n");
+        bench.look();
+        bench.session().resolveConflicts(SyncChoice::localWins);
+        QCOMPARE(bench.session().plan().rows.at(1).diff.relPath, u"left"_s);
+        bench.session().choose({1}, SyncChoice::skip);
+        // What was chosen was not about this.
+        bench.scene.tree.write("there/changes", "333");
+        bench.session().look();
+        bench.session().cancel();
+        QTRY_VERIFY(!bench.session().isBusy());
+        bench.look();
+        QCOMPARE(bench.action("taken"), SyncAction::copyToRemote);
+        QCOMPARE(bench.action("left"), SyncAction::leave);
+        QCOMPARE(bench.action("changes"), SyncAction::leave);
+        bench.session().apply();
+        QTRY_COMPARE(bench.session().state(), State::done);
+        bench.look();
+        QVERIFY(!bench.session().hasChoices());
+        QCOMPARE(bench.session().plan().openConflictCount(), 2);
+    }
+
     void canBeCancelledWhereverItIs_data()
     {
         QTest::addColumn<State>("at");

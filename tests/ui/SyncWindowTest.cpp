@@ -140,6 +140,8 @@ private slots:
         bench->key(Qt::Key_F, Qt::ControlModifier);
         QTest::keyClicks(QApplication::focusWidget(), QLatin1String("NE"));
         QCOMPARE(bench->rows()->model()->rowCount(), 1);
+        QTest::keyClicks(QApplication::focusWidget(), QLatin1String("?"));
+        QCOMPARE(bench->text("syncEmpty"), u"No path of this kind holds “NE?”."_s);
         bench->key(Qt::Key_Escape);
         QCOMPARE(bench->rows()->model()->rowCount(), 3);
         bench->select(u"b"_s);

@@ -74,12 +74,15 @@ void SyncFooter::follow()
     QString summary = SyncText::summary(plan);
     if (changes == 0 && plan.isFirst && summary == SyncText::summary(SyncPlan()))
         summary += u' ' + tr("Once that is recorded, deletions are carried over, too.");
+    if (std::ranges::any_of(plan.rows, [](const SyncRow &row) { return row.action == SyncAction::removeRemote; }))
+        summary += tr(". What is deleted on the server is not kept anywhere.");
     m_summary->setText(summary);
     m_conflicts->setVisible(std::ranges::any_of(
         plan.rows, [](const SyncRow &row) { return row.diff.bucket == SyncBucket::conflict && !row.isBlocked; }));
     m_sync->setText(changes == 0   ? tr("Record this state")
                     : changes == 1 ? tr("Sync 1 change")
                                    : tr("Sync %1 changes").arg(QLocale().toString(changes)));
+    m_sync->setVisible(changes > 0 || plan.isFirst || plan.count(SyncBucket::bothMissing) > 0);
     m_sync->setEnabled(!m_session.needsAnswer());
     m_sync->setToolTip(m_session.needsAnswer() ? tr("Answer the questions above first") : tr("Ctrl+Return"));
 }

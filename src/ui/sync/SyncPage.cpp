@@ -148,12 +148,14 @@ void SyncPage::showEmptiness()
     const State state = m_session.state();
     const bool isAlike =
         state == State::review && m_session.plan().changeCount() == 0 && m_session.plan().openConflictCount() == 0;
-    if (state == State::review || m_session.outcome())
+    if (!m_session.hasPlan() && !m_session.outcome())
+        m_empty->clear();
+    else if (!m_rows->searchText().isEmpty())
+        m_empty->setText(tr("No path of this kind holds “%1”.").arg(m_rows->searchText()));
+    else
         m_empty->setText(isAlike && SyncFilter::of(m_session).constFirst().count == 0
                              ? tr("Both sides are alike.\nThere is nothing to sync.")
                              : tr("No row is of this kind."));
-    else
-        m_empty->clear();
 }
 
 void SyncPage::focusContent()

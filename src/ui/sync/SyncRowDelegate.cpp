@@ -50,13 +50,18 @@ bool givesWay(const SyncRow &row, int column)
     }
 }
 
-Theme::Color colorOf(const SyncRow *row, int column)
+/// Pale texts are harder to read on the ground of a selection.
+Theme::Color colorOf(const SyncRow *row, int column, bool isSelected)
 {
+    using enum Theme::Color;
+    const Theme::Color plain = isSelected ? text : mutedText;
     if (!row)
-        return Theme::Color::mutedText;
-    if (column == SyncRowsModel::what)
-        return SyncLook::happeningColor(*row);
-    return givesWay(*row, column) ? Theme::Color::faintText : Theme::Color::mutedText;
+        return plain;
+    if (column == SyncRowsModel::what) {
+        const Theme::Color color = SyncLook::happeningColor(*row);
+        return color == mutedText ? plain : color;
+    }
+    return !givesWay(*row, column) ? plain : isSelected ? mutedText : faintText;
 }
 
 } // namespace
@@ -105,12 +110,13 @@ void SyncRowDelegate::paintPath(QPainter &painter, const QStyleOptionViewItem &o
     const QRect rect(left + iconSize + 6, option.rect.top(), option.rect.right() - left - iconSize - 6 - padding,
                      option.rect.height());
     const QString text = option.fontMetrics.elidedText(index.data().toString(), Qt::ElideMiddle, rect.width());
+    const bool isSelected = option.state.testFlag(QStyle::State_Selected);
     // The folders are pale, so that the names stand out.
     const qsizetype name = text.lastIndexOf(u'/') + 1;
     const int folderWidth = option.fontMetrics.horizontalAdvance(text.left(name));
-    painter.setPen(Theme::color(Theme::Color::faintText));
+    painter.setPen(Theme::color(isSelected ? Theme::Color::mutedText : Theme::Color::faintText));
     painter.drawText(rect, int(Qt::AlignVCenter | Qt::AlignLeft) | Qt::TextSingleLine, text.left(name));
-    painter.setPen(Theme::color(model.row(line) ? Theme::Color::text : Theme::Color::mutedText));
+    painter.setPen(Theme::color(model.row(line) || isSelected ? Theme::Color::text : Theme::Color::mutedText));
     painter.drawText(rect.adjusted(folderWidth, 0, 0, 0), int(Qt::AlignVCenter | Qt::AlignLeft) | Qt::TextSingleLine,
                      text.mid(name));
 }
@@ -156,7 +162,7 @@ void SyncRowDelegate::paint(QPainter *painter, const QStyleOptionViewItem &optio
         if (row)
             paintDirection(*painter, option, *row);
     } else {
-        painter->setPen(Theme::color(colorOf(row, index.column())));
+        painter->setPen(Theme::color(colorOf(row, index.column(), option.state.testFlag(QStyle::State_Selected))));
         paintText(*painter, option, option.rect.adjusted(padding, 0, -padding, 0), index);
     }
     painter->restore();

@@ -26,6 +26,7 @@ public:
     void show(const SyncFilter &filter);
     /// Only paths that hold the text, in any case.
     void search(const QString &text);
+    const QString &searchText() const { return m_search; }
     void setForm(Form form);
     Form form() const { return m_form; }
     const SyncSession &session() const { return m_session; }
