@@ -20,30 +20,58 @@ QString withoutMnemonic(QString text)
     return text.remove(u'&');
 }
 
-/// One menu's commands: name on the left, keys on the right.
-QWidget *makeGroup(const WindowActions &actions, const WindowActions::Menu &menu, QWidget *parent)
+/// A command and its keys.
+struct Line
+{
+    QString text;
+    QList<QKeySequence> keys;
+};
+
+QList<Line> linesOf(const WindowActions &actions, const WindowActions::Menu &menu)
+{
+    QList<Line> lines;
+    for (const WindowActions::Entry &entry : menu.entries) {
+        const QAction *action = actions.action(entry);
+        if (action && !action->shortcuts().isEmpty())
+            lines.append({withoutMnemonic(action->text()), action->shortcuts()});
+    }
+    return lines;
+}
+
+/// Of the rows of a sync, which stand in no menu.
+QList<Line> linesOfSyncs()
+{
+    return {{ShortcutsOverview::tr("This computer wins"), {Qt::Key_Right}},
+            {ShortcutsOverview::tr("The server wins"), {Qt::Key_Left}},
+            {ShortcutsOverview::tr("Next choice"), {Qt::Key_Space}},
+            {ShortcutsOverview::tr("Keep both"), {Qt::Key_B}},
+            {ShortcutsOverview::tr("Skip"), {Qt::Key_S}},
+            {ShortcutsOverview::tr("As suggested"), {Qt::Key_U}},
+            {ShortcutsOverview::tr("Close or open a folder"), {Qt::Key_Return}},
+            {ShortcutsOverview::tr("Sync"), {Qt::CTRL | Qt::Key_Return}}};
+}
+
+/// Names on the left, keys on the right.
+QWidget *makeGroup(const QString &title, const QList<Line> &lines, QWidget *parent)
 {
     auto *group = new QWidget(parent);
     auto *grid = new QGridLayout(group);
     grid->setContentsMargins(0, 0, 0, 14);
     grid->setVerticalSpacing(6);
     grid->setColumnStretch(0, 1);
-    grid->addWidget(Widgets::label(withoutMnemonic(menu.title), Widgets::TextRole::heading, group), 0, 0, 1, 2);
-    int line = 1;
-    for (const WindowActions::Entry &entry : menu.entries) {
-        const QAction *action = actions.action(entry);
-        if (!action || action->shortcuts().isEmpty())
-            continue;
-        grid->addWidget(new QLabel(withoutMnemonic(action->text()), group), line, 0);
+    grid->addWidget(Widgets::label(title, Widgets::TextRole::heading, group), 0, 0, 1, 2);
+    int row = 1;
+    for (const Line &line : lines) {
+        grid->addWidget(new QLabel(line.text, group), row, 0);
         auto *keys = new QHBoxLayout;
         keys->setSpacing(4);
         keys->addStretch(1);
-        for (const QKeySequence &sequence : action->shortcuts()) {
+        for (const QKeySequence &sequence : line.keys) {
             auto *key = new QLabel(sequence.toString(QKeySequence::NativeText), group);
             key->setProperty("role", QStringLiteral("keys"));
             keys->addWidget(key);
         }
-        grid->addLayout(keys, line++, 1);
+        grid->addLayout(keys, row++, 1);
     }
     return group;
 }
@@ -68,7 +96,8 @@ ShortcutsOverview::ShortcutsOverview(const WindowActions &actions, QWidget *pare
     columns->addLayout(right, 1);
     int index = 0;
     for (const WindowActions::Menu &menu : WindowActions::menus())
-        (index++ < 2 ? left : right)->addWidget(makeGroup(actions, menu, body));
+        (index++ < 2 ? left : right)->addWidget(makeGroup(withoutMnemonic(menu.title), linesOf(actions, menu), body));
+    right->addWidget(makeGroup(tr("Rows of a sync"), linesOfSyncs(), body));
     left->addStretch(1);
     right->addStretch(1);
     auto *scroll = new QScrollArea(this);

@@ -34,10 +34,10 @@ SyncPairEditor::SyncPairEditor(SyncEngine &engine, SyncSession &session, QWidget
     m_patterns->setFont(Theme::monospace());
     m_patterns->setTabChangesFocus(true);
     m_patterns->setFixedHeight(m_patterns->fontMetrics().lineSpacing() * 5 + 20);
-    QLabel *help = Widgets::label(
-        tr("One pattern on each line is left out on both sides: *.log is about names anywhere, /build about a path "
-           "from the folder itself, node_modules/ about folders only, and ** stands for any folders."),
-        Widgets::TextRole::muted, this);
+    QLabel *help =
+        Widgets::label(tr("One pattern on each line: *.log is about names anywhere, /build about a path "
+                          "from the folder itself, node_modules/ about folders only, and ** stands for any folders."),
+                       Widgets::TextRole::muted, this);
     QPushButton *apply = Widgets::primaryButton(tr("Apply"), QStringLiteral("syncApplySettings"), this);
     QPushButton *cancel = Widgets::button(tr("Cancel"), QStringLiteral("syncCancelSettings"), this);
     auto *buttons = new QHBoxLayout;
@@ -47,7 +47,11 @@ SyncPairEditor::SyncPairEditor(SyncEngine &engine, SyncSession &session, QWidget
     buttons->addWidget(apply, 0, Qt::AlignBottom);
     auto *column = new QVBoxLayout(this);
     column->setContentsMargins(12, 10, 12, 10);
+    column->setSpacing(5);
+    column->addWidget(Widgets::label(tr("Name"), Widgets::TextRole::section, this));
     column->addWidget(m_name);
+    column->addSpacing(4);
+    column->addWidget(Widgets::label(tr("Left out on both sides"), Widgets::TextRole::section, this));
     column->addWidget(m_patterns);
     column->addLayout(buttons);
     connect(m_name, &QLineEdit::returnPressed, this, &SyncPairEditor::apply);
