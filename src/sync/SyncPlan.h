@@ -71,6 +71,8 @@ struct SyncPlan
     QList<SyncQuestion> questions;
     /// When both sides had been read.
     QDateTime readAt;
+    /// Tells the document of the baseline from a later one.
+    QString baselineStamp;
 
     /// Files and folders to be copied, deleted or kept twice.
     qsizetype changeCount() const;

@@ -261,6 +261,7 @@ void SyncSession::run()
     m_plan.leftOut = plan.leftOut;
     m_plan.isFirst = plan.isFirst;
     m_plan.readAt = plan.readAt;
+    m_plan.baselineStamp = plan.baselineStamp;
     SyncWork work(store(), setUp());
     setState(State::applying);
     m_job = runJob(

@@ -52,8 +52,10 @@ SyncPlan SyncWork::review(const std::stop_token &stop)
     const auto lock = m_store.lock(m_setup.key);
     const SyncStateStore::Loaded loaded = m_store.load(m_setup.key);
     take(loaded);
-    m_reviewed = m_store.stamp(m_setup.key);
-    return SyncRun::review(m_setup, loaded.manifest, loaded.journal, stop);
+    const QString stamp = m_store.stamp(m_setup.key);
+    SyncPlan plan = SyncRun::review(m_setup, loaded.manifest, loaded.journal, stop);
+    plan.baselineStamp = stamp;
+    return plan;
 }
 
 SyncOutcome SyncWork::apply(SyncPlan plan, const std::stop_token &stop)
@@ -61,7 +63,7 @@ SyncOutcome SyncWork::apply(SyncPlan plan, const std::stop_token &stop)
     const auto lock = m_store.lock(m_setup.key);
     SyncStateStore::Loaded loaded = m_store.loadState(m_setup.key);
     take(loaded);
-    if (m_store.stamp(m_setup.key) != m_reviewed)
+    if (m_store.stamp(m_setup.key) != plan.baselineStamp)
         throw Error(u"Sync"_s, u"This folder pair was synced elsewhere since the preview; look again."_s);
     const QDateTime started = m_setup.clock();
     SyncRun run(m_setup, std::move(plan));

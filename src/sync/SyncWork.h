@@ -15,7 +15,7 @@ public:
 
     /// Throws when the pair is being synced elsewhere, and what SyncRun::review throws.
     SyncPlan review(const std::stop_token &stop);
-    /// Carries the plan of the last review out and remembers what came of it. Throws when another program has synced
+    /// Carries the plan out and remembers what came of it. Throws when another program has synced
     /// the pair since the review, or when what is to be done cannot be written down.
     SyncOutcome apply(SyncPlan plan, const std::stop_token &stop);
 
@@ -28,8 +28,6 @@ private:
     SyncStateStore m_store;
     SyncSetup m_setup;
     QString m_problem;
-    /// What the baseline was when the plan was made.
-    QString m_reviewed;
 };
 
 } // namespace moorix
