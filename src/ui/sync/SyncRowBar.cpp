@@ -39,21 +39,38 @@ SyncRowBar::SyncRowBar(SyncSession &session, SyncRowsModel &rows, SyncListView &
     words->setSpacing(1);
     words->addWidget(m_title);
     words->addWidget(m_facts);
-    auto *row = new QHBoxLayout(this);
-    row->setContentsMargins(12, 7, 12, 7);
+    auto *row = new QHBoxLayout;
     row->setSpacing(8);
-    row->addLayout(words, 1);
+    row->addStretch(1);
     row->addWidget(m_compare);
     addChoice(*row, SyncChoice::remoteWins, QStringLiteral("syncRemoteWins"));
     addChoice(*row, SyncChoice::localWins, QStringLiteral("syncLocalWins"));
     addChoice(*row, SyncChoice::keepBoth, QStringLiteral("syncKeepBoth"));
     addChoice(*row, SyncChoice::skip, QStringLiteral("syncSkip"));
+    m_parts = new QBoxLayout(QBoxLayout::LeftToRight, this);
+    m_parts->setContentsMargins(12, 7, 12, 7);
+    m_parts->setSpacing(8);
+    m_parts->addLayout(words, 1);
+    m_parts->addLayout(row);
     connect(m_compare, &QPushButton::clicked, this, &SyncRowBar::compare);
     connect(&list, &SyncListView::selectedRowsChanged, this, &SyncRowBar::follow);
     connect(&rows, &QAbstractItemModel::modelReset, this, &SyncRowBar::follow);
     connect(&session, &SyncSession::rowsChanged, this, &SyncRowBar::follow);
     connect(&session, &SyncSession::stateChanged, this, &SyncRowBar::follow);
     follow();
+}
+
+/// In a narrow window the buttons stand beneath.
+void SyncRowBar::resizeEvent(QResizeEvent *event)
+{
+    constexpr int narrow = 820;
+    m_parts->setDirection(width() < narrow ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
+    QFrame::resizeEvent(event);
+}
+
+QSize SyncRowBar::minimumSizeHint() const
+{
+    return {0, QFrame::minimumSizeHint().height()};
 }
 
 void SyncRowBar::addChoice(QHBoxLayout &row, SyncChoice choice, const QString &objectName)

@@ -8,6 +8,7 @@
 
 #include <vector>
 
+class QBoxLayout;
 class QHBoxLayout;
 class QLabel;
 class QPushButton;
@@ -27,6 +28,11 @@ class SyncRowBar final : public QFrame
 public:
     SyncRowBar(SyncSession &session, SyncRowsModel &rows, SyncListView &list, QWidget *parent = nullptr);
 
+    QSize minimumSizeHint() const override;
+
+protected:
+    void resizeEvent(QResizeEvent *event) override;
+
 private:
     struct Choice
     {
@@ -44,6 +50,7 @@ private:
     SyncSession &m_session;
     SyncRowsModel &m_rows;
     SyncListView &m_list;
+    QBoxLayout *m_parts = nullptr;
     ElidedLabel *m_title;
     ElidedLabel *m_facts;
     QPushButton *m_compare;
