@@ -145,8 +145,9 @@ void decrypt(const SealedFile &file, const Key &key, const std::function<void(co
     unsigned char rest = 0;
     EVP_CIPHER_CTX_ctrl(context.get(), EVP_CTRL_AEAD_SET_TAG, int(tag.size()), tag.data());
     if (EVP_DecryptFinal_ex(context.get(), &rest, &count) != 1) {
-        throw Error(u"Backup"_s, u"“%1” could not be decrypted: the passphrase is wrong, or the file is damaged."_s.arg(
-                                     file.path()));
+        throw PassphraseError(
+            u"Backup"_s,
+            u"“%1” could not be decrypted: the passphrase is wrong, or the file is damaged."_s.arg(file.path()));
     }
 }
 

@@ -1,12 +1,21 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "base/Error.h"
+
 #include <QString>
 
 #include <functional>
 #include <stop_token>
 
 namespace moorix {
+
+/// An archive does not open: its passphrase is missing or wrong, which cannot be told from damage.
+class PassphraseError final : public Error
+{
+public:
+    using Error::Error;
+};
 
 /// Encrypted archives: "MRX1", a salt of 16 bytes, a nonce of 12, the AES-256-GCM ciphertext, a tag of 16 bytes; the
 /// key is derived from the passphrase by HKDF with SHA-256. Needs a few megabytes of memory whatever the size.

@@ -77,7 +77,7 @@ std::shared_ptr<BackupArchive> BackupArchive::open(const QString &path, const st
     if (!isEncrypted(path))
         return std::shared_ptr<BackupArchive>(new BackupArchive(path));
     if (!passphrase || passphrase->isEmpty())
-        throw Error(u"Backup"_s, u"“%1” is encrypted; it opens with its passphrase only."_s.arg(path));
+        throw PassphraseError(u"Backup"_s, u"“%1” is encrypted; it opens with its passphrase only."_s.arg(path));
     ArchiveCipher(*passphrase).verify(path, partOf(progress, QFileInfo(path).size()), stop);
     return std::shared_ptr<BackupArchive>(new BackupArchive(path, *passphrase));
 }

@@ -48,6 +48,8 @@ public:
     /// What the run in progress does; empty when none is.
     const QString &progress() const { return m_progress.text; }
     const BackupProgress &progressInBytes() const { return m_progress; }
+    /// What the run in progress makes up for; empty for one that is on time.
+    const QString &note() const { return m_note; }
     /// When an enabled job runs next, if it is known.
     std::optional<QDateTime> nextRun(const BackupJob &job) const;
 

@@ -22,6 +22,7 @@
 #include "ui/UnsentEdits.h"
 #include "ui/WindowState.h"
 #include "ui/WindowStyle.h"
+#include "ui/backup/BackupArea.h"
 #include "ui/pane/PaneView.h"
 #include "ui/servers/ServerLibraryView.h"
 #include "ui/servers/ServerLook.h"
@@ -85,6 +86,8 @@ void MainWindow::build()
     m_middle = new QStackedWidget(this);
     m_middle->addWidget(m_sides);
     m_middle->addWidget(m_sync);
+    m_backups = new BackupArea(m_model, this);
+    m_middle->addWidget(m_backups);
     m_outer->addWidget(m_middle);
     m_outer->setStretchFactor(1, 1);
     m_outer->setCollapsible(0, false);
@@ -119,11 +122,18 @@ QWidget *MainWindow::makeCentre()
 
 void MainWindow::connectParts()
 {
+    connectBackups();
     connect(&m_model, &AppModel::activeSideChanged, this, &MainWindow::followActiveSide);
     connect(&m_model.connections(), &ServerConnections::connectionsChanged, this, &MainWindow::showLocation);
     connect(&m_model.settings(), &SettingsStore::settingChanged, this, &MainWindow::followSetting);
     connect(m_actions, &WindowActions::menuOpens, this, &MainWindow::prepareMenus);
-    connect(m_actions, &WindowActions::paneCommandTriggered, this, &MainWindow::runPaneCommand);
+    connect(m_actions, &WindowActions::paneCommandTriggered, this, [this](PaneCommand command) {
+        // The sides are out of sight, and so is what these commands would do there.
+        if (!showsBackups())
+            runPaneCommand(command);
+        else if (command == PaneCommand::goBack || command == PaneCommand::goUp)
+            m_backups->goBack();
+    });
     connect(m_toolBar, &MainToolBar::serverChosen, this, [this](const QUuid &id) { openServer(id, false); });
     connect(m_toolBar, &MainToolBar::listFocusRequested, this, [this] { activeView().focusContent(); });
     connect(m_status, &StatusStrip::transfersRequested, m_actions->action(WindowCommand::transfers), &QAction::trigger);
@@ -200,7 +210,7 @@ void MainWindow::followSession()
         m_followedPane->disconnect(this);
     m_followed = &activeTabs().current();
     m_followedPane = m_followed->pane();
-    m_toolBar->follow(showsSync() ? nullptr : m_followedPane.data());
+    m_toolBar->follow(m_middle->currentWidget() == m_sides ? m_followedPane.data() : nullptr);
     connect(m_followed, &Session::stateChanged, this, &MainWindow::followSession);
     if (m_followedPane)
         connect(m_followedPane, &PaneModel::currentPathChanged, this, &MainWindow::showLocation);
@@ -222,7 +232,10 @@ void MainWindow::showLocation()
         m_status->showConnection(tr("Not connected"), false);
     else
         m_status->showConnection(isLocal ? tr("Local files") : tr("Servers"), false);
-    setWindowTitle(tr("%1 — Moorix").arg(showsSync() ? m_sync->title() : session.title()));
+    const QString title = showsSync()      ? m_sync->title()
+                          : showsBackups() ? m_backups->title()
+                                           : session.title();
+    setWindowTitle(tr("%1 — Moorix").arg(title));
     WindowState::saveTabs(m_model);
 }
 

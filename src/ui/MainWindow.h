@@ -15,6 +15,7 @@ class QStackedWidget;
 
 namespace moorix {
 
+class BackupArea;
 class MainToolBar;
 class MessageBar;
 class PaneModel;
@@ -60,6 +61,8 @@ private:
     void addViewCommands();
     void addSyncCommands();
     void connectSync();
+    void addBackupCommands();
+    void connectBackups();
 
     PaneTabs &activeTabs() const;
     SideView &activeView() const;
@@ -82,6 +85,9 @@ private:
     bool showsSync() const;
     void showSync();
     void showSides();
+    /// Whether backups stand in place of the two sides.
+    bool showsBackups() const;
+    void leaveBackups();
 
     void followActiveSide();
     void followSession();
@@ -101,6 +107,7 @@ private:
     QSplitter *m_sides = nullptr;
     QStackedWidget *m_middle = nullptr;
     SyncArea *m_sync = nullptr;
+    BackupArea *m_backups = nullptr;
     std::array<SideView *, 2> m_sideViews{};
     TransferDrawer *m_drawer = nullptr;
     MessageBar *m_question = nullptr;

@@ -3,6 +3,10 @@
 
 #include "app/AppModel.h"
 #include "app/ServerConnections.h"
+#include "backup/BackupEngine.h"
+#include "backup/BackupHistoryStore.h"
+#include "backup/BackupStore.h"
+#include "base/Clock.h"
 #include "files/Format.h"
 #include "servers/ServerStore.h"
 #include "settings/SettingsStore.h"
@@ -12,6 +16,7 @@
 #include "ui/SidebarDelegate.h"
 #include "ui/Theme.h"
 #include "ui/Widgets.h"
+#include "ui/backup/BackupText.h"
 #include "ui/pane/FileMimeData.h"
 #include "ui/servers/ServerLook.h"
 #include "ui/sync/SyncLook.h"
@@ -62,6 +67,7 @@ Sidebar::Sidebar(AppModel &model, QWidget *parent)
     , m_places(addSection(tr("PLACES")))
     , m_servers(addSection(tr("SERVERS")))
     , m_syncs(addSection(tr("SYNC")))
+    , m_backups(addSection(tr("BACKUPS")))
 {
     setObjectName(QStringLiteral("sidebar"));
     setAccessibleName(tr("Places and servers"));
@@ -80,11 +86,15 @@ Sidebar::Sidebar(AppModel &model, QWidget *parent)
     fillPlaces();
     fillServers();
     fillSyncs();
+    fillBackups();
 
     connect(this, &QWidget::customContextMenuRequested, this, &Sidebar::showMenu);
     connect(&model.servers(), &ServerStore::libraryChanged, this, &Sidebar::fillServers);
     connect(&model.servers(), &ServerStore::libraryChanged, this, &Sidebar::fillSyncs);
     connect(&model.sync(), &SyncEngine::changed, this, &Sidebar::fillSyncs);
+    connect(&model.backups(), &BackupStore::jobsChanged, this, &Sidebar::fillBackups);
+    connect(&model.backupHistory(), &BackupHistoryStore::changed, this, &Sidebar::fillBackups);
+    connect(&model.backupEngine(), &BackupEngine::runningJobChanged, this, &Sidebar::fillBackups);
     connect(&model.connections(), &ServerConnections::connectionsChanged, this, &Sidebar::fillServers);
     connect(&model.settings(), &SettingsStore::settingChanged, this, [this](const QString &key) {
         if (key == m_model.settings().localFavoritesRaw.key())
@@ -167,6 +177,8 @@ void Sidebar::markSync(const QString &key)
 void Sidebar::markItems()
 {
     clearSelection();
+    if (m_showsBackups)
+        return;
     if (!m_currentSync.isEmpty()) {
         for (int row = 0; row < m_syncs->childCount(); ++row)
             m_syncs->child(row)->setSelected(m_syncs->child(row)->data(0, keyRole) == m_currentSync);
@@ -190,6 +202,8 @@ void Sidebar::choose(const QTreeWidgetItem *item)
         return;
     if (item->parent() == m_places)
         emit placeChosen(item->data(0, pathRole).toString());
+    else if (isBackup(item))
+        chooseBackup(item->data(0, jobRole).toUuid());
     else if (item->parent() == m_servers)
         emit serverChosen(item->data(0, serverRole).toUuid());
     else if (const QUuid pair = item->data(0, pairRole).toUuid(); !pair.isNull())
@@ -248,6 +262,8 @@ void Sidebar::mouseReleaseEvent(QMouseEvent *event)
     } else if (event->button() == Qt::MiddleButton) {
         if (item->parent() == m_places)
             emit placeInNewTabRequested(item->data(0, pathRole).toString());
+        else if (isBackup(item))
+            chooseBackup(item->data(0, jobRole).toUuid());
         else if (item->parent() == m_servers)
             emit serverInNewTabRequested(item->data(0, serverRole).toUuid());
     }
@@ -264,9 +280,65 @@ void Sidebar::showMenu(const QPoint &position)
         fillServerMenu(*menu, item->data(0, serverRole).toUuid());
     else if (item && item->parent() == m_syncs)
         fillSyncMenu(*menu, *item);
+    else if (isBackup(item))
+        fillBackupMenu(*menu, item->data(0, jobRole).toUuid());
     menu->addAction(tr("New server…"), this, &Sidebar::newServerRequested);
     menu->addAction(tr("Show the server library"), this, &Sidebar::libraryRequested);
     menu->popup(viewport()->mapToGlobal(position));
+}
+
+bool Sidebar::isBackup(const QTreeWidgetItem *item) const
+{
+    return item && item->parent() == m_backups;
+}
+
+void Sidebar::chooseBackup(const QUuid &job)
+{
+    if (job.isNull())
+        emit newBackupRequested({});
+    else
+        emit backupChosen(job);
+}
+
+void Sidebar::fillBackups()
+{
+    qDeleteAll(m_backups->takeChildren());
+    for (const BackupJob &job : m_model.backups().jobs()) {
+        const auto state = m_model.backupHistory().state(job.id);
+        const BackupText::Line good = BackupText::lastGood(job, state, systemNow());
+        const BackupText::Line status = BackupText::status(job, state, systemNow());
+        const bool isBad = std::max(good.tone, status.tone) == BackupText::Tone::danger;
+        auto *item = new QTreeWidgetItem(m_backups, {Format::display(job.name)});
+        item->setIcon(0, Theme::icon(QStringLiteral("backup"), isBad ? Theme::Color::danger : Theme::Color::text));
+        item->setData(0, jobRole, job.id);
+        item->setData(0, connectedRole, m_model.backupEngine().runningJobID() == job.id);
+        item->setToolTip(0, Widgets::toolTip(QStringList{good.text, status.text}.join(u'\n')));
+    }
+    if (m_backups->childCount() == 0) {
+        auto *item = new QTreeWidgetItem(m_backups, {tr("Set up a backup…")});
+        item->setIcon(0, Theme::icon(QStringLiteral("list-add")));
+    }
+    markCurrent(m_currentPath, m_currentServer);
+}
+
+void Sidebar::fillBackupMenu(QMenu &menu, const QUuid &job)
+{
+    if (!job.isNull()) {
+        menu.addAction(tr("Back up now"), this, [this, job] {
+            if (const auto refusal = m_model.backupEngine().run(job))
+                emit m_model.messageRaised(*refusal);
+        });
+        menu.addAction(tr("Show"), this, [this, job] { emit backupChosen(job); });
+        menu.addAction(tr("Edit…"), this, [this, job] { emit editBackupRequested(job, {}); });
+    }
+    menu.addAction(tr("New backup…"), this, [this] { emit newBackupRequested({}); });
+    menu.addSeparator();
+}
+
+void Sidebar::markBackups(bool areShown)
+{
+    m_showsBackups = areShown;
+    markCurrent(m_currentPath, m_currentServer);
 }
 
 void Sidebar::fillServerMenu(QMenu &menu, const QUuid &server)
@@ -316,17 +388,49 @@ void Sidebar::setFavorites(const QString &raw)
 
 void Sidebar::dragEnterEvent(QDragEnterEvent *event)
 {
-    event->setAccepted(!foldersOf(*event->mimeData()).isEmpty());
+    event->setAccepted(!foldersOf(*event->mimeData()).isEmpty() ||
+                       !FileMimeData::localPaths(*event->mimeData()).isEmpty());
 }
 
 void Sidebar::dragMoveEvent(QDragMoveEvent *event)
 {
     event->setDropAction(harmlessAction(*event));
-    event->accept();
+    event->setAccepted(takes(*event));
+}
+
+/// What is dropped joins the sources of a backup, or of a new one.
+void Sidebar::dropOnBackups(QDropEvent &event, const QUuid &job)
+{
+    const QStringList paths = FileMimeData::localPaths(*event.mimeData());
+    if (job.isNull())
+        emit newBackupRequested(paths);
+    else
+        emit editBackupRequested(job, paths);
+    event.setDropAction(harmlessAction(event));
+    event.accept();
+}
+
+/// Backups take whatever is local, the places only folders.
+bool Sidebar::takes(const QDropEvent &event) const
+{
+    const QTreeWidgetItem *item = itemAt(event.position().toPoint());
+    if (item == m_backups || isBackup(item))
+        return !FileMimeData::localPaths(*event.mimeData()).isEmpty();
+    return !foldersOf(*event.mimeData()).isEmpty();
 }
 
 void Sidebar::dropEvent(QDropEvent *event)
 {
+    if (!takes(*event)) {
+        event->setDropAction(Qt::IgnoreAction);
+        event->ignore();
+        return;
+    }
+    const QTreeWidgetItem *item = itemAt(event->position().toPoint());
+    if (item == m_backups || isBackup(item)) {
+        dropOnBackups(*event, item->data(0, jobRole).toUuid());
+        return;
+    }
     QString raw = m_model.settings().localFavoritesRaw.value();
     for (const QString &folder : foldersOf(*event->mimeData()))
         raw = Favorites::adding(raw, folder);

@@ -27,6 +27,8 @@ public:
     void markCurrent(const QString &localPath, const QUuid &server);
     /// Marks the sync of this key instead, until the key is empty.
     void markSync(const QString &key);
+    /// Whether backups are shown instead of the sides.
+    void markBackups(bool areShown);
 
 signals:
     void placeChosen(const QString &path);
@@ -42,6 +44,9 @@ signals:
     void pairSettingsRequested(const QUuid &pair);
     void pairForgetRequested(const QUuid &pair);
     void pairsRequested();
+    void backupChosen(const QUuid &job);
+    void newBackupRequested(const QStringList &sources);
+    void editBackupRequested(const QUuid &job, const QStringList &moreSources);
 
 protected:
     void drawBranches(QPainter *, const QRect &, const QModelIndex &) const override {}
@@ -52,13 +57,19 @@ protected:
     void dropEvent(QDropEvent *event) override;
 
 private:
-    enum Role { pathRole = Qt::UserRole, serverRole, favoriteRole, connectedRole, pairRole, keyRole };
+    enum Role { pathRole = Qt::UserRole, serverRole, favoriteRole, connectedRole, pairRole, keyRole, jobRole };
 
     QTreeWidgetItem *addSection(const QString &title);
     void fillPlaces();
     void fillServers();
     void fillSyncs();
     void addSync(const SyncPair &pair, const std::optional<ServerConnection> &server, const QString &key, bool isSaved);
+    void fillBackups();
+    void fillBackupMenu(QMenu &menu, const QUuid &job);
+    bool isBackup(const QTreeWidgetItem *item) const;
+    void chooseBackup(const QUuid &job);
+    bool takes(const QDropEvent &event) const;
+    void dropOnBackups(QDropEvent &event, const QUuid &job);
     void addPlace(const QString &label, const QString &iconName, const QString &path);
     void choose(const QTreeWidgetItem *item);
     void showMenu(const QPoint &position);
@@ -72,6 +83,8 @@ private:
     QTreeWidgetItem *m_places;
     QTreeWidgetItem *m_servers;
     QTreeWidgetItem *m_syncs;
+    QTreeWidgetItem *m_backups;
+    bool m_showsBackups = false;
     QString m_currentPath;
     QUuid m_currentServer;
     QString m_currentSync;

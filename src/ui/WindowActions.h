@@ -37,6 +37,9 @@ enum class WindowCommand {
     sidebar,
     focusSidebar,
     transfers,
+    backups,
+    backupSelection,
+    openArchive,
     shortcuts,
     about
 };

@@ -44,6 +44,21 @@ QTreeView#serverTree::item, QTreeWidget#transferList::item, QTreeWidget#syncRuns
 QListWidget#preferencePages { background: <sidebar>; border-right: 1px solid <border>; padding: 8px; }
 QListWidget#preferencePages::item { padding: 8px 10px; border-radius: 6px; }
 QListWidget#preferencePages::item:selected { background: <selection>; color: <text>; }
+QWidget#backupArea, QWidget#backupOverview, QWidget#backupEditor, QWidget#backupJobPage, QWidget#archiveView { background: <window>; }
+QFrame#backupCard:focus, QFrame#serverFolderPicker:focus { border-color: <accent>; }
+QFrame#workBar, QFrame#restorePanel { background: <sidebar>; border: none; border-top: 1px solid <border>;
+    border-bottom: 1px solid <border>; }
+QTreeWidget[role="table"] { border: 1px solid <border>; border-radius: 6px; }
+QTreeWidget[role="table"]:focus { border-color: <accent>; }
+QTreeWidget[role="table"]::item, QTreeView#archiveTree::item { padding: 3px 0; }
+QTreeView#archiveTree { border-top: 1px solid <border>; }
+QLabel[tone="quiet"] { color: <mutedText>; }
+QLabel[tone="good"] { color: <success>; }
+QLabel[tone="warning"] { color: <warning>; }
+QLabel[tone="danger"] { color: <danger>; }
+QListWidget#backupSources, QListWidget#pickerFolders { border: 1px solid <border>; border-radius: 6px; padding: 2px; }
+QListWidget#backupSources:focus, QListWidget#pickerFolders:focus { border-color: <accent>; }
+QListWidget#backupSources::item, QListWidget#pickerFolders::item { padding: 2px 4px; }
 QScrollArea[role="page"], QScrollArea[role="page"] > QWidget, QWidget[role="pageBody"] { border: none;
     background: <window>; }
 )"_s;
@@ -60,6 +75,7 @@ QString windowStyleSheet()
         {u"<faintText>", Theme::color(faintText)}, {u"<border>", Theme::color(border)},
         {u"<accent>", Theme::color(accent)},       {u"<selection>", Theme::color(selection)},
         {u"<warning>", Theme::color(warning)},     {u"<danger>", Theme::color(danger)},
+        {u"<success>", Theme::color(success)},
     };
     QString sheet = sheetTemplate;
     for (const auto &[name, color] : names)

@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Backups in the window.
+#include "ui/MainWindow.h"
+
+#include "app/PaneTabs.h"
+#include "ui/MainToolBar.h"
+#include "ui/SideView.h"
+#include "ui/Sidebar.h"
+#include "ui/backup/BackupArea.h"
+#include "ui/backup/SourceList.h"
+
+#include <QApplication>
+#include <QSplitter>
+#include <QStackedWidget>
+
+namespace moorix {
+
+namespace {
+
+/// What leaves backups in the window; all else is about the two sides, which come back for it.
+bool worksBesideBackups(WindowCommand command)
+{
+    using enum WindowCommand;
+    switch (command) {
+    case quit:
+    case preferences:
+    case newServer:
+    case importServers:
+    case backups:
+    case backupSelection:
+    case openArchive:
+    case sidebar:
+    case focusSidebar:
+    case transfers:
+    case shortcuts:
+    case about:
+        return true;
+    default:
+        return false;
+    }
+}
+
+} // namespace
+
+void MainWindow::addBackupCommands()
+{
+    m_handlers[WindowCommand::backups] = [this] { showsBackups() ? leaveBackups() : m_backups->showBackups(); };
+    m_handlers[WindowCommand::openArchive] = [this] {
+        m_backups->showBackups();
+        m_backups->chooseArchive();
+    };
+    m_handlers[WindowCommand::backupSelection] = [this] {
+        const QStringList selected = SourceList::selectionOf(m_model);
+        if (selected.isEmpty())
+            emit m_model.messageRaised(tr("Select what is to be backed up in a list of local files first."));
+        else
+            m_backups->newJob(selected);
+    };
+}
+
+/// Before anything else listens to these signals: the sides are back when it acts on them.
+void MainWindow::connectBackups()
+{
+    addBackupCommands();
+    connect(m_actions, &WindowActions::windowCommandTriggered, this, [this](WindowCommand command) {
+        if (!worksBesideBackups(command))
+            leaveBackups();
+    });
+    connect(m_sidebar, &Sidebar::placeChosen, this, &MainWindow::leaveBackups);
+    connect(m_sidebar, &Sidebar::placeInNewTabRequested, this, &MainWindow::leaveBackups);
+    connect(m_sidebar, &Sidebar::serverChosen, this, &MainWindow::leaveBackups);
+    connect(m_sidebar, &Sidebar::serverInNewTabRequested, this, &MainWindow::leaveBackups);
+    connect(m_toolBar, &MainToolBar::serverChosen, this, &MainWindow::leaveBackups);
+    connect(m_sidebar, &Sidebar::backupChosen, m_backups, &BackupArea::showJob);
+    connect(m_sidebar, &Sidebar::newBackupRequested, m_backups, &BackupArea::newJob);
+    connect(m_sidebar, &Sidebar::editBackupRequested, m_backups, &BackupArea::editJob);
+    connect(m_backups, &BackupArea::backRequested, this, &MainWindow::leaveBackups);
+    connect(m_backups, &BackupArea::folderRequested, m_sidebar, &Sidebar::placeChosen);
+    connect(m_backups, &BackupArea::shown, this, [this] {
+        m_middle->setCurrentWidget(m_backups);
+        showLocation();
+    });
+    connect(m_middle, &QStackedWidget::currentChanged, this, [this] {
+        m_sidebar->markBackups(showsBackups());
+        followSession();
+    });
+}
+
+bool MainWindow::showsBackups() const
+{
+    return m_middle->currentWidget() == m_backups;
+}
+
+void MainWindow::leaveBackups()
+{
+    if (!showsBackups())
+        return;
+    const bool hadFocus = m_backups->isAncestorOf(QApplication::focusWidget());
+    m_middle->setCurrentWidget(m_sides);
+    if (hadFocus || !QApplication::focusWidget())
+        activeView().focusContent();
+}
+
+} // namespace moorix
