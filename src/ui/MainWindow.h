@@ -16,6 +16,7 @@ class QStackedWidget;
 namespace moorix {
 
 class BackupArea;
+class DesktopNotifier;
 class MainToolBar;
 class MessageBar;
 class PaneModel;
@@ -63,6 +64,8 @@ private:
     void connectSync();
     void addBackupCommands();
     void connectBackups();
+    void notifyOfBackups();
+    void openArchive(const QString &path);
 
     PaneTabs &activeTabs() const;
     SideView &activeView() const;
@@ -108,6 +111,7 @@ private:
     QStackedWidget *m_middle = nullptr;
     SyncArea *m_sync = nullptr;
     BackupArea *m_backups = nullptr;
+    DesktopNotifier *m_notifier = nullptr;
     std::array<SideView *, 2> m_sideViews{};
     TransferDrawer *m_drawer = nullptr;
     MessageBar *m_question = nullptr;

@@ -3,6 +3,9 @@
 #include "ui/MainWindow.h"
 
 #include "app/PaneTabs.h"
+#include "backup/BackupEngine.h"
+#include "files/Format.h"
+#include "platform/DesktopNotifier.h"
 #include "ui/MainToolBar.h"
 #include "ui/SideView.h"
 #include "ui/Sidebar.h"
@@ -46,8 +49,13 @@ void MainWindow::addBackupCommands()
 {
     m_handlers[WindowCommand::backups] = [this] { showsBackups() ? leaveBackups() : m_backups->showBackups(); };
     m_handlers[WindowCommand::openArchive] = [this] {
-        m_backups->showBackups();
-        m_backups->chooseArchive();
+        const QStringList selected = SourceList::selectionOf(m_model);
+        const bool isOne = selected.size() == 1 && (selected.constFirst().endsWith(QLatin1String(".zip")) ||
+                                                    selected.constFirst().endsWith(QLatin1String(".zip.enc")));
+        if (isOne && !showsBackups())
+            openArchive(selected.constFirst());
+        else
+            m_backups->chooseArchive();
     };
     m_handlers[WindowCommand::backupSelection] = [this] {
         const QStringList selected = SourceList::selectionOf(m_model);
@@ -62,6 +70,7 @@ void MainWindow::addBackupCommands()
 void MainWindow::connectBackups()
 {
     addBackupCommands();
+    notifyOfBackups();
     connect(m_actions, &WindowActions::windowCommandTriggered, this, [this](WindowCommand command) {
         if (!worksBesideBackups(command))
             leaveBackups();
@@ -74,6 +83,8 @@ void MainWindow::connectBackups()
     connect(m_sidebar, &Sidebar::backupChosen, m_backups, &BackupArea::showJob);
     connect(m_sidebar, &Sidebar::newBackupRequested, m_backups, &BackupArea::newJob);
     connect(m_sidebar, &Sidebar::editBackupRequested, m_backups, &BackupArea::editJob);
+    for (SideView *view : m_sideViews)
+        connect(view, &SideView::archiveRequested, this, &MainWindow::openArchive);
     connect(m_backups, &BackupArea::backRequested, this, &MainWindow::leaveBackups);
     connect(m_backups, &BackupArea::folderRequested, m_sidebar, &Sidebar::placeChosen);
     connect(m_backups, &BackupArea::shown, this, [this] {
@@ -84,6 +95,27 @@ void MainWindow::connectBackups()
         m_sidebar->markBackups(showsBackups());
         followSession();
     });
+}
+
+/// A failure of what runs unseen has to be seen; beside the notification it stands in the window.
+void MainWindow::notifyOfBackups()
+{
+    m_notifier = new DesktopNotifier(this);
+    connect(&m_model.backupEngine(), &BackupEngine::failureRaised, m_notifier,
+            [this](const QUuid &job, const QString &name, const QString &sentence) {
+                m_notifier->notify(job.toString(), tr("Backup “%1” failed").arg(Format::display(name)), sentence);
+            });
+    connect(m_notifier, &DesktopNotifier::activated, this, [this](const QString &job) {
+        m_backups->showJob(QUuid(job));
+        show();
+        raise();
+        activateWindow();
+    });
+}
+
+void MainWindow::openArchive(const QString &path)
+{
+    m_backups->openArchive({std::nullopt, path, {}}, ArchiveView::Task::browse);
 }
 
 bool MainWindow::showsBackups() const

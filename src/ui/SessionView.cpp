@@ -114,7 +114,12 @@ PaneContext SessionView::paneContext()
         .focusOtherSide = [this] { m_model.setActiveSide(otherSide(m_side)); },
     };
     if (m_session.mode() == PaneMode::local)
-        context.openFile = [this](const FileItem &item) { openWithDesktop(m_model, item.path); };
+        context.openFile = [this](const FileItem &item) {
+            if (item.name.endsWith(QLatin1String(".zip.enc")))
+                emit archiveRequested(item.path);
+            else
+                openWithDesktop(m_model, item.path);
+        };
     else if (auto service = std::dynamic_pointer_cast<RemoteFileService>(m_session.pane()->service()))
         context.openFile = [this, service](const FileItem &item) { openRemoteFile(service, item); };
     // Programs of the desktop both show files and edit them.

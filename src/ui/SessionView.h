@@ -40,6 +40,8 @@ signals:
     void disconnectRequested(const QUuid &server);
     void newServerRequested(const std::optional<QUuid> &folder);
     void importRequested();
+    /// An encrypted archive of a backup was opened, for which the desktop has no program.
+    void archiveRequested(const QString &path);
 
 private:
     void followState();

@@ -237,6 +237,7 @@ SessionView *SideView::makeView(Session &session)
     connect(view, &SessionView::disconnectRequested, this, &SideView::disconnectRequested);
     connect(view, &SessionView::newServerRequested, this, &SideView::newServerRequested);
     connect(view, &SessionView::importRequested, this, &SideView::importRequested);
+    connect(view, &SessionView::archiveRequested, this, &SideView::archiveRequested);
     const auto update = [this, &session] {
         const qsizetype index = m_tabs.sessions().indexOf(&session);
         if (index >= 0)

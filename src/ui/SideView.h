@@ -40,6 +40,7 @@ signals:
     void disconnectRequested(const QUuid &server);
     void newServerRequested(const std::optional<QUuid> &folder);
     void importRequested();
+    void archiveRequested(const QString &path);
 
 protected:
     void changeEvent(QEvent *event) override;

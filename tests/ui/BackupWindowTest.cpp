@@ -8,7 +8,10 @@
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QDropEvent>
 #include <QFileDialog>
+#include <QListWidget>
+#include <QMimeData>
 #include <QSpinBox>
 #include <QTreeView>
 
@@ -187,7 +190,7 @@ private slots:
         bench.chooseInTree(u"index.html"_s);
         bench.type("restoreFolder", bench.home.path("back"));
         bench.press("restoreSelected");
-        QTRY_VERIFY(bench.textOf("messageBarText").contains(u"left as they are"_s));
+        QTRY_VERIFY(bench.textOf("messageBarText").contains(u"left as it is"_s));
         QCOMPARE(bench.home.read("back/index.html"), "mine");
         bench.window.find<QComboBox>("restorePolicy")->setCurrentIndex(1);
         bench.press("restoreSelected");
@@ -226,6 +229,28 @@ private slots:
         emit dialog->fileSelected(bench.home.path("plain.zip"));
         QTRY_VERIFY(bench.textOf("messageBarText").contains(u"Everybody who gets it can read it"_s));
         QVERIFY(bench.home.read("plain.zip").startsWith("PK"));
+    }
+
+    void whatIsDroppedOnABackupBecomesASource()
+    {
+        BackupBench bench;
+        bench.addJob(u"Site"_s);
+        auto *sidebar = bench.window.find<QTreeWidget>("sidebar");
+        const QTreeWidgetItem *entry =
+            sidebar->findItems(u"Site"_s, Qt::MatchExactly | Qt::MatchRecursive).constFirst();
+        QMimeData files;
+        files.setUrls({QUrl::fromLocalFile(bench.home.path("left/notes.txt"))});
+        const Qt::DropActions actions = Qt::CopyAction | Qt::MoveAction;
+        const QPoint place = sidebar->visualItemRect(entry).center();
+        QDragEnterEvent enter(place, actions, &files, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(sidebar->viewport(), &enter);
+        QDropEvent drop(place, actions, &files, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(sidebar->viewport(), &drop);
+        QCOMPARE(drop.dropAction(), Qt::CopyAction);
+        QCOMPARE(bench.window.find<QListWidget>("backupSources")->count(), 2);
+        bench.press("backupSave");
+        QTRY_VERIFY(bench.window.find("backupCard"));
+        QCOMPARE(bench.model.backups().jobs().constFirst().sourcePaths.last(), bench.home.path("left/notes.txt"));
     }
 
     void commandsOfTheListsDoNothingWhileBackupsHideThem()

@@ -150,6 +150,8 @@ QVariant ArchiveTreeModel::data(const QModelIndex &index, int role) const
 
 QVariant ArchiveTreeModel::headerData(int section, Qt::Orientation orientation, int role) const
 {
+    if (role == Qt::TextAlignmentRole && section == 1)
+        return int(Qt::AlignRight | Qt::AlignVCenter);
     if (orientation != Qt::Horizontal || role != Qt::DisplayRole)
         return {};
     const QString titles[] = {tr("Name"), tr("Size"), tr("Modified")};

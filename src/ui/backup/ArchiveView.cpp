@@ -261,10 +261,15 @@ void ArchiveView::tellOutcome(const RestoreOutcome &outcome, const QString &fold
     if (outcome.wasCancelled)
         sentences << tr("Stopped.");
     const QString place = Format::display(folder);
-    sentences << (outcome.files == 1 ? tr("1 file was restored to %1.").arg(place)
-                                     : tr("%1 files were restored to %2.").arg(outcome.files).arg(place));
+    if (outcome.files == 0)
+        sentences << tr("Nothing was restored to %1.").arg(place);
+    else
+        sentences << (outcome.files == 1 ? tr("1 file was restored to %1.").arg(place)
+                                         : tr("%1 files were restored to %2.").arg(outcome.files).arg(place));
     if (outcome.skipped > 0)
-        sentences << tr("%1 were there already and were left as they are.").arg(outcome.skipped);
+        sentences << (outcome.skipped == 1
+                          ? tr("1 file was there already and was left as it is.")
+                          : tr("%1 files were there already and were left as they are.").arg(outcome.skipped));
     QString text = sentences.join(u' ');
     for (const QString &failure : outcome.failures.first(std::min(mostFailures, outcome.failures.size())))
         text += u'\n' + failure;

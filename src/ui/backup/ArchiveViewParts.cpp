@@ -107,7 +107,7 @@ QWidget *ArchiveView::makeContent()
     m_content = new QWidget(this);
     m_summary = Widgets::label({}, TextRole::muted, m_content);
     m_summary->setObjectName(u"archiveSummary"_s);
-    m_summary->setContentsMargins(24, 0, 24, 8);
+    m_summary->setContentsMargins(24, 8, 24, 8);
     m_tree = new QTreeView(m_content);
     m_tree->setObjectName(u"archiveTree"_s);
     m_tree->setAccessibleName(tr("Files in the archive"));

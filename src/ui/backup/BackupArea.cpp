@@ -84,6 +84,7 @@ void BackupArea::openJobPage(const QUuid &job)
 
 void BackupArea::chooseArchive()
 {
+    emit shown();
     auto *dialog = new QFileDialog(this, tr("Open a backup's archive"), AppPaths::home(),
                                    tr("Archives (*.zip *.zip.enc);;All files (*)"));
     dialog->setObjectName(QStringLiteral("openArchiveDialog"));

@@ -179,7 +179,7 @@ void BackupCard::showStanding(const BackupJob &job)
     say(*m_status, status);
     const QStringList notes =
         state && !state->runs.isEmpty() && job.lastSuccess ? state->runs.constFirst().notes : QStringList();
-    m_notes->setText(notes.join(u'\n'));
+    m_notes->setText(notes.join(u' '));
     m_notes->setVisible(!notes.isEmpty());
     m_next->setText(BackupText::nextRun(m_model.backupEngine().nextRun(job), now));
     m_run->setText(status.tone == BackupText::Tone::danger ? tr("Try again") : tr("Back up now"));

@@ -109,6 +109,7 @@ void BackupJobPage::addArchives(QVBoxLayout &column)
         table(u"archiveList"_s, tr("Archives at the destination"), {tr("Archive"), tr("Size"), tr("Date")}, this);
     m_archives->header()->setSectionResizeMode(0, QHeaderView::Stretch);
     m_archives->header()->resizeSection(1, 100);
+    m_archives->headerItem()->setTextAlignment(1, Qt::AlignRight | Qt::AlignVCenter);
     m_archives->header()->resizeSection(2, 180);
     m_state = Widgets::label({}, TextRole::muted, this);
     m_state->setObjectName(u"archiveListState"_s);
@@ -140,6 +141,7 @@ void BackupJobPage::addRuns(QVBoxLayout &column)
     m_runs->header()->resizeSection(0, 190);
     m_runs->header()->resizeSection(2, 100);
     m_runs->header()->resizeSection(3, 90);
+    m_runs->headerItem()->setTextAlignment(3, Qt::AlignRight | Qt::AlignVCenter);
     m_runs->setWordWrap(true);
     column.addSpacing(10);
     column.addWidget(Widgets::label(tr("Runs on this computer"), TextRole::heading, this));
