@@ -232,9 +232,7 @@ void MainWindow::showLocation()
         m_status->showConnection(tr("Not connected"), false);
     else
         m_status->showConnection(isLocal ? tr("Local files") : tr("Servers"), false);
-    const QString title = showsSync()      ? m_sync->title()
-                          : showsBackups() ? m_backups->title()
-                                           : session.title();
+    const QString title = showsSync() ? m_sync->title() : showsBackups() ? m_backups->title() : session.title();
     setWindowTitle(tr("%1 — Moorix").arg(title));
     WindowState::saveTabs(m_model);
 }

@@ -88,6 +88,7 @@ void MainWindow::connectBackups()
     connect(m_backups, &BackupArea::backRequested, this, &MainWindow::leaveBackups);
     connect(m_backups, &BackupArea::folderRequested, m_sidebar, &Sidebar::placeChosen);
     connect(m_backups, &BackupArea::shown, this, [this] {
+        showSides();
         m_middle->setCurrentWidget(m_backups);
         showLocation();
     });
