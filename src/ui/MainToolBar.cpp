@@ -40,7 +40,6 @@ MainToolBar::MainToolBar(AppModel &model, WindowActions &actions, QWidget *paren
     m_actions.action(WindowCommand::sync)->setIconText(tr("Sync"));
     m_actions.action(PaneCommand::copyToOtherSide)->setIconText(tr("Copy"));
     m_actions.action(PaneCommand::moveToOtherSide)->setIconText(tr("Move"));
-    addSeparator();
     addAction(m_actions.action(WindowCommand::backups));
     m_actions.action(WindowCommand::backups)->setIconText(tr("Backup"));
     auto *spacer = new QWidget(this);
