@@ -87,7 +87,7 @@ void BackupDestination::removeLeftovers(const std::stop_token &stop) const
 {
     TransferRequest request;
     request.destination = m_service;
-    request.targetFolder = m_folder;
+    request.more = {{{}, m_folder}};
     request.id = m_transferID;
     transferLeftovers::remove(request, stop);
 }
