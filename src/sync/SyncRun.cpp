@@ -118,7 +118,13 @@ void SyncRun::runAll()
     }
     if (m_hasKeptVersions)
         m_outcome.notes.append(u"What was replaced or deleted on this computer is in “%1”."_s.arg(m_versions.folder()));
-    SyncVersions::prune(m_setup.local.root(), m_setup.clock(), m_stop);
+    try {
+        SyncVersions::prune(m_setup.local.root(), m_setup.clock(), m_stop);
+    } catch (const Cancelled &) {
+        throw;
+    } catch (const Error &error) {
+        m_outcome.notes.append(u"Older versions stay: %1"_s.arg(error.message()));
+    }
 }
 
 QList<SyncRow *> SyncRun::rowsFor(SyncAction action)

@@ -127,13 +127,7 @@ void MainWindow::connectParts()
     connect(&m_model.connections(), &ServerConnections::connectionsChanged, this, &MainWindow::showLocation);
     connect(&m_model.settings(), &SettingsStore::settingChanged, this, &MainWindow::followSetting);
     connect(m_actions, &WindowActions::menuOpens, this, &MainWindow::prepareMenus);
-    connect(m_actions, &WindowActions::paneCommandTriggered, this, [this](PaneCommand command) {
-        // The sides are out of sight, and so is what these commands would do there.
-        if (!showsBackups())
-            runPaneCommand(command);
-        else if (command == PaneCommand::goBack || command == PaneCommand::goUp)
-            m_backups->goBack();
-    });
+    connect(m_actions, &WindowActions::paneCommandTriggered, this, &MainWindow::runPaneCommand);
     connect(m_toolBar, &MainToolBar::serverChosen, this, [this](const QUuid &id) { openServer(id, false); });
     connect(m_toolBar, &MainToolBar::listFocusRequested, this, [this] { activeView().focusContent(); });
     connect(m_status, &StatusStrip::transfersRequested, m_actions->action(WindowCommand::transfers), &QAction::trigger);

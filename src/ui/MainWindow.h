@@ -84,13 +84,14 @@ private:
     void showSameFolderThere();
     void swapSides();
 
+    bool showsSides() const;
+    /// In place of a sync or of backups.
+    void showSides();
     /// Whether a sync stands in place of the two sides.
     bool showsSync() const;
     void showSync();
-    void showSides();
     /// Whether backups stand in place of the two sides.
     bool showsBackups() const;
-    void leaveBackups();
 
     void followActiveSide();
     void followSession();

@@ -18,36 +18,9 @@
 
 namespace moorix {
 
-namespace {
-
-/// What leaves backups in the window; all else is about the two sides, which come back for it.
-bool worksBesideBackups(WindowCommand command)
-{
-    using enum WindowCommand;
-    switch (command) {
-    case quit:
-    case preferences:
-    case newServer:
-    case importServers:
-    case backups:
-    case backupSelection:
-    case openArchive:
-    case sidebar:
-    case focusSidebar:
-    case transfers:
-    case shortcuts:
-    case about:
-        return true;
-    default:
-        return false;
-    }
-}
-
-} // namespace
-
 void MainWindow::addBackupCommands()
 {
-    m_handlers[WindowCommand::backups] = [this] { showsBackups() ? leaveBackups() : m_backups->showBackups(); };
+    m_handlers[WindowCommand::backups] = [this] { showsBackups() ? showSides() : m_backups->showBackups(); };
     m_handlers[WindowCommand::openArchive] = [this] {
         const QStringList selected = SourceList::selectionOf(m_model);
         const bool isOne = selected.size() == 1 && (selected.constFirst().endsWith(QLatin1String(".zip")) ||
@@ -71,21 +44,17 @@ void MainWindow::connectBackups()
 {
     addBackupCommands();
     notifyOfBackups();
-    connect(m_actions, &WindowActions::windowCommandTriggered, this, [this](WindowCommand command) {
-        if (!worksBesideBackups(command))
-            leaveBackups();
-    });
-    connect(m_sidebar, &Sidebar::placeChosen, this, &MainWindow::leaveBackups);
-    connect(m_sidebar, &Sidebar::placeInNewTabRequested, this, &MainWindow::leaveBackups);
-    connect(m_sidebar, &Sidebar::serverChosen, this, &MainWindow::leaveBackups);
-    connect(m_sidebar, &Sidebar::serverInNewTabRequested, this, &MainWindow::leaveBackups);
-    connect(m_toolBar, &MainToolBar::serverChosen, this, &MainWindow::leaveBackups);
+    connect(m_sidebar, &Sidebar::placeChosen, this, &MainWindow::showSides);
+    connect(m_sidebar, &Sidebar::placeInNewTabRequested, this, &MainWindow::showSides);
+    connect(m_sidebar, &Sidebar::serverChosen, this, &MainWindow::showSides);
+    connect(m_sidebar, &Sidebar::serverInNewTabRequested, this, &MainWindow::showSides);
+    connect(m_toolBar, &MainToolBar::serverChosen, this, &MainWindow::showSides);
     connect(m_sidebar, &Sidebar::backupChosen, m_backups, &BackupArea::showJob);
     connect(m_sidebar, &Sidebar::newBackupRequested, m_backups, &BackupArea::newJob);
     connect(m_sidebar, &Sidebar::editBackupRequested, m_backups, &BackupArea::editJob);
     for (SideView *view : m_sideViews)
         connect(view, &SideView::archiveRequested, this, &MainWindow::openArchive);
-    connect(m_backups, &BackupArea::backRequested, this, &MainWindow::leaveBackups);
+    connect(m_backups, &BackupArea::backRequested, this, &MainWindow::showSides);
     connect(m_backups, &BackupArea::folderRequested, m_sidebar, &Sidebar::placeChosen);
     connect(m_backups, &BackupArea::shown, this, [this] {
         showSides();
@@ -122,16 +91,6 @@ void MainWindow::openArchive(const QString &path)
 bool MainWindow::showsBackups() const
 {
     return m_middle->currentWidget() == m_backups;
-}
-
-void MainWindow::leaveBackups()
-{
-    if (!showsBackups())
-        return;
-    const bool hadFocus = m_backups->isAncestorOf(QApplication::focusWidget());
-    m_middle->setCurrentWidget(m_sides);
-    if (hadFocus || !QApplication::focusWidget())
-        activeView().focusContent();
 }
 
 } // namespace moorix

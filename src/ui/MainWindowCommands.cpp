@@ -13,6 +13,7 @@
 #include "ui/Sidebar.h"
 #include "ui/TransferDrawer.h"
 #include "ui/UnsentEdits.h"
+#include "ui/backup/BackupArea.h"
 #include "ui/dialogs/AboutDialog.h"
 #include "ui/dialogs/ShortcutsOverview.h"
 #include "ui/pane/PaneView.h"
@@ -20,10 +21,13 @@
 #include "ui/servers/ConnectionForm.h"
 #include "ui/servers/ImportServers.h"
 #include "ui/servers/ServerLibraryView.h"
+#include "ui/sync/SyncArea.h"
 
 #include <QAction>
+#include <QApplication>
 #include <QDir>
 #include <QSplitter>
+#include <QStackedWidget>
 
 namespace moorix {
 
@@ -37,6 +41,31 @@ std::optional<ServerConnection> serverNamed(const QString &name, const ServerSto
     QList<ServerConnection> found = store.library().servers;
     found.removeIf([&name](const ServerConnection &server) { return server.name != name && server.host != name; });
     return found.size() == 1 ? std::optional(found.first()) : std::nullopt;
+}
+
+/// What needs nothing of the two sides; all else brings them back where a sync or backups stand in their place.
+bool worksBesideSides(WindowCommand command)
+{
+    using enum WindowCommand;
+    switch (command) {
+    case quit:
+    case preferences:
+    case newServer:
+    case importServers:
+    case sync:
+    case syncPairs:
+    case backups:
+    case backupSelection:
+    case openArchive:
+    case sidebar:
+    case focusSidebar:
+    case transfers:
+    case shortcuts:
+    case about:
+        return true;
+    default:
+        return false;
+    }
 }
 
 } // namespace
@@ -108,10 +137,28 @@ void MainWindow::addViewCommands()
     m_handlers[about] = [this] { (new AboutDialog(this))->open(); };
 }
 
+void MainWindow::runCommand(WindowCommand command)
+{
+    const bool leaves = !showsSides() && !worksBesideSides(command);
+    if (leaves)
+        showSides();
+    // What would be closed is what stood in their place.
+    if (leaves && command == WindowCommand::closeTab)
+        return;
+    if (const auto handler = m_handlers.constFind(command); handler != m_handlers.cend())
+        (*handler)();
+}
+
+/// Nothing is done to what is out of sight.
 void MainWindow::runPaneCommand(PaneCommand command)
 {
     if (showsSync()) {
         runSyncCommand(command);
+        return;
+    }
+    if (showsBackups()) {
+        if (command == PaneCommand::goBack || command == PaneCommand::goUp)
+            m_backups->goBack();
         return;
     }
     if (command == PaneCommand::focusOtherSide) {
@@ -134,7 +181,7 @@ void MainWindow::prepareMenus()
             const PaneCommand *command = std::get_if<PaneCommand>(&entry);
             if (!command || *command == PaneCommand::focusOtherSide)
                 continue;
-            const bool isAvailable = !showsSync() && view &&
+            const bool isAvailable = showsSides() && view &&
                                      ((view->pane() && view->pane()->isAvailable(*command)) ||
                                       (view->library() && view->library()->isAvailable(*command)));
             m_actions->action(*command)->setEnabled(isAvailable);
@@ -142,6 +189,27 @@ void MainWindow::prepareMenus()
     }
     m_actions->action(PaneCommand::toggleHidden)->setChecked(m_followedPane && m_followedPane->showHidden());
     m_actions->action(WindowCommand::disconnect)->setEnabled(activeTabs().current().server().has_value());
+}
+
+bool MainWindow::showsSides() const
+{
+    return m_middle->currentWidget() == m_sides;
+}
+
+void MainWindow::showSides()
+{
+    if (showsSides())
+        return;
+    const bool hadFocus = m_middle->currentWidget()->isAncestorOf(QApplication::focusWidget());
+    const bool wasSync = showsSync();
+    m_middle->setCurrentWidget(m_sides);
+    if (wasSync) {
+        m_sync->leave();
+        m_sidebar->markSync({});
+    }
+    followSession();
+    if (hadFocus || !QApplication::focusWidget())
+        activeView().focusContent();
 }
 
 void MainWindow::openServer(const QUuid &id, bool inNewTab)

@@ -12,32 +12,6 @@
 
 namespace moorix {
 
-namespace {
-
-/// What leaves a sync in the window; all else is about the two sides, which come back for it.
-bool worksBesideSync(WindowCommand command)
-{
-    using enum WindowCommand;
-    switch (command) {
-    case quit:
-    case preferences:
-    case newServer:
-    case importServers:
-    case sync:
-    case syncPairs:
-    case sidebar:
-    case focusSidebar:
-    case transfers:
-    case shortcuts:
-    case about:
-        return true;
-    default:
-        return false;
-    }
-}
-
-} // namespace
-
 void MainWindow::addSyncCommands()
 {
     m_handlers[WindowCommand::sync] = [this] { m_sync->showShownPair(); };
@@ -65,31 +39,6 @@ void MainWindow::showSync()
     m_middle->setCurrentWidget(m_sync);
     m_sidebar->markSync(m_sync->shownKey());
     followSession();
-}
-
-void MainWindow::showSides()
-{
-    if (!showsSync())
-        return;
-    const bool hadFocus = m_sync->isAncestorOf(QApplication::focusWidget());
-    m_middle->setCurrentIndex(0);
-    m_sync->leave();
-    m_sidebar->markSync({});
-    followSession();
-    if (hadFocus || !QApplication::focusWidget())
-        activeView().focusContent();
-}
-
-void MainWindow::runCommand(WindowCommand command)
-{
-    const bool leavesSync = showsSync() && !worksBesideSync(command);
-    if (leavesSync)
-        showSides();
-    // What would be closed is the sync.
-    if (leavesSync && command == WindowCommand::closeTab)
-        return;
-    if (const auto handler = m_handlers.constFind(command); handler != m_handlers.cend())
-        (*handler)();
 }
 
 /// The sides are out of sight, and so is what these commands would do there.

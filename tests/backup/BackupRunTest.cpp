@@ -2,6 +2,7 @@
 #include "backup/BackupRun.h"
 #include "backup/ArchiveExtraction.h"
 #include "backup/BackupArchive.h"
+#include "base/Json.h"
 #include "platform/SystemProcessRunner.h"
 #include "servers/KeychainStore.h"
 #include "support/MemoryKeychain.h"
@@ -99,6 +100,11 @@ private slots:
         scene.surroundings.serverName = u"web-01"_s;
         scene.environment.openServer = [&server](const QUuid &, const std::stop_token &) { return server.service(); };
         scene.keychain->rememberForThisRun(u"pass «phrase»"_s, scene.job.id, SecretKind::passphrase);
+        // What a run that was killed has left behind, and another job's.
+        const QString part = u"to/.Web_site-20240103-000000.zip.enc.moorix-%1.part"_s;
+        const QString others = part.arg(uuidText(QUuid::createUuid()));
+        scene.tree.write(part.arg(uuidText(scene.surroundings.transferID)), "half");
+        scene.tree.write(others, "half");
         for (const char *old : {"to/Web_site-20240101-000000.zip", "to/Web_site-20240102-000000.zip.enc",
                                 "to/Web_site-old-20240101-000000.zip"})
             scene.tree.write(old, "old");
@@ -109,9 +115,9 @@ private slots:
                                 u"Encrypting…"_s,          u"Verifying…"_s,   u"Uploading to web-01…"_s};
         QCOMPARE(scene.steps, steps);
         QCOMPARE(outcome.archive, u"Web_site-20250307-140509.zip.enc"_s);
-        QCOMPARE(scene.delivered(), QStringList({u"Web_site-20240102-000000.zip.enc"_s, outcome.archive,
+        QCOMPARE(scene.delivered(), QStringList({others.mid(3), u"Web_site-20240102-000000.zip.enc"_s, outcome.archive,
                                                  u"Web_site-old-20240101-000000.zip"_s}));
-        QCOMPARE(scene.leftovers(), QStringList());
+        QCOMPARE(scene.leftovers(), QStringList(others.mid(3)));
 
         const QString path = scene.tree.path(u"to/"_s + outcome.archive);
         const auto service = server.service();

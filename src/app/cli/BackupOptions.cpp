@@ -4,6 +4,7 @@
 #include "app/cli/Command.h"
 #include "app/cli/CommandContext.h"
 #include "app/cli/Console.h"
+#include "app/cli/OptionValues.h"
 #include "backup/BackupJob.h"
 #include "platform/AppPaths.h"
 
@@ -23,26 +24,6 @@ QString absolute(const QString &path)
     return QDir::cleanPath(QDir::current().absoluteFilePath(expanded));
 }
 
-qint64 parseNumber(const QString &option, const QString &text, qint64 minimum, qint64 maximum)
-{
-    bool isNumber = false;
-    const qint64 number = text.toLongLong(&isNumber);
-    if (!isNumber || number < minimum || number > maximum) {
-        throw UsageError(
-            u"--%1 takes a number from %2 to %3, not “%4”."_s.arg(option).arg(minimum).arg(maximum).arg(text));
-    }
-    return number;
-}
-
-bool parseSwitch(const QString &option, const QString &text)
-{
-    if (text == u"yes")
-        return true;
-    if (text == u"no")
-        return false;
-    throw UsageError(u"--%1 takes yes or no, not “%2”."_s.arg(option, text));
-}
-
 /// A weekday's English name, or the day of a month.
 void applyDay(const QString &text, BackupJob &job)
 {
@@ -52,7 +33,7 @@ void applyDay(const QString &text, BackupJob &job)
             return;
         }
     }
-    job.dayOfMonth = parseNumber(u"day"_s, text, 1, 31);
+    job.dayOfMonth = optionValues::number(u"day"_s, text, 1, 31);
 }
 
 void applyTime(const QString &text, BackupJob &job)
@@ -119,11 +100,11 @@ void applyBackupOptions(const QCommandLineParser &parser, BackupJob &job, Comman
     if (parser.isSet(u"at"_s))
         applyTime(parser.value(u"at"_s), job);
     if (parser.isSet(u"keep"_s))
-        job.keepVersions = parseNumber(u"keep"_s, parser.value(u"keep"_s), 0, 100'000);
+        job.keepVersions = optionValues::number(u"keep"_s, parser.value(u"keep"_s), 0, 100'000);
     if (parser.isSet(u"scheduled"_s))
-        job.enabled = parseSwitch(u"scheduled"_s, parser.value(u"scheduled"_s));
+        job.enabled = optionValues::yesOrNo(u"scheduled"_s, parser.value(u"scheduled"_s));
     if (parser.isSet(u"zip"_s))
-        job.zip = parseSwitch(u"zip"_s, parser.value(u"zip"_s));
+        job.zip = optionValues::yesOrNo(u"zip"_s, parser.value(u"zip"_s));
     if (parser.isSet(u"encrypt"_s) || parser.isSet(u"no-encrypt"_s))
         job.encrypt = parser.isSet(u"encrypt"_s);
 }

@@ -2,6 +2,7 @@
 #include "app/cli/ServerOptions.h"
 
 #include "app/cli/Command.h"
+#include "app/cli/OptionValues.h"
 #include "servers/ServerStore.h"
 
 #include <QCommandLineParser>
@@ -30,26 +31,6 @@ AuthMethod parseAuth(const QString &text)
             return method;
     }
     throw UsageError(u"“%1” is no way to log in; it is password, system, agent, key-file or pasted-key."_s.arg(text));
-}
-
-qint64 parseNumber(const QString &option, const QString &text, qint64 minimum, qint64 maximum)
-{
-    bool isNumber = false;
-    const qint64 number = text.toLongLong(&isNumber);
-    if (!isNumber || number < minimum || number > maximum) {
-        throw UsageError(
-            u"--%1 takes a number from %2 to %3, not “%4”."_s.arg(option).arg(minimum).arg(maximum).arg(text));
-    }
-    return number;
-}
-
-bool parseSwitch(const QString &option, const QString &text)
-{
-    if (text == u"yes" || text == u"on" || text == u"true")
-        return true;
-    if (text == u"no" || text == u"off" || text == u"false")
-        return false;
-    throw UsageError(u"--%1 takes yes or no, not “%2”."_s.arg(option, text));
 }
 
 std::optional<QString> textOrNothing(const QString &text)
@@ -124,10 +105,10 @@ void applyServerOptions(ServerConnection &server, const QCommandLineParser &pars
             set(parser.value(option));
     };
     const auto takeNumber = [&take](const QString &option, qint64 &field, qint64 minimum, qint64 maximum) {
-        take(option, [&](const QString &text) { field = parseNumber(option, text, minimum, maximum); });
+        take(option, [&](const QString &text) { field = optionValues::number(option, text, minimum, maximum); });
     };
     const auto takeSwitch = [&take](const QString &option, bool &field) {
-        take(option, [&](const QString &text) { field = parseSwitch(option, text); });
+        take(option, [&](const QString &text) { field = optionValues::yesOrNo(option, text); });
     };
     take(u"protocol"_s, [&](const QString &text) { server.networkProtocol = parseProtocol(text); });
     take(u"host"_s, [&](const QString &text) { server.host = text; });
