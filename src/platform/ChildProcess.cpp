@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/ChildProcess.h"
 
-#include "base/Error.h"
 #include "platform/ProcessRunner.h"
+#include "platform/ProcessStart.h"
 
 #include <QFile>
 #include <QStandardPaths>
@@ -15,7 +15,6 @@
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
-#include <vector>
 
 namespace moorix {
 
@@ -24,38 +23,13 @@ namespace {
 constexpr auto grace = std::chrono::milliseconds(100);
 constexpr int stepMilliseconds = 2;
 
-[[noreturn]] void failToStart(const QString &program, int errorNumber)
-{
-    throw Error(QStringLiteral("Process"),
-                QStringLiteral("“%1” could not be started: %2").arg(program, systemErrorText(errorNumber)));
-}
-
-/// Texts in the form that exec wants; they live as long as the object.
-class ArgumentVector final
-{
-public:
-    void append(const QByteArray &text) { m_texts.push_back(text); }
-    char *const *data()
-    {
-        m_pointers.clear();
-        for (QByteArray &text : m_texts)
-            m_pointers.push_back(text.data());
-        m_pointers.push_back(nullptr);
-        return m_pointers.data();
-    }
-
-private:
-    std::vector<QByteArray> m_texts;
-    std::vector<char *> m_pointers;
-};
-
 struct Pipe
 {
     explicit Pipe(const QString &program)
     {
         int ends[2];
         if (::pipe2(ends, O_CLOEXEC) != 0)
-            failToStart(program, errno);
+            ProcessStart::fail(program, errno);
         readEnd = FileDescriptor(ends[0]);
         writeEnd = FileDescriptor(ends[1]);
     }
@@ -70,7 +44,7 @@ FileDescriptor reopened(const FileDescriptor &writeEnd, const QString &program)
     const QByteArray path = "/proc/self/fd/" + QByteArray::number(writeEnd.value());
     FileDescriptor again(::open(path.constData(), O_WRONLY | O_CLOEXEC));
     if (again.value() < 0)
-        failToStart(program, errno);
+        ProcessStart::fail(program, errno);
     return again;
 }
 
@@ -105,17 +79,8 @@ struct Launch
     }
 };
 
-/// The child's ends of its streams, and where it reports that it could not become the program.
-struct ChildEnds
-{
-    int input;
-    int output;
-    int error;
-    int failureReport;
-};
-
-/// The child's side of the fork: only system calls, and nothing the parent would see, since the memory is the parent's.
-[[noreturn]] void become(const Launch &launch, const ChildEnds &ends)
+/// The child's side of the fork.
+void become(const Launch &launch, int input, int output, int error)
 {
     ::setpgid(0, 0);
     ::prctl(PR_SET_PDEATHSIG, SIGTERM);
@@ -123,29 +88,8 @@ struct ChildEnds
     sigset_t none;
     ::sigemptyset(&none);
     ::sigprocmask(SIG_SETMASK, &none, nullptr);
-    if (::dup2(ends.input, STDIN_FILENO) >= 0 && ::dup2(ends.output, STDOUT_FILENO) >= 0 &&
-        ::dup2(ends.error, STDERR_FILENO) >= 0)
+    if (::dup2(input, STDIN_FILENO) >= 0 && ::dup2(output, STDOUT_FILENO) >= 0 && ::dup2(error, STDERR_FILENO) >= 0)
         ::execve(launch.program.constData(), launch.argumentPointers, launch.environmentPointers);
-    const int problem = errno;
-    [[maybe_unused]] const ssize_t written = ::write(ends.failureReport, &problem, sizeof problem);
-    ::_exit(127);
-}
-
-/// vfork, because a plain fork copies the page tables: 12 ms where the program holds 300 MB. Signals wait meanwhile, so
-/// that none of our handlers runs in the child.
-pid_t forkAndBecome(const Launch &launch, const ChildEnds &ends)
-{
-    sigset_t all;
-    sigset_t before;
-    ::sigfillset(&all);
-    ::pthread_sigmask(SIG_SETMASK, &all, &before);
-    const pid_t child = ::vfork();
-    if (child == 0)
-        become(launch, ends);
-    const int problem = errno;
-    ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
-    errno = problem;
-    return child;
 }
 
 /// Writing to a child that has stopped reading must be an error, not the end of this program. Done for each child:
@@ -164,24 +108,11 @@ ChildProcess::ChildProcess(const ProcessRequest &request)
     Pipe input(request.program);
     Pipe output(request.program);
     Pipe error(request.program);
-    Pipe failure(request.program);
     if (request.errorOutput == ErrorOutput::withinOutput)
         error.writeEnd = reopened(output.writeEnd, request.program);
-    m_id = forkAndBecome(
-        launch, {input.readEnd.value(), output.writeEnd.value(), error.writeEnd.value(), failure.writeEnd.value()});
-    if (m_id < 0)
-        failToStart(request.program, errno);
-    failure.writeEnd.close();
-    int problem = 0;
-    ssize_t count = 0;
-    // Exec closes the other end, so that nothing is read once it has succeeded.
-    do
-        count = ::read(failure.readEnd.value(), &problem, sizeof problem);
-    while (count < 0 && errno == EINTR);
-    if (count > 0) {
-        ::waitpid(m_id, nullptr, 0);
-        failToStart(request.program, problem);
-    }
+    m_id = ProcessStart::start(request.program, [&] {
+        become(launch, input.readEnd.value(), output.writeEnd.value(), error.writeEnd.value());
+    });
     m_input = std::move(input.writeEnd);
     m_output = std::move(output.readEnd);
     m_error = std::move(error.readEnd);
