@@ -205,6 +205,9 @@ signals:
     void clipboardWritten(const QString &text);
 
 private:
+    void tell();
+    void send(const QByteArray &bytes);
+
     struct Private;
     std::unique_ptr<Private> d;
 };

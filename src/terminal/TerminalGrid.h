@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "terminal/TerminalClusters.h"
+#include "terminal/TerminalReflow.h"
+
+namespace moorix {
+
+/// The normal screen with its scrollback and the alternate one, and the style in which is written. Finds out from where
+/// characters are put and where the cursor moves which lines are wrapped.
+class TerminalGrid final
+{
+public:
+    TerminalGrid(int rows, int columns);
+
+    int rows() const { return m_normal.rows(); }
+    int columns() const { return m_normal.columns(); }
+    bool isAlternate() const { return m_isAlternate; }
+    void setAlternate(bool alternate);
+
+    const TerminalScreen &screen() const { return m_isAlternate ? m_alternate : m_normal; }
+    TerminalScreen &screen() { return m_isAlternate ? m_alternate : m_normal; }
+    TerminalScrollback &history() { return m_history; }
+    const TerminalScrollback &history() const { return m_history; }
+    const TerminalClusters &clusters() const { return m_clusters; }
+
+    TerminalStyle pen;
+    /// Characters move those behind them.
+    bool inserts = false;
+    /// Lines that are scrolled off the top are no history.
+    bool dropsLines = false;
+
+    void put(char32_t character, int width, int row, int column);
+    /// Adds a mark to the character before the cursor.
+    void combine(char32_t mark, int row, int column);
+    void erase(TerminalRectangle area) { screen().erase(area, blank()); }
+    void scroll(TerminalRectangle area, int down, int right);
+    /// The cursor went somewhere; not called for characters that are put one after the other.
+    void moved(int row, int column);
+    void forgetFlow() { m_flow = {}; }
+    /// The cursor at this place waits behind the last column, and the next character begins a new line.
+    bool isPending(int row, int column) const;
+    /// The character put last, or blank.
+    char32_t lastCharacter() const { return m_lastCharacter; }
+
+    /// Rewraps the normal screen and crops the other. The places are on the normal one; see TerminalReflow.
+    std::vector<TerminalReflow::Place> resize(int rows, int columns, std::vector<TerminalReflow::Place> places);
+    void clear();
+    /// No cell is part of a hyperlink any more.
+    void forgetLinks();
+
+private:
+    /// The character written last, as long as the cursor has stayed behind it.
+    struct Flow
+    {
+        int row = -1;
+        int column = 0;
+        int width = 0;
+        /// Rows that the line was moved up since.
+        int scrolled = 0;
+    };
+
+    TerminalCell blank() const;
+    void markWrap(int row, int width);
+
+    TerminalScrollback m_history;
+    TerminalScreen m_normal;
+    TerminalScreen m_alternate;
+    TerminalClusters m_clusters;
+    bool m_isAlternate = false;
+    Flow m_flow;
+    char32_t m_lastCharacter = U' ';
+};
+
+} // namespace moorix

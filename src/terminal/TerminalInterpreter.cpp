@@ -1,0 +1,412 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "terminal/TerminalInterpreter.h"
+
+#include "terminal/TerminalUtf8.h"
+
+#include <vterm.h>
+
+namespace moorix {
+
+namespace {
+
+/// libvterm takes memory for a whole piece from the stack.
+constexpr qsizetype piece = 16 * 1024;
+constexpr qsizetype longestRequest = 64;
+
+constexpr int key(char final, char intermediate = 0, char leader = 0)
+{
+    return leader << 16 | intermediate << 8 | final;
+}
+
+} // namespace
+
+/// libvterm's calls; they all say that they were done.
+struct TerminalInterpreter::Callbacks
+{
+    static TerminalInterpreter &self(void *user) { return *static_cast<TerminalInterpreter *>(user); }
+
+    static int put(VTermGlyphInfo *glyph, VTermPos at, void *user)
+    {
+        self(user).m_grid.put(glyph->chars[0], glyph->width, at.row, at.col);
+        return 1;
+    }
+
+    static int move(VTermPos to, VTermPos, int, void *user)
+    {
+        self(user).m_grid.moved(to.row, to.col);
+        return 1;
+    }
+
+    static int scroll(VTermRect area, int down, int right, void *user)
+    {
+        self(user).m_grid.scroll({area.start_row, area.end_row, area.start_col, area.end_col}, down, right);
+        return 1;
+    }
+
+    static int erase(VTermRect area, int, void *user)
+    {
+        self(user).m_grid.erase({area.start_row, area.end_row, area.start_col, area.end_col});
+        return 1;
+    }
+
+    static int property(VTermProp property, VTermValue *value, void *user)
+    {
+        TerminalModes &modes = self(user).m_modes;
+        switch (property) {
+        case VTERM_PROP_CURSORVISIBLE:
+            modes.cursorVisible = value->boolean != 0;
+            break;
+        case VTERM_PROP_CURSORBLINK:
+            modes.cursorBlinks = value->boolean != 0;
+            break;
+        case VTERM_PROP_CURSORSHAPE:
+            modes.cursorShape = value->number == VTERM_PROP_CURSORSHAPE_UNDERLINE  ? TerminalCursor::Shape::underline
+                                : value->number == VTERM_PROP_CURSORSHAPE_BAR_LEFT ? TerminalCursor::Shape::bar
+                                                                                   : TerminalCursor::Shape::block;
+            break;
+        case VTERM_PROP_REVERSE:
+            modes.reversed = value->boolean != 0;
+            break;
+        case VTERM_PROP_ALTSCREEN:
+            self(user).m_grid.setAlternate(value->boolean != 0);
+            break;
+        default:
+            break;
+        }
+        return 1;
+    }
+
+    static int bell(void *user)
+    {
+        self(user).m_events.bell = true;
+        return 1;
+    }
+
+    static void output(const char *bytes, std::size_t size, void *user)
+    {
+        self(user).m_events.output.append(bytes, qsizetype(size));
+    }
+
+    static constexpr VTermStateCallbacks table{
+        .putglyph = put,
+        .movecursor = move,
+        .scrollrect = scroll,
+        .moverect = nullptr,
+        .erase = erase,
+        .initpen = nullptr,
+        .setpenattr = nullptr,
+        .settermprop = property,
+        .bell = bell,
+        .resize = nullptr,
+        .setlineinfo = nullptr,
+    };
+};
+
+TerminalInterpreter::TerminalInterpreter(TerminalSize size)
+    : m_grid(size.rows, size.columns)
+    , m_gate(*this)
+    , m_vterm(vterm_new(size.rows, size.columns), vterm_free)
+    , m_state(vterm_obtain_state(m_vterm.get()))
+{
+    vterm_set_utf8(m_vterm.get(), 1);
+    vterm_output_set_callback(m_vterm.get(), Callbacks::output, this);
+    vterm_state_set_callbacks(m_state, &Callbacks::table, this);
+    vterm_state_reset(m_state, 1);
+}
+
+TerminalInterpreter::~TerminalInterpreter() = default;
+
+void TerminalInterpreter::resize(TerminalSize size)
+{
+    const TerminalReflow::Place now = cursor();
+    const bool wasPending = m_grid.isPending(now.row, now.column);
+    const bool isAlternate = m_grid.isAlternate();
+    std::vector<TerminalReflow::Place> places{isAlternate ? m_saved[0].place : now, m_saved[0].place};
+    if (!isAlternate && wasPending)
+        places[0].column = m_grid.columns();
+    // A scroll region that does not fit makes libvterm write where it must not.
+    write("\x1b[r");
+    places = m_grid.resize(size.rows, size.columns, std::move(places));
+    vterm_set_size(m_vterm.get(), size.rows, size.columns);
+
+    const int last = size.columns - 1;
+    m_saved[0].place = {places[1].row, std::min(places[1].column, last)};
+    m_saved[1].place = {std::min(m_saved[1].place.row, size.rows - 1), std::min(m_saved[1].place.column, last)};
+    if (isAlternate) {
+        moveCursor({std::min(now.row, size.rows - 1), std::min(now.column, last)});
+        return;
+    }
+    moveCursor({places[0].row, std::min(places[0].column, last)});
+    if (places[0].column <= last)
+        return;
+    // Behind the last column it only gets by a character being written there: the one that is there already.
+    TerminalCell cell = m_grid.screen().line(places[0].row).cells[std::size_t(last)];
+    const int column = cell.width == 0 ? last - 1 : last;
+    cell = m_grid.screen().line(places[0].row).cells[std::size_t(column)];
+    const TerminalStyle pen = std::exchange(m_grid.pen, cell.style);
+    moveCursor({places[0].row, column});
+    write(cell.width == 2 ? "\xE4\xB8\x80" : " ");
+    m_grid.pen = pen;
+    m_grid.screen().put(places[0].row, column, cell);
+}
+
+void TerminalInterpreter::reset()
+{
+    m_gate.reset();
+    hardReset();
+    m_grid.clear();
+    m_links.clear();
+    m_title.clear();
+    m_folder = {};
+    m_isUpdating = false;
+}
+
+void TerminalInterpreter::clearScrollback()
+{
+    m_grid.history().clear(m_grid.history().endLine());
+}
+
+TerminalReflow::Place TerminalInterpreter::cursor() const
+{
+    VTermPos position;
+    vterm_state_get_cursorpos(m_state, &position);
+    return {std::clamp(position.row, 0, m_grid.rows() - 1), std::clamp(position.col, 0, m_grid.columns() - 1)};
+}
+
+void TerminalInterpreter::write(QByteArrayView bytes)
+{
+    vterm_input_write(m_vterm.get(), bytes.data(), std::size_t(bytes.size()));
+}
+
+void TerminalInterpreter::plain(QByteArrayView bytes)
+{
+    while (bytes.size() > piece) {
+        qsizetype size = piece;
+        while ((uchar(bytes[size]) & 0xC0) == 0x80)
+            --size;
+        write(bytes.first(size));
+        bytes = bytes.sliced(size);
+    }
+    write(bytes);
+}
+
+void TerminalInterpreter::combining(char32_t character)
+{
+    const TerminalReflow::Place place = cursor();
+    m_grid.combine(character, place.row, place.column);
+}
+
+void TerminalInterpreter::escape(QByteArrayView bytes)
+{
+    if (bytes == "7")
+        saveCursor(m_grid.isAlternate());
+    else if (bytes == "8")
+        restoreCursor(m_grid.isAlternate());
+    else if (bytes == "c")
+        hardReset();
+    else if (bytes == "=" || bytes == ">")
+        m_modes.applicationKeypad = bytes == "=";
+    // Answers in single bytes above 0x7F are no UTF-8.
+    else if (bytes != " G" && bytes.size() <= 2)
+        write("\x1b" + bytes.toByteArray());
+    if (bytes.size() == 2 && bytes[0] >= '(' && bytes[0] <= '+')
+        m_sets[std::size_t(bytes[0] - '(')] = bytes[1];
+}
+
+void TerminalInterpreter::sequence(const TerminalSequence &sequence)
+{
+    switch (key(sequence.final, sequence.intermediate, sequence.leader)) {
+    case key('m'):
+        TerminalPen::apply(m_grid.pen, sequence.parameters);
+        break;
+    case key('b'):
+        repeat(sequence.value(0, 1));
+        break;
+    case key('s'):
+        saveCursor(m_grid.isAlternate());
+        break;
+    case key('u'):
+        restoreCursor(m_grid.isAlternate());
+        break;
+    case key('h'):
+    case key('h', 0, '?'):
+        setModes(sequence, true);
+        break;
+    case key('l'):
+    case key('l', 0, '?'):
+        setModes(sequence, false);
+        break;
+    case key('p', '!'):
+        softReset();
+        break;
+    case key('p', '$', '?'):
+        if (!answersMode(sequence.value(0, 0)))
+            forward(sequence);
+        break;
+    case key('J'):
+        if (sequence.value(0, 0) == 3)
+            clearScrollback();
+        else
+            forward(sequence);
+        break;
+    case key('M'):
+        m_grid.dropsLines = true;
+        forward(sequence);
+        m_grid.dropsLines = false;
+        break;
+    default:
+        forward(sequence);
+    }
+}
+
+void TerminalInterpreter::operatingSystemCommand(QByteArrayView text)
+{
+    namespace Commands = TerminalCommands;
+    const std::optional<Commands::Command> command = Commands::parse(text);
+    if (!command)
+        return;
+    if (const auto *title = std::get_if<Commands::Title>(&*command)) {
+        if (title->text != m_title)
+            m_events.title = m_title = title->text;
+    } else if (const auto *folder = std::get_if<Commands::WorkingFolder>(&*command)) {
+        m_events.workingFolder =
+            m_events.workingFolder || folder->path != m_folder.path || folder->host != m_folder.host;
+        m_folder = *folder;
+    } else if (const auto *link = std::get_if<Commands::Link>(&*command)) {
+        setLink(link->address);
+    } else if (std::holds_alternative<Commands::PromptStart>(*command)) {
+        m_grid.screen().line(cursor().row).prompt = true;
+    } else if (const auto *clipboard = std::get_if<Commands::ClipboardText>(&*command)) {
+        m_events.clipboard = clipboard->text;
+    }
+}
+
+void TerminalInterpreter::deviceControl(QByteArrayView text)
+{
+    if (text == "$qm")
+        m_events.output += "\x1bP1$r" + TerminalPen::describe(m_grid.pen) + "m\x1b\\";
+    else if (text.startsWith("$q") && text.size() <= longestRequest &&
+             std::all_of(text.begin(), text.end(), [](char c) { return c >= ' ' && c <= '~'; }))
+        write("\x1bP" + text.toByteArray() + "\x1b\\");
+}
+
+/// Sixteen numbers at most: libvterm does not count them.
+void TerminalInterpreter::forward(const TerminalSequence &sequence)
+{
+    QByteArray bytes = "\x1b[";
+    if (sequence.leader != 0)
+        bytes += sequence.leader;
+    const std::size_t count = std::min<std::size_t>(sequence.parameters.size(), 15);
+    for (std::size_t index = 0; index < count; ++index) {
+        const TerminalPen::Parameter &parameter = sequence.parameters[index];
+        if (parameter.joined)
+            return;
+        if (index > 0)
+            bytes += ';';
+        if (parameter.value != TerminalPen::Parameter::absent)
+            bytes += QByteArray::number(parameter.value);
+    }
+    if (sequence.intermediate != 0)
+        bytes += sequence.intermediate;
+    bytes += sequence.final;
+    write(bytes);
+}
+
+bool TerminalInterpreter::answersMode(int mode)
+{
+    if (mode != 2026 && mode != 1049 && mode != 47)
+        return false;
+    const bool isOn = mode == 2026 ? m_isUpdating : m_grid.isAlternate();
+    m_events.output += "\x1b[?" + QByteArray::number(mode) + (isOn ? ";1$y" : ";2$y");
+    return true;
+}
+
+void TerminalInterpreter::saveCursor(bool alternate)
+{
+    m_saved[alternate ? 1 : 0] = {cursor(), m_grid.pen, m_modes.origin, m_sets};
+}
+
+void TerminalInterpreter::restoreCursor(bool alternate)
+{
+    const SavedCursor saved = m_saved[alternate ? 1 : 0];
+    const quint16 link = m_grid.pen.link;
+    m_grid.pen = saved.style;
+    m_grid.pen.link = link;
+    for (std::size_t index = 0; index < m_sets.size(); ++index) {
+        if (m_sets[index] != saved.sets[index])
+            escape(QByteArray(1, char('(' + int(index))) + saved.sets[index]);
+    }
+    setPrivateMode(6, saved.origin);
+    moveCursor(saved.place);
+}
+
+/// With origin mode positions count from where the cursor is put by setting it.
+void TerminalInterpreter::moveCursor(TerminalReflow::Place place)
+{
+    if (m_modes.origin) {
+        setPrivateMode(6, true);
+        const TerminalReflow::Place corner = cursor();
+        place = {std::max(0, place.row - corner.row), std::max(0, place.column - corner.column)};
+    }
+    write("\x1b[" + QByteArray::number(place.row + 1) + ';' + QByteArray::number(place.column + 1) + 'H');
+    m_grid.forgetFlow();
+}
+
+void TerminalInterpreter::repeat(int count)
+{
+    std::string bytes;
+    const char32_t character = m_grid.lastCharacter();
+    for (int index = 0; index < std::max(1, count) && character < TerminalCell::clusterBase; ++index)
+        TerminalUtf8::append(bytes, character == 0 ? U' ' : character);
+    plain({bytes.data(), qsizetype(bytes.size())});
+}
+
+void TerminalInterpreter::softReset()
+{
+    vterm_state_reset(m_state, 0);
+    const TerminalModes before = m_modes;
+    m_modes = {};
+    m_modes.mouse = before.mouse;
+    m_modes.mouseBytes = before.mouseBytes;
+    m_modes.reversed = before.reversed;
+    m_grid.inserts = false;
+    m_grid.pen = {};
+    m_sets = {'B', 'B', 'B', 'B'};
+    m_saved[m_grid.isAlternate() ? 1 : 0] = {};
+}
+
+void TerminalInterpreter::hardReset()
+{
+    m_grid.pen = {};
+    m_grid.setAlternate(false);
+    m_grid.inserts = false;
+    vterm_state_reset(m_state, 1);
+    for (const int mode : {1000, 1006, 5})
+        setPrivateMode(mode, false);
+    m_modes = {};
+    m_sets = {'B', 'B', 'B', 'B'};
+    m_saved = {};
+    m_isUpdating = false;
+    m_grid.forgetFlow();
+}
+
+void TerminalInterpreter::setLink(const QString &address)
+{
+    if (address.isEmpty()) {
+        m_grid.pen.link = 0;
+        return;
+    }
+    if (m_links.isFull())
+        forgetLinks();
+    m_grid.pen.link = m_links.add(address);
+}
+
+void TerminalInterpreter::forgetLinks()
+{
+    m_grid.forgetLinks();
+    for (SavedCursor &saved : m_saved)
+        saved.style.link = 0;
+    m_links.clear();
+}
+
+} // namespace moorix

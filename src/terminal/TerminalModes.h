@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "terminal/TerminalEmulator.h"
+
+namespace moorix {
+
+/// What a program has switched on that matters beyond its output.
+struct TerminalModes
+{
+    enum class MouseBytes { plain, utf8, sgr, decimal };
+
+    bool applicationCursor = false;
+    bool applicationKeypad = false;
+    /// Enter sends a line feed too.
+    bool newLine = false;
+    bool bracketedPaste = false;
+    bool focusReports = false;
+    TerminalMouse mouse = TerminalMouse::none;
+    MouseBytes mouseBytes = MouseBytes::plain;
+    /// Cursor positions count from the scroll region's corner.
+    bool origin = false;
+    /// New characters move those behind them.
+    bool insert = false;
+    /// Screen with foreground and background exchanged.
+    bool reversed = false;
+    bool cursorVisible = true;
+    bool cursorBlinks = true;
+    TerminalCursor::Shape cursorShape = TerminalCursor::Shape::block;
+};
+
+} // namespace moorix

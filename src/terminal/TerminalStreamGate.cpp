@@ -1,0 +1,315 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "terminal/TerminalStreamGate.h"
+
+#include <QChar>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <iterator>
+#include <utility>
+
+namespace moorix {
+
+namespace {
+
+constexpr char escapeByte = '\x1b';
+constexpr char32_t zeroWidthJoiner = 0x200D;
+constexpr std::ptrdiff_t longestSequence = 256;
+constexpr std::ptrdiff_t mostIntermediates = 4;
+
+/// From `at` to the first byte that is an escape or not ASCII.
+const char *skipPlain(const char *at, const char *end)
+{
+    constexpr quint64 ones = 0x0101010101010101;
+    constexpr quint64 highs = 0x8080808080808080;
+    for (; end - at >= 8; at += 8) {
+        quint64 word;
+        std::memcpy(&word, at, 8);
+        const quint64 escapes = word ^ (ones * uchar(escapeByte));
+        if (((word | ((escapes - ones) & ~escapes)) & highs) != 0)
+            break;
+    }
+    while (at < end && *at != escapeByte && (uchar(*at) & 0x80) == 0)
+        ++at;
+    return at;
+}
+
+struct Decoded
+{
+    /// 0 for bytes that are no character.
+    char32_t character = 0;
+    int length = 1;
+    bool isCut = false;
+};
+
+/// The character that begins with a byte above 0x7F. Of a broken one the bytes that could have begun one are taken
+/// together.
+Decoded decode(const char *at, const char *end)
+{
+    const auto first = uchar(*at);
+    const int length = first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : 2;
+    if (first < 0xC2 || first > 0xF4)
+        return {};
+    char32_t character = first & (0x7F >> length);
+    for (int index = 1; index < length; ++index) {
+        if (at + index == end)
+            return {0, index, true};
+        const auto byte = uchar(at[index]);
+        const uchar low = index > 1 ? 0x80 : first == 0xE0 ? 0xA0 : first == 0xF0 ? 0x90 : 0x80;
+        const uchar high = index > 1 ? 0xBF : first == 0xED ? 0x9F : first == 0xF4 ? 0x8F : 0xBF;
+        if (byte < low || byte > high)
+            return {0, index, false};
+        character = character << 6 | (byte & 0x3F);
+    }
+    return {character, length, false};
+}
+
+bool hasNoWidth(char32_t character)
+{
+    if (character < 0x300)
+        return false;
+    // Chinese, Japanese, Korean: most of what is not Latin, and none of it marks.
+    if ((character >= 0x3400 && character < 0xA000) || (character >= 0xAC00 && character < 0xD7A4))
+        return false;
+    // Marks to libvterm, but not by their category.
+    if ((character >= 0x1160 && character <= 0x11FF) || character == 0x06DE || character == 0x1734 ||
+        character == 0x302E || character == 0x302F)
+        return true;
+    const QChar::Category category = QChar::category(character);
+    return category == QChar::Mark_NonSpacing || category == QChar::Mark_Enclosing || category == QChar::Other_Format;
+}
+
+bool isPictograph(char32_t character)
+{
+    return (character >= 0x1F300 && character <= 0x1FAFF) || (character >= 0x2190 && character <= 0x2BFF);
+}
+
+bool isSkinTone(char32_t character)
+{
+    return character >= 0x1F3FB && character <= 0x1F3FF;
+}
+
+} // namespace
+
+TerminalStreamGate::TerminalStreamGate(Receiver &receiver)
+    : m_receiver(receiver)
+{
+}
+
+void TerminalStreamGate::feed(QByteArrayView bytes)
+{
+    QByteArray joined;
+    if (!m_held.isEmpty()) {
+        joined = std::move(m_held);
+        m_held.clear();
+        joined.append(bytes);
+        bytes = joined;
+    }
+    const char *at = bytes.begin();
+    while (at != bytes.end())
+        at = m_string == String::none ? text(at, bytes.end()) : string(at, bytes.end());
+}
+
+void TerminalStreamGate::reset()
+{
+    m_held.clear();
+    m_text.clear();
+    m_string = String::none;
+    m_tooLong = m_escapeInString = m_skipsSequence = false;
+    m_last = m_beforeLast = 0;
+}
+
+/// Hands on what may be handed on in one piece, and then what follows it.
+const char *TerminalStreamGate::text(const char *at, const char *end)
+{
+    if (m_skipsSequence)
+        return sequence(at, end);
+    const char *const start = at;
+    Decoded decoded;
+    while (true) {
+        const char *const ascii = at;
+        at = skipPlain(at, end);
+        if (at > ascii) {
+            m_beforeLast = at - ascii > 1 ? U' ' : m_last;
+            m_last = char32_t(at[-1]);
+        }
+        if (at == end || *at == escapeByte)
+            break;
+        decoded = decode(at, end);
+        const char32_t character = decoded.character;
+        if (character < 0xA0 || hasNoWidth(character) || (character > 0x2000 && joins(character)))
+            break;
+        m_beforeLast = m_last;
+        m_last = character;
+        at += decoded.length;
+    }
+    if (at > start)
+        m_receiver.plain({start, at - start});
+    return at == end ? end : special(at, end);
+}
+
+const char *TerminalStreamGate::special(const char *at, const char *end)
+{
+    if (*at == escapeByte) {
+        m_beforeLast = m_last = 0;
+        return escape(at + 1, end);
+    }
+    const Decoded decoded = decode(at, end);
+    if (decoded.isCut) {
+        m_held = QByteArray(at, end - at);
+        return end;
+    }
+    if (decoded.character == 0) {
+        m_receiver.plain("\xEF\xBF\xBD");
+        m_beforeLast = m_last = 0;
+    } else if (decoded.character >= 0xA0) {
+        m_receiver.combining(decoded.character);
+        m_beforeLast = m_last;
+        m_last = decoded.character;
+    }
+    return at + decoded.length;
+}
+
+bool TerminalStreamGate::joins(char32_t character) const
+{
+    if (isSkinTone(character))
+        return isPictograph(m_last) && !isSkinTone(m_last);
+    return m_last == zeroWidthJoiner && m_beforeLast != 0 && isPictograph(character);
+}
+
+/// `at` is behind the escape; what has no end yet is held back.
+const char *TerminalStreamGate::escape(const char *at, const char *end)
+{
+    const char *next = at;
+    while (next < end && *next >= ' ' && *next <= '/' && next - at < mostIntermediates)
+        ++next;
+    if (next == end) {
+        m_held = escapeByte + QByteArray(at, end - at);
+        return end;
+    }
+    if (next == at && *next == '[')
+        return sequence(next + 1, end);
+    if (next == at && *next != 0 && std::strchr("]P_^X", *next)) {
+        startString(*next);
+        return next + 1;
+    }
+    if (*next == '\x18' || *next == '\x1a' || *next == '\x7f')
+        return next + 1;
+    // Anything else that cannot end it (another escape, a control) ends it without an effect.
+    if (*next < '0' || *next > '~')
+        return next;
+    m_receiver.escape({at, next + 1 - at});
+    return next + 1;
+}
+
+/// `at` is behind the bracket.
+const char *TerminalStreamGate::sequence(const char *at, const char *end)
+{
+    std::array<TerminalPen::Parameter, mostParameters> parameters;
+    std::size_t count = 1;
+    TerminalSequence found;
+    bool isKnown = true;
+    bool hasControls = false;
+    const char *next = at;
+    if (next < end && *next >= '<' && *next <= '?')
+        found.leader = *next++;
+    for (; next < end; ++next) {
+        const char c = *next;
+        if (c >= '0' && c <= '9') {
+            int &value = parameters[count - 1].value;
+            value = std::min((value == TerminalPen::Parameter::absent ? 0 : value) * 10 + (c - '0'), largestNumber);
+            isKnown = isKnown && found.intermediate == 0;
+        } else if (c == ';' || c == ':') {
+            if (count < mostParameters)
+                parameters[count++] = {TerminalPen::Parameter::absent, c == ':'};
+            else
+                isKnown = false;
+        } else if (c >= '@' && c <= '~') {
+            found.final = c;
+            found.parameters = std::span(parameters).first(count);
+            const bool isWhole = !std::exchange(m_skipsSequence, false) && next - at < longestSequence;
+            if (isWhole && hasControls)
+                passControls(at, next);
+            if (isWhole && isKnown)
+                m_receiver.sequence(found);
+            return next + 1;
+        } else if (c >= ' ' && c <= '/') {
+            isKnown = isKnown && found.intermediate == 0;
+            found.intermediate = c;
+        } else if (c == escapeByte || c == '\x18' || c == '\x1a' || (uchar(c) & 0x80) != 0) {
+            m_skipsSequence = false;
+            return c == '\x18' || c == '\x1a' ? next + 1 : next;
+        } else if (uchar(c) < ' ') {
+            hasControls = true;
+        } else if (c != '\x7f') {
+            isKnown = false;
+        }
+    }
+    if (end - at < longestSequence && !m_skipsSequence)
+        m_held = "\x1b[" + QByteArray(at, end - at);
+    else
+        m_skipsSequence = true;
+    return end;
+}
+
+/// Controls within a sequence have their effect before it.
+void TerminalStreamGate::passControls(const char *at, const char *end)
+{
+    QByteArray controls;
+    std::copy_if(at, end, std::back_inserter(controls), [](char c) { return uchar(c) < ' '; });
+    m_receiver.plain(controls);
+}
+
+void TerminalStreamGate::startString(char kind)
+{
+    m_string = kind == ']' ? String::operatingSystemCommand : kind == 'P' ? String::deviceControl : String::ignored;
+    m_text.clear();
+    m_tooLong = m_escapeInString = false;
+}
+
+/// `at` is within a string, which ends with BEL or ESC \ and is abandoned by anything else that begins with an escape.
+const char *TerminalStreamGate::string(const char *at, const char *end)
+{
+    if (m_escapeInString) {
+        m_escapeInString = false;
+        if (*at == '\\') {
+            endString();
+            return at + 1;
+        }
+        m_string = String::none;
+        m_text.clear();
+        return escape(at, end);
+    }
+    const char *next = at;
+    while (next < end && *next != '\a' && *next != escapeByte && *next != '\x18' && *next != '\x1a')
+        ++next;
+    if (m_string != String::ignored && !m_tooLong) {
+        m_tooLong = m_text.size() + (next - at) > longestString;
+        if (!m_tooLong)
+            m_text.append(at, next - at);
+    }
+    if (next == end)
+        return end;
+    if (*next == '\a')
+        endString();
+    else if (*next == escapeByte)
+        m_escapeInString = true;
+    else
+        m_string = String::none;
+    return next + 1;
+}
+
+void TerminalStreamGate::endString()
+{
+    const String kind = std::exchange(m_string, String::none);
+    const QByteArray text = std::exchange(m_text, {});
+    if (m_tooLong)
+        return;
+    if (kind == String::operatingSystemCommand)
+        m_receiver.operatingSystemCommand(text);
+    else if (kind == String::deviceControl)
+        m_receiver.deviceControl(text);
+}
+
+} // namespace moorix

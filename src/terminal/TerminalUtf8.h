@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QtGlobal>
+
+#include <string>
+
+namespace moorix::TerminalUtf8 {
+
+/// UTF-8 that goes on beyond Unicode's end, up to 0x1FFFFF, for clusters.
+inline void append(std::string &bytes, char32_t character)
+{
+    if (character < 0x80) {
+        bytes.push_back(char(character));
+        return;
+    }
+    char encoded[4];
+    std::size_t size = 0;
+    if (character < 0x800) {
+        encoded[size++] = char(0xC0 | character >> 6);
+    } else {
+        if (character < 0x10000) {
+            encoded[size++] = char(0xE0 | character >> 12);
+        } else {
+            encoded[size++] = char(0xF0 | character >> 18);
+            encoded[size++] = char(0x80 | (character >> 12 & 0x3F));
+        }
+        encoded[size++] = char(0x80 | (character >> 6 & 0x3F));
+    }
+    encoded[size++] = char(0x80 | (character & 0x3F));
+    bytes.append(encoded, size);
+}
+
+/// How many bytes a character has that begins with this one.
+inline int length(char first)
+{
+    const auto byte = uchar(first);
+    return byte < 0x80 ? 1 : byte < 0xE0 ? 2 : byte < 0xF0 ? 3 : 4;
+}
+
+/// The character that begins at `at`, which moves behind it. Only for what `append` made.
+inline char32_t next(const char *&at)
+{
+    const auto byte = [&](int index) { return char32_t(uchar(at[index])); };
+    const int size = length(*at);
+    char32_t character = byte(0);
+    if (size == 2)
+        character = (byte(0) & 0x1F) << 6 | (byte(1) & 0x3F);
+    else if (size == 3)
+        character = (byte(0) & 0x0F) << 12 | (byte(1) & 0x3F) << 6 | (byte(2) & 0x3F);
+    else if (size == 4)
+        character = (byte(0) & 0x07) << 18 | (byte(1) & 0x3F) << 12 | (byte(2) & 0x3F) << 6 | (byte(3) & 0x3F);
+    at += size;
+    return character;
+}
+
+} // namespace moorix::TerminalUtf8
