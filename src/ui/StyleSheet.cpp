@@ -81,6 +81,9 @@ QLabel[role="title"] { font-weight: 600; }
 QLabel[role="error"] { color: <danger>; }
 
 QFrame[role="bar"] { background: <sidebar>; border: none; border-bottom: 1px solid <border>; }
+QFrame[role="lowerBar"] { background: <sidebar>; border: none; border-top: 1px solid <border>; }
+QLabel[role="floating"] { background: <toolBar>; color: <text>; border: 1px solid <border>; border-radius: 6px;
+    padding: 4px 10px; }
 QPushButton[role="chip"] { background: transparent; color: <mutedText>; border-radius: 11px; padding: 2px 11px; }
 QPushButton[role="chip"]:hover { background: <hover>; color: <text>; }
 QPushButton[role="chip"]:checked { background: <selection>; border-color: <accent>; color: <text>; }
