@@ -2,12 +2,12 @@
 #include "ui/terminal/TerminalWidget.h"
 
 #include "ui/Theme.h"
+#include "ui/terminal/TerminalFinder.h"
 #include "ui/terminal/TerminalFont.h"
 #include "ui/terminal/TerminalNote.h"
 #include "ui/terminal/TerminalPainter.h"
 #include "ui/terminal/TerminalPasteBar.h"
 #include "ui/terminal/TerminalPointer.h"
-#include "ui/terminal/TerminalSearch.h"
 #include "ui/terminal/TerminalSearchBar.h"
 
 #include <QApplication>
@@ -49,7 +49,7 @@ TerminalWidget::TerminalWidget(QWidget *parent)
     , m_wantedFont(Theme::monospace())
     , m_selection(m_emulator)
     , m_pointer(new TerminalPointer(m_emulator, m_selection, m_scene.geometry, this))
-    , m_search(new TerminalSearch(m_emulator, this))
+    , m_search(new TerminalFinder(m_emulator, this))
     , m_bars(new QWidget(this))
     , m_barSpace(new QWidget)
     , m_searchBar(new TerminalSearchBar(m_bars))
@@ -102,7 +102,7 @@ void TerminalWidget::prepareBars()
     connect(m_searchBar, &TerminalSearchBar::needleChanged, this, &TerminalWidget::search);
     connect(m_searchBar, &TerminalSearchBar::stepRequested, this, &TerminalWidget::stepSearch);
     connect(m_searchBar, &TerminalSearchBar::closed, this, &TerminalWidget::closeSearch);
-    connect(m_search, &TerminalSearch::counted, this, [this] {
+    connect(m_search, &TerminalFinder::counted, this, [this] {
         m_searchBar->setCount(m_search->countText(), m_search->hasFailed());
         updateMarks();
     });

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "ui/terminal/TerminalLinks.h"
+#include "ui/terminal/TerminalLinkFinder.h"
 #include "ui/terminal/TerminalPalette.h"
 #include "ui/terminal/TerminalScene.h"
 #include "ui/terminal/TerminalSelection.h"
@@ -16,7 +16,7 @@
 
 namespace moorix {
 
-namespace TerminalKeys {
+namespace TerminalKeyboard {
 enum class Command;
 }
 
@@ -24,7 +24,7 @@ class TerminalFont;
 class TerminalNote;
 class TerminalPasteBar;
 class TerminalPointer;
-class TerminalSearch;
+class TerminalFinder;
 class TerminalSearchBar;
 
 /// Shows a terminal and turns keys, texts and the mouse into what its program expects. Knows no process: whoever owns
@@ -118,7 +118,7 @@ private:
     void restartBlinking();
     void ring();
 
-    void runCommand(TerminalKeys::Command command);
+    void runCommand(TerminalKeyboard::Command command);
     void type(const std::function<void()> &send);
     void jumpToPrompt(bool isAbove);
     void closeSearch();
@@ -137,7 +137,7 @@ private:
     TerminalScene m_scene;
     TerminalSelection m_selection;
     TerminalPointer *m_pointer;
-    TerminalSearch *m_search;
+    TerminalFinder *m_search;
     QWidget *m_bars;
     QWidget *m_barSpace;
     TerminalSearchBar *m_searchBar;

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/Theme.h"
-#include "ui/terminal/TerminalKeys.h"
+#include "ui/terminal/TerminalFinder.h"
+#include "ui/terminal/TerminalKeyboard.h"
 #include "ui/terminal/TerminalNote.h"
 #include "ui/terminal/TerminalPasteBar.h"
 #include "ui/terminal/TerminalPointer.h"
-#include "ui/terminal/TerminalSearch.h"
 #include "ui/terminal/TerminalSearchBar.h"
 #include "ui/terminal/TerminalWidget.h"
 
@@ -80,7 +80,7 @@ bool TerminalWidget::event(QEvent *event)
 {
     if (event->type() == QEvent::ShortcutOverride) {
         const auto &key = *static_cast<QKeyEvent *>(event);
-        if (!isBarInUse() && !TerminalKeys::isLeftToWindow(key)) {
+        if (!isBarInUse() && !TerminalKeyboard::isLeftToWindow(key)) {
             event->accept();
             return true;
         }
@@ -102,15 +102,15 @@ bool TerminalWidget::focusNextPrevChild(bool /*next*/)
 
 void TerminalWidget::keyPressEvent(QKeyEvent *event)
 {
-    using TerminalKeys::Command;
+    using TerminalKeyboard::Command;
     if (isBarInUse())
         return QAbstractScrollArea::keyPressEvent(event);
     m_pointer->updateLink(event->modifiers() |
                           (event->key() == Qt::Key_Control ? Qt::ControlModifier : Qt::NoModifier));
-    if (const Command command = TerminalKeys::commandOf(*event); command != Command::none)
+    if (const Command command = TerminalKeyboard::commandOf(*event); command != Command::none)
         return runCommand(command);
     bool isSent = false;
-    type([&] { isSent = TerminalKeys::send(m_emulator, *event); });
+    type([&] { isSent = TerminalKeyboard::send(m_emulator, *event); });
     event->setAccepted(isSent);
 }
 
@@ -121,9 +121,9 @@ void TerminalWidget::keyReleaseEvent(QKeyEvent *event)
     QAbstractScrollArea::keyReleaseEvent(event);
 }
 
-void TerminalWidget::runCommand(TerminalKeys::Command command)
+void TerminalWidget::runCommand(TerminalKeyboard::Command command)
 {
-    using enum TerminalKeys::Command;
+    using enum TerminalKeyboard::Command;
     const qint64 top = m_scene.geometry.top;
     switch (command) {
     case none:
@@ -251,13 +251,13 @@ void TerminalWidget::hoverLink(const std::optional<TerminalLink> &link)
     // Letters of other scripts may pass for those of a well-known name.
     const QUrl url(link->address, QUrl::StrictMode);
     const QString address = url.isValid() ? QString::fromLatin1(url.toEncoded()) : link->address;
-    const QString refusal = TerminalLinks::refusal(link->address);
+    const QString refusal = TerminalLinkFinder::refusal(link->address);
     m_linkNote->hold(refusal.isEmpty() ? address : address + u" — "_s + refusal);
 }
 
 void TerminalWidget::openLink(const TerminalLink &link)
 {
-    if (const QString refusal = TerminalLinks::refusal(link.address); !refusal.isEmpty())
+    if (const QString refusal = TerminalLinkFinder::refusal(link.address); !refusal.isEmpty())
         showNote(refusal);
     else
         emit linkActivated(QUrl(link.address, QUrl::StrictMode));
@@ -353,7 +353,7 @@ void TerminalWidget::contextMenuEvent(QContextMenuEvent *event)
     };
     if (link) {
         add(u"internet-services"_s, tr("Open Link"), u"terminalOpenLink"_s,
-            TerminalLinks::refusal(link->address).isEmpty(), {}, [this, link] { openLink(*link); });
+            TerminalLinkFinder::refusal(link->address).isEmpty(), {}, [this, link] { openLink(*link); });
         add(u"edit-copy"_s, tr("Copy Link Address"), u"terminalCopyLink"_s, true, {},
             [link] { QApplication::clipboard()->setText(link->address); });
         menu->addSeparator();
@@ -364,7 +364,7 @@ void TerminalWidget::contextMenuEvent(QContextMenuEvent *event)
     add(u"edit-paste"_s, tr("Paste"), u"terminalPaste"_s, !QApplication::clipboard()->text().isEmpty(),
         both | Qt::Key_V, [this] { paste(QApplication::clipboard()->text()); });
     add(u"edit-select-all"_s, tr("Select All"), u"terminalSelectAll"_s, true, both | Qt::Key_A,
-        [this] { runCommand(TerminalKeys::Command::selectAll); });
+        [this] { runCommand(TerminalKeyboard::Command::selectAll); });
     menu->addSeparator();
     add(u"edit-find"_s, tr("Find…"), u"terminalFind"_s, true, both | Qt::Key_F, [this] { openSearch(); });
     if (!m_emulator.workingFolder().isEmpty())

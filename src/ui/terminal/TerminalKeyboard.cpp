@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "ui/terminal/TerminalKeys.h"
+#include "ui/terminal/TerminalKeyboard.h"
 
 #include <QKeyEvent>
 
 #include <optional>
 
-namespace moorix::TerminalKeys {
+namespace moorix::TerminalKeyboard {
 
 namespace {
 
@@ -198,4 +198,4 @@ bool send(TerminalEmulator &emulator, const QKeyEvent &event)
     return true;
 }
 
-} // namespace moorix::TerminalKeys
+} // namespace moorix::TerminalKeyboard

@@ -8,7 +8,7 @@ class QKeyEvent;
 namespace moorix {
 
 /// Turns the keys of the keyboard into those of a terminal.
-namespace TerminalKeys {
+namespace TerminalKeyboard {
 
 /// What a key does in the view itself.
 enum class Command {
@@ -36,6 +36,6 @@ bool isLeftToWindow(const QKeyEvent &event);
 bool send(TerminalEmulator &emulator, const QKeyEvent &event);
 TerminalModifiers modifiersOf(Qt::KeyboardModifiers modifiers);
 
-} // namespace TerminalKeys
+} // namespace TerminalKeyboard
 
 } // namespace moorix
