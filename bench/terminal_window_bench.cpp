@@ -1,0 +1,321 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What a terminal in a window takes from its program, and how soon a key is seen. Needs a display (scripts/bench
+// brings a virtual one).
+#include "terminal/PTYRunner.h"
+#include "ui/terminal/TerminalWidget.h"
+
+#include <benchmark/benchmark.h>
+
+#include <QApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <algorithm>
+#include <random>
+
+using namespace moorix;
+
+namespace {
+
+constexpr int rows = 40;
+constexpr int columns = 120;
+constexpr qsizetype payloadBytes = 20'000'000;
+/// A peer that has not shown it by then is ended, and counted as if it had.
+constexpr int mostSeconds = 120;
+
+/// Prints a file, asks the terminal what it is, and notes how long the answer took: it comes after all that went
+/// before.
+constexpr auto printer = "started=$(date +%s%N)\n"
+                         "stty raw -echo min 1 time 255\n"
+                         "cat \"$1\"\n"
+                         "printf '\\033[c'\n"
+                         "dd bs=64 count=1 of=/dev/null 2>/dev/null\n"
+                         "ended=$(date +%s%N)\n"
+                         "stty size > \"$2.part\"\n"
+                         "echo $((ended - started)) >> \"$2.part\"\n"
+                         "mv \"$2.part\" \"$2\"\n";
+
+using Random = std::mt19937;
+
+int between(Random &random, int least, int most)
+{
+    return std::uniform_int_distribution(least, most)(random);
+}
+
+QByteArray asciiLine(Random &random)
+{
+    static constexpr const char *words[] = {"the", "servers", "copy", "files", "between", "two", "panes",
+                                            "and", "nobody",  "ever", "waits", "for",     "a",   "listing"};
+    QByteArray line;
+    const int length = between(random, 60, 115);
+    while (line.size() < length)
+        line += QByteArray(words[between(random, 0, int(std::size(words)) - 1)]) + ' ';
+    return line.left(length);
+}
+
+QByteArray unicodeLine(Random &random)
+{
+    static const QString letters = QStringLiteral("äöüßéèêαβγδЖЗИК漢字仮名한국어…—“”✓÷≤≥      abcdefgh");
+    QString line;
+    for (int count = between(random, 30, 70); count > 0; --count)
+        line += letters.at(between(random, 0, int(letters.size()) - 1));
+    return line.toUtf8();
+}
+
+QByteArray styledLine(Random &random)
+{
+    const auto number = [&random](int least, int most) { return QByteArray::number(between(random, least, most)); };
+    QByteArray line;
+    for (int run = 0; run < 20; ++run) {
+        const int kind = between(random, 0, 3);
+        if (kind == 0)
+            line += "\033[" + number(30, 37) + ";1m";
+        else if (kind == 1)
+            line += "\033[38;5;" + number(0, 255) + 'm';
+        else if (kind == 2)
+            line += "\033[38;2;" + number(0, 255) + ';' + number(0, 255) + ';' + number(0, 255) + ";48;5;" +
+                    number(16, 255) + 'm';
+        else
+            line += "\033[0;4m";
+        line += QByteArray(between(random, 1, 6), char('a' + between(random, 0, 25)));
+    }
+    return line + "\033[0m";
+}
+
+QByteArray shortLine(Random &random)
+{
+    static constexpr const char *lines[] = {"y", "n", "ok", "12", ""};
+    return lines[between(random, 0, int(std::size(lines)) - 1)];
+}
+
+struct Payload
+{
+    const char *name;
+    QByteArray (*line)(Random &);
+};
+constexpr Payload payloads[] = {
+    {"ascii", asciiLine}, {"unicode", unicodeLine}, {"dense_sgr", styledLine}, {"short_lines", shortLine}};
+
+/// One of the payloads as a file, and the script that prints it.
+class Scene final
+{
+public:
+    explicit Scene(const Payload &payload)
+    {
+        Random random(4711);
+        QByteArray bytes;
+        bytes.reserve(payloadBytes + 1000);
+        while (bytes.size() < payloadBytes)
+            bytes += payload.line(random) + "\r\n";
+        write(QStringLiteral("payload"), bytes);
+        write(QStringLiteral("printer"), printer);
+    }
+
+    QStringList command() const { return {path("printer"), path("payload"), path("result")}; }
+    QString path(const char *name) const { return m_folder.filePath(QString::fromLatin1(name)); }
+
+    /// The seconds that the script noted, once it has; `mostSeconds` when it never did.
+    double seconds() const
+    {
+        QFile result(path("result"));
+        if (!result.open(QIODevice::ReadOnly))
+            return mostSeconds;
+        const QByteArray size = result.readLine().trimmed();
+        if (size != QByteArray::number(rows) + ' ' + QByteArray::number(columns))
+            qFatal("The terminal was of another size: %s", size.constData());
+        const double nanoseconds = result.readLine().trimmed().toDouble();
+        result.remove();
+        return nanoseconds / 1e9;
+    }
+
+private:
+    void write(const QString &name, const QByteArray &bytes)
+    {
+        QFile file(m_folder.filePath(name));
+        if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
+            qFatal("%s", qPrintable(file.errorString()));
+    }
+
+    QTemporaryDir m_folder;
+};
+
+double peer(const Scene &scene, const QString &program, const QStringList &arguments)
+{
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("HOME"), QFileInfo(scene.path("payload")).path());
+    environment.insert(QStringLiteral("LC_ALL"), QStringLiteral("C.UTF-8"));
+    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+    process.setProcessEnvironment(environment);
+    process.setStandardErrorFile(QProcess::nullDevice());
+    process.start(program, arguments + QStringList{QStringLiteral("-e"), QStringLiteral("sh")} + scene.command());
+    if (!process.waitForFinished(mostSeconds * 1000)) {
+        process.kill();
+        process.waitForFinished();
+    }
+    return scene.seconds();
+}
+
+double konsole(const Scene &scene)
+{
+    return peer(scene, QStringLiteral("dbus-run-session"),
+                {QStringLiteral("konsole"), QStringLiteral("--nofork"), QStringLiteral("-p"),
+                 QStringLiteral("TerminalColumns=120"), QStringLiteral("-p"), QStringLiteral("TerminalRows=40")});
+}
+
+double xterm(const Scene &scene)
+{
+    return peer(scene, QStringLiteral("xterm"),
+                {QStringLiteral("-u8"), QStringLiteral("-geometry"), QStringLiteral("120x40"), QStringLiteral("-fa"),
+                 QStringLiteral("JetBrains Mono"), QStringLiteral("-fs"), QStringLiteral("10")});
+}
+
+/// A terminal of ours in a window, with a program in it.
+class Terminal final
+{
+public:
+    explicit Terminal(const QStringList &command)
+    {
+        m_widget.setTerminalFont(QFont(QStringLiteral("JetBrains Mono"), 10));
+        m_widget.resize(m_widget.sizeHint());
+        m_widget.show();
+        if (!QTest::qWaitForWindowExposed(&m_widget))
+            qFatal("The window was not shown");
+        fit();
+        QObject::connect(&m_widget.emulator(), &TerminalEmulator::output, &m_process,
+                         [this](const QByteArray &bytes) { m_process.write(bytes); });
+        m_process.onOutput = [this](QByteArrayView bytes) { m_widget.emulator().feed(bytes); };
+        m_process.onExit = [this](std::optional<int>) { m_isEnded = true; };
+        QStringList environment = QProcess::systemEnvironment();
+        environment += QStringLiteral("TERM=xterm-256color");
+        m_process.start({command.first(), command.sliced(1), environment, {}, {}}, rows, columns);
+    }
+
+    TerminalWidget &widget() { return m_widget; }
+    bool waitForEnd()
+    {
+        return QTest::qWaitFor([this] { return m_isEnded; }, mostSeconds * 1000);
+    }
+    ~Terminal() { m_process.onExit = nullptr; }
+
+private:
+    /// Until the grid is of the size wanted.
+    void fit()
+    {
+        const auto size = [this] { return m_widget.emulator().size(); };
+        for (int attempt = 0; attempt < 400 && size() != TerminalSize{rows, columns}; ++attempt) {
+            m_widget.resize(m_widget.width() + (columns - size().columns) * 4 + (columns > size().columns) -
+                                (columns < size().columns),
+                            m_widget.height() + (rows - size().rows) * 8 + (rows > size().rows) - (rows < size().rows));
+            QTest::qWait(150);
+        }
+        if (size() != TerminalSize{rows, columns})
+            qFatal("The terminal did not become 120 x 40");
+    }
+
+    TerminalWidget m_widget;
+    PTYRunner m_process;
+    bool m_isEnded = false;
+};
+
+double moorixTerminal(const Scene &scene)
+{
+    Terminal terminal(QStringList{QStringLiteral("/bin/sh")} + scene.command());
+    terminal.waitForEnd();
+    return scene.seconds();
+}
+
+/// 20 MB printed at 120 × 40, from the start of the program to the terminal's answer to a question after them.
+void output(benchmark::State &state, const Payload &payload)
+{
+    const Scene scene(payload);
+    double ours = 0;
+    double konsoles = 0;
+    double xterms = 0;
+    for (auto iteration : state) {
+        ours = moorixTerminal(scene);
+        konsoles = konsole(scene);
+        ours = std::min(ours, moorixTerminal(scene));
+        konsoles = std::min(konsoles, konsole(scene));
+        xterms = xterm(scene);
+        state.SetIterationTime(ours);
+    }
+    const double megabytes = double(payloadBytes) / 1e6;
+    state.counters["MB/s"] = megabytes / ours;
+    state.counters["konsole_MB/s"] = megabytes / konsoles;
+    state.counters["xterm_MB/s"] = megabytes / xterms;
+    state.counters["ratio"] = ours / std::min(konsoles, xterms);
+    state.counters["limit"] = 1;
+    state.counters["ok"] = ours < std::min(konsoles, xterms) ? 1 : 0;
+}
+
+/// Waits for the paint that shows it.
+class PaintWatch final : public QObject
+{
+public:
+    explicit PaintWatch(QWidget &viewport) { viewport.installEventFilter(this); }
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        if (event->type() == QEvent::Paint)
+            ++paints;
+        return false;
+    }
+    int paints = 0;
+};
+
+/// From a key's event to the end of the paint that shows its echo, which comes from the program through its terminal,
+/// while nothing else happens. The display's own part is not in it.
+void keyToPixel(benchmark::State &state)
+{
+    // The system's own echo, as of a program that reads lines.
+    Terminal terminal({QStringLiteral("/bin/cat")});
+    TerminalWidget &widget = terminal.widget();
+    widget.activateWindow();
+    widget.setFocus();
+    QTest::qWait(300);
+    PaintWatch watch(*widget.viewport());
+    std::vector<double> times;
+    for (auto iteration : state) {
+        const int column = widget.emulator().cursor().position.column;
+        QElapsedTimer timer;
+        timer.start();
+        QTest::keyClick(&widget, Qt::Key_X);
+        while (widget.emulator().cursor().position.column == column && timer.elapsed() < 1000)
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 1);
+        const int before = watch.paints;
+        while (watch.paints == before && timer.elapsed() < 1000)
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 1);
+        const double seconds = double(timer.nsecsElapsed()) / 1e9;
+        times.push_back(seconds);
+        state.SetIterationTime(seconds);
+        QTest::qWait(40);
+        if (column > columns - 3)
+            QTest::keyClick(&widget, Qt::Key_Return);
+        QTest::qWait(10);
+    }
+    std::ranges::sort(times);
+    state.counters["median_ms"] = times[times.size() / 2] * 1000;
+    state.counters["p95_ms"] = times[times.size() * 95 / 100] * 1000;
+    state.counters["limit_ms"] = 10;
+}
+BENCHMARK(keyToPixel)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(200);
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QApplication application(argc, argv);
+    for (const Payload &payload : payloads) {
+        benchmark::RegisterBenchmark((std::string("output/") + payload.name).c_str(), output, payload)
+            ->UseManualTime()
+            ->Unit(benchmark::kMillisecond)
+            ->Iterations(1);
+    }
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+}
