@@ -36,6 +36,27 @@ void TerminalGrid::put(char32_t character, int width, int row, int column)
     m_lastCharacter = character;
 }
 
+void TerminalGrid::put(std::span<const Glyph> glyphs, int row, int column)
+{
+    TerminalScreen &screen = this->screen();
+    TerminalCell cell;
+    cell.style = pen;
+    // The ends take care of wide characters that are cut and of the line's length, the middle is only replaced.
+    for (std::size_t index = 0; index < glyphs.size(); ++index) {
+        cell.character = glyphs[index].character;
+        cell.width = quint8(glyphs[index].width);
+        if (index == 0 || index + 1 == glyphs.size()) {
+            screen.put(row, column, cell);
+        } else {
+            TerminalCell *const at = screen.line(row).cells.data() + column;
+            *at = cell;
+            if (cell.width == 2)
+                at[1] = {0, cell.style, 0};
+        }
+        column += glyphs[index].width;
+    }
+}
+
 void TerminalGrid::combine(char32_t mark, int row, int column)
 {
     if (m_flow.row >= 0) {
