@@ -46,6 +46,8 @@ public:
     /// The cursor went somewhere; not called for characters that are put one after the other.
     void moved(int row, int column);
     void forgetFlow() { m_flow = {}; }
+    /// No line of the screen goes on in the next.
+    void forgetWraps();
     /// The cursor at this place waits behind the last column, and the next character begins a new line.
     bool isPending(int row, int column) const;
     /// The character put last, or blank.

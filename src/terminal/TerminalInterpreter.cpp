@@ -175,6 +175,8 @@ void TerminalInterpreter::escape(QByteArrayView bytes)
     // Answers in single bytes above 0x7F are no UTF-8, nor is there one whose parts come from different sets.
     else if (bytes != " G" && bytes != "N" && bytes != "O" && bytes.size() <= 2)
         write("\x1b" + bytes.toByteArray());
+    if (bytes == "#8")
+        m_grid.forgetWraps();
     if (bytes.size() == 2 && bytes[0] >= '(' && bytes[0] <= '+')
         m_sets[std::size_t(bytes[0] - '(')] = bytes[1];
 }
@@ -347,7 +349,9 @@ void TerminalInterpreter::repeat(int count)
 {
     std::string bytes;
     const char32_t character = m_grid.lastCharacter();
-    for (int index = 0; index < std::max(1, count) && character < TerminalCell::clusterBase; ++index)
+    // More than a line is no program's wish.
+    count = std::clamp(count, 1, m_grid.columns());
+    for (int index = 0; index < count && character < TerminalCell::clusterBase; ++index)
         TerminalUtf8::append(bytes, character == 0 ? U' ' : character);
     plain({bytes.data(), qsizetype(bytes.size())});
 }
