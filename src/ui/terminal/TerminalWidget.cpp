@@ -264,10 +264,11 @@ void TerminalWidget::arrangeBars()
         m_bars->layout()->activate();
         space = m_bars->hasHeightForWidth() ? m_bars->heightForWidth(width()) : m_bars->sizeHint().height();
     }
-    m_bars->setGeometry(0, height() - space, width(), space);
-    m_bars->raise();
     m_barSpace->setFixedHeight(space);
     setViewportMargins(0, 0, 0, space);
+    // Each new layout puts the scroll bar on top.
+    m_bars->setGeometry(0, height() - space, width(), space);
+    m_bars->raise();
     const QRect room(0, 0, viewport()->width(), height() - space);
     m_note->setRoom(room);
     m_linkNote->setRoom(room);

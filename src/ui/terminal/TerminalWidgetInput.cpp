@@ -202,8 +202,10 @@ void TerminalWidget::paste(const QString &text)
 void TerminalWidget::pasteAllowed(const QString &text, int leftOut)
 {
     type([&] { m_emulator.paste(text); });
-    if (leftOut > 0)
-        showNote(tr("%Ln control character(s) were left out of the paste", nullptr, leftOut));
+    if (leftOut == 1)
+        showNote(tr("One control character was left out of the paste"));
+    else if (leftOut > 1)
+        showNote(tr("%L1 control characters were left out of the paste").arg(leftOut));
 }
 
 void TerminalWidget::openSearch()
