@@ -53,6 +53,8 @@ public:
     {
         std::shared_ptr<ProcessRunner> processes;
         std::shared_ptr<Keychain> keychain;
+        /// The client that terminals run.
+        QString sshProgram = QStringLiteral("/usr/bin/ssh");
     };
 
     /// Reads the documents of this user (AppPaths) and opens a local tab on each side.
@@ -76,6 +78,7 @@ public:
     PaneTabs &tabs(Side side) const;
     const std::shared_ptr<FileService> &localFiles() const { return m_localFiles; }
     const std::shared_ptr<ProcessRunner> &processes() const { return m_processes; }
+    const QString &sshProgram() const { return m_sshProgram; }
 
     Side activeSide() const { return m_activeSide; }
     void setActiveSide(Side side);
@@ -123,6 +126,7 @@ private:
     std::unique_ptr<ServerStore> m_servers;
     std::shared_ptr<KeychainStore> m_keychain;
     std::shared_ptr<ProcessRunner> m_processes;
+    QString m_sshProgram;
     std::shared_ptr<FileService> m_localFiles;
     std::unique_ptr<ServerConnections> m_connections;
     std::unique_ptr<TransferEngine> m_transfers;

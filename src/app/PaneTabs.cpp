@@ -72,6 +72,11 @@ Session &PaneTabs::openServer(const ServerConnection &server, const std::optiona
     return append(makeRemote(server, credentials, path));
 }
 
+Session &PaneTabs::openTerminal(const ServerConnection &server)
+{
+    return append(Session::terminal(server));
+}
+
 Session &PaneTabs::openServerHere(const ServerConnection &server, const std::optional<QString> &path)
 {
     return replaceCurrent(makeRemote(server, std::nullopt, path));

@@ -61,6 +61,8 @@ public:
     /// A new tab that connects. An absent path opens the record's start folder.
     Session &openServer(const ServerConnection &server, const std::optional<ConnectionCredentials> &credentials,
                         const std::optional<QString> &path);
+    /// A new tab with the terminal of a server, or of this computer.
+    Session &openTerminal(const ServerConnection &server);
     /// Shows the server in the current tab instead of what is there (a click on a saved server).
     Session &openServerHere(const ServerConnection &server, const std::optional<QString> &path = std::nullopt);
     /// Shows a local folder in the current tab: loads it when the tab is local, else replaces the tab.

@@ -43,6 +43,13 @@ std::unique_ptr<Session> Session::library()
     return std::unique_ptr<Session>(new Session(PaneMode::servers));
 }
 
+std::unique_ptr<Session> Session::terminal(const ServerConnection &server)
+{
+    std::unique_ptr<Session> session(new Session(PaneMode::terminal));
+    session->m_server = server;
+    return session;
+}
+
 std::unique_ptr<Session> Session::remote(Target target, ServerConnections &connections, PaneSetup setUp)
 {
     std::unique_ptr<Session> session = dormant(std::move(target), connections, std::move(setUp));

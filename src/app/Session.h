@@ -42,6 +42,8 @@ public:
     /// A local tab over a file list that somebody else keeps.
     static std::unique_ptr<Session> local(PaneModel &sharedPane);
     static std::unique_ptr<Session> library();
+    /// A tab with the terminal of a server or, where that is ServerConnection::localTerminalID, of this computer.
+    static std::unique_ptr<Session> terminal(const ServerConnection &server);
     /// A tab of a server; connects at once.
     static std::unique_ptr<Session> remote(Target target, ServerConnections &connections, PaneSetup setUp);
     /// A tab of a server that connects when it is told to.

@@ -15,6 +15,8 @@
 #include <QMenu>
 #include <QToolButton>
 
+#include <utility>
+
 namespace moorix {
 
 MainToolBar::MainToolBar(AppModel &model, WindowActions &actions, QWidget *parent)
@@ -81,8 +83,11 @@ void MainToolBar::addConnect()
 
 void MainToolBar::addChosenItems()
 {
-    qDeleteAll(m_chosen);
-    m_chosen.clear();
+    for (QAction *action : std::exchange(m_chosen, {})) {
+        removeAction(action);
+        if (action->parent() == this)
+            delete action;
+    }
     const auto add = [this](const QString &iconName, const QString &text) {
         m_chosen += new QAction(Theme::icon(iconName), text, this);
         insertAction(m_chosenEnd, m_chosen.last());
@@ -101,6 +106,10 @@ void MainToolBar::addChosenItems()
         } else if (name == QLatin1String("settings")) {
             connect(add(QStringLiteral("configure"), tr("Preferences")), &QAction::triggered,
                     m_actions.action(WindowCommand::preferences), &QAction::trigger);
+        } else if (name == QLatin1String("terminal")) {
+            // The same action as in the menus, so that the button shows whether the terminals are shown.
+            m_chosen += m_actions.action(WindowCommand::terminal);
+            insertAction(m_chosenEnd, m_chosen.last());
         }
     }
 }

@@ -27,6 +27,7 @@
 #include "ui/servers/ServerLibraryView.h"
 #include "ui/servers/ServerLook.h"
 #include "ui/sync/SyncArea.h"
+#include "ui/terminal/WindowTerminals.h"
 
 #include <QAction>
 #include <QApplication>
@@ -63,6 +64,9 @@ MainWindow::~MainWindow()
 {
     // The children still send signals while they go; the window is no longer there to hear them.
     QApplication::instance()->disconnect(this);
+    m_terminals->disconnect(this);
+    // The screens of terminals go before the sessions they show.
+    delete takeCentralWidget();
 }
 
 void MainWindow::build()
@@ -71,11 +75,12 @@ void MainWindow::build()
     addToolBar(m_toolBar);
     m_actions->fill(*menuBar());
     m_sidebar = new Sidebar(m_model, this);
+    m_terminals = std::make_unique<WindowTerminals>(m_model, *this);
     m_sides = new QSplitter(Qt::Horizontal, this);
     m_sides->setObjectName(QStringLiteral("sideSplitter"));
     m_sides->setChildrenCollapsible(false);
     for (const Side side : {Side::left, Side::right}) {
-        auto *view = new SideView(m_model, side, m_sides);
+        auto *view = new SideView(m_model, *m_terminals, side, m_sides);
         m_sideViews.at(std::size_t(side)) = view;
         m_sides->addWidget(view);
     }
@@ -111,7 +116,7 @@ QWidget *MainWindow::makeCentre()
     auto *column = new QVBoxLayout(centre);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
-    column->addWidget(m_outer, 1);
+    column->addWidget(m_terminals->makeSplitter(m_outer, centre), 1);
     column->addWidget(new EditedFilesBar(m_model.editedFiles(), centre));
     column->addWidget(new ConflictBar(m_model.transfers(), centre));
     column->addWidget(m_drawer);
@@ -133,6 +138,7 @@ void MainWindow::connectParts()
     connect(m_status, &StatusStrip::transfersRequested, m_actions->action(WindowCommand::transfers), &QAction::trigger);
     connectSidebar();
     connectSync();
+    connectTerminals();
     for (SideView *view : m_sideViews)
         connectSide(*view);
 }
@@ -283,6 +289,8 @@ bool MainWindow::mayQuit()
                   << (unsent.size() == 1 ? tr("your version is kept for the next start.")
                                          : tr("your versions are kept for the next start."));
     }
+    if (const QString busy = m_terminals->quitSentence(); !busy.isEmpty())
+        sentences << busy;
     if (m_mayClose || sentences.isEmpty())
         return true;
     MessageChoice better;
@@ -305,6 +313,7 @@ void MainWindow::closeEvent(QCloseEvent *event)
         return;
     }
     WindowState::save(m_model, *this, *m_outer, *m_sides);
+    m_terminals->endAll();
     event->accept();
 }
 

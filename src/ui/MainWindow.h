@@ -9,6 +9,7 @@
 #include <QUuid>
 
 #include <array>
+#include <memory>
 
 class QSplitter;
 class QStackedWidget;
@@ -29,6 +30,7 @@ class StatusStrip;
 class SyncArea;
 class TransferDrawer;
 class UnsentEdits;
+class WindowTerminals;
 
 /// The window: two sides with their tabs, the sidebar, and the bars around them. Observes the model, which outlives it,
 /// and calls its operations.
@@ -62,6 +64,8 @@ private:
     void addViewCommands();
     void addSyncCommands();
     void connectSync();
+    void addTerminalCommands();
+    void connectTerminals();
     void addBackupCommands();
     void connectBackups();
     void notifyOfBackups();
@@ -103,6 +107,7 @@ private:
     bool mayQuit();
 
     AppModel &m_model;
+    std::unique_ptr<WindowTerminals> m_terminals;
     WindowActions *m_actions = nullptr;
     QHash<WindowCommand, std::function<void()>> m_handlers;
     MainToolBar *m_toolBar = nullptr;

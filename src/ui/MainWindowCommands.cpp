@@ -60,6 +60,8 @@ bool worksBesideSides(WindowCommand command)
     case sidebar:
     case focusSidebar:
     case transfers:
+    case terminal:
+    case terminalToFolder:
     case shortcuts:
     case about:
         return true;
@@ -76,6 +78,7 @@ void MainWindow::connectCommands()
     addServerCommands();
     addViewCommands();
     addSyncCommands();
+    addTerminalCommands();
     connect(m_actions, &WindowActions::windowCommandTriggered, this, &MainWindow::runCommand);
 }
 

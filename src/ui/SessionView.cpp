@@ -15,6 +15,8 @@
 #include "ui/pane/PaneContext.h"
 #include "ui/pane/PaneView.h"
 #include "ui/servers/ServerLibraryView.h"
+#include "ui/terminal/SSHTerminalView.h"
+#include "ui/terminal/WindowTerminals.h"
 
 #include <QApplication>
 #include <QVBoxLayout>
@@ -23,9 +25,10 @@
 
 namespace moorix {
 
-SessionView::SessionView(AppModel &model, Side side, Session &session, QWidget *parent)
+SessionView::SessionView(AppModel &model, WindowTerminals &terminals, Side side, Session &session, QWidget *parent)
     : QWidget(parent)
     , m_model(model)
+    , m_terminals(terminals)
     , m_side(side)
     , m_session(session)
     , m_column(new QVBoxLayout(this))
@@ -90,6 +93,8 @@ QWidget *SessionView::makeContent()
     case Session::State::ready:
         break;
     }
+    if (m_session.mode() == PaneMode::terminal)
+        return makeTerminal();
     return m_session.pane() ? makePane() : makeLibrary();
 }
 
@@ -111,6 +116,7 @@ PaneContext SessionView::paneContext()
         .editFile = {},
         .openInOtherPane = open(otherSide(m_side), false),
         .openInNewTab = open(m_side, true),
+        .openTerminal = {},
         .focusOtherSide = [this] { m_model.setActiveSide(otherSide(m_side)); },
     };
     if (m_session.mode() == PaneMode::local)
@@ -122,6 +128,7 @@ PaneContext SessionView::paneContext()
         };
     else if (auto service = std::dynamic_pointer_cast<RemoteFileService>(m_session.pane()->service()))
         context.openFile = [this, service](const FileItem &item) { openRemoteFile(service, item); };
+    context.openTerminal = [this] { m_terminals.openHere(*m_session.pane(), m_session.server()); };
     // Programs of the desktop both show files and edit them.
     context.editFile = context.openFile;
     return context;
@@ -171,6 +178,24 @@ QWidget *SessionView::makeFailure()
     auto *view = new FailureView(m_session, isSaved, m_model.processes(), this);
     connect(view, &FailureView::editRequested, this, [this, id] { emit editServerRequested(id); });
     return view;
+}
+
+QWidget *SessionView::makeTerminal()
+{
+    SSHTerminalView *screen = m_terminals.makePaneScreen(*m_session.server(), this);
+    // The tab goes with its terminal, be that to an end or to another place.
+    connect(&m_terminals.sessions(), &TerminalSessionManager::sessionsChanged, this, [this] {
+        if (!m_terminals.sessions().isInPane(m_session.server()->id))
+            closeTab();
+    });
+    return screen;
+}
+
+void SessionView::closeTab()
+{
+    m_terminals.sessions().disconnect(this);
+    PaneTabs &tabs = m_model.tabs(m_side);
+    tabs.close(tabs.sessions().indexOf(&m_session));
 }
 
 void SessionView::openElsewhere(const QString &folder, Side side, bool inNewTab)

@@ -17,15 +17,16 @@ class ServerLibraryView;
 struct FileItem;
 struct PaneContext;
 class Session;
+class WindowTerminals;
 
-/// The content of one tab, whatever its session is at the moment: a file list, the server library, a connection being
-/// made or one that failed.
+/// The content of one tab, whatever its session is at the moment: a file list, the server library, a terminal, a
+/// connection being made or one that failed.
 class SessionView final : public QWidget
 {
     Q_OBJECT
 
 public:
-    SessionView(AppModel &model, Side side, Session &session, QWidget *parent = nullptr);
+    SessionView(AppModel &model, WindowTerminals &terminals, Side side, Session &session, QWidget *parent = nullptr);
     ~SessionView() override;
 
     /// Null unless a file list is shown.
@@ -52,9 +53,12 @@ private:
     QWidget *makePane();
     QWidget *makeLibrary();
     QWidget *makeFailure();
+    QWidget *makeTerminal();
+    void closeTab();
     void openElsewhere(const QString &folder, Side side, bool inNewTab);
 
     AppModel &m_model;
+    WindowTerminals &m_terminals;
     Side m_side;
     Session &m_session;
     QVBoxLayout *m_column;

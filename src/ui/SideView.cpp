@@ -44,9 +44,10 @@ protected:
 
 } // namespace
 
-SideView::SideView(AppModel &model, Side side, QWidget *parent)
+SideView::SideView(AppModel &model, WindowTerminals &terminals, Side side, QWidget *parent)
     : QWidget(parent)
     , m_model(model)
+    , m_terminals(terminals)
     , m_side(side)
     , m_tabs(model.tabs(side))
     , m_bar(new SideTabBar(this))
@@ -220,6 +221,8 @@ void SideView::updateTab(int index)
     m_badges.insert(m_tabs.sessions().at(index), badge);
     if (session.mode() == PaneMode::local)
         m_bar->setTabIcon(index, badge.on(Theme::icon(QStringLiteral("folder"))));
+    else if (session.mode() == PaneMode::terminal)
+        m_bar->setTabIcon(index, Theme::icon(QStringLiteral("utilities-terminal")));
     else if (session.server())
         m_bar->setTabIcon(index, badge.on(ServerLook::icon(*session.server())));
     else
@@ -232,7 +235,7 @@ void SideView::updateTab(int index)
 
 SessionView *SideView::makeView(Session &session)
 {
-    auto *view = new SessionView(m_model, m_side, session, this);
+    auto *view = new SessionView(m_model, m_terminals, m_side, session, this);
     connect(view, &SessionView::editServerRequested, this, &SideView::editServerRequested);
     connect(view, &SessionView::disconnectRequested, this, &SideView::disconnectRequested);
     connect(view, &SessionView::newServerRequested, this, &SideView::newServerRequested);

@@ -17,6 +17,7 @@ class PaneTabs;
 
 class Session;
 class SessionView;
+class WindowTerminals;
 
 /// One side of the window: its tabs and the content of the current one. Follows its PaneTabs; what the user does to
 /// the tabs goes there.
@@ -25,7 +26,7 @@ class SideView final : public QWidget
     Q_OBJECT
 
 public:
-    SideView(AppModel &model, Side side, QWidget *parent = nullptr);
+    SideView(AppModel &model, WindowTerminals &terminals, Side side, QWidget *parent = nullptr);
     ~SideView() override;
 
     Side side() const { return m_side; }
@@ -58,6 +59,7 @@ private:
     void showTabMenu(const QPoint &position);
 
     AppModel &m_model;
+    WindowTerminals &m_terminals;
     Side m_side;
     PaneTabs &m_tabs;
     QTabBar *m_bar;

@@ -37,6 +37,7 @@ signals:
     void serverInNewTabRequested(const QUuid &server);
     void editServerRequested(const QUuid &server);
     void disconnectRequested(const QUuid &server);
+    void terminalRequested(const QUuid &server);
     void newServerRequested();
     void libraryRequested();
     void pairChosen(const QUuid &pair);

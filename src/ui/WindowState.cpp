@@ -44,13 +44,15 @@ bool isSwapped(const QSplitter &sides)
 }
 
 /// A local folder is its path, a server an object with its id and folder, the library an empty object. Servers that are
-/// not in the library have no entry: nothing of them is kept.
+/// not in the library have no entry: nothing of them is kept; nor have terminals, whose programs ended with the window.
 std::optional<QJsonValue> saved(const AppModel &model, const Session &session)
 {
     if (session.mode() == PaneMode::local)
         return session.folder();
     if (session.mode() == PaneMode::servers)
         return QJsonObject();
+    if (session.mode() == PaneMode::terminal)
+        return std::nullopt;
     if (!session.server() || !model.servers().server(session.server()->id))
         return std::nullopt;
     return QJsonObject{{serverKey, uuidText(session.server()->id)}, {pathKey, session.folder()}};

@@ -52,6 +52,13 @@ QTreeWidget[role="table"] { border: 1px solid <border>; border-radius: 6px; }
 QTreeWidget[role="table"]:focus { border-color: <accent>; }
 QTreeWidget[role="table"]::item, QTreeView#archiveTree::item { padding: 3px 7px; }
 QTreeView#archiveTree { border-top: 1px solid <border>; }
+QWidget#terminalBar, QWidget#terminalHeader { background: <sidebar>; border-bottom: 1px solid <border>; }
+QWidget#terminalDock { background: <base>; }
+QTabBar#terminalTabs::tab { padding: 6px 12px; }
+QSplitter#terminalSplitter::handle:hover { background: <accent>; }
+QLabel#shakeHint { background: <toolBar>; color: <text>; border: 1px solid <border>; border-radius: 14px;
+    padding: 6px 14px; }
+QLabel#shakeHint[armed="true"] { background: <selection>; border-color: <accent>; }
 QLabel[tone="quiet"] { color: <mutedText>; }
 QLabel[tone="good"] { color: <success>; }
 QLabel[tone="warning"] { color: <warning>; }

@@ -110,18 +110,20 @@ private slots:
 
     void failureToPrepareIsShownAndLeavesNothing()
     {
-        qputenv("TMPDIR", "/nowhere/at/all");
+        TestTree temporary;
+        qputenv("TMPDIR", temporary.path().toUtf8());
         auto keychain = std::make_shared<KeychainStore>(std::make_shared<MemoryKeychain>());
-        const ServerConnection server = serverAt(u"host.example"_s, u"deploy"_s);
+        const ServerConnection server = serverAt(u"-oProxyCommand=touch x"_s, u"deploy"_s);
         keychain->set(u"secret"_s, server.id, SecretKind::password);
         NotedTerminal terminal;
         Runner runner(server, {keychain, u"/usr/bin/ssh"_s, u"/"_s, {}});
         QSignalSpy failed(&runner, &Runner::failed);
         runner.launch(terminal);
         QTRY_COMPARE(failed.size(), 1);
-        QVERIFY2(terminal.shown.startsWith("Failed to start ssh: ") && terminal.shown.contains("/nowhere/at/all"),
+        QVERIFY2(terminal.shown.startsWith("Failed to start ssh: ") && terminal.shown.contains("ProxyCommand"),
                  terminal.shown);
         QVERIFY(terminal.launches.isEmpty() && !runner.launched());
+        QCOMPARE(left(temporary), QStringList());
     }
 };
 

@@ -35,11 +35,13 @@ public:
     {
     }
     /// With clients of the test's own.
-    WindowBench(std::initializer_list<TestTree::Entry> entries, const std::shared_ptr<ProcessRunner> &clients)
+    WindowBench(std::initializer_list<TestTree::Entry> entries, const std::shared_ptr<ProcessRunner> &clients,
+                QString sshProgram = QStringLiteral("/usr/bin/ssh"))
         : home(entries)
         , runner(std::dynamic_pointer_cast<FakeProcessRunner>(clients))
         , keychain(std::make_shared<MemoryKeychain>())
         , m_clients(clients)
+        , m_sshProgram(std::move(sshProgram))
     {
         qputenv("HOME", home.path().toUtf8());
         qputenv("XDG_DATA_HOME", home.path("data").toUtf8());
@@ -57,7 +59,7 @@ public:
 
     void start()
     {
-        model = std::make_unique<AppModel>(AppModel::Platform{m_clients, keychain});
+        model = std::make_unique<AppModel>(AppModel::Platform{m_clients, keychain, m_sshProgram});
         window = std::make_unique<MainWindow>(*model);
         window->show();
         QVERIFY(QTest::qWaitForWindowActive(window.get()));
@@ -157,6 +159,8 @@ public:
 
 private:
     std::shared_ptr<ProcessRunner> m_clients;
+    /// What terminals run.
+    QString m_sshProgram;
 };
 
 } // namespace moorix::test

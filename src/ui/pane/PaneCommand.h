@@ -25,6 +25,7 @@ enum class PaneCommand {
     editPath,
     filter,
     toggleHidden,
+    openTerminal,
     newFolder,
     newFile,
     rename,

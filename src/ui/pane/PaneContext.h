@@ -38,6 +38,8 @@ struct PaneContext
     std::function<void(const FileItem &)> editFile;
     std::function<void(const FileItem &folder)> openInOtherPane;
     std::function<void(const FileItem &folder)> openInNewTab;
+    /// A terminal in the folder shown here.
+    std::function<void()> openTerminal;
     /// Tab moves on to the other side.
     std::function<void()> focusOtherSide;
 };

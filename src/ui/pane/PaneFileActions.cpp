@@ -73,6 +73,8 @@ bool PaneFileActions::isAvailable(PaneCommand command) const
         return !selected.isEmpty() && m_context.copyToOtherSide;
     case PaneCommand::moveToOtherSide:
         return !selected.isEmpty() && m_context.moveToOtherSide;
+    case PaneCommand::openTerminal:
+        return !m_pane.currentPath().isEmpty() && m_context.openTerminal;
     case PaneCommand::duplicate:
     case PaneCommand::remove:
     case PaneCommand::removeForGood:

@@ -16,12 +16,12 @@ std::vector<std::vector<PaneCommand>> groupsFor(const PaneModel &pane)
 {
     using enum PaneCommand;
     if (pane.selection().isEmpty())
-        return {{newFolder, newFile}, {paste}, {selectAll}, {reload, toggleHidden, editPath}};
+        return {{newFolder, newFile}, {paste}, {selectAll}, {openTerminal}, {reload, toggleHidden, editPath}};
     return {{open, openInOtherPane, openInNewTab, edit, quickLook},
             {copyToOtherSide, moveToOtherSide},
             {cut, copy, paste, duplicate, copyPath},
             {rename, remove, removeForGood},
-            {newFolder, newFile},
+            {newFolder, newFile, openTerminal},
             {info}};
 }
 

@@ -185,6 +185,9 @@ bool PaneView::runInView(PaneCommand command)
     case PaneCommand::rename:
         m_list->editName();
         break;
+    case PaneCommand::openTerminal:
+        m_context.openTerminal();
+        break;
     case PaneCommand::selectAll:
         m_list->selectAll();
         break;

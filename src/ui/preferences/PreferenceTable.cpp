@@ -7,6 +7,7 @@
 #include "platform/KeyValueStore.h"
 #include "platform/Preferences.h"
 #include "settings/SettingsStore.h"
+#include "terminal/TerminalTheme.h"
 #include "transfers/TransferConflict.h"
 #include "ui/Theme.h"
 
@@ -83,6 +84,14 @@ QList<std::pair<QString, QString>> themes()
     return all;
 }
 
+QList<std::pair<QString, QString>> terminalThemes()
+{
+    QList<std::pair<QString, QString>> all;
+    for (const TerminalTheme &theme : TerminalThemeCatalog::all())
+        all.append({theme.id, theme.name});
+    return all;
+}
+
 PreferencePage general(SettingsStore &settings)
 {
     return {tr("General"),
@@ -108,19 +117,18 @@ PreferencePage general(SettingsStore &settings)
 
 PreferencePage appearance(SettingsStore &settings)
 {
-    return {
-        tr("Appearance"),
-        QStringLiteral("draw-text"),
-        {},
-        {
-            number(settings.contentFontSize, tr("Text size"), tr(" px"), 8, 32),
-            number(settings.sizeColumnWidth, tr("Width of the size column"), tr(" px"), 40, 600),
-            number(settings.dateColumnWidth, tr("Width of the date column"), tr(" px"), 40, 600),
-            text(settings.toolbarItemsRaw, tr("Further toolbar items"),
-                 tr("Names with commas between: sort, info, settings, monitor, terminal. Monitor and terminal appear "
-                    "once those features are present."),
-                 tr("None")),
-        }};
+    return {tr("Appearance"),
+            QStringLiteral("draw-text"),
+            {},
+            {
+                number(settings.contentFontSize, tr("Text size"), tr(" px"), 8, 32),
+                number(settings.sizeColumnWidth, tr("Width of the size column"), tr(" px"), 40, 600),
+                number(settings.dateColumnWidth, tr("Width of the date column"), tr(" px"), 40, 600),
+                text(settings.toolbarItemsRaw, tr("Further toolbar items"),
+                     tr("Names with commas between: sort, info, settings, monitor, terminal. Monitor appears once that "
+                        "feature is present."),
+                     tr("None")),
+            }};
 }
 
 PreferencePage transfers(SettingsStore &settings)
@@ -142,15 +150,14 @@ PreferencePage terminal(SettingsStore &settings)
 {
     return {tr("Terminal"),
             QStringLiteral("dialog-scripts"),
-            tr("The terminal is not part of this version; these settings are kept for it."),
+            {},
             {
                 row(Kind::font, settings.terminalFontName, tr("Font"), {}),
                 number(settings.terminalFontSize, tr("Font size"), tr(" pt"), 6, 72),
-                choice(settings.terminalThemeID, tr("Colours"), {},
-                       QList<std::pair<QString, QString>>{{QStringLiteral("app"), tr("As the program")}} + themes()),
+                choice(settings.terminalThemeID, tr("Colours"), {}, terminalThemes()),
                 toggle(settings.terminalGPURenderer, tr("Draw with the graphics card")),
                 toggle(settings.terminalLocalEcho, tr("Show typed characters at once"),
-                       tr("Hides the delay of slow connections.")),
+                       tr("Hides the delay of slow connections; never where nothing is echoed, as for passwords.")),
             }};
 }
 

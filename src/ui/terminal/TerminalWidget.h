@@ -29,7 +29,7 @@ class TerminalSearchBar;
 
 /// Shows a terminal and turns keys, texts and the mouse into what its program expects. Knows no process: whoever owns
 /// it feeds the emulator, and takes its output to the program. Main thread.
-class TerminalWidget final : public QAbstractScrollArea
+class TerminalWidget : public QAbstractScrollArea
 {
     Q_OBJECT
 
@@ -42,6 +42,7 @@ public:
 
     TerminalEmulator &emulator() { return m_emulator; }
     void setColors(const Colors &colors);
+    const Colors &colors() const { return m_palette.colors(); }
     /// The program's own font in the same size where the family is missing or has no fixed pitch.
     void setTerminalFont(const QFont &font);
     /// Paints with OpenGL where that works; elsewhere this changes nothing.
