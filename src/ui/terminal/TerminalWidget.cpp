@@ -328,7 +328,6 @@ void TerminalWidget::takeFrame()
         m_frameTimer.start(heldMilliseconds);
         return;
     }
-    m_sinceFrame.start();
     if (m_font->ratio() != devicePixelRatioF())
         measureFont();
     if (std::exchange(m_wasAlternate, m_emulator.showsAlternateScreen()) != m_wasAlternate) {
@@ -350,11 +349,15 @@ void TerminalWidget::takeFrame()
     m_scene.cursor = m_emulator.cursor();
     if (old != geometry || wasReversed != m_scene.isReversed)
         region = viewport()->rect();
+    // A key that changes nothing by itself must not hold up its echo.
+    if (!region.isEmpty())
+        m_sinceFrame.start();
     updateMarks();
     m_search->textChanged();
     updateScrollBar();
     restartBlinking();
-    viewport()->update(usesGPU() ? QRegion(viewport()->rect()) : region + oldCursor + cursorRegion());
+    // At once: this is the screen's rate already.
+    viewport()->repaint(usesGPU() ? QRegion(viewport()->rect()) : region + oldCursor + cursorRegion());
 }
 
 QRegion TerminalWidget::regionOf(const std::vector<int> &rows) const
