@@ -60,6 +60,7 @@ void TerminalScrollback::setColumns(int columns)
 void TerminalScrollback::clear(qint64 line)
 {
     m_blocks.clear();
+    m_last = nullptr;
     m_textCount = m_closedBytes = 0;
     m_firstLine = m_endLine = line;
     m_loadedLine = -1;
@@ -67,7 +68,7 @@ void TerminalScrollback::clear(qint64 line)
 
 void TerminalScrollback::append(const TerminalLine &line)
 {
-    Block *block = m_blocks.empty() ? nullptr : &m_blocks.back();
+    Block *block = m_last;
     const bool extend = block && block->texts.back().wraps && block->texts.back().cells < longestText;
     if (!extend) {
         if (!block || isFull(*block))
@@ -82,7 +83,8 @@ void TerminalScrollback::append(const TerminalLine &line)
     text.cells += quint32(length);
     text.wraps = line.wraps;
     text.prompt = text.prompt || line.prompt;
-    text.fill = styleIndex(*block, TerminalParagraph::fillOf(line, length));
+    if (line.used == int(line.cells.size()))
+        text.fill = styleIndex(*block, TerminalParagraph::fillOf(line, length));
     if (!extend && length <= m_columns) {
         ++m_endLine;
     } else {
@@ -94,13 +96,13 @@ void TerminalScrollback::append(const TerminalLine &line)
 
 void TerminalScrollback::setLastWraps(bool wraps)
 {
-    if (!m_blocks.empty())
-        m_blocks.back().texts.back().wraps = wraps;
+    if (m_last)
+        m_last->texts.back().wraps = wraps;
 }
 
 bool TerminalScrollback::lastWraps() const
 {
-    return !m_blocks.empty() && m_blocks.back().texts.back().wraps;
+    return m_last && m_last->texts.back().wraps;
 }
 
 TerminalParagraph TerminalScrollback::takeLast()
@@ -119,6 +121,7 @@ TerminalParagraph TerminalScrollback::takeLast()
     --m_textCount;
     if (block.texts.size() == block.firstText) {
         m_blocks.pop_back();
+        m_last = m_blocks.empty() ? nullptr : &m_blocks.back();
         m_closedBytes -= m_blocks.empty() ? 0 : size(m_blocks.back());
         m_known.assign(knownStyles, {});
     }
@@ -262,7 +265,8 @@ void TerminalScrollback::pack(Block &block, Text &text, const TerminalLine &line
             continue;
         }
         text.wide = text.wide || wide;
-        block.runs.push_back({count, quint16(styleIndex(block, style) | (wide ? wideRun : 0))});
+        const quint16 index = style == TerminalStyle() ? quint16(0) : styleIndex(block, style);
+        block.runs.push_back({count, quint16(index | (wide ? wideRun : 0))});
     }
     block.bytes.resize(at);
 }
@@ -309,6 +313,7 @@ TerminalScrollback::Block &TerminalScrollback::addBlock()
     Block &block = m_blocks.emplace_back();
     block.firstLine = m_endLine;
     block.styles.emplace_back();
+    m_last = &block;
     return block;
 }
 
@@ -352,6 +357,7 @@ void TerminalScrollback::dropFirst()
     if (m_blocks.size() > 1)
         m_closedBytes -= size(block);
     m_blocks.pop_front();
+    m_last = m_blocks.empty() ? nullptr : m_last;
     m_firstLine = m_blocks.empty() ? m_endLine : m_blocks.front().firstLine;
 }
 

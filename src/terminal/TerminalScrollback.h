@@ -110,6 +110,8 @@ private:
     static std::size_t size(const Block &block);
 
     std::deque<Block> m_blocks;
+    /// The last block, which lines are added to.
+    Block *m_last = nullptr;
     int m_columns;
     int m_limit = 100'000;
     std::size_t m_textCount = 0;
