@@ -128,11 +128,6 @@ TerminalParagraph TerminalScrollback::takeLast()
     return paragraph;
 }
 
-qint64 TerminalScrollback::lastTextLine() const
-{
-    return lineOf({m_blocks.size() - 1, m_blocks.back().texts.size() - 1});
-}
-
 std::span<const TerminalCell> TerminalScrollback::line(qint64 number) const
 {
     load(number);
@@ -201,11 +196,6 @@ qint64 TerminalScrollback::promptFrom(qint64 number, bool up) const
     }
 }
 
-std::size_t TerminalScrollback::bytes() const
-{
-    return m_closedBytes + (m_blocks.empty() ? 0 : size(m_blocks.back()));
-}
-
 void TerminalScrollback::forEachStyle(const std::function<void(TerminalStyle &)> &change)
 {
     for (Block &block : m_blocks)
@@ -251,14 +241,15 @@ void TerminalScrollback::pack(Block &block, Text &text, const TerminalLine &line
 {
     const TerminalCell *cell = line.cells.data();
     const TerminalCell *const end = cell + length;
-    std::size_t at = block.bytes.size();
-    block.bytes.resize(at + 4 * std::size_t(length));
+    if (m_packed.size() < 4 * std::size_t(length))
+        m_packed.resize(4 * std::size_t(length));
+    char *to = m_packed.data();
     while (cell < end) {
         const TerminalStyle &style = cell->style;
         const bool wide = cell->width == 2;
         quint16 count = 0;
         for (; cell < end && cell->width == (wide ? 2 : 1) && cell->style == style; cell += wide ? 2 : 1, ++count)
-            at += TerminalUtf8::encode(block.bytes.data() + at, cell->character);
+            to += TerminalUtf8::encode(to, cell->character);
         // Wide characters are whole on the screen, so the second half cannot come first; were it so, it is left out.
         if (count == 0) {
             ++cell;
@@ -268,7 +259,7 @@ void TerminalScrollback::pack(Block &block, Text &text, const TerminalLine &line
         const quint16 index = style == TerminalStyle() ? quint16(0) : styleIndex(block, style);
         block.runs.push_back({count, quint16(index | (wide ? wideRun : 0))});
     }
-    block.bytes.resize(at);
+    block.bytes.append(m_packed.data(), std::size_t(to - m_packed.data()));
 }
 
 void TerminalScrollback::unpack(Place place, std::vector<TerminalCell> &cells) const
