@@ -192,16 +192,18 @@ public:
         QObject::connect(&m_widget.emulator(), &TerminalEmulator::output, &m_process,
                          [this](const QByteArray &bytes) { m_process.write(bytes); });
         m_process.onOutput = [this](QByteArrayView bytes) { m_widget.emulator().feed(bytes); };
-        m_process.onExit = [this](std::optional<int>) { m_isEnded = true; };
+        m_process.onExit = [this](std::optional<int>) { m_loop.quit(); };
         QStringList environment = QProcess::systemEnvironment();
         environment += QStringLiteral("TERM=xterm-256color");
         m_process.start({command.first(), command.sliced(1), environment, {}, {}}, rows, columns);
     }
 
     TerminalWidget &widget() { return m_widget; }
-    bool waitForEnd()
+    /// The loop of the program proper: the waits of tests sleep between their looks.
+    void waitForEnd()
     {
-        return QTest::qWaitFor([this] { return m_isEnded; }, mostSeconds * 1000);
+        QTimer::singleShot(mostSeconds * 1000, &m_loop, &QEventLoop::quit);
+        m_loop.exec();
     }
     ~Terminal() { m_process.onExit = nullptr; }
 
@@ -222,7 +224,7 @@ private:
 
     TerminalWidget m_widget;
     PTYRunner m_process;
-    bool m_isEnded = false;
+    QEventLoop m_loop;
 };
 
 double moorixTerminal(const Scene &scene)
@@ -287,7 +289,6 @@ public:
         });
         return false;
     }
-    /// The loop of the program proper: the waits of tests sleep between their looks.
     void wait()
     {
         QTimer late;
