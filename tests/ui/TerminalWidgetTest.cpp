@@ -182,6 +182,7 @@ private slots:
             feed("line " + QByteArray::number(i) + "\r\n");
         (void)painted();
         QTest::keyClick(m_terminal, Qt::Key_PageUp, Qt::ShiftModifier);
+        QTest::keyClick(m_terminal, Qt::Key_Shift);
         wheel(2);
         const qint64 top = m_terminal->geometry().top;
         QVERIFY(top < emulator().screenLine());
@@ -286,7 +287,7 @@ private slots:
     {
         QSignalSpy opened(m_terminal, &TerminalWidget::folderActivated);
         feed("\x1b]7;file://web-01/srv/my%20site\x07");
-        QContextMenuEvent event(QContextMenuEvent::Keyboard, {});
+        QContextMenuEvent event(QContextMenuEvent::Keyboard, QPoint(), QPoint());
         QApplication::sendEvent(m_terminal, &event);
         auto *menu = find<QMenu>(u"terminalMenu"_s);
         QVERIFY(menu);
