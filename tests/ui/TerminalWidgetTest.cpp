@@ -182,6 +182,7 @@ private slots:
             feed("line " + QByteArray::number(i) + "\r\n");
         (void)painted();
         QTest::keyClick(m_terminal, Qt::Key_PageUp, Qt::ShiftModifier);
+        QTest::keyClick(m_terminal, Qt::Key_Shift);
         wheel(2);
         const qint64 top = m_terminal->geometry().top;
         QVERIFY(top < emulator().screenLine());
@@ -286,7 +287,7 @@ private slots:
     {
         QSignalSpy opened(m_terminal, &TerminalWidget::folderActivated);
         feed("\x1b]7;file://web-01/srv/my%20site\x07");
-        QContextMenuEvent event(QContextMenuEvent::Keyboard, {});
+        QContextMenuEvent event(QContextMenuEvent::Keyboard, QPoint(), QPoint());
         QApplication::sendEvent(m_terminal, &event);
         auto *menu = find<QMenu>(u"terminalMenu"_s);
         QVERIFY(menu);
@@ -361,6 +362,84 @@ private slots:
         QCOMPARE(output(), QByteArray());
         m_terminal->setGPU(true);
         QCOMPARE(m_terminal->usesGPU(), false);
+    }
+
+    void promptsAreJumpedToOneByOne()
+    {
+        for (int i = 0; i < 4; ++i) {
+            feed("\x1b]133;A\x07$ command\r\n");
+            for (int line = 0; line < 40; ++line)
+                feed("output\r\n");
+        }
+        (void)painted();
+        constexpr auto both = Qt::ControlModifier | Qt::ShiftModifier;
+        QTest::keyClick(m_terminal, Qt::Key_Up, both);
+        QCOMPARE(m_terminal->geometry().top, 123);
+        QTest::keyClick(m_terminal, Qt::Key_Up, both);
+        QCOMPARE(m_terminal->geometry().top, 82);
+        QTest::keyClick(m_terminal, Qt::Key_Down, both);
+        QCOMPARE(m_terminal->geometry().top, 123);
+        QTest::keyClick(m_terminal, Qt::Key_Down, both);
+        QCOMPARE(m_terminal->geometry().top, emulator().screenLine());
+        QCOMPARE(output(), QByteArray());
+    }
+
+    void aDragBeyondTheEdgeScrolls()
+    {
+        for (int i = 0; i < 100; ++i)
+            feed("line " + QByteArray::number(i) + "\r\n");
+        (void)painted();
+        QTest::mousePress(m_terminal->viewport(), Qt::LeftButton, {}, at(3, 3));
+        move({2, -40}, Qt::LeftButton, {});
+        QTRY_COMPARE(m_terminal->geometry().top, 0);
+        QTest::mouseRelease(m_terminal->viewport(), Qt::LeftButton, {}, {2, -40});
+        QVERIFY(selected().startsWith(u"line 0\nline 1\n"_s));
+        m_window->resize(500, 400);
+        QTRY_VERIFY(m_terminal->selection().isEmpty());
+    }
+
+    void theMiddleButtonPastesWhatIsSelected()
+    {
+        feed("some words");
+        (void)painted();
+        drag(at(0, 0), at(0, 4));
+        QTest::mouseClick(m_terminal->viewport(), Qt::MiddleButton, {}, at(3, 3));
+        QCOMPARE(output(), QByteArray("some"));
+        QTest::keyClick(m_terminal, Qt::Key_Insert, Qt::ShiftModifier);
+        QCOMPARE(m_typed, QByteArray("somesome"));
+    }
+
+    void expectedCharactersLieOverTheScreen()
+    {
+        feed("\x1b[2;3H\x1b[?25l");
+        const QImage before = painted();
+        const TerminalPoint place{emulator().screenLine() + 1, 2};
+        m_terminal->setOverlay({{{place, u"\u2588"_s}}, TerminalPoint{place.line, 3}});
+        QCOMPARE(painted().pixel(cell(1, 2).center()), TerminalPalette::standard().foreground.rgb());
+        QCOMPARE(m_terminal->inputMethodQuery(Qt::ImCursorRectangle).toRect(), cell(1, 3));
+        m_terminal->setOverlay({});
+        QCOMPARE(painted(), before);
+    }
+
+    void markedTextIsLegible()
+    {
+        const TerminalPalette palette;
+        constexpr auto asSelected = TerminalPalette::Mark::selected;
+        constexpr auto asFound = TerminalPalette::Mark::found;
+        const QRgb ground = palette.marked({palette.foreground(), palette.background()}, asSelected).ground;
+        // Text in the very colour of the selection would be gone.
+        QVERIFY(palette.marked({ground, palette.background()}, asSelected).text != ground);
+        const QRgb red = palette.colors().ansi[1].rgb();
+        const QRgb light = palette.colors().ansi[7].rgb();
+        QCOMPARE(palette.marked({light, palette.background()}, asFound).text, light);
+        TerminalStyle style;
+        style.reverse = true;
+        QCOMPARE(palette.pair(style, false).ground, palette.foreground());
+        QCOMPARE(palette.pair(style, true).ground, palette.background());
+        style = {};
+        style.foreground = TerminalColor::indexed(1);
+        style.bold = true;
+        QCOMPARE(palette.pair(style, false).text, red);
     }
 
     void programsMayCopyButItIsSaid()

@@ -32,8 +32,8 @@ enum class Command {
 Command commandOf(const QKeyEvent &event);
 /// Keys that the window may have for itself although the terminal has the keyboard.
 bool isLeftToWindow(const QKeyEvent &event);
-/// False for keys that mean nothing to a terminal.
-bool send(TerminalEmulator &emulator, const QKeyEvent &event);
+/// Nothing is sent for keys that mean nothing to a terminal.
+void send(TerminalEmulator &emulator, const QKeyEvent &event);
 TerminalModifiers modifiersOf(Qt::KeyboardModifiers modifiers);
 
 } // namespace TerminalKeyboard

@@ -120,7 +120,7 @@ private:
     void ring();
 
     void runCommand(TerminalKeyboard::Command command);
-    void type(const std::function<void()> &send);
+    bool type(const std::function<void()> &send);
     void jumpToPrompt(bool isAbove);
     void closeSearch();
     void search();
@@ -140,7 +140,6 @@ private:
     TerminalPointer *m_pointer;
     TerminalFinder *m_search;
     QWidget *m_bars;
-    QWidget *m_barSpace;
     TerminalSearchBar *m_searchBar;
     TerminalPasteBar *m_pasteBar;
     TerminalNote *m_note;
@@ -149,6 +148,7 @@ private:
     std::optional<qint64> m_keptTop;
     bool m_wasAlternate = false;
     bool m_isTyping = false;
+    bool m_hasTyped = false;
     bool m_isScrollBarMoving = false;
     bool m_isCursorOn = true;
     QTimer m_frameTimer;

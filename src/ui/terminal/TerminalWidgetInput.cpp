@@ -58,16 +58,20 @@ void TerminalWidget::followPointer()
     connect(m_pointer, &TerminalPointer::fontSizeStepped, this, &TerminalWidget::fontSizeStepped);
 }
 
-/// Whatever is sent counts as typed by the user, who wants to see what comes of it.
-void TerminalWidget::type(const std::function<void()> &send)
+/// Whatever is sent counts as typed by the user, who wants to see what comes of it. False when that was nothing.
+bool TerminalWidget::type(const std::function<void()> &send)
 {
+    m_hasTyped = false;
     m_isTyping = true;
     send();
     m_isTyping = false;
+    if (!m_hasTyped)
+        return false;
     m_cursorTimer.stop();
     restartBlinking();
     if (std::exchange(m_keptTop, std::nullopt))
         scheduleFrame();
+    return true;
 }
 
 /// The bars hand on what they have no use for; that is not meant for the program.
@@ -109,9 +113,7 @@ void TerminalWidget::keyPressEvent(QKeyEvent *event)
                           (event->key() == Qt::Key_Control ? Qt::ControlModifier : Qt::NoModifier));
     if (const Command command = TerminalKeyboard::commandOf(*event); command != Command::none)
         return runCommand(command);
-    bool isSent = false;
-    type([&] { isSent = TerminalKeyboard::send(m_emulator, *event); });
-    event->setAccepted(isSent);
+    event->setAccepted(type([&] { TerminalKeyboard::send(m_emulator, *event); }));
 }
 
 void TerminalWidget::keyReleaseEvent(QKeyEvent *event)
@@ -269,7 +271,8 @@ void TerminalWidget::inputMethodEvent(QInputMethodEvent *event)
 {
     if (!event->commitString().isEmpty())
         type([&] { m_emulator.sendText(event->commitString()); });
-    if (std::exchange(m_scene.preedit, event->preeditString()) != m_scene.preedit) {
+    if (m_scene.preedit != event->preeditString()) {
+        m_scene.preedit = event->preeditString();
         updateCursor();
         viewport()->update();
     }
