@@ -46,7 +46,7 @@ class TerminalWindowTest : public QObject
     {
         bench.key(Qt::Key_QuoteLeft, Qt::ControlModifier);
         TerminalView *shown = view(bench.window.get());
-        [&] { QTRY_VERIFY(shown && text(*shown).contains(u"> "_s)); }();
+        [&] { QTRY_VERIFY(shown && text(*shown).contains(u">"_s)); }();
         return shown;
     }
     static QWidget *popout()
@@ -190,7 +190,7 @@ private slots:
         QTRY_COMPARE(bench.pane(Side::left)->currentPath(), bench.home.path("left/deep"));
         bench.key(Qt::Key_T, Qt::ControlModifier | Qt::ShiftModifier);
         TerminalView *terminal = view(bench.window.get());
-        QTRY_VERIFY(text(*terminal).contains(u"> "_s));
+        QTRY_VERIFY(text(*terminal).contains(u">"_s));
         run(*terminal, "echo [$PWD]");
         QTRY_VERIFY(text(*terminal).contains(u"["_s + bench.home.path("left/deep") + u"]"_s));
         PaneTabs &tabs = bench.model->tabs(Side::left);
