@@ -210,12 +210,17 @@ private slots:
         SettingsStore &settings = bench.model->settings();
         settings.terminalThemeID.set(u"novel"_s);
         QTRY_COMPARE(terminal->colors().background, QColor(u"#f4ecd8"_s));
+        const auto rows = [&] { return terminal->emulator().size().rows; };
         settings.terminalFontSize.set(6);
-        const int rows = terminal->emulator().size().rows;
-        QTest::keyClick(terminal, Qt::Key_Minus, Qt::ControlModifier | Qt::ShiftModifier);
-        settings.terminalFontSize.set(20);
-        QTRY_VERIFY(terminal->emulator().size().rows < rows);
-        QVERIFY(settings.terminalFontSize.value() >= 6);
+        QTRY_VERIFY(rows() > 15);
+        emit terminal->fontSizeStepped(-1);
+        QCOMPARE(settings.terminalFontSize.value(), 6);
+        emit terminal->fontSizeStepped(1);
+        QCOMPARE(settings.terminalFontSize.value(), 7);
+        settings.terminalFontSize.set(30);
+        QTRY_VERIFY(rows() < 8);
+        bench.choose(bench.window->actions(), "Terminal in this side");
+        QTRY_VERIFY(rows() > 8);
     }
 
     void serversShellRunsAndNoFileOfItsLoginIsLeft()

@@ -29,7 +29,8 @@ QFont fontOf(const TerminalSessionManager::Style &style)
     QFont font = Theme::monospace();
     if (!style.fontName.isEmpty())
         font.setFamilies(QStringList{style.fontName} + font.families());
-    font.setPointSizeF(style.fontSize);
+    // Points of the screen, as those of all text in the window.
+    font.setPixelSize(std::max(qRound(style.fontSize), 1));
     return font;
 }
 

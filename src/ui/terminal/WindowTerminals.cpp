@@ -292,7 +292,7 @@ void WindowTerminals::tell(const QUuid &server, const QString &sentence)
 
 void WindowTerminals::fillNewMenu(QMenu &menu)
 {
-    menu.addAction(Theme::icon(u"utilities-terminal"_s), tr("Local shell"), this, &WindowTerminals::openLocal);
+    menu.addAction(Theme::icon(u"dialog-scripts"_s), tr("Local shell"), this, &WindowTerminals::openLocal);
     menu.addSeparator();
     for (const ServerConnection &server : m_model.servers().library().servers) {
         if (supportsShell(server.networkProtocol)) {
