@@ -117,7 +117,9 @@ public:
     explicit TerminalEmulator(TerminalSize size = {}, QObject *parent = nullptr);
     ~TerminalEmulator() override;
 
-    /// At most this many lines are kept above the screen; the oldest go first. 100,000 unless set.
+    /// At most this many lines are kept above the screen, each as it was written, however many it is wrapped over, so
+    /// that a narrow window loses none; the oldest go first. 100,000 unless set. They take 100 MB at most: fewer are
+    /// kept of what takes more.
     void setScrollbackLimit(int lines);
 
     /// Bytes in any pieces, as they come from the program. Takes as long as the bytes need: callers that must not
@@ -169,8 +171,8 @@ public:
     std::optional<qint64> promptAbove(qint64 from) const;
     std::optional<qint64> promptBelow(qint64 from) const;
 
-    /// The next place of `needle` before or after `from`, over wrapped lines too; nothing when there is none up to the
-    /// end of the text in that direction.
+    /// The next place of `needle` that begins before `from`, or at it or behind it, over wrapped lines too; nothing
+    /// when there is none up to the end of the text in that direction. 100,000 lines take some 50 ms.
     std::optional<TerminalRange> findBackward(const QString &needle, TerminalPoint from, Qt::CaseSensitivity) const;
     std::optional<TerminalRange> findForward(const QString &needle, TerminalPoint from, Qt::CaseSensitivity) const;
     /// All places of `needle` on the given lines (of those on the screen, to mark them).

@@ -36,6 +36,31 @@ void TerminalGrid::put(char32_t character, int width, int row, int column)
     m_lastCharacter = character;
 }
 
+void TerminalGrid::put(std::span<const Glyph> glyphs, int row, int column)
+{
+    TerminalScreen &screen = this->screen();
+    TerminalCell cell;
+    cell.style = pen;
+    // The ends take care of wide characters that are cut and of the line's length, the middle is only replaced.
+    for (std::size_t index = 0; index < glyphs.size(); ++index) {
+        TerminalCell *const at = screen.line(row).cells.data() + column;
+        const bool isLast = index + 1 == glyphs.size();
+        cell.character = glyphs[index].character;
+        cell.width = quint8(glyphs[index].width);
+        column += cell.width;
+        // A half whose other half was just replaced.
+        if (isLast && index > 0 && at->width == 0)
+            *at = {};
+        if (index == 0 || isLast) {
+            screen.put(row, column - cell.width, cell);
+            continue;
+        }
+        *at = cell;
+        if (cell.width == 2)
+            at[1] = {0, cell.style, 0};
+    }
+}
+
 void TerminalGrid::combine(char32_t mark, int row, int column)
 {
     if (m_flow.row >= 0) {
@@ -94,6 +119,13 @@ void TerminalGrid::clear()
     inserts = dropsLines = false;
     m_lastCharacter = U' ';
     forgetFlow();
+}
+
+void TerminalGrid::forgetWraps()
+{
+    forgetFlow();
+    for (int row = 0; row < rows(); ++row)
+        screen().line(row).wraps = screen().line(row).padded = false;
 }
 
 void TerminalGrid::forgetLinks()

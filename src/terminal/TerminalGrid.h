@@ -24,6 +24,12 @@ public:
     const TerminalScrollback &history() const { return m_history; }
     const TerminalClusters &clusters() const { return m_clusters; }
 
+    struct Glyph
+    {
+        char32_t character;
+        int width;
+    };
+
     TerminalStyle pen;
     /// Characters move those behind them.
     bool inserts = false;
@@ -31,6 +37,8 @@ public:
     bool dropsLines = false;
 
     void put(char32_t character, int width, int row, int column);
+    /// Characters side by side, which must fit on the line.
+    void put(std::span<const Glyph> glyphs, int row, int column);
     /// Adds a mark to the character before the cursor.
     void combine(char32_t mark, int row, int column);
     void erase(TerminalRectangle area) { screen().erase(area, blank()); }
@@ -38,6 +46,8 @@ public:
     /// The cursor went somewhere; not called for characters that are put one after the other.
     void moved(int row, int column);
     void forgetFlow() { m_flow = {}; }
+    /// No line of the screen goes on in the next.
+    void forgetWraps();
     /// The cursor at this place waits behind the last column, and the next character begins a new line.
     bool isPending(int row, int column) const;
     /// The character put last, or blank.

@@ -9,8 +9,6 @@ namespace moorix {
 
 namespace {
 
-/// libvterm takes memory for a whole piece from the stack.
-constexpr qsizetype piece = 16 * 1024;
 constexpr qsizetype longestRequest = 64;
 
 constexpr int key(char final, char intermediate = 0, char leader = 0)
@@ -28,6 +26,8 @@ struct TerminalInterpreter::Callbacks
     static int put(VTermGlyphInfo *glyph, VTermPos at, void *user)
     {
         self(user).m_grid.put(glyph->chars[0], glyph->width, at.row, at.col);
+        if (glyph->chars[0] < widthsKept)
+            self(user).m_widths[glyph->chars[0]] = quint8(glyph->width);
         return 1;
     }
 
@@ -105,6 +105,7 @@ struct TerminalInterpreter::Callbacks
 TerminalInterpreter::TerminalInterpreter(TerminalSize size)
     : m_grid(size.rows, size.columns)
     , m_gate(*this)
+    , m_widths(widthsKept)
     , m_vterm(vterm_new(size.rows, size.columns), vterm_free)
     , m_state(vterm_obtain_state(m_vterm.get()))
 {
@@ -118,36 +119,18 @@ TerminalInterpreter::~TerminalInterpreter() = default;
 
 void TerminalInterpreter::resize(TerminalSize size)
 {
-    const TerminalReflow::Place now = cursor();
-    const bool wasPending = m_grid.isPending(now.row, now.column);
     const bool isAlternate = m_grid.isAlternate();
+    const TerminalReflow::Place now = isAlternate ? cursor() : cursorOrEnd();
     std::vector<TerminalReflow::Place> places{isAlternate ? m_saved[0].place : now, m_saved[0].place};
-    if (!isAlternate && wasPending)
-        places[0].column = m_grid.columns();
     // A scroll region that does not fit makes libvterm write where it must not.
     write("\x1b[r");
     places = m_grid.resize(size.rows, size.columns, std::move(places));
     vterm_set_size(m_vterm.get(), size.rows, size.columns);
 
-    const int last = size.columns - 1;
-    m_saved[0].place = {places[1].row, std::min(places[1].column, last)};
-    m_saved[1].place = {std::min(m_saved[1].place.row, size.rows - 1), std::min(m_saved[1].place.column, last)};
-    if (isAlternate) {
-        moveCursor({std::min(now.row, size.rows - 1), std::min(now.column, last)});
-        return;
-    }
-    moveCursor({places[0].row, std::min(places[0].column, last)});
-    if (places[0].column <= last)
-        return;
-    // Behind the last column it only gets by a character being written there: the one that is there already.
-    TerminalCell cell = m_grid.screen().line(places[0].row).cells[std::size_t(last)];
-    const int column = cell.width == 0 ? last - 1 : last;
-    cell = m_grid.screen().line(places[0].row).cells[std::size_t(column)];
-    const TerminalStyle pen = std::exchange(m_grid.pen, cell.style);
-    moveCursor({places[0].row, column});
-    write(cell.width == 2 ? "\xE4\xB8\x80" : " ");
-    m_grid.pen = pen;
-    m_grid.screen().put(places[0].row, column, cell);
+    m_saved[0].place = places[1];
+    m_saved[1].place = {std::min(m_saved[1].place.row, size.rows - 1),
+                        std::min(m_saved[1].place.column, size.columns - 1)};
+    moveCursor(isAlternate ? now : places[0]);
 }
 
 void TerminalInterpreter::reset()
@@ -173,23 +156,6 @@ TerminalReflow::Place TerminalInterpreter::cursor() const
     return {std::clamp(position.row, 0, m_grid.rows() - 1), std::clamp(position.col, 0, m_grid.columns() - 1)};
 }
 
-void TerminalInterpreter::write(QByteArrayView bytes)
-{
-    vterm_input_write(m_vterm.get(), bytes.data(), std::size_t(bytes.size()));
-}
-
-void TerminalInterpreter::plain(QByteArrayView bytes)
-{
-    while (bytes.size() > piece) {
-        qsizetype size = piece;
-        while ((uchar(bytes[size]) & 0xC0) == 0x80)
-            --size;
-        write(bytes.first(size));
-        bytes = bytes.sliced(size);
-    }
-    write(bytes);
-}
-
 void TerminalInterpreter::combining(char32_t character)
 {
     const TerminalReflow::Place place = cursor();
@@ -206,9 +172,11 @@ void TerminalInterpreter::escape(QByteArrayView bytes)
         hardReset();
     else if (bytes == "=" || bytes == ">")
         m_modes.applicationKeypad = bytes == "=";
-    // Answers in single bytes above 0x7F are no UTF-8.
-    else if (bytes != " G" && bytes.size() <= 2)
+    // Answers in single bytes above 0x7F are no UTF-8, nor is there one whose parts come from different sets.
+    else if (bytes != " G" && bytes != "N" && bytes != "O" && bytes.size() <= 2)
         write("\x1b" + bytes.toByteArray());
+    if (bytes == "#8")
+        m_grid.forgetWraps();
     if (bytes.size() == 2 && bytes[0] >= '(' && bytes[0] <= '+')
         m_sets[std::size_t(bytes[0] - '(')] = bytes[1];
 }
@@ -323,7 +291,7 @@ bool TerminalInterpreter::answersMode(int mode)
 
 void TerminalInterpreter::saveCursor(bool alternate)
 {
-    m_saved[alternate ? 1 : 0] = {cursor(), m_grid.pen, m_modes.origin, m_sets};
+    m_saved[alternate ? 1 : 0] = {cursorOrEnd(), m_grid.pen, m_modes.origin, m_sets};
 }
 
 void TerminalInterpreter::restoreCursor(bool alternate)
@@ -340,8 +308,33 @@ void TerminalInterpreter::restoreCursor(bool alternate)
     moveCursor(saved.place);
 }
 
-/// With origin mode positions count from where the cursor is put by setting it.
+/// Where the cursor is; behind the last column if it waits there.
+TerminalReflow::Place TerminalInterpreter::cursorOrEnd() const
+{
+    const TerminalReflow::Place place = cursor();
+    return m_grid.isPending(place.row, place.column) ? TerminalReflow::Place{place.row, m_grid.columns()} : place;
+}
+
 void TerminalInterpreter::moveCursor(TerminalReflow::Place place)
+{
+    const int row = std::min(place.row, m_grid.rows() - 1);
+    const int last = m_grid.columns() - 1;
+    sendCursor({row, std::min(place.column, last)});
+    if (place.column <= last)
+        return;
+    // Behind the last column it only gets by a character being written there: the one that is there already.
+    TerminalLine &line = m_grid.screen().line(row);
+    const bool wraps = line.wraps;
+    const int column = line.cells[std::size_t(last)].width == 0 ? last - 1 : last;
+    const TerminalCell cell = line.cells[std::size_t(column)];
+    sendCursor({row, column});
+    write(cell.width == 2 ? "\xE4\xB8\x80" : " ");
+    m_grid.screen().put(row, column, cell);
+    line.wraps = wraps;
+}
+
+/// With origin mode positions count from where the cursor is put by setting it.
+void TerminalInterpreter::sendCursor(TerminalReflow::Place place)
 {
     if (m_modes.origin) {
         setPrivateMode(6, true);
@@ -356,7 +349,9 @@ void TerminalInterpreter::repeat(int count)
 {
     std::string bytes;
     const char32_t character = m_grid.lastCharacter();
-    for (int index = 0; index < std::max(1, count) && character < TerminalCell::clusterBase; ++index)
+    // More than a line is no program's wish.
+    count = std::clamp(count, 1, m_grid.columns());
+    for (int index = 0; index < count && character < TerminalCell::clusterBase; ++index)
         TerminalUtf8::append(bytes, character == 0 ? U' ' : character);
     plain({bytes.data(), qsizetype(bytes.size())});
 }

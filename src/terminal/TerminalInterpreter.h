@@ -69,6 +69,8 @@ private:
     void deviceControl(QByteArrayView text) override;
 
     void write(QByteArrayView bytes);
+    void writeByAlphabet(QByteArrayView bytes);
+    const char *run(const char *at, const char *end);
     void forward(const TerminalSequence &sequence);
     void setModes(const TerminalSequence &sequence, bool on);
     void setMode(int mode, bool on);
@@ -77,7 +79,9 @@ private:
     void showAlternate(bool alternate);
     void saveCursor(bool alternate);
     void restoreCursor(bool alternate);
+    TerminalReflow::Place cursorOrEnd() const;
     void moveCursor(TerminalReflow::Place place);
+    void sendCursor(TerminalReflow::Place place);
     void repeat(int count);
     void softReset();
     void hardReset();
@@ -92,6 +96,10 @@ private:
     QString m_title;
     TerminalCommands::WorkingFolder m_folder;
     std::array<char, 4> m_sets{'B', 'B', 'B', 'B'};
+    /// How wide libvterm took characters to be; 0 for those that have not come yet.
+    static constexpr std::size_t widthsKept = 0x20000;
+    std::vector<quint8> m_widths;
+    std::vector<TerminalGrid::Glyph> m_run;
     /// Of the normal and of the alternate screen.
     std::array<SavedCursor, 2> m_saved;
     bool m_isUpdating = false;

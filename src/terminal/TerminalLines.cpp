@@ -31,9 +31,12 @@ qint64 TerminalLines::paragraphStart(qint64 number) const
 
 qint64 TerminalLines::paragraphEnd(qint64 number) const
 {
-    while (number < end() && wraps(number))
-        number = number < screen() ? m_grid.history().textEnd(number) : number + 1;
-    return std::min(end(), number < end() && !wraps(number) ? number + 1 : number);
+    while (true) {
+        const qint64 last = number < screen() ? m_grid.history().textEnd(number) - 1 : number;
+        number = last + 1;
+        if (number >= end() || !wraps(last))
+            return number;
+    }
 }
 
 TerminalPoint TerminalLines::clamped(TerminalPoint point) const

@@ -98,17 +98,15 @@ void TerminalScreen::split(TerminalLine &line, int column)
 
 void TerminalScreen::scrollUp(int top, int bottom, int count, const TerminalCell &blank, bool keeps)
 {
-    for (int gone = 0; gone < count; ++gone) {
+    for (int row = top; row < top + count; ++row) {
         if (keeps && m_history)
-            m_history->append(line(top));
-        empty(line(top), blank);
-        if (top == 0 && bottom == rows()) {
-            m_top = index(1 % rows());
-            continue;
-        }
-        for (int row = top; row + 1 < bottom; ++row)
-            std::swap(line(row), line(row + 1));
+            m_history->append(line(row));
+        empty(line(row), blank);
     }
+    if (top == 0 && bottom == rows())
+        m_top = (m_top + std::size_t(count)) % m_lines.size();
+    else
+        rotate(top, bottom, count);
     // What a line went on in is somewhere else now.
     if (top > 0)
         line(top - 1).wraps = line(top - 1).padded = false;
@@ -120,16 +118,26 @@ void TerminalScreen::scrollUp(int top, int bottom, int count, const TerminalCell
 
 void TerminalScreen::scrollDown(int top, int bottom, int count, const TerminalCell &blank)
 {
-    for (int gone = 0; gone < count; ++gone) {
-        empty(line(bottom - 1), blank);
-        for (int row = bottom - 1; row > top; --row)
-            std::swap(line(row), line(row - 1));
-    }
+    for (int row = bottom - count; row < bottom; ++row)
+        empty(line(row), blank);
+    rotate(top, bottom, bottom - top - count);
     if (top > 0)
         line(top - 1).wraps = line(top - 1).padded = false;
     else if (m_history)
         m_history->setLastWraps(false);
     line(bottom - 1).wraps = line(bottom - 1).padded = false;
+}
+
+/// The first `count` lines go behind the others.
+void TerminalScreen::rotate(int top, int bottom, int count)
+{
+    const int height = bottom - top;
+    std::vector<TerminalLine> moved;
+    moved.reserve(std::size_t(height));
+    for (int row = 0; row < height; ++row)
+        moved.push_back(std::move(line(top + (row + count) % height)));
+    for (int row = 0; row < height; ++row)
+        line(top + row) = std::move(moved[std::size_t(row)]);
 }
 
 void TerminalScreen::scrollSideways(TerminalLine &line, int left, int right, int count, const TerminalCell &blank)

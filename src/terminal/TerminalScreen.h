@@ -53,6 +53,7 @@ private:
     void split(TerminalLine &line, int column);
     void scrollUp(int top, int bottom, int count, const TerminalCell &blank, bool keeps);
     void scrollDown(int top, int bottom, int count, const TerminalCell &blank);
+    void rotate(int top, int bottom, int count);
     void scrollSideways(TerminalLine &line, int left, int right, int count, const TerminalCell &blank);
     void empty(TerminalLine &line, const TerminalCell &blank);
 

@@ -67,25 +67,28 @@ void TerminalScrollback::clear(qint64 line)
 
 void TerminalScrollback::append(const TerminalLine &line)
 {
-    const bool extend = lastWraps() && m_blocks.back().texts.back().cells < longestText;
-    Block &block = blockFor(extend);
+    Block *block = m_blocks.empty() ? nullptr : &m_blocks.back();
+    const bool extend = block && block->texts.back().wraps && block->texts.back().cells < longestText;
     if (!extend) {
-        block.texts.push_back({quint32(block.bytes.size()), quint32(block.runs.size()),
-                               quint32(m_endLine - block.firstLine), 0, false, false, false, 0});
+        if (!block || isFull(*block))
+            block = &addBlock();
+        block->texts.push_back({quint32(block->bytes.size()), quint32(block->runs.size()),
+                                quint32(m_endLine - block->firstLine), 0, false, false, false, 0});
         ++m_textCount;
     }
-    Text &text = block.texts.back();
+    Text &text = block->texts.back();
     const int length = TerminalParagraph::textLength(line);
-    pack(block, text, line, length);
+    pack(*block, text, line, length);
     text.cells += quint32(length);
     text.wraps = line.wraps;
     text.prompt = text.prompt || line.prompt;
-    text.fill = styleIndex(block, TerminalParagraph::fillOf(line, length));
-    if (m_loadedLine == block.firstLine + text.line)
+    text.fill = styleIndex(*block, TerminalParagraph::fillOf(line, length));
+    if (!extend && length <= m_columns) {
+        ++m_endLine;
+    } else {
+        m_endLine = endOf({m_blocks.size() - 1, block->texts.size() - 1});
         m_loadedLine = -1;
-    m_endLine = extend
-                    ? endOf({m_blocks.size() - 1, block.texts.size() - 1})
-                    : m_endLine + (length <= m_columns ? 1 : lineCount({m_blocks.size() - 1, block.texts.size() - 1}));
+    }
     trim();
 }
 
@@ -245,12 +248,14 @@ void TerminalScrollback::pack(Block &block, Text &text, const TerminalLine &line
 {
     const TerminalCell *cell = line.cells.data();
     const TerminalCell *const end = cell + length;
+    std::size_t at = block.bytes.size();
+    block.bytes.resize(at + 4 * std::size_t(length));
     while (cell < end) {
         const TerminalStyle &style = cell->style;
         const bool wide = cell->width == 2;
         quint16 count = 0;
         for (; cell < end && cell->width == (wide ? 2 : 1) && cell->style == style; cell += wide ? 2 : 1, ++count)
-            TerminalUtf8::append(block.bytes, cell->character);
+            at += TerminalUtf8::encode(block.bytes.data() + at, cell->character);
         // Wide characters are whole on the screen, so the second half cannot come first; were it so, it is left out.
         if (count == 0) {
             ++cell;
@@ -259,6 +264,7 @@ void TerminalScrollback::pack(Block &block, Text &text, const TerminalLine &line
         text.wide = text.wide || wide;
         block.runs.push_back({count, quint16(styleIndex(block, style) | (wide ? wideRun : 0))});
     }
+    block.bytes.resize(at);
 }
 
 void TerminalScrollback::unpack(Place place, std::vector<TerminalCell> &cells) const
@@ -284,12 +290,13 @@ void TerminalScrollback::unpack(Place place, std::vector<TerminalCell> &cells) c
     }
 }
 
-TerminalScrollback::Block &TerminalScrollback::blockFor(bool extend)
+bool TerminalScrollback::isFull(const Block &block)
 {
-    const bool isFull = m_blocks.empty() || m_blocks.back().bytes.size() > blockBytes ||
-                        m_blocks.back().runs.size() > blockRuns || m_blocks.back().styles.size() > blockStyles;
-    if (extend || !isFull)
-        return m_blocks.back();
+    return block.bytes.size() > blockBytes || block.runs.size() > blockRuns || block.styles.size() > blockStyles;
+}
+
+TerminalScrollback::Block &TerminalScrollback::addBlock()
+{
     if (!m_blocks.empty()) {
         Block &full = m_blocks.back();
         full.bytes.shrink_to_fit();
@@ -337,22 +344,21 @@ int TerminalScrollback::lineCount(Place place) const
 void TerminalScrollback::dropFirst()
 {
     Block &block = m_blocks.front();
-    m_firstLine = endOf({0, block.firstText});
-    ++block.firstText;
     --m_textCount;
-    if (block.firstText < block.texts.size())
+    if (++block.firstText < block.texts.size()) {
+        m_firstLine = block.firstLine + block.texts[block.firstText].line;
         return;
+    }
     if (m_blocks.size() > 1)
         m_closedBytes -= size(block);
     m_blocks.pop_front();
+    m_firstLine = m_blocks.empty() ? m_endLine : m_blocks.front().firstLine;
 }
 
 void TerminalScrollback::trim()
 {
     while (m_textCount > std::size_t(m_limit) || (m_closedBytes > byteLimit && m_blocks.size() > 1))
         dropFirst();
-    if (m_blocks.empty())
-        m_firstLine = m_endLine;
     if (m_loadedLine < m_firstLine)
         m_loadedLine = -1;
 }

@@ -101,7 +101,8 @@ private:
     quint16 styleIndex(Block &block, const TerminalStyle &style);
     void pack(Block &block, Text &text, const TerminalLine &line, int length);
     void unpack(Place place, std::vector<TerminalCell> &cells) const;
-    Block &blockFor(bool extend);
+    static bool isFull(const Block &block);
+    Block &addBlock();
     int lineCount(Place place) const;
     void dropFirst();
     void trim();

@@ -73,21 +73,29 @@ private:
 
     void appendStored(std::string_view stored)
     {
-        const qsizetype from = m_text.size();
-        m_text.resize(from + qsizetype(stored.size()));
-        QChar *to = m_text.data() + from;
+        // No character has more units than bytes, but for clusters.
+        qsizetype size = m_text.size();
+        m_text.resize(size + qsizetype(stored.size()));
+        char16_t *to = reinterpret_cast<char16_t *>(m_text.data()) + size;
         const char *at = stored.data();
         const char *const end = at + stored.size();
-        for (; at < end && (uchar(*at) & 0x80) == 0; ++at)
-            *to++ = *at == 0 ? u' ' : QChar(char16_t(uchar(*at)));
-        m_text.truncate(to - m_text.constData());
         while (at < end) {
             const char32_t character = TerminalUtf8::next(at);
-            if (character < 0x10000)
-                m_text += character == 0 ? u' ' : QChar(char16_t(character));
-            else
+            if (character < 0x10000) {
+                *to++ = character == 0 ? u' ' : char16_t(character);
+            } else if (character < TerminalCell::clusterBase) {
+                *to++ = QChar::highSurrogate(character);
+                *to++ = QChar::lowSurrogate(character);
+            } else {
+                size = to - reinterpret_cast<const char16_t *>(m_text.constData());
+                m_text.truncate(size);
                 m_text += m_lines.grid().clusters().text(character);
+                size = m_text.size();
+                m_text.resize(size + (end - at));
+                to = reinterpret_cast<char16_t *>(m_text.data()) + size;
+            }
         }
+        m_text.truncate(to - reinterpret_cast<const char16_t *>(m_text.constData()));
     }
 
     const TerminalLines &m_lines;

@@ -45,7 +45,7 @@ struct Decoded
 
 /// The character that begins with a byte above 0x7F. Of a broken one the bytes that could have begun one are taken
 /// together.
-Decoded decode(const char *at, const char *end)
+inline Decoded decode(const char *at, const char *end)
 {
     const auto first = uchar(*at);
     const int length = first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : 2;

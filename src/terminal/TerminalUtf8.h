@@ -8,27 +8,33 @@
 namespace moorix::TerminalUtf8 {
 
 /// UTF-8 that goes on beyond Unicode's end, up to 0x1FFFFF, for clusters.
-inline void append(std::string &bytes, char32_t character)
+/// Tells how many bytes it has written, 4 at most.
+inline std::size_t encode(char *to, char32_t character)
 {
     if (character < 0x80) {
-        bytes.push_back(char(character));
-        return;
+        *to = char(character);
+        return 1;
     }
-    char encoded[4];
     std::size_t size = 0;
     if (character < 0x800) {
-        encoded[size++] = char(0xC0 | character >> 6);
+        to[size++] = char(0xC0 | character >> 6);
     } else {
         if (character < 0x10000) {
-            encoded[size++] = char(0xE0 | character >> 12);
+            to[size++] = char(0xE0 | character >> 12);
         } else {
-            encoded[size++] = char(0xF0 | character >> 18);
-            encoded[size++] = char(0x80 | (character >> 12 & 0x3F));
+            to[size++] = char(0xF0 | character >> 18);
+            to[size++] = char(0x80 | (character >> 12 & 0x3F));
         }
-        encoded[size++] = char(0x80 | (character >> 6 & 0x3F));
+        to[size++] = char(0x80 | (character >> 6 & 0x3F));
     }
-    encoded[size++] = char(0x80 | (character & 0x3F));
-    bytes.append(encoded, size);
+    to[size++] = char(0x80 | (character & 0x3F));
+    return size;
+}
+
+inline void append(std::string &bytes, char32_t character)
+{
+    char encoded[4];
+    bytes.append(encoded, encode(encoded, character));
 }
 
 /// How many bytes a character has that begins with this one.

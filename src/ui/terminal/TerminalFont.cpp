@@ -49,6 +49,25 @@ bool isColored(const QRawFont &font)
     return !font.fontTable("CBDT").isEmpty() || !font.fontTable("COLR").isEmpty() || !font.fontTable("sbix").isEmpty();
 }
 
+/// The family with pictures for emoji, if there is one; empty otherwise.
+const QString &emojiFamily()
+{
+    static const QString family = [] {
+        const QStringList families = QFontDatabase::families().filter(u"Color Emoji"_s);
+        return families.isEmpty() ? QString() : families.constFirst();
+    }();
+    return family;
+}
+
+/// Whether a text is meant as a picture rather than as one of the symbols that letter fonts have too.
+bool isEmoji(const QString &text)
+{
+    constexpr char32_t asPicture = 0xFE0F;
+    const QList<uint> characters = text.toUcs4();
+    return characters.contains(asPicture) ||
+           (!characters.isEmpty() && characters.constFirst() >= 0x1F000 && characters.constFirst() < 0x20000);
+}
+
 bool isInvisible(char32_t character)
 {
     return character == 0 || character == U' ' || character == 0xA0 || (character >= 0x200B && character <= 0x200F) ||
@@ -73,12 +92,18 @@ TerminalFont::TerminalFont(const QFont &font, double ratio)
 void TerminalFont::measure()
 {
     const QFontMetricsF metrics(m_font);
-    const auto onPixels = [this](double value) { return std::max(1.0, std::round(value * m_ratio)) / m_ratio; };
-    m_cell = {onPixels(metrics.horizontalAdvance(u'0')), onPixels(metrics.ascent() + metrics.descent())};
+    const double pixel = 1 / m_ratio;
+    m_cell = {std::max(onPixels(metrics.horizontalAdvance(u'0')), pixel),
+              std::max(onPixels(metrics.ascent() + metrics.descent()), pixel)};
     m_ascent = onPixels(metrics.ascent());
-    m_lineWidth = onPixels(m_cell.height() / 16);
+    m_lineWidth = std::max(onPixels(m_cell.height() / 16), pixel);
     m_underlineOffset = std::min(onPixels(metrics.underlinePos()), m_cell.height() - m_ascent - m_lineWidth);
     m_strikeOffset = onPixels(metrics.strikeOutPos());
+}
+
+double TerminalFont::onPixels(double value) const
+{
+    return std::round(value * m_ratio) / m_ratio;
 }
 
 QFont TerminalFont::faceFont(Face face) const
@@ -114,7 +139,7 @@ TerminalFont::Glyph TerminalFont::find(char32_t character, Face face, int column
         const double width = columns * m_cell.width();
         // A fixed pitch does not keep symbols from being wider than a letter.
         if (advance <= width + 1)
-            return {Glyph::Kind::glyph, own, indexes.first(), {columns == 2 ? (width - advance) / 2 : 0, 0}};
+            return {Glyph::Kind::glyph, own, indexes.first(), {columns == 2 ? onPixels((width - advance) / 2) : 0, 0}};
     }
     return borrow(character, face, columns);
 }
@@ -122,7 +147,10 @@ TerminalFont::Glyph TerminalFont::find(char32_t character, Face face, int column
 /// Has Qt look for a font that knows the character.
 TerminalFont::Glyph TerminalFont::borrow(char32_t character, Face face, int columns)
 {
-    QTextLayout layout(QString::fromUcs4(&character, 1), faceFont(face));
+    const QString text = QString::fromUcs4(&character, 1);
+    if (columns == 2 && isEmoji(text) && !emojiFamily().isEmpty())
+        return {Glyph::Kind::picture, 0, 0, {}};
+    QTextLayout layout(text, faceFont(face));
     layout.beginLayout();
     layout.createLine();
     layout.endLayout();
@@ -139,7 +167,7 @@ TerminalFont::Glyph TerminalFont::borrow(char32_t character, Face face, int colu
         font.setPixelSize(font.pixelSize() * width / advance);
         advance = width;
     }
-    return {Glyph::Kind::glyph, fontNumber(font), indexes.first(), {std::max(0.0, (width - advance) / 2), 0}};
+    return {Glyph::Kind::glyph, fontNumber(font), indexes.first(), {onPixels(std::max(0.0, (width - advance) / 2)), 0}};
 }
 
 quint16 TerminalFont::fontNumber(const QRawFont &font)
@@ -170,16 +198,22 @@ QPixmap TerminalFont::render(const QString &text, Face face, QSizeF size, QRgb c
     picture.fill(Qt::transparent);
     QPainter painter(&picture);
     QFont font = faceFont(face);
+    const bool isPicture = isEmoji(text) && !emojiFamily().isEmpty();
+    if (isPicture)
+        font.setFamilies(QStringList{emojiFamily()} + font.families());
     const double width = QFontMetricsF(font).horizontalAdvance(text);
-    double scale = 1;
-    if (width > size.width() + 1) {
-        scale = size.width() / width;
+    // Pictures fill their cells; letters are made smaller only, and stay on the line.
+    const double scale = isPicture ? std::min(size.width() / width, size.height() / QFontMetricsF(font).height())
+                                   : std::min(1.0, (size.width() + 1) / width);
+    if (scale != 1)
         font.setPixelSize(std::max(1, int(std::floor(QFontInfo(font).pixelSize() * scale))));
-    }
     painter.setFont(font);
     painter.setPen(QColor::fromRgb(color));
-    const double left = std::max(0.0, (size.width() - width * scale) / 2);
-    painter.drawText(QPointF(left, m_ascent), text);
+    const double left = std::max(0.0, (size.width() - QFontMetricsF(font).horizontalAdvance(text)) / 2);
+    if (isPicture)
+        painter.drawText(QRectF(QPointF(), size), Qt::AlignCenter | Qt::TextDontClip, text);
+    else
+        painter.drawText(QPointF(onPixels(left), m_ascent), text);
     return picture;
 }
 

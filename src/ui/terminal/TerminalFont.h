@@ -61,6 +61,7 @@ public:
 private:
     static std::size_t number(Face face) { return std::size_t(face.bold) + 2 * std::size_t(face.italic); }
     void measure();
+    double onPixels(double value) const;
     QFont faceFont(Face face) const;
     Glyph find(char32_t character, Face face, int columns);
     Glyph borrow(char32_t character, Face face, int columns);

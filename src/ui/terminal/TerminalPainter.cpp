@@ -212,10 +212,16 @@ void TerminalPainter::drawUnderline(TerminalUnderline kind, const QRectF &cells,
         m_painter.setRenderHint(QPainter::Antialiasing, false);
         return;
     }
-    m_painter.fillRect(QRectF(cells.x(), y, cells.width(), width), QColor::fromRgb(color));
-    if (kind == TerminalUnderline::twofold)
-        m_painter.fillRect(QRectF(cells.x(), std::min(y + 2 * width, cells.bottom() - width), cells.width(), width),
-                           QColor::fromRgb(color));
+    const auto line = [&](double top) {
+        m_painter.fillRect(QRectF(cells.x(), top, cells.width(), width), QColor::fromRgb(color));
+    };
+    if (kind == TerminalUnderline::twofold) {
+        const double second = std::min(y + 2 * width, cells.bottom() - width);
+        line(second - 2 * width);
+        line(second);
+    } else {
+        line(y);
+    }
 }
 
 /// A text that is not on the screen.

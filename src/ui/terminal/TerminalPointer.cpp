@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/terminal/TerminalPointer.h"
 
-#include "ui/terminal/TerminalKeys.h"
+#include "ui/terminal/TerminalKeyboard.h"
 
 #include <QApplication>
 #include <QMouseEvent>
@@ -58,7 +58,7 @@ std::optional<TerminalLink> TerminalPointer::linkAt(QPointF position) const
 {
     const QRectF text(m_geometry.origin,
                       QSizeF(m_geometry.columns * m_geometry.cell.width(), m_geometry.rows * m_geometry.cell.height()));
-    return text.contains(position) ? TerminalLinks::at(m_emulator, m_geometry.cellAt(position)) : std::nullopt;
+    return text.contains(position) ? TerminalLinkFinder::at(m_emulator, m_geometry.cellAt(position)) : std::nullopt;
 }
 
 void TerminalPointer::tellProgram(const QMouseEvent &event, bool isPressed)
@@ -71,7 +71,7 @@ void TerminalPointer::tellProgram(const QMouseEvent &event, bool isPressed)
     const int row = int(std::max<qint64>(cell.line - m_emulator.screenLine(), 0));
     m_told.setFlag(event.button(), isPressed);
     m_toldCell = cell;
-    m_emulator.sendMouseButton(button, isPressed, row, cell.column, TerminalKeys::modifiersOf(event.modifiers()));
+    m_emulator.sendMouseButton(button, isPressed, row, cell.column, TerminalKeyboard::modifiersOf(event.modifiers()));
 }
 
 void TerminalPointer::press(const QMouseEvent &event)
@@ -133,7 +133,7 @@ void TerminalPointer::move(const QMouseEvent &event)
     if ((m_told || isForProgram(event.modifiers())) && cell != m_toldCell && cell.line >= m_emulator.screenLine()) {
         m_toldCell = cell;
         m_emulator.sendMouseMove(int(cell.line - m_emulator.screenLine()), cell.column,
-                                 TerminalKeys::modifiersOf(event.modifiers()));
+                                 TerminalKeyboard::modifiersOf(event.modifiers()));
     }
 }
 
@@ -204,7 +204,7 @@ void TerminalPointer::wheelToProgram(bool up, int notches, Qt::KeyboardModifiers
     const TerminalPoint cell = m_geometry.cellAt(position);
     const int row = int(std::max<qint64>(cell.line - m_emulator.screenLine(), 0));
     for (int i = 0; i < notches; ++i)
-        m_emulator.sendMouseButton(up ? 4 : 5, true, row, cell.column, TerminalKeys::modifiersOf(modifiers));
+        m_emulator.sendMouseButton(up ? 4 : 5, true, row, cell.column, TerminalKeyboard::modifiersOf(modifiers));
 }
 
 void TerminalPointer::updateLink(Qt::KeyboardModifiers modifiers)

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "ui/terminal/TerminalGeometry.h"
-#include "ui/terminal/TerminalLinks.h"
+#include "ui/terminal/TerminalLinkFinder.h"
 #include "ui/terminal/TerminalSelection.h"
 
 #include <QElapsedTimer>

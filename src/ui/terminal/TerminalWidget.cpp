@@ -2,12 +2,12 @@
 #include "ui/terminal/TerminalWidget.h"
 
 #include "ui/Theme.h"
+#include "ui/terminal/TerminalFinder.h"
 #include "ui/terminal/TerminalFont.h"
 #include "ui/terminal/TerminalNote.h"
 #include "ui/terminal/TerminalPainter.h"
 #include "ui/terminal/TerminalPasteBar.h"
 #include "ui/terminal/TerminalPointer.h"
-#include "ui/terminal/TerminalSearch.h"
 #include "ui/terminal/TerminalSearchBar.h"
 
 #include <QApplication>
@@ -20,6 +20,8 @@
 #include <QStyleHints>
 #include <QVBoxLayout>
 
+#include <algorithm>
+#include <cmath>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -49,9 +51,8 @@ TerminalWidget::TerminalWidget(QWidget *parent)
     , m_wantedFont(Theme::monospace())
     , m_selection(m_emulator)
     , m_pointer(new TerminalPointer(m_emulator, m_selection, m_scene.geometry, this))
-    , m_search(new TerminalSearch(m_emulator, this))
+    , m_search(new TerminalFinder(m_emulator, this))
     , m_bars(new QWidget(this))
-    , m_barSpace(new QWidget)
     , m_searchBar(new TerminalSearchBar(m_bars))
     , m_pasteBar(new TerminalPasteBar(m_bars))
     , m_note(new TerminalNote(Qt::AlignTop | Qt::AlignRight, this))
@@ -96,13 +97,11 @@ void TerminalWidget::prepareBars()
     column->addWidget(m_searchBar);
     column->addWidget(m_pasteBar);
     m_bars->hide();
-    m_barSpace->setFixedHeight(0);
-    addScrollBarWidget(m_barSpace, Qt::AlignBottom);
 
     connect(m_searchBar, &TerminalSearchBar::needleChanged, this, &TerminalWidget::search);
     connect(m_searchBar, &TerminalSearchBar::stepRequested, this, &TerminalWidget::stepSearch);
     connect(m_searchBar, &TerminalSearchBar::closed, this, &TerminalWidget::closeSearch);
-    connect(m_search, &TerminalSearch::counted, this, [this] {
+    connect(m_search, &TerminalFinder::counted, this, [this] {
         m_searchBar->setCount(m_search->countText(), m_search->hasFailed());
         updateMarks();
     });
@@ -145,8 +144,10 @@ void TerminalWidget::followEmulator()
         scheduleFrame();
     });
     connect(&m_emulator, &TerminalEmulator::output, this, [this](const QByteArray &bytes) {
-        if (m_isTyping)
-            emit typed(bytes);
+        if (!m_isTyping)
+            return;
+        m_hasTyped = true;
+        emit typed(bytes);
     });
     connect(&m_emulator, &TerminalEmulator::bell, this, &TerminalWidget::ring);
     connect(&m_emulator, &TerminalEmulator::clipboardWritten, this, [this](const QString &text) {
@@ -176,7 +177,6 @@ void TerminalWidget::styleScrollBar()
         u"QScrollBar:vertical { background: %1; } QScrollBar::handle:vertical { background: %2; }"
         u"QScrollBar::handle:vertical:hover { background: %3; } QScrollBar::handle:vertical:disabled { background: %1; }"_s
             .arg(name, tint(0.25), tint(0.45)));
-    m_barSpace->setStyleSheet(u"background: %1;"_s.arg(name));
 }
 
 void TerminalWidget::setTerminalFont(const QFont &font)
@@ -191,7 +191,8 @@ void TerminalWidget::measureFont()
 {
     m_font = std::make_unique<TerminalFont>(m_wantedFont, devicePixelRatioF());
     m_scene.geometry.cell = m_font->cell();
-    m_scene.geometry.origin = {padding, padding};
+    const double edge = std::round(padding * m_font->ratio()) / m_font->ratio();
+    m_scene.geometry.origin = {edge, edge};
     updateGrid();
     scheduleFrame();
     viewport()->update();
@@ -262,12 +263,11 @@ void TerminalWidget::arrangeBars()
     int space = 0;
     if (hasBars) {
         m_bars->layout()->activate();
-        space = m_bars->hasHeightForWidth() ? m_bars->heightForWidth(width()) : m_bars->sizeHint().height();
+        space = m_bars->hasHeightForWidth() ? m_bars->heightForWidth(viewport()->width()) : m_bars->sizeHint().height();
     }
-    m_bars->setGeometry(0, height() - space, width(), space);
-    m_bars->raise();
-    m_barSpace->setFixedHeight(space);
     setViewportMargins(0, 0, 0, space);
+    m_bars->setGeometry(0, height() - space, viewport()->width(), space);
+    m_bars->raise();
     const QRect room(0, 0, viewport()->width(), height() - space);
     m_note->setRoom(room);
     m_linkNote->setRoom(room);
@@ -330,7 +330,8 @@ void TerminalWidget::takeFrame()
     m_sinceFrame.start();
     if (m_font->ratio() != devicePixelRatioF())
         measureFont();
-    if (std::exchange(m_wasAlternate, m_emulator.showsAlternateScreen()) != m_wasAlternate) {
+    if (m_wasAlternate != m_emulator.showsAlternateScreen()) {
+        m_wasAlternate = !m_wasAlternate;
         m_keptTop.reset();
         m_selection.clear();
     }
@@ -350,6 +351,8 @@ void TerminalWidget::takeFrame()
     if (old != geometry || wasReversed != m_scene.isReversed)
         region = viewport()->rect();
     updateMarks();
+    if (!m_scene.link.isEmpty())
+        m_pointer->updateLink(QApplication::keyboardModifiers());
     m_search->textChanged();
     updateScrollBar();
     restartBlinking();
@@ -444,7 +447,7 @@ void TerminalWidget::resizeEvent(QResizeEvent *event)
 {
     QAbstractScrollArea::resizeEvent(event);
     updateGrid();
-    if (m_bars->geometry().bottom() + 1 != height() || m_bars->width() != width())
+    if (m_bars->geometry().bottom() + 1 != height() || m_bars->width() != viewport()->width())
         arrangeBars();
     viewport()->update();
 }

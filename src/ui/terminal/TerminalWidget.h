@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "ui/terminal/TerminalLinks.h"
+#include "ui/terminal/TerminalLinkFinder.h"
 #include "ui/terminal/TerminalPalette.h"
 #include "ui/terminal/TerminalScene.h"
 #include "ui/terminal/TerminalSelection.h"
@@ -16,7 +16,7 @@
 
 namespace moorix {
 
-namespace TerminalKeys {
+namespace TerminalKeyboard {
 enum class Command;
 }
 
@@ -24,7 +24,7 @@ class TerminalFont;
 class TerminalNote;
 class TerminalPasteBar;
 class TerminalPointer;
-class TerminalSearch;
+class TerminalFinder;
 class TerminalSearchBar;
 
 /// Shows a terminal and turns keys, texts and the mouse into what its program expects. Knows no process: whoever owns
@@ -119,8 +119,8 @@ private:
     void restartBlinking();
     void ring();
 
-    void runCommand(TerminalKeys::Command command);
-    void type(const std::function<void()> &send);
+    void runCommand(TerminalKeyboard::Command command);
+    bool type(const std::function<void()> &send);
     void jumpToPrompt(bool isAbove);
     void closeSearch();
     void search();
@@ -138,9 +138,8 @@ private:
     TerminalScene m_scene;
     TerminalSelection m_selection;
     TerminalPointer *m_pointer;
-    TerminalSearch *m_search;
+    TerminalFinder *m_search;
     QWidget *m_bars;
-    QWidget *m_barSpace;
     TerminalSearchBar *m_searchBar;
     TerminalPasteBar *m_pasteBar;
     TerminalNote *m_note;
@@ -149,6 +148,7 @@ private:
     std::optional<qint64> m_keptTop;
     bool m_wasAlternate = false;
     bool m_isTyping = false;
+    bool m_hasTyped = false;
     bool m_isScrollBarMoving = false;
     bool m_isCursorOn = true;
     QTimer m_frameTimer;

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/Theme.h"
-#include "ui/terminal/TerminalKeys.h"
+#include "ui/terminal/TerminalFinder.h"
+#include "ui/terminal/TerminalKeyboard.h"
 #include "ui/terminal/TerminalNote.h"
 #include "ui/terminal/TerminalPasteBar.h"
 #include "ui/terminal/TerminalPointer.h"
-#include "ui/terminal/TerminalSearch.h"
 #include "ui/terminal/TerminalSearchBar.h"
 #include "ui/terminal/TerminalWidget.h"
 
@@ -58,16 +58,20 @@ void TerminalWidget::followPointer()
     connect(m_pointer, &TerminalPointer::fontSizeStepped, this, &TerminalWidget::fontSizeStepped);
 }
 
-/// Whatever is sent counts as typed by the user, who wants to see what comes of it.
-void TerminalWidget::type(const std::function<void()> &send)
+/// Whatever is sent counts as typed by the user, who wants to see what comes of it. False when that was nothing.
+bool TerminalWidget::type(const std::function<void()> &send)
 {
+    m_hasTyped = false;
     m_isTyping = true;
     send();
     m_isTyping = false;
+    if (!m_hasTyped)
+        return false;
     m_cursorTimer.stop();
     restartBlinking();
     if (std::exchange(m_keptTop, std::nullopt))
         scheduleFrame();
+    return true;
 }
 
 /// The bars hand on what they have no use for; that is not meant for the program.
@@ -80,7 +84,7 @@ bool TerminalWidget::event(QEvent *event)
 {
     if (event->type() == QEvent::ShortcutOverride) {
         const auto &key = *static_cast<QKeyEvent *>(event);
-        if (!isBarInUse() && !TerminalKeys::isLeftToWindow(key)) {
+        if (!isBarInUse() && !TerminalKeyboard::isLeftToWindow(key)) {
             event->accept();
             return true;
         }
@@ -102,16 +106,14 @@ bool TerminalWidget::focusNextPrevChild(bool /*next*/)
 
 void TerminalWidget::keyPressEvent(QKeyEvent *event)
 {
-    using TerminalKeys::Command;
+    using TerminalKeyboard::Command;
     if (isBarInUse())
         return QAbstractScrollArea::keyPressEvent(event);
     m_pointer->updateLink(event->modifiers() |
                           (event->key() == Qt::Key_Control ? Qt::ControlModifier : Qt::NoModifier));
-    if (const Command command = TerminalKeys::commandOf(*event); command != Command::none)
+    if (const Command command = TerminalKeyboard::commandOf(*event); command != Command::none)
         return runCommand(command);
-    bool isSent = false;
-    type([&] { isSent = TerminalKeys::send(m_emulator, *event); });
-    event->setAccepted(isSent);
+    event->setAccepted(type([&] { TerminalKeyboard::send(m_emulator, *event); }));
 }
 
 void TerminalWidget::keyReleaseEvent(QKeyEvent *event)
@@ -121,9 +123,9 @@ void TerminalWidget::keyReleaseEvent(QKeyEvent *event)
     QAbstractScrollArea::keyReleaseEvent(event);
 }
 
-void TerminalWidget::runCommand(TerminalKeys::Command command)
+void TerminalWidget::runCommand(TerminalKeyboard::Command command)
 {
-    using enum TerminalKeys::Command;
+    using enum TerminalKeyboard::Command;
     const qint64 top = m_scene.geometry.top;
     switch (command) {
     case none:
@@ -202,8 +204,10 @@ void TerminalWidget::paste(const QString &text)
 void TerminalWidget::pasteAllowed(const QString &text, int leftOut)
 {
     type([&] { m_emulator.paste(text); });
-    if (leftOut > 0)
-        showNote(tr("%Ln control character(s) were left out of the paste", nullptr, leftOut));
+    if (leftOut == 1)
+        showNote(tr("One control character was left out of the paste"));
+    else if (leftOut > 1)
+        showNote(tr("%L1 control characters were left out of the paste").arg(leftOut));
 }
 
 void TerminalWidget::openSearch()
@@ -251,13 +255,13 @@ void TerminalWidget::hoverLink(const std::optional<TerminalLink> &link)
     // Letters of other scripts may pass for those of a well-known name.
     const QUrl url(link->address, QUrl::StrictMode);
     const QString address = url.isValid() ? QString::fromLatin1(url.toEncoded()) : link->address;
-    const QString refusal = TerminalLinks::refusal(link->address);
+    const QString refusal = TerminalLinkFinder::refusal(link->address);
     m_linkNote->hold(refusal.isEmpty() ? address : address + u" — "_s + refusal);
 }
 
 void TerminalWidget::openLink(const TerminalLink &link)
 {
-    if (const QString refusal = TerminalLinks::refusal(link.address); !refusal.isEmpty())
+    if (const QString refusal = TerminalLinkFinder::refusal(link.address); !refusal.isEmpty())
         showNote(refusal);
     else
         emit linkActivated(QUrl(link.address, QUrl::StrictMode));
@@ -267,7 +271,8 @@ void TerminalWidget::inputMethodEvent(QInputMethodEvent *event)
 {
     if (!event->commitString().isEmpty())
         type([&] { m_emulator.sendText(event->commitString()); });
-    if (std::exchange(m_scene.preedit, event->preeditString()) != m_scene.preedit) {
+    if (m_scene.preedit != event->preeditString()) {
+        m_scene.preedit = event->preeditString();
         updateCursor();
         viewport()->update();
     }
@@ -353,7 +358,7 @@ void TerminalWidget::contextMenuEvent(QContextMenuEvent *event)
     };
     if (link) {
         add(u"internet-services"_s, tr("Open Link"), u"terminalOpenLink"_s,
-            TerminalLinks::refusal(link->address).isEmpty(), {}, [this, link] { openLink(*link); });
+            TerminalLinkFinder::refusal(link->address).isEmpty(), {}, [this, link] { openLink(*link); });
         add(u"edit-copy"_s, tr("Copy Link Address"), u"terminalCopyLink"_s, true, {},
             [link] { QApplication::clipboard()->setText(link->address); });
         menu->addSeparator();
@@ -364,7 +369,7 @@ void TerminalWidget::contextMenuEvent(QContextMenuEvent *event)
     add(u"edit-paste"_s, tr("Paste"), u"terminalPaste"_s, !QApplication::clipboard()->text().isEmpty(),
         both | Qt::Key_V, [this] { paste(QApplication::clipboard()->text()); });
     add(u"edit-select-all"_s, tr("Select All"), u"terminalSelectAll"_s, true, both | Qt::Key_A,
-        [this] { runCommand(TerminalKeys::Command::selectAll); });
+        [this] { runCommand(TerminalKeyboard::Command::selectAll); });
     menu->addSeparator();
     add(u"edit-find"_s, tr("Find…"), u"terminalFind"_s, true, both | Qt::Key_F, [this] { openSearch(); });
     if (!m_emulator.workingFolder().isEmpty())

@@ -12,7 +12,7 @@ namespace moorix {
 
 /// Looks for a text in a terminal. The next place is found at once; all of them are counted in slices, so that a long
 /// scrollback holds nothing up, and again when there is new output.
-class TerminalSearch final : public QObject
+class TerminalFinder final : public QObject
 {
     Q_OBJECT
 
@@ -20,7 +20,7 @@ public:
     /// No more are counted than this.
     static constexpr int most = 10'000;
 
-    explicit TerminalSearch(const TerminalEmulator &emulator, QObject *parent = nullptr);
+    explicit TerminalFinder(const TerminalEmulator &emulator, QObject *parent = nullptr);
 
     /// An empty text ends the search.
     void setNeedle(const QString &needle, Qt::CaseSensitivity sensitivity);

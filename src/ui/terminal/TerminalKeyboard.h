@@ -8,7 +8,7 @@ class QKeyEvent;
 namespace moorix {
 
 /// Turns the keys of the keyboard into those of a terminal.
-namespace TerminalKeys {
+namespace TerminalKeyboard {
 
 /// What a key does in the view itself.
 enum class Command {
@@ -32,10 +32,10 @@ enum class Command {
 Command commandOf(const QKeyEvent &event);
 /// Keys that the window may have for itself although the terminal has the keyboard.
 bool isLeftToWindow(const QKeyEvent &event);
-/// False for keys that mean nothing to a terminal.
-bool send(TerminalEmulator &emulator, const QKeyEvent &event);
+/// Nothing is sent for keys that mean nothing to a terminal.
+void send(TerminalEmulator &emulator, const QKeyEvent &event);
 TerminalModifiers modifiersOf(Qt::KeyboardModifiers modifiers);
 
-} // namespace TerminalKeys
+} // namespace TerminalKeyboard
 
 } // namespace moorix

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "ui/terminal/TerminalKeys.h"
+#include "ui/terminal/TerminalKeyboard.h"
 
 #include <QKeyEvent>
 
 #include <optional>
 
-namespace moorix::TerminalKeys {
+namespace moorix::TerminalKeyboard {
 
 namespace {
 
@@ -168,7 +168,7 @@ bool isLeftToWindow(const QKeyEvent &event)
     return modifiers == Qt::ControlModifier && event.key() == Qt::Key_Tab;
 }
 
-bool send(TerminalEmulator &emulator, const QKeyEvent &event)
+void send(TerminalEmulator &emulator, const QKeyEvent &event)
 {
     TerminalModifiers modifiers = modifiersOf(event.modifiers());
     modifiers.shift = modifiers.shift || event.key() == Qt::Key_Backtab;
@@ -176,26 +176,17 @@ bool send(TerminalEmulator &emulator, const QKeyEvent &event)
         event.modifiers().testFlag(Qt::KeypadModifier) ? keypadKey(event.key()) : std::nullopt;
     if (const std::optional<TerminalKey> key = keypad ? keypad : specialKey(event.key())) {
         emulator.sendKey(*key, modifiers);
-        return true;
-    }
-    if (modifiers.control) {
-        const char32_t character = controlledCharacter(event);
-        if (character != 0)
+    } else if (modifiers.control) {
+        if (const char32_t character = controlledCharacter(event))
             emulator.sendCharacter(character, modifiers);
-        return character != 0;
+    } else if (modifiers.alt) {
+        // The text has been shifted already.
+        modifiers.shift = false;
+        for (const char32_t character : event.text().toUcs4())
+            emulator.sendCharacter(character, modifiers);
+    } else if (!event.text().isEmpty()) {
+        emulator.sendText(event.text());
     }
-    const QString text = event.text();
-    if (text.isEmpty())
-        return false;
-    if (!modifiers.alt) {
-        emulator.sendText(text);
-        return true;
-    }
-    // The text has been shifted already.
-    modifiers.shift = false;
-    for (const char32_t character : text.toUcs4())
-        emulator.sendCharacter(character, modifiers);
-    return true;
 }
 
-} // namespace moorix::TerminalKeys
+} // namespace moorix::TerminalKeyboard

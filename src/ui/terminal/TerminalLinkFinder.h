@@ -16,13 +16,13 @@ struct TerminalLink
     TerminalRange range;
 };
 
-namespace TerminalLinks {
+namespace TerminalLinkFinder {
 
 std::optional<TerminalLink> at(const TerminalEmulator &emulator, TerminalPoint point);
 /// Why an address is not opened, as a sentence; empty for those that are. A program on a server chooses the addresses:
 /// only kinds are opened of which it is known that they do nothing but show something.
 QString refusal(const QString &address);
 
-} // namespace TerminalLinks
+} // namespace TerminalLinkFinder
 
 } // namespace moorix

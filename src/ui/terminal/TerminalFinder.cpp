@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "ui/terminal/TerminalSearch.h"
+#include "ui/terminal/TerminalFinder.h"
 
 #include <QElapsedTimer>
 #include <QLocale>
@@ -16,24 +16,24 @@ constexpr int settleMilliseconds = 150;
 
 } // namespace
 
-TerminalSearch::TerminalSearch(const TerminalEmulator &emulator, QObject *parent)
+TerminalFinder::TerminalFinder(const TerminalEmulator &emulator, QObject *parent)
     : QObject(parent)
     , m_emulator(emulator)
 {
     m_again.setSingleShot(true);
     m_again.setInterval(settleMilliseconds);
-    connect(&m_slices, &QTimer::timeout, this, &TerminalSearch::scanSlice);
-    connect(&m_again, &QTimer::timeout, this, &TerminalSearch::scanAgain);
+    connect(&m_slices, &QTimer::timeout, this, &TerminalFinder::scanSlice);
+    connect(&m_again, &QTimer::timeout, this, &TerminalFinder::scanAgain);
 }
 
-void TerminalSearch::setNeedle(const QString &needle, Qt::CaseSensitivity sensitivity)
+void TerminalFinder::setNeedle(const QString &needle, Qt::CaseSensitivity sensitivity)
 {
     m_needle = needle;
     m_sensitivity = sensitivity;
     restart();
 }
 
-void TerminalSearch::restart()
+void TerminalFinder::restart()
 {
     m_current = {};
     m_starts.clear();
@@ -46,13 +46,13 @@ void TerminalSearch::restart()
         scanAgain();
 }
 
-void TerminalSearch::textChanged()
+void TerminalFinder::textChanged()
 {
     if (!m_needle.isEmpty() && !m_again.isActive())
         m_again.start();
 }
 
-void TerminalSearch::scanAgain()
+void TerminalFinder::scanAgain()
 {
     if (m_emulator.endLine() < m_scannedTo)
         return restart();
@@ -70,7 +70,7 @@ void TerminalSearch::scanAgain()
     m_slices.start(0);
 }
 
-void TerminalSearch::scanSlice()
+void TerminalFinder::scanSlice()
 {
     QElapsedTimer clock;
     clock.start();
@@ -91,7 +91,7 @@ void TerminalSearch::scanSlice()
     }
 }
 
-std::optional<TerminalRange> TerminalSearch::step(bool isBackward, TerminalPoint from)
+std::optional<TerminalRange> TerminalFinder::step(bool isBackward, TerminalPoint from)
 {
     if (m_needle.isEmpty())
         return std::nullopt;
@@ -113,7 +113,7 @@ std::optional<TerminalRange> TerminalSearch::step(bool isBackward, TerminalPoint
     return found;
 }
 
-std::vector<TerminalRange> TerminalSearch::hits(qint64 firstLine, qint64 endLine) const
+std::vector<TerminalRange> TerminalFinder::hits(qint64 firstLine, qint64 endLine) const
 {
     if (m_needle.isEmpty())
         return {};
@@ -121,7 +121,7 @@ std::vector<TerminalRange> TerminalSearch::hits(qint64 firstLine, qint64 endLine
                               std::min(endLine, m_emulator.endLine()), m_sensitivity);
 }
 
-QString TerminalSearch::countText() const
+QString TerminalFinder::countText() const
 {
     if (m_needle.isEmpty() || (!m_isComplete && m_current.isEmpty()))
         return {};

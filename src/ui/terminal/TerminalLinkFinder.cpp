@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "ui/terminal/TerminalLinks.h"
+#include "ui/terminal/TerminalLinkFinder.h"
 
 #include <QCoreApplication>
 #include <QRegularExpression>
@@ -9,7 +9,7 @@
 
 using namespace Qt::StringLiterals;
 
-namespace moorix::TerminalLinks {
+namespace moorix::TerminalLinkFinder {
 
 namespace {
 
@@ -122,11 +122,12 @@ QString refusal(const QString &address)
     static const QStringList opened{u"http"_s, u"https"_s, u"ftp"_s, u"mailto"_s, u"file"_s, u"ssh"_s, u"sftp"_s};
     const QUrl url(address, QUrl::StrictMode);
     if (!url.isValid() || url.scheme().isEmpty())
-        return QCoreApplication::translate("TerminalLinks", "Not opened: this is no valid address.");
+        return QCoreApplication::translate("TerminalLinkFinder", "Not opened: this is no valid address.");
     if (!opened.contains(url.scheme()))
-        return QCoreApplication::translate("TerminalLinks", "Not opened: addresses of the kind “%1:” may run programs.")
+        return QCoreApplication::translate("TerminalLinkFinder",
+                                           "Not opened: addresses of the kind “%1:” may run programs.")
             .arg(url.scheme());
     return {};
 }
 
-} // namespace moorix::TerminalLinks
+} // namespace moorix::TerminalLinkFinder

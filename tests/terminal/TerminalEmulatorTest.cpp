@@ -1,0 +1,237 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Played.h"
+#include "support/TestMain.h"
+
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace moorix;
+using namespace moorix::test;
+using namespace Qt::StringLiterals;
+
+class TerminalEmulatorTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void placesText_data();
+    void placesText();
+    void stylesCells();
+    void erasesWithTheBackground();
+    void combinesCharacters();
+    void keepsTheAlternateScreenApart();
+    void answersQuestions_data();
+    void answersQuestions();
+    void tellsWhatProgramsSay();
+    void holdsPaintingForAMoment();
+    void boundsTheScrollback();
+    void findsPrompts();
+};
+
+void TerminalEmulatorTest::placesText_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<QStringList>("screen");
+    QTest::addColumn<int>("row");
+    QTest::addColumn<int>("column");
+    const auto row = [](const char *name, const QByteArray &bytes, const QStringList &screen, int y, int x) {
+        QTest::newRow(name) << bytes << screen << y << x;
+    };
+    row("wrapped", "0123456789ab", {u"0123456789"_s, u"ab"_s}, 1, 2);
+    row("waits at the end", "0123456789", {u"0123456789"_s}, 0, 9);
+    row("wide does not fit", "012345678\xE6\xBC\xA2", {u"012345678"_s, u"漢"_s}, 1, 2);
+    row("half overwritten", "\xE6\xBC\xA2\xE6\xBC\xA2\x1b[1;2HX\x1b[1;3HY", {u".XY"_s}, 0, 3);
+    row("run over wide ones", "abcdefgh\r" + QByteArray("\xE6\xBC\xA2").repeated(4) + "\rabcdefgh", {u"abcdefgh"_s}, 0,
+        8);
+    row("half erased",
+        "\xE6\xBC\xA2"
+        "ab\x1b[1;2H\x1b[K",
+        {}, 0, 1);
+    row("wide cut by insertion", "12345678\xE6\xBC\xA2\x1b[1;1H\x1b[@", {u".12345678"_s}, 0, 0);
+    row("wide inserted", "abc\r\x1b[4h\xE6\xBC\xA2", {u"漢abc"_s}, 0, 2);
+    row("deleted", "abcdef\x1b[1;2H\x1b[2P", {u"adef"_s}, 0, 1);
+    row("scroll region", "1\r\n2\r\n3\r\n4\x1b[2;3r\x1b[3;1H\n5", {u"1"_s, u"3"_s, u"5"_s, u"4"_s}, 2, 1);
+    row("lines inserted", "1\r\n2\r\n3\x1b[2;1H\x1b[L", {u"1"_s, QString(), u"2"_s, u"3"_s}, 1, 0);
+    row("repeated", "a\x1b[3b", {u"aaaa"_s}, 0, 4);
+    row("nothing to repeat", "\x1b[2bx", {u"  x"_s}, 0, 3);
+    row("drawing", "\x1b(0qx\xC3\xA9q\x1b(Bq", {u"─│é─q"_s}, 0, 5);
+    row("cursor saved both ways",
+        "ab\x1b[s\x1b"
+        "7\x1b[3;3Hc\x1b"
+        "8d\x1b[uX",
+        {u"abX"_s, QString(), u"  c"_s}, 0, 3);
+    row("several modes at once", "\x1b[?25;7l0123456789ab", {u"012345678b"_s}, 0, 9);
+    row("strings leave nothing", "a\x1b_x\x1b\\\x1bPq#\x1b\\b", {u"ab"_s}, 0, 2);
+}
+
+void TerminalEmulatorTest::placesText()
+{
+    QFETCH(QByteArray, bytes);
+    QFETCH(int, row);
+    QFETCH(int, column);
+    const auto emulator = played(bytes);
+    QStringList expected = screenText(*emulator);
+    expected.replaceInStrings(u"."_s, u" "_s);
+    QFETCH(QStringList, screen);
+    screen.replaceInStrings(u"."_s, u" "_s);
+    QCOMPARE(expected, screen);
+    QCOMPARE(cursorOf(*emulator), std::pair(row, column));
+    QCOMPARE(fault(*emulator), QString());
+}
+
+void TerminalEmulatorTest::stylesCells()
+{
+    const auto emulator = played("\x1b[1;2;8;38;2;8;28;2ma\x1b[22mb\x1b[28;4:3;48:5:200mc\x1b[m\x1b[91md"
+                                 "\x1b]8;id=1;http://x/\x1b\\e\x1b[0mf\x1b]8;;\x1b\\g");
+    const auto style = [&](std::size_t column) { return emulator->line(0)[column].style; };
+    QVERIFY(style(0).bold && style(0).dim && style(0).hidden);
+    QVERIFY(style(0).foreground == TerminalColor::rgb(8, 28, 2));
+    QVERIFY(!style(1).bold && !style(1).dim && style(1).hidden);
+    QVERIFY(!style(2).hidden && style(2).underline == TerminalUnderline::curly);
+    QVERIFY(style(2).background == TerminalColor::indexed(200));
+    QVERIFY(style(3).foreground == TerminalColor::indexed(9) && style(3).background.isDefault());
+    QCOMPARE(emulator->link(style(3).link), QString());
+    QCOMPARE(emulator->link(style(4).link), u"http://x/"_s);
+    QCOMPARE(style(5).link, style(4).link);
+    QCOMPARE(style(6).link, quint16(0));
+}
+
+void TerminalEmulatorTest::erasesWithTheBackground()
+{
+    const auto emulator = played("abc\x1b[4;44m\r\x1b[K\x1b[4;1H\n");
+    for (const qint64 number : {emulator->screenLine() - 1, emulator->endLine() - 1}) {
+        QCOMPARE(emulator->line(number).size(), std::size_t(10));
+        for (const TerminalCell &cell : emulator->line(number)) {
+            QVERIFY(cell.style.background == TerminalColor::indexed(4));
+            QVERIFY(cell.character == 0 && cell.style.underline == TerminalUnderline::none);
+        }
+    }
+}
+
+void TerminalEmulatorTest::combinesCharacters()
+{
+    const QString family = u"\U0001F468\u200D\U0001F469\u200D\U0001F467"_s;
+    const QString thumb = u"\U0001F44D\U0001F3FD"_s;
+    // Also at the end of the line, and in a piece of its own.
+    const auto emulator = played((u"e\u0301"_s + family + thumb + u"3456u"_s).toUtf8());
+    emulator->feed(u"\u0308"_s.toUtf8());
+    QCOMPARE(screenText(*emulator), QStringList(u"e\u0301"_s + family + thumb + u"3456u\u0308"_s));
+    QCOMPARE(cursorOf(*emulator), std::pair(0, 9));
+    QCOMPARE(emulator->line(0)[1].width, quint8(2));
+    QCOMPARE(emulator->line(0)[3].width, quint8(2));
+
+    const auto endless = played("a" + QByteArray("\xCC\x81").repeated(100'000));
+    QVERIFY(endless->text(endless->line(0)[0]).size() < 20);
+    QCOMPARE(cursorOf(*endless), std::pair(0, 1));
+}
+
+void TerminalEmulatorTest::keepsTheAlternateScreenApart()
+{
+    const auto emulator = played("1\r\n2\r\n3\r\n4\r\n5\x1b[?1049h\x1b[Hfull\x1b[4;1H\n\n\n");
+    QVERIFY(emulator->showsAlternateScreen());
+    QCOMPARE(emulator->firstLine(), emulator->screenLine());
+    emulator->feed("\x1b[?1049l");
+    QVERIFY(!emulator->showsAlternateScreen());
+    QCOMPARE(allText(*emulator), u"1\n2\n3\n4\n5"_s);
+    QCOMPARE(cursorOf(*emulator), std::pair(3, 1));
+    emulator->feed("\x1b[?1049hx\x1b"
+                   "c");
+    QVERIFY(!emulator->showsAlternateScreen());
+}
+
+void TerminalEmulatorTest::answersQuestions_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<QByteArray>("answer");
+    QTest::newRow("what are you") << QByteArray("\x1b[c") << QByteArray("\x1b[?1;2c");
+    QTest::newRow("where is the cursor") << QByteArray("ab\r\nc\x1b[6n") << QByteArray("\x1b[2;2R");
+    QTest::newRow("style") << QByteArray("\x1b[1;38;5;9;4m\x1bP$qm\x1b\\") << QByteArray("\x1bP1$r0;1;4;38;5;9m\x1b\\");
+    QTest::newRow("modes") << QByteArray("\x1b[?2026h\x1b[?2026$p\x1b[?1049$p\x1b[?2004h\x1b[?2004$p")
+                           << QByteArray("\x1b[?2026;1$y\x1b[?1049;2$y\x1b[?2004;1$y");
+    QTest::newRow("not the clipboard") << QByteArray("\x1b]52;c;?\a\x1b]10;?\a\x1b]4;1;?\a") << QByteArray();
+}
+
+void TerminalEmulatorTest::answersQuestions()
+{
+    QFETCH(QByteArray, bytes);
+    TerminalEmulator emulator;
+    QByteArray said;
+    connect(&emulator, &TerminalEmulator::output, this, [&](const QByteArray &more) { said += more; });
+    emulator.feed(bytes);
+    QTEST(said, "answer");
+}
+
+void TerminalEmulatorTest::tellsWhatProgramsSay()
+{
+    TerminalEmulator emulator;
+    const QSignalSpy titles(&emulator, &TerminalEmulator::titleChanged);
+    const QSignalSpy folders(&emulator, &TerminalEmulator::workingFolderChanged);
+    const QSignalSpy clipboard(&emulator, &TerminalEmulator::clipboardWritten);
+    const QSignalSpy changes(&emulator, &TerminalEmulator::changed);
+    emulator.feed("\x1b]2;a\x01\xC2\x9B"
+                  "b\a\x1b]7;file://host/a%20b/%C3%A4\x1b\\\x1b]52;c;aMOp\a\x1b]52;c;!!\a");
+    QCOMPARE(titles.size(), 1);
+    QCOMPARE(emulator.title(), u"ab"_s);
+    QCOMPARE(folders.size(), 1);
+    QCOMPARE(emulator.workingFolder(), u"/a b/ä"_s);
+    QCOMPARE(emulator.workingHost(), u"host"_s);
+    QCOMPARE(clipboard.size(), 1);
+    QCOMPARE(clipboard[0][0].toString(), u"hé"_s);
+    QCOMPARE(changes.size(), 1);
+    emulator.feed("\x1b]7;http://host/x\a\x1b]0;" + QByteArray(5000, 'x') + "\a\x1b[5 q\x1b[?25l");
+    QCOMPARE(emulator.workingFolder(), u"/a b/ä"_s);
+    QCOMPARE(emulator.title().size(), 256);
+    QCOMPARE(emulator.cursor().shape, TerminalCursor::Shape::bar);
+    QVERIFY(!emulator.cursor().visible);
+}
+
+void TerminalEmulatorTest::holdsPaintingForAMoment()
+{
+    TerminalEmulator emulator;
+    emulator.feed("\x1b[?2026hx");
+    QVERIFY(emulator.holdsPainting());
+    emulator.feed("\x1b[?2026l");
+    QVERIFY(!emulator.holdsPainting());
+    emulator.feed("\x1b[?2026h");
+    QSignalSpy changes(&emulator, &TerminalEmulator::changed);
+    QTRY_COMPARE(changes.size(), 1);
+    QVERIFY(!emulator.holdsPainting());
+}
+
+void TerminalEmulatorTest::boundsTheScrollback()
+{
+    TerminalEmulator emulator({5, 40});
+    emulator.setScrollbackLimit(100);
+    for (int number = 0; number < 1000; ++number)
+        emulator.feed("\x1b[3" + QByteArray::number(number % 8) + "mline " + QByteArray::number(number) + "\r\n");
+    QCOMPARE(emulator.endLine(), 1001);
+    QCOMPARE(emulator.firstLine(), 896);
+    QCOMPARE(lineText(emulator, 896), u"line 896"_s);
+    QVERIFY(emulator.line(900)[3].style.foreground == TerminalColor::indexed(900 % 8));
+    emulator.feed("\x1b[3J");
+    QCOMPARE(emulator.firstLine(), emulator.screenLine());
+    QCOMPARE(lineText(emulator, 999), u"line 999"_s);
+
+    // A line without an end counts as lines, too, and keeps its text together.
+    emulator.feed(QByteArray(30'000, 'x'));
+    emulator.resize({5, 60});
+    QVERIFY(emulator.line(emulator.firstLine()).size() > 0);
+    QCOMPARE(fault(emulator), QString());
+}
+
+void TerminalEmulatorTest::findsPrompts()
+{
+    QByteArray bytes;
+    for (int number = 0; number < 4; ++number)
+        bytes += "\x1b]133;A\a$ \x1b]133;B\arun\r\n\x1b]133;C\aout\r\nput\r\n";
+    const auto emulator = played(bytes);
+    QCOMPARE(emulator->promptAbove(emulator->endLine()), 9);
+    QCOMPARE(emulator->promptAbove(9), 6);
+    QCOMPARE(emulator->promptAbove(0), std::nullopt);
+    QCOMPARE(emulator->promptBelow(0), 3);
+    QCOMPARE(emulator->promptBelow(8), 9);
+    QCOMPARE(emulator->promptBelow(9), std::nullopt);
+}
+
+MOORIX_TEST(TerminalEmulatorTest)
+#include "TerminalEmulatorTest.moc"

@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Played.h"
+#include "support/TestMain.h"
+
+#include <QTest>
+
+using namespace moorix;
+using namespace moorix::test;
+
+/// Programs and servers send what they like: nothing of it crashes, hangs or leaves a broken screen.
+class TerminalFuzzTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void piecesMakeNoDifference();
+    void survivesWhateverComes();
+};
+
+void TerminalFuzzTest::piecesMakeNoDifference()
+{
+    std::mt19937 random(20);
+    for (int round = 0; round < 300; ++round) {
+        const QByteArray bytes = hostileBytes(random, 40);
+        const TerminalSize size{int(random() % 5) + 1, int(random() % 30) + 2};
+        const auto whole = played(bytes, size);
+        QVERIFY2(fault(*whole).isEmpty(), qPrintable(fault(*whole)));
+        for (const qsizetype chunk : {1, 2, 3, 7, 31}) {
+            const auto cut = played(bytes, size, chunk);
+            QVERIFY2(sameContent(*whole, *cut), bytes.toPercentEncoding().constData());
+        }
+    }
+}
+
+void TerminalFuzzTest::survivesWhateverComes()
+{
+    bool isNumber = false;
+    const int asked = qEnvironmentVariableIntValue("MOORIX_FUZZ_ROUNDS", &isNumber);
+    std::mt19937 random(isNumber ? std::random_device()() : 7U);
+    for (int round = 0; round < (isNumber ? asked : 60); ++round) {
+        TerminalEmulator emulator({int(random() % 8) + 1, int(random() % 40) + 2});
+        emulator.setScrollbackLimit(int(random() % 60));
+        for (int step = 0; step < 20; ++step) {
+            emulator.feed(hostileBytes(random, 30));
+            if (random() % 3 == 0)
+                emulator.resize({int(random() % 12), int(random() % 60)});
+            if (random() % 40 == 0)
+                emulator.reset();
+            const QString broken = fault(emulator);
+            QVERIFY2(broken.isEmpty(), qPrintable(broken));
+            const TerminalPoint place{emulator.firstLine() + qint64(random() % 70), int(random() % 60)};
+            emulator.wordAt(place);
+            emulator.text(emulator.lineAt(place));
+            emulator.text(TerminalRange{place, {place.line + 3, 2}, random() % 2 == 0});
+            emulator.findBackward(QStringLiteral("xt"), place, Qt::CaseInsensitive);
+            emulator.findForward(QStringLiteral("字"), place, Qt::CaseSensitive);
+            emulator.promptAbove(place.line);
+            emulator.promptBelow(place.line);
+        }
+    }
+}
+
+MOORIX_TEST(TerminalFuzzTest)
+#include "TerminalFuzzTest.moc"
