@@ -197,7 +197,7 @@ private slots:
         bench.choose(bench.window->actions(), "Terminal in this side");
         QCOMPARE(tabs.slot().mode(), PaneMode::terminal);
         QVERIFY(bench.find("terminalTitle") && !bench.find("terminalDock"));
-        QVERIFY(view(bench.window.get()) == terminal && terminal->isVisible());
+        QVERIFY(view(bench.window.get()) == terminal && terminal->hasFocus());
         tabs.close(tabs.currentIndex());
         QTRY_COMPARE(view(bench.window.get()), terminal);
         QVERIFY(terminal->isRunning() && tabs.current().mode() == PaneMode::local);

@@ -9,6 +9,7 @@
 
 #include <QFont>
 #include <QPointer>
+#include <QTimer>
 
 #include <algorithm>
 #include <array>
@@ -96,10 +97,9 @@ TerminalView &TerminalSessionManager::view(const ServerConnection &server, const
     m_order += server.id;
     follow(server.id, session);
     applyStyle(style, *session.view, *session.runner);
-    // Once the caller has given the view its size, so that the program starts with that.
-    QMetaObject::invokeMethod(
-        session.runner.get(), [runner = session.runner.get(), view = session.view.data()] { runner->launch(*view); },
-        Qt::QueuedConnection);
+    // Once layouts have given the view its size, so that the program starts with that.
+    QTimer::singleShot(0, session.runner.get(),
+                       [runner = session.runner.get(), view = session.view.data()] { runner->launch(*view); });
     emit sessionsChanged();
     return *session.view;
 }

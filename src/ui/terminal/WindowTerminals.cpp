@@ -183,10 +183,9 @@ void WindowTerminals::openInSide()
         open(server);
         return;
     }
-    if (m_paneScreens.contains(server.id) || popout(server.id))
-        show(server.id);
-    else
+    if (!m_paneScreens.contains(server.id) && !popout(server.id))
         tabs.openTerminal(server);
+    show(server.id);
 }
 
 SSHTerminalView *WindowTerminals::makePaneScreen(const ServerConnection &server, QWidget *parent)
