@@ -243,7 +243,8 @@ private slots:
                 action->trigger();
         }
         TerminalView *terminal = view(bench.window.get());
-        QTRY_VERIFY(terminal && terminal->isRunning());
+        QVERIFY(terminal && !bench.find("terminalEndBar"));
+        QTRY_VERIFY(terminal->isRunning() && !bench.find("terminalConnecting"));
         QCOMPARE(QDir(bench.home.path("tmp")).entryList(QDir::Files).size(), 3);
         run(*terminal, "printf 'there: %s\\n' \"${SSH_CONNECTION:+yes}\"");
         QTRY_VERIFY_WITH_TIMEOUT(text(*terminal).contains(u"there: yes"_s), 20000);

@@ -50,6 +50,7 @@ struct TerminalSessionManager::Session
     Host host = Host::dock;
     bool isMoving = false;
     bool isInPane = false;
+    bool wasLaunched = false;
 };
 
 TerminalSessionManager::TerminalSessionManager(SettingsStore &settings, Runner::Environment environment,
@@ -98,8 +99,11 @@ TerminalView &TerminalSessionManager::view(const ServerConnection &server, const
     follow(server.id, session);
     applyStyle(style, *session.view, *session.runner);
     // Once layouts have given the view its size, so that the program starts with that.
-    QTimer::singleShot(0, session.runner.get(),
-                       [runner = session.runner.get(), view = session.view.data()] { runner->launch(*view); });
+    QTimer::singleShot(0, session.runner.get(), [this, id = server.id, &session] {
+        session.wasLaunched = true;
+        session.runner->launch(*session.view);
+        emit sessionChanged(id);
+    });
     emit sessionsChanged();
     return *session.view;
 }
@@ -226,6 +230,12 @@ bool TerminalSessionManager::isBusy(const QUuid &server) const
     if (!view.isRunning())
         return false;
     return session(server).runner->isLocal() ? view.hasForegroundProgram() : !view.isAtEmptyPrompt();
+}
+
+bool TerminalSessionManager::hasEnded(const QUuid &server) const
+{
+    const Session &known = session(server);
+    return known.wasLaunched && !known.runner->launched() && !known.view->isRunning();
 }
 
 bool TerminalSessionManager::isHost(Host host, const QUuid &server) const
