@@ -55,6 +55,8 @@ TerminalPasteBar::TerminalPasteBar(QWidget *parent)
 {
     setObjectName(u"terminalPasteBar"_s);
     setProperty("role", u"lowerBar"_s);
+    setFocusPolicy(Qt::ClickFocus);
+    setFocusProxy(m_paste);
     m_question->setObjectName(u"terminalPasteQuestion"_s);
     m_preview->setObjectName(u"terminalPastePreview"_s);
     m_preview->setWordWrap(false);

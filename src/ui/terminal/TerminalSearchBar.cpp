@@ -22,6 +22,9 @@ TerminalSearchBar::TerminalSearchBar(QWidget *parent)
 {
     setObjectName(u"terminalSearchBar"_s);
     setProperty("role", u"lowerBar"_s);
+    // A click beside the line must not leave it for the terminal.
+    setFocusPolicy(Qt::ClickFocus);
+    setFocusProxy(m_edit);
     m_edit->setObjectName(u"terminalSearchEdit"_s);
     m_edit->setPlaceholderText(tr("Find in the terminal…"));
     m_edit->addAction(Theme::icon(u"edit-find"_s, Theme::Color::mutedText), QLineEdit::LeadingPosition);
