@@ -258,7 +258,7 @@ void TerminalInterpreter::deviceControl(QByteArrayView text)
         write("\x1bP" + text.toByteArray() + "\x1b\\");
 }
 
-/// Sixteen numbers at most: libvterm does not count them.
+/// Fifteen numbers at most: libvterm has room for sixteen and does not count them.
 void TerminalInterpreter::forward(const TerminalSequence &sequence)
 {
     QByteArray bytes = "\x1b[";

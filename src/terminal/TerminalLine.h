@@ -70,12 +70,12 @@ struct TerminalParagraph
         const int columns = int(line.cells.size());
         if (line.wraps)
             return columns - line.padded;
-        const TerminalStyle fill = line.cells.empty() ? TerminalStyle() : line.cells.back().style;
+        const TerminalStyle fill = line.used < columns ? TerminalStyle() : line.cells.back().style;
         const auto isRest = [&](const TerminalCell &cell) {
-            return cell.style == fill && cell.width == 1 &&
-                   (cell.character == 0 || (cell.character == U' ' && fill == TerminalStyle()));
+            return (cell.character == 0 || (cell.character == U' ' && fill == TerminalStyle())) && cell.width == 1 &&
+                   cell.style == fill;
         };
-        int length = fill == TerminalStyle() ? line.used : columns;
+        int length = line.used;
         while (length > 0 && isRest(line.cells[std::size_t(length) - 1]))
             --length;
         return length;

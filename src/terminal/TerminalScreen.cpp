@@ -31,6 +31,15 @@ void TerminalScreen::erase(TerminalRectangle area, const TerminalCell &blank)
 
 void TerminalScreen::scroll(TerminalRectangle area, int down, int right, const TerminalCell &blank, bool keeps)
 {
+    // Nearly always it is the whole screen and one line.
+    if (down == 1 && keeps && area.top == 0 && area.bottom == rows()) {
+        TerminalLine &first = m_lines[m_top];
+        if (m_history)
+            m_history->append(first);
+        empty(first, blank);
+        m_top = m_top + 1 == m_lines.size() ? 0 : m_top + 1;
+        return;
+    }
     area.top = std::max(0, area.top);
     area.bottom = std::min(area.bottom, rows());
     area.left = std::max(0, area.left);

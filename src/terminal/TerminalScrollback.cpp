@@ -60,6 +60,7 @@ void TerminalScrollback::setColumns(int columns)
 void TerminalScrollback::clear(qint64 line)
 {
     m_blocks.clear();
+    m_last = nullptr;
     m_textCount = m_closedBytes = 0;
     m_firstLine = m_endLine = line;
     m_loadedLine = -1;
@@ -67,7 +68,7 @@ void TerminalScrollback::clear(qint64 line)
 
 void TerminalScrollback::append(const TerminalLine &line)
 {
-    Block *block = m_blocks.empty() ? nullptr : &m_blocks.back();
+    Block *block = m_last;
     const bool extend = block && block->texts.back().wraps && block->texts.back().cells < longestText;
     if (!extend) {
         if (!block || isFull(*block))
@@ -82,7 +83,8 @@ void TerminalScrollback::append(const TerminalLine &line)
     text.cells += quint32(length);
     text.wraps = line.wraps;
     text.prompt = text.prompt || line.prompt;
-    text.fill = styleIndex(*block, TerminalParagraph::fillOf(line, length));
+    if (line.used == int(line.cells.size()))
+        text.fill = styleIndex(*block, TerminalParagraph::fillOf(line, length));
     if (!extend && length <= m_columns) {
         ++m_endLine;
     } else {
@@ -94,13 +96,13 @@ void TerminalScrollback::append(const TerminalLine &line)
 
 void TerminalScrollback::setLastWraps(bool wraps)
 {
-    if (!m_blocks.empty())
-        m_blocks.back().texts.back().wraps = wraps;
+    if (m_last)
+        m_last->texts.back().wraps = wraps;
 }
 
 bool TerminalScrollback::lastWraps() const
 {
-    return !m_blocks.empty() && m_blocks.back().texts.back().wraps;
+    return m_last && m_last->texts.back().wraps;
 }
 
 TerminalParagraph TerminalScrollback::takeLast()
@@ -119,15 +121,11 @@ TerminalParagraph TerminalScrollback::takeLast()
     --m_textCount;
     if (block.texts.size() == block.firstText) {
         m_blocks.pop_back();
+        m_last = m_blocks.empty() ? nullptr : &m_blocks.back();
         m_closedBytes -= m_blocks.empty() ? 0 : size(m_blocks.back());
         m_known.assign(knownStyles, {});
     }
     return paragraph;
-}
-
-qint64 TerminalScrollback::lastTextLine() const
-{
-    return lineOf({m_blocks.size() - 1, m_blocks.back().texts.size() - 1});
 }
 
 std::span<const TerminalCell> TerminalScrollback::line(qint64 number) const
@@ -198,11 +196,6 @@ qint64 TerminalScrollback::promptFrom(qint64 number, bool up) const
     }
 }
 
-std::size_t TerminalScrollback::bytes() const
-{
-    return m_closedBytes + (m_blocks.empty() ? 0 : size(m_blocks.back()));
-}
-
 void TerminalScrollback::forEachStyle(const std::function<void(TerminalStyle &)> &change)
 {
     for (Block &block : m_blocks)
@@ -248,23 +241,25 @@ void TerminalScrollback::pack(Block &block, Text &text, const TerminalLine &line
 {
     const TerminalCell *cell = line.cells.data();
     const TerminalCell *const end = cell + length;
-    std::size_t at = block.bytes.size();
-    block.bytes.resize(at + 4 * std::size_t(length));
+    if (m_packed.size() < 4 * std::size_t(length))
+        m_packed.resize(4 * std::size_t(length));
+    char *to = m_packed.data();
     while (cell < end) {
         const TerminalStyle &style = cell->style;
         const bool wide = cell->width == 2;
         quint16 count = 0;
         for (; cell < end && cell->width == (wide ? 2 : 1) && cell->style == style; cell += wide ? 2 : 1, ++count)
-            at += TerminalUtf8::encode(block.bytes.data() + at, cell->character);
+            to += TerminalUtf8::encode(to, cell->character);
         // Wide characters are whole on the screen, so the second half cannot come first; were it so, it is left out.
         if (count == 0) {
             ++cell;
             continue;
         }
         text.wide = text.wide || wide;
-        block.runs.push_back({count, quint16(styleIndex(block, style) | (wide ? wideRun : 0))});
+        const quint16 index = style == TerminalStyle() ? quint16(0) : styleIndex(block, style);
+        block.runs.push_back({count, quint16(index | (wide ? wideRun : 0))});
     }
-    block.bytes.resize(at);
+    block.bytes.append(m_packed.data(), std::size_t(to - m_packed.data()));
 }
 
 void TerminalScrollback::unpack(Place place, std::vector<TerminalCell> &cells) const
@@ -309,6 +304,7 @@ TerminalScrollback::Block &TerminalScrollback::addBlock()
     Block &block = m_blocks.emplace_back();
     block.firstLine = m_endLine;
     block.styles.emplace_back();
+    m_last = &block;
     return block;
 }
 
@@ -352,6 +348,7 @@ void TerminalScrollback::dropFirst()
     if (m_blocks.size() > 1)
         m_closedBytes -= size(block);
     m_blocks.pop_front();
+    m_last = m_blocks.empty() ? nullptr : m_last;
     m_firstLine = m_blocks.empty() ? m_endLine : m_blocks.front().firstLine;
 }
 

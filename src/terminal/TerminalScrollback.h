@@ -39,8 +39,6 @@ public:
     bool isEmpty() const { return m_blocks.empty(); }
     qint64 firstLine() const { return m_firstLine; }
     qint64 endLine() const { return m_endLine; }
-    /// The number of the first line of the newest text.
-    qint64 lastTextLine() const;
 
     /// Valid until the next call of this object.
     std::span<const TerminalCell> line(qint64 number) const;
@@ -55,7 +53,6 @@ public:
     /// The nearest text with a prompt from `number` on, or up from it, as a line; -1 for none.
     qint64 promptFrom(qint64 number, bool up) const;
 
-    std::size_t bytes() const;
     /// Calls for every style that is kept.
     void forEachStyle(const std::function<void(TerminalStyle &)> &change);
 
@@ -110,6 +107,8 @@ private:
     static std::size_t size(const Block &block);
 
     std::deque<Block> m_blocks;
+    /// The last block, which lines are added to.
+    Block *m_last = nullptr;
     int m_columns;
     int m_limit = 100'000;
     std::size_t m_textCount = 0;
@@ -123,6 +122,8 @@ private:
         quint16 index = 0xFFFF;
     };
     std::vector<Known> m_known;
+    /// Room for a line's bytes while it is packed.
+    std::vector<char> m_packed;
 
     /// The text that was looked at last, unpacked, and where its lines begin.
     mutable std::vector<TerminalCell> m_cells;
