@@ -122,6 +122,9 @@ private slots:
         TerminalView *terminal = openLocal(bench);
         bench.click(bench.find("terminalPopOut"));
         auto *window = qobject_cast<TerminalPopoutController *>(popout());
+        const QString before = window->styleSheet();
+        bench.model->settings().themeID.set(u"daylight"_s);
+        QTRY_VERIFY(window->styleSheet() != before && window->styleSheet() == bench.window->styleSheet());
         for (int i = 0; i < 4; ++i)
             window->trackShake(i * 0.1, i % 2 * 50);
         QCOMPARE(bench.find<QLabel>("shakeHint")->text(), u"Shake to attach back"_s);
