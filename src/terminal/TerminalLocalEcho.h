@@ -37,6 +37,9 @@ public:
     /// The user caused these bytes, which have been sent.
     void typed(const QByteArray &bytes);
 
+    /// Nothing that was typed will be answered any more.
+    void forget() { pause(); }
+
     /// What to paint over the screen; none twice.
     std::vector<std::pair<TerminalPoint, QString>> cells() const;
     /// Where the cursor will be; nothing where it is.

@@ -88,9 +88,11 @@ void MainToolBar::addChosenItems()
         if (action->parent() == this)
             delete action;
     }
+    // Without their texts, which would push the filter out of a window of usual width.
     const auto add = [this](const QString &iconName, const QString &text) {
         m_chosen += new QAction(Theme::icon(iconName), text, this);
         insertAction(m_chosenEnd, m_chosen.last());
+        static_cast<QToolButton *>(widgetForAction(m_chosen.last()))->setToolButtonStyle(Qt::ToolButtonIconOnly);
         return m_chosen.last();
     };
     // Names without a feature behind them are left out; the setting keeps them.

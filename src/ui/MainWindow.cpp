@@ -226,6 +226,8 @@ void MainWindow::showLocation()
     const bool isConnected = session.server() && session.pane();
     if (isConnected)
         m_status->showConnection(tr("%1 connected").arg(session.server()->displayName()), true);
+    else if (session.mode() == PaneMode::terminal)
+        m_status->showConnection(tr("Terminal"), false);
     else if (session.state() == Session::State::connecting)
         m_status->showConnection(tr("Connecting…"), false);
     else if (session.server())

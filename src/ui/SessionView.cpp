@@ -44,7 +44,11 @@ SessionView::SessionView(AppModel &model, WindowTerminals &terminals, Side side,
     followNotice();
 }
 
-SessionView::~SessionView() = default;
+SessionView::~SessionView()
+{
+    // A terminal that is given back while all goes closes no tab.
+    m_terminals.sessions().disconnect(this);
+}
 
 void SessionView::focusContent()
 {

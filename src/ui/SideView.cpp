@@ -222,7 +222,7 @@ void SideView::updateTab(int index)
     if (session.mode() == PaneMode::local)
         m_bar->setTabIcon(index, badge.on(Theme::icon(QStringLiteral("folder"))));
     else if (session.mode() == PaneMode::terminal)
-        m_bar->setTabIcon(index, Theme::icon(QStringLiteral("utilities-terminal")));
+        m_bar->setTabIcon(index, Theme::icon(QStringLiteral("dialog-scripts")));
     else if (session.server())
         m_bar->setTabIcon(index, badge.on(ServerLook::icon(*session.server())));
     else

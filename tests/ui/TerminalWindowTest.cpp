@@ -46,7 +46,7 @@ class TerminalWindowTest : public QObject
     {
         bench.key(Qt::Key_QuoteLeft, Qt::ControlModifier);
         TerminalView *shown = view(bench.window.get());
-        [&] { QTRY_VERIFY(shown && text(*shown).contains(u"> "_s)); }();
+        [&] { QTRY_VERIFY(shown && text(*shown).contains(u">"_s)); }();
         return shown;
     }
     static QWidget *popout()
@@ -122,6 +122,9 @@ private slots:
         TerminalView *terminal = openLocal(bench);
         bench.click(bench.find("terminalPopOut"));
         auto *window = qobject_cast<TerminalPopoutController *>(popout());
+        const QString before = window->styleSheet();
+        bench.model->settings().themeID.set(u"daylight"_s);
+        QTRY_VERIFY(window->styleSheet() != before && window->styleSheet() == bench.window->styleSheet());
         for (int i = 0; i < 4; ++i)
             window->trackShake(i * 0.1, i % 2 * 50);
         QCOMPARE(bench.find<QLabel>("shakeHint")->text(), u"Shake to attach back"_s);
@@ -190,14 +193,14 @@ private slots:
         QTRY_COMPARE(bench.pane(Side::left)->currentPath(), bench.home.path("left/deep"));
         bench.key(Qt::Key_T, Qt::ControlModifier | Qt::ShiftModifier);
         TerminalView *terminal = view(bench.window.get());
-        QTRY_VERIFY(text(*terminal).contains(u"> "_s));
+        QTRY_VERIFY(text(*terminal).contains(u">"_s));
         run(*terminal, "echo [$PWD]");
         QTRY_VERIFY(text(*terminal).contains(u"["_s + bench.home.path("left/deep") + u"]"_s));
         PaneTabs &tabs = bench.model->tabs(Side::left);
         bench.choose(bench.window->actions(), "Terminal in this side");
         QCOMPARE(tabs.slot().mode(), PaneMode::terminal);
         QVERIFY(bench.find("terminalTitle") && !bench.find("terminalDock"));
-        QVERIFY(view(bench.window.get()) == terminal && terminal->isVisible());
+        QVERIFY(view(bench.window.get()) == terminal && terminal->hasFocus());
         tabs.close(tabs.currentIndex());
         QTRY_COMPARE(view(bench.window.get()), terminal);
         QVERIFY(terminal->isRunning() && tabs.current().mode() == PaneMode::local);
@@ -210,12 +213,17 @@ private slots:
         SettingsStore &settings = bench.model->settings();
         settings.terminalThemeID.set(u"novel"_s);
         QTRY_COMPARE(terminal->colors().background, QColor(u"#f4ecd8"_s));
+        const auto rows = [&] { return terminal->emulator().size().rows; };
         settings.terminalFontSize.set(6);
-        const int rows = terminal->emulator().size().rows;
-        QTest::keyClick(terminal, Qt::Key_Minus, Qt::ControlModifier | Qt::ShiftModifier);
-        settings.terminalFontSize.set(20);
-        QTRY_VERIFY(terminal->emulator().size().rows < rows);
-        QVERIFY(settings.terminalFontSize.value() >= 6);
+        QTRY_VERIFY(rows() > 15);
+        emit terminal->fontSizeStepped(-1);
+        QCOMPARE(settings.terminalFontSize.value(), 6);
+        emit terminal->fontSizeStepped(1);
+        QCOMPARE(settings.terminalFontSize.value(), 7);
+        settings.terminalFontSize.set(30);
+        QTRY_VERIFY(rows() < 8);
+        bench.choose(bench.window->actions(), "Terminal in this side");
+        QTRY_VERIFY(rows() > 8);
     }
 
     void serversShellRunsAndNoFileOfItsLoginIsLeft()
@@ -238,7 +246,8 @@ private slots:
                 action->trigger();
         }
         TerminalView *terminal = view(bench.window.get());
-        QTRY_VERIFY(terminal && terminal->isRunning());
+        QVERIFY(terminal && !bench.find("terminalEndBar"));
+        QTRY_VERIFY(terminal->isRunning() && !bench.find("terminalConnecting"));
         QCOMPARE(QDir(bench.home.path("tmp")).entryList(QDir::Files).size(), 3);
         run(*terminal, "printf 'there: %s\\n' \"${SSH_CONNECTION:+yes}\"");
         QTRY_VERIFY_WITH_TIMEOUT(text(*terminal).contains(u"there: yes"_s), 20000);

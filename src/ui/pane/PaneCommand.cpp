@@ -34,7 +34,7 @@ QList<PaneCommandInfo> makeTable()
         {editPath, tr("Go to path"), u"go-jump"_s, {Qt::CTRL | Qt::Key_L}},
         {filter, tr("Filter"), u"view-filter"_s, {Qt::CTRL | Qt::Key_F}},
         {toggleHidden, tr("Show hidden files"), u"view-visible"_s, {Qt::CTRL | Qt::Key_H}},
-        {openTerminal, tr("Open Terminal Here"), u"utilities-terminal"_s, {Qt::CTRL | Qt::SHIFT | Qt::Key_T}},
+        {openTerminal, tr("Open Terminal Here"), u"dialog-scripts"_s, {Qt::CTRL | Qt::SHIFT | Qt::Key_T}},
         {newFolder, tr("New folder"), u"folder-new"_s, {Qt::Key_F7, Qt::CTRL | Qt::SHIFT | Qt::Key_N}},
         {newFile, tr("New file"), u"document-new"_s, {Qt::SHIFT | Qt::Key_F4}},
         {rename, tr("Rename"), u"edit-rename"_s, {Qt::Key_F2, Qt::SHIFT | Qt::Key_F6}},

@@ -153,7 +153,7 @@ PreferencePage terminal(SettingsStore &settings)
             {},
             {
                 row(Kind::font, settings.terminalFontName, tr("Font"), {}),
-                number(settings.terminalFontSize, tr("Font size"), tr(" pt"), 6, 72),
+                number(settings.terminalFontSize, tr("Font size"), tr(" px"), 6, 72),
                 choice(settings.terminalThemeID, tr("Colours"), {}, terminalThemes()),
                 toggle(settings.terminalGPURenderer, tr("Draw with the graphics card")),
                 toggle(settings.terminalLocalEcho, tr("Show typed characters at once"),

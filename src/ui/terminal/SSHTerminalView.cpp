@@ -143,7 +143,7 @@ void SSHTerminalView::followState()
     if (!m_sessions.has(m_server.id) || !m_view)
         return;
     const Runner &runner = m_sessions.runnerOf(m_server.id);
-    const bool hasEnded = !runner.launched() && !m_view->isRunning();
+    const bool hasEnded = m_sessions.hasEnded(m_server.id);
     m_connecting->setVisible(runner.isPreparing());
     m_reconnect->setVisible(hasEnded);
     if (hasEnded && m_end->isHidden()) {

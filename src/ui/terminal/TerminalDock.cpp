@@ -118,7 +118,7 @@ void TerminalDock::addScreen(const QUuid &server)
     const int index = m_tabs->addTab(QString());
     m_tabs->setTabData(index, server);
     m_tabs->setTabIcon(index, server == ServerConnection::localTerminalID
-                                  ? Theme::icon(u"utilities-terminal"_s)
+                                  ? Theme::icon(u"dialog-scripts"_s)
                                   : ServerLook::icon(m_sessions.serverOf(server)));
     m_screens->insertWidget(index, screen);
     m_buttons->insertWidget(index, screen->buttons());

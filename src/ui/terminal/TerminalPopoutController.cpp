@@ -160,6 +160,15 @@ void TerminalPopoutController::animateAttachBack()
     animation->start(QAbstractAnimation::DeleteWhenStopped);
 }
 
+void TerminalPopoutController::changeEvent(QEvent *event)
+{
+    QWidget::changeEvent(event);
+    // Another theme: the colours of the window's own parts are in its own sheet.
+    if (event->type() == QEvent::StyleChange && styleSheet() != windowStyleSheet())
+        QMetaObject::invokeMethod(
+            this, [this] { setStyleSheet(windowStyleSheet()); }, Qt::QueuedConnection);
+}
+
 /// Closing the window closes the terminal, as the button does.
 void TerminalPopoutController::closeEvent(QCloseEvent *event)
 {

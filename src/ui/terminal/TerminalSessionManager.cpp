@@ -9,6 +9,7 @@
 
 #include <QFont>
 #include <QPointer>
+#include <QTimer>
 
 #include <algorithm>
 #include <array>
@@ -29,7 +30,8 @@ QFont fontOf(const TerminalSessionManager::Style &style)
     QFont font = Theme::monospace();
     if (!style.fontName.isEmpty())
         font.setFamilies(QStringList{style.fontName} + font.families());
-    font.setPointSizeF(style.fontSize);
+    // Points of the screen, as those of all text in the window.
+    font.setPixelSize(std::max(qRound(style.fontSize), 1));
     return font;
 }
 
@@ -48,6 +50,7 @@ struct TerminalSessionManager::Session
     Host host = Host::dock;
     bool isMoving = false;
     bool isInPane = false;
+    bool wasLaunched = false;
 };
 
 TerminalSessionManager::TerminalSessionManager(SettingsStore &settings, Runner::Environment environment,
@@ -95,10 +98,12 @@ TerminalView &TerminalSessionManager::view(const ServerConnection &server, const
     m_order += server.id;
     follow(server.id, session);
     applyStyle(style, *session.view, *session.runner);
-    // Once the caller has given the view its size, so that the program starts with that.
-    QMetaObject::invokeMethod(
-        session.runner.get(), [runner = session.runner.get(), view = session.view.data()] { runner->launch(*view); },
-        Qt::QueuedConnection);
+    // Once layouts have given the view its size, so that the program starts with that.
+    QTimer::singleShot(0, session.runner.get(), [this, id = server.id, &session] {
+        session.wasLaunched = true;
+        session.runner->launch(*session.view);
+        emit sessionChanged(id);
+    });
     emit sessionsChanged();
     return *session.view;
 }
@@ -225,6 +230,12 @@ bool TerminalSessionManager::isBusy(const QUuid &server) const
     if (!view.isRunning())
         return false;
     return session(server).runner->isLocal() ? view.hasForegroundProgram() : !view.isAtEmptyPrompt();
+}
+
+bool TerminalSessionManager::hasEnded(const QUuid &server) const
+{
+    const Session &known = session(server);
+    return known.wasLaunched && !known.runner->launched() && !known.view->isRunning();
 }
 
 bool TerminalSessionManager::isHost(Host host, const QUuid &server) const

@@ -78,6 +78,9 @@ public:
     /// server, where that is not known, the shell does not wait at an empty prompt.
     bool isBusy(const QUuid &server) const;
 
+    /// Its program has ended, or could not be started.
+    bool hasEnded(const QUuid &server) const;
+
     bool isHost(Host host, const QUuid &server) const;
     void setHost(Host host, const QUuid &server);
     /// A screen that disappears while its session moves to another host leaves it alone.

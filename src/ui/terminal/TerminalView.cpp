@@ -44,7 +44,7 @@ void TerminalView::startProcess(const TerminalLaunch &launch)
     auto process = std::make_unique<PTYRunner>();
     process->onOutput = [this](QByteArrayView bytes) { feed(bytes); };
     process->onExit = [this](std::optional<int> exitCode) {
-        m_localEcho->setEnabled(m_localEcho->isEnabled());
+        m_localEcho->forget();
         emit processEnded(exitCode);
     };
     const TerminalSize size = emulator().size();

@@ -183,10 +183,9 @@ void WindowTerminals::openInSide()
         open(server);
         return;
     }
-    if (m_paneScreens.contains(server.id) || popout(server.id))
-        show(server.id);
-    else
+    if (!m_paneScreens.contains(server.id) && !popout(server.id))
         tabs.openTerminal(server);
+    show(server.id);
 }
 
 SSHTerminalView *WindowTerminals::makePaneScreen(const ServerConnection &server, QWidget *parent)
@@ -292,7 +291,7 @@ void WindowTerminals::tell(const QUuid &server, const QString &sentence)
 
 void WindowTerminals::fillNewMenu(QMenu &menu)
 {
-    menu.addAction(Theme::icon(u"utilities-terminal"_s), tr("Local shell"), this, &WindowTerminals::openLocal);
+    menu.addAction(Theme::icon(u"dialog-scripts"_s), tr("Local shell"), this, &WindowTerminals::openLocal);
     menu.addSeparator();
     for (const ServerConnection &server : m_model.servers().library().servers) {
         if (supportsShell(server.networkProtocol)) {
