@@ -60,6 +60,14 @@ void throwUnlessSucceeded(const SFTPOutcome &outcome, const SFTPBatch &batch)
     throw FileServiceError::operationFailed(SSHFailureText::operation(batch.action, outcome.reason, outcome.words));
 }
 
+/// The shared connection went just as the client was joining it, before it asked the server for anything. Where others
+/// have seen the input or the output already, the client cannot be run again.
+bool missedItsMaster(const ProcessRequest &request, const ProcessResult &result)
+{
+    return !result.crashed && result.exitCode == clientFailed && !request.moreInput && !request.takeOutput &&
+           result.standardError.startsWith("mux_client_request_alive: ");
+}
+
 ProcessRequest batchRequest(const QStringList &commands)
 {
     for (const QString &command : commands)
@@ -247,6 +255,8 @@ ProcessResult SFTPProcessRunner::runClient(const SSHLogin &login, const QString 
     const bool wasUp = isShared && ControlSocket::isPresent(server);
     const auto start = std::chrono::steady_clock::now();
     ProcessResult result = m_processes->run(request, stop);
+    if (missedItsMaster(request, result))
+        result = m_processes->run(request, stop);
     if (wasUp && result.exitCode == 0 && !result.crashed)
         noteRun(std::chrono::round<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start));
     return result;

@@ -136,6 +136,24 @@ private slots:
         QVERIFY(messageAfter({0, false, "?\nsftp> quit\n", {}}).startsWith(u"Could not connect"_s));
     }
 
+    void clientThatMissesTheEndingMasterIsRunOnceMore()
+    {
+        const ProcessResult missed{255, false, {}, "mux_client_request_alive: write packet: Broken pipe\r\n"};
+        int runs = 0;
+        const auto processes = std::make_shared<FakeProcessRunner>([&](const ProcessRequest &) {
+            return ++runs == 1 ? missed : FakeProcessRunner::success("Remote working directory: /home\n");
+        });
+        SFTPService service(m_sshd->connection(), {}, processes);
+        service.connect(neverStops);
+        QCOMPARE(runs, 2);
+        SFTPService other(m_sshd->connection(), {}, std::make_shared<FakeProcessRunner>([&](const ProcessRequest &) {
+                              ++runs;
+                              return missed;
+                          }));
+        QVERIFY(messageOf([&] { other.connect(neverStops); }).contains(u"Broken pipe"_s));
+        QCOMPARE(runs, 4);
+    }
+
     void nothingIsDoneWithoutAConnection()
     {
         SFTPService &service = connected();

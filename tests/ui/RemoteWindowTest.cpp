@@ -211,7 +211,13 @@ private slots:
         bench.window->close();
         QVERIFY(bench.window->isVisible());
         bench.click(bench.find("messageBarBetter"));
-        QTRY_VERIFY_WITH_TIMEOUT(!bench.window->isVisible(), 20'000);
+        const auto problems = [&bench] {
+            QStringList texts;
+            for (const EditedFile &file : bench.model->editedFiles().unsent())
+                texts += QString::number(int(file.state)) + u": "_s + file.problem;
+            return texts.join(u"; ").toStdString();
+        };
+        QTRY_VERIFY2_WITH_TIMEOUT(!bench.window->isVisible(), problems().c_str(), 20'000);
         QCOMPARE(contentOf(onServer(u"a.txt"_s)), "mine");
         bench.stop();
         QTRY_COMPARE(copiesIn(bench), QStringList());
