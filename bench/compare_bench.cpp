@@ -1,0 +1,98 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Line diffs against the system's `diff`, both from the files to what differs.
+#include "Paired.h"
+
+#include "compare/DiffLoader.h"
+#include "files/LocalFileService.h"
+#include "support/TestTree.h"
+
+#include <QProcess>
+#include <QRandomGenerator>
+
+namespace moorix::bench {
+
+using namespace Qt::StringLiterals;
+using test::TestTree;
+
+namespace {
+
+void against(benchmark::State &state, const QByteArray &a, const QByteArray &b, double limit)
+{
+    const TestTree tree;
+    tree.write("a", a);
+    tree.write("b", b);
+    const auto disk = std::make_shared<LocalFileService>();
+    DiffPair pair{QUuid::createUuid(), {}, {}, disk, disk};
+    pair.a.path = tree.path("a");
+    pair.b.path = tree.path("b");
+    DiffEngine::Stats stats;
+    const auto ours = [&] { stats = DiffEngine::stats(DiffLoader::load(pair, {}).runs); };
+    const auto peer = [&] {
+        QProcess diff;
+        diff.setStandardOutputFile(tree.path("out"));
+        diff.start(u"diff"_s, {u"--minimal"_s, pair.a.path, pair.b.path});
+        diff.waitForFinished(-1);
+    };
+    paired(state, ours, peer, limit);
+    state.counters["added"] = double(stats.added);
+    state.counters["removed"] = double(stats.removed);
+}
+
+/// The largest middle that is aligned: half of its lines are other ones, all over it.
+void largestTable(benchmark::State &state)
+{
+    QRandomGenerator random(1);
+    QByteArray a = "begin\n";
+    QByteArray b = a;
+    for (int i = 0; i < 1999; ++i) {
+        const QByteArray line = QByteArray::number(random.bounded(1000)) + " a line of some length\n";
+        a += line;
+        b += random.bounded(2) == 0 && i > 0 && i < 1998 ? line : QByteArray::number(random.generate()) + "\n";
+    }
+    against(state, a + "end", b + "end", 1.0);
+}
+BENCHMARK(largestTable)->Name("1,999 by 1,999 changed lines / diff --minimal")->Iterations(15)->UseManualTime();
+
+QByteArray mostText(int seed)
+{
+    QRandomGenerator random(seed);
+    QByteArray text;
+    while (text.size() < DiffLoader::maxBytes - 64)
+        text += QByteArray::number(random.generate64(), 16) + QByteArray(1 + random.bounded(40), 'x') + '\n';
+    return text;
+}
+
+void mostBytesFewChanges(benchmark::State &state)
+{
+    const QByteArray a = mostText(2);
+    QByteArray b = a;
+    for (qsizetype at = b.size() / 2; at < b.size() / 2 + 20'000; at += 997)
+        b[b.indexOf('x', at)] = 'y';
+    against(state, a, b, 2.0);
+}
+BENCHMARK(mostBytesFewChanges)->Name("5 MiB, 21 changed lines / diff")->Iterations(10)->UseManualTime();
+
+/// Beyond the table: nothing is aligned.
+void mostBytesAllOther(benchmark::State &state)
+{
+    against(state, mostText(3), mostText(4), 1.0);
+}
+BENCHMARK(mostBytesAllOther)->Name("5 MiB, no common line / diff")->Iterations(5)->UseManualTime();
+
+void mostLinesEqual(benchmark::State &state)
+{
+    const QByteArray lines(DiffLoader::maxBytes, '\n');
+    const auto work = [&] {
+        benchmark::DoNotOptimize(
+            DiffEngine::diff(QString::fromLatin1(lines), QString::fromLatin1(lines) + u'x').size());
+    };
+    limited(
+        state, [] {}, work, 5000);
+}
+BENCHMARK(mostLinesEqual)->Name("rows of 5,242,881 lines")->Iterations(3)->UseManualTime();
+
+} // namespace
+
+} // namespace moorix::bench
+
+BENCHMARK_MAIN();
