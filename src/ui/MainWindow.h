@@ -17,6 +17,7 @@ namespace moorix {
 
 class BackupArea;
 class DesktopNotifier;
+class DiffPage;
 class MainToolBar;
 class MessageBar;
 class PaneModel;
@@ -29,6 +30,7 @@ class StatusStrip;
 class SyncArea;
 class TransferDrawer;
 class UnsentEdits;
+struct Comparison;
 
 /// The window: two sides with their tabs, the sidebar, and the bars around them. Observes the model, which outlives it,
 /// and calls its operations.
@@ -66,6 +68,11 @@ private:
     void connectBackups();
     void notifyOfBackups();
     void openArchive(const QString &path);
+    void connectComparisons();
+    void showComparison(const Comparison &comparison);
+    void leaveComparison();
+    void dropComparison();
+    void runComparisonCommand(PaneCommand command);
 
     PaneTabs &activeTabs() const;
     SideView &activeView() const;
@@ -92,6 +99,7 @@ private:
     void showSync();
     /// Whether backups stand in place of the two sides.
     bool showsBackups() const;
+    bool showsComparison() const;
 
     void followActiveSide();
     void followSession();
@@ -112,6 +120,9 @@ private:
     QStackedWidget *m_middle = nullptr;
     SyncArea *m_sync = nullptr;
     BackupArea *m_backups = nullptr;
+    QPointer<DiffPage> m_comparison;
+    /// What the comparison stands in place of.
+    QWidget *m_comparedFrom = nullptr;
     DesktopNotifier *m_notifier = nullptr;
     std::array<SideView *, 2> m_sideViews{};
     TransferDrawer *m_drawer = nullptr;

@@ -37,6 +37,7 @@ enum class PaneCommand {
     paste,
     copyToOtherSide,
     moveToOtherSide,
+    compareFiles,
     selectAll,
     invertSelection,
     copyPath,

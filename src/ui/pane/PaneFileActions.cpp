@@ -73,6 +73,8 @@ bool PaneFileActions::isAvailable(PaneCommand command) const
         return !selected.isEmpty() && m_context.copyToOtherSide;
     case PaneCommand::moveToOtherSide:
         return !selected.isEmpty() && m_context.moveToOtherSide;
+    case PaneCommand::compareFiles:
+        return !selected.isEmpty() && m_context.compareFiles;
     case PaneCommand::duplicate:
     case PaneCommand::remove:
     case PaneCommand::removeForGood:
@@ -125,6 +127,8 @@ void PaneFileActions::run(PaneCommand command)
         return pass(m_context.copyToOtherSide);
     case PaneCommand::moveToOtherSide:
         return pass(m_context.moveToOtherSide);
+    case PaneCommand::compareFiles:
+        return pass(m_context.compareFiles);
     default:
         return;
     }

@@ -145,7 +145,14 @@ void SyncListView::keyPressEvent(QKeyEvent *event)
         return;
     }
     if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
-        toggleFolder(currentIndex());
+        if (currentIndex().isValid() && m_rows.isFolder(currentIndex().row()))
+            toggleFolder(currentIndex());
+        else
+            emit comparisonWanted();
+        return;
+    }
+    if (event->key() == Qt::Key_C && event->modifiers() == Qt::NoModifier) {
+        emit comparisonWanted();
         return;
     }
     // Letters are choices, or nothing: the search field is there to find rows.
@@ -213,6 +220,14 @@ void SyncListView::showMenu(const QPoint &position)
         action->setShortcut(key);
         action->setShortcutVisibleInContextMenu(true);
         action->setEnabled(!only || !only->isBlocked);
+    }
+    const bool hasBoth = only && only->diff.local && only->diff.remote && !only->isFolder();
+    if (hasBoth) {
+        menu->addSeparator();
+        QAction *compare = menu->addAction(Theme::icon(QStringLiteral("vcs-diff")), tr("Compare…"), this,
+                                           &SyncListView::comparisonWanted);
+        compare->setShortcut(Qt::Key_C);
+        compare->setShortcutVisibleInContextMenu(true);
     }
     menu->popup(viewport()->mapToGlobal(position));
 }
