@@ -51,6 +51,10 @@ SyncListView::SyncListView(SyncSession &session, SyncRowsModel &rows, QWidget *p
     setModel(&rows);
     setItemDelegate(new SyncRowDelegate(*this));
     header()->setSectionsMovable(false);
+    // Without an indicator: in the order of paths. A third click brings that back.
+    header()->setSortIndicator(-1, Qt::AscendingOrder);
+    header()->setSortIndicatorClearable(true);
+    setSortingEnabled(true);
     header()->setStretchLastSection(true);
     header()->setMinimumSectionSize(0);
     arrangeColumns();
