@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Line diffs against the system's `diff`, both from the files to what differs.
+// Line diffs against the system's `diff`, both from the files to what differs, and the window on a long one.
 #include "Paired.h"
 
 #include "compare/DiffLoader.h"
 #include "files/LocalFileService.h"
 #include "support/TestTree.h"
+#include "ui/compare/DiffView.h"
 
+#include <QApplication>
 #include <QProcess>
 #include <QRandomGenerator>
+#include <QScrollBar>
 
 namespace moorix::bench {
 
@@ -16,7 +19,9 @@ using test::TestTree;
 
 namespace {
 
-void against(benchmark::State &state, const QByteArray &a, const QByteArray &b, double limit)
+/// `options` are those of the peer.
+void against(benchmark::State &state, const QByteArray &a, const QByteArray &b, double limit,
+             const QStringList &options = {})
 {
     const TestTree tree;
     tree.write("a", a);
@@ -30,7 +35,7 @@ void against(benchmark::State &state, const QByteArray &a, const QByteArray &b, 
     const auto peer = [&] {
         QProcess diff;
         diff.setStandardOutputFile(tree.path("out"));
-        diff.start(u"diff"_s, {u"--minimal"_s, pair.a.path, pair.b.path});
+        diff.start(u"diff"_s, options + QStringList{pair.a.path, pair.b.path});
         diff.waitForFinished(-1);
     };
     paired(state, ours, peer, limit);
@@ -49,7 +54,7 @@ void largestTable(benchmark::State &state)
         a += line;
         b += random.bounded(2) == 0 && i > 0 && i < 1998 ? line : QByteArray::number(random.generate()) + "\n";
     }
-    against(state, a + "end", b + "end", 1.0);
+    against(state, a + "end", b + "end", 1.0, {u"--minimal"_s});
 }
 BENCHMARK(largestTable)->Name("1,999 by 1,999 changed lines / diff --minimal")->Iterations(15)->UseManualTime();
 
@@ -91,8 +96,63 @@ void mostLinesEqual(benchmark::State &state)
 }
 BENCHMARK(mostLinesEqual)->Name("rows of 5,242,881 lines")->Iterations(3)->UseManualTime();
 
+/// 100,000 lines of which each third is another one, and the window on them.
+struct LargeView
+{
+    DiffView view;
+    std::shared_ptr<const DiffContent> content;
+
+    LargeView()
+    {
+        QString a;
+        QString b;
+        for (int i = 0; i < 100'000; ++i) {
+            const QString line = u"    const auto value%1 = lookUp(table, key%1, std::nullopt);\n"_s.arg(i);
+            a += line;
+            b += i % 3 == 0 ? QString(line).replace(u"lookUp"_s, u"find"_s) : line;
+        }
+        auto made = std::make_shared<DiffContent>();
+        made->left.text = DiffText(a);
+        made->right.text = DiffText(b);
+        made->runs = DiffEngine::runs(made->left.text, made->right.text);
+        made->columns = 80;
+        content = made;
+        view.resize(1280, 700);
+        view.show();
+    }
+};
+
+void openLarge(benchmark::State &state)
+{
+    LargeView large;
+    const auto work = [&large] {
+        large.view.setContent(large.content);
+        large.view.grab();
+    };
+    limited(
+        state, [] {}, work, 100);
+}
+BENCHMARK(openLarge)->Name("show 100,000 lines, a third of them changed")->Iterations(10)->UseManualTime();
+
+void scrollLarge(benchmark::State &state)
+{
+    LargeView large;
+    large.view.setContent(large.content);
+    QScrollBar *const bar = large.view.verticalScrollBar();
+    const auto page = [bar] { bar->setValue((bar->value() + bar->pageStep() * 7) % bar->maximum()); };
+    limited(
+        state, page, [&large] { large.view.viewport()->grab(); }, 16);
+}
+BENCHMARK(scrollLarge)->Name("paint another page of them")->Iterations(100)->UseManualTime();
+
 } // namespace
 
 } // namespace moorix::bench
 
-BENCHMARK_MAIN();
+int main(int argc, char **argv)
+{
+    const QApplication application(argc, argv);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}

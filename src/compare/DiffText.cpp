@@ -27,13 +27,17 @@ qsizetype DiffText::lineAt(qsizetype position) const
 qsizetype DiffText::columns(int tabWidth) const
 {
     qsizetype widest = 0;
-    qsizetype column = 0;
-    for (const QChar character : m_text) {
-        if (character == u'\n')
-            column = 0;
-        else
-            column += character == u'\t' ? tabWidth - column % tabWidth : 1;
-        widest = std::max(widest, column);
+    const bool hasTabs = m_text.contains(u'\t');
+    for (qsizetype index = 0; index < lineCount(); ++index) {
+        const QStringView text = line(index);
+        qsizetype column = 0;
+        qsizetype from = 0;
+        for (qsizetype tab = hasTabs ? text.indexOf(u'\t') : -1; tab >= 0; tab = text.indexOf(u'\t', from)) {
+            column += tab - from;
+            column += tabWidth - column % tabWidth;
+            from = tab + 1;
+        }
+        widest = std::max(widest, column + text.size() - from);
     }
     return widest;
 }

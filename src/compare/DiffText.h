@@ -22,7 +22,7 @@ public:
     qsizetype start(qsizetype index) const { return m_starts.at(std::size_t(index)); }
     /// The line that holds the character at `position`.
     qsizetype lineAt(qsizetype position) const;
-    /// How many columns the widest line has; tabs go to each `tabWidth`th. Looks at every character.
+    /// How many columns the widest line has; tabs go to each `tabWidth`th. Looks at every line.
     qsizetype columns(int tabWidth) const;
 
 private:
