@@ -149,6 +149,28 @@ private slots:
         QVERIFY(!bench.find("diffPage") && bench.find("backupArea"));
     }
 
+    void whatTheRowsDoNotTellIsSaidAboveThem()
+    {
+        QByteArray left;
+        QByteArray right;
+        for (int i = 0; i < 2001; ++i) {
+            left += "l" + QByteArray::number(i) + '\n';
+            right += "r" + QByteArray::number(i) + '\n';
+        }
+        const DiffBench bench(
+            {{"left/a", left}, {"left/b", right}, {"left/utf8", "gr\xC3\xBC\xC3\x9F"}, {"left/latin1", "gr\xFC\xDF"}});
+        bench.select(Side::left, QStringList{u"a"_s, u"b"_s});
+        bench.compare();
+        QTRY_VERIFY(bench.text("diffRemark").startsWith(u"So many lines in a row differ"_s));
+        QCOMPARE(bench.text("diffPlace"), u"Change 1 of 1"_s);
+        bench.key(Qt::Key_Escape);
+        bench.select(Side::left, QStringList{u"latin1"_s, u"utf8"_s});
+        bench.compare();
+        QTRY_COMPARE(bench.text("diffRemark"),
+                     u"All lines are equal, but not the bytes: the left file is Latin-1, the right one UTF-8."_s);
+        QVERIFY(!bench.find("diffAdded") && bench.text("diffLeftFacts").endsWith(u"Latin-1"_s));
+    }
+
     void hundredThousandLinesAreShownToTheirEnd()
     {
         QByteArray left;

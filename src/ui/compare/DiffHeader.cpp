@@ -51,14 +51,14 @@ DiffHeader::DiffHeader(const Comparison &comparison, QWidget *parent)
     addTools(*top);
     auto *ends = new QHBoxLayout;
     ends->setSpacing(10);
-    m_ends = {addEnd(*ends, comparison.leftPlace, comparison.pair.a, QStringLiteral("diffLeftFacts")),
-              addEnd(*ends, comparison.rightPlace, comparison.pair.b, QStringLiteral("diffRightFacts"))};
+    m_facts = {addEnd(*ends, comparison.leftPlace, comparison.pair.a, QStringLiteral("diffLeftFacts")),
+               addEnd(*ends, comparison.rightPlace, comparison.pair.b, QStringLiteral("diffRightFacts"))};
     auto *column = new QVBoxLayout(this);
     column->setContentsMargins(10, 8, 12, 10);
     column->setSpacing(8);
     column->addLayout(top);
     column->addLayout(ends);
-    show(nullptr);
+    setContent(nullptr);
 }
 
 QString DiffHeader::title(const Comparison &comparison)
@@ -103,8 +103,7 @@ void DiffHeader::addTools(QHBoxLayout &row)
     connect(m_search, &QLineEdit::textChanged, this, &DiffHeader::searched);
 }
 
-DiffHeader::End DiffHeader::addEnd(QHBoxLayout &row, const QString &place, const FileItem &file,
-                                   const QString &objectName)
+ElidedLabel *DiffHeader::addEnd(QHBoxLayout &row, const QString &place, const FileItem &file, const QString &objectName)
 {
     auto *card = new QFrame(this);
     card->setProperty("role", QStringLiteral("card"));
@@ -128,15 +127,15 @@ DiffHeader::End DiffHeader::addEnd(QHBoxLayout &row, const QString &place, const
     line->addWidget(sign);
     line->addLayout(words, 1);
     row.addWidget(card, 1);
-    return {facts};
+    return facts;
 }
 
-void DiffHeader::show(const DiffContent *content)
+void DiffHeader::setContent(const DiffContent *content)
 {
     const bool hasLines = content && content->obstacle.isEmpty();
     if (content) {
-        m_ends[0].facts->setText(factsOf(content->left.file, content->left.encoding));
-        m_ends[1].facts->setText(factsOf(content->right.file, content->right.encoding));
+        m_facts[0]->setText(factsOf(content->left.file, content->left.encoding));
+        m_facts[1]->setText(factsOf(content->right.file, content->right.encoding));
     }
     const DiffEngine::Stats stats = hasLines ? DiffEngine::stats(content->runs) : DiffEngine::Stats{};
     m_added->setText(tr("+%1").arg(QLocale().toString(stats.added)));

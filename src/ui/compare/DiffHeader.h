@@ -27,7 +27,7 @@ public:
 
     static QString title(const Comparison &comparison);
     /// What was read; null while nothing is to be seen.
-    void show(const DiffContent *content);
+    void setContent(const DiffContent *content);
     /// Which of so many changes the keyboard is at, counted from 1; 0 between them.
     void showPlace(qsizetype change, qsizetype count);
     void focusSearch();
@@ -50,13 +50,9 @@ protected:
     void resizeEvent(QResizeEvent *event) override;
 
 private:
-    struct End
-    {
-        ElidedLabel *facts = nullptr;
-    };
-
     void addTools(QHBoxLayout &row);
-    End addEnd(QHBoxLayout &row, const QString &place, const FileItem &file, const QString &objectName);
+    /// Returns the label of what is known of the file.
+    ElidedLabel *addEnd(QHBoxLayout &row, const QString &place, const FileItem &file, const QString &objectName);
 
     Comparison m_comparison;
     QLabel *m_added;
@@ -66,7 +62,7 @@ private:
     QToolButton *m_next;
     QToolButton *m_fold;
     QLineEdit *m_search;
-    std::array<End, 2> m_ends;
+    std::array<ElidedLabel *, 2> m_facts{};
 };
 
 } // namespace moorix

@@ -82,7 +82,12 @@ void DiffPage::connectParts()
     using namespace std::chrono_literals;
     m_patience.setSingleShot(true);
     m_patience.setInterval(150ms);
-    connect(&m_patience, &QTimer::timeout, this, [this] { say(tr("Reading both files…"), false); });
+    connect(&m_patience, &QTimer::timeout, this, [this] {
+        if (m_pages->currentWidget() == m_view)
+            remark(tr("Reading both files…"));
+        else
+            say(tr("Reading both files…"), false);
+    });
     connect(m_retry, &QPushButton::clicked, this, &DiffPage::reload);
     connect(m_header, &DiffHeader::backRequested, this, &DiffPage::backRequested);
     connect(m_header, &DiffHeader::changeRequested, this, [this](int step) {
@@ -113,34 +118,38 @@ void DiffPage::reload()
     m_reading = runJob([pair = m_comparison.pair](const std::stop_token &stop) { return DiffLoader::load(pair, stop); },
                        [this](DiffContent content) { showContent(std::move(content)); },
                        [this](const Error &error) {
-                           m_header->show(nullptr);
+                           m_header->setContent(nullptr);
                            say(error.message(), true);
                        });
 }
 
 void DiffPage::showContent(DiffContent content)
 {
-    m_header->show(&content);
+    m_header->setContent(&content);
     if (!content.obstacle.isEmpty()) {
         say(content.obstacle, false);
         return;
     }
     m_patience.stop();
-    const QString remark = remarkOn(content);
-    m_remark->setText(remark);
-    m_remark->setVisible(!remark.isEmpty());
+    remark(remarkOn(content));
     const bool hadKeyboard = isAncestorOf(QApplication::focusWidget()) || QApplication::focusWidget() == this;
     m_pages->setCurrentWidget(m_view);
-    m_view->show(std::make_shared<const DiffContent>(std::move(content)));
+    m_view->setContent(std::make_shared<const DiffContent>(std::move(content)));
     if (hadKeyboard)
         focusContent();
+}
+
+void DiffPage::remark(const QString &sentence)
+{
+    m_remark->setText(sentence);
+    m_remark->setVisible(!sentence.isEmpty());
 }
 
 void DiffPage::say(const QString &sentence, bool mayRetry)
 {
     m_patience.stop();
     const bool hadKeyboard = isAncestorOf(QApplication::focusWidget());
-    m_remark->hide();
+    remark({});
     m_message->setText(sentence);
     m_retry->setVisible(mayRetry);
     m_pages->setCurrentIndex(0);

@@ -43,6 +43,8 @@ private:
     QWidget *makeMessage();
     void connectParts();
     void showContent(DiffContent content);
+    void remark(const QString &sentence);
+    /// In place of the files.
     void say(const QString &sentence, bool mayRetry);
     void followPlace();
     void stepHit(bool isNext);

@@ -28,7 +28,7 @@ DiffView::DiffView(QWidget *parent)
     viewport()->setCursor(Qt::IBeamCursor);
 }
 
-void DiffView::show(std::shared_ptr<const DiffContent> content)
+void DiffView::setContent(std::shared_ptr<const DiffContent> content)
 {
     const bool isAnew = m_content != nullptr;
     const DiffPlace before = isAnew ? place() : DiffPlace();
@@ -204,17 +204,18 @@ QString DiffView::selectedText() const
     if (!m_content)
         return {};
     const DiffText &text = m_side == DiffSide::left ? m_content->left.text : m_content->right.text;
-    const auto [first, last] = std::minmax(m_anchor, m_current);
-    qsizetype from = -1;
-    qsizetype to = -1;
-    for (qsizetype row = first; row <= last; ++row) {
-        const DiffLayout::Row here = m_layout.row(row);
-        const qsizetype line = here.line(m_side);
-        from = from < 0 ? line : from;
-        to = line < 0 ? to : line + std::max<qsizetype>(here.folded - 1, 0);
-    }
+    // The lines of one text follow each other, whatever lies between the ends.
+    qsizetype first = std::min(m_anchor, m_current);
+    qsizetype last = std::max(m_anchor, m_current);
+    while (first < last && m_layout.row(first).line(m_side) < 0)
+        ++first;
+    while (last > first && m_layout.row(last).line(m_side) < 0)
+        --last;
+    const qsizetype from = m_layout.row(first).line(m_side);
     if (from < 0)
         return {};
+    const DiffLayout::Row end = m_layout.row(last);
+    const qsizetype to = end.line(m_side) + std::max<qsizetype>(end.folded - 1, 0);
     return text.text().sliced(text.start(from), text.start(to) + text.line(to).size() - text.start(from));
 }
 

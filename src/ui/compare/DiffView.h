@@ -22,7 +22,7 @@ public:
     explicit DiffView(QWidget *parent = nullptr);
 
     /// Shows the first change of a comparison, or the line that was current where it is shown anew.
-    void show(std::shared_ptr<const DiffContent> content);
+    void setContent(std::shared_ptr<const DiffContent> content);
     void setFolded(bool isFolded);
     /// Goes to the next (1) or previous (-1) change; false where there is none.
     bool stepChange(int step);
