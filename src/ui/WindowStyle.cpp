@@ -32,8 +32,6 @@ QFrame#editedFilesBar[tone="danger"] { border-top-color: <danger>; }
 QFrame#editedFilesBar[tone="quiet"] { border-top: 1px solid <border>; }
 QWidget#syncPage, QWidget#syncOverview { background: <base>; }
 QFrame#syncRowBar, QFrame#syncFooter { background: <sidebar>; border: none; border-top: 1px solid <border>; }
-QTreeView#syncList QHeaderView::up-arrow, QTreeView#syncList QHeaderView::down-arrow { subcontrol-origin: margin;
-    subcontrol-position: top center; width: 9px; height: 7px; }
 QPushButton#syncConflicts::menu-indicator { image: none; }
 QFrame#syncProgress, QFrame#syncEnd { background: <sidebar>; border: none; border-bottom: 1px solid <border>; }
 QFrame#conflictBar { background: <toolBar>; border: none; border-top: 2px solid <warning>; }

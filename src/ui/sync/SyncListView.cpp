@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/sync/SyncListView.h"
 
+#include "ui/SortHeader.h"
 #include "ui/Theme.h"
 #include "ui/sync/SyncLook.h"
 #include "ui/sync/SyncRowDelegate.h"
@@ -48,6 +49,8 @@ SyncListView::SyncListView(SyncSession &session, SyncRowsModel &rows, QWidget *p
     setObjectName(QStringLiteral("syncList"));
     setAccessibleName(tr("What the sync does"));
     setUpLook();
+    setHeader(new SortHeader(8, this));
+    header()->setSectionsClickable(true);
     setModel(&rows);
     setItemDelegate(new SyncRowDelegate(*this));
     header()->setSectionsMovable(false);
