@@ -11,8 +11,8 @@ namespace moorix {
 
 class FileService;
 
-/// An archive as a local file: itself, or a copy of one on a server, in a temporary folder that only this user can enter
-/// and that is gone with the object. Any thread.
+/// An archive as a local file: itself, or a copy of one on a server, in a temporary folder that only this user can
+/// enter and that is gone with the object. Any thread.
 class ArchiveCopy final
 {
 public:

@@ -5,8 +5,8 @@
 
 namespace moorix {
 
-/// Cells with room at both sides, so that a column that ends at the right does not touch the next one: what style sheets
-/// ask for at the sides of cells has no effect.
+/// Cells with room at both sides, so that a column that ends at the right does not touch the next one: what style
+/// sheets ask for at the sides of cells has no effect.
 class RoomyDelegate final : public QStyledItemDelegate
 {
     Q_OBJECT
