@@ -6,10 +6,9 @@
 #include "app/ServerConnections.h"
 #include "backup/ArchiveCipher.h"
 #include "backup/BackupNames.h"
-#include "backup/BackupStaging.h"
 #include "base/Error.h"
+#include "files/FileService.h"
 #include "files/Format.h"
-#include "files/RemoteFileService.h"
 #include "servers/KeychainStore.h"
 #include "servers/ServerStore.h"
 
@@ -73,35 +72,37 @@ std::optional<QString> ArchiveSource::passphraseFor(const ArchivePlace &place,
     return m_keychain->get(place.job, SecretKind::passphrase);
 }
 
-std::shared_ptr<BackupArchive> ArchiveSource::open(const ArchivePlace &place, const std::optional<QString> &passphrase,
+std::shared_ptr<const ArchiveCopy> ArchiveSource::fetch(const ArchivePlace &place,
+                                                        const std::optional<QString> &passphrase,
+                                                        const BackupArchive::Progress &progress,
+                                                        const std::stop_token &stop) const
+{
+    if (place.isEncrypted() && !passphraseFor(place, passphrase))
+        throw locked(place);
+    return ArchiveCopy::of(*service(place.server, stop), place.path, progress, stop);
+}
+
+std::shared_ptr<BackupArchive> ArchiveSource::open(const ArchivePlace &place,
+                                                   const std::shared_ptr<const ArchiveCopy> &copy,
+                                                   const std::optional<QString> &passphrase,
                                                    const BackupArchive::Progress &progress,
                                                    const std::stop_token &stop) const
 {
-    const auto known = passphraseFor(place, passphrase);
-    // Before all of it is fetched from a server.
-    if (!known && place.isEncrypted())
-        throw locked(place);
-    return BackupArchive::fetch(*service(place.server, stop), place.path, known, progress, stop);
+    return BackupArchive::open(copy, passphraseFor(place, passphrase), progress, stop);
 }
 
-void ArchiveSource::decrypt(const ArchivePlace &place, const QString &to, const std::optional<QString> &passphrase,
-                            const BackupArchive::Progress &progress, const std::stop_token &stop) const
+void ArchiveSource::decrypt(const ArchivePlace &place, const ArchiveCopy &copy, const QString &to,
+                            const std::optional<QString> &passphrase, const BackupArchive::Progress &progress,
+                            const std::stop_token &stop) const
 {
     const auto known = passphraseFor(place, passphrase);
     if (!known)
         throw locked(place);
-    const auto from = service(place.server, stop);
-    const auto remote = std::dynamic_pointer_cast<RemoteFileService>(from);
-    std::optional<BackupStaging> staging;
-    QString path = place.path;
-    if (remote) {
-        staging.emplace();
-        path = Format::join(staging->path(), u"archive"_s);
-        remote->download(place.path, path, {}, stop);
-    }
-    const qint64 total = QFileInfo(path).size();
-    ArchiveCipher(*known).open(
-        path, to, [&progress, total](qint64 done) { progress(done, total); }, stop);
+    copy.work([&](const QString &local) {
+        const qint64 total = QFileInfo(local).size();
+        ArchiveCipher(*known).open(
+            local, to, [&progress, total](qint64 done) { progress(done, total); }, stop);
+    });
 }
 
 } // namespace moorix

@@ -35,12 +35,20 @@ public:
 
     /// What the destination of a job holds of its archives, the latest first.
     QList<FileItem> archivesOf(const BackupJob &job, const std::stop_token &stop) const;
+    /// The archive as a local file, for any number of tries to open it. Throws a PassphraseError instead of fetching
+    /// what cannot be opened: one that is encrypted by its name, with neither a passphrase given nor one in the
+    /// keychain.
+    std::shared_ptr<const ArchiveCopy> fetch(const ArchivePlace &place, const std::optional<QString> &passphrase,
+                                             const BackupArchive::Progress &progress,
+                                             const std::stop_token &stop) const;
     /// With the passphrase given, else with that of the keychain, if there is one.
-    std::shared_ptr<BackupArchive> open(const ArchivePlace &place, const std::optional<QString> &passphrase,
+    std::shared_ptr<BackupArchive> open(const ArchivePlace &place, const std::shared_ptr<const ArchiveCopy> &copy,
+                                        const std::optional<QString> &passphrase,
                                         const BackupArchive::Progress &progress, const std::stop_token &stop) const;
     /// Writes an encrypted archive as a plain zip file, which must not exist.
-    void decrypt(const ArchivePlace &place, const QString &to, const std::optional<QString> &passphrase,
-                 const BackupArchive::Progress &progress, const std::stop_token &stop) const;
+    void decrypt(const ArchivePlace &place, const ArchiveCopy &copy, const QString &to,
+                 const std::optional<QString> &passphrase, const BackupArchive::Progress &progress,
+                 const std::stop_token &stop) const;
 
 private:
     std::shared_ptr<FileService> service(const std::optional<QUuid> &server, const std::stop_token &stop) const;

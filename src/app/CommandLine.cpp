@@ -23,8 +23,8 @@ const QString programName = u"moorix"_s;
 
 QList<Command> allCommands()
 {
-    return fileCommands() + copyCommands() + serverCommands() + serverTransferCommands() + secretCommands() +
-           syncCommands() + backupCommands() + backupArchiveCommands();
+    return fileCommands() + copyCommands() + diffCommands() + serverCommands() + serverTransferCommands() +
+           secretCommands() + syncCommands() + backupCommands() + backupArchiveCommands();
 }
 
 bool isHelp(const QString &argument)

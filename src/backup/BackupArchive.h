@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "backup/ArchiveCopy.h"
 #include "backup/ZipArchive.h"
 
 #include <functional>
@@ -10,7 +11,6 @@
 
 namespace moorix {
 
-class BackupStaging;
 class FileService;
 
 /// An archive that is looked into, checked or restored from, encrypted or not. An encrypted one is never written to
@@ -18,18 +18,20 @@ class FileService;
 class BackupArchive final
 {
 public:
-    /// Bytes done and in all.
-    using Progress = std::function<void(qint64 done, qint64 total)>;
+    using Progress = ArchiveCopy::Progress;
 
-    /// Opens a local archive. An encrypted one is opened only if its tag fits. Throws an Error when it cannot be
-    /// opened, and when it is encrypted and there is no passphrase.
-    static std::shared_ptr<BackupArchive> open(const QString &path, const std::optional<QString> &passphrase,
-                                               const Progress &progress, const std::stop_token &stop);
-    /// The same for an archive on a server: it is downloaded to a temporary folder that only this user can enter and
-    /// that is gone with the object.
+    /// An encrypted archive is opened only if its tag fits. Throws an Error when it cannot be opened, a PassphraseError
+    /// when it is encrypted and there is no passphrase, or one that does not fit. The copy is kept as long as it is.
+    static std::shared_ptr<BackupArchive> open(std::shared_ptr<const ArchiveCopy> copy,
+                                               const std::optional<QString> &passphrase, const Progress &progress,
+                                               const std::stop_token &stop);
+    /// The same for an archive wherever it is.
     static std::shared_ptr<BackupArchive> fetch(FileService &service, const QString &path,
                                                 const std::optional<QString> &passphrase, const Progress &progress,
                                                 const std::stop_token &stop);
+    /// The same for a local one.
+    static std::shared_ptr<BackupArchive> open(const QString &path, const std::optional<QString> &passphrase,
+                                               const Progress &progress, const std::stop_token &stop);
     /// Whether a local file begins as encrypted archives do. Throws when it cannot be read.
     static bool isEncrypted(const QString &path);
 
@@ -44,10 +46,10 @@ public:
     QString verify(const Progress &progress, const std::stop_token &stop) const;
 
 private:
-    explicit BackupArchive(const QString &path);
-    BackupArchive(const QString &path, const QString &passphrase);
+    explicit BackupArchive(std::shared_ptr<const ArchiveCopy> copy);
+    BackupArchive(std::shared_ptr<const ArchiveCopy> copy, const QString &passphrase);
 
-    std::unique_ptr<BackupStaging> m_staging;
+    std::shared_ptr<const ArchiveCopy> m_copy;
     bool m_isEncrypted;
     ZipArchive m_zip;
 };

@@ -133,13 +133,16 @@ QStringList BackupDestination::deliverFolder(const QStringList &sources, const Q
         const QStringList notes = transfer(items, stage.path, progress, stop);
         m_service->move(stage, pathOf(name), stop);
         return notes;
-    } catch (const Error &) {
+    } catch (const Error &error) {
         try {
             m_service->remove(stage, std::stop_token());
         } catch (const Error &) {
             // The next run removes it.
         }
-        throw;
+        if (dynamic_cast<const Cancelled *>(&error))
+            throw;
+        // Nobody knows the folder by the name it has until it is whole.
+        throw Error(error.domain(), QString(error.message()).replace(stage.path, pathOf(name)));
     }
 }
 

@@ -106,14 +106,17 @@ void BackupRun::requireConfigured() const
         fail(u"Backup server not found"_s);
 }
 
-QString BackupRun::passphrase() const
+QString BackupRun::passphrase()
 {
     if (!m_job.encrypt)
         return {};
-    const auto passphrase = m_environment.keychain->get(m_job.id, SecretKind::passphrase);
-    if (!passphrase || passphrase->isEmpty())
+    const KeychainStore::Reading reading = m_environment.keychain->read(m_job.id, SecretKind::passphrase);
+    if (!reading.value || reading.value->isEmpty()) {
+        if (!reading.problem.isEmpty())
+            m_outcome.notes.append(reading.problem);
         fail(u"Encryption passphrase unavailable — backup not run"_s);
-    return *passphrase;
+    }
+    return *reading.value;
 }
 
 QString BackupRun::deliveryText() const

@@ -77,7 +77,8 @@ public:
 private:
     void perform(const std::stop_token &stop);
     void requireConfigured() const;
-    QString passphrase() const;
+    /// From the keychain; notes why it cannot be asked.
+    QString passphrase();
     /// Makes the archive in a folder of its own, checks it, and returns its path.
     QString makeArchive(const QString &folder, const QString &passphrase, const std::stop_token &stop);
     QString sealed(const QString &zipPath, const QString &passphrase, const std::stop_token &stop);

@@ -117,7 +117,12 @@ void readAttributes(zip_t *archive, zip_uint64_t index, ZipEntry &entry)
 } // namespace
 
 ZipArchive::ZipArchive(const QString &path)
-    : m_path(path)
+    : ZipArchive(path, path)
+{
+}
+
+ZipArchive::ZipArchive(const QString &path, const QString &shownPath)
+    : m_path(shownPath)
 {
     LocalDisk::requireFile(path);
     int code = 0;

@@ -36,6 +36,8 @@ class ZipArchive final
 {
 public:
     explicit ZipArchive(const QString &path);
+    /// `shownPath` is for messages.
+    ZipArchive(const QString &path, const QString &shownPath);
     /// The content of an encrypted archive; `path` is for messages.
     ZipArchive(std::unique_ptr<SealedReader> content, const QString &path);
     ~ZipArchive();

@@ -48,22 +48,23 @@ bool KeychainStore::attempt(const std::function<void(Keychain &)> &operation)
     }
 }
 
-std::optional<QString> KeychainStore::get(const QUuid &owner, SecretKind kind)
+KeychainStore::Reading KeychainStore::read(const QUuid &owner, SecretKind kind)
 {
     const QString account = accountOf(owner, kind);
     {
         const std::lock_guard lock(m_mutex);
         const auto remembered = m_thisRun.constFind(account);
         if (remembered != m_thisRun.cend())
-            return *remembered;
+            return {*remembered};
     }
-    std::optional<QString> value;
+    Reading reading;
     for (const KeychainVariant variant : {KeychainVariant::synchronizable, KeychainVariant::deviceOnly}) {
-        attempt([&](Keychain &keychain) { value = keychain.value(service, account, variant); });
-        if (value)
+        if (!attempt([&](Keychain &keychain) { reading.value = keychain.value(service, account, variant); }))
+            reading.problem = lastProblem();
+        if (reading.value)
             break;
     }
-    return value;
+    return reading;
 }
 
 bool KeychainStore::set(const std::optional<QString> &value, const QUuid &owner, SecretKind kind)

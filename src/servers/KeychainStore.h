@@ -29,7 +29,15 @@ public:
     explicit KeychainStore(std::shared_ptr<Keychain> keychain);
 
     /// A value remembered for this run, else the synchronizable variant, else the device-only one.
-    std::optional<QString> get(const QUuid &owner, SecretKind kind);
+    std::optional<QString> get(const QUuid &owner, SecretKind kind) { return read(owner, kind).value; }
+    struct Reading
+    {
+        std::optional<QString> value = {};
+        /// The keychain's words where it could not be asked; a value may be there all the same.
+        QString problem = {};
+    };
+    /// The same, with why nothing may have been found.
+    Reading read(const QUuid &owner, SecretKind kind);
     /// Stores the synchronizable variant, or the device-only one where that fails, and drops the other. An empty or
     /// absent value deletes both variants. Either way nothing is remembered for this run any more.
     bool set(const std::optional<QString> &value, const QUuid &owner, SecretKind kind);

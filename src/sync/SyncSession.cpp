@@ -360,6 +360,23 @@ double SyncSession::bytesPerSecond() const
     return msecs > 0 ? double(m_samples.back().second - m_samples.front().second) * 1000.0 / double(msecs) : 0;
 }
 
+std::optional<std::pair<SyncSession::File, SyncSession::File>> SyncSession::filesOf(qsizetype row) const
+{
+    const SyncDiffEntry &diff = m_plan.rows.at(row).diff;
+    if (!diff.local || !diff.remote || m_plan.rows.at(row).isFolder())
+        return std::nullopt;
+    const auto item = [&diff](const QString &root, const SyncEntry &entry) {
+        FileItem made;
+        made.path = Format::join(root, diff.relPath);
+        made.name = Format::fileName(made.path);
+        made.size = entry.size;
+        made.modified = entry.modified;
+        return made;
+    };
+    return std::pair{File{m_places.local, item(m_pair.localPath, *diff.local)},
+                     File{m_service, item(m_pair.remotePath, *diff.remote)}};
+}
+
 Job SyncSession::compare(qsizetype row, std::function<void(const ContentComparison &)> done,
                          SyncPlaces::Failed failed) const
 {

@@ -13,6 +13,8 @@
 #include <QTimer>
 
 #include <deque>
+#include <optional>
+#include <utility>
 
 namespace moorix {
 
@@ -86,6 +88,14 @@ public:
     void apply();
     /// Stops what is under way. What was done until then is kept and told.
     void cancel();
+    /// A file of a row, and who holds it.
+    struct File
+    {
+        std::shared_ptr<FileService> service;
+        FileItem item;
+    };
+    /// The local file of a row and the server's; nothing where they are not both files.
+    std::optional<std::pair<File, File>> filesOf(qsizetype row) const;
     /// Compares what the two files of a row hold.
     [[nodiscard]] Job compare(qsizetype row, std::function<void(const ContentComparison &)> done,
                               SyncPlaces::Failed failed) const;

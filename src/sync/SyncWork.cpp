@@ -75,7 +75,12 @@ SyncOutcome SyncWork::apply(SyncPlan plan, const std::stop_token &stop)
         loaded.state.hasRemoteMarker = outcome.hasRemoteMarker;
     }
     loaded.state.log.append(logEntry(outcome, started, m_setup.clock()));
-    m_store.saveState(m_setup.key, loaded.state);
+    try {
+        m_store.saveState(m_setup.key, loaded.state);
+    } catch (const Error &error) {
+        // What was done is done, and remembered.
+        outcome.notes.append(u"This sync is not in the pair's history: %1"_s.arg(error.message()));
+    }
     return outcome;
 }
 

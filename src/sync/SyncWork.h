@@ -16,7 +16,8 @@ public:
     /// Throws when the pair is being synced elsewhere, and what SyncRun::review throws.
     SyncPlan review(const std::stop_token &stop);
     /// Carries the plan out and remembers what came of it. Throws when another program has synced
-    /// the pair since the review, or when what is to be done cannot be written down.
+    /// the pair since the review, or when what is to be done cannot be written down. A history that cannot be written
+    /// is told by a note.
     SyncOutcome apply(SyncPlan plan, const std::stop_token &stop);
 
     /// Damaged documents that were met, for the user; empty when all is well.

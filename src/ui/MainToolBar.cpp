@@ -38,6 +38,8 @@ MainToolBar::MainToolBar(AppModel &model, WindowActions &actions, QWidget *paren
          {PaneCommand::copyToOtherSide, PaneCommand::moveToOtherSide, PaneCommand::newFolder, PaneCommand::remove})
         addAction(m_actions.action(command));
     addSeparator();
+    addAction(m_actions.action(PaneCommand::compareFiles));
+    m_actions.action(PaneCommand::compareFiles)->setIconText(tr("Compare"));
     addAction(m_actions.action(WindowCommand::sync));
     m_actions.action(WindowCommand::sync)->setIconText(tr("Sync"));
     m_actions.action(PaneCommand::copyToOtherSide)->setIconText(tr("Copy"));
@@ -92,6 +94,7 @@ void MainToolBar::addChosenItems()
     const auto add = [this](const QString &iconName, const QString &text) {
         m_chosen += new QAction(Theme::icon(iconName), text, this);
         insertAction(m_chosenEnd, m_chosen.last());
+        // The filter needs the room of their names.
         static_cast<QToolButton *>(widgetForAction(m_chosen.last()))->setToolButtonStyle(Qt::ToolButtonIconOnly);
         return m_chosen.last();
     };
@@ -168,8 +171,8 @@ void MainToolBar::follow(PaneModel *pane)
     if (m_pane)
         m_pane->disconnect(this);
     m_pane = pane;
-    for (const PaneCommand command :
-         {PaneCommand::copyToOtherSide, PaneCommand::moveToOtherSide, PaneCommand::newFolder, PaneCommand::remove}) {
+    for (const PaneCommand command : {PaneCommand::copyToOtherSide, PaneCommand::moveToOtherSide,
+                                      PaneCommand::newFolder, PaneCommand::remove, PaneCommand::compareFiles}) {
         // The buttons are greyed, not the actions, whose keys also serve the server library.
         if (QWidget *button = widgetForAction(m_actions.action(command)))
             button->setEnabled(pane);

@@ -23,6 +23,7 @@
 #include "ui/WindowState.h"
 #include "ui/WindowStyle.h"
 #include "ui/backup/BackupArea.h"
+#include "ui/compare/DiffPage.h"
 #include "ui/pane/PaneView.h"
 #include "ui/servers/ServerLibraryView.h"
 #include "ui/servers/ServerLook.h"
@@ -139,6 +140,7 @@ void MainWindow::connectParts()
     connectSidebar();
     connectSync();
     connectTerminals();
+    connectComparisons();
     for (SideView *view : m_sideViews)
         connectSide(*view);
 }
@@ -234,7 +236,10 @@ void MainWindow::showLocation()
         m_status->showConnection(tr("Not connected"), false);
     else
         m_status->showConnection(isLocal ? tr("Local files") : tr("Servers"), false);
-    const QString title = showsSync() ? m_sync->title() : showsBackups() ? m_backups->title() : session.title();
+    const QString title = showsComparison() ? m_comparison->title()
+                          : showsSync()     ? m_sync->title()
+                          : showsBackups()  ? m_backups->title()
+                                            : session.title();
     setWindowTitle(tr("%1 — Moorix").arg(title));
     WindowState::saveTabs(m_model);
 }

@@ -18,6 +18,7 @@ namespace moorix {
 
 class BackupArea;
 class DesktopNotifier;
+class DiffPage;
 class MainToolBar;
 class MessageBar;
 class PaneModel;
@@ -31,6 +32,7 @@ class SyncArea;
 class TransferDrawer;
 class UnsentEdits;
 class WindowTerminals;
+struct Comparison;
 
 /// The window: two sides with their tabs, the sidebar, and the bars around them. Observes the model, which outlives it,
 /// and calls its operations.
@@ -70,6 +72,11 @@ private:
     void connectBackups();
     void notifyOfBackups();
     void openArchive(const QString &path);
+    void connectComparisons();
+    void showComparison(const Comparison &comparison);
+    void leaveComparison();
+    void dropComparison();
+    void runComparisonCommand(PaneCommand command);
 
     PaneTabs &activeTabs() const;
     SideView &activeView() const;
@@ -96,6 +103,7 @@ private:
     void showSync();
     /// Whether backups stand in place of the two sides.
     bool showsBackups() const;
+    bool showsComparison() const;
 
     void followActiveSide();
     void followSession();
@@ -117,6 +125,9 @@ private:
     QStackedWidget *m_middle = nullptr;
     SyncArea *m_sync = nullptr;
     BackupArea *m_backups = nullptr;
+    QPointer<DiffPage> m_comparison;
+    /// What the comparison stands in place of.
+    QWidget *m_comparedFrom = nullptr;
     DesktopNotifier *m_notifier = nullptr;
     std::array<SideView *, 2> m_sideViews{};
     TransferDrawer *m_drawer = nullptr;

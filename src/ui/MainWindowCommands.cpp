@@ -159,6 +159,10 @@ void MainWindow::runPaneCommand(PaneCommand command)
         runSyncCommand(command);
         return;
     }
+    if (showsComparison()) {
+        runComparisonCommand(command);
+        return;
+    }
     if (showsBackups()) {
         if (command == PaneCommand::goBack || command == PaneCommand::goUp)
             m_backups->goBack();

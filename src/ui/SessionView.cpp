@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/SessionView.h"
 
+#include "app/Comparison.h"
 #include "app/PaneTabs.h"
 #include "app/Session.h"
 #include "files/PaneModel.h"
@@ -114,6 +115,7 @@ PaneContext SessionView::paneContext()
         .localFiles = m_model.localFiles(),
         .copyToOtherSide = [this] { return m_model.transferSelection(m_side, false); },
         .moveToOtherSide = [this] { return m_model.transferSelection(m_side, true); },
+        .compareFiles = [this] { return compareFiles(); },
         .paste = [this] { return m_model.paste(m_side); },
         .transfer = [this](TransferRequest request) { m_model.transfers().enqueue(std::move(request)); },
         .openFile = {},
@@ -136,6 +138,16 @@ PaneContext SessionView::paneContext()
     // Programs of the desktop both show files and edit them.
     context.editFile = context.openFile;
     return context;
+}
+
+std::optional<QString> SessionView::compareFiles()
+{
+    try {
+        emit comparisonRequested(Comparison::ofSelection(m_model, m_side));
+    } catch (const Error &error) {
+        return error.message();
+    }
+    return std::nullopt;
 }
 
 void SessionView::openRemoteFile(const std::shared_ptr<RemoteFileService> &service, const FileItem &file)

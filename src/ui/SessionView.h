@@ -14,6 +14,7 @@ class MessageBar;
 class PaneView;
 class RemoteFileService;
 class ServerLibraryView;
+struct Comparison;
 struct FileItem;
 struct PaneContext;
 class Session;
@@ -24,6 +25,7 @@ class WindowTerminals;
 class SessionView final : public QWidget
 {
     Q_OBJECT
+    Q_MOC_INCLUDE("app/Comparison.h")
 
 public:
     SessionView(AppModel &model, WindowTerminals &terminals, Side side, Session &session, QWidget *parent = nullptr);
@@ -43,6 +45,7 @@ signals:
     void importRequested();
     /// An encrypted archive of a backup was opened, for which the desktop has no program.
     void archiveRequested(const QString &path);
+    void comparisonRequested(const moorix::Comparison &comparison);
 
 private:
     void followState();
@@ -50,6 +53,7 @@ private:
     QWidget *makeContent();
     PaneContext paneContext();
     void openRemoteFile(const std::shared_ptr<RemoteFileService> &service, const FileItem &file);
+    std::optional<QString> compareFiles();
     QWidget *makePane();
     QWidget *makeLibrary();
     QWidget *makeFailure();

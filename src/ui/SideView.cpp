@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/SideView.h"
 
+#include "app/Comparison.h"
 #include "app/PaneTabs.h"
 #include "app/Session.h"
 #include "files/Format.h"
@@ -241,6 +242,7 @@ SessionView *SideView::makeView(Session &session)
     connect(view, &SessionView::newServerRequested, this, &SideView::newServerRequested);
     connect(view, &SessionView::importRequested, this, &SideView::importRequested);
     connect(view, &SessionView::archiveRequested, this, &SideView::archiveRequested);
+    connect(view, &SessionView::comparisonRequested, this, &SideView::comparisonRequested);
     const auto update = [this, &session] {
         const qsizetype index = m_tabs.sessions().indexOf(&session);
         if (index >= 0)

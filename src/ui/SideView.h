@@ -18,12 +18,14 @@ class PaneTabs;
 class Session;
 class SessionView;
 class WindowTerminals;
+struct Comparison;
 
 /// One side of the window: its tabs and the content of the current one. Follows its PaneTabs; what the user does to
 /// the tabs goes there.
 class SideView final : public QWidget
 {
     Q_OBJECT
+    Q_MOC_INCLUDE("app/Comparison.h")
 
 public:
     SideView(AppModel &model, WindowTerminals &terminals, Side side, QWidget *parent = nullptr);
@@ -42,6 +44,7 @@ signals:
     void newServerRequested(const std::optional<QUuid> &folder);
     void importRequested();
     void archiveRequested(const QString &path);
+    void comparisonRequested(const moorix::Comparison &comparison);
 
 protected:
     void changeEvent(QEvent *event) override;

@@ -103,6 +103,7 @@ const QList<WindowActions::Menu> &WindowActions::menus()
           line,
           P::copyToOtherSide,
           P::moveToOtherSide,
+          P::compareFiles,
           line,
           W::sync,
           W::syncPairs,

@@ -35,6 +35,9 @@ QFrame#syncRowBar, QFrame#syncFooter { background: <sidebar>; border: none; bord
 QPushButton#syncConflicts::menu-indicator { image: none; }
 QFrame#syncProgress, QFrame#syncEnd { background: <sidebar>; border: none; border-bottom: 1px solid <border>; }
 QFrame#conflictBar { background: <toolBar>; border: none; border-top: 2px solid <warning>; }
+QWidget#diffPage { background: <base>; }
+QLabel#diffRemark { background: <sidebar>; border-bottom: 1px solid <border>; }
+QLineEdit#diffSearch[tone="danger"] { border-color: <danger>; }
 QLabel[role="heading"] { font-weight: 600; font-size: 15px; }
 QLabel[role="headline"] { font-weight: 600; font-size: 18px; }
 QLabel[role="keys"] { background: <toolBar>; border: 1px solid <border>; border-radius: 4px; padding: 1px 6px;
@@ -50,7 +53,8 @@ QFrame#workBar, QFrame#restorePanel { background: <sidebar>; border: none; borde
     border-bottom: 1px solid <border>; }
 QTreeWidget[role="table"] { border: 1px solid <border>; border-radius: 6px; }
 QTreeWidget[role="table"]:focus { border-color: <accent>; }
-QTreeWidget[role="table"]::item, QTreeView#archiveTree::item { padding: 3px 7px; }
+QTreeWidget[role="table"]::item, QTreeView#archiveTree::item { padding: 3px 0; }
+QTreeWidget[role="table"] QHeaderView::section, QTreeView#archiveTree QHeaderView::section { padding: 6px 12px; }
 QTreeView#archiveTree { border-top: 1px solid <border>; }
 QWidget#terminalBar, QWidget#terminalHeader { background: <sidebar>; border-bottom: 1px solid <border>; }
 QWidget#terminalDock { background: <base>; }

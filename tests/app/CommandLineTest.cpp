@@ -147,6 +147,8 @@ private slots:
             {"ls", 2, "Usage: moorix ls TARGET"},
             {"ls --bogus a.txt", 2, "bogus"},
             {"ls missing", 1, "Not found: "},
+            {"diff a.txt", 2, "Usage: moorix diff TARGET TARGET"},
+            {"diff a.txt missing", 1, "Not found: "},
             {"ls nowhere:/etc", 2, "No saved server has the id, the name or the host “nowhere”"},
             {"ls twin:/etc", 2, "“twin” fits 2 servers"},
             {"ls a:b", 2, "written “./a:…”"},
@@ -353,6 +355,31 @@ private slots:
         QCOMPARE(run(command), 1);
         QVERIFY2(m_err.contains("list of folder pairs"), m_err.constData());
         QVERIFY(QDir(m_server->sharedPath() + u"/pair"_s).removeRecursively());
+    }
+
+    void filesHereAndThereAreComparedLineByLine()
+    {
+        QByteArray lines;
+        for (int i = 1; i <= 20; ++i)
+            lines += QByteArray::number(i) + '\n';
+        m_tree.write("diff/here", lines);
+        putFile(m_server->sharedPath() + u"/there"_s,
+                QByteArray(lines).replace("\n5\n", "\nfive\n").replace("20\n", "20"));
+        const QStringList both{u"diff"_s, m_tree.path("diff/here"), remote("/there")};
+        QCOMPARE(run(both), 0);
+        QCOMPARE(m_out.mid(m_out.indexOf("@@")), "@@ -2,7 +2,7 @@\n 2\n 3\n 4\n-5\n+five\n 6\n 7\n 8\n"
+                                                 "@@ -18,4 +18,3 @@\n 18\n 19\n 20\n-\n");
+        QCOMPARE(run(both + QStringList{u"--json"_s}), 0);
+        const QJsonObject document = QJsonDocument::fromJson(m_out).object();
+        QCOMPARE(document[u"added"_s].toInt(), 1);
+        QCOMPARE(document[u"removed"_s].toInt(), 2);
+        const QJsonArray rows = document[u"rows"_s].toArray();
+        QCOMPARE(rows.at(4).toObject(),
+                 (QJsonObject{{u"op"_s, u"delete"_s}, {u"left"_s, u"5"_s}, {u"right"_s, QJsonValue()}}));
+        QCOMPARE(rows.at(5)[u"op"_s].toString(), u"insert"_s);
+        QCOMPARE(rows.size(), 22);
+        QCOMPARE(run({u"diff"_s, remote("/there"), remote("/there")}), 0);
+        QVERIFY(m_out.isEmpty());
     }
 
     void stoppedServerIsSaidInWords()

@@ -5,6 +5,7 @@
 #include "base/Json.h"
 #include "platform/SystemProcessRunner.h"
 #include "servers/KeychainStore.h"
+#include "support/FTPServer.h"
 #include "support/MemoryKeychain.h"
 #include "support/TestMain.h"
 #include "support/TestServer.h"
@@ -128,6 +129,47 @@ private slots:
         const RestoreOutcome result = extraction.run({scene.tree.path("site").mid(1)}, neverStops);
         QCOMPARE(result.failures, QStringList());
         QCOMPARE(snapshotOf(restored.path("site")), snapshotOf(scene.tree.path("site")));
+        service->disconnect();
+    }
+
+    void archivesGoToAnFTPServer()
+    {
+        if (const QString missing = FTPServer::missing(FTPServer::Program::vsftpd); !missing.isEmpty())
+            QSKIP(qPrintable(missing));
+        FTPServer server(FTPServer::Program::vsftpd, FTPServer::Encryption::none);
+        const auto service = server.service();
+        const QString folder = server.sharedPath();
+        const QString part = u"/.Web_site-20240103-000000.zip.moorix-%1.part"_s;
+        for (const bool makesArchive : {true, false}) {
+            Scene scene;
+            scene.job.zip = makesArchive;
+            scene.job.keepVersions = 1;
+            scene.job.destinationPath = folder;
+            scene.job.destinationServerID = QUuid::createUuid();
+            scene.surroundings.serverName = u"nas"_s;
+            scene.environment.openServer = [&](const QUuid &, const std::stop_token &) { return service; };
+            for (const QString &name : {part.arg(uuidText(scene.surroundings.transferID)),
+                                        u"/Web_site-20240101-000000.zip"_s, u"/Web_site-20240102-000000/x"_s}) {
+                QVERIFY(QDir().mkpath((folder + name).section(u'/', 0, -2)));
+                putFile(folder + name, "old");
+            }
+            QCOMPARE(QProcess::execute(u"chmod"_s, {u"-R"_s, u"a+rwX"_s, folder}), 0);
+            const BackupOutcome outcome = scene.run();
+            QCOMPARE(outcome.status(), u"Completed"_s);
+            QCOMPARE(QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+                     QStringList(outcome.archive));
+            QCOMPARE(scene.leftovers(), QStringList());
+            const QString path = folder + u'/' + outcome.archive;
+            if (!makesArchive) {
+                QCOMPARE(snapshotOf(path + u"/site"_s), snapshotOf(scene.tree.path("site")));
+                continue;
+            }
+            BackupArchive::fetch(*service, path, {}, {}, neverStops)->verify({}, neverStops);
+            QVERIFY(QFile::resize(path, 200));
+            const QString problem = messageOf([&] { BackupArchive::fetch(*service, path, {}, {}, neverStops); });
+            QVERIFY2(problem.startsWith(u"“%1” cannot be read as a zip archive"_s.arg(path)), qPrintable(problem));
+            QVERIFY(QFile::remove(path));
+        }
         service->disconnect();
     }
 

@@ -20,6 +20,20 @@ class SyncRunTest final : public QObject
     Q_OBJECT
 
 private slots:
+    void aHistoryThatCannotBeWrittenIsANoteBesideTheResult()
+    {
+        SyncScene scene;
+        scene.tree.write("here/a", "new");
+        const QString history = scene.tree.path("state/pair.state.json");
+        scene.server->halfway = [&history](const QString &) { QDir().mkpath(history); };
+        const SyncOutcome outcome = scene.sync();
+        QCOMPARE(scene.results(outcome), QStringList(u"a: copied to the server"_s));
+        QVERIFY2(outcome.notes.last().startsWith(u"This sync is not in the pair's history: "_s),
+                 qPrintable(outcome.notes.join(u'\n')));
+        QVERIFY(QDir().rmdir(history));
+        QCOMPARE(scene.found(), QStringList());
+    }
+
     void changesGoBothWaysAndThenThereIsNothingToDo()
     {
         SyncScene scene;

@@ -102,7 +102,7 @@ public:
 private:
     PaneContext context()
     {
-        PaneContext context{settings, clipboard, columns, files, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}};
+        PaneContext context{settings, clipboard, columns, files, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}};
         context.transfer = [this](TransferRequest request) { transfers.append(std::move(request)); };
         context.copyToOtherSide = [this] { return PaneContext::Refusal(refusal); };
         return context;

@@ -74,6 +74,21 @@ class SyncRowsModelTest final : public QObject
     Q_OBJECT
 
 private slots:
+    void aListIsPutInOrderByAColumnAndBackAgain()
+    {
+        const LookedAt scene{{"here/b", "22"}, {"here/c/", ""}, {"here/a", "333"}, {"here/d", "22"}};
+        SyncRowsModel rows(*scene.session);
+        rows.sort(SyncRowsModel::localSize, Qt::AscendingOrder);
+        QCOMPARE(linesOf(rows), QStringList({u"c"_s, u"b"_s, u"d"_s, u"a"_s}));
+        rows.sort(SyncRowsModel::localSize, Qt::DescendingOrder);
+        QCOMPARE(linesOf(rows), QStringList({u"a"_s, u"b"_s, u"d"_s, u"c"_s}));
+        QCOMPARE(rows.row(0)->diff.relPath, u"a"_s);
+        rows.sort(SyncRowsModel::path, Qt::DescendingOrder);
+        QCOMPARE(linesOf(rows), QStringList({u"d"_s, u"c"_s, u"b"_s, u"a"_s}));
+        rows.sort(-1, Qt::AscendingOrder);
+        QCOMPARE(linesOf(rows), QStringList({u"a"_s, u"b"_s, u"c"_s, u"d"_s}));
+    }
+
     void treeKeepsFoldersTogetherAndLeadsToWhatIsFound()
     {
         const LookedAt scene{{"here/a/x.txt", "1"}, {"here/a-b", "2"}, {"here/a/deep/y.log", "3"}, {"here/z.log", "4"}};

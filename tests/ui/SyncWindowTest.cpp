@@ -145,8 +145,17 @@ private slots:
         bench->key(Qt::Key_Escape);
         QCOMPARE(bench->rows()->model()->rowCount(), 3);
         bench->select(u"b"_s);
-        bench->click(bench->find("syncCompare"));
-        QTRY_COMPARE(bench->text("syncRowFacts"), u"They differ from line 1 on."_s);
+        for (const bool isByKey : {false, true}) {
+            if (isByKey)
+                bench->key(Qt::Key_C);
+            else
+                bench->click(bench->find("syncCompare"));
+            QTRY_COMPARE(bench->text("diffAdded"), u"+1"_s);
+            QVERIFY(!bench->find("syncPage") && bench->text("diffRightFacts").startsWith(u"13 bytes"_s));
+            bench->key(Qt::Key_Escape);
+            QVERIFY(bench->find("syncPage") && !bench->find("diffPage"));
+            QCOMPARE(QApplication::focusWidget(), bench->rows());
+        }
         // What was chosen is not lost by a look at the folders.
         bench->key(Qt::Key_Escape);
         QVERIFY(!bench->find("syncPage"));

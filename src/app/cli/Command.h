@@ -49,6 +49,7 @@ struct Command
 
 QList<Command> fileCommands();
 QList<Command> copyCommands();
+QList<Command> diffCommands();
 QList<Command> serverCommands();
 QList<Command> serverTransferCommands();
 QList<Command> secretCommands();

@@ -92,12 +92,37 @@ void ArchiveView::open()
     m_failure->hide();
     m_retry->hide();
     m_prompt->hide();
+    if (m_copy) {
+        openCopy();
+        return;
+    }
     beginWork(m_place.server ? tr("Fetching the archive…") : tr("Opening the archive…"));
     m_job = runJob(
+        stoppable(m_stop, [source = m_source, place = m_place, passphrase = m_passphrase, report = reporter()](
+                              const std::stop_token &stop) { return source.fetch(place, passphrase, report, stop); }),
+        [this](std::optional<std::shared_ptr<const ArchiveCopy>> copy) {
+            endWork();
+            if (!copy) {
+                failToOpen(Error(u"Backup"_s, tr("Cancelled before the archive was open.")));
+                return;
+            }
+            m_copy = std::move(*copy);
+            openCopy();
+        },
+        [this](const Error &error) {
+            endWork();
+            failToOpen(error);
+        });
+}
+
+void ArchiveView::openCopy()
+{
+    beginWork(tr("Opening the archive…"));
+    m_job = runJob(
         stoppable(m_stop,
-                  [source = m_source, place = m_place, passphrase = m_passphrase,
+                  [source = m_source, place = m_place, copy = m_copy, passphrase = m_passphrase,
                    report = reporter()](const std::stop_token &stop) {
-                      auto archive = source.open(place, passphrase, report, stop);
+                      auto archive = source.open(place, copy, passphrase, report, stop);
                       auto tree = ArchiveTreeModel::treeOf(archive->entries());
                       return Opened{std::move(archive), std::move(tree)};
                   }),
@@ -124,6 +149,8 @@ void ArchiveView::failToOpen(const Error &error)
         m_prompt->ask(error.message());
         return;
     }
+    // Another one may be there by the next try.
+    m_copy.reset();
     m_failure->setText(error.message());
     m_failure->show();
     m_retry->show();
@@ -136,7 +163,8 @@ void ArchiveView::showArchive()
     m_waiting->hide();
     m_content->show();
     const ArchiveTreeModel::Node &root = m_entries->node({});
-    m_summary->setText(tr("%1 files, %2 when unpacked").arg(root.files).arg(Format::byteCount(root.size)));
+    const QString count = root.files == 1 ? tr("1 file") : tr("%1 files").arg(root.files);
+    m_summary->setText(tr("%1, %2 when unpacked").arg(count, Format::byteCount(root.size)));
     QModelIndex index = m_entries->index(0, 0);
     // What is backed up lies deep in folders that hold nothing else.
     while (index.isValid() && m_entries->rowCount(index.parent()) == 1 && m_entries->rowCount(index) > 0) {
@@ -189,9 +217,9 @@ void ArchiveView::decrypt(const QString &to)
     beginWork(tr("Decrypting to %1…").arg(Format::display(to)));
     m_job = runJob(
         stoppable(m_stop,
-                  [source = m_source, place = m_place, to, passphrase = m_passphrase,
+                  [source = m_source, place = m_place, copy = m_copy, to, passphrase = m_passphrase,
                    report = reporter()](const std::stop_token &stop) {
-                      source.decrypt(place, to, passphrase, report, stop);
+                      source.decrypt(place, *copy, to, passphrase, report, stop);
                       return true;
                   }),
         [this, to](const std::optional<bool> &isDone) {

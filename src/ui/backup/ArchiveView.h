@@ -44,6 +44,7 @@ private:
     QWidget *makeWaiting();
     QWidget *makeContent();
     void open();
+    void openCopy();
     void showArchive();
     void failToOpen(const Error &error);
     void verify();
@@ -61,6 +62,8 @@ private:
     ArchivePlace m_place;
     Task m_task;
     ArchiveSource m_source;
+    /// Fetched once, however often a passphrase is tried.
+    std::shared_ptr<const ArchiveCopy> m_copy;
     std::shared_ptr<BackupArchive> m_archive;
     /// What was typed; kept as long as the page is there.
     std::optional<QString> m_passphrase;

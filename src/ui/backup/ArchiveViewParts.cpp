@@ -7,6 +7,7 @@
 #include "platform/AppPaths.h"
 #include "servers/ServerStore.h"
 #include "ui/MessageBar.h"
+#include "ui/RoomyDelegate.h"
 #include "ui/Widgets.h"
 #include "ui/backup/ArchiveTreeModel.h"
 #include "ui/backup/PassphrasePrompt.h"
@@ -112,13 +113,15 @@ QWidget *ArchiveView::makeContent()
     m_tree->setObjectName(u"archiveTree"_s);
     m_tree->setAccessibleName(tr("Files in the archive"));
     m_tree->setModel(m_entries);
+    for (const int column : {1, 2})
+        m_tree->setItemDelegateForColumn(column, new RoomyDelegate(m_tree));
     m_tree->setSelectionMode(QAbstractItemView::ExtendedSelection);
     m_tree->setUniformRowHeights(true);
     m_tree->setTabKeyNavigation(false);
     m_tree->header()->setStretchLastSection(false);
     m_tree->header()->setSectionResizeMode(0, QHeaderView::Stretch);
-    m_tree->header()->resizeSection(1, 100);
-    m_tree->header()->resizeSection(2, 170);
+    m_tree->header()->resizeSection(1, 110);
+    m_tree->header()->resizeSection(2, 190);
     QString folder = AppPaths::home() + u"/Restored"_s;
     m_restore = new RestorePanel(folder, m_content);
     auto *column = new QVBoxLayout(m_content);

@@ -177,8 +177,10 @@ void BackupCard::showStanding(const BackupJob &job)
     const BackupText::Line status = BackupText::status(job, state, now);
     say(*m_lastGood, good);
     say(*m_status, status);
-    const QStringList notes =
-        state && !state->runs.isEmpty() && job.lastSuccess ? state->runs.constFirst().notes : QStringList();
+    // A failure may be one that another computer has told of.
+    const bool isOfLastRun =
+        state && !state->runs.isEmpty() && (job.lastSuccess || state->runs.constFirst().status == job.lastStatus);
+    const QStringList notes = isOfLastRun ? state->runs.constFirst().notes : QStringList();
     m_notes->setText(notes.join(u' '));
     m_notes->setVisible(!notes.isEmpty());
     m_next->setText(BackupText::nextRun(m_model.backupEngine().nextRun(job), now));

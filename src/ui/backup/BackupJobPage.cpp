@@ -7,6 +7,7 @@
 #include "backup/BackupStore.h"
 #include "files/Format.h"
 #include "servers/ServerStore.h"
+#include "ui/RoomyDelegate.h"
 #include "ui/Theme.h"
 #include "ui/Widgets.h"
 #include "ui/backup/BackupText.h"
@@ -33,6 +34,7 @@ QTreeWidget *table(const QString &objectName, const QString &name, const QString
     made->setObjectName(objectName);
     made->setAccessibleName(name);
     made->setProperty("role", u"table"_s);
+    made->setItemDelegate(new RoomyDelegate(made));
     made->setHeaderLabels(titles);
     made->setRootIsDecorated(false);
     made->setUniformRowHeights(true);
@@ -108,9 +110,9 @@ void BackupJobPage::addArchives(QVBoxLayout &column)
     m_archives =
         table(u"archiveList"_s, tr("Archives at the destination"), {tr("Archive"), tr("Size"), tr("Date")}, this);
     m_archives->header()->setSectionResizeMode(0, QHeaderView::Stretch);
-    m_archives->header()->resizeSection(1, 100);
+    m_archives->header()->resizeSection(1, 110);
     m_archives->headerItem()->setTextAlignment(1, Qt::AlignRight | Qt::AlignVCenter);
-    m_archives->header()->resizeSection(2, 180);
+    m_archives->header()->resizeSection(2, 190);
     m_state = Widgets::label({}, TextRole::muted, this);
     m_state->setObjectName(u"archiveListState"_s);
     m_restore = Widgets::primaryButton(tr("Restore…"), u"archiveRestore"_s, this);
@@ -138,9 +140,9 @@ void BackupJobPage::addRuns(QVBoxLayout &column)
     m_runs = table(u"runList"_s, tr("Runs on this computer"), {tr("Started"), tr("Result"), tr("Duration"), tr("Size")},
                    this);
     m_runs->header()->setSectionResizeMode(1, QHeaderView::Stretch);
-    m_runs->header()->resizeSection(0, 190);
-    m_runs->header()->resizeSection(2, 100);
-    m_runs->header()->resizeSection(3, 90);
+    m_runs->header()->resizeSection(0, 200);
+    m_runs->header()->resizeSection(2, 110);
+    m_runs->header()->resizeSection(3, 110);
     m_runs->headerItem()->setTextAlignment(3, Qt::AlignRight | Qt::AlignVCenter);
     m_runs->setWordWrap(true);
     column.addSpacing(10);

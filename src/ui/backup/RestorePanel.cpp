@@ -22,6 +22,7 @@ RestorePanel::RestorePanel(const QString &folder, QWidget *parent)
     , m_folder(new QLineEdit(folder, this))
     , m_policy(new ComboBox(this))
     , m_selected(Widgets::primaryButton(tr("Restore selected"), u"restoreSelected"_s, this))
+    , m_how(new QBoxLayout(QBoxLayout::LeftToRight))
 {
     setObjectName(u"restorePanel"_s);
     m_folder->setObjectName(u"restoreFolder"_s);
@@ -42,21 +43,38 @@ RestorePanel::RestorePanel(const QString &folder, QWidget *parent)
     where->addWidget(label(tr("To")));
     where->addWidget(m_folder, 1);
     where->addWidget(choose);
-    auto *how = new QHBoxLayout;
-    how->addWidget(label(tr("Where a file exists:")));
-    how->addWidget(m_policy);
-    how->addStretch(1);
-    how->addWidget(all);
-    how->addWidget(m_selected);
+    auto *conflicts = new QHBoxLayout;
+    conflicts->addWidget(label(tr("Where a file exists:")));
+    conflicts->addWidget(m_policy);
+    conflicts->addStretch(1);
+    auto *buttons = new QHBoxLayout;
+    buttons->addStretch(1);
+    buttons->addWidget(all);
+    buttons->addWidget(m_selected);
+    m_how->addLayout(conflicts, 1);
+    m_how->addLayout(buttons);
     auto *column = new QVBoxLayout(this);
     column->setContentsMargins(24, 10, 24, 12);
     column->setSpacing(8);
     column->addLayout(where);
-    column->addLayout(how);
+    column->addLayout(m_how);
     setSelected(0);
     connect(choose, &QPushButton::clicked, this, &RestorePanel::browse);
     connect(all, &QPushButton::clicked, this, &RestorePanel::restoreAllRequested);
     connect(m_selected, &QPushButton::clicked, this, &RestorePanel::restoreSelectedRequested);
+}
+
+/// In a narrow window the buttons stand beneath.
+void RestorePanel::resizeEvent(QResizeEvent *event)
+{
+    constexpr int narrow = 640;
+    m_how->setDirection(width() < narrow ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
+    QFrame::resizeEvent(event);
+}
+
+QSize RestorePanel::minimumSizeHint() const
+{
+    return {0, QFrame::minimumSizeHint().height()};
 }
 
 QString RestorePanel::folder() const

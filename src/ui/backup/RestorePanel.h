@@ -5,6 +5,7 @@
 
 #include <QFrame>
 
+class QBoxLayout;
 class QComboBox;
 class QLineEdit;
 class QPushButton;
@@ -23,10 +24,14 @@ public:
     /// Never `ask`.
     TransferConflictPolicy policy() const;
     void setSelected(qsizetype count);
+    QSize minimumSizeHint() const override;
 
 signals:
     void restoreSelectedRequested();
     void restoreAllRequested();
+
+protected:
+    void resizeEvent(QResizeEvent *event) override;
 
 private:
     void browse();
@@ -34,6 +39,7 @@ private:
     QLineEdit *m_folder;
     QComboBox *m_policy;
     QPushButton *m_selected;
+    QBoxLayout *m_how;
 };
 
 } // namespace moorix

@@ -9,7 +9,6 @@
 #include <QActionGroup>
 #include <QContextMenuEvent>
 #include <QMenu>
-#include <QPainter>
 
 #include <algorithm>
 #include <array>
@@ -103,7 +102,7 @@ QMap<ListColumns::Column, int> fittingWidths(const ListColumns &columns, int roo
 } // namespace
 
 FileListHeader::FileListHeader(PaneModel &pane, SettingsStore &settings, ListColumns &columns, QWidget *parent)
-    : QHeaderView(Qt::Horizontal, parent)
+    : SortHeader(10, parent)
     , m_pane(pane)
     , m_settings(settings)
     , m_columns(columns)
@@ -217,33 +216,6 @@ void FileListHeader::showOrder()
         }
     }
     setSortIndicator(-1, Qt::AscendingOrder);
-}
-
-void FileListHeader::paintSection(QPainter *painter, const QRect &rect, int column) const
-{
-    constexpr int padding = 10;
-    constexpr int arrowRoom = 14;
-    const bool isHovered = rect.contains(mapFromGlobal(QCursor::pos())) && underMouse();
-    painter->fillRect(rect, Theme::color(isHovered ? Theme::Color::currentRow : Theme::Color::base));
-    painter->fillRect(QRect(rect.bottomLeft(), QSize(rect.width(), 1)), Theme::color(Theme::Color::border));
-    QFont bold = font();
-    bold.setWeight(QFont::DemiBold);
-    painter->setFont(bold);
-    painter->setPen(Theme::color(Theme::Color::mutedText));
-    const QRect room = rect.adjusted(padding, 0, -padding, 0);
-    const QString text = model()->headerData(column, orientation()).toString();
-    const bool isRight = column == FileListModel::size;
-    painter->drawText(room, Qt::AlignVCenter | (isRight ? Qt::AlignRight : Qt::AlignLeft), text);
-    if (column != sortIndicatorSection())
-        return;
-    const int textWidth = QFontMetrics(bold).horizontalAdvance(text);
-    const qreal x =
-        isRight ? room.right() - textWidth - arrowRoom / 2.0 : room.left() + textWidth + arrowRoom / 2.0 + 2;
-    const qreal y = room.center().y() + 1;
-    const qreal up = sortIndicatorOrder() == Qt::AscendingOrder ? -1 : 1;
-    painter->setRenderHint(QPainter::Antialiasing);
-    painter->setPen(QPen(Theme::color(Theme::Color::accent), 1.5, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
-    painter->drawPolyline(QPolygonF{{x - 3.5, y - 1.75 * up}, {x, y + 1.75 * up}, {x + 3.5, y - 1.75 * up}});
 }
 
 void FileListHeader::contextMenuEvent(QContextMenuEvent *event)

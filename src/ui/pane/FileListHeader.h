@@ -2,8 +2,8 @@
 #pragma once
 
 #include "app/ListColumns.h"
+#include "ui/SortHeader.h"
 
-#include <QHeaderView>
 #include <QMap>
 #include <QSet>
 #include <QTimer>
@@ -16,7 +16,7 @@ class SettingsStore;
 /// The head of a file list: a click sorts, its menu chooses columns and order; columns and widths are remembered. Where
 /// there is little room the names get it: the other columns shrink, then hide, without a change to what is remembered.
 /// Main thread.
-class FileListHeader final : public QHeaderView
+class FileListHeader final : public SortHeader
 {
     Q_OBJECT
 
@@ -29,7 +29,6 @@ public:
     QWidget *makeCorner(QWidget *parent);
 
 protected:
-    void paintSection(QPainter *painter, const QRect &rect, int column) const override;
     void contextMenuEvent(QContextMenuEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
 

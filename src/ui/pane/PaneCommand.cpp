@@ -46,6 +46,7 @@ QList<PaneCommandInfo> makeTable()
         {paste, tr("Paste"), u"edit-paste"_s, {Qt::CTRL | Qt::Key_V}},
         {copyToOtherSide, tr("Copy to other side"), u"edit-copy"_s, {Qt::Key_F5}},
         {moveToOtherSide, tr("Move to other side"), u"edit-move"_s, {Qt::Key_F6}},
+        {compareFiles, tr("Compare Files…"), u"vcs-diff"_s, {Qt::CTRL | Qt::Key_M}},
         {selectAll, tr("Select all"), u"edit-select-all"_s, {Qt::CTRL | Qt::Key_A}},
         {invertSelection, tr("Invert selection"), u"edit-select-invert"_s, {}},
         {copyPath, tr("Copy path"), u"edit-copy-path"_s, {Qt::CTRL | Qt::SHIFT | Qt::Key_C}},

@@ -38,6 +38,7 @@ enum class PaneCommand {
     paste,
     copyToOtherSide,
     moveToOtherSide,
+    compareFiles,
     selectAll,
     invertSelection,
     copyPath,

@@ -28,6 +28,8 @@ struct PaneContext
     /// The pane's selection goes into the folder shown on the other side.
     std::function<Refusal()> copyToOtherSide;
     std::function<Refusal()> moveToOtherSide;
+    /// The selected file against another one that is selected on this side or the other.
+    std::function<Refusal()> compareFiles;
     /// The clipboard's files come into the folder shown here.
     std::function<Refusal()> paste;
     /// A drop.

@@ -75,6 +75,8 @@ bool PaneFileActions::isAvailable(PaneCommand command) const
         return !selected.isEmpty() && m_context.moveToOtherSide;
     case PaneCommand::openTerminal:
         return !m_pane.currentPath().isEmpty() && m_context.openTerminal;
+    case PaneCommand::compareFiles:
+        return !selected.isEmpty() && m_context.compareFiles;
     case PaneCommand::duplicate:
     case PaneCommand::remove:
     case PaneCommand::removeForGood:
@@ -127,6 +129,8 @@ void PaneFileActions::run(PaneCommand command)
         return pass(m_context.copyToOtherSide);
     case PaneCommand::moveToOtherSide:
         return pass(m_context.moveToOtherSide);
+    case PaneCommand::compareFiles:
+        return pass(m_context.compareFiles);
     default:
         return;
     }

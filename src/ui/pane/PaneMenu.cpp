@@ -18,7 +18,7 @@ std::vector<std::vector<PaneCommand>> groupsFor(const PaneModel &pane)
     if (pane.selection().isEmpty())
         return {{newFolder, newFile}, {paste}, {selectAll}, {openTerminal}, {reload, toggleHidden, editPath}};
     return {{open, openInOtherPane, openInNewTab, edit, quickLook},
-            {copyToOtherSide, moveToOtherSide},
+            {copyToOtherSide, moveToOtherSide, compareFiles},
             {cut, copy, paste, duplicate, copyPath},
             {rename, remove, removeForGood},
             {newFolder, newFile, openTerminal},

@@ -2,6 +2,7 @@
 #include "ui/sync/SyncArea.h"
 
 #include "app/AppModel.h"
+#include "app/Comparison.h"
 #include "base/Error.h"
 #include "sync/SyncEngine.h"
 #include "sync/SyncPairStore.h"
@@ -113,6 +114,7 @@ SyncPage *SyncArea::show(SyncSession &session)
         m_page = new SyncPage(m_model.sync(), session, this);
         addWidget(m_page);
         connect(m_page, &SyncPage::backRequested, this, &SyncArea::backRequested);
+        connect(m_page, &SyncPage::comparisonRequested, this, &SyncArea::comparisonRequested);
         connect(m_page, &SyncPage::messageRaised, &m_model, &AppModel::messageRaised);
     }
     m_unseen.remove(session.key());

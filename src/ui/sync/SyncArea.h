@@ -13,12 +13,14 @@ class SyncPage;
 class SyncSession;
 struct ServerConnection;
 struct SyncPair;
+struct Comparison;
 
 /// What the window shows of syncs in place of its two sides: the saved pairs, or one pair. A pair that is left while
 /// it is at work goes on; one for which nothing was chosen is closed.
 class SyncArea final : public QStackedWidget
 {
     Q_OBJECT
+    Q_MOC_INCLUDE("app/Comparison.h")
 
 public:
     explicit SyncArea(AppModel &model, QWidget *parent = nullptr);
@@ -45,6 +47,7 @@ signals:
     /// It wants to be seen.
     void shown();
     void backRequested();
+    void comparisonRequested(const moorix::Comparison &comparison);
 
 private:
     void followEngine();

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/sync/SyncListView.h"
 
+#include "ui/SortHeader.h"
 #include "ui/Theme.h"
 #include "ui/sync/SyncLook.h"
 #include "ui/sync/SyncRowDelegate.h"
@@ -48,9 +49,15 @@ SyncListView::SyncListView(SyncSession &session, SyncRowsModel &rows, QWidget *p
     setObjectName(QStringLiteral("syncList"));
     setAccessibleName(tr("What the sync does"));
     setUpLook();
+    setHeader(new SortHeader(8, this));
+    header()->setSectionsClickable(true);
     setModel(&rows);
     setItemDelegate(new SyncRowDelegate(*this));
     header()->setSectionsMovable(false);
+    // Without an indicator: in the order of paths. A third click brings that back.
+    header()->setSortIndicator(-1, Qt::AscendingOrder);
+    header()->setSortIndicatorClearable(true);
+    setSortingEnabled(true);
     header()->setStretchLastSection(true);
     header()->setMinimumSectionSize(0);
     arrangeColumns();
@@ -145,7 +152,14 @@ void SyncListView::keyPressEvent(QKeyEvent *event)
         return;
     }
     if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
-        toggleFolder(currentIndex());
+        if (currentIndex().isValid() && m_rows.isFolder(currentIndex().row()))
+            toggleFolder(currentIndex());
+        else
+            emit comparisonWanted();
+        return;
+    }
+    if (event->key() == Qt::Key_C && event->modifiers() == Qt::NoModifier) {
+        emit comparisonWanted();
         return;
     }
     // Letters are choices, or nothing: the search field is there to find rows.
@@ -213,6 +227,14 @@ void SyncListView::showMenu(const QPoint &position)
         action->setShortcut(key);
         action->setShortcutVisibleInContextMenu(true);
         action->setEnabled(!only || !only->isBlocked);
+    }
+    const bool hasBoth = only && only->diff.local && only->diff.remote && !only->isFolder();
+    if (hasBoth) {
+        menu->addSeparator();
+        QAction *compare = menu->addAction(Theme::icon(QStringLiteral("vcs-diff")), tr("Compare…"), this,
+                                           &SyncListView::comparisonWanted);
+        compare->setShortcut(Qt::Key_C);
+        compare->setShortcutVisibleInContextMenu(true);
     }
     menu->popup(viewport()->mapToGlobal(position));
 }

@@ -11,7 +11,8 @@ class SyncRowsModel;
 class SyncSession;
 
 /// The rows of a sync. Left and Right choose the side that gets the other's, Space the next choice, B both versions, S
-/// nothing, U what was suggested, for all selected rows; Return closes and opens a folder of a tree. A click on the
+/// nothing, U what was suggested, for all selected rows; Return closes and opens a folder of a tree, C and Return
+/// compare the two files of a row. A click on the
 /// sign of a row is the next choice for it.
 class SyncListView final : public QTreeView
 {
@@ -29,6 +30,7 @@ public:
 
 signals:
     void selectedRowsChanged();
+    void comparisonWanted();
 
 protected:
     void keyPressEvent(QKeyEvent *event) override;

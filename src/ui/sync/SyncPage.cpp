@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/sync/SyncPage.h"
 
+#include "app/Comparison.h"
+#include "base/Json.h"
 #include "sync/SyncSession.h"
 #include "sync/SyncText.h"
 #include "ui/Widgets.h"
@@ -85,6 +87,8 @@ void SyncPage::connectParts()
         m_list->ensureCurrent();
         m_list->setFocus();
     });
+    connect(m_list, &SyncListView::comparisonWanted, m_rowBar, &SyncRowBar::compare);
+    connect(m_rowBar, &SyncRowBar::comparisonRequested, this, &SyncPage::compare);
     connect(m_editor, &SyncPairEditor::closed, this, [this] { m_header->settingsButton().setChecked(false); });
     connect(&m_header->settingsButton(), &QToolButton::toggled, this, [this](bool isOn) {
         if (isOn) {
@@ -195,6 +199,16 @@ void SyncPage::closeExtras()
 {
     m_header->settingsButton().setChecked(false);
     m_header->historyButton().setChecked(false);
+}
+
+void SyncPage::compare(qsizetype row)
+{
+    if (const auto files = m_session.filesOf(row)) {
+        const auto &[local, remote] = *files;
+        emit comparisonRequested({{newUuid(), local.item, remote.item, local.service, remote.service},
+                                  {},
+                                  m_session.server().displayName()});
+    }
 }
 
 void SyncPage::keyPressEvent(QKeyEvent *event)

@@ -20,11 +20,13 @@ class SyncQuestions;
 class SyncRowBar;
 class SyncRowsModel;
 class SyncSession;
+struct Comparison;
 
 /// One folder pair, from the look at both sides to what came of it. The session outlives the page.
 class SyncPage final : public QWidget
 {
     Q_OBJECT
+    Q_MOC_INCLUDE("app/Comparison.h")
 
 public:
     SyncPage(SyncEngine &engine, SyncSession &session, QWidget *parent = nullptr);
@@ -39,6 +41,7 @@ public:
 signals:
     void backRequested();
     void messageRaised(const QString &sentence);
+    void comparisonRequested(const moorix::Comparison &comparison);
 
 protected:
     void keyPressEvent(QKeyEvent *event) override;
@@ -51,6 +54,7 @@ private:
     bool hasKeyboard() const;
     void showEmptiness();
     void closeExtras();
+    void compare(qsizetype row);
 
     SyncSession &m_session;
     SyncHeader *m_header;

@@ -2,6 +2,7 @@
 #include "ui/sync/SyncRowBar.h"
 
 #include "base/Error.h"
+#include "compare/DiffLoader.h"
 #include "files/Format.h"
 #include "sync/SyncSession.h"
 #include "sync/SyncText.h"
@@ -34,7 +35,7 @@ SyncRowBar::SyncRowBar(SyncSession &session, SyncRowsModel &rows, SyncListView &
     setObjectName(QStringLiteral("syncRowBar"));
     m_facts->setObjectName(QStringLiteral("syncRowFacts"));
     m_facts->setProperty("role", QStringLiteral("muted"));
-    m_compare->setToolTip(tr("Tells whether both files hold the same"));
+    m_compare->setToolTip(tr("Shows both files line by line (C); of large ones, tells whether they hold the same"));
     auto *words = new QVBoxLayout;
     words->setSpacing(1);
     words->addWidget(m_title);
@@ -142,6 +143,11 @@ void SyncRowBar::compare()
     const qsizetype place = comparable();
     if (place < 0)
         return;
+    const SyncRow &row = m_session.plan().rows.at(place);
+    if (std::max(row.diff.local->size, row.diff.remote->size) <= DiffLoader::maxBytes) {
+        emit comparisonRequested(place);
+        return;
+    }
     m_compared = place;
     m_facts->setText(tr("Comparing…"));
     m_comparing = m_session.compare(

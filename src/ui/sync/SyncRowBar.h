@@ -29,6 +29,12 @@ public:
     SyncRowBar(SyncSession &session, SyncRowsModel &rows, SyncListView &list, QWidget *parent = nullptr);
 
     QSize minimumSizeHint() const override;
+    /// Compares the two files of the one selected row: line by line where they are small enough for that, else what
+    /// they hold as a whole. Does nothing for other rows.
+    void compare();
+
+signals:
+    void comparisonRequested(qsizetype row);
 
 protected:
     void resizeEvent(QResizeEvent *event) override;
@@ -45,7 +51,6 @@ private:
     void showFacts(const QList<qsizetype> &places);
     /// The place of the one selected row that is a file on both sides; -1 without one.
     qsizetype comparable() const;
-    void compare();
 
     SyncSession &m_session;
     SyncRowsModel &m_rows;

@@ -8,6 +8,7 @@
 #include <QStringMatcher>
 
 #include <algorithm>
+#include <limits>
 
 namespace moorix {
 
@@ -41,6 +42,30 @@ QString sizeOf(const std::optional<SyncEntry> &entry)
 QString dateOf(const std::optional<SyncEntry> &entry)
 {
     return entry && entry->modified ? Format::date(*entry->modified) : QString();
+}
+
+struct SortKey
+{
+    qint64 number;
+    QString text;
+    int place;
+};
+
+/// What is not there comes before everything, and so do folders among sizes.
+qint64 numberOf(const SyncRow &row, int column)
+{
+    const bool isLocal = column == SyncRowsModel::localSize || column == SyncRowsModel::localDate;
+    const std::optional<SyncEntry> &entry = isLocal ? row.diff.local : row.diff.remote;
+    switch (column) {
+    case SyncRowsModel::localSize:
+    case SyncRowsModel::remoteSize:
+        return !entry ? -2 : entry->isDirectory ? -1 : entry->size;
+    case SyncRowsModel::localDate:
+    case SyncRowsModel::remoteDate:
+        return entry && entry->modified ? entry->modified->toMSecsSinceEpoch() : std::numeric_limits<qint64>::min();
+    default:
+        return qint64(row.action);
+    }
 }
 
 bool isInside(const QString &path, const QString &folder)
@@ -112,6 +137,8 @@ std::vector<int> SyncRowsModel::found() const
     if (m_form == Form::list) {
         for (int place = 0; place < rows.size(); ++place)
             add(place);
+        if (m_sortColumn >= 0)
+            return sorted(places);
         return m_session.outcome() ? ranked(std::move(places)) : places;
     }
     if (m_treeOrder.empty())
@@ -130,6 +157,40 @@ std::vector<int> SyncRowsModel::ranked(std::vector<int> places) const
     };
     std::ranges::stable_sort(places, {}, rank);
     return places;
+}
+
+void SyncRowsModel::sort(int column, Qt::SortOrder order)
+{
+    if (column == m_sortColumn && order == m_sortOrder)
+        return;
+    m_sortColumn = column;
+    m_sortOrder = order;
+    rebuild();
+}
+
+std::vector<int> SyncRowsModel::sorted(const std::vector<int> &places) const
+{
+    const bool isByText = m_sortColumn == path || m_sortColumn == what;
+    std::vector<SortKey> keys;
+    keys.reserve(places.size());
+    for (const int place : places) {
+        const SyncRow &row = source().at(place);
+        const QString text = !isByText ? QString() : m_sortColumn == path ? row.diff.relPath : happening(row);
+        keys.push_back({isByText ? 0 : numberOf(row, m_sortColumn), text, place});
+    }
+    // Places are in the order of paths, which decides where nothing else does.
+    const auto isLess = [](const SortKey &a, const SortKey &b) {
+        return a.number != b.number ? a.number < b.number : a.text < b.text;
+    };
+    if (m_sortOrder == Qt::AscendingOrder)
+        std::ranges::stable_sort(keys, isLess);
+    else
+        std::ranges::stable_sort(keys, [&isLess](const SortKey &a, const SortKey &b) { return isLess(b, a); });
+    std::vector<int> found;
+    found.reserve(keys.size());
+    for (const SortKey &key : keys)
+        found.push_back(key.place);
+    return found;
 }
 
 void SyncRowsModel::rebuild()
@@ -242,6 +303,12 @@ int SyncRowsModel::columnCount(const QModelIndex &parent) const
     return parent.isValid() ? 0 : int(columnCountOfList);
 }
 
+QString SyncRowsModel::happening(const SyncRow &row) const
+{
+    return m_filter.isLeftOut ? SyncLook::sentence(row.reason)
+                              : SyncLook::happening(row, m_session.outcome().has_value());
+}
+
 QString SyncRowsModel::text(int line, int column) const
 {
     const SyncRow *shown = row(line);
@@ -263,8 +330,7 @@ QString SyncRowsModel::text(int line, int column) const
     case direction:
         return SyncLook::directionText(*shown);
     default:
-        return m_filter.isLeftOut ? SyncLook::sentence(shown->reason)
-                                  : SyncLook::happening(*shown, m_session.outcome().has_value());
+        return happening(*shown);
     }
 }
 

@@ -47,6 +47,8 @@ public:
     int columnCount(const QModelIndex &parent = {}) const override;
     QVariant data(const QModelIndex &index, int role) const override;
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+    /// Of the list; a tree stays in its own order. A column below 0: in the order of paths, and what failed first.
+    void sort(int column, Qt::SortOrder order) override;
 
 private:
     struct Line
@@ -63,12 +65,16 @@ private:
     std::vector<int> found() const;
     void addTree(const std::vector<int> &places);
     std::vector<int> ranked(std::vector<int> places) const;
+    std::vector<int> sorted(const std::vector<int> &places) const;
     QString text(int line, int column) const;
+    QString happening(const SyncRow &row) const;
 
     const SyncSession &m_session;
     SyncFilter m_filter;
     QString m_search;
     Form m_form = Form::list;
+    int m_sortColumn = -1;
+    Qt::SortOrder m_sortOrder = Qt::AscendingOrder;
     QList<SyncRow> m_leftOut;
     /// The places of all rows, folders right before what lies in them; made when it is first needed.
     mutable std::vector<int> m_treeOrder;

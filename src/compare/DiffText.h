@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QString>
+
+#include <vector>
+
+namespace moorix {
+
+/// A text as lines. Lines end at "\n", which belongs to none of them, and nowhere else: a text that ends in "\n" has an
+/// empty last line, and the empty text is one empty line.
+class DiffText final
+{
+public:
+    explicit DiffText(QString text = {});
+
+    const QString &text() const { return m_text; }
+    qsizetype lineCount() const { return qsizetype(m_starts.size()); }
+    /// Without its "\n". Valid as long as the text is.
+    QStringView line(qsizetype index) const;
+    /// Where a line begins in the text.
+    qsizetype start(qsizetype index) const { return m_starts.at(std::size_t(index)); }
+    /// The line that holds the character at `position`.
+    qsizetype lineAt(qsizetype position) const;
+    /// How many columns the widest line has; tabs go to each `tabWidth`th. Looks at every line.
+    qsizetype columns(int tabWidth) const;
+
+private:
+    QString m_text;
+    std::vector<qsizetype> m_starts;
+};
+
+} // namespace moorix

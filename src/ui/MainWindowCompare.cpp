@@ -1,0 +1,90 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Comparisons of two files in the window.
+#include "ui/MainWindow.h"
+
+#include "app/Comparison.h"
+#include "ui/SideView.h"
+#include "ui/Sidebar.h"
+#include "ui/compare/DiffPage.h"
+#include "ui/sync/SyncArea.h"
+
+#include <QSplitter>
+#include <QStackedWidget>
+
+namespace moorix {
+
+void MainWindow::connectComparisons()
+{
+    for (SideView *view : m_sideViews)
+        connect(view, &SideView::comparisonRequested, this, &MainWindow::showComparison);
+    connect(m_sync, &SyncArea::comparisonRequested, this, &MainWindow::showComparison);
+    connect(m_middle, &QStackedWidget::currentChanged, this, &MainWindow::dropComparison);
+}
+
+bool MainWindow::showsComparison() const
+{
+    return m_comparison && m_middle->currentWidget() == m_comparison;
+}
+
+void MainWindow::showComparison(const Comparison &comparison)
+{
+    if (showsComparison())
+        leaveComparison();
+    m_comparedFrom = m_middle->currentWidget();
+    m_comparison = new DiffPage(comparison, this);
+    connect(m_comparison, &DiffPage::backRequested, this, &MainWindow::leaveComparison);
+    m_middle->addWidget(m_comparison);
+    m_middle->setCurrentWidget(m_comparison);
+    m_comparison->focusContent();
+    followSession();
+}
+
+/// Back to where it was asked for.
+void MainWindow::leaveComparison()
+{
+    if (m_comparedFrom == m_sides) {
+        showSides();
+        return;
+    }
+    m_middle->setCurrentWidget(m_comparedFrom);
+    if (showsSync())
+        m_sync->focusContent();
+}
+
+/// Something else is shown; the page keeps two texts in memory.
+void MainWindow::dropComparison()
+{
+    if (!m_comparison || showsComparison())
+        return;
+    DiffPage *page = m_comparison;
+    m_comparison = nullptr;
+    m_middle->removeWidget(page);
+    page->deleteLater();
+    // A sync behind it is left, too, unless it is what is shown.
+    if (m_comparedFrom == m_sync && !showsSync()) {
+        m_sync->leave();
+        m_sidebar->markSync({});
+    }
+    m_comparedFrom = nullptr;
+    followSession();
+}
+
+void MainWindow::runComparisonCommand(PaneCommand command)
+{
+    switch (command) {
+    case PaneCommand::filter:
+        m_comparison->focusSearch();
+        break;
+    case PaneCommand::reload:
+        m_comparison->reload();
+        break;
+    case PaneCommand::goBack:
+    case PaneCommand::goUp:
+        leaveComparison();
+        break;
+    default:
+        break;
+    }
+}
+
+} // namespace moorix

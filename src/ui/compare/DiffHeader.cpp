@@ -1,0 +1,203 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ui/compare/DiffHeader.h"
+
+#include "compare/DiffLoader.h"
+#include "files/Format.h"
+#include "ui/ElidedLabel.h"
+#include "ui/Theme.h"
+#include "ui/Widgets.h"
+
+#include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QLocale>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+namespace moorix {
+
+namespace {
+
+QString factsOf(const FileItem &file, const QString &encoding)
+{
+    QStringList facts{Format::byteCount(file.size)};
+    if (file.modified)
+        facts << Format::date(file.modified);
+    if (!encoding.isEmpty() && encoding != QLatin1StringView("UTF-8"))
+        facts << encoding;
+    return facts.join(QStringLiteral(" · "));
+}
+
+} // namespace
+
+DiffHeader::DiffHeader(const Comparison &comparison, QWidget *parent)
+    : QFrame(parent)
+    , m_comparison(comparison)
+    , m_added(new QLabel(this))
+    , m_removed(new QLabel(this))
+    , m_place(Widgets::label({}, Widgets::TextRole::muted, this))
+    , m_previous(Widgets::iconButton(QStringLiteral("go-up"), tr("Previous change (Shift+F7)"),
+                                     QStringLiteral("diffPrevious"), this))
+    , m_next(Widgets::iconButton(QStringLiteral("go-down"), tr("Next change (F7)"), QStringLiteral("diffNext"), this))
+    , m_fold(Widgets::iconButton(QStringLiteral("view-filter"), tr("Fold long stretches of equal lines"),
+                                 QStringLiteral("diffFold"), this))
+    , m_search(new QLineEdit(this))
+{
+    setProperty("role", QStringLiteral("bar"));
+    setObjectName(QStringLiteral("diffHeader"));
+    auto *top = new QHBoxLayout;
+    top->setSpacing(8);
+    addTools(*top);
+    auto *ends = new QHBoxLayout;
+    ends->setSpacing(10);
+    m_facts = {addEnd(*ends, comparison.leftPlace, comparison.pair.a, QStringLiteral("diffLeftFacts")),
+               addEnd(*ends, comparison.rightPlace, comparison.pair.b, QStringLiteral("diffRightFacts"))};
+    auto *column = new QVBoxLayout(this);
+    column->setContentsMargins(10, 8, 12, 10);
+    column->setSpacing(8);
+    column->addLayout(top);
+    column->addLayout(ends);
+    setContent(nullptr);
+}
+
+QString DiffHeader::title(const Comparison &comparison)
+{
+    const QString left = Format::display(comparison.pair.a.name);
+    const QString right = Format::display(comparison.pair.b.name);
+    return left == right ? left : tr("%1 ↔ %2").arg(left, right);
+}
+
+void DiffHeader::addTools(QHBoxLayout &row)
+{
+    QToolButton *back =
+        Widgets::iconButton(QStringLiteral("go-previous"), tr("Back (Esc)"), QStringLiteral("diffBack"), this);
+    auto *name = new ElidedLabel(Qt::ElideMiddle, this);
+    name->setObjectName(QStringLiteral("diffTitle"));
+    name->setProperty("role", QStringLiteral("heading"));
+    name->setText(title(m_comparison));
+    m_added->setObjectName(QStringLiteral("diffAdded"));
+    m_added->setProperty("tone", QStringLiteral("good"));
+    m_added->setToolTip(tr("Lines that only the right file has"));
+    m_removed->setObjectName(QStringLiteral("diffRemoved"));
+    m_removed->setProperty("tone", QStringLiteral("danger"));
+    m_removed->setToolTip(tr("Lines that only the left file has"));
+    m_place->setObjectName(QStringLiteral("diffPlace"));
+    m_place->setWordWrap(false);
+    m_fold->setCheckable(true);
+    m_fold->setChecked(true);
+    m_search->setObjectName(QStringLiteral("diffSearch"));
+    m_search->setPlaceholderText(tr("Find…"));
+    m_search->setClearButtonEnabled(true);
+    m_search->addAction(Theme::icon(QStringLiteral("search"), Theme::Color::mutedText), QLineEdit::LeadingPosition);
+    m_search->installEventFilter(this);
+    row.addWidget(back);
+    row.addWidget(name, 1);
+    for (QWidget *part :
+         std::initializer_list<QWidget *>{m_added, m_removed, m_place, m_previous, m_next, m_fold, m_search})
+        row.addWidget(part);
+    connect(back, &QToolButton::clicked, this, &DiffHeader::backRequested);
+    connect(m_previous, &QToolButton::clicked, this, [this] { emit changeRequested(-1); });
+    connect(m_next, &QToolButton::clicked, this, [this] { emit changeRequested(1); });
+    connect(m_fold, &QToolButton::toggled, this, &DiffHeader::foldingChosen);
+    connect(m_search, &QLineEdit::textChanged, this, &DiffHeader::searched);
+}
+
+ElidedLabel *DiffHeader::addEnd(QHBoxLayout &row, const QString &place, const FileItem &file, const QString &objectName)
+{
+    auto *card = new QFrame(this);
+    card->setProperty("role", QStringLiteral("card"));
+    auto *sign = new QLabel(card);
+    const QString iconName = place.isEmpty() ? QStringLiteral("computer") : QStringLiteral("network-server");
+    sign->setPixmap(Theme::icon(iconName, Theme::Color::accent).pixmap(QSize(16, 16), devicePixelRatioF()));
+    auto *where = new ElidedLabel(Qt::ElideMiddle, card);
+    where->setText(place.isEmpty() ? Format::display(file.path)
+                                   : tr("%1: %2").arg(Format::display(place), Format::display(file.path)));
+    auto *facts = new ElidedLabel(Qt::ElideRight, card);
+    facts->setObjectName(objectName);
+    facts->setProperty("role", QStringLiteral("muted"));
+    facts->setText(factsOf(file, {}));
+    auto *words = new QVBoxLayout;
+    words->setSpacing(1);
+    words->addWidget(where);
+    words->addWidget(facts);
+    auto *line = new QHBoxLayout(card);
+    line->setContentsMargins(10, 6, 10, 6);
+    line->setSpacing(10);
+    line->addWidget(sign);
+    line->addLayout(words, 1);
+    row.addWidget(card, 1);
+    return facts;
+}
+
+void DiffHeader::setContent(const DiffContent *content)
+{
+    const bool hasLines = content && content->obstacle.isEmpty();
+    if (content) {
+        m_facts[0]->setText(factsOf(content->left.file, content->left.encoding));
+        m_facts[1]->setText(factsOf(content->right.file, content->right.encoding));
+    }
+    const DiffEngine::Stats stats = hasLines ? DiffEngine::stats(content->runs) : DiffEngine::Stats{};
+    m_added->setText(tr("+%1").arg(QLocale().toString(stats.added)));
+    m_removed->setText(tr("−%1").arg(QLocale().toString(stats.removed)));
+    const bool hasChanges = stats.added + stats.removed > 0;
+    for (QWidget *part : std::initializer_list<QWidget *>{m_added, m_removed, m_place, m_previous, m_next, m_fold})
+        part->setVisible(hasChanges);
+    m_search->setVisible(hasLines);
+}
+
+void DiffHeader::showPlace(qsizetype change, qsizetype count)
+{
+    const QString all = QLocale().toString(count);
+    m_place->setText(change > 0   ? tr("Change %1 of %2").arg(QLocale().toString(change), all)
+                     : count == 1 ? tr("1 change")
+                                  : tr("%1 changes").arg(all));
+}
+
+void DiffHeader::focusSearch()
+{
+    m_search->setFocus(Qt::ShortcutFocusReason);
+    m_search->selectAll();
+}
+
+QString DiffHeader::needle() const
+{
+    return m_search->text();
+}
+
+void DiffHeader::showFound(bool isFound)
+{
+    m_search->setToolTip(isFound ? QString() : tr("No line holds this text."));
+    Widgets::setStyleProperty(*m_search, "tone", isFound ? QString() : QStringLiteral("danger"));
+}
+
+/// The title needs the room more.
+void DiffHeader::resizeEvent(QResizeEvent *event)
+{
+    constexpr int narrow = 700;
+    m_search->setFixedWidth(width() < narrow ? 130 : 200);
+    QFrame::resizeEvent(event);
+}
+
+bool DiffHeader::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched != m_search || event->type() != QEvent::KeyPress)
+        return QFrame::eventFilter(watched, event);
+    const auto *press = static_cast<QKeyEvent *>(event);
+    switch (press->key()) {
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+        emit hitRequested(!press->modifiers().testFlag(Qt::ShiftModifier));
+        return true;
+    case Qt::Key_Escape:
+        m_search->clear();
+        [[fallthrough]];
+    case Qt::Key_Down:
+        emit contentFocusRequested();
+        return true;
+    default:
+        return QFrame::eventFilter(watched, event);
+    }
+}
+
+} // namespace moorix
