@@ -81,9 +81,11 @@ void LocalMonitor::take(LocalStats stats)
     });
     for (LocalDisk &disk : stats.disks) {
         askForSpace(disk.mountPoint);
-        disk.space = m_spaces[disk.mountPoint].space;
+        const Space &space = m_spaces[disk.mountPoint];
+        disk.space = space.space;
+        disk.isSilent = space.isAsked && m_ticks - space.askedAt >= patience;
     }
-    if (!stats.processes && m_stats)
+    if (!stats.processes && m_stats && wantsProcesses())
         stats.processes = m_stats->processes;
     m_stats = std::move(stats);
     emit changed();
@@ -112,17 +114,6 @@ void LocalMonitor::askForSpace(const QString &mountPoint)
                                emit changed();
                        },
                        [](const Error &) {});
-}
-
-QStringList LocalMonitor::silentDisks() const
-{
-    QStringList silent;
-    for (const auto &[mountPoint, space] : m_spaces) {
-        if (space.isAsked && m_ticks - space.askedAt >= patience)
-            silent << mountPoint;
-    }
-    silent.sort();
-    return silent;
 }
 
 } // namespace moorix

@@ -35,8 +35,6 @@ public:
     /// Nothing before the first reading.
     const std::optional<LocalStats> &stats() const { return m_stats; }
     const std::optional<QString> &errorMessage() const { return m_errorMessage; }
-    /// File systems that were asked for their space a while ago and have not answered.
-    QStringList silentDisks() const;
 
 signals:
     void changed();

@@ -82,8 +82,10 @@ struct LocalDisk
     QString source;
     QString type;
     bool isNetwork = false;
-    /// Nothing before it has been asked for, and while the file system does not answer.
+    /// Nothing before it has been told, and while the file system does not answer.
     std::optional<DiskSpace> space;
+    /// It was asked for its space a while ago and has not answered.
+    bool isSilent = false;
     /// What was read ("in") and written; nothing when the kernel does not count it.
     std::optional<Throughput> rate;
 
@@ -161,7 +163,7 @@ struct LocalStats
     /// Seconds; 0 when unknown.
     double uptime = 0;
     QList<double> load;
-    /// Those of the last reading that was to include them; null before.
+    /// Null where the reading was not to include them.
     std::shared_ptr<const LocalProcesses> processes;
     QString hostName;
     QString osVersion;

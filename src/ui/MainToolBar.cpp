@@ -98,6 +98,9 @@ void MainToolBar::addChosenItems()
         } else if (name == QLatin1String("info")) {
             connect(add(QStringLiteral("documentinfo"), tr("Info")), &QAction::triggered,
                     m_actions.action(PaneCommand::info), &QAction::trigger);
+        } else if (name == QLatin1String("monitor")) {
+            connect(add(QStringLiteral("office-chart-area"), tr("Monitor")), &QAction::triggered,
+                    m_actions.action(WindowCommand::monitor), &QAction::trigger);
         } else if (name == QLatin1String("settings")) {
             connect(add(QStringLiteral("configure"), tr("Preferences")), &QAction::triggered,
                     m_actions.action(WindowCommand::preferences), &QAction::trigger);

@@ -23,6 +23,7 @@
 #include "ui/WindowState.h"
 #include "ui/WindowStyle.h"
 #include "ui/backup/BackupArea.h"
+#include "ui/monitor/MonitorArea.h"
 #include "ui/pane/PaneView.h"
 #include "ui/servers/ServerLibraryView.h"
 #include "ui/servers/ServerLook.h"
@@ -54,6 +55,7 @@ MainWindow::MainWindow(AppModel &model)
     m_sides->handle(1)->installEventFilter(this);
     connectParts();
     connectCommands();
+    connectMonitor();
     m_actions->action(WindowCommand::sidebar)->setChecked(m_sidebar->isVisibleTo(this));
     applyTwoSides();
     followActiveSide();
@@ -226,7 +228,10 @@ void MainWindow::showLocation()
         m_status->showConnection(tr("Not connected"), false);
     else
         m_status->showConnection(isLocal ? tr("Local files") : tr("Servers"), false);
-    const QString title = showsSync() ? m_sync->title() : showsBackups() ? m_backups->title() : session.title();
+    const QString title = showsSync()      ? m_sync->title()
+                          : showsBackups() ? m_backups->title()
+                          : showsMonitor() ? m_monitor->title()
+                                           : session.title();
     setWindowTitle(tr("%1 — Moorix").arg(title));
     WindowState::saveTabs(m_model);
 }

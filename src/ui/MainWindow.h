@@ -19,6 +19,7 @@ class BackupArea;
 class DesktopNotifier;
 class MainToolBar;
 class MessageBar;
+class MonitorArea;
 class PaneModel;
 class PreferencesWindow;
 class Session;
@@ -66,6 +67,8 @@ private:
     void connectBackups();
     void notifyOfBackups();
     void openArchive(const QString &path);
+    void connectMonitor();
+    void runMonitorCommand(PaneCommand command);
 
     PaneTabs &activeTabs() const;
     SideView &activeView() const;
@@ -85,13 +88,15 @@ private:
     void swapSides();
 
     bool showsSides() const;
-    /// In place of a sync or of backups.
+    /// In place of a sync, of backups or of the monitor.
     void showSides();
     /// Whether a sync stands in place of the two sides.
     bool showsSync() const;
     void showSync();
     /// Whether backups stand in place of the two sides.
     bool showsBackups() const;
+    /// Whether the monitor stands in place of the two sides.
+    bool showsMonitor() const;
 
     void followActiveSide();
     void followSession();
@@ -112,6 +117,7 @@ private:
     QStackedWidget *m_middle = nullptr;
     SyncArea *m_sync = nullptr;
     BackupArea *m_backups = nullptr;
+    MonitorArea *m_monitor = nullptr;
     DesktopNotifier *m_notifier = nullptr;
     std::array<SideView *, 2> m_sideViews{};
     TransferDrawer *m_drawer = nullptr;

@@ -54,6 +54,7 @@ QList<CommandInfo> windowCommands()
         {backups, WindowActions::tr("Backups"), u"backup"_s, {Qt::CTRL | Qt::SHIFT | Qt::Key_B}},
         {backupSelection, WindowActions::tr("Back up the selection…"), u"backup"_s, {}},
         {openArchive, WindowActions::tr("Open a backup's archive…"), u"archive-extract"_s, {}},
+        {monitor, WindowActions::tr("Monitor"), u"office-chart-area"_s, {Qt::CTRL | Qt::SHIFT | Qt::Key_M}},
         {shortcuts, WindowActions::tr("Keyboard shortcuts"), u"help-keyboard-shortcuts"_s, {Qt::Key_F1}},
         {about, WindowActions::tr("About Moorix"), u"help-about"_s, {}},
     };
@@ -113,8 +114,8 @@ const QList<WindowActions::Menu> &WindowActions::menus()
         {tr("&Edit"),
          {P::cut, P::copy, P::paste, line, P::selectAll, P::invertSelection, line, P::copyPath, line, W::preferences}},
         {tr("&View"),
-         {P::filter, P::toggleHidden, P::reload, line, W::twoSides, W::sidebar, W::transfers, line, W::swapSides,
-          W::sameFolderThere}},
+         {P::filter, P::toggleHidden, P::reload, line, W::twoSides, W::sidebar, W::transfers, line, W::monitor, line,
+          W::swapSides, W::sameFolderThere}},
         {tr("&Go"),
          {P::goBack, P::goForward, P::goUp, W::home, P::editPath, line, W::nextTab, W::previousTab, P::focusOtherSide,
           W::focusSidebar, line, W::addFavorite}},

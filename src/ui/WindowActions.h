@@ -40,6 +40,7 @@ enum class WindowCommand {
     backups,
     backupSelection,
     openArchive,
+    monitor,
     shortcuts,
     about
 };

@@ -40,11 +40,12 @@ QLabel[role="headline"] { font-weight: 600; font-size: 18px; }
 QLabel[role="keys"] { background: <toolBar>; border: 1px solid <border>; border-radius: 4px; padding: 1px 6px;
     color: <mutedText>; }
 QFrame[role="separator"] { background: <border>; border: none; }
+QTreeView#processList::item { padding: 0 8px; }
 QTreeView#serverTree::item, QTreeWidget#transferList::item, QTreeWidget#syncRuns::item { padding: 4px 0; }
 QListWidget#preferencePages { background: <sidebar>; border-right: 1px solid <border>; padding: 8px; }
 QListWidget#preferencePages::item { padding: 8px 10px; border-radius: 6px; }
 QListWidget#preferencePages::item:selected { background: <selection>; color: <text>; }
-QWidget#backupArea, QWidget#backupOverview, QWidget#backupEditor, QWidget#backupJobPage, QWidget#archiveView { background: <window>; }
+QWidget#monitorArea, QWidget#backupArea, QWidget#backupOverview, QWidget#backupEditor, QWidget#backupJobPage, QWidget#archiveView { background: <window>; }
 QFrame#backupCard:focus, QFrame#serverFolderPicker:focus { border-color: <accent>; }
 QFrame#workBar, QFrame#restorePanel { background: <sidebar>; border: none; border-top: 1px solid <border>;
     border-bottom: 1px solid <border>; }

@@ -44,9 +44,9 @@ private slots:
     void theFullestDiskCounts()
     {
         LocalStats stats;
-        stats.disks = {{u"/"_s, {}, {}, false, DiskSpace{100, 50, 50, 0, 0}, {}},
-                       {u"/data"_s, {}, {}, false, DiskSpace{100, 90, 5, 0, 0}, {}},
-                       {u"/silent"_s, {}, {}, true, std::nullopt, {}}};
+        stats.disks = {{u"/"_s, {}, {}, false, DiskSpace{100, 50, 50, 0, 0}, false, {}},
+                       {u"/data"_s, {}, {}, false, DiskSpace{100, 90, 5, 0, 0}, false, {}},
+                       {u"/silent"_s, {}, {}, true, std::nullopt, true, {}}};
         LoadWatch watch({90, 85, 1});
         QCOMPARE(watch.take(LoadLevels::of(stats)),
                  (QList<LoadWatch::Alert>{{Resource::disk, u"The disk “/data” is 95 % full."_s}}));
