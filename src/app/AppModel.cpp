@@ -110,6 +110,7 @@ AppModel::AppModel(Platform platform, QObject *parent)
     takeUpSync();
     m_monitoring = std::make_unique<Monitoring>(
         Monitoring::Environment{*m_preferences, *m_servers, *m_connections, m_keychain, m_processes});
+    connect(m_monitoring.get(), &Monitoring::messageRaised, this, &AppModel::messageRaised);
     m_migration =
         migrateSecretsOnce(*m_preferences, m_keychain, idsOf(m_servers->library().servers), idsOf(m_backups->jobs()));
 }

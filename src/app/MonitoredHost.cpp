@@ -42,6 +42,7 @@ MonitoredHost::MonitoredHost(const ServerConnection &server, RemoteStatsMonitor:
     , m_watch(remoteLimit)
 {
     connect(m_remote.get(), &RemoteStatsMonitor::changed, this, &MonitoredHost::followServer);
+    connect(m_remote.get(), &RemoteStatsMonitor::noticeRaised, this, &MonitoredHost::noticeRaised);
 }
 
 MonitoredHost::~MonitoredHost()

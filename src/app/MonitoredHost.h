@@ -42,7 +42,9 @@ public:
     /// Null for servers, and before the first reading.
     const LocalStats *localStats() const;
     const std::optional<QString> &errorMessage() const;
-    /// When `stats` were read, if they are out of date.
+    /// When `stats` were read.
+    QDateTime readAt() const { return m_noted.value_or(QDateTime()); }
+    /// The same if they are out of date.
     std::optional<QDateTime> staleSince() const;
     /// CPU and memory are in per cent, the others in bytes for each second.
     const MetricHistory &history(Figure figure) const { return m_histories[std::size_t(figure)]; }
@@ -54,6 +56,7 @@ public:
 
 signals:
     void changed();
+    void noticeRaised(const QString &notice);
     void alertBegan(const moorix::LoadWatch::Alert &alert);
 
 private:

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/Monitoring.h"
 
+#include "app/FirstContact.h"
 #include "app/ServerConnections.h"
 #include "base/Json.h"
 #include "files/Format.h"
 #include "platform/Preferences.h"
+#include "remote/SFTPService.h"
 #include "servers/ServerStore.h"
 
 #include <QJsonArray>
@@ -59,6 +61,10 @@ void Monitoring::add(const ServerConnection &server)
     tools.isUsedElsewhere = [connections = &m_environment.connections](const QUuid &id) {
         return connections->isConnected(id);
     };
+    tools.connect = [processes = m_environment.processes](SFTPService &service, const ServerConnection &record,
+                                                          const std::stop_token &stop) {
+        return connectNotingFirstContact(service, record, *processes, stop);
+    };
     m_servers.push_back(std::make_unique<MonitoredHost>(server, std::move(tools)));
     follow(*m_servers.back());
     m_servers.back()->setWatched(m_isDashboardShown);
@@ -66,6 +72,7 @@ void Monitoring::add(const ServerConnection &server)
 
 void Monitoring::follow(MonitoredHost &host)
 {
+    connect(&host, &MonitoredHost::noticeRaised, this, &Monitoring::messageRaised);
     connect(&host, &MonitoredHost::alertBegan, this, [this, &host](const LoadWatch::Alert &alert) {
         const QString machine = host.server() ? uuidText(host.server()->id) : QString();
         emit alertRaised(u"monitor %1 %2"_s.arg(machine).arg(int(alert.resource)), Format::display(host.title()),

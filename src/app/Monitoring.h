@@ -45,6 +45,8 @@ public:
 
 signals:
     void hostsChanged();
+    /// A sentence for the status bar.
+    void messageRaised(const QString &message);
     /// Something has begun to run short; once for each episode. `topic` names machine and resource.
     void alertRaised(const QString &topic, const QString &title, const QString &text);
 

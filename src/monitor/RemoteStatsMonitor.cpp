@@ -36,6 +36,7 @@ struct RemoteStatsMonitor::Reading
     RemoteStats stats;
     std::optional<QString> failure;
     bool isRefused = false;
+    QString notice;
 };
 
 const QString RemoteStatsMonitor::script =
@@ -132,13 +133,15 @@ void RemoteStatsMonitor::sample()
     m_job = runJob(
         [tools = m_tools, server = m_server, service = m_service,
          connected = m_connected](const std::stop_token &stop) {
-            Reading reading{service, connected, {}, {}, false};
+            Reading reading{service, connected, {}, {}, false, {}};
             try {
                 if (!reading.service) {
                     reading.service = std::make_shared<SFTPService>(
                         server, FileServiceFactory::credentials(server, *tools.keychain), tools.processes);
                 }
-                if (!reading.isConnected)
+                if (!reading.isConnected && tools.connect)
+                    reading.notice = tools.connect(*reading.service, server, stop);
+                else if (!reading.isConnected)
                     reading.service->connect(stop);
                 reading.isConnected = true;
                 reading.stats = parse(reading.service->commandOutput(script, stop));
@@ -159,6 +162,8 @@ void RemoteStatsMonitor::take(const Reading &reading)
     m_connected = reading.isConnected && !reading.isRefused;
     // Without a login the next reading looks into the keychain anew: the user may have corrected a password.
     m_service = m_connected ? reading.service : nullptr;
+    if (!reading.notice.isEmpty())
+        emit noticeRaised(reading.notice);
     m_pausedUntil.reset();
     if (reading.isRefused)
         m_pausedUntil = m_tools.clock().addSecs(pauseSeconds);

@@ -28,6 +28,9 @@ public:
         std::shared_ptr<ProcessRunner> processes;
         /// Whether somebody else uses the server's shared connection, which then outlives this watching. May be empty.
         std::function<bool(const QUuid &serverID)> isUsedElsewhere;
+        /// Connects, and returns what the user should hear about it, or an empty text. Called on workers; when absent,
+        /// the service's own connect step.
+        std::function<QString(SFTPService &, const ServerConnection &, const std::stop_token &)> connect = {};
         Clock clock = systemNow;
     };
 
@@ -63,6 +66,8 @@ public:
 
 signals:
     void changed();
+    /// A first contact has something to tell.
+    void noticeRaised(const QString &notice);
 
 private:
     struct Reading;

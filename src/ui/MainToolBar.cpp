@@ -88,21 +88,27 @@ void MainToolBar::addChosenItems()
         insertAction(m_chosenEnd, m_chosen.last());
         return m_chosen.last();
     };
+    // The filter keeps its room.
+    const auto addSmall = [&](const QString &iconName, const QString &text) {
+        QAction *made = add(iconName, text);
+        static_cast<QToolButton *>(widgetForAction(made))->setToolButtonStyle(Qt::ToolButtonIconOnly);
+        return made;
+    };
     // Names without a feature behind them are left out; the setting keeps them.
     for (const QString &item : m_model.settings().toolbarItemsRaw.value().split(u',')) {
         const QString name = item.trimmed();
         if (name == QLatin1String("sort")) {
-            QAction *sort = add(QStringLiteral("view-sort-ascending"), tr("Sort"));
+            QAction *sort = addSmall(QStringLiteral("view-sort-ascending"), tr("Sort"));
             sort->setMenu(m_sortMenu);
             static_cast<QToolButton *>(widgetForAction(sort))->setPopupMode(QToolButton::InstantPopup);
         } else if (name == QLatin1String("info")) {
-            connect(add(QStringLiteral("documentinfo"), tr("Info")), &QAction::triggered,
+            connect(addSmall(QStringLiteral("documentinfo"), tr("Info")), &QAction::triggered,
                     m_actions.action(PaneCommand::info), &QAction::trigger);
         } else if (name == QLatin1String("monitor")) {
             connect(add(QStringLiteral("office-chart-area"), tr("Monitor")), &QAction::triggered,
                     m_actions.action(WindowCommand::monitor), &QAction::trigger);
         } else if (name == QLatin1String("settings")) {
-            connect(add(QStringLiteral("configure"), tr("Preferences")), &QAction::triggered,
+            connect(addSmall(QStringLiteral("configure"), tr("Preferences")), &QAction::triggered,
                     m_actions.action(WindowCommand::preferences), &QAction::trigger);
         }
     }

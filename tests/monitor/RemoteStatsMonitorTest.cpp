@@ -24,8 +24,11 @@ namespace {
 struct Scene
 {
     explicit Scene(std::shared_ptr<ProcessRunner> processes)
-        : monitor({std::make_shared<KeychainStore>(keychain), std::move(processes),
-                   [this](const QUuid &) { return isUsedElsewhere; }, [this] { return now; }})
+        : monitor({std::make_shared<KeychainStore>(keychain),
+                   std::move(processes),
+                   [this](const QUuid &) { return isUsedElsewhere; },
+                   {},
+                   [this] { return now; }})
     {
     }
     /// Lets five seconds pass, and whatever they start come to its end.

@@ -54,7 +54,9 @@ void CoreBars::paintEvent(QPaintEvent * /*event*/)
             const qreal tall = std::clamp(percent / hundred, 0.0, 1.0) * track.height();
             return QRectF(track.left(), track.bottom() - tall, track.width(), tall);
         };
-        painter.setBrush(Theme::color(Theme::Color::success));
+        QColor system = Theme::color(Theme::Color::accent);
+        system.setAlphaF(0.5F);
+        painter.setBrush(system);
         painter.drawRoundedRect(filled(use->busy()), radius, radius);
         painter.setBrush(Theme::color(Theme::Color::accent));
         painter.drawRoundedRect(filled(use->user), radius, radius);

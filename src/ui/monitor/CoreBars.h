@@ -13,11 +13,13 @@ class CoreBars final : public QWidget
     Q_OBJECT
 
 public:
+    static constexpr int tallness = 34;
+
     explicit CoreBars(QWidget *parent = nullptr);
 
     void setCores(const QList<CoreUse> &cores);
-    QSize sizeHint() const override { return {200, 64}; }
-    QSize minimumSizeHint() const override { return {80, 44}; }
+    QSize sizeHint() const override { return {200, tallness}; }
+    QSize minimumSizeHint() const override { return {80, tallness}; }
     /// What is known of the core at a place; empty beside the bars.
     QString textAt(const QPoint &position) const;
 

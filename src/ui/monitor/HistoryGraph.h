@@ -36,7 +36,7 @@ public:
 
     HistoryGraph(QList<Series> series, Options options, QWidget *parent = nullptr);
 
-    QSize sizeHint() const override { return {200, 64}; }
+    QSize sizeHint() const override { return {200, 46}; }
     QSize minimumSizeHint() const override { return {80, 44}; }
     /// What stands beside the pointer; empty when it is on no reading.
     QString textAt(int x) const;

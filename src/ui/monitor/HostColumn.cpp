@@ -52,8 +52,8 @@ HostColumn::HostColumn(MonitoredHost &host, QWidget *parent)
     m_grid->setContentsMargins(0, 0, 0, 0);
     m_grid->setSpacing(gap);
     makeCards();
-    column->addWidget(m_body, 1);
-    column->addStretch(0);
+    column->addWidget(m_body);
+    column->addStretch();
     connect(&m_host, &MonitoredHost::changed, this, &HostColumn::refresh);
     refresh();
 }
@@ -61,6 +61,8 @@ HostColumn::HostColumn(MonitoredHost &host, QWidget *parent)
 QWidget *HostColumn::makeHeader()
 {
     auto *header = new QWidget(this);
+    constexpr int height = 28;
+    header->setFixedHeight(height);
     auto *icon = new QLabel(header);
     const QIcon look = m_host.server() ? ServerLook::icon(*m_host.server()) : Theme::icon(u"computer"_s);
     icon->setPixmap(look.pixmap(QSize(16, 16), devicePixelRatioF()));
@@ -146,10 +148,6 @@ void HostColumn::makeCards()
     addGraph(*m_load, {Figure::cpu})->setAccessibleName(tr("CPU over time"));
     m_memory = addCard(tr("Memory"), u"cardMemory"_s);
     addGraph(*m_memory, {Figure::memory})->setAccessibleName(tr("Memory over time"));
-    if (m_host.isLocal()) {
-        m_network = addCard(tr("Network"), u"cardNetwork"_s);
-        addGraph(*m_network, {Figure::received, Figure::sent})->setAccessibleName(tr("Network over time"));
-    }
     m_disk = addCard(tr("Disk (/)"), u"cardDisk"_s);
     m_diskBar = new UsageBar(m_disk);
     m_disk->addContent(m_diskBar, 0);
@@ -164,26 +162,46 @@ void HostColumn::makeCards()
     if (m_host.isLocal()) {
         m_coreBars = new CoreBars(m_cores);
         m_cores->addContent(m_coreBars, 1);
+    } else {
+        m_loadBar = new UsageBar(m_cores);
+        m_cores->addContent(m_loadBar, 0);
+        // As tall as the bars of this computer's cores.
+        static_cast<QVBoxLayout *>(m_cores->layout())->addSpacing(CoreBars::tallness - m_loadBar->sizeHint().height());
     }
-    MonitorCard *top = addCard(tr("Top Processes"), u"cardTop"_s);
-    top->setParts({6, 6, 4});
-    m_top = new TopProcesses(top);
-    top->addContent(m_top, 1);
-    if (m_host.isLocal()) {
-        m_sensors = addCard(tr("Sensors"), u"cardSensors"_s);
-        m_sensors->setParts({6, 6, 6});
-        m_sensors->hide();
-    }
+    m_topCard = addCard(tr("Top Processes"), u"cardTop"_s);
+    m_topCard->setParts({6, 6, 4});
+    m_top = new TopProcesses(m_topCard);
+    m_topCard->addContent(m_top, 1);
+    if (m_host.isLocal())
+        makeLocalCards();
     for (MonitorCard *card : std::as_const(m_cards)) {
-        auto *column = static_cast<QVBoxLayout *>(card->layout());
-        if (card == m_disk || card == m_uptime || card == m_processes || card == m_sensors || !m_host.isLocal())
-            column->addStretch(0);
+        if (card != m_load && card != m_memory && card != m_topCard && card != m_network)
+            static_cast<QVBoxLayout *>(card->layout())->addStretch(0);
     }
 }
 
-void HostColumn::setMostColumns(int columns)
+void HostColumn::makeLocalCards()
 {
-    m_mostColumns = columns;
+    m_network = addCard(tr("Network"), u"cardNetwork"_s);
+    addGraph(*m_network, {Figure::received, Figure::sent})->setAccessibleName(tr("Network over time"));
+    m_disks = addCard(tr("Disks"), u"cardDisks"_s);
+    auto *lines = Widgets::label({}, TextRole::muted, m_disks);
+    lines->setObjectName(u"diskLines"_s);
+    m_disks->addContent(lines, 0);
+    m_sensors = addCard(tr("Sensors"), u"cardSensors"_s);
+    m_sensors->setParts({6, 6, 6});
+    m_disks->hide();
+    m_sensors->hide();
+}
+
+void HostColumn::setNeighbours(int count)
+{
+    m_isAlone = count == 0;
+    m_mostColumns = std::max(3 - count, 1);
+    auto *column = static_cast<QVBoxLayout *>(layout());
+    column->setStretch(column->indexOf(m_body), m_isAlone ? 1 : 0);
+    column->setStretch(column->count() - 1, m_isAlone ? 0 : 1);
+    refresh();
     arrange();
 }
 
@@ -193,31 +211,56 @@ void HostColumn::resizeEvent(QResizeEvent *event)
     arrange();
 }
 
+QList<MonitorCard *> HostColumn::shownCards(int columns) const
+{
+    QList<MonitorCard *> cards = m_cards;
+    if (!m_showsDisks)
+        cards.removeOne(m_disks);
+    if (!m_showsSensors)
+        cards.removeOne(m_sensors);
+    // What is of the same height everywhere comes first.
+    if (columns == 1)
+        cards.move(cards.indexOf(m_topCard), cards.indexOf(m_cores));
+    return cards;
+}
+
 void HostColumn::arrange()
 {
-    constexpr int twoFrom = 560;
+    constexpr int twoFrom = 470;
     constexpr int threeFrom = 840;
     const int fitting = width() >= threeFrom ? 3 : width() >= twoFrom ? 2 : 1;
     const int columns = std::min(fitting, m_mostColumns);
-    if (columns == m_columns)
+    const QList<MonitorCard *> cards = shownCards(columns);
+    if (columns == m_columns && cards == m_shown)
         return;
     m_columns = columns;
+    m_shown = cards;
     for (MonitorCard *card : std::as_const(m_cards))
         m_grid->removeWidget(card);
     int row = 0;
     int used = 0;
-    for (qsizetype i = 0; i < m_cards.size(); ++i) {
-        const int parts = m_cards.at(i)->parts(columns);
+    for (qsizetype i = 0; i < cards.size(); ++i) {
+        const int parts = cards.at(i)->parts(columns);
         if (used + parts > wholeRow) {
             ++row;
             used = 0;
         }
-        const bool isLastOfRow = i + 1 == m_cards.size() || used + parts + m_cards.at(i + 1)->parts(columns) > wholeRow;
-        m_grid->addWidget(m_cards.at(i), row, used, 1, isLastOfRow ? wholeRow - used : parts);
+        const bool isLastOfRow = i + 1 == cards.size() || used + parts + cards.at(i + 1)->parts(columns) > wholeRow;
+        m_grid->addWidget(cards.at(i), row, used, 1, isLastOfRow ? wholeRow - used : parts);
         used += parts;
     }
     for (int part = 0; part < wholeRow; ++part)
         m_grid->setColumnStretch(part, 1);
+    for (int each = 0; each < m_grid->rowCount(); ++each)
+        m_grid->setRowStretch(each, 0);
+    for (QWidget *card : {static_cast<QWidget *>(m_load), static_cast<QWidget *>(m_topCard)}) {
+        int cardRow = 0;
+        int column = 0;
+        int rows = 0;
+        int wide = 0;
+        m_grid->getItemPosition(m_grid->indexOf(card), &cardRow, &column, &rows, &wide);
+        m_grid->setRowStretch(cardRow, 1);
+    }
 }
 
 void HostColumn::refresh()
@@ -252,18 +295,23 @@ void HostColumn::showState()
 void HostColumn::showFigures(const RemoteStats &stats)
 {
     m_load->setValue(monitorText::load(stats.load.mid(0, 1)));
-    m_load->setDetails(tr("Average of 1, 5 and 15 minutes: %1").arg(monitorText::load(stats.load)));
+    m_load->setDetails(tr("1, 5, 15 min: %1").arg(monitorText::load(stats.load)));
     m_memory->setValue(monitorText::percent(stats.memoryShare()));
     m_memory->setDetails(HostText::usedOf(stats.memUsedKB, stats.memTotalKB));
     m_disk->setValue(monitorText::percent(stats.diskShare()));
     m_disk->setDetails(HostText::usedOf(stats.diskUsedKB, stats.diskTotalKB));
     m_diskBar->setShare(stats.diskShare());
-    m_otherDisks->hide();
+    if (!m_host.isLocal())
+        m_otherDisks->hide();
     m_uptime->setValue(monitorText::uptime(stats.uptime));
+    m_uptime->setDetails(HostText::bootTime(stats.uptime, m_host.readAt()));
     m_processes->setValue(monitorText::count(stats.processCount));
     m_cores->setValue(monitorText::count(stats.cores));
-    const auto share = stats.loadShare();
-    m_cores->setDetails(share ? tr("%1 of their time asked for").arg(monitorText::percent(share)) : QString());
+    if (m_loadBar) {
+        const auto share = stats.loadShare();
+        m_loadBar->setShare(share);
+        m_cores->setDetails(share ? tr("load %1 for each core").arg(monitorText::load({*share})) : QString());
+    }
     m_top->setProcesses(stats.topProcesses);
 }
 
@@ -275,15 +323,20 @@ void HostColumn::showLocal(const LocalStats &stats)
     const auto network = stats.network();
     m_network->setValue(u"↓ "_s + monitorText::rate(network ? std::optional(network->in) : std::nullopt));
     m_network->setDetails(u"↑ "_s + monitorText::rate(network ? std::optional(network->out) : std::nullopt));
-    m_disk->setDetails(HostText::rootDisk(stats, m_host.stats()->diskUsedKB, m_host.stats()->diskTotalKB));
-    const QString others = HostText::otherDisks(stats);
-    m_otherDisks->setText(others);
-    m_otherDisks->setVisible(!others.isEmpty());
-    m_cores->setDetails({});
+    const QString lines = HostText::disks(stats);
+    m_otherDisks->setText(lines);
+    m_otherDisks->setVisible(m_isAlone && !lines.isEmpty());
+    m_disks->findChild<QLabel *>(u"diskLines"_s)->setText(lines);
+    m_showsDisks = !m_isAlone && !lines.isEmpty();
+    m_disks->setVisible(m_showsDisks);
+    m_processes->setDetails(HostText::threads(stats));
+    m_cores->setDetails(tr("load %1").arg(monitorText::load(stats.load)));
     m_coreBars->setCores(stats.cores);
     const QString sensors = HostText::sensors(stats);
     m_sensors->setDetails(sensors);
-    m_sensors->setVisible(!sensors.isEmpty());
+    m_showsSensors = !sensors.isEmpty();
+    m_sensors->setVisible(m_showsSensors);
+    arrange();
 }
 
 void HostColumn::showAlerts()

@@ -28,8 +28,9 @@ public:
     explicit HostColumn(MonitoredHost &host, QWidget *parent = nullptr);
 
     const MonitoredHost &host() const { return m_host; }
-    /// Side by side with others it keeps to one column of cards.
-    void setMostColumns(int columns);
+    /// Alone it fills the room there is; side by side with others its cards keep their heights, so that those of one
+    /// kind stand in a line.
+    void setNeighbours(int count);
 
 signals:
     void removeRequested();
@@ -41,8 +42,10 @@ private:
     QWidget *makeHeader();
     QWidget *makeMessage();
     void makeCards();
+    void makeLocalCards();
     MonitorCard *addCard(const QString &title, const QString &objectName);
     HistoryGraph *addGraph(MonitorCard &card, QList<MonitoredHost::Figure> figures);
+    QList<MonitorCard *> shownCards(int columns) const;
     void arrange();
     void refresh();
     void showState();
@@ -70,11 +73,20 @@ private:
     MonitorCard *m_cores = nullptr;
     MonitorCard *m_sensors = nullptr;
     UsageBar *m_diskBar = nullptr;
+    /// Of servers, which do not tell of single cores.
+    UsageBar *m_loadBar = nullptr;
     QLabel *m_otherDisks = nullptr;
     CoreBars *m_coreBars = nullptr;
     TopProcesses *m_top = nullptr;
+    MonitorCard *m_topCard = nullptr;
+    MonitorCard *m_disks = nullptr;
+    bool m_showsDisks = false;
+    bool m_showsSensors = false;
+    bool m_isAlone = true;
     int m_mostColumns = 3;
+    /// As they are laid out.
     int m_columns = 0;
+    QList<MonitorCard *> m_shown;
 };
 
 } // namespace moorix

@@ -92,12 +92,11 @@ QString cpuParts(const LocalStats &stats)
 {
     QStringList parts;
     if (stats.cpu) {
-        parts << tr("programs %1").arg(whole(stats.cpu->user)) << tr("system %1").arg(whole(stats.cpu->system))
-              << tr("waiting %1").arg(whole(stats.cpu->iowait));
+        parts << tr("user %1").arg(whole(stats.cpu->user)) << tr("system %1").arg(whole(stats.cpu->system))
+              << tr("wait %1").arg(whole(stats.cpu->iowait));
         if (stats.cpu->steal >= 1)
-            parts << tr("taken by the host %1").arg(whole(stats.cpu->steal));
+            parts << tr("steal %1").arg(whole(stats.cpu->steal));
     }
-    parts << tr("load %1").arg(monitorText::load(stats.load));
     return parts.join(separator);
 }
 
@@ -116,23 +115,38 @@ QString memory(const LocalStats &stats)
     return text;
 }
 
-QString rootDisk(const LocalStats &stats, const std::optional<qint64> &usedKB, const std::optional<qint64> &totalKB)
-{
-    QStringList parts{usedOf(usedKB, totalKB)};
-    if (const LocalDisk *root = stats.rootDisk(); root && root->rate)
-        parts << rates(root->rate);
-    return parts.join(separator);
-}
-
-QString otherDisks(const LocalStats &stats)
+QString disks(const LocalStats &stats)
 {
     constexpr qsizetype most = 6;
     QStringList lines;
+    if (const LocalDisk *root = stats.rootDisk(); root && root->rate)
+        lines << rates(root->rate);
     for (const LocalDisk &other : stats.disks) {
         if (other.mountPoint != u"/"_s && lines.size() < most)
             lines << disk(other);
     }
     return lines.join(u'\n');
+}
+
+QString bootTime(double uptime, const QDateTime &now)
+{
+    constexpr double longest = 1e10;
+    if (!(uptime > 0) || uptime > longest)
+        return {};
+    return tr("since %1").arg(Format::date(now.addSecs(-qint64(uptime)).toLocalTime()));
+}
+
+QString threads(const LocalStats &stats)
+{
+    if (!stats.processes)
+        return {};
+    qint64 threads = 0;
+    qint64 running = 0;
+    for (const LocalProcess &process : *stats.processes) {
+        threads += process.threads;
+        running += process.state == 'R';
+    }
+    return tr("%1 threads, %2 running").arg(QLocale().toString(threads), QLocale().toString(running));
 }
 
 QString sensors(const LocalStats &stats)

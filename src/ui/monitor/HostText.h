@@ -25,13 +25,16 @@ QString system(const RemoteStats &stats);
 QString usedOf(const std::optional<qint64> &usedKB, const std::optional<qint64> &totalKB);
 /// "37 %"
 QString busy(const std::optional<CpuUse> &cpu);
-/// "programs 20 · system 12 · waiting 3 · load 0.52 0.58 0.59"
+/// "user 20 · system 12 · wait 3", in per cent; empty at first.
 QString cpuParts(const LocalStats &stats);
 /// With the swap, if there is any.
 QString memory(const LocalStats &stats);
-QString rootDisk(const LocalStats &stats, const std::optional<qint64> &usedKB, const std::optional<qint64> &totalKB);
-/// A line for each of the other file systems.
-QString otherDisks(const LocalStats &stats);
+/// A line for what goes to and from "/", and one for each of the other file systems.
+QString disks(const LocalStats &stats);
+/// "since 3 Mar 2026 10:00"; empty when unknown.
+QString bootTime(double uptime, const QDateTime &now);
+/// "347 threads, 2 running"
+QString threads(const LocalStats &stats);
 /// Battery and temperatures in one line; empty without any.
 QString sensors(const LocalStats &stats);
 

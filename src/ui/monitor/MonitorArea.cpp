@@ -182,10 +182,9 @@ void MonitorArea::followHosts()
 
 void MonitorArea::fitColumns()
 {
-    const bool isAlone = m_columns.size() == 1;
     for (HostColumn *column : std::as_const(m_columns)) {
         column->setMinimumWidth(narrowestColumn);
-        column->setMostColumns(isAlone ? 3 : m_columns.size() == 2 ? 2 : 1);
+        column->setNeighbours(int(m_columns.size()) - 1);
     }
 }
 
@@ -227,19 +226,26 @@ void MonitorArea::focusSearch()
 void MonitorArea::showEvent(QShowEvent *event)
 {
     QWidget::showEvent(event);
-    m_model.monitoring().setDashboardShown(true);
+    window()->installEventFilter(this);
+    followVisibility();
 }
 
 void MonitorArea::hideEvent(QHideEvent *event)
 {
     QWidget::hideEvent(event);
-    m_model.monitoring().setDashboardShown(false);
+    followVisibility();
 }
 
-void MonitorArea::resizeEvent(QResizeEvent *event)
+void MonitorArea::followVisibility()
 {
-    QWidget::resizeEvent(event);
-    fitColumns();
+    m_model.monitoring().setDashboardShown(isVisible() && !window()->isMinimized());
+}
+
+bool MonitorArea::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == window() && event->type() == QEvent::WindowStateChange)
+        followVisibility();
+    return QWidget::eventFilter(watched, event);
 }
 
 void MonitorArea::keyPressEvent(QKeyEvent *event)

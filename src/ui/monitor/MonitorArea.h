@@ -40,8 +40,8 @@ signals:
 protected:
     void showEvent(QShowEvent *event) override;
     void hideEvent(QHideEvent *event) override;
-    void resizeEvent(QResizeEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
     QWidget *makeBar();
@@ -50,6 +50,7 @@ private:
     void showPage(bool showsProcesses);
     void fillServerMenu();
     void followHosts();
+    void followVisibility();
     void fitColumns();
 
     AppModel &m_model;

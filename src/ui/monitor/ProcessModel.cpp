@@ -157,7 +157,9 @@ QVariant ProcessModel::headerData(int section, Qt::Orientation orientation, int 
     if (role != Qt::DisplayRole)
         return {};
     const QStringList names{tr("Name"), tr("Process"), tr("User"), tr("CPU"), tr("Memory"), tr("Threads"), tr("State")};
-    return names.value(section);
+    if (section != int(m_arrangement.sortBy))
+        return names.value(section);
+    return names.value(section) + (m_arrangement.isAscending ? u" ↑"_s : u" ↓"_s);
 }
 
 } // namespace moorix

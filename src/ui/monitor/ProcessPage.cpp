@@ -27,7 +27,7 @@ using Widgets::TextRole;
 
 namespace {
 
-constexpr std::array<int, 6> columnWidths{300, 84, 110, 84, 96, 84};
+constexpr std::array<int, 7> columnWidths{200, 84, 96, 78, 92, 92, 110};
 
 QString verb(Signal signal)
 {
@@ -73,7 +73,7 @@ ProcessPage::ProcessPage(LocalMonitor &monitor, QWidget *parent)
     m_list->setModel(m_model);
     for (std::size_t column = 0; column < columnWidths.size(); ++column)
         m_list->setColumnWidth(int(column), columnWidths[column]);
-    m_list->header()->setSortIndicator(int(m_model->arrangement().sortBy), Qt::DescendingOrder);
+    m_list->header()->setSectionResizeMode(0, QHeaderView::Stretch);
     auto *column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
@@ -196,8 +196,6 @@ void ProcessPage::sortBy(int column)
         how.sortBy = wanted;
         m_model->setArrangement(how);
     });
-    const ProcessArrangement &how = m_model->arrangement();
-    m_list->header()->setSortIndicator(column, how.isAscending ? Qt::AscendingOrder : Qt::DescendingOrder);
 }
 
 void ProcessPage::showMenu(const QPoint &position)

@@ -91,8 +91,7 @@ ProcessTreeView::ProcessTreeView(QWidget *parent)
     setContextMenuPolicy(Qt::CustomContextMenu);
     setVerticalScrollMode(ScrollPerPixel);
     header()->setSectionsClickable(true);
-    header()->setSortIndicatorShown(true);
-    header()->setStretchLastSection(true);
+    header()->setStretchLastSection(false);
     header()->setMinimumSectionSize(60);
 }
 

@@ -38,17 +38,19 @@ TopProcesses::TopProcesses(QWidget *parent)
 
 int TopProcesses::rowHeight() const
 {
-    return fontMetrics().height() + 6;
+    return fontMetrics().height() + 5;
 }
 
 QSize TopProcesses::sizeHint() const
 {
-    return {3 * figureWidth, (rows + 1) * rowHeight()};
+    return {3 * figureWidth, rows * rowHeight()};
 }
 
 QSize TopProcesses::minimumSizeHint() const
 {
-    return sizeHint();
+    // Those for which there is no room are left out.
+    constexpr int fewest = 5;
+    return {3 * figureWidth, (fewest + 1) * rowHeight()};
 }
 
 void TopProcesses::setProcesses(const QList<ProcInfo> &processes)
@@ -73,6 +75,8 @@ void TopProcesses::paintEvent(QPaintEvent * /*event*/)
     painter.drawText(figure(0, 0), Qt::AlignRight | Qt::AlignVCenter, tr("Memory"));
     int y = rowHeight();
     for (const ProcInfo &process : m_processes) {
+        if (y + rowHeight() > height())
+            break;
         const QRect nameRect(0, y, width() - 2 * figureWidth, rowHeight());
         painter.setPen(Theme::color(Theme::Color::text));
         painter.drawText(nameRect, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
