@@ -16,11 +16,6 @@ namespace {
 
 const QString unknown = u"—"_s;
 
-QString counted(qint64 number, const QString &unit)
-{
-    return number == 1 ? u"1 "_s + unit : u"%1 %2s"_s.arg(QLocale().toString(number), unit);
-}
-
 } // namespace
 
 QString uptime(double seconds)
@@ -32,13 +27,16 @@ QString uptime(double seconds)
     if (!(seconds > 0) || seconds > longest)
         return unknown;
     const auto whole = qint64(seconds);
+    const auto two = [](qint64 first, const QString &firstUnit, qint64 second, const QString &secondUnit) {
+        return u"%1 %2 %3 %4"_s.arg(QLocale().toString(first), firstUnit).arg(second).arg(secondUnit);
+    };
     if (whole < minute)
-        return counted(whole, u"second"_s);
+        return u"%1 s"_s.arg(whole);
     if (whole < hour)
-        return counted(whole / minute, u"minute"_s);
+        return u"%1 min"_s.arg(whole / minute);
     if (whole < day)
-        return counted(whole / hour, u"hour"_s) + u", "_s + counted(whole % hour / minute, u"minute"_s);
-    return counted(whole / day, u"day"_s) + u", "_s + counted(whole % day / hour, u"hour"_s);
+        return two(whole / hour, u"h"_s, whole % hour / minute, u"min"_s);
+    return two(whole / day, u"d"_s, whole % day / hour, u"h"_s);
 }
 
 QString load(const QList<double> &averages)

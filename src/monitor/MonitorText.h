@@ -9,7 +9,7 @@
 /// How figures of a machine are written; an em dash for what is unknown. Any thread.
 namespace moorix::monitorText {
 
-/// "3 days, 4 hours", "12 minutes"; of seconds.
+/// "3 d 4 h", "4 h 36 min", "12 min"; of seconds.
 QString uptime(double seconds);
 /// "0.52  0.58  0.59"
 QString load(const QList<double> &averages);

@@ -40,7 +40,6 @@ QLabel[role="headline"] { font-weight: 600; font-size: 18px; }
 QLabel[role="keys"] { background: <toolBar>; border: 1px solid <border>; border-radius: 4px; padding: 1px 6px;
     color: <mutedText>; }
 QFrame[role="separator"] { background: <border>; border: none; }
-QTreeView#processList::item { padding: 0 8px; }
 QTreeView#serverTree::item, QTreeWidget#transferList::item, QTreeWidget#syncRuns::item { padding: 4px 0; }
 QListWidget#preferencePages { background: <sidebar>; border-right: 1px solid <border>; padding: 8px; }
 QListWidget#preferencePages::item { padding: 8px 10px; border-radius: 6px; }

@@ -14,7 +14,7 @@ using Widgets::TextRole;
 
 MonitorCard::MonitorCard(const QString &title, const QString &objectName, QWidget *parent)
     : QFrame(parent)
-    , m_value(Widgets::label({}, TextRole::headline, this))
+    , m_value(new ElidedLabel(Qt::ElideRight, this))
     , m_details(new ElidedLabel(Qt::ElideRight, this))
     , m_alert(Widgets::label({}, TextRole::body, this))
     , m_column(new QVBoxLayout(this))
@@ -26,7 +26,7 @@ MonitorCard::MonitorCard(const QString &title, const QString &objectName, QWidge
     name->setProperty("role", u"muted"_s);
     name->setObjectName(u"cardTitle"_s);
     m_value->setObjectName(u"cardValue"_s);
-    m_value->setWordWrap(false);
+    m_value->setProperty("role", u"headline"_s);
     m_details->setObjectName(u"cardDetails"_s);
     m_details->setProperty("role", u"muted"_s);
     m_alert->setObjectName(u"cardAlert"_s);

@@ -32,7 +32,7 @@ public:
     int parts(int columns) const { return m_parts.at(std::size_t(columns - 1)); }
 
 private:
-    QLabel *m_value;
+    ElidedLabel *m_value;
     ElidedLabel *m_details;
     QLabel *m_alert;
     QVBoxLayout *m_column;

@@ -140,8 +140,6 @@ QVariant ProcessModel::data(const QModelIndex &index, int role) const
         return row.hasChildren && m_arrangement.isTree;
     case isCollapsedRole:
         return m_arrangement.collapsed.contains(shown->pid);
-    case isContextRole:
-        return row.isContext;
     default:
         return {};
     }

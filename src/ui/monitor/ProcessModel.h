@@ -13,7 +13,7 @@ class ProcessModel final : public QAbstractTableModel
     Q_OBJECT
 
 public:
-    enum Role { depthRole = Qt::UserRole, hasChildrenRole, isCollapsedRole, isContextRole };
+    enum Role { depthRole = Qt::UserRole, hasChildrenRole, isCollapsedRole };
 
     explicit ProcessModel(QObject *parent = nullptr);
 

@@ -27,7 +27,7 @@ using Widgets::TextRole;
 
 namespace {
 
-constexpr std::array<int, 7> columnWidths{200, 84, 96, 78, 92, 92, 110};
+constexpr std::array<int, 7> columnWidths{200, 76, 90, 76, 92, 84, 104};
 
 QString verb(Signal signal)
 {

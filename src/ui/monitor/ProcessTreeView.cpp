@@ -19,7 +19,10 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int step = 16;
+constexpr int step = 12;
+/// The room of a branch's mark.
+constexpr int markWidth = 16;
+constexpr int padding = 8;
 constexpr int rowHeight = 24;
 
 /// Indents names and draws the mark of a branch before them.
@@ -30,7 +33,7 @@ public:
 
     static int indent(const QModelIndex &index)
     {
-        constexpr int deepest = 12;
+        constexpr int deepest = 10;
         return std::min(index.data(ProcessModel::depthRole).toInt(), deepest) * step;
     }
 
@@ -41,21 +44,20 @@ public:
 
     void paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override
     {
-        if (index.column() != 0) {
-            QStyledItemDelegate::paint(painter, option, index);
-            return;
-        }
         QStyleOptionViewItem ground = option;
         initStyleOption(&ground, index);
         ground.text.clear();
         option.widget->style()->drawControl(QStyle::CE_ItemViewItem, &ground, painter, option.widget);
-        QRect rect = option.rect.adjusted(8 + indent(index), 0, -4, 0);
-        if (index.data(ProcessModel::hasChildrenRole).toBool())
-            drawMark(*painter, rect, index.data(ProcessModel::isCollapsedRole).toBool());
-        rect.adjust(step, 0, 0, 0);
-        const bool isContext = index.data(ProcessModel::isContextRole).toBool();
-        painter->setPen(Theme::color(isContext ? Theme::Color::mutedText : Theme::Color::text));
-        painter->drawText(rect, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
+        QRect rect = option.rect.adjusted(padding, 0, -padding, 0);
+        if (index.column() == 0) {
+            rect.adjust(indent(index), 0, padding / 2, 0);
+            if (index.data(ProcessModel::hasChildrenRole).toBool())
+                drawMark(*painter, rect, index.data(ProcessModel::isCollapsedRole).toBool());
+            rect.adjust(markWidth, 0, 0, 0);
+        }
+        const QVariant color = index.data(Qt::ForegroundRole);
+        painter->setPen(color.isValid() ? color.value<QColor>() : Theme::color(Theme::Color::text));
+        painter->drawText(rect, index.data(Qt::TextAlignmentRole).toInt() | Qt::TextSingleLine,
                           option.fontMetrics.elidedText(index.data().toString(), Qt::ElideMiddle, rect.width()));
     }
 
@@ -119,11 +121,19 @@ void ProcessTreeView::keyPressEvent(QKeyEvent *event)
     }
 }
 
+void ProcessTreeView::resizeEvent(QResizeEvent *event)
+{
+    // Names need the room.
+    constexpr int roomy = 800;
+    setColumnHidden(int(ProcessColumn::threads), event->size().width() < roomy);
+    QTreeView::resizeEvent(event);
+}
+
 void ProcessTreeView::mousePressEvent(QMouseEvent *event)
 {
     const QModelIndex index = indexAt(event->position().toPoint());
-    const int inside = int(event->position().x()) - visualRect(index).left() - 8 - NameDelegate::indent(index);
-    const bool isOnMark = index.column() == 0 && inside >= 0 && inside < step;
+    const int inside = int(event->position().x()) - visualRect(index).left() - padding - NameDelegate::indent(index);
+    const bool isOnMark = index.column() == 0 && inside >= 0 && inside < markWidth;
     if (isOnMark && index.data(ProcessModel::hasChildrenRole).toBool())
         emit foldRequested(index, !index.data(ProcessModel::isCollapsedRole).toBool());
     else

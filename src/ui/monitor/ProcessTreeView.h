@@ -22,6 +22,7 @@ signals:
 protected:
     void keyPressEvent(QKeyEvent *event) override;
     void mousePressEvent(QMouseEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
     void drawBranches(QPainter *, const QRect &, const QModelIndex &) const override {}
 };
 
