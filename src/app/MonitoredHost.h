@@ -37,6 +37,8 @@ public:
     void setServer(const ServerConnection &server);
     /// Servers only: whether it is to be read, over and over.
     void setWatched(bool isWatched);
+    /// Servers only: what their timer does; for tests.
+    void tick() { m_remote->tick(); }
 
     const std::optional<RemoteStats> &stats() const { return m_stats; }
     /// Null for servers, and before the first reading.

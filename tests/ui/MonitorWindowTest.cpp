@@ -126,6 +126,61 @@ private slots:
         QTRY_VERIFY(!bench.column(2));
     }
 
+    void aServerThatIsLostKeepsItsCards()
+    {
+        std::atomic<bool> isDown = false;
+        MonitorBench bench(std::make_shared<FakeProcessRunner>([&isDown](const ProcessRequest &request) {
+            if (isDown)
+                return WindowBench::refusal(request);
+            if (request.program == u"/usr/bin/sftp"_s)
+                return ProcessResult{0, false, "sftp> pwd\nRemote working directory: /\nsftp> quit\n",
+                                     "Connected to x.\n"};
+            if (request.takeOutput)
+                request.takeOutput("@@CORES@@\n4\n@@HOST@@\nweb-01\n");
+            return ProcessResult();
+        }));
+        const ServerConnection server = bench.window.addServer(u"web"_s);
+        bench.showMonitor();
+        bench.model.monitoring().setChosen(server.id, true);
+        QTRY_COMPARE(bench.text(1, "cardCores"), u"4"_s);
+        QCOMPARE(bench.text(1, "cardMemory"), u"—"_s);
+        isDown = true;
+        MonitoredHost &host = *bench.model.monitoring().servers().front();
+        host.tick();
+        QTRY_VERIFY(bench.message(1).startsWith(u"Couldn't read server metrics|"));
+        QCOMPARE(bench.column(1)->findChild<QLabel *>(u"hostStale"_s)->text(),
+                 u"stale since "_s + host.readAt().toLocalTime().toString(u"HH:mm"_s));
+        QCOMPARE(bench.text(1, "cardCores"), u"4"_s);
+        isDown = false;
+        host.tick();
+        QTRY_COMPARE(bench.message(1), u"|"_s);
+        QVERIFY(!bench.column(1)->findChild<QLabel *>(u"hostStale"_s)->isVisible());
+    }
+
+    void theTreeIsFoldedByKeysAndHasNoSignalsForNobody()
+    {
+        MonitorBench bench;
+        bench.showMonitor();
+        WindowBench::click(bench.window.find("monitorProcesses"));
+        QTRY_VERIFY(bench.processes().rowCount() > 3);
+        auto *list = bench.window.find<QTreeView>("processList");
+        list->setFocus();
+        list->setCurrentIndex({});
+        bench.window.key(Qt::Key_Delete);
+        QCOMPARE(bench.window.find<QLabel>("messageBarText")->text(), u"Select a process first."_s);
+        WindowBench::click(bench.window.find("processTree"));
+        const QModelIndex first = bench.processes().indexOf(1);
+        QVERIFY(first.data(ProcessModel::hasChildrenRole).toBool());
+        const int all = bench.processes().rowCount();
+        list->setFocus();
+        list->setCurrentIndex(first);
+        bench.window.key(Qt::Key_Left);
+        QVERIFY(bench.processes().rowCount() < all);
+        QCOMPARE(list->currentIndex(), bench.processes().indexOf(1));
+        bench.window.key(Qt::Key_Return);
+        QVERIFY(!bench.processes().indexOf(1).data(ProcessModel::isCollapsedRole).toBool());
+    }
+
     void aProcessIsFoundAndEnded()
     {
         MonitorBench bench;
