@@ -214,15 +214,28 @@ private slots:
         QCOMPARE(child.exitCode(), 15);
     }
 
-    void aShortageIsTheCardsAndOneNotification()
+    void aShortageIsToldAtItsCard()
     {
-        MonitorBench bench;
-        QStringList told;
-        connect(
-            &bench.model.monitoring(), &Monitoring::alertRaised, this,
-            [&told](const QString &, const QString &title, const QString &text) { told << title + u": "_s + text; });
-        emit bench.model.monitoring().thisMachine().alertBegan({Resource::memory, u"Memory is 93 % full."_s});
-        QCOMPARE(told, QStringList{u"This computer: Memory is 93 % full."_s});
+        MonitorBench bench(std::make_shared<FakeProcessRunner>([](const ProcessRequest &request) {
+            if (request.program == u"/usr/bin/sftp"_s)
+                return ProcessResult{0, false, "Remote working directory: /\nsftp> quit\n", "Connected to x.\n"};
+            if (request.takeOutput)
+                request.takeOutput("@@MEM@@\nMemTotal: 100 kB\nMemAvailable: 7 kB\n@@PS@@\n1 2.0 41.0 firefox\n");
+            return ProcessResult();
+        }));
+        const ServerConnection server = bench.window.addServer(u"web"_s);
+        bench.showMonitor();
+        bench.model.monitoring().setChosen(server.id, true);
+        MonitoredHost &host = *bench.model.monitoring().servers().front();
+        QTRY_VERIFY(host.stats());
+        QCOMPARE(bench.text(1, "cardMemory", "cardAlert"), QString());
+        for (int reading = 0; reading < 6; ++reading) {
+            const QDateTime before = host.readAt();
+            host.tick();
+            QTRY_VERIFY(host.readAt() != before);
+        }
+        QCOMPARE(bench.text(1, "cardMemory", "cardAlert"), u"Memory is 93 % full. firefox uses 41 %."_s);
+        QCOMPARE(bench.text(1, "cardDisk", "cardAlert"), QString());
     }
 
     void graphsTellValueAndTimeAndLeaveGaps()
