@@ -13,6 +13,7 @@
 #include <QSignalSpy>
 
 #include <atomic>
+#include <thread>
 
 using namespace moorix;
 using namespace moorix::test;
@@ -108,6 +109,30 @@ private slots:
         QTRY_COMPARE(QDir(temporary.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
                      QStringList());
         qunsetenv("TMPDIR");
+    }
+
+    void aTickDuringASlowReadingStartsNoSecondCommand()
+    {
+        std::atomic<bool> isHeld = true;
+        const auto processes = std::make_shared<FakeProcessRunner>([&](const ProcessRequest &request) {
+            while (isMetrics(request) && isHeld)
+                std::this_thread::yield();
+            return metrics(request);
+        });
+        Scene scene(processes);
+        scene.monitor.start(serverAt(u"host"_s, u"ada"_s));
+        QTRY_COMPARE(processes->requests().size(), 2);
+        for (int tick = 0; tick < 3; ++tick) {
+            scene.now = scene.now.addSecs(5);
+            scene.monitor.tick();
+            QVERIFY(scene.monitor.isSampling());
+        }
+        isHeld = false;
+        QTRY_VERIFY(scene.monitor.stats());
+        scene.now = scene.now.addSecs(5);
+        scene.monitor.tick();
+        QTRY_COMPARE(scene.monitor.readAt(), std::optional(scene.now));
+        QCOMPARE(processes->requests().size(), 3);
     }
 
     void anotherServerReplacesTheFirst()
