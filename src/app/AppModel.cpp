@@ -4,6 +4,7 @@
 #include "app/BackupServices.h"
 #include "app/EditedFiles.h"
 #include "app/ListColumns.h"
+#include "app/Monitoring.h"
 #include "app/PaneTabs.h"
 #include "app/ServerConnections.h"
 #include "app/Session.h"
@@ -108,6 +109,9 @@ AppModel::AppModel(Platform platform, QObject *parent)
     takeUpEditedFiles();
     takeUpBackups();
     takeUpSync();
+    m_monitoring = std::make_unique<Monitoring>(
+        Monitoring::Environment{*m_preferences, *m_servers, *m_connections, m_keychain, m_processes});
+    connect(m_monitoring.get(), &Monitoring::messageRaised, this, &AppModel::messageRaised);
     m_migration =
         migrateSecretsOnce(*m_preferences, m_keychain, idsOf(m_servers->library().servers), idsOf(m_backups->jobs()));
 }

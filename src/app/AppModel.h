@@ -26,6 +26,7 @@ class FileService;
 class KeyValueStore;
 class Keychain;
 class ListColumns;
+class Monitoring;
 class PaneTabs;
 class Preferences;
 class ProcessRunner;
@@ -75,6 +76,7 @@ public:
     BackupHistoryStore &backupHistory() const { return *m_backupHistory; }
     BackupEngine &backupEngine() const { return *m_backupEngine; }
     SyncEngine &sync() const { return *m_sync; }
+    Monitoring &monitoring() const { return *m_monitoring; }
     PaneTabs &tabs(Side side) const;
     const std::shared_ptr<FileService> &localFiles() const { return m_localFiles; }
     const std::shared_ptr<ProcessRunner> &processes() const { return m_processes; }
@@ -138,6 +140,7 @@ private:
     std::unique_ptr<BackupEngine> m_backupEngine;
     std::unique_ptr<SyncPairStore> m_syncPairs;
     std::unique_ptr<SyncEngine> m_sync;
+    std::unique_ptr<Monitoring> m_monitoring;
     std::array<std::unique_ptr<PaneTabs>, 2> m_tabs;
     Side m_activeSide = Side::left;
     Job m_migration;

@@ -24,7 +24,7 @@ const QString programName = u"moorix"_s;
 QList<Command> allCommands()
 {
     return fileCommands() + copyCommands() + diffCommands() + serverCommands() + serverTransferCommands() +
-           secretCommands() + syncCommands() + backupCommands() + backupArchiveCommands();
+           secretCommands() + syncCommands() + backupCommands() + backupArchiveCommands() + statsCommands();
 }
 
 bool isHelp(const QString &argument)

@@ -23,11 +23,13 @@ namespace {
 
 constexpr int clientFailed = 255;
 
-/// Names come out whole only when the client may print UTF-8; LC_ALL would override that.
+/// Names come out whole only when the client may print UTF-8; LC_ALL would override that. The client passes these on
+/// where both sides allow it, and the server's commands then print numbers with a point.
 void useUtf8(QProcessEnvironment &environment)
 {
     environment.remove(QStringLiteral("LC_ALL"));
     environment.insert(QStringLiteral("LC_CTYPE"), QStringLiteral("C.UTF-8"));
+    environment.insert(QStringLiteral("LC_NUMERIC"), QStringLiteral("C"));
 }
 
 /// A client without a secret of ours must not stop to ask on the terminal the program was started from; an agent's or

@@ -338,6 +338,29 @@ std::optional<QString> SFTPService::runShell(const QString &command, const QStri
     throw FileServiceError::operationFailed(action + QStringLiteral(".\n") + words);
 }
 
+QString SFTPService::commandOutput(const QString &command, const std::stop_token &stop)
+{
+    constexpr qsizetype mostBytes = 256 * 1024;
+    QByteArray printed;
+    SSHStreams streams;
+    streams.takeOutput = [&printed](QByteArrayView bytes) {
+        printed += bytes;
+        if (printed.size() > mostBytes) {
+            throw FileServiceError::operationFailed(
+                QStringLiteral("The server answered with more than was asked for; its answer was not read."));
+        }
+    };
+    const SSHOutput output = m_runner.runRemote(login(), command, stop, streams);
+    const QString text = QString::fromUtf8(printed);
+    if (output.exitCode == 0)
+        return text;
+    constexpr qsizetype longestReason = 500;
+    const QString words = output.errorText.isEmpty() ? text.trimmed() : output.errorText;
+    throw FileServiceError::operationFailed(
+        QStringLiteral("The server did not run a command for “%1”: ").arg(m_server.username) +
+        (words.isEmpty() ? QStringLiteral("ssh exited with code %1").arg(output.exitCode) : words.left(longestReason)));
+}
+
 std::optional<FileItem> SFTPService::followed(const QString &path, const std::stop_token &stop)
 {
     SFTPBatch batch;

@@ -80,6 +80,10 @@ public:
     void requireAddressable(const QString &path) const override;
     std::optional<QString> linkTarget(const QString &path, const std::stop_token &stop) override;
 
+    /// What a command line prints that the account's shell runs. Throws operationFailed when it does not exit with 0,
+    /// prints more than 256 KiB, or when the account has no shell.
+    QString commandOutput(const QString &command, const std::stop_token &stop);
+
 private:
     /// The login in force; throws notConnected.
     SSHLogin login() const;

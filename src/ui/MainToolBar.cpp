@@ -91,12 +91,14 @@ void MainToolBar::addChosenItems()
             delete action;
     }
     // Without their texts, which would push the filter out of a window of usual width.
-    const auto add = [this](const QString &iconName, const QString &text) {
+    const auto showIconOnly = [this](QAction *action) {
+        static_cast<QToolButton *>(widgetForAction(action))->setToolButtonStyle(Qt::ToolButtonIconOnly);
+        return action;
+    };
+    const auto add = [&](const QString &iconName, const QString &text) {
         m_chosen += new QAction(Theme::icon(iconName), text, this);
         insertAction(m_chosenEnd, m_chosen.last());
-        // The filter needs the room of their names.
-        static_cast<QToolButton *>(widgetForAction(m_chosen.last()))->setToolButtonStyle(Qt::ToolButtonIconOnly);
-        return m_chosen.last();
+        return showIconOnly(m_chosen.last());
     };
     // Names without a feature behind them are left out; the setting keeps them.
     for (const QString &item : m_model.settings().toolbarItemsRaw.value().split(u',')) {
@@ -108,6 +110,9 @@ void MainToolBar::addChosenItems()
         } else if (name == QLatin1String("info")) {
             connect(add(QStringLiteral("documentinfo"), tr("Info")), &QAction::triggered,
                     m_actions.action(PaneCommand::info), &QAction::trigger);
+        } else if (name == QLatin1String("monitor")) {
+            connect(add(QStringLiteral("office-chart-area"), tr("Monitor")), &QAction::triggered,
+                    m_actions.action(WindowCommand::monitor), &QAction::trigger);
         } else if (name == QLatin1String("settings")) {
             connect(add(QStringLiteral("configure"), tr("Preferences")), &QAction::triggered,
                     m_actions.action(WindowCommand::preferences), &QAction::trigger);
@@ -115,6 +120,7 @@ void MainToolBar::addChosenItems()
             // The same action as in the menus, so that the button shows whether the terminals are shown.
             m_chosen += m_actions.action(WindowCommand::terminal);
             insertAction(m_chosenEnd, m_chosen.last());
+            showIconOnly(m_chosen.last());
         }
     }
 }

@@ -24,6 +24,7 @@
 #include "ui/WindowStyle.h"
 #include "ui/backup/BackupArea.h"
 #include "ui/compare/DiffPage.h"
+#include "ui/monitor/MonitorArea.h"
 #include "ui/pane/PaneView.h"
 #include "ui/servers/ServerLibraryView.h"
 #include "ui/servers/ServerLook.h"
@@ -56,6 +57,7 @@ MainWindow::MainWindow(AppModel &model)
     m_sides->handle(1)->installEventFilter(this);
     connectParts();
     connectCommands();
+    connectMonitor();
     m_actions->action(WindowCommand::sidebar)->setChecked(m_sidebar->isVisibleTo(this));
     applyTwoSides();
     followActiveSide();
@@ -239,6 +241,7 @@ void MainWindow::showLocation()
     const QString title = showsComparison() ? m_comparison->title()
                           : showsSync()     ? m_sync->title()
                           : showsBackups()  ? m_backups->title()
+                          : showsMonitor()  ? m_monitor->title()
                                             : session.title();
     setWindowTitle(tr("%1 — Moorix").arg(title));
     WindowState::saveTabs(m_model);

@@ -21,6 +21,7 @@ class DesktopNotifier;
 class DiffPage;
 class MainToolBar;
 class MessageBar;
+class MonitorArea;
 class PaneModel;
 class PreferencesWindow;
 class Session;
@@ -77,6 +78,8 @@ private:
     void leaveComparison();
     void dropComparison();
     void runComparisonCommand(PaneCommand command);
+    void connectMonitor();
+    void runMonitorCommand(PaneCommand command);
 
     PaneTabs &activeTabs() const;
     SideView &activeView() const;
@@ -96,7 +99,7 @@ private:
     void swapSides();
 
     bool showsSides() const;
-    /// In place of a sync or of backups.
+    /// In place of a sync, of backups or of the monitor.
     void showSides();
     /// Whether a sync stands in place of the two sides.
     bool showsSync() const;
@@ -104,6 +107,8 @@ private:
     /// Whether backups stand in place of the two sides.
     bool showsBackups() const;
     bool showsComparison() const;
+    /// Whether the monitor stands in place of the two sides.
+    bool showsMonitor() const;
 
     void followActiveSide();
     void followSession();
@@ -128,6 +133,7 @@ private:
     QPointer<DiffPage> m_comparison;
     /// What the comparison stands in place of.
     QWidget *m_comparedFrom = nullptr;
+    MonitorArea *m_monitor = nullptr;
     DesktopNotifier *m_notifier = nullptr;
     std::array<SideView *, 2> m_sideViews{};
     TransferDrawer *m_drawer = nullptr;

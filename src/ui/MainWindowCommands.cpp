@@ -43,7 +43,7 @@ std::optional<ServerConnection> serverNamed(const QString &name, const ServerSto
     return found.size() == 1 ? std::optional(found.first()) : std::nullopt;
 }
 
-/// What needs nothing of the two sides; all else brings them back where a sync or backups stand in their place.
+/// What needs nothing of the two sides; all else brings them back where something else stands in their place.
 bool worksBesideSides(WindowCommand command)
 {
     using enum WindowCommand;
@@ -57,6 +57,7 @@ bool worksBesideSides(WindowCommand command)
     case backups:
     case backupSelection:
     case openArchive:
+    case monitor:
     case sidebar:
     case focusSidebar:
     case transfers:
@@ -166,6 +167,10 @@ void MainWindow::runPaneCommand(PaneCommand command)
     if (showsBackups()) {
         if (command == PaneCommand::goBack || command == PaneCommand::goUp)
             m_backups->goBack();
+        return;
+    }
+    if (showsMonitor()) {
+        runMonitorCommand(command);
         return;
     }
     if (command == PaneCommand::focusOtherSide) {

@@ -68,6 +68,7 @@ Sidebar::Sidebar(AppModel &model, QWidget *parent)
     , m_servers(addSection(tr("SERVERS")))
     , m_syncs(addSection(tr("SYNC")))
     , m_backups(addSection(tr("BACKUPS")))
+    , m_monitor(new QTreeWidgetItem(addSection(tr("SYSTEM")), {tr("Monitor")}))
 {
     setObjectName(QStringLiteral("sidebar"));
     setAccessibleName(tr("Places and servers"));
@@ -83,6 +84,7 @@ Sidebar::Sidebar(AppModel &model, QWidget *parent)
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setContextMenuPolicy(Qt::CustomContextMenu);
     setTabKeyNavigation(false);
+    m_monitor->setIcon(0, Theme::icon(QStringLiteral("office-chart-area")));
     fillPlaces();
     fillServers();
     fillSyncs();
@@ -177,7 +179,8 @@ void Sidebar::markSync(const QString &key)
 void Sidebar::markItems()
 {
     clearSelection();
-    if (m_showsBackups)
+    m_monitor->setSelected(m_showsMonitor);
+    if (m_showsBackups || m_showsMonitor)
         return;
     if (!m_currentSync.isEmpty()) {
         for (int row = 0; row < m_syncs->childCount(); ++row)
@@ -202,6 +205,8 @@ void Sidebar::choose(const QTreeWidgetItem *item)
         return;
     if (item->parent() == m_places)
         emit placeChosen(item->data(0, pathRole).toString());
+    else if (item == m_monitor)
+        emit monitorRequested();
     else if (isBackup(item))
         chooseBackup(item->data(0, jobRole).toUuid());
     else if (item->parent() == m_servers)
@@ -339,6 +344,12 @@ void Sidebar::markBackups(bool areShown)
 {
     m_showsBackups = areShown;
     markCurrent(m_currentPath, m_currentServer);
+}
+
+void Sidebar::markMonitor(bool isShown)
+{
+    m_showsMonitor = isShown;
+    markItems();
 }
 
 void Sidebar::fillServerMenu(QMenu &menu, const QUuid &server)

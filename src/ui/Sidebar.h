@@ -29,6 +29,8 @@ public:
     void markSync(const QString &key);
     /// Whether backups are shown instead of the sides.
     void markBackups(bool areShown);
+    /// Whether the monitor is shown instead of the sides.
+    void markMonitor(bool isShown);
 
 signals:
     void placeChosen(const QString &path);
@@ -45,6 +47,7 @@ signals:
     void pairSettingsRequested(const QUuid &pair);
     void pairForgetRequested(const QUuid &pair);
     void pairsRequested();
+    void monitorRequested();
     void backupChosen(const QUuid &job);
     void newBackupRequested(const QStringList &sources);
     void editBackupRequested(const QUuid &job, const QStringList &moreSources);
@@ -85,7 +88,9 @@ private:
     QTreeWidgetItem *m_servers;
     QTreeWidgetItem *m_syncs;
     QTreeWidgetItem *m_backups;
+    QTreeWidgetItem *m_monitor;
     bool m_showsBackups = false;
+    bool m_showsMonitor = false;
     QString m_currentPath;
     QUuid m_currentServer;
     QString m_currentSync;

@@ -44,6 +44,7 @@ enum class WindowCommand {
     backups,
     backupSelection,
     openArchive,
+    monitor,
     shortcuts,
     about
 };

@@ -32,7 +32,7 @@ QFrame#editedFilesBar[tone="danger"] { border-top-color: <danger>; }
 QFrame#editedFilesBar[tone="quiet"] { border-top: 1px solid <border>; }
 QWidget#syncPage, QWidget#syncOverview { background: <base>; }
 QFrame#syncRowBar, QFrame#syncFooter { background: <sidebar>; border: none; border-top: 1px solid <border>; }
-QPushButton#syncConflicts::menu-indicator { image: none; }
+QPushButton#syncConflicts::menu-indicator, QPushButton#monitorServers::menu-indicator { image: none; }
 QFrame#syncProgress, QFrame#syncEnd { background: <sidebar>; border: none; border-bottom: 1px solid <border>; }
 QFrame#conflictBar { background: <toolBar>; border: none; border-top: 2px solid <warning>; }
 QWidget#diffPage { background: <base>; }
@@ -47,7 +47,7 @@ QTreeView#serverTree::item, QTreeWidget#transferList::item, QTreeWidget#syncRuns
 QListWidget#preferencePages { background: <sidebar>; border-right: 1px solid <border>; padding: 8px; }
 QListWidget#preferencePages::item { padding: 8px 10px; border-radius: 6px; }
 QListWidget#preferencePages::item:selected { background: <selection>; color: <text>; }
-QWidget#backupArea, QWidget#backupOverview, QWidget#backupEditor, QWidget#backupJobPage, QWidget#archiveView { background: <window>; }
+QWidget#monitorArea, QWidget#backupArea, QWidget#backupOverview, QWidget#backupEditor, QWidget#backupJobPage, QWidget#archiveView { background: <window>; }
 QFrame#backupCard:focus, QFrame#serverFolderPicker:focus { border-color: <accent>; }
 QFrame#workBar, QFrame#restorePanel { background: <sidebar>; border: none; border-top: 1px solid <border>;
     border-bottom: 1px solid <border>; }

@@ -56,5 +56,6 @@ QList<Command> secretCommands();
 QList<Command> syncCommands();
 QList<Command> backupCommands();
 QList<Command> backupArchiveCommands();
+QList<Command> statsCommands();
 
 } // namespace moorix

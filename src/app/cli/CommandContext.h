@@ -61,12 +61,12 @@ public:
     ServerConnection server(const QString &reference);
     /// Resolves TARGET and connects to its server. What a first contact has to tell goes to standard error.
     TargetPlace place(const QString &target);
+    /// The server's service, connected. What a first contact has to tell goes to standard error.
+    std::shared_ptr<RemoteFileService> connected(const ServerConnection &server);
     /// What the saved folder pair of this key leaves out. Throws when the list of pairs cannot be read.
     QStringList savedIgnorePatterns(const QString &pairKey);
 
 private:
-    std::shared_ptr<RemoteFileService> connected(const ServerConnection &server);
-
     std::stop_token m_stop;
     std::shared_ptr<ProcessRunner> m_processes;
     std::shared_ptr<KeychainStore> m_keychain;

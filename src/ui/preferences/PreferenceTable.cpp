@@ -125,9 +125,7 @@ PreferencePage appearance(SettingsStore &settings)
                 number(settings.sizeColumnWidth, tr("Width of the size column"), tr(" px"), 40, 600),
                 number(settings.dateColumnWidth, tr("Width of the date column"), tr(" px"), 40, 600),
                 text(settings.toolbarItemsRaw, tr("Further toolbar items"),
-                     tr("Names with commas between: sort, info, settings, monitor, terminal. Monitor appears once that "
-                        "feature is present."),
-                     tr("None")),
+                     tr("Names with commas between: sort, info, settings, monitor, terminal."), tr("None")),
             }};
 }
 
@@ -165,7 +163,7 @@ PreferencePage monitor(SettingsStore &settings)
 {
     return {tr("Monitor"),
             QStringLiteral("view-statistics"),
-            tr("The monitor is not part of this version; these settings are kept for it."),
+            tr("What the icon in the system tray shows of this computer, where the desktop has a tray."),
             {
                 toggle(settings.widgetCPU, tr("Processor")),
                 toggle(settings.widgetRAM, tr("Memory")),
