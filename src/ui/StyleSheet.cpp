@@ -20,8 +20,8 @@ QSplitter::handle:vertical { height: 1px; }
 
 QToolTip { background: <toolBar>; color: <text>; border: 1px solid <border>; padding: 4px 6px; }
 
-QToolBar { background: <toolBar>; border: none; border-bottom: 1px solid <border>; padding: 6px 8px; spacing: 6px; }
-QToolBar::separator { background: <border>; width: 1px; margin: 6px 8px; }
+QToolBar { background: <toolBar>; border: none; border-bottom: 1px solid <border>; padding: 6px 8px; spacing: 3px; }
+QToolBar::separator { background: <border>; width: 1px; margin: 6px 6px; }
 QToolButton { border: 1px solid transparent; border-radius: 6px; padding: 4px 7px; color: <text>; }
 QToolButton:hover { background: <hover>; }
 QToolButton:pressed, QToolButton:checked { background: <selection>; }
