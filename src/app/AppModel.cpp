@@ -18,6 +18,7 @@
 #include "platform/AppPaths.h"
 #include "platform/KeyValueStore.h"
 #include "platform/Preferences.h"
+#include "platform/PrivateLeftovers.h"
 #include "platform/ProcessRunner.h"
 #include "remote/SSHConfigHosts.h"
 #include "servers/SecretMigration.h"
@@ -112,6 +113,8 @@ AppModel::AppModel(Platform platform, QObject *parent)
     m_monitoring = std::make_unique<Monitoring>(
         Monitoring::Environment{*m_preferences, *m_servers, *m_connections, m_keychain, m_processes});
     connect(m_monitoring.get(), &Monitoring::messageRaised, this, &AppModel::messageRaised);
+    m_sweep =
+        runJob([](const std::stop_token &) { return PrivateLeftovers::remove(); }, [](int) {}, [](const Error &) {});
     m_migration =
         migrateSecretsOnce(*m_preferences, m_keychain, idsOf(m_servers->library().servers), idsOf(m_backups->jobs()));
 }

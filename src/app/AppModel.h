@@ -144,6 +144,7 @@ private:
     std::array<std::unique_ptr<PaneTabs>, 2> m_tabs;
     Side m_activeSide = Side::left;
     Job m_migration;
+    Job m_sweep;
 };
 
 } // namespace moorix

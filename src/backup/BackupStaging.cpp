@@ -6,15 +6,13 @@
 #include "files/Format.h"
 #include "files/LocalDisk.h"
 #include "platform/AppPaths.h"
+#include "platform/PrivateLeftovers.h"
 
 #include <QDir>
 
 #include <cerrno>
 
-#include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace moorix {
 
@@ -23,20 +21,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 const QString prefix = u"moorix-backup-"_s;
-
-/// The folder, locked, unless somebody else holds it, it is no folder of this user's, or it has gone meanwhile.
-FileDescriptor lockedFolder(const QString &path)
-{
-    const QByteArray name = LocalDisk::native(path);
-    FileDescriptor folder(::open(name.constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    struct stat opened = {};
-    struct stat present = {};
-    if (!folder.isOpen() || ::fstat(folder.value(), &opened) != 0 || opened.st_uid != ::geteuid() ||
-        ::flock(folder.value(), LOCK_EX | LOCK_NB) != 0 || ::lstat(name.constData(), &present) != 0 ||
-        present.st_ino != opened.st_ino)
-        folder = FileDescriptor();
-    return folder;
-}
 
 void removeFolder(const QString &path)
 {
@@ -52,13 +36,14 @@ void removeFolder(const QString &path)
 BackupStaging::BackupStaging()
 {
     // Between making and locking it, another program that starts may take it for a dead one's.
-    while (!m_lock.isOpen()) {
+    using PrivateLeftovers::Claim;
+    for (Claim claim = Claim::somebodyElses; claim == Claim::somebodyElses;) {
         m_path = AppPaths::temporaryFolder() + u'/' + prefix + uuidText(newUuid());
         if (::mkdir(LocalDisk::native(m_path).constData(), 0700) != 0) {
             throw Error(u"Backup"_s,
                         u"The temporary folder “%1” could not be made: %2"_s.arg(m_path, systemErrorText(errno)));
         }
-        m_lock = lockedFolder(m_path);
+        claim = PrivateLeftovers::claim(m_path, m_lock);
     }
 }
 
@@ -77,7 +62,8 @@ int BackupStaging::removeDead()
         if (QUuid::fromString(QStringView(name).mid(prefix.size())).isNull())
             continue;
         const QString path = Format::join(temporary.path(), name);
-        if (const FileDescriptor lock = lockedFolder(path); lock.isOpen()) {
+        FileDescriptor lock;
+        if (PrivateLeftovers::claim(path, lock) == PrivateLeftovers::Claim::ours) {
             removeFolder(path);
             ++count;
         }

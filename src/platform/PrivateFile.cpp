@@ -4,10 +4,14 @@
 #include "base/Error.h"
 #include "base/Json.h"
 #include "platform/AppPaths.h"
+#include "platform/PrivateLeftovers.h"
 
 #include <QFile>
 
 #include <cerrno>
+#include <map>
+#include <mutex>
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -28,6 +32,19 @@ bool writeAll(int descriptor, const QByteArray &content)
         written += count;
     }
     return true;
+}
+
+/// The locks of files that were given up: of those a path is all that is kept.
+struct ReleasedLocks
+{
+    std::mutex mutex;
+    std::map<QString, FileDescriptor> locks;
+};
+
+ReleasedLocks &releasedLocks()
+{
+    static ReleasedLocks released;
+    return released;
 }
 
 } // namespace
@@ -52,13 +69,19 @@ void writeNewPrivateFile(const QString &path, const QByteArray &content, unsigne
 
 PrivateFile::PrivateFile(const QString &prefix, const QByteArray &content, const QString &suffix)
 {
-    const QString path = AppPaths::temporaryFolder() + u'/' + prefix + uuidText(newUuid()) + suffix;
-    writeNewPrivateFile(path, content, 0600);
-    m_path = path;
+    using PrivateLeftovers::Claim;
+    // Between making and locking it, another program that starts may take it for a dead one's.
+    for (Claim claim = Claim::somebodyElses; claim == Claim::somebodyElses;) {
+        const QString path = AppPaths::temporaryFolder() + u'/' + prefix + uuidText(newUuid()) + suffix;
+        writeNewPrivateFile(path, content, 0600);
+        claim = PrivateLeftovers::claim(path, m_lock);
+        m_path = path;
+    }
 }
 
 PrivateFile::PrivateFile(PrivateFile &&other) noexcept
-    : m_path(other.release())
+    : m_path(std::exchange(other.m_path, QString()))
+    , m_lock(std::move(other.m_lock))
 {
 }
 
@@ -67,6 +90,7 @@ PrivateFile &PrivateFile::operator=(PrivateFile &&other) noexcept
     // What is replaced goes at once, not with `other`.
     PrivateFile taken(std::move(other));
     std::swap(m_path, taken.m_path);
+    std::swap(m_lock, taken.m_lock);
     return *this;
 }
 
@@ -78,7 +102,18 @@ PrivateFile::~PrivateFile()
 
 QString PrivateFile::release()
 {
+    ReleasedLocks &released = releasedLocks();
+    const std::scoped_lock guard(released.mutex);
+    released.locks.insert_or_assign(m_path, std::move(m_lock));
     return std::exchange(m_path, QString());
+}
+
+void PrivateFile::removeReleased(const QString &path) noexcept
+{
+    QFile::remove(path);
+    ReleasedLocks &released = releasedLocks();
+    const std::scoped_lock guard(released.mutex);
+    released.locks.erase(path);
 }
 
 } // namespace moorix

@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "base/FileDescriptor.h"
+
 #include <QByteArray>
 #include <QString>
 
 namespace moorix {
 
-/// A temporary file that only this user can read (0600) and that is gone with the object.
+/// A temporary file that only this user can read (0600) and that is gone with the object. It is locked, so that one
+/// whose program was killed is told from one in use (PrivateLeftovers). Any thread.
 class PrivateFile final
 {
 public:
@@ -18,11 +21,14 @@ public:
     ~PrivateFile();
 
     const QString &path() const { return m_path; }
-    /// Gives the file up: it stays, and the caller removes it.
+    /// Gives the file up: it stays, and locked, until `removeReleased`.
     QString release();
+    /// Removes a file that was given up; failures are ignored.
+    static void removeReleased(const QString &path) noexcept;
 
 private:
     QString m_path;
+    FileDescriptor m_lock;
 };
 
 /// Creates `path`, which must not exist, with `content` and exactly the permission bits `mode`; the bits are in

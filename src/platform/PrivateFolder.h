@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "base/FileDescriptor.h"
+
 #include <QString>
 
 namespace moorix {
 
 /// A temporary folder that only this user can enter (0700) and that is gone, with everything in it, with the object.
+/// Locked like a PrivateFile.
 class PrivateFolder final
 {
 public:
@@ -19,6 +22,7 @@ public:
 
 private:
     QString m_path;
+    FileDescriptor m_lock;
 };
 
 } // namespace moorix

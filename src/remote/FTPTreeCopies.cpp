@@ -6,10 +6,9 @@
 #include "files/Format.h"
 #include "files/LocalFileService.h"
 #include "files/NativePath.h"
-#include "platform/AppPaths.h"
+#include "platform/PrivateFolder.h"
 
 #include <QDir>
-#include <QTemporaryDir>
 
 #include <algorithm>
 #include <cerrno>
@@ -117,10 +116,8 @@ void FTPService::copy(const FileItem &item, const QString &toPath, const std::st
 
 void FTPService::copyRemote(const QString &source, const QString &destination, const std::stop_token &stop)
 {
-    const QTemporaryDir folder(QDir(AppPaths::temporaryFolder()).filePath(QStringLiteral("moorix-copy-XXXXXX")));
-    if (!folder.isValid())
-        throw FileServiceError::operationFailed(unable(source, QStringLiteral("copied: ")) + folder.errorString());
-    const QString local = folder.filePath(QStringLiteral("copy"));
+    const PrivateFolder folder(QStringLiteral("moorix-copy-"));
+    const QString local = folder.path() + QStringLiteral("/copy");
     FileItem item;
     item.path = source;
     if (followLink(item, stop).isDirectory) {

@@ -3,13 +3,12 @@
 
 #include "files/FileServiceError.h"
 #include "files/Format.h"
-#include "platform/AppPaths.h"
+#include "platform/PrivateFolder.h"
 #include "remote/SFTPQuoting.h"
 #include "remote/TransferProgress.h"
 
 #include <QDir>
 #include <QFileInfo>
-#include <QTemporaryDir>
 
 namespace moorix {
 
@@ -130,10 +129,8 @@ void SFTPService::runRecursiveCopy(const SFTPBatch &batch, const std::stop_token
 
 void SFTPService::copyThroughThisMachine(const QString &source, const QString &destination, const std::stop_token &stop)
 {
-    const QTemporaryDir folder(QDir(AppPaths::temporaryFolder()).filePath(QStringLiteral("moorix-copy-XXXXXX")));
-    if (!folder.isValid())
-        throw FileServiceError::operationFailed(action(source, QStringLiteral("copied: ")) + folder.errorString());
-    const QString local = folder.filePath(QStringLiteral("copy"));
+    const PrivateFolder folder(QStringLiteral("moorix-copy-"));
+    const QString local = folder.path() + QStringLiteral("/copy");
     if (followed(source, stop).value_or(FileItem()).isDirectory) {
         downloadRecursive(source, local, stop);
         uploadRecursive(local, destination, stop);

@@ -67,7 +67,7 @@ std::optional<QString> prepareIdentity(const ServerConnection &server, const Con
 void cleanupIdentity(std::optional<QString> &tempIdentityPath) noexcept
 {
     if (tempIdentityPath)
-        QFile::remove(*tempIdentityPath);
+        PrivateFile::removeReleased(*tempIdentityPath);
     tempIdentityPath.reset();
 }
 
