@@ -10,6 +10,7 @@
 #include <fcntl.h>
 #include <sys/ioctl.h>
 #include <termios.h>
+#include <unistd.h>
 
 namespace moorix {
 
@@ -84,6 +85,23 @@ qsizetype PseudoTerminal::write(QByteArrayView bytes) const
             break;
     }
     return taken;
+}
+
+bool PseudoTerminal::dropInputBefore(char signalCharacter) const
+{
+    termios modes{};
+    if (::tcgetattr(master(), &modes) != 0 || (modes.c_lflag & ISIG) == 0 || (modes.c_lflag & NOFLSH) != 0)
+        return false;
+    const auto character = static_cast<cc_t>(signalCharacter);
+    if (character == _POSIX_VDISABLE ||
+        (character != modes.c_cc[VINTR] && character != modes.c_cc[VQUIT] && character != modes.c_cc[VSUSP]))
+        return false;
+    // First what is on its way to the program's end, then what has come there.
+    ::tcflush(master(), TCOFLUSH);
+    const FileDescriptor peer(::ioctl(master(), TIOCGPTPEER, O_RDWR | O_NOCTTY | O_CLOEXEC));
+    if (peer.isOpen())
+        ::tcflush(peer.value(), TCIFLUSH);
+    return true;
 }
 
 void PseudoTerminal::resize(int rows, int columns) const

@@ -30,6 +30,9 @@ public:
     Reading read(std::span<char> buffer, qsizetype &count) const;
     /// How many of these bytes the terminal took; 0 while the program does not read. -1 when there is no program.
     qsizetype write(QByteArrayView bytes) const;
+    /// Whether the terminal turns this character into a signal. What the program has not read is dropped then, as the
+    /// system itself does where there is room for the character: so it does not wait behind a text that nobody reads.
+    bool dropInputBefore(char signalCharacter) const;
     /// Tells the program about its new size.
     void resize(int rows, int columns) const;
     /// The process group that has the keyboard, or -1.

@@ -141,7 +141,13 @@ void PTYRunner::finish()
 
 bool PTYRunner::write(QByteArrayView bytes)
 {
-    if (!m_process || m_exitCode || m_pending.size() - m_written + bytes.size() > mostPendingInput)
+    if (!m_process || m_exitCode)
+        return false;
+    if (bytes.size() == 1 && m_master->dropInputBefore(bytes.front())) {
+        m_pending.clear();
+        m_written = 0;
+    }
+    if (m_pending.size() - m_written + bytes.size() > mostPendingInput)
         return false;
     m_pending.remove(0, std::exchange(m_written, 0));
     m_pending.append(bytes);

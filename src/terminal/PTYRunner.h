@@ -45,7 +45,8 @@ public:
     bool hasForegroundProgram() const;
 
     /// Types these bytes: at once as far as the program reads, the rest as it does. False when there is no room for
-    /// them, or no program; nothing of them is typed then.
+    /// them, or no program; nothing of them is typed then. A single character that interrupts or stops the program goes
+    /// at once, and what waits before it is dropped.
     bool write(QByteArrayView bytes);
     void resize(int rows, int columns);
     /// Hangs up, as closing a terminal's window does, and kills what has not ended half a second later. `onExit`

@@ -163,10 +163,51 @@ private slots:
         QVERIFY(terminal.runner.write("go\n"));
         QVERIFY(terminal.runner.write(input));
         QVERIFY(!terminal.runner.write(QByteArray(PTYRunner::mostPendingInput, 'x')));
+        // To a program that takes the characters themselves it is one like all others.
+        QVERIFY(terminal.runner.write("\x03"));
         // The last byte of the first line is what `read` took beyond it at most.
-        QTRY_VERIFY_WITH_TIMEOUT(tree.read("taken").endsWith(input), 20000);
+        QTRY_VERIFY_WITH_TIMEOUT(tree.read("taken").endsWith(input + "\x03"), 20000);
         terminal.runner.terminate();
         QTRY_VERIFY(terminal.hasEnded());
+    }
+
+    void interruptDoesNotWaitBehindWhatIsNotRead_data()
+    {
+        QTest::addColumn<QByteArray>("key");
+        QTest::addColumn<int>("signal");
+        QTest::addRow("Ctrl+C") << QByteArray("\x03") << SIGINT;
+        QTest::addRow("Ctrl+\\") << QByteArray("\x1c") << SIGQUIT;
+        QTest::addRow("another key") << QByteArray("k") << SIGINT;
+    }
+    void interruptDoesNotWaitBehindWhatIsNotRead()
+    {
+        QFETCH(QByteArray, key);
+        Terminal terminal(
+            u"ulimit -c 0; stty -echo %1; echo ready; exec sleep 100"_s.arg(key == "k" ? u"intr k"_s : u""_s));
+        QTRY_VERIFY(terminal.output.contains("ready"));
+        QVERIFY(terminal.runner.write(QByteArray("0123456789abcde\n").repeated(65536)));
+        QTest::qWait(1);
+        QVERIFY(terminal.runner.write(key));
+        QTRY_VERIFY(terminal.hasEnded());
+        QFETCH(int, signal);
+        QCOMPARE(terminal.exits, QList{std::optional(128 + signal)});
+    }
+
+    void stoppedProgramLeavesTheShellACleanPrompt()
+    {
+        Terminal terminal;
+        terminal.runner.start({u"/bin/bash"_s, {u"--norc"_s, u"-i"_s}, {u"PS1=> "_s, u"PATH=/bin"_s}, {}, {}}, 24, 80);
+        QTRY_VERIFY(terminal.output.contains("> "));
+        QVERIFY(terminal.runner.write("sleep 100\r"));
+        QTRY_VERIFY(terminal.runner.hasForegroundProgram());
+        QVERIFY(terminal.runner.write(QByteArray("echo not this\n").repeated(65536)));
+        QTest::qWait(1);
+        QVERIFY(terminal.runner.write("\x1a"));
+        QTRY_VERIFY(terminal.output.contains("Stopped"));
+        terminal.output.clear();
+        QVERIFY(terminal.runner.write("echo a$((1+1))b\r"));
+        QTRY_VERIFY(terminal.output.contains("a2b"));
+        QVERIFY(!terminal.output.contains("not this"));
     }
 
     void sizeIsToldWhileItRuns()
