@@ -2,10 +2,12 @@
 #include "terminal/Runner.h"
 
 #include "platform/TerminalProcess.h"
+#include "remote/SFTPQuoting.h"
 #include "remote/SSHAuthHelper.h"
 #include "servers/KeychainStore.h"
 #include "terminal/TerminalEnvironment.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace moorix {
@@ -91,7 +93,7 @@ void Runner::startRemote(ProgramTerminal &terminal)
         m_authCleanup = std::move(prepared->launch.environment.cleanup);
         try {
             terminal.startProcess({m_environment.sshProgram,
-                                   prepared->launch.arguments,
+                                   sshArguments(prepared->launch.arguments),
                                    TerminalEnvironment::environmentArray(QProcessEnvironment::systemEnvironment(),
                                                                          prepared->launch.environment.env),
                                    {},
@@ -105,6 +107,20 @@ void Runner::startRemote(ProgramTerminal &terminal)
         m_isPreparing = false;
         fail(terminal, QStringLiteral("Failed to start ssh: ") + error.message());
     });
+}
+
+/// A login shell in a folder, once: the server runs a command only instead of the shell, so the command becomes it.
+QStringList Runner::sshArguments(QStringList ordinary)
+{
+    const QString folder = std::exchange(m_environment.remoteFolder, {});
+    const auto isControl = [](QChar c) { return c < u' '; };
+    if (!folder.startsWith(u'/') || std::any_of(folder.begin(), folder.end(), isControl))
+        return ordinary;
+    // The account's shell may be any: only the quoted folder and this much are left to it.
+    ordinary.prepend(QStringLiteral("-t"));
+    ordinary.append(QStringLiteral("exec /bin/sh -c 'cd \"$1\"; exec \"${SHELL:-/bin/sh}\" -l' sh ") +
+                    SFTPQuoting::shellPath(folder));
+    return ordinary;
 }
 
 void Runner::fail(ProgramTerminal &terminal, const QString &text)

@@ -41,6 +41,8 @@ public:
         QString localFolder;
         /// Of the user's account; the SHELL variable counts where this is empty.
         QString accountShell;
+        /// Where a server's shell starts the first time, absolute; its home where this is empty or cannot be entered.
+        QString remoteFolder = {};
     };
 
     Runner(ServerConnection server, Environment environment, QObject *parent = nullptr);
@@ -76,6 +78,7 @@ private:
     struct Prepared;
     void startLocal(ProgramTerminal &terminal);
     void startRemote(ProgramTerminal &terminal);
+    QStringList sshArguments(QStringList ordinary);
     void fail(ProgramTerminal &terminal, const QString &text);
 
     ServerConnection m_server;

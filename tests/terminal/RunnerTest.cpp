@@ -8,6 +8,7 @@
 #include "terminal/TerminalEnvironment.h"
 
 #include <QDir>
+#include <QProcess>
 #include <QSignalSpy>
 
 using namespace moorix;
@@ -106,6 +107,47 @@ private slots:
         QTRY_COMPARE(keychain.use_count(), 1);
         QCOMPARE(left(temporary), QStringList());
         QCOMPARE(terminal.launches.size(), 2);
+    }
+
+    void serversShellBeginsInAFolderOnceOrElseAtHome()
+    {
+        const QString odd = u"$(x) \"a\\b' !c"_s;
+        TestTree tree;
+        tree.write(QString(odd + u'/'), {});
+        tree.write("home/", {});
+        tree.write("shell", "#!/bin/sh\necho \"$1\"\npwd\n");
+        QFile::setPermissions(tree.path("shell"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        const auto launch = [&](Runner &runner) {
+            NotedTerminal terminal;
+            runner.launch(terminal);
+            [&] { QTRY_COMPARE(terminal.launches.size(), 1); }();
+            runner.processEnded(terminal);
+            return terminal.launches.value(0).arguments;
+        };
+        auto keychain = std::make_shared<KeychainStore>(std::make_shared<MemoryKeychain>());
+        Runner::Environment environment{keychain, u"/usr/bin/ssh"_s, u"/"_s, {}};
+        for (const QString &folder : {tree.path(odd), tree.path("missing")}) {
+            environment.remoteFolder = folder;
+            Runner runner(serverAt(u"host.example"_s, u"deploy"_s), environment);
+            const QStringList first = launch(runner);
+            QCOMPARE(first.mid(0, first.size() - 1), QStringList{u"-t"_s} + launch(runner));
+            for (const QString &shell : {u"/bin/sh"_s, u"/bin/bash"_s, u"/usr/bin/fish"_s, u"/usr/bin/tcsh"_s}) {
+                if (!QFile::exists(shell))
+                    continue;
+                QProcess server;
+                QProcessEnvironment variables = QProcessEnvironment::systemEnvironment();
+                variables.insert(u"SHELL"_s, tree.path("shell"));
+                server.setProcessEnvironment(variables);
+                server.setWorkingDirectory(tree.path("home"));
+                server.start(shell, {u"-c"_s, first.last()});
+                QVERIFY(server.waitForFinished());
+                const QString there = folder == tree.path(odd) ? folder : tree.path("home");
+                QCOMPARE(QString::fromUtf8(server.readAllStandardOutput()), u"-l\n"_s + there + u'\n');
+            }
+        }
+        environment.remoteFolder = u"/a\nb"_s;
+        Runner runner(serverAt(u"host.example"_s, u"deploy"_s), environment);
+        QCOMPARE(launch(runner).last(), u"deploy@host.example"_s);
     }
 
     void failureToPrepareIsShownAndLeavesNothing()
