@@ -2,13 +2,18 @@
 #include "ui/terminal/TerminalWidget.h"
 #include "support/TestMain.h"
 #include "ui/Theme.h"
+#include "ui/terminal/TerminalFont.h"
+#include "ui/terminal/TerminalPainter.h"
 
 #include <QAction>
 #include <QClipboard>
+#include <QDropEvent>
 #include <QInputMethodEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
+#include <QMimeData>
+#include <QPainter>
 #include <QScrollBar>
 #include <QShortcut>
 #include <QToolButton>
@@ -16,6 +21,20 @@
 
 using namespace moorix;
 using namespace Qt::StringLiterals;
+
+namespace {
+
+struct Paints final : QObject
+{
+    int count = 0;
+    bool eventFilter(QObject * /*watched*/, QEvent *event) override
+    {
+        count += event->type() == QEvent::Paint ? 1 : 0;
+        return false;
+    }
+};
+
+} // namespace
 
 /// A terminal in a window, with what it sends to its program and what it tells its owner.
 class TerminalWidgetTest final : public QObject
@@ -329,6 +348,92 @@ private slots:
             QVERIFY2(isInk(x, y), qPrintable(QString::number(y)));
         QVERIFY(isInk(cell(4, 0).left(), cell(4, 0).top()) && isInk(cell(4, 0).right(), cell(4, 0).bottom()));
         QVERIFY(isInk(cell(4, 1).left(), cell(4, 1).top()) && !isInk(cell(4, 1).left(), cell(4, 1).bottom()));
+    }
+
+    void blocksJoinWithoutASeamAtOneAndAHalfPixelsAPoint()
+    {
+        const TerminalColors colors = TerminalPalette::standard();
+        feed("\x1b[?25l" + QByteArray("\xe2\x96\x88").repeated(9) + "\r\n" + QByteArray("\xe2\x96\x88").repeated(9) +
+             "\r\n\x1b[41m         ");
+        TerminalFont font(Theme::monospace(), 1.5);
+        TerminalScene scene;
+        scene.geometry = m_terminal->geometry();
+        scene.geometry.cell = font.cell();
+        scene.geometry.origin = {4, 4};
+        scene.frame.take(emulator(), scene.geometry.top, scene.geometry.rows);
+        QImage image(600, 300, QImage::Format_RGB32);
+        image.setDevicePixelRatio(1.5);
+        QPainter painter(&image);
+        TerminalPainter(painter, emulator(), scene, TerminalPalette(colors), font)
+            .paint({0, 0, 400, 200}, {0, 0, 400, 200});
+        painter.end();
+        // Whole pixels, so that no edge is blurred.
+        const QSizeF cell = font.cell() * 1.5;
+        QCOMPARE(cell, QSizeF(cell.toSize()));
+        for (int y = 0; y < cell.height() * 3; ++y) {
+            const QRgb expected = y < cell.height() * 2 ? colors.foreground.rgb() : colors.ansi[1].rgb();
+            for (int x = 0; x < cell.width() * 9; ++x)
+                QVERIFY2(image.pixel(6 + x, 6 + y) == expected, qPrintable(u"%1, %2"_s.arg(x).arg(y)));
+        }
+    }
+
+    void aBellFlashesAndOnlyBlinkingTextBlinks()
+    {
+        feed("\x1b[?25l");
+        const QImage calm = painted();
+        const auto shown = [this] { return m_terminal->viewport()->grab().toImage(); };
+        feed("\a");
+        QTRY_VERIFY(shown() != calm);
+        QTRY_VERIFY(shown() == calm);
+        feed("\x1b[5mX\x1b[0m");
+        QTRY_VERIFY(shown() != calm);
+        QTRY_VERIFY(shown() == calm);
+        QTRY_VERIFY(shown() != calm);
+        feed("\x1b[2J");
+        QTRY_VERIFY(shown() == calm);
+        Paints paints;
+        m_terminal->viewport()->installEventFilter(&paints);
+        // More than one period of blinking.
+        QTest::qWait(700);
+        QCOMPARE(paints.count, 0);
+    }
+
+    void itsSizeIsToldWhileItIsResizedAndNotWhenItOpens()
+    {
+        auto *size = find<QLabel>(u"terminalSize"_s);
+        QTest::qWait(450);
+        QVERIFY(!size->isVisible());
+        m_window->resize(600, 300);
+        QTRY_VERIFY(size->isVisible());
+        QCOMPARE(size->text(), u"%1 × %2"_s.arg(emulator().size().columns).arg(emulator().size().rows));
+        QTRY_VERIFY(!size->isVisible());
+    }
+
+    void filesAreOfferedToTheOwnerAndOtherDropsRefused()
+    {
+        int offers = 0;
+        connect(m_terminal, &TerminalWidget::filesOffered, this,
+                [&](const QMimeData &data) { offers += data.urls() == QList{QUrl(u"file:///tmp/a%20b"_s)} ? 1 : 100; });
+        const auto drop = [&](const QMimeData &data) {
+            QDragEnterEvent enter({9, 9}, Qt::MoveAction | Qt::CopyAction, &data, Qt::LeftButton, {});
+            QApplication::sendEvent(m_terminal->viewport(), &enter);
+            QDropEvent event({9, 9}, Qt::MoveAction | Qt::CopyAction, &data, Qt::LeftButton, {});
+            QApplication::sendEvent(m_terminal->viewport(), &event);
+            return enter.isAccepted() && enter.dropAction() == Qt::CopyAction;
+        };
+        QMimeData page;
+        page.setUrls({QUrl(u"https://example.org/"_s)});
+        QVERIFY(!drop(page));
+        QMimeData file;
+        file.setUrls({QUrl::fromLocalFile(u"/tmp/a b"_s)});
+        QVERIFY(drop(file));
+        QCOMPARE(offers, 1);
+        auto *copied = new QMimeData;
+        copied->setUrls(file.urls());
+        QApplication::clipboard()->setMimeData(copied);
+        QTest::keyClick(m_terminal, Qt::Key_V, Qt::ControlModifier | Qt::ShiftModifier);
+        QCOMPARE(offers, 2);
+        QCOMPARE(output(), QByteArray());
     }
 
     void anUpdateInTheMiddleIsNotPainted()

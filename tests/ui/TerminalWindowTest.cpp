@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "WindowBench.h"
 
+#include "files/LocalFileService.h"
 #include "support/TestServer.h"
 #include "ui/WindowActions.h"
+#include "ui/pane/FileMimeData.h"
 #include "ui/terminal/SSHTerminalView.h"
 #include "ui/terminal/TerminalPopoutController.h"
 #include "ui/terminal/TerminalView.h"
 
 #include <QDir>
+#include <QDropEvent>
 #include <QMenu>
 #include <QTabBar>
 
@@ -204,6 +207,39 @@ private slots:
         tabs.close(tabs.currentIndex());
         QTRY_COMPARE(view(bench.window.get()), terminal);
         QVERIFY(terminal->isRunning() && tabs.current().mode() == PaneMode::local);
+    }
+
+    void droppedFilesAreTypedAsQuotedPaths()
+    {
+        const QString odd = u"$(x) \"a\\b' !c"_s;
+        WindowBench bench({{".bash_profile", "PS1='> '"}});
+        bench.home.write(QString(u"left/"_s + odd), "al");
+        bench.home.write("left/plain", "pha");
+        TerminalView *terminal = openLocal(bench);
+        const auto drop = [&](const QMimeData &data) {
+            QDragEnterEvent enter({9, 9}, Qt::CopyAction, &data, Qt::LeftButton, {});
+            QApplication::sendEvent(terminal->viewport(), &enter);
+            QDropEvent event({9, 9}, Qt::CopyAction, &data, Qt::LeftButton, {});
+            QApplication::sendEvent(terminal->viewport(), &event);
+        };
+        run(*terminal, "cd left; PS1='> '");
+        type(*terminal, "cat ");
+        QMimeData files;
+        files.setUrls({QUrl::fromLocalFile(bench.home.path(QString(u"left/"_s + odd))),
+                       QUrl::fromLocalFile(bench.home.path("left/plain"))});
+        drop(files);
+        QTest::qWait(1);
+        QVERIFY(!text(*terminal).contains(u"alpha"_s) && !terminal->hasForegroundProgram());
+        QTest::keyClick(terminal, Qt::Key_Return);
+        QTRY_VERIFY2(text(*terminal).contains(u"alpha"_s), qPrintable(text(*terminal)));
+        const auto *note = terminal->findChild<QLabel *>(u"terminalNote"_s);
+        QVERIFY(!note->isVisible());
+        // A copy of the service is not that of this computer, and nobody knows whose it is.
+        FileItem item;
+        item.path = u"/srv/x"_s;
+        drop(FileMimeData(std::make_shared<LocalFileService>(), {item}, false));
+        QTRY_VERIFY(text(*terminal).contains(u"\"/srv/x\""_s));
+        QVERIFY(note->text().contains(u"not on this terminal"_s));
     }
 
     void settingsApplyToLiveTerminals()

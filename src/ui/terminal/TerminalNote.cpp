@@ -68,7 +68,9 @@ void TerminalNote::place()
     const int x = m_corner & Qt::AlignRight  ? room.right() + 1 - size.width()
                   : m_corner & Qt::AlignLeft ? room.left()
                                              : room.center().x() - size.width() / 2;
-    const int y = m_corner & Qt::AlignTop ? room.top() : room.bottom() + 1 - size.height();
+    const int y = m_corner & Qt::AlignTop      ? room.top()
+                  : m_corner & Qt::AlignBottom ? room.bottom() + 1 - size.height()
+                                               : room.center().y() - size.height() / 2;
     setGeometry({{x, y}, size});
 }
 

@@ -5,6 +5,8 @@
 #include <QTimer>
 #include <QVariantAnimation>
 
+#include <chrono>
+
 class QGraphicsOpacityEffect;
 
 namespace moorix {
@@ -17,6 +19,8 @@ class TerminalNote final : public QLabel
 public:
     /// `corner`: the edges of the parent that the note keeps to.
     TerminalNote(Qt::Alignment corner, QWidget *parent);
+    /// How long `tell` shows it before it fades; 3.5 seconds unless set.
+    void setShownFor(std::chrono::milliseconds time) { m_shown.setInterval(time); }
 
     /// For a few seconds, then it fades.
     void tell(const QString &text);

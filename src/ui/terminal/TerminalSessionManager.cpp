@@ -90,7 +90,9 @@ TerminalView &TerminalSessionManager::view(const ServerConnection &server, const
     auto made = std::make_unique<Session>();
     made->view = new TerminalView;
     Runner::Environment environment = m_environment;
-    if (!folder.isEmpty())
+    if (server.id != ServerConnection::localTerminalID)
+        environment.remoteFolder = folder;
+    else if (!folder.isEmpty())
         environment.localFolder = folder;
     made->runner = std::make_unique<Runner>(server, std::move(environment));
     Session &session = *made;
@@ -122,6 +124,8 @@ void TerminalSessionManager::follow(const QUuid &server, Session &session)
     connect(&view, &TerminalWidget::linkActivated, this, &TerminalSessionManager::linkActivated);
     connect(&view, &TerminalWidget::folderActivated, this,
             [this, server](const QString &path, const QString &host) { emit folderActivated(server, path, host); });
+    connect(&view, &TerminalWidget::filesOffered, this,
+            [this, server](const QMimeData &files) { emit filesOffered(server, files); });
     connect(&view.emulator(), &TerminalEmulator::titleChanged, this, tell);
     connect(runner, &Runner::started, this, tell);
     connect(runner, &Runner::failed, this, tell);

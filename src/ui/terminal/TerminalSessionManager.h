@@ -13,6 +13,8 @@
 #include <map>
 #include <memory>
 
+class QMimeData;
+
 namespace moorix {
 
 class SettingsStore;
@@ -56,7 +58,8 @@ public:
 
     /// The terminal of a server; made, and its program started, the first time, later only dressed. A screen that goes
     /// must let go of it (setParent(nullptr)) first.
-    /// A local shell that is started by this begins in `folder`, or in the home folder.
+    /// A shell that is started by this begins in `folder`, absolute, or in the home folder where that is empty or, on a
+    /// server, cannot be entered.
     TerminalView &view(const ServerConnection &server, const Style &style, const QString &folder = {});
     TerminalView &view(const TerminalScreen &screen) { return view(screen.server, screen); }
     /// Colours of the letters are installed only if they are another theme's than before.
@@ -97,6 +100,8 @@ signals:
     void sessionChanged(const QUuid &server);
     void linkActivated(const QUrl &url);
     void folderActivated(const QUuid &server, const QString &path, const QString &host);
+    /// Files were dropped on a terminal, or are to be pasted there.
+    void filesOffered(const QUuid &server, const QMimeData &files);
 
 private:
     struct Session;

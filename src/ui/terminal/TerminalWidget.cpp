@@ -37,6 +37,9 @@ constexpr int heldMilliseconds = 5;
 constexpr int gridMilliseconds = 60;
 constexpr int textBlinkMilliseconds = 600;
 constexpr int bellMilliseconds = 500;
+constexpr std::chrono::milliseconds sizeShown{700};
+/// Layouts find the size of a view that has just been shown.
+constexpr int settleMilliseconds = 400;
 
 bool canUseOpenGL()
 {
@@ -57,12 +60,14 @@ TerminalWidget::TerminalWidget(QWidget *parent)
     , m_pasteBar(new TerminalPasteBar(m_bars))
     , m_note(new TerminalNote(Qt::AlignTop | Qt::AlignRight, this))
     , m_linkNote(new TerminalNote(Qt::AlignBottom | Qt::AlignLeft, this))
+    , m_sizeNote(new TerminalNote(Qt::AlignCenter, this))
 {
     setObjectName(u"terminal"_s);
     setAccessibleName(tr("Terminal"));
     setFrameShape(QFrame::NoFrame);
     setFocusPolicy(Qt::StrongFocus);
     setAttribute(Qt::WA_InputMethodEnabled);
+    setAcceptDrops(true);
     setInputMethodHints(Qt::ImhNoAutoUppercase | Qt::ImhNoPredictiveText);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     // A bar that comes and goes would change the width of the terminal.
@@ -91,6 +96,8 @@ void TerminalWidget::prepareBars()
 {
     m_note->setObjectName(u"terminalNote"_s);
     m_linkNote->setObjectName(u"terminalLink"_s);
+    m_sizeNote->setObjectName(u"terminalSize"_s);
+    m_sizeNote->setShownFor(sizeShown);
     auto *column = new QVBoxLayout(m_bars);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
@@ -200,7 +207,7 @@ void TerminalWidget::measureFont()
 
 void TerminalWidget::setGPU(bool wanted)
 {
-    if (wanted == usesGPU() || (wanted && !canUseOpenGL()))
+    if (wanted == usesGPU() || (wanted && (m_isGPUBroken || !canUseOpenGL())))
         return;
     setViewport(wanted ? new QOpenGLWidget : new QWidget);
     prepareViewport();
@@ -210,6 +217,14 @@ void TerminalWidget::setGPU(bool wanted)
 bool TerminalWidget::usesGPU() const
 {
     return qobject_cast<const QOpenGLWidget *>(viewport()) != nullptr;
+}
+
+/// A context that could be made for the trial may still not be had for the window, or be lost later.
+void TerminalWidget::leaveBrokenGPU()
+{
+    m_isGPUBroken = true;
+    QMetaObject::invokeMethod(
+        this, [this] { setGPU(false); }, Qt::QueuedConnection);
 }
 
 void TerminalWidget::setOverlay(Overlay overlay)
@@ -252,8 +267,17 @@ void TerminalWidget::applyGrid()
         m_emulator.resize(size);
         m_sinceGrid.start();
         emit sizeChanged(size);
+        showSize();
     }
+    m_isBeingResized = false;
     scheduleFrame();
+}
+
+/// Only where the user is at it: not while a window opens or a font is chosen.
+void TerminalWidget::showSize()
+{
+    if (isVisible() && m_isBeingResized)
+        m_sizeNote->tell(tr("%1 × %2").arg(m_emulator.size().columns).arg(m_emulator.size().rows));
 }
 
 void TerminalWidget::arrangeBars()
@@ -271,6 +295,7 @@ void TerminalWidget::arrangeBars()
     const QRect room(0, 0, viewport()->width(), height() - space);
     m_note->setRoom(room);
     m_linkNote->setRoom(room);
+    m_sizeNote->setRoom(room);
     scheduleFrame();
 }
 
@@ -434,6 +459,9 @@ void TerminalWidget::ring()
 
 void TerminalWidget::paintEvent(QPaintEvent *event)
 {
+    const auto *gl = qobject_cast<const QOpenGLWidget *>(viewport());
+    if (gl && (!gl->isValid() || !gl->context()->isValid()))
+        return leaveBrokenGPU();
     QPainter painter(viewport());
     TerminalPainter terminal(painter, m_emulator, m_scene, m_palette, *m_font);
     if (usesGPU()) {
@@ -449,6 +477,7 @@ void TerminalWidget::paintEvent(QPaintEvent *event)
 void TerminalWidget::resizeEvent(QResizeEvent *event)
 {
     QAbstractScrollArea::resizeEvent(event);
+    m_isBeingResized = m_sinceShown.isValid() && m_sinceShown.elapsed() > settleMilliseconds;
     updateGrid();
     if (m_bars->geometry().bottom() + 1 != height() || m_bars->width() != viewport()->width())
         arrangeBars();
@@ -458,6 +487,7 @@ void TerminalWidget::resizeEvent(QResizeEvent *event)
 void TerminalWidget::showEvent(QShowEvent *event)
 {
     QAbstractScrollArea::showEvent(event);
+    m_sinceShown.start();
     applyGrid();
     takeFrame();
 }

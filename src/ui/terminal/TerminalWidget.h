@@ -14,6 +14,8 @@
 #include <functional>
 #include <memory>
 
+class QMimeData;
+
 namespace moorix {
 
 namespace TerminalKeyboard {
@@ -75,6 +77,8 @@ signals:
     /// Of a kind that may be opened.
     void linkActivated(const QUrl &url);
     void folderActivated(const QString &path, const QString &host);
+    /// Files were dropped or are to be pasted: their paths are for the owner to type, who knows whose they are.
+    void filesOffered(const QMimeData &files);
 
 protected:
     bool viewportEvent(QEvent *event) override;
@@ -94,6 +98,9 @@ protected:
     void mouseReleaseEvent(QMouseEvent *event) override;
     void wheelEvent(QWheelEvent *event) override;
     void contextMenuEvent(QContextMenuEvent *event) override;
+    void dragEnterEvent(QDragEnterEvent *event) override;
+    void dragMoveEvent(QDragMoveEvent *event) override;
+    void dropEvent(QDropEvent *event) override;
 
 private:
     void prepareViewport();
@@ -105,6 +112,8 @@ private:
     void measureFont();
     void updateGrid();
     void applyGrid();
+    void showSize();
+    void leaveBrokenGPU();
     void arrangeBars();
     qint64 followTop() const;
     void scrollTo(qint64 top);
@@ -128,6 +137,7 @@ private:
     void hoverLink(const std::optional<TerminalLink> &link);
     void openLink(const TerminalLink &link);
     QString primaryText() const;
+    void pasteFromClipboard();
     void pasteAllowed(const QString &text, int leftOut);
     bool isBarInUse() const;
 
@@ -144,6 +154,7 @@ private:
     TerminalPasteBar *m_pasteBar;
     TerminalNote *m_note;
     TerminalNote *m_linkNote;
+    TerminalNote *m_sizeNote;
     /// Set while the user looks at something above; nothing while the view follows the output.
     std::optional<qint64> m_keptTop;
     bool m_wasAlternate = false;
@@ -151,10 +162,13 @@ private:
     bool m_hasTyped = false;
     bool m_isScrollBarMoving = false;
     bool m_isCursorOn = true;
+    bool m_isBeingResized = false;
+    bool m_isGPUBroken = false;
     QTimer m_frameTimer;
     QElapsedTimer m_sinceFrame;
     QTimer m_gridTimer;
     QElapsedTimer m_sinceGrid;
+    QElapsedTimer m_sinceShown;
     QTimer m_cursorTimer;
     QTimer m_textTimer;
     QElapsedTimer m_sinceBell;

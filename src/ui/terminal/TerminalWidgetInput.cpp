@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/Theme.h"
+#include "ui/pane/FileMimeData.h"
 #include "ui/terminal/TerminalFinder.h"
 #include "ui/terminal/TerminalKeyboard.h"
 #include "ui/terminal/TerminalNote.h"
@@ -11,9 +12,11 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QContextMenuEvent>
+#include <QDropEvent>
 #include <QInputMethodEvent>
 #include <QKeyEvent>
 #include <QMenu>
+#include <QMimeData>
 #include <QScrollBar>
 
 #include <algorithm>
@@ -32,6 +35,11 @@ int controlCharacters(const QString &text)
         return character.category() == QChar::Other_Control && character != u'\t' && character != u'\n' &&
                character != u'\r';
     }));
+}
+
+bool offersFiles(const QMimeData &data)
+{
+    return qobject_cast<const FileMimeData *>(&data) || !FileMimeData::localPaths(data).isEmpty();
 }
 
 } // namespace
@@ -133,7 +141,7 @@ void TerminalWidget::runCommand(TerminalKeyboard::Command command)
     case copy:
         return copySelection();
     case pasteClipboard:
-        return paste(QApplication::clipboard()->text());
+        return pasteFromClipboard();
     case pasteSelection:
         return paste(primaryText());
     case pageUp:
@@ -199,6 +207,36 @@ void TerminalWidget::paste(const QString &text)
         return pasteAllowed(text, leftOut);
     m_pasteBar->ask(text, leftOut);
     arrangeBars();
+}
+
+/// Files as their paths, anything else as text.
+void TerminalWidget::pasteFromClipboard()
+{
+    const QMimeData *content = QApplication::clipboard()->mimeData();
+    if (content && offersFiles(*content))
+        emit filesOffered(*content);
+    else
+        paste(QApplication::clipboard()->text());
+}
+
+void TerminalWidget::dragEnterEvent(QDragEnterEvent *event)
+{
+    dragMoveEvent(event);
+}
+
+void TerminalWidget::dragMoveEvent(QDragMoveEvent *event)
+{
+    // Only paths are typed: whatever the source proposes, nothing is moved.
+    event->setDropAction(Qt::CopyAction);
+    event->setAccepted(offersFiles(*event->mimeData()));
+}
+
+void TerminalWidget::dropEvent(QDropEvent *event)
+{
+    event->setDropAction(Qt::CopyAction);
+    event->setAccepted(offersFiles(*event->mimeData()));
+    if (event->isAccepted())
+        emit filesOffered(*event->mimeData());
 }
 
 void TerminalWidget::pasteAllowed(const QString &text, int leftOut)
@@ -364,10 +402,11 @@ void TerminalWidget::contextMenuEvent(QContextMenuEvent *event)
         menu->addSeparator();
     }
     constexpr auto both = Qt::CTRL | Qt::SHIFT;
+    const QMimeData *clipboard = QApplication::clipboard()->mimeData();
+    const bool canPaste = clipboard && (offersFiles(*clipboard) || !clipboard->text().isEmpty());
     add(u"edit-copy"_s, tr("Copy"), u"terminalCopy"_s, !m_selection.isEmpty(), both | Qt::Key_C,
         [this] { copySelection(); });
-    add(u"edit-paste"_s, tr("Paste"), u"terminalPaste"_s, !QApplication::clipboard()->text().isEmpty(),
-        both | Qt::Key_V, [this] { paste(QApplication::clipboard()->text()); });
+    add(u"edit-paste"_s, tr("Paste"), u"terminalPaste"_s, canPaste, both | Qt::Key_V, [this] { pasteFromClipboard(); });
     add(u"edit-select-all"_s, tr("Select All"), u"terminalSelectAll"_s, true, both | Qt::Key_A,
         [this] { runCommand(TerminalKeyboard::Command::selectAll); });
     menu->addSeparator();

@@ -1,16 +1,20 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Folders between the sides and the terminals.
 #include "app/PaneTabs.h"
+#include "app/ServerConnections.h"
 #include "app/Session.h"
 #include "base/Error.h"
 #include "files/Format.h"
 #include "files/PaneModel.h"
 #include "remote/SFTPQuoting.h"
+#include "ui/pane/FileMimeData.h"
 #include "ui/terminal/TerminalView.h"
 #include "ui/terminal/WindowTerminals.h"
 
 #include <QFileInfo>
 #include <QSysInfo>
+
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -61,6 +65,35 @@ void WindowTerminals::goToPaneFolder(const QUuid &server)
         view.typeText(u"cd -- "_s + SFTPQuoting::shellPath(pane->currentPath()) + (isSure ? u"\r"_s : QString()));
         if (!isSure)
             view.showNote(tr("Enter goes there"));
+        view.setFocus();
+    } catch (const Error &error) {
+        tell(server, error.message());
+    }
+}
+
+void WindowTerminals::typePaths(const QUuid &server, const QMimeData &files)
+{
+    TerminalView &view = m_sessions.viewOf(server);
+    if (!view.isRunning())
+        return tell(server, tr("This terminal's program has ended."));
+    QStringList paths;
+    std::optional<QUuid> origin = ServerConnection::localTerminalID;
+    if (const auto *items = qobject_cast<const FileMimeData *>(&files)) {
+        for (const FileItem &item : items->items())
+            paths += item.path;
+        if (items->service() != m_model.localFiles())
+            origin = m_model.connections().serverOf(*items->service());
+    } else {
+        paths = FileMimeData::localPaths(files);
+    }
+    try {
+        std::ranges::for_each(paths, [](QString &path) {
+            SFTPQuoting::rejectControlCharacters(path);
+            path = SFTPQuoting::shellPath(path);
+        });
+        view.paste(paths.join(u' '));
+        if (origin != server)
+            view.showNote(tr("These files are not on this terminal's computer"));
         view.setFocus();
     } catch (const Error &error) {
         tell(server, error.message());

@@ -60,6 +60,7 @@ WindowTerminals::WindowTerminals(AppModel &model, QWidget &window)
     connect(m_dock, &TerminalDock::openFolderRequested, this, &WindowTerminals::openTerminalFolder);
     connect(&m_sessions, &TerminalSessionManager::sessionsChanged, this, &WindowTerminals::followSessions);
     connect(&m_sessions, &TerminalSessionManager::folderActivated, this, &WindowTerminals::openFolderOfHost);
+    connect(&m_sessions, &TerminalSessionManager::filesOffered, this, &WindowTerminals::typePaths);
     connect(&m_sessions, &TerminalSessionManager::linkActivated, this,
             [](const QUrl &url) { QDesktopServices::openUrl(url); });
 }
@@ -120,14 +121,14 @@ void WindowTerminals::openLocal()
     show(ServerConnection::localTerminalID);
 }
 
-void WindowTerminals::open(const ServerConnection &server)
+void WindowTerminals::open(const ServerConnection &server, const QString &folder)
 {
     if (!supportsShell(server.networkProtocol)) {
         emit m_model.messageRaised(tr("“%1” speaks %2, which carries files only: it has no terminal.")
                                        .arg(Format::display(server.displayName()), rawText(server.networkProtocol)));
         return;
     }
-    m_sessions.view(server, m_sessions.style());
+    m_sessions.view(server, m_sessions.style(), folder);
     show(server.id);
 }
 
@@ -157,9 +158,10 @@ void WindowTerminals::show(const QUuid &server)
 void WindowTerminals::openHere(const PaneModel &pane, const std::optional<ServerConnection> &server)
 {
     const QUuid id = server ? server->id : ServerConnection::localTerminalID;
-    const bool wasThere = m_sessions.has(id) && m_sessions.viewOf(id).isRunning();
+    const bool hadSession = m_sessions.has(id);
+    const bool wasThere = hadSession && m_sessions.viewOf(id).isRunning();
     if (server) {
-        open(*server);
+        open(*server, pane.currentPath());
     } else {
         m_sessions.view(thisComputer(), m_sessions.style(), pane.currentPath());
         show(id);
@@ -167,8 +169,8 @@ void WindowTerminals::openHere(const PaneModel &pane, const std::optional<Server
     SSHTerminalView *screen = screenOf(id);
     if (wasThere) {
         goToPaneFolder(id);
-    } else if (server && screen) {
-        // The shell that is on its way begins in its home, and does not say when it is ready.
+    } else if (server && screen && hadSession) {
+        // It has ended, or is on its way to its home and does not say when it is ready.
         screen->offer(tr("The pane shows “%1”.").arg(Format::display(pane.currentPath())), tr("Go there"),
                       [this, id] { goToPaneFolder(id); });
     }

@@ -9,6 +9,7 @@
 #include <QUuid>
 
 class QMenu;
+class QMimeData;
 class QSplitter;
 
 namespace moorix {
@@ -40,8 +41,9 @@ public:
     void showDock(bool isShown);
     /// The terminal of this computer.
     void openLocal();
-    /// The terminal of a server, wherever it is shown; says why not where there can be none.
-    void open(const ServerConnection &server);
+    /// The terminal of a server, wherever it is shown; says why not where there can be none. A shell that is started by
+    /// this begins in `folder`.
+    void open(const ServerConnection &server, const QString &folder = {});
     /// In the dock, in the folder of this list: a terminal that is there already is asked to go there.
     void openHere(const PaneModel &pane, const std::optional<ServerConnection> &server);
     /// In a new tab of the active side: that of the server it shows, or of this computer.
@@ -78,6 +80,7 @@ private:
     const PaneModel *paneOf(const QUuid &server) const;
     void openFolder(const QUuid &server, const QString &path);
     void openFolderOfHost(const QUuid &server, const QString &path, const QString &host);
+    void typePaths(const QUuid &server, const QMimeData &files);
     void followSessions();
 
     AppModel &m_model;
