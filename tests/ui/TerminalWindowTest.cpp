@@ -262,6 +262,36 @@ private slots:
         QTRY_VERIFY(rows() > 8);
     }
 
+    void serversShellOpenedFromAListBeginsInItsFolder()
+    {
+        TestServer sshd;
+        WindowBench bench({}, std::make_shared<IsolatedClients>(sshd.knownHostsPath()), isolatedClient(sshd));
+        const QString folder = sshd.sharedPath() + u"/it's $here"_s;
+        QDir().mkpath(folder);
+        putFile(folder + u"/file"_s, "x");
+        const ServerConnection server = sshd.connection();
+        bench.model->servers().upsert(server);
+        bench.model->tabs(Side::left).openServerHere(server, folder);
+        QTRY_VERIFY(bench.pane(Side::left) && bench.pane(Side::left)->currentPath() == folder);
+        QTRY_COMPARE(bench.pane(Side::left)->displayedCount(), 1);
+        bench.model->setActiveSide(Side::left);
+        bench.key(Qt::Key_T, Qt::ControlModifier | Qt::ShiftModifier);
+        TerminalView *terminal = view(bench.window.get());
+        QTRY_VERIFY(terminal && terminal->isRunning());
+        run(*terminal, "echo [$PWD] of ${SSH_CONNECTION:+the server}");
+        QTRY_VERIFY2_WITH_TIMEOUT(text(*terminal).contains(u"["_s + folder + u"] of the server"_s),
+                                  qPrintable(text(*terminal)), 20000);
+        // The server's own file: its path there, and nothing to be said about it.
+        const FileItem item = bench.pane(Side::left)->displayedItem(0);
+        const FileMimeData files(bench.pane(Side::left)->service(), {item}, false);
+        QDragEnterEvent enter({9, 9}, Qt::CopyAction, &files, Qt::LeftButton, {});
+        QApplication::sendEvent(terminal->viewport(), &enter);
+        QDropEvent event({9, 9}, Qt::CopyAction, &files, Qt::LeftButton, {});
+        QApplication::sendEvent(terminal->viewport(), &event);
+        QTRY_VERIFY(text(*terminal).contains(item.name));
+        QVERIFY(!terminal->findChild<QLabel *>(u"terminalNote"_s)->isVisible());
+    }
+
     void serversShellRunsAndNoFileOfItsLoginIsLeft()
     {
         TestServer sshd;
