@@ -65,8 +65,7 @@ void MonitoredHost::setServer(const ServerConnection &server)
 {
     if (m_server == server)
         return;
-    const bool wasWatched = m_remote->serverID().has_value();
-    setWatched(false);
+    m_remote->stop();
     const bool isElsewhere = m_server->host != server.host || m_server->port != server.port;
     m_server = server;
     if (isElsewhere) {
@@ -74,13 +73,28 @@ void MonitoredHost::setServer(const ServerConnection &server)
             history.clear();
         m_watch = LoadWatch(remoteLimit);
     }
-    setWatched(wasWatched);
+    watch();
     emit changed();
 }
 
 void MonitoredHost::setWatched(bool isWatched)
 {
-    if (isWatched && !needsSSH())
+    m_isWatched = isWatched;
+    watch();
+}
+
+void MonitoredHost::setDisconnected(bool isDisconnected)
+{
+    if (m_isDisconnected == isDisconnected)
+        return;
+    m_isDisconnected = isDisconnected;
+    watch();
+    emit changed();
+}
+
+void MonitoredHost::watch()
+{
+    if (m_isWatched && !m_isDisconnected && !needsSSH())
         m_remote->start(*m_server);
     else if (m_remote->serverID())
         m_remote->stop();

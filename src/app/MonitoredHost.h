@@ -37,6 +37,9 @@ public:
     void setServer(const ServerConnection &server);
     /// Servers only: whether it is to be read, over and over.
     void setWatched(bool isWatched);
+    /// Servers only: the user has ended the connection, and until they want it again no reading makes a new one.
+    void setDisconnected(bool isDisconnected);
+    bool isDisconnected() const { return m_isDisconnected; }
     /// Servers only: what their timer does; for tests.
     void tick() { m_remote->tick(); }
 
@@ -62,6 +65,7 @@ signals:
     void alertBegan(const moorix::LoadWatch::Alert &alert);
 
 private:
+    void watch();
     void followLocal();
     void followServer();
     void note(const QDateTime &time, Figure figure, std::optional<double> value);
@@ -75,6 +79,8 @@ private:
     std::array<MetricHistory, 4> m_histories;
     LoadWatch m_watch;
     bool m_isTense = false;
+    bool m_isWatched = false;
+    bool m_isDisconnected = false;
 };
 
 } // namespace moorix

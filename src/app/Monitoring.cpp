@@ -31,6 +31,8 @@ Monitoring::Monitoring(Environment environment, QObject *parent)
     follow(m_thisMachine);
     connect(&m_thisMachine, &MonitoredHost::changed, this, &Monitoring::watch);
     connect(&m_environment.servers, &ServerStore::libraryChanged, this, &Monitoring::followLibrary);
+    connect(&m_environment.connections, &ServerConnections::connectionsChanged, this, &Monitoring::followConnections);
+    connect(&m_environment.connections, &ServerConnections::disconnected, this, &Monitoring::followDisconnection);
     load();
 }
 
@@ -41,23 +43,26 @@ void Monitoring::load()
     for (const QJsonValue &id : m_environment.preferences.value(serversKey).toArray()) {
         const auto server = m_environment.servers.server(QUuid(id.toString()));
         if (server && !isChosen(server->id))
-            add(*server);
+            add(*server, std::nullopt);
     }
 }
 
 void Monitoring::save()
 {
     QJsonArray ids;
-    for (const auto &host : m_servers)
-        ids << uuidText(host->server()->id);
+    for (const auto &host : m_servers) {
+        if (isSaved(host->server()->id))
+            ids << uuidText(host->server()->id);
+    }
     m_environment.preferences.setValue(serversKey, ids);
 }
 
-void Monitoring::add(const ServerConnection &server)
+void Monitoring::add(const ServerConnection &server, const std::optional<ConnectionCredentials> &credentials)
 {
     RemoteStatsMonitor::Tools tools;
     tools.keychain = m_environment.keychain;
     tools.processes = m_environment.processes;
+    tools.credentials = credentials;
     tools.isUsedElsewhere = [connections = &m_environment.connections](const QUuid &id) {
         return connections->isConnected(id);
     };
@@ -80,6 +85,22 @@ void Monitoring::follow(MonitoredHost &host)
     });
 }
 
+bool Monitoring::isSaved(const QUuid &server) const
+{
+    return m_environment.servers.server(server).has_value();
+}
+
+QList<ServerConnection> Monitoring::unsavedServers() const
+{
+    QList<ServerConnection> servers;
+    for (const ServerInUse &inUse : m_environment.connections.inUse()) {
+        if (!isSaved(inUse.server.id))
+            servers << inUse.server;
+    }
+    std::ranges::sort(servers, {}, &ServerConnection::displayName);
+    return servers;
+}
+
 bool Monitoring::isChosen(const QUuid &server) const
 {
     return std::any_of(m_servers.begin(), m_servers.end(),
@@ -88,24 +109,59 @@ bool Monitoring::isChosen(const QUuid &server) const
 
 void Monitoring::setChosen(const QUuid &id, bool isWanted)
 {
-    const auto server = m_environment.servers.server(id);
-    if (isWanted == isChosen(id) || (isWanted && !server))
+    if (isWanted == isChosen(id))
         return;
-    if (isWanted)
-        add(*server);
-    else
+    if (!isWanted) {
         std::erase_if(m_servers, [&id](const auto &host) { return host->server()->id == id; });
+    } else if (const auto server = m_environment.servers.server(id)) {
+        add(*server, std::nullopt);
+    } else {
+        const QList<ServerInUse> inUse = m_environment.connections.inUse();
+        const auto found = std::ranges::find(inUse, id, [](const ServerInUse &each) { return each.server.id; });
+        if (found == inUse.end())
+            return;
+        add(found->server, found->credentials);
+    }
     save();
     emit hostsChanged();
 }
 
 void Monitoring::followLibrary()
 {
-    const std::size_t before = m_servers.size();
-    std::erase_if(m_servers, [this](const auto &host) { return !m_environment.servers.server(host->server()->id); });
-    for (const auto &host : m_servers)
-        host->setServer(*m_environment.servers.server(host->server()->id));
-    if (m_servers.size() == before)
+    dropUnreachable();
+    for (const auto &host : m_servers) {
+        if (const auto server = m_environment.servers.server(host->server()->id))
+            host->setServer(*server);
+    }
+}
+
+void Monitoring::followConnections()
+{
+    dropUnreachable();
+    // What the user ended they have begun again elsewhere in the window.
+    for (const auto &host : m_servers) {
+        if (host->isDisconnected() && m_environment.connections.isConnected(host->server()->id))
+            host->setDisconnected(false);
+    }
+}
+
+void Monitoring::followDisconnection(const QUuid &server)
+{
+    dropUnreachable();
+    for (const auto &host : m_servers) {
+        if (host->server()->id == server)
+            host->setDisconnected(true);
+    }
+}
+
+/// Servers that are neither in the library nor connected any more.
+void Monitoring::dropUnreachable()
+{
+    const auto dropped = std::erase_if(m_servers, [this](const auto &host) {
+        const QUuid id = host->server()->id;
+        return !isSaved(id) && !m_environment.connections.isConnected(id);
+    });
+    if (dropped == 0)
         return;
     save();
     emit hostsChanged();

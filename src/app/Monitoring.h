@@ -12,8 +12,9 @@ class Preferences;
 class ServerConnections;
 class ServerStore;
 
-/// The machines the user watches: this one, and the servers chosen for the dashboard, which the preferences keep. Reads
-/// only while something shows what is read. Main thread.
+/// The machines the user watches: this one, and the servers chosen for the dashboard. The preferences keep the choice
+/// of those in the library; others are there as long as they are connected. Reads only while something shows what is
+/// read. Main thread.
 class Monitoring final : public QObject
 {
     Q_OBJECT
@@ -35,6 +36,8 @@ public:
     LocalMonitor &local() { return m_local; }
     /// In the order they were chosen in.
     const std::vector<std::unique_ptr<MonitoredHost>> &servers() const { return m_servers; }
+    /// Servers that are connected without being in the library, by name: they may be chosen too.
+    QList<ServerConnection> unsavedServers() const;
     bool isChosen(const QUuid &server) const;
     void setChosen(const QUuid &server, bool isChosen);
 
@@ -54,7 +57,11 @@ private:
     void load();
     void save();
     void followLibrary();
-    void add(const ServerConnection &server);
+    void followConnections();
+    void followDisconnection(const QUuid &server);
+    bool isSaved(const QUuid &server) const;
+    void dropUnreachable();
+    void add(const ServerConnection &server, const std::optional<ConnectionCredentials> &credentials);
     void follow(MonitoredHost &host);
     void watch();
 

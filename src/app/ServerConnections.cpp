@@ -208,6 +208,16 @@ std::shared_ptr<RemoteFileService> ServerConnections::live(const QUuid &serverID
     return line ? line->live() : nullptr;
 }
 
+QList<ServerInUse> ServerConnections::inUse() const
+{
+    QList<ServerInUse> servers;
+    for (const std::shared_ptr<Line> &line : m_lines) {
+        if (line->live())
+            servers << ServerInUse{line->server, line->credentials};
+    }
+    return servers;
+}
+
 std::optional<QUuid> ServerConnections::serverOf(const FileService &service) const
 {
     for (auto line = m_lines.cbegin(); line != m_lines.cend(); ++line) {

@@ -28,6 +28,13 @@ struct OpenConnection
     QString notice;
 };
 
+/// A server that is in use, and the secrets given for it where they are not those of the keychain.
+struct ServerInUse
+{
+    ServerConnection server;
+    std::optional<ConnectionCredentials> credentials;
+};
+
 /// The connections of the running program, one service per server, shared by all tabs and transfers. A service is
 /// disconnected in the background once nobody holds it. Main thread.
 class ServerConnections final : public QObject
@@ -53,6 +60,8 @@ public:
     [[nodiscard]] Job test(const ServerConnection &draft, const ConnectionCredentials &credentials,
                            std::function<void(const QString &summary)> done, std::function<void(const Error &)> failed);
     bool isConnected(const QUuid &serverID) const { return live(serverID) != nullptr; }
+    /// All that are connected or about to be, in no order.
+    QList<ServerInUse> inUse() const;
     /// The service that is in use for a server, if any.
     std::shared_ptr<RemoteFileService> live(const QUuid &serverID) const;
     /// The server that a live service reaches, if it is one of these.

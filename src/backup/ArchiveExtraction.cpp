@@ -11,9 +11,12 @@
 #include "transfers/LocalTransfer.h"
 #include "transfers/TransferNames.h"
 
+#include <QHash>
+
 #include <algorithm>
 #include <cerrno>
 #include <memory>
+#include <vector>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -76,17 +79,26 @@ QList<ArchiveExtraction::Piece> ArchiveExtraction::plan(const QStringList &paths
             pieces.append({index, entries.at(index).path});
         return pieces;
     }
-    for (const QString &given : paths) {
-        const QString path = withoutSlashes(given);
-        const qsizetype before = pieces.size();
-        const qsizetype parent = path.lastIndexOf(u'/') + 1;
-        for (qsizetype index = 0; index < entries.size(); ++index) {
-            const QString &entry = entries.at(index).path;
-            if (entry == path || entry.startsWith(path + u'/'))
-                pieces.append({index, entry.mid(parent)});
+    QMultiHash<QStringView, qsizetype> wanted;
+    QStringList cleaned;
+    for (const QString &path : paths)
+        cleaned << withoutSlashes(path);
+    for (qsizetype i = 0; i < cleaned.size(); ++i)
+        wanted.insert(cleaned.at(i), i);
+    std::vector<QList<Piece>> found(std::size_t(cleaned.size()));
+    for (qsizetype index = 0; index < entries.size(); ++index) {
+        const QString &entry = entries.at(index).path;
+        // It may be wanted itself, or any folder above it.
+        for (qsizetype end = entry.size(); end > 0; end = entry.lastIndexOf(u'/', end - 1)) {
+            const QStringView above = QStringView(entry).first(end);
+            for (auto place = wanted.constFind(above); place != wanted.cend() && place.key() == above; ++place)
+                found.at(std::size_t(*place)).append({index, entry.mid(above.lastIndexOf(u'/') + 1)});
         }
-        if (pieces.size() == before)
-            throw Error(u"Backup"_s, u"“%1” is not in the archive."_s.arg(Format::display(path)));
+    }
+    for (qsizetype i = 0; i < cleaned.size(); ++i) {
+        if (found.at(std::size_t(i)).isEmpty())
+            throw Error(u"Backup"_s, u"“%1” is not in the archive."_s.arg(Format::display(cleaned.at(i))));
+        pieces << found.at(std::size_t(i));
     }
     return pieces;
 }

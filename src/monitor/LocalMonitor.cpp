@@ -18,6 +18,7 @@ constexpr qint64 patience = 3;
 
 LocalMonitor::LocalMonitor(LocalSampler::Options options, QObject *parent)
     : QObject(parent)
+    , m_readSpace(options.readSpace)
     , m_sampler(std::make_shared<LocalSampler>(std::move(options)))
 {
     m_timer.setInterval(interval);
@@ -100,7 +101,7 @@ void LocalMonitor::askForSpace(const QString &mountPoint)
         return;
     space.isAsked = true;
     space.askedAt = m_ticks;
-    space.job = runJob([mountPoint](const std::stop_token &) { return localDisks::space(mountPoint); },
+    space.job = runJob([mountPoint, read = m_readSpace](const std::stop_token &) { return read(mountPoint); },
                        [this, mountPoint](const std::optional<DiskSpace> &found) {
                            Space &answered = m_spaces[mountPoint];
                            const bool isNews = answered.space != found;

@@ -54,6 +54,7 @@ private:
     void askForSpace(const QString &mountPoint);
     bool wantsProcesses() const;
 
+    LocalSampler::SpaceReader m_readSpace;
     std::shared_ptr<LocalSampler> m_sampler;
     QTimer m_timer;
     QHash<QObject *, Want> m_watchers;

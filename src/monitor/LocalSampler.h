@@ -13,6 +13,8 @@ namespace moorix {
 class LocalSampler final
 {
 public:
+    /// How full the file system at a path is.
+    using SpaceReader = std::function<std::optional<DiskSpace>(const QString &mountPoint)>;
     struct Options
     {
         /// The folders that are /proc and /sys.
@@ -21,6 +23,8 @@ public:
         Clock clock = systemNow;
         /// Nanoseconds of a clock that is never set.
         std::function<qint64()> ticker = {};
+        /// For whoever asks for the space apart from the rest. Called on workers; may wait as long as it likes.
+        SpaceReader readSpace = localDisks::space;
     };
     enum class Processes { leaveOut, include };
 

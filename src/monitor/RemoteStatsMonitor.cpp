@@ -136,8 +136,10 @@ void RemoteStatsMonitor::sample()
             Reading reading{service, connected, {}, {}, false, {}};
             try {
                 if (!reading.service) {
-                    reading.service = std::make_shared<SFTPService>(
-                        server, FileServiceFactory::credentials(server, *tools.keychain), tools.processes);
+                    const ConnectionCredentials secrets =
+                        tools.credentials ? *tools.credentials
+                                          : FileServiceFactory::credentials(server, *tools.keychain);
+                    reading.service = std::make_shared<SFTPService>(server, secrets, tools.processes);
                 }
                 if (!reading.isConnected && tools.connect)
                     reading.notice = tools.connect(*reading.service, server, stop);

@@ -32,6 +32,8 @@ public:
         /// the service's own connect step.
         std::function<QString(SFTPService &, const ServerConnection &, const std::stop_token &)> connect = {};
         Clock clock = systemNow;
+        /// In place of those of the keychain, for a server that is not in the library.
+        std::optional<ConnectionCredentials> credentials = {};
     };
 
     /// What the server is asked. Every probe is silent about its failure.

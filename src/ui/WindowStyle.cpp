@@ -32,7 +32,7 @@ QFrame#editedFilesBar[tone="danger"] { border-top-color: <danger>; }
 QFrame#editedFilesBar[tone="quiet"] { border-top: 1px solid <border>; }
 QWidget#syncPage, QWidget#syncOverview { background: <base>; }
 QFrame#syncRowBar, QFrame#syncFooter { background: <sidebar>; border: none; border-top: 1px solid <border>; }
-QPushButton#syncConflicts::menu-indicator, QPushButton#monitorServers::menu-indicator { image: none; }
+QPushButton#syncConflicts::menu-indicator, QPushButton#monitorServers::menu-indicator { image: none; width: 0; }
 QFrame#syncProgress, QFrame#syncEnd { background: <sidebar>; border: none; border-bottom: 1px solid <border>; }
 QFrame#conflictBar { background: <toolBar>; border: none; border-top: 2px solid <warning>; }
 QWidget#diffPage { background: <base>; }

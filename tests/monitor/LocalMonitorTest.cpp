@@ -5,6 +5,7 @@
 #include "support/TestMain.h"
 
 #include <QProcess>
+#include <QSemaphore>
 
 #include <algorithm>
 #include <csignal>
@@ -72,6 +73,45 @@ private slots:
         }
         QVERIFY(!monitor.isRunning());
         QCOMPARE(monitor.stats()->asRemoteStats().topProcesses.size(), 8);
+    }
+
+    void aFileServerThatDoesNotAnswerHoldsNothingUp()
+    {
+        TestTree tree;
+        tree.write("meminfo", "MemTotal: 1000 kB\nMemAvailable: 400 kB\n");
+        tree.write("self/mountinfo", "1 0 8:1 / / rw - ext4 /dev/sda1 rw\n2 1 0:50 / /net rw - nfs4 server:/e rw\n");
+        QSemaphore answer;
+        QSemaphore asked;
+        LocalSampler::Options options;
+        options.proc = tree.path();
+        options.readSpace = [&](const QString &mountPoint) {
+            if (mountPoint == u"/net"_s) {
+                asked.release();
+                answer.acquire();
+            }
+            return std::optional(DiskSpace{100, 40, 60, 0, 0});
+        };
+        LocalMonitor monitor(options);
+        monitor.watch(this, LocalMonitor::Want::vitals);
+        const auto disk = [&](int index) {
+            return monitor.stats() ? monitor.stats()->disks.value(index) : LocalDisk();
+        };
+        QTRY_VERIFY(disk(0).space && asked.available() == 1);
+        QVERIFY(monitor.stats()->memory && !disk(1).space && !disk(1).isSilent);
+        while (!disk(1).isSilent) {
+            const QDateTime before = monitor.stats()->time;
+            monitor.tick();
+            QTRY_VERIFY(monitor.stats()->time != before);
+        }
+        // One worker waits for it, not one for each reading.
+        QCOMPARE(asked.available(), 1);
+        QVERIFY(disk(0).space && !disk(0).isSilent);
+        answer.release();
+        QTRY_VERIFY(disk(1).space);
+        monitor.tick();
+        QTRY_VERIFY(!disk(1).isSilent);
+        answer.release(100);
+        monitor.unwatch(this);
     }
 
     void aSignalReachesExactlyTheProcessThatWasShown()

@@ -1,42 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/DesktopNotifier.h"
 
+#include "support/NotificationService.h"
 #include "support/TestMain.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QSignalSpy>
-#include <QVariantMap>
 
 using namespace moorix;
+using namespace moorix::test;
 using namespace Qt::StringLiterals;
-
-namespace {
-
-/// Notes what it is told to show.
-class FakeService final : public QObject
-{
-    Q_OBJECT
-    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Notifications")
-
-public:
-    QStringList bodies;
-    QList<uint> replaced;
-
-public slots:
-    uint Notify(const QString &, uint replaces, const QString &, const QString &title, const QString &body,
-                const QStringList &, const QVariantMap &, int)
-    {
-        bodies << title + u'|' + body;
-        replaced << replaces;
-        return 7;
-    }
-
-signals:
-    void ActionInvoked(uint id, const QString &action);
-};
-
-} // namespace
 
 class DesktopNotifierTest final : public QObject
 {
@@ -48,7 +22,7 @@ private slots:
         QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, u"service"_s);
         if (!bus.isConnected())
             QSKIP("There is no session bus here.");
-        FakeService fake;
+        NotificationService fake;
         QVERIFY(bus.registerObject(u"/org/freedesktop/Notifications"_s, &fake,
                                    QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals));
         DesktopNotifier notifier(QDBusConnection::connectToBus(QDBusConnection::SessionBus, u"client"_s));

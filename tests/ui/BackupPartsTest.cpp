@@ -6,6 +6,7 @@
 #include "ui/backup/BackupText.h"
 
 #include <QAbstractItemModelTester>
+#include <QTreeView>
 
 using namespace moorix;
 using namespace Qt::StringLiterals;
@@ -162,6 +163,40 @@ private slots:
         QCOMPARE(model.node(model.index(0, 0, model.index(0, 0, home))).path, u"home/deep/er"_s);
         model.setTree(ArchiveTreeModel::treeOf({}));
         QCOMPARE(model.rowCount(), 0);
+    }
+
+    void whatLiesBelowAChosenFolderIsNotChosenTwice()
+    {
+        QList<ZipEntry> entries;
+        for (int i = 0; i < 20'000; ++i)
+            entries << file(u"f%1/deep/x%2"_s.arg(i % 100).arg(i).toUtf8(), 1);
+        entries << file("f1-beside", 1);
+        ArchiveTreeModel model;
+        model.setTree(ArchiveTreeModel::treeOf(entries));
+        QTreeView view;
+        view.setModel(&model);
+        view.setSelectionMode(QAbstractItemView::ExtendedSelection);
+        view.expandAll();
+        view.selectAll();
+        QItemSelectionModel &chosen = *view.selectionModel();
+        QStringList expected{u"f1-beside"_s};
+        for (int folder = 0; folder < 100; ++folder)
+            expected << u"f%1"_s.arg(folder);
+        const auto outermost = [&] {
+            QStringList paths = model.outermostPaths(chosen.selection());
+            paths.sort();
+            return paths;
+        };
+        expected.sort();
+        QCOMPARE(outermost(), expected);
+        // Without the folder all below it counts, though not what is below another folder in it.
+        const QModelIndex first = model.index(0, 0);
+        chosen.select(first, QItemSelectionModel::Deselect | QItemSelectionModel::Rows);
+        expected.replace(expected.indexOf(model.node(first).path), model.node(first).path + u"/deep"_s);
+        expected.sort();
+        QCOMPARE(outermost(), expected);
+        chosen.select(model.index(0, 0, first), QItemSelectionModel::Deselect | QItemSelectionModel::Rows);
+        QCOMPARE(outermost().size(), 100 + 200);
     }
 };
 

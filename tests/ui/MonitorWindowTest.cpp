@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/Monitoring.h"
+#include "app/ServerConnections.h"
 #include "platform/Preferences.h"
 #include "support/TestServer.h"
 #include "ui/WindowBench.h"
@@ -126,6 +127,68 @@ private slots:
         QTRY_VERIFY(!bench.column(2));
     }
 
+    void aDisconnectedServerSaysSoAndIsConnectedByItsButton()
+    {
+        MonitorBench bench(std::make_shared<FakeProcessRunner>([](const ProcessRequest &request) {
+            if (request.takeOutput)
+                request.takeOutput("@@CORES@@\n4\n");
+            return FakeProcessRunner::success("Remote working directory: /\n");
+        }));
+        const ServerConnection server = bench.window.addServer(u"web"_s);
+        bench.model.tabs(Side::right).openServer(server, std::nullopt, std::nullopt);
+        QTRY_VERIFY(bench.model.connections().isConnected(server.id));
+        bench.showMonitor();
+        bench.model.monitoring().setChosen(server.id, true);
+        QTRY_COMPARE(bench.text(1, "cardCores"), u"4"_s);
+        QVERIFY(!bench.window.find("hostConnect"));
+        bench.model.connections().disconnect(server.id);
+        QTRY_VERIFY(bench.message(1).startsWith(u"Disconnected|"));
+        QCOMPARE(bench.text(1, "cardCores"), QString());
+        WindowBench::click(bench.window.find("hostConnect"));
+        QTRY_COMPARE(bench.text(1, "cardCores"), u"4"_s);
+        QCOMPARE(bench.message(1), u"|"_s);
+    }
+
+    void itIsThereAtOnceForWhoeverWantsItSo()
+    {
+        MonitorBench bench;
+        bench.model.settings().openMonitorOnLaunch.set(true);
+        bench.window.restart();
+        QVERIFY(bench.window.find("monitorArea"));
+        QVERIFY(bench.window.model->monitoring().local().isRunning());
+        bench.window.key(Qt::Key_Escape);
+        QVERIFY(!bench.window.find("monitorArea"));
+    }
+
+    void theTrayFollowsItsSettings()
+    {
+        MonitorBench bench;
+        SettingsStore &settings = bench.model.settings();
+        MonitorTray tray(bench.model, nullptr, [] { return true; });
+        const auto lines = [&tray] {
+            QStringList names;
+            for (const QAction *action : tray.menu()->actions()) {
+                if (action->isSeparator())
+                    break;
+                names << action->text().section(u' ', 0, 0);
+            }
+            return names;
+        };
+        QVERIFY(bench.model.monitoring().local().isRunning());
+        QTRY_COMPARE(lines(), (QStringList{u"CPU"_s, u"Memory"_s, u"Network"_s}));
+        settings.widgetDisk.set(true);
+        settings.widgetCPU.set(false);
+        QTRY_COMPARE(lines(), (QStringList{u"Memory"_s, u"Disk"_s, u"Network"_s}));
+        settings.showMenuBarIcon.set(false);
+        QVERIFY(!tray.menu() && !bench.model.monitoring().local().isRunning());
+        settings.showMenuBarIcon.set(true);
+        QTRY_COMPARE(lines().size(), 3);
+        for (Setting<bool> *widget : {&settings.widgetRAM, &settings.widgetDisk, &settings.widgetNet})
+            widget->set(false);
+        QCOMPARE(lines(), QStringList());
+        QVERIFY(!bench.model.monitoring().local().isRunning());
+    }
+
     void aServerThatIsLostKeepsItsCards()
     {
         std::atomic<bool> isDown = false;
@@ -212,6 +275,33 @@ private slots:
         bench.window.key(Qt::Key_Return);
         QTRY_COMPARE(child.state(), QProcess::NotRunning);
         QCOMPARE(child.exitCode(), 15);
+    }
+
+    void aProcessThatEndsDuringTheQuestionIsNotTakenForAnother()
+    {
+        MonitorBench bench;
+        QProcess child;
+        child.start(u"sleep"_s, {u"987653"_s});
+        QVERIFY(child.waitForStarted());
+        bench.showMonitor();
+        WindowBench::click(bench.window.find("monitorProcesses"));
+        QTRY_VERIFY(bench.processes().indexOf(child.processId()).isValid());
+        auto *list = bench.window.find<QTreeView>("processList");
+        list->setFocus();
+        list->setCurrentIndex(bench.processes().indexOf(child.processId()));
+        bench.window.key(Qt::Key_Delete);
+        const qint64 pid = child.processId();
+        child.kill();
+        QVERIFY(child.waitForFinished());
+        bench.model.monitoring().local().tick();
+        QTRY_VERIFY(!bench.processes().indexOf(pid).isValid());
+        bench.window.key(Qt::Key_Return);
+        // Between the question and the answer nothing is there to be read.
+        const auto message = [&bench] {
+            const auto *label = bench.window.find<QLabel>("messageBarText");
+            return label ? label->text() : QString();
+        };
+        QTRY_COMPARE(message(), u"“sleep” (process %1) has ended already."_s.arg(pid));
     }
 
     void aShortageIsToldAtItsCard()

@@ -102,6 +102,27 @@ const ArchiveTreeModel::Node &ArchiveTreeModel::node(const QModelIndex &index) c
     return m_tree.at(index.isValid() ? std::size_t(index.internalId()) : 0);
 }
 
+QStringList ArchiveTreeModel::outermostPaths(const QItemSelection &selection) const
+{
+    std::vector<bool> isSelected(m_tree.size(), false);
+    for (const QItemSelectionRange &range : selection) {
+        const Node &parent = node(range.parent());
+        for (int row = range.top(); row <= range.bottom(); ++row)
+            isSelected.at(std::size_t(parent.children.at(std::size_t(row)))) = true;
+    }
+    QStringList paths;
+    // Parents stand before their children: what a selected one covers is known by then.
+    std::vector<bool> isCovered = isSelected;
+    for (std::size_t i = 1; i < m_tree.size(); ++i) {
+        const Node &each = m_tree.at(i);
+        const bool isBelow = each.parent > 0 && isCovered.at(std::size_t(each.parent));
+        if (isSelected.at(i) && !isBelow)
+            paths << each.path;
+        isCovered.at(i) = isSelected.at(i) || isBelow;
+    }
+    return paths;
+}
+
 QModelIndex ArchiveTreeModel::index(int row, int column, const QModelIndex &parent) const
 {
     if (!hasIndex(row, column, parent))

@@ -4,6 +4,7 @@
 #include "backup/ZipArchive.h"
 
 #include <QAbstractItemModel>
+#include <QItemSelection>
 
 #include <vector>
 
@@ -41,6 +42,8 @@ public:
 
     void setTree(Tree tree);
     const Node &node(const QModelIndex &index) const;
+    /// The paths of the rows of a selection, without those that lie below another one of them; in the archive's order.
+    QStringList outermostPaths(const QItemSelection &selection) const;
 
     QModelIndex index(int row, int column, const QModelIndex &parent = {}) const override;
     QModelIndex parent(const QModelIndex &child) const override;

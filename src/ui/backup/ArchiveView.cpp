@@ -241,15 +241,8 @@ void ArchiveView::decrypt(const QString &to)
 
 QStringList ArchiveView::selectedPaths() const
 {
-    QStringList paths;
-    for (const QModelIndex &index : m_tree->selectionModel()->selectedRows())
-        paths << m_entries->node(index).path;
     // A folder brings all that lies below it.
-    const QStringList all = paths;
-    paths.removeIf([&all](const QString &path) {
-        return std::ranges::any_of(all, [&path](const QString &other) { return path.startsWith(other + u'/'); });
-    });
-    return paths;
+    return m_entries->outermostPaths(m_tree->selectionModel()->selection());
 }
 
 void ArchiveView::restore(const QStringList &paths)

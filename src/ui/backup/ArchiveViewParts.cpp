@@ -131,8 +131,12 @@ QWidget *ArchiveView::makeContent()
     column->addWidget(m_tree, 1);
     column->addWidget(m_restore);
     m_content->hide();
-    connect(m_tree->selectionModel(), &QItemSelectionModel::selectionChanged, this,
-            [this] { m_restore->setSelected(m_tree->selectionModel()->selectedRows().size()); });
+    connect(m_tree->selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] {
+        qsizetype rows = 0;
+        for (const QItemSelectionRange &range : m_tree->selectionModel()->selection())
+            rows += range.height();
+        m_restore->setSelected(rows);
+    });
     connect(m_restore, &RestorePanel::restoreAllRequested, this, [this] { restore({}); });
     connect(m_restore, &RestorePanel::restoreSelectedRequested, this, [this] { restore(selectedPaths()); });
     return m_content;

@@ -16,6 +16,7 @@
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QPushButton>
 #include <QResizeEvent>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -109,6 +110,10 @@ QWidget *HostColumn::makeMessage()
     column->setSpacing(4);
     column->addWidget(m_messageTitle);
     column->addWidget(m_messageText);
+    m_connect = Widgets::button(tr("Connect"), u"hostConnect"_s, frame);
+    connect(m_connect, &QPushButton::clicked, this, [this] { m_host.setDisconnected(false); });
+    column->addSpacing(4);
+    column->addWidget(m_connect, 0, Qt::AlignLeft);
     m_message = frame;
     return frame;
 }
@@ -205,10 +210,26 @@ void HostColumn::setNeighbours(int count)
     arrange();
 }
 
+int HostColumn::firstRowHeight() const
+{
+    int height = 0;
+    for (const MonitorCard *card : {m_load, m_memory}) {
+        if (m_host.stats() && (card == m_load || m_columns > 1))
+            height = std::max(height, card->layout()->totalHeightForWidth(card->width()));
+    }
+    return height;
+}
+
+void HostColumn::setFirstRowHeight(int height)
+{
+    m_grid->setRowMinimumHeight(0, height);
+}
+
 void HostColumn::resizeEvent(QResizeEvent *event)
 {
     QWidget::resizeEvent(event);
     arrange();
+    emit heightChanged();
 }
 
 QList<MonitorCard *> HostColumn::shownCards(int columns) const
@@ -282,6 +303,7 @@ void HostColumn::showState()
     m_messageTitle->setText(message.title);
     m_messageText->setText(message.text);
     m_messageText->setVisible(!message.text.isEmpty());
+    m_connect->setVisible(message.offersConnecting);
     m_message->setVisible(!message.title.isEmpty());
     Widgets::setStyleProperty(*m_message, "tone", message.isFailure ? u"warning"_s : QString());
     m_body->setVisible(m_host.stats().has_value());
@@ -355,6 +377,7 @@ void HostColumn::showAlerts()
     m_load->setAlert(cpu);
     m_memory->setAlert(memory.join(u' '));
     m_disk->setAlert(disk);
+    emit heightChanged();
 }
 
 } // namespace moorix

@@ -7,7 +7,7 @@
 
 class QGridLayout;
 class QLabel;
-class QToolButton;
+class QPushButton;
 
 namespace moorix {
 
@@ -32,8 +32,15 @@ public:
     /// kind stand in a line.
     void setNeighbours(int count);
 
+    /// What the first row of cards, whose warnings need room, takes by itself; 0 without cards.
+    int firstRowHeight() const;
+    /// Room for the first row of the tallest neighbour.
+    void setFirstRowHeight(int height);
+
 signals:
     void removeRequested();
+    /// `firstRowHeight` may be another one.
+    void heightChanged();
 
 protected:
     void resizeEvent(QResizeEvent *event) override;
@@ -59,6 +66,7 @@ private:
     QWidget *m_message = nullptr;
     QLabel *m_messageTitle = nullptr;
     QLabel *m_messageText = nullptr;
+    QPushButton *m_connect = nullptr;
     QWidget *m_body = nullptr;
     QGridLayout *m_grid = nullptr;
     /// In their order.

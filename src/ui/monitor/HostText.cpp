@@ -51,23 +51,30 @@ QString disk(const LocalDisk &disk)
 Message message(const MonitoredHost &host)
 {
     if (host.needsSSH())
-        return {RemoteStatsMonitor::needsSSH(), RemoteStatsMonitor::needsSSHBecause(), false};
+        return {RemoteStatsMonitor::needsSSH(), RemoteStatsMonitor::needsSSHBecause(), false, false};
+    if (host.isDisconnected()) {
+        return {tr("Disconnected"),
+                tr("You ended the connection to this server. It is not asked for its metrics until you "
+                   "connect again."),
+                false, true};
+    }
     if (host.errorMessage()) {
         const QString title =
             host.isLocal() ? tr("Couldn't read this computer's metrics") : tr("Couldn't read server metrics");
-        return {title, *host.errorMessage(), true};
+        return {title, *host.errorMessage(), true, false};
     }
     if (!host.stats())
-        return {tr("Reading metrics from %1").arg(Format::display(host.title())), {}, false};
+        return {tr("Reading metrics from %1").arg(Format::display(host.title())), {}, false, false};
     if (!host.isLocal() && host.stats()->isEmpty())
-        return {tr("The server answered with none of its metrics."), {}, true};
+        return {tr("The server answered with none of its metrics."), {}, true, false};
     return {};
 }
 
 Message noServer()
 {
     return {tr("No server connected"),
-            tr("Connect to an SFTP or SSH server and its CPU, memory, disk, load, and processes appear here."), false};
+            tr("Connect to an SFTP or SSH server and its CPU, memory, disk, load, and processes appear here."), false,
+            false};
 }
 
 QString system(const RemoteStats &stats)
@@ -92,9 +99,12 @@ QString cpuParts(const LocalStats &stats)
 {
     QStringList parts;
     if (stats.cpu) {
-        parts << tr("user %1").arg(whole(stats.cpu->user)) << tr("system %1").arg(whole(stats.cpu->system))
-              << tr("wait %1").arg(whole(stats.cpu->iowait));
-        if (stats.cpu->steal >= 1)
+        // Of four there is no room for one that says nothing.
+        const bool hasSteal = stats.cpu->steal >= 1;
+        parts << tr("user %1").arg(whole(stats.cpu->user)) << tr("system %1").arg(whole(stats.cpu->system));
+        if (!hasSteal || stats.cpu->iowait >= 1)
+            parts << tr("wait %1").arg(whole(stats.cpu->iowait));
+        if (hasSteal)
             parts << tr("steal %1").arg(whole(stats.cpu->steal));
     }
     return parts.join(separator);

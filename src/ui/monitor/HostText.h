@@ -14,6 +14,7 @@ struct Message
     QString title = {};
     QString text = {};
     bool isFailure = false;
+    bool offersConnecting = false;
 };
 
 Message message(const MonitoredHost &host);

@@ -141,15 +141,20 @@ void MonitorArea::fillServerMenu()
     std::ranges::sort(servers, [](const ServerConnection &a, const ServerConnection &b) {
         return a.displayName().localeAwareCompare(b.displayName()) < 0;
     });
-    for (const ServerConnection &server : std::as_const(servers)) {
+    const auto add = [this](const ServerConnection &server) {
         const QString name = Format::display(server.displayName()).replace(u'&', u"&&"_s);
         QAction *action = m_serverMenu->addAction(ServerLook::icon(server), name);
         action->setCheckable(true);
         action->setChecked(m_model.monitoring().isChosen(server.id));
         connect(action, &QAction::toggled, this,
                 [this, id = server.id](bool isChosen) { m_model.monitoring().setChosen(id, isChosen); });
-    }
-    if (servers.isEmpty())
+    };
+    std::ranges::for_each(servers, add);
+    const QList<ServerConnection> unsaved = m_model.monitoring().unsavedServers();
+    if (!unsaved.isEmpty())
+        m_serverMenu->addSection(tr("Connected, not saved"));
+    std::ranges::for_each(unsaved, add);
+    if (m_serverMenu->isEmpty())
         m_serverMenu->addAction(tr("No servers are saved"))->setEnabled(false);
 }
 
@@ -166,9 +171,14 @@ void MonitorArea::followHosts()
         HostColumn *column = known.take(host);
         if (!column) {
             column = new HostColumn(*host, this);
+            connect(column, &HostColumn::heightChanged, this, &MonitorArea::alignFirstRows);
             connect(
                 column, &HostColumn::removeRequested, this,
-                [this, host] { m_model.monitoring().setChosen(host->server()->id, false); }, Qt::QueuedConnection);
+                // By then the host may be gone.
+                [this, id = host->server().value_or(ServerConnection()).id] {
+                    m_model.monitoring().setChosen(id, false);
+                },
+                Qt::QueuedConnection);
         }
         m_columns << column;
         m_row->addWidget(column, 1);
@@ -186,6 +196,15 @@ void MonitorArea::fitColumns()
         column->setMinimumWidth(narrowestColumn);
         column->setNeighbours(int(m_columns.size()) - 1);
     }
+}
+
+void MonitorArea::alignFirstRows()
+{
+    int height = 0;
+    for (const HostColumn *column : std::as_const(m_columns))
+        height = std::max(height, column->firstRowHeight());
+    for (HostColumn *column : std::as_const(m_columns))
+        column->setFirstRowHeight(height);
 }
 
 void MonitorArea::showPage(bool showsProcesses)

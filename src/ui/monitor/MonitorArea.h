@@ -52,6 +52,8 @@ private:
     void followHosts();
     void followVisibility();
     void fitColumns();
+    /// Cards of one kind stand in a line, whatever one of them has to say.
+    void alignFirstRows();
 
     AppModel &m_model;
     QPushButton *m_overviewTab = nullptr;

@@ -9,7 +9,6 @@
 
 #include <QMenu>
 #include <QPainter>
-#include <QSystemTrayIcon>
 
 #include <algorithm>
 #include <cmath>
@@ -93,9 +92,10 @@ Theme::Color colorOf(MonitorTray::Widget widget)
 
 } // namespace
 
-MonitorTray::MonitorTray(AppModel &model, QObject *parent)
+MonitorTray::MonitorTray(AppModel &model, QObject *parent, std::function<bool()> hasTray)
     : QObject(parent)
     , m_model(model)
+    , m_hasTray(std::move(hasTray))
 {
     connect(&model.settings(), &SettingsStore::settingChanged, this, &MonitorTray::followSettings);
     connect(&model.monitoring().thisMachine(), &MonitoredHost::changed, this, &MonitorTray::refresh);
@@ -122,7 +122,7 @@ QList<MonitorTray::Widget> MonitorTray::chosen() const
 
 void MonitorTray::followSettings()
 {
-    const bool isWanted = m_model.settings().showMenuBarIcon.value() && QSystemTrayIcon::isSystemTrayAvailable();
+    const bool isWanted = m_model.settings().showMenuBarIcon.value() && m_hasTray();
     if (!isWanted) {
         m_icon.reset();
         m_menu.reset();
@@ -142,7 +142,7 @@ void MonitorTray::followSettings()
         });
         m_icon->show();
     }
-    m_shown.clear();
+    m_shown.reset();
     m_model.monitoring().setTrayShown(isWanted && !chosen().isEmpty());
     refresh();
 }
@@ -184,7 +184,7 @@ void MonitorTray::refresh()
 {
     const QList<Widget> widgets = chosen();
     const LocalStats *stats = m_model.monitoring().thisMachine().localStats();
-    if (!m_icon || !stats || widgets.isEmpty())
+    if (!m_icon || !stats)
         return;
     const QStringList texts = lines(*stats, widgets);
     if (texts == m_shown)
@@ -192,7 +192,7 @@ void MonitorTray::refresh()
     m_shown = texts;
     m_icon->setToolTip(texts.join(u'\n'));
     constexpr int size = 64;
-    m_icon->setIcon(picture(*stats, widgets, size));
+    m_icon->setIcon(widgets.isEmpty() ? Theme::icon(u"office-chart-area"_s) : picture(*stats, widgets, size));
     qDeleteAll(m_lines);
     m_lines.clear();
     for (const QString &text : texts) {

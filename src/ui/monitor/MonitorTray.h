@@ -4,11 +4,13 @@
 #include <QObject>
 #include <QPixmap>
 #include <QStringList>
+#include <QSystemTrayIcon>
 
+#include <functional>
 #include <memory>
+#include <optional>
 
 class QMenu;
-class QSystemTrayIcon;
 
 namespace moorix {
 
@@ -24,9 +26,13 @@ class MonitorTray final : public QObject
 public:
     enum class Widget { cpu, memory, disk, network, battery };
 
-    explicit MonitorTray(AppModel &model, QObject *parent = nullptr);
+    /// `hasTray` tells whether the desktop has one, whenever a setting changes.
+    explicit MonitorTray(AppModel &model, QObject *parent = nullptr,
+                         std::function<bool()> hasTray = QSystemTrayIcon::isSystemTrayAvailable);
     ~MonitorTray() override;
 
+    /// Null while the icon is not there.
+    const QMenu *menu() const { return m_menu.get(); }
     /// "CPU 37 %", "Memory 41 %" …, of the widgets that are chosen and known.
     static QStringList lines(const LocalStats &stats, const QList<Widget> &widgets);
     /// A bar for each; those that are not known are empty.
@@ -43,9 +49,11 @@ private:
     void refresh();
 
     AppModel &m_model;
+    std::function<bool()> m_hasTray;
     std::unique_ptr<QMenu> m_menu;
     std::unique_ptr<QSystemTrayIcon> m_icon;
-    QStringList m_shown;
+    /// Nothing before the first reading.
+    std::optional<QStringList> m_shown;
     QList<QAction *> m_lines;
 };
 
