@@ -12,6 +12,8 @@ TerminalGrid::TerminalGrid(int rows, int columns)
 
 void TerminalGrid::setAlternate(bool alternate)
 {
+    if (alternate == m_isAlternate)
+        return;
     m_isAlternate = alternate;
     forgetFlow();
 }

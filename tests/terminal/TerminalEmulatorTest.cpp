@@ -80,6 +80,7 @@ void TerminalEmulatorTest::placesText_data()
     row("fed a line while waiting", "\x1b[4;1H0123456789\nx", {QString(), QString(), u"0123456789"_s, u"         x"_s},
         3, 9);
     row("back while waiting", "01234567\xE6\xBC\xA2\bx", {u"01234567x"_s}, 0, 9);
+    row("erased while waiting on", "0123456789\x1b[?1047l\x1b[Xx", {u"012345678x"_s}, 0, 9);
     row("no more waiting", "0123456789\x1b[?7lx", {u"012345678x"_s}, 0, 9);
     row("wide without wrapping", "\x1b[?7l12345678\xE6\xBC\xA2x\xE6\xBC\xA2", {u"12345678 x"_s}, 0, 9);
     row("protected", "\x1b[1\"qab\x1b[2\"qcd\x1b[1\"qe\x1b[?2K\x1b[1;2H\x1b[K\x1b[?J", {u"a"_s}, 0, 1);
