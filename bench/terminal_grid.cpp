@@ -57,9 +57,10 @@ QJsonArray runs(const TerminalEmulator &emulator, std::span<const TerminalCell> 
     for (std::size_t start = 0, end = 0; start < cells.size(); start = end) {
         while (end < cells.size() && cells[end].style == cells[start].style)
             ++end;
-        if (cells[start].style == TerminalStyle())
-            continue;
         QJsonObject run = toJson(emulator, cells[start].style);
+        // The default, or one that is only protected.
+        if (run.isEmpty())
+            continue;
         run["start"_L1] = int(start);
         run["columns"_L1] = int(end - start);
         runs.append(run);

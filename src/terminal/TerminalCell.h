@@ -53,6 +53,8 @@ struct TerminalStyle
     bool reverse : 1 = false;
     bool hidden : 1 = false;
     bool strike : 1 = false;
+    /// Not to be seen: kept by what erases selectively.
+    bool isProtected : 1 = false;
 
     friend constexpr bool operator==(const TerminalStyle &, const TerminalStyle &) = default;
 };

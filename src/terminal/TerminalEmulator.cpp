@@ -306,6 +306,11 @@ void TerminalEmulator::sendMouseButton(int button, bool pressed, int row, int co
     d->mouseColumn = column = std::clamp(column, 0, size().columns - 1);
     if (mouse() == TerminalMouse::none)
         return;
+    if (d->interpreter.modes().mousePressesOnly) {
+        if (!pressed)
+            return;
+        modifiers = {};
+    }
     const auto event = pressed ? TerminalKeys::MouseEvent::press : TerminalKeys::MouseEvent::release;
     send(TerminalKeys::mouse(event, button, row, column, modifiers, d->interpreter.modes()));
 }

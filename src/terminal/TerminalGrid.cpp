@@ -12,10 +12,15 @@ TerminalGrid::TerminalGrid(int rows, int columns)
 
 void TerminalGrid::setAlternate(bool alternate)
 {
-    if (alternate && !m_isAlternate)
-        m_alternate.erase({0, rows(), 0, columns()}, {});
+    if (alternate == m_isAlternate)
+        return;
     m_isAlternate = alternate;
     forgetFlow();
+}
+
+void TerminalGrid::clearAlternate()
+{
+    m_alternate.erase({0, rows(), 0, columns()}, blank());
 }
 
 void TerminalGrid::put(char32_t character, int width, int row, int column)
@@ -79,6 +84,22 @@ void TerminalGrid::combine(char32_t mark, int row, int column)
     line.used = std::max(line.used, column + cell.width);
 }
 
+bool TerminalGrid::join(char32_t second, int row, int column)
+{
+    if (m_flow.row != row || m_flow.scrolled != 0 || m_flow.column != column || m_flow.width != 1 || column < 1)
+        return false;
+    TerminalCell cell = screen().line(row).cells[std::size_t(column) - 1];
+    if (cell.width != 1)
+        return false;
+    cell.character = m_clusters.extended(cell.character, second);
+    cell.width = 2;
+    const bool wraps = screen().line(row).wraps;
+    screen().put(row, column - 1, cell);
+    screen().line(row).wraps = wraps;
+    m_flow = {row, column - 1, 2, 0};
+    return true;
+}
+
 void TerminalGrid::scroll(TerminalRectangle area, int down, int right)
 {
     if (down != 0 && m_flow.row >= area.top && m_flow.row < area.bottom)
@@ -117,7 +138,7 @@ void TerminalGrid::clear()
     m_clusters.clear();
     pen = {};
     inserts = dropsLines = false;
-    m_lastCharacter = U' ';
+    m_lastCharacter = 0;
     forgetFlow();
 }
 

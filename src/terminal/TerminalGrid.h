@@ -17,6 +17,7 @@ public:
     int columns() const { return m_normal.columns(); }
     bool isAlternate() const { return m_isAlternate; }
     void setAlternate(bool alternate);
+    void clearAlternate();
 
     const TerminalScreen &screen() const { return m_isAlternate ? m_alternate : m_normal; }
     TerminalScreen &screen() { return m_isAlternate ? m_alternate : m_normal; }
@@ -41,7 +42,10 @@ public:
     void put(std::span<const Glyph> glyphs, int row, int column);
     /// Adds a mark to the character before the cursor.
     void combine(char32_t mark, int row, int column);
+    /// Makes one character of the two that were put last, side by side; false if they are not on one line.
+    bool join(char32_t second, int row, int column);
     void erase(TerminalRectangle area) { screen().erase(area, blank()); }
+    void eraseUnprotected(TerminalRectangle area) { screen().eraseUnprotected(area, blank()); }
     void scroll(TerminalRectangle area, int down, int right);
     /// The cursor went somewhere; not called for characters that are put one after the other.
     void moved(int row, int column);
@@ -50,7 +54,7 @@ public:
     void forgetWraps();
     /// The cursor at this place waits behind the last column, and the next character begins a new line.
     bool isPending(int row, int column) const;
-    /// The character put last, or blank.
+    /// The character put last; 0 if there was none.
     char32_t lastCharacter() const { return m_lastCharacter; }
 
     /// Rewraps the normal screen and crops the other. The places are on the normal one; see TerminalReflow.
@@ -79,7 +83,7 @@ private:
     TerminalClusters m_clusters;
     bool m_isAlternate = false;
     Flow m_flow;
-    char32_t m_lastCharacter = U' ';
+    char32_t m_lastCharacter = 0;
 };
 
 } // namespace moorix

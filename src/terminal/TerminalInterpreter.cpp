@@ -2,21 +2,11 @@
 #include "terminal/TerminalInterpreter.h"
 
 #include "terminal/TerminalUtf8.h"
+#include "terminal/TerminalWidths.h"
 
 #include <vterm.h>
 
 namespace moorix {
-
-namespace {
-
-constexpr qsizetype longestRequest = 64;
-
-constexpr int key(char final, char intermediate = 0, char leader = 0)
-{
-    return leader << 16 | intermediate << 8 | final;
-}
-
-} // namespace
 
 /// libvterm's calls; they all say that they were done.
 struct TerminalInterpreter::Callbacks
@@ -25,9 +15,14 @@ struct TerminalInterpreter::Callbacks
 
     static int put(VTermGlyphInfo *glyph, VTermPos at, void *user)
     {
-        self(user).m_grid.put(glyph->chars[0], glyph->width, at.row, at.col);
+        TerminalInterpreter &own = self(user);
+        if (own.m_standsFor != 0) {
+            own.m_grid.put(own.m_standsFor, glyph->width, at.row, at.col);
+            return 1;
+        }
+        own.m_grid.put(glyph->chars[0], glyph->width, at.row, at.col);
         if (glyph->chars[0] < widthsKept)
-            self(user).m_widths[glyph->chars[0]] = quint8(glyph->width);
+            own.m_widths[glyph->chars[0]] = quint8(glyph->width);
         return 1;
     }
 
@@ -43,9 +38,13 @@ struct TerminalInterpreter::Callbacks
         return 1;
     }
 
-    static int erase(VTermRect area, int, void *user)
+    static int erase(VTermRect area, int selective, void *user)
     {
-        self(user).m_grid.erase({area.start_row, area.end_row, area.start_col, area.end_col});
+        const TerminalRectangle rectangle{area.start_row, area.end_row, area.start_col, area.end_col};
+        if (selective != 0)
+            self(user).m_grid.eraseUnprotected(rectangle);
+        else
+            self(user).m_grid.erase(rectangle);
         return 1;
     }
 
@@ -66,9 +65,6 @@ struct TerminalInterpreter::Callbacks
             break;
         case VTERM_PROP_REVERSE:
             modes.reversed = value->boolean != 0;
-            break;
-        case VTERM_PROP_ALTSCREEN:
-            self(user).m_grid.setAlternate(value->boolean != 0);
             break;
         default:
             break;
@@ -105,10 +101,13 @@ struct TerminalInterpreter::Callbacks
 TerminalInterpreter::TerminalInterpreter(TerminalSize size)
     : m_grid(size.rows, size.columns)
     , m_gate(*this)
+    , m_bottom(size.rows)
     , m_widths(widthsKept)
     , m_vterm(vterm_new(size.rows, size.columns), vterm_free)
     , m_state(vterm_obtain_state(m_vterm.get()))
 {
+    for (const TerminalWidths::Range &range : TerminalWidths::corrections())
+        std::fill(m_widths.begin() + range.first, m_widths.begin() + range.last + 1, corrected | range.width);
     vterm_set_utf8(m_vterm.get(), 1);
     vterm_output_set_callback(m_vterm.get(), Callbacks::output, this);
     vterm_state_set_callbacks(m_state, &Callbacks::table, this);
@@ -124,6 +123,8 @@ void TerminalInterpreter::resize(TerminalSize size)
     std::vector<TerminalReflow::Place> places{isAlternate ? m_saved[0].place : now, m_saved[0].place};
     // A scroll region that does not fit makes libvterm write where it must not.
     write("\x1b[r");
+    m_top = 0;
+    m_bottom = size.rows;
     places = m_grid.resize(size.rows, size.columns, std::move(places));
     vterm_set_size(m_vterm.get(), size.rows, size.columns);
 
@@ -140,6 +141,7 @@ void TerminalInterpreter::reset()
     m_grid.clear();
     m_links.clear();
     m_title.clear();
+    m_titles.clear();
     m_folder = {};
     m_isUpdating = false;
 }
@@ -149,7 +151,14 @@ void TerminalInterpreter::clearScrollback()
     m_grid.history().clear(m_grid.history().endLine());
 }
 
+/// A wide character at the end of the line leaves the cursor on its second half.
 TerminalReflow::Place TerminalInterpreter::cursor() const
+{
+    const TerminalReflow::Place place = position();
+    return m_grid.isPending(place.row, place.column) ? TerminalReflow::Place{place.row, m_grid.columns() - 1} : place;
+}
+
+TerminalReflow::Place TerminalInterpreter::position() const
 {
     VTermPos position;
     vterm_state_get_cursorpos(m_state, &position);
@@ -158,12 +167,26 @@ TerminalReflow::Place TerminalInterpreter::cursor() const
 
 void TerminalInterpreter::combining(char32_t character)
 {
-    const TerminalReflow::Place place = cursor();
+    // The second half of a flag, which takes a column by itself.
+    if (character >= 0x1F1E6 && character <= 0x1F1FF) {
+        std::string bytes;
+        TerminalUtf8::append(bytes, character);
+        const TerminalReflow::Place place = position();
+        const bool fits = !m_grid.isPending(place.row, place.column);
+        write({bytes.data(), qsizetype(bytes.size())});
+        if (fits)
+            m_grid.join(character, place.row, place.column);
+        return;
+    }
+    const TerminalReflow::Place place = position();
     m_grid.combine(character, place.row, place.column);
 }
 
 void TerminalInterpreter::escape(QByteArrayView bytes)
 {
+    m_canRepeat = false;
+    if (m_charsets.escape(bytes))
+        return;
     if (bytes == "7")
         saveCursor(m_grid.isAlternate());
     else if (bytes == "8")
@@ -172,63 +195,61 @@ void TerminalInterpreter::escape(QByteArrayView bytes)
         hardReset();
     else if (bytes == "=" || bytes == ">")
         m_modes.applicationKeypad = bytes == "=";
-    // Answers in single bytes above 0x7F are no UTF-8, nor is there one whose parts come from different sets.
-    else if (bytes != " G" && bytes != "N" && bytes != "O" && bytes.size() <= 2)
+    else if (bytes == "Z")
+        write("\x1b[c");
+    else if (bytes == "#8")
+        fillScreen();
+    else if (bytes == "D" || bytes == "M") {
+        settle();
         write("\x1b" + bytes.toByteArray());
-    if (bytes == "#8")
-        m_grid.forgetWraps();
-    if (bytes.size() == 2 && bytes[0] >= '(' && bytes[0] <= '+')
-        m_sets[std::size_t(bytes[0] - '(')] = bytes[1];
+    } else if (bytes == "E" || bytes == "H") {
+        write("\x1b" + bytes.toByteArray());
+    }
 }
 
 void TerminalInterpreter::sequence(const TerminalSequence &sequence)
 {
-    switch (key(sequence.final, sequence.intermediate, sequence.leader)) {
-    case key('m'):
+    const bool repeats = std::exchange(m_canRepeat, false);
+    switch (sequenceKey(sequence.final, sequence.intermediate, sequence.leader)) {
+    case sequenceKey('m'):
         TerminalPen::apply(m_grid.pen, sequence.parameters);
         break;
-    case key('b'):
-        repeat(sequence.value(0, 1));
+    case sequenceKey('b'):
+        if (repeats)
+            repeat(sequence.value(0, 1));
         break;
-    case key('s'):
+    case sequenceKey('s'):
         saveCursor(m_grid.isAlternate());
         break;
-    case key('u'):
+    case sequenceKey('u'):
         restoreCursor(m_grid.isAlternate());
         break;
-    case key('h'):
-    case key('h', 0, '?'):
+    case sequenceKey('h'):
+    case sequenceKey('h', 0, '?'):
         setModes(sequence, true);
         break;
-    case key('l'):
-    case key('l', 0, '?'):
+    case sequenceKey('l'):
+    case sequenceKey('l', 0, '?'):
         setModes(sequence, false);
         break;
-    case key('p', '!'):
+    case sequenceKey('p', '!'):
         softReset();
         break;
-    case key('p', '$', '?'):
-        if (!answersMode(sequence.value(0, 0)))
-            forward(sequence);
+    case sequenceKey('q', '"'):
+        m_grid.pen.isProtected = sequence.value(0, 0) == 1;
         break;
-    case key('J'):
-        if (sequence.value(0, 0) == 3)
-            clearScrollback();
-        else
-            forward(sequence);
-        break;
-    case key('M'):
-        m_grid.dropsLines = true;
-        forward(sequence);
-        m_grid.dropsLines = false;
+    case sequenceKey('r'):
+        setMargins(sequence);
         break;
     default:
-        forward(sequence);
+        if (!answer(sequence) && !edit(sequence))
+            forward(sequence);
     }
 }
 
 void TerminalInterpreter::operatingSystemCommand(QByteArrayView text)
 {
+    m_canRepeat = false;
     namespace Commands = TerminalCommands;
     const std::optional<Commands::Command> command = Commands::parse(text);
     if (!command)
@@ -247,15 +268,6 @@ void TerminalInterpreter::operatingSystemCommand(QByteArrayView text)
     } else if (const auto *clipboard = std::get_if<Commands::ClipboardText>(&*command)) {
         m_events.clipboard = clipboard->text;
     }
-}
-
-void TerminalInterpreter::deviceControl(QByteArrayView text)
-{
-    if (text == "$qm")
-        m_events.output += "\x1bP1$r" + TerminalPen::describe(m_grid.pen) + "m\x1b\\";
-    else if (text.startsWith("$q") && text.size() <= longestRequest &&
-             std::all_of(text.begin(), text.end(), [](char c) { return c >= ' ' && c <= '~'; }))
-        write("\x1bP" + text.toByteArray() + "\x1b\\");
 }
 
 /// Fifteen numbers at most: libvterm has room for sixteen and does not count them.
@@ -280,18 +292,9 @@ void TerminalInterpreter::forward(const TerminalSequence &sequence)
     write(bytes);
 }
 
-bool TerminalInterpreter::answersMode(int mode)
-{
-    if (mode != 2026 && mode != 1049 && mode != 47)
-        return false;
-    const bool isOn = mode == 2026 ? m_isUpdating : m_grid.isAlternate();
-    m_events.output += "\x1b[?" + QByteArray::number(mode) + (isOn ? ";1$y" : ";2$y");
-    return true;
-}
-
 void TerminalInterpreter::saveCursor(bool alternate)
 {
-    m_saved[alternate ? 1 : 0] = {cursorOrEnd(), m_grid.pen, m_modes.origin, m_sets};
+    m_saved[alternate ? 1 : 0] = {cursorOrEnd(), m_grid.pen, m_modes.origin, m_charsets};
 }
 
 void TerminalInterpreter::restoreCursor(bool alternate)
@@ -300,10 +303,7 @@ void TerminalInterpreter::restoreCursor(bool alternate)
     const quint16 link = m_grid.pen.link;
     m_grid.pen = saved.style;
     m_grid.pen.link = link;
-    for (std::size_t index = 0; index < m_sets.size(); ++index) {
-        if (m_sets[index] != saved.sets[index])
-            escape(QByteArray(1, char('(' + int(index))) + saved.sets[index]);
-    }
+    m_charsets = saved.charsets;
     setPrivateMode(6, saved.origin);
     moveCursor(saved.place);
 }
@@ -311,7 +311,7 @@ void TerminalInterpreter::restoreCursor(bool alternate)
 /// Where the cursor is; behind the last column if it waits there.
 TerminalReflow::Place TerminalInterpreter::cursorOrEnd() const
 {
-    const TerminalReflow::Place place = cursor();
+    const TerminalReflow::Place place = position();
     return m_grid.isPending(place.row, place.column) ? TerminalReflow::Place{place.row, m_grid.columns()} : place;
 }
 
@@ -336,11 +336,8 @@ void TerminalInterpreter::moveCursor(TerminalReflow::Place place)
 /// With origin mode positions count from where the cursor is put by setting it.
 void TerminalInterpreter::sendCursor(TerminalReflow::Place place)
 {
-    if (m_modes.origin) {
-        setPrivateMode(6, true);
-        const TerminalReflow::Place corner = cursor();
-        place = {std::max(0, place.row - corner.row), std::max(0, place.column - corner.column)};
-    }
+    if (m_modes.origin)
+        place.row = std::max(0, place.row - m_top);
     write("\x1b[" + QByteArray::number(place.row + 1) + ';' + QByteArray::number(place.column + 1) + 'H');
     m_grid.forgetFlow();
 }
@@ -349,39 +346,45 @@ void TerminalInterpreter::repeat(int count)
 {
     std::string bytes;
     const char32_t character = m_grid.lastCharacter();
-    // More than a line is no program's wish.
-    count = std::clamp(count, 1, m_grid.columns());
-    for (int index = 0; index < count && character < TerminalCell::clusterBase; ++index)
-        TerminalUtf8::append(bytes, character == 0 ? U' ' : character);
-    plain({bytes.data(), qsizetype(bytes.size())});
+    // More than a screen is no program's wish.
+    count = std::clamp(count, 1, m_grid.rows() * m_grid.columns());
+    for (int index = 0; index < count && character != 0 && character < TerminalCell::clusterBase; ++index)
+        TerminalUtf8::append(bytes, character);
+    interpret({bytes.data(), qsizetype(bytes.size())});
+    m_canRepeat = true;
 }
 
+/// Tab stops, the mouse and what else programs have asked to be told stay; libvterm would reset some of these.
 void TerminalInterpreter::softReset()
 {
-    vterm_state_reset(m_state, 0);
-    const TerminalModes before = m_modes;
-    m_modes = {};
-    m_modes.mouse = before.mouse;
-    m_modes.mouseBytes = before.mouseBytes;
-    m_modes.reversed = before.reversed;
-    m_grid.inserts = false;
+    const TerminalReflow::Place place = cursorOrEnd();
+    setMode(4, false);
+    for (const int mode : {1, 6, 66})
+        setPrivateMode(mode, false);
+    for (const int mode : {7, 25})
+        setPrivateMode(mode, true);
+    resetMargins();
     m_grid.pen = {};
-    m_sets = {'B', 'B', 'B', 'B'};
+    m_charsets = {};
     m_saved[m_grid.isAlternate() ? 1 : 0] = {};
+    moveCursor(place);
 }
 
 void TerminalInterpreter::hardReset()
 {
     m_grid.pen = {};
+    m_grid.clearAlternate();
     m_grid.setAlternate(false);
     m_grid.inserts = false;
     vterm_state_reset(m_state, 1);
     for (const int mode : {1000, 1006, 5})
         setPrivateMode(mode, false);
     m_modes = {};
-    m_sets = {'B', 'B', 'B', 'B'};
+    m_charsets = {};
+    m_top = 0;
+    m_bottom = m_grid.rows();
     m_saved = {};
-    m_isUpdating = false;
+    m_isUpdating = m_canRepeat = false;
     m_grid.forgetFlow();
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "terminal/TerminalCharsets.h"
 #include "terminal/TerminalCommands.h"
 #include "terminal/TerminalGrid.h"
 #include "terminal/TerminalLinks.h"
@@ -15,8 +16,9 @@ struct VTermState;
 
 namespace moorix {
 
-/// Does what a program's bytes say to a grid. libvterm keeps the cursor, tabs, character sets and scroll region; what
-/// it leaves out or gets wrong is done here: styles, saved cursors, repetition, soft resets, modes in groups.
+/// Does what a program's bytes say to a grid. libvterm keeps the cursor, tabs and scroll region; what it leaves out or
+/// gets wrong is done here: styles, character sets, saved cursors, margins' effect on moves, repetition, soft resets,
+/// modes in groups, answers.
 class TerminalInterpreter final : private TerminalStreamGate::Receiver
 {
 public:
@@ -57,7 +59,7 @@ private:
         TerminalReflow::Place place;
         TerminalStyle style;
         bool origin = false;
-        std::array<char, 4> sets{'B', 'B', 'B', 'B'};
+        TerminalCharsets charsets;
     };
     struct Callbacks;
 
@@ -69,17 +71,35 @@ private:
     void deviceControl(QByteArrayView text) override;
 
     void write(QByteArrayView bytes);
-    void writeByAlphabet(QByteArrayView bytes);
+    void writeText(QByteArrayView bytes);
+    void writeCorrected(char32_t character);
+    void writeUnwrapped(QByteArrayView bytes);
+    int widthOf(char32_t character) const;
+    void interpret(QByteArrayView bytes);
     const char *run(const char *at, const char *end);
+    bool edit(const TerminalSequence &sequence);
+    void fillScreen();
+    void resetMargins();
+    void scrollBy(int lines);
+    void setMargins(const TerminalSequence &sequence);
     void forward(const TerminalSequence &sequence);
     void setModes(const TerminalSequence &sequence, bool on);
     void setMode(int mode, bool on);
     void setPrivateMode(int mode, bool on);
-    bool answersMode(int mode);
-    void showAlternate(bool alternate);
+    bool answer(const TerminalSequence &sequence);
+    void keepTitle();
+    void bringTitleBack();
+    std::optional<bool> mode(int mode) const;
+    std::optional<bool> privateMode(int mode) const;
+    void setMouse(TerminalMouse mouse, bool pressesOnly, bool on);
+    void setMouseBytes(TerminalModes::MouseBytes bytes, bool on);
     void saveCursor(bool alternate);
     void restoreCursor(bool alternate);
+    TerminalReflow::Place position() const;
     TerminalReflow::Place cursorOrEnd() const;
+    bool isWithinMargins() const;
+    void moveVertically(int lines);
+    void settle();
     void moveCursor(TerminalReflow::Place place);
     void sendCursor(TerminalReflow::Place place);
     void repeat(int count);
@@ -94,11 +114,20 @@ private:
     TerminalStreamGate m_gate;
     Events m_events;
     QString m_title;
+    std::vector<QString> m_titles;
     TerminalCommands::WorkingFolder m_folder;
-    std::array<char, 4> m_sets{'B', 'B', 'B', 'B'};
-    /// How wide libvterm took characters to be; 0 for those that have not come yet.
+    TerminalCharsets m_charsets;
+    /// The scroll region, from the top up to, without, the bottom.
+    int m_top = 0;
+    int m_bottom;
+    /// What came last was a character.
+    bool m_canRepeat = false;
+    /// How wide libvterm took characters to be; 0 for those that have not come yet. `corrected` where it is wrong.
     static constexpr std::size_t widthsKept = 0x20000;
+    static constexpr quint8 corrected = 0x80;
     std::vector<quint8> m_widths;
+    /// What libvterm is told another character of the same width for, or 0.
+    char32_t m_standsFor = 0;
     std::vector<TerminalGrid::Glyph> m_run;
     /// Of the normal and of the alternate screen.
     std::array<SavedCursor, 2> m_saved;

@@ -34,27 +34,36 @@ void TerminalInterpreter::setPrivateMode(int mode, bool on)
     case 6:
         m_modes.origin = on;
         break;
+    case 7:
+        if (!on)
+            settle();
+        m_modes.autoWrap = on;
+        break;
+    case 9:
     case 1000:
-        m_modes.mouse = on ? TerminalMouse::clicks : TerminalMouse::none;
-        break;
+        setMouse(TerminalMouse::clicks, mode == 9, on);
+        return;
     case 1002:
-        m_modes.mouse = on ? TerminalMouse::drags : TerminalMouse::none;
-        break;
+        setMouse(TerminalMouse::drags, false, on);
+        return;
     case 1003:
-        m_modes.mouse = on ? TerminalMouse::motion : TerminalMouse::none;
-        break;
+        setMouse(TerminalMouse::motion, false, on);
+        return;
+    case 66:
+        m_modes.applicationKeypad = on;
+        return;
     case 1004:
         m_modes.focusReports = on;
         break;
     case 1005:
-        m_modes.mouseBytes = on ? Bytes::utf8 : Bytes::plain;
-        break;
+        setMouseBytes(Bytes::utf8, on);
+        return;
     case 1006:
-        m_modes.mouseBytes = on ? Bytes::sgr : Bytes::plain;
-        break;
+        setMouseBytes(Bytes::sgr, on);
+        return;
     case 1015:
-        m_modes.mouseBytes = on ? Bytes::decimal : Bytes::plain;
-        break;
+        setMouseBytes(Bytes::decimal, on);
+        return;
     case 2004:
         m_modes.bracketedPaste = on;
         break;
@@ -65,8 +74,12 @@ void TerminalInterpreter::setPrivateMode(int mode, bool on)
     case 69:
         return;
     case 47:
+        m_grid.setAlternate(on);
+        return;
     case 1047:
-        showAlternate(on);
+        if (!on && m_grid.isAlternate())
+            m_grid.clearAlternate();
+        m_grid.setAlternate(on);
         return;
     case 1048:
         if (on)
@@ -77,9 +90,12 @@ void TerminalInterpreter::setPrivateMode(int mode, bool on)
     case 1049:
         if (on == m_grid.isAlternate())
             return;
-        if (on)
+        if (on) {
             saveCursor(false);
-        showAlternate(on);
+            settle();
+            m_grid.clearAlternate();
+        }
+        m_grid.setAlternate(on);
         if (!on)
             restoreCursor(false);
         return;
@@ -89,10 +105,19 @@ void TerminalInterpreter::setPrivateMode(int mode, bool on)
     write("\x1b[?" + QByteArray::number(mode) + (on ? 'h' : 'l'));
 }
 
-void TerminalInterpreter::showAlternate(bool alternate)
+/// Switching one kind off ends them all, as they exclude each other.
+void TerminalInterpreter::setMouse(TerminalMouse mouse, bool pressesOnly, bool on)
 {
-    if (alternate != m_grid.isAlternate())
-        write(alternate ? "\x1b[?1047h" : "\x1b[?1047l");
+    m_modes.mouse = on ? mouse : TerminalMouse::none;
+    m_modes.mousePressesOnly = on && pressesOnly;
+}
+
+void TerminalInterpreter::setMouseBytes(TerminalModes::MouseBytes bytes, bool on)
+{
+    if (on)
+        m_modes.mouseBytes = bytes;
+    else if (m_modes.mouseBytes == bytes)
+        m_modes.mouseBytes = TerminalModes::MouseBytes::plain;
 }
 
 } // namespace moorix

@@ -13,22 +13,33 @@ namespace {
 constexpr qsizetype piece = 16 * 1024;
 /// Fewer characters are not worth moving the cursor for.
 constexpr std::size_t shortestRun = 8;
+/// What characters with corrected widths begin with at least.
+constexpr uchar firstCorrected = 0xD8;
 
 bool isControl(char c)
 {
     return uchar(c) < ' ' || c == '\x7f';
 }
 
+/// BS, LF, VT, FF.
+bool movesFromEnd(char c)
+{
+    return c == '\b' || (c >= '\n' && c <= '\f');
+}
+
 /// Where from `at` on so many characters follow each other that they can be a run.
-const char *nextRun(const char *at, const char *end)
+/// `isSimple` becomes false unless libvterm can be trusted with what comes before it.
+const char *nextRun(const char *at, const char *end, bool &isSimple)
 {
     std::size_t length = 0;
     const char *start = at;
     for (; at < end && length < shortestRun; ++at) {
         if (isControl(*at)) {
+            isSimple = isSimple && (*at == '\r' || (*at == '\n' && at[-1] == '\r'));
             start = at + 1;
             length = 0;
         } else if ((uchar(*at) & 0xC0) != 0x80) {
+            isSimple = isSimple && uchar(*at) < firstCorrected;
             ++length;
         }
     }
@@ -49,28 +60,98 @@ void TerminalInterpreter::write(QByteArrayView bytes)
     vterm_input_write(m_vterm.get(), bytes.data(), std::size_t(bytes.size()));
 }
 
-/// libvterm looks at a piece's first byte to choose the set of all its characters.
-void TerminalInterpreter::writeByAlphabet(QByteArrayView bytes)
+/// libvterm does not notice that a control moves the cursor that waits behind the last column when it stays on that
+/// column.
+void TerminalInterpreter::writeText(QByteArrayView bytes)
 {
-    while (!bytes.isEmpty()) {
-        const bool isAscii = (uchar(bytes[0]) & 0x80) == 0;
-        const auto end =
-            std::find_if(bytes.begin(), bytes.end(), [&](char c) { return ((uchar(c) & 0x80) == 0) != isAscii; });
-        write({bytes.begin(), end - bytes.begin()});
-        bytes = bytes.sliced(end - bytes.begin());
+    const char *from = bytes.begin();
+    for (const char *at = from; at != bytes.end(); ++at) {
+        if (uchar(*at) >= ' ' && uchar(*at) < firstCorrected)
+            continue;
+        if (*at == '\r') {
+            // Nothing waits behind it.
+            at += at + 1 != bytes.end() && at[1] == '\n';
+        } else if (movesFromEnd(*at)) {
+            write({from, at - from});
+            from = at;
+            settle();
+        } else if (uchar(*at) >= firstCorrected) {
+            const char *next = at;
+            const char32_t character = TerminalUtf8::next(next);
+            if (character >= widthsKept || (m_widths[character] & corrected) == 0)
+                continue;
+            write({from, at - from});
+            from = next;
+            at = next - 1;
+            writeCorrected(character);
+        } else {
+            m_charsets.control(*at);
+        }
     }
+    write({from, bytes.end() - from});
+}
+
+void TerminalInterpreter::writeCorrected(char32_t character)
+{
+    m_standsFor = character;
+    write((m_widths[character] & 3) == 2 ? "\xE4\xB8\x80" : "x");
+    m_standsFor = 0;
+}
+
+/// libvterm goes to the next line all the same for a wide character that does not fit, and stays before one that does.
+void TerminalInterpreter::writeUnwrapped(QByteArrayView bytes)
+{
+    const int last = m_grid.columns() - 1;
+    for (const char *at = bytes.begin(); at != bytes.end();) {
+        const char *const start = at;
+        const char32_t character = TerminalUtf8::next(at);
+        if (character > 0x7F && position().column == last && widthOf(character) == 2)
+            continue;
+        writeText({start, at - start});
+        const TerminalReflow::Place place = position();
+        if (place.column < last && m_grid.isPending(place.row, place.column))
+            sendCursor({place.row, last});
+    }
+}
+
+/// As libvterm has it.
+int TerminalInterpreter::widthOf(char32_t character) const
+{
+    if (character < widthsKept && m_widths[character] != 0)
+        return m_widths[character] & 3;
+    const std::unique_ptr<VTerm, void (*)(VTerm *)> other(vterm_new(1, 4), vterm_free);
+    vterm_set_utf8(other.get(), 1);
+    VTermState *const state = vterm_obtain_state(other.get());
+    vterm_state_reset(state, 1);
+    std::string bytes;
+    TerminalUtf8::append(bytes, character);
+    vterm_input_write(other.get(), bytes.data(), bytes.size());
+    VTermPos position;
+    vterm_state_get_cursorpos(state, &position);
+    return position.col;
+}
+
+void TerminalInterpreter::plain(QByteArrayView bytes)
+{
+    m_canRepeat = !isControl(bytes.back());
+    if (m_charsets.leaves(bytes)) {
+        interpret(bytes);
+        return;
+    }
+    const std::string text = m_charsets.translated(bytes);
+    interpret({text.data(), qsizetype(text.size())});
 }
 
 /// What libvterm does to a run of characters on one line is to put them side by side. So all but the last are put here,
 /// and only that one, which may reach the line's end, and the cursor's way to it are left to libvterm.
-void TerminalInterpreter::plain(QByteArrayView bytes)
+void TerminalInterpreter::interpret(QByteArrayView bytes)
 {
-    if (m_sets != std::array{'B', 'B', 'B', 'B'}) {
-        writeByAlphabet(bytes);
+    if (!m_modes.autoWrap) {
+        writeUnwrapped(bytes);
         return;
     }
     if (m_grid.inserts || m_modes.origin || bytes.size() < qsizetype(shortestRun)) {
-        write(bytes);
+        writeText(bytes);
         return;
     }
     for (const char *at = bytes.begin(); at != bytes.end();)
@@ -80,7 +161,7 @@ void TerminalInterpreter::plain(QByteArrayView bytes)
 /// Takes a run of characters from `at`, if there is one, and what follows up to the next; tells where that is.
 const char *TerminalInterpreter::run(const char *at, const char *end)
 {
-    const TerminalReflow::Place place = cursor();
+    const TerminalReflow::Place place = position();
     // In the last two columns the cursor may be waiting for the next line.
     const int columns = place.column < m_grid.columns() - 2 ? m_grid.columns() : 0;
     const char *last = at;
@@ -90,7 +171,7 @@ const char *TerminalInterpreter::run(const char *at, const char *end)
     while (next < end && !isControl(*next)) {
         const char *const start = next;
         const char32_t character = TerminalUtf8::next(next);
-        const int width = character < widthsKept ? m_widths[character] : 0;
+        const int width = character < widthsKept ? m_widths[character] & 3 : 0;
         // A character not known yet, or one for the next line: libvterm tells what becomes of it.
         if (width == 0 || column + width > columns)
             break;
@@ -104,8 +185,14 @@ const char *TerminalInterpreter::run(const char *at, const char *end)
         write("\x1b[" + QByteArray::number(column - m_run.back().width - place.column) + 'C');
         from = last;
     }
-    next = nextRun(next, end);
-    write({from, next - from});
+    bool isSimple = std::none_of(from, next, [](char c) { return uchar(c) >= firstCorrected; });
+    // The byte before a line feed is looked at.
+    isSimple = isSimple && (next > at || *at != '\n');
+    next = nextRun(next, end, isSimple);
+    if (isSimple)
+        write({from, next - from});
+    else
+        writeText({from, next - from});
     return next;
 }
 

@@ -17,9 +17,13 @@ struct TerminalModes
     bool bracketedPaste = false;
     bool focusReports = false;
     TerminalMouse mouse = TerminalMouse::none;
+    /// Only that a button was pressed is told, and where.
+    bool mousePressesOnly = false;
     MouseBytes mouseBytes = MouseBytes::plain;
     /// Cursor positions count from the scroll region's corner.
     bool origin = false;
+    /// Characters behind the last column go to the next line.
+    bool autoWrap = true;
     /// New characters move those behind them.
     bool insert = false;
     /// Screen with foreground and background exchanged.

@@ -58,9 +58,10 @@ void applySimple(TerminalStyle &style, int number)
 {
     switch (number) {
     case 0: {
-        const quint16 link = style.link;
+        const TerminalStyle before = style;
         style = {};
-        style.link = link;
+        style.link = before.link;
+        style.isProtected = before.isProtected;
         break;
     }
     case 1:
@@ -138,6 +139,8 @@ void describeColor(QByteArray &numbers, TerminalColor color, int base)
                    QByteArray::number(rgb >> 8 & 0xFF) + ';' + QByteArray::number(rgb & 0xFF);
     } else if (color.index() < 8) {
         numbers += QByteArray::number(base + color.index());
+    } else if (color.index() < 16) {
+        numbers += QByteArray::number(base + 60 + color.index() - 8);
     } else {
         numbers += QByteArray::number(base + 8) + ";5;" + QByteArray::number(color.index());
     }

@@ -17,7 +17,7 @@ struct Parameter
     bool joined = false;
 };
 
-/// What "select graphic rendition" does to a style; unknown numbers do nothing. The link stays.
+/// What "select graphic rendition" does to a style; unknown numbers do nothing. The link and the protection stay.
 void apply(TerminalStyle &style, std::span<const Parameter> parameters);
 
 /// The numbers that make a style out of the default, as in "0;1;38;5;9".

@@ -29,6 +29,21 @@ void TerminalScreen::erase(TerminalRectangle area, const TerminalCell &blank)
         m_history->setLastWraps(false);
 }
 
+void TerminalScreen::eraseUnprotected(TerminalRectangle area, const TerminalCell &blank)
+{
+    for (int row = area.top; row < std::min(area.bottom, rows()); ++row) {
+        const std::vector<TerminalCell> &cells = line(row).cells;
+        int start = area.left;
+        for (int column = area.left; column < std::min(area.right, m_columns); ++column) {
+            if (!cells[std::size_t(column)].style.isProtected)
+                continue;
+            erase({row, row + 1, start, column}, blank);
+            start = column + 1;
+        }
+        erase({row, row + 1, start, area.right}, blank);
+    }
+}
+
 void TerminalScreen::scroll(TerminalRectangle area, int down, int right, const TerminalCell &blank, bool keeps)
 {
     // Nearly always it is the whole screen and one line.

@@ -32,6 +32,7 @@ public:
     /// `cell.width` tells how many columns it takes.
     void put(int row, int column, const TerminalCell &cell);
     void erase(TerminalRectangle area, const TerminalCell &blank);
+    void eraseUnprotected(TerminalRectangle area, const TerminalCell &blank);
     /// Moves the cells of the area, whole lines when upwards (`down` > 0 moves the text up) or downwards, to the left
     /// for `right` > 0. `keeps`: what leaves the screen at its top is history.
     void scroll(TerminalRectangle area, int down, int right, const TerminalCell &blank, bool keeps);

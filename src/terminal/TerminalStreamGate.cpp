@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "terminal/TerminalStreamGate.h"
 
+#include "terminal/TerminalWidths.h"
+
 #include <QChar>
 
 #include <algorithm>
@@ -14,7 +16,6 @@ namespace moorix {
 namespace {
 
 constexpr char escapeByte = '\x1b';
-constexpr char32_t zeroWidthJoiner = 0x200D;
 constexpr std::ptrdiff_t longestSequence = 256;
 constexpr std::ptrdiff_t mostIntermediates = 4;
 
@@ -72,22 +73,19 @@ bool hasNoWidth(char32_t character)
     // Chinese, Japanese, Korean: most of what is not Latin, and none of it marks.
     if ((character >= 0x3400 && character < 0xA000) || (character >= 0xAC00 && character < 0xD7A4))
         return false;
-    // Marks to libvterm, but not by their category.
-    if ((character >= 0x1160 && character <= 0x11FF) || character == 0x06DE || character == 0x1734 ||
-        character == 0x302E || character == 0x302F)
+    // Vowels and ends of Korean syllables.
+    if ((character >= 0x1160 && character <= 0x11FF) || (character >= 0xD7B0 && character <= 0xD7FF))
         return true;
     const QChar::Category category = QChar::category(character);
-    return category == QChar::Mark_NonSpacing || category == QChar::Mark_Enclosing || category == QChar::Other_Format;
+    return (category == QChar::Mark_NonSpacing || category == QChar::Mark_Enclosing ||
+            category == QChar::Other_Format) &&
+           !TerminalWidths::isCorrected(character);
 }
 
-bool isPictograph(char32_t character)
+/// Two of these are the flag of a country.
+bool isRegional(char32_t character)
 {
-    return (character >= 0x1F300 && character <= 0x1FAFF) || (character >= 0x2190 && character <= 0x2BFF);
-}
-
-bool isSkinTone(char32_t character)
-{
-    return character >= 0x1F3FB && character <= 0x1F3FF;
+    return character >= 0x1F1E6 && character <= 0x1F1FF;
 }
 
 } // namespace
@@ -117,7 +115,7 @@ void TerminalStreamGate::reset()
     m_text.clear();
     m_string = String::none;
     m_tooLong = m_escapeInString = m_skipsSequence = false;
-    m_last = m_beforeLast = 0;
+    m_last = 0;
 }
 
 /// Hands on what may be handed on in one piece, and then what follows it.
@@ -130,17 +128,14 @@ const char *TerminalStreamGate::text(const char *at, const char *end)
     while (true) {
         const char *const ascii = at;
         at = skipPlain(at, end);
-        if (at > ascii) {
-            m_beforeLast = at - ascii > 1 ? U' ' : m_last;
-            m_last = char32_t(at[-1]);
-        }
+        if (at > ascii)
+            m_last = 0;
         if (at == end || *at == escapeByte)
             break;
         decoded = decode(at, end);
         const char32_t character = decoded.character;
-        if (character < 0xA0 || hasNoWidth(character) || (character > 0x2000 && joins(character)))
+        if (character < 0xA0 || hasNoWidth(character) || (isRegional(character) && isRegional(m_last)))
             break;
-        m_beforeLast = m_last;
         m_last = character;
         at += decoded.length;
     }
@@ -152,7 +147,7 @@ const char *TerminalStreamGate::text(const char *at, const char *end)
 const char *TerminalStreamGate::special(const char *at, const char *end)
 {
     if (*at == escapeByte) {
-        m_beforeLast = m_last = 0;
+        m_last = 0;
         return escape(at + 1, end);
     }
     const Decoded decoded = decode(at, end);
@@ -162,44 +157,46 @@ const char *TerminalStreamGate::special(const char *at, const char *end)
     }
     if (decoded.character == 0) {
         m_receiver.plain("\xEF\xBF\xBD");
-        m_beforeLast = m_last = 0;
+        m_last = 0;
     } else if (decoded.character >= 0xA0) {
         m_receiver.combining(decoded.character);
-        m_beforeLast = m_last;
-        m_last = decoded.character;
+        m_last = 0;
     }
     return at + decoded.length;
 }
 
-bool TerminalStreamGate::joins(char32_t character) const
-{
-    if (isSkinTone(character))
-        return isPictograph(m_last) && !isSkinTone(m_last);
-    return m_last == zeroWidthJoiner && m_beforeLast != 0 && isPictograph(character);
-}
-
-/// `at` is behind the escape; what has no end yet is held back.
+/// `at` is behind the escape; what has no end yet is held back. Controls within have their effect at once.
 const char *TerminalStreamGate::escape(const char *at, const char *end)
 {
+    std::array<char, mostIntermediates + 1> bytes;
+    qsizetype size = 0;
     const char *next = at;
-    while (next < end && *next >= ' ' && *next <= '/' && next - at < mostIntermediates)
-        ++next;
+    for (; next < end && (*next <= '/' || *next == '\x7f') && (uchar(*next) & 0x80) == 0; ++next) {
+        if (*next == escapeByte)
+            return next;
+        if (*next == '\x18' || *next == '\x1a')
+            return next + 1;
+        if (*next < ' ')
+            m_receiver.plain({next, 1});
+        else if (*next != '\x7f' && size < mostIntermediates)
+            bytes[std::size_t(size++)] = *next;
+        else if (*next != '\x7f')
+            return next;
+    }
     if (next == end) {
-        m_held = escapeByte + QByteArray(at, end - at);
+        m_held = escapeByte + QByteArray(bytes.data(), size);
         return end;
     }
-    if (next == at && *next == '[')
+    if (size == 0 && *next == '[')
         return sequence(next + 1, end);
-    if (next == at && *next != 0 && std::strchr("]P_^X", *next)) {
+    if (size == 0 && std::strchr("]P_^X", *next)) {
         startString(*next);
         return next + 1;
     }
-    if (*next == '\x18' || *next == '\x1a' || *next == '\x7f')
-        return next + 1;
-    // Anything else that cannot end it (another escape, a control) ends it without an effect.
-    if (*next < '0' || *next > '~')
+    if ((uchar(*next) & 0x80) != 0)
         return next;
-    m_receiver.escape({at, next + 1 - at});
+    bytes[std::size_t(size++)] = *next;
+    m_receiver.escape({bytes.data(), size});
     return next + 1;
 }
 
@@ -268,7 +265,8 @@ void TerminalStreamGate::startString(char kind)
     m_tooLong = m_escapeInString = false;
 }
 
-/// `at` is within a string, which ends with BEL or ESC \ and is abandoned by anything else that begins with an escape.
+/// `at` is within a string, which ends with ESC \, or BEL if it is a command, and is abandoned by anything else that
+/// begins with an escape.
 const char *TerminalStreamGate::string(const char *at, const char *end)
 {
     if (m_escapeInString) {
@@ -282,7 +280,8 @@ const char *TerminalStreamGate::string(const char *at, const char *end)
         return escape(at, end);
     }
     const char *next = at;
-    while (next < end && *next != '\a' && *next != escapeByte && *next != '\x18' && *next != '\x1a')
+    const bool endsWithBell = m_string == String::operatingSystemCommand;
+    while (next < end && (*next != '\a' || !endsWithBell) && *next != escapeByte && *next != '\x18' && *next != '\x1a')
         ++next;
     if (m_string != String::ignored && !m_tooLong) {
         m_tooLong = m_text.size() + (next - at) > longestString;

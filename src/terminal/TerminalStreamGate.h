@@ -28,6 +28,12 @@ struct TerminalSequence
     }
 };
 
+/// One number for each kind of sequence.
+constexpr int sequenceKey(char final, char intermediate = 0, char leader = 0)
+{
+    return leader << 16 | intermediate << 8 | final;
+}
+
 /// Takes the bytes of a program apart, however they were cut into pieces, into what an interpreter can rely on: it
 /// gets whole characters and whole sequences only, with numbers in bounds and nothing of unbounded length.
 class TerminalStreamGate final
@@ -43,7 +49,7 @@ public:
     public:
         /// Valid UTF-8 and controls below blank; no escape, no controls above 0x7F, nothing without a width.
         virtual void plain(QByteArrayView bytes) = 0;
-        /// A character that belongs to the one before: a mark, a joiner, or what a joiner joins.
+        /// A character that belongs to the one before: a mark, a joiner, or the second half of a flag.
         virtual void combining(char32_t character) = 0;
         /// An escape sequence without the escape, such as "7" or "(0".
         virtual void escape(QByteArrayView bytes) = 0;
@@ -73,7 +79,6 @@ private:
     void passControls(const char *at, const char *end);
     void startString(char kind);
     void endString();
-    bool joins(char32_t character) const;
 
     Receiver &m_receiver;
     /// The beginning of a character or sequence whose end has not come yet; a few dozen bytes at most.
@@ -85,9 +90,8 @@ private:
     bool m_escapeInString = false;
     /// Within a control sequence that is too long to be one.
     bool m_skipsSequence = false;
-    /// The last two code points of the text, 0 where something else came in between.
+    /// The character before, 0 if nothing can join it.
     char32_t m_last = 0;
-    char32_t m_beforeLast = 0;
 };
 
 } // namespace moorix

@@ -53,14 +53,43 @@ void TerminalEmulatorTest::placesText_data()
     row("scroll region", "1\r\n2\r\n3\r\n4\x1b[2;3r\x1b[3;1H\n5", {u"1"_s, u"3"_s, u"5"_s, u"4"_s}, 2, 1);
     row("lines inserted", "1\r\n2\r\n3\x1b[2;1H\x1b[L", {u"1"_s, QString(), u"2"_s, u"3"_s}, 1, 0);
     row("repeated", "a\x1b[3b", {u"aaaa"_s}, 0, 4);
-    row("nothing to repeat", "\x1b[2bx", {u"  x"_s}, 0, 3);
-    row("drawing", "\x1b(0qx\xC3\xA9q\x1b(Bq", {u"─│é─q"_s}, 0, 5);
+    row("nothing to repeat", "\x1b[2bx", {u"x"_s}, 0, 1);
+    row("repeated over lines", "a\x1b[12b", {u"aaaaaaaaaa"_s, u"aaa"_s}, 1, 3);
+    row("drawing", "\x1b(0qxy\xC3\xA9q\x1b(Bq", {u"─│≤é─q"_s}, 0, 6);
+    row("other sets",
+        "\x1b)0\x1b*0\x0eq\x1b"
+        "7\x0fq\x1bNqq\x1bnq\x1b"
+        "8q\x0fq",
+        {u"──qq─"_s}, 0, 3);
     row("cursor saved both ways",
         "ab\x1b[s\x1b"
         "7\x1b[3;3Hc\x1b"
         "8d\x1b[uX",
         {u"abX"_s, QString(), u"  c"_s}, 0, 3);
     row("several modes at once", "\x1b[?25;7l0123456789ab", {u"012345678b"_s}, 0, 9);
+    const QByteArray full = "1\r\n2\r\n3\r\n4\x1b[2;3r";
+    row("up to the margin", full + "\x1b[3;5H\x1b[9Ax\x1b[9Fy", {u"1"_s, u"y   x"_s, u"3"_s, u"4"_s}, 1, 1);
+    row("down to the margin", full + "\x1b[1;5H\x1b[9Bx\x1b[9Ey", {u"1"_s, u"2"_s, u"y   x"_s, u"4"_s}, 2, 1);
+    row("shifted outside the margins", full + "\x1b[1;1H\x1b[2@\x1b[4;1H\x1b[P", {u"  1"_s, u"2"_s, u"3"_s}, 3, 0);
+    row("no margins", full + "\x1b[4;2H\x1b[3;2r\x1b[2;2r\n", {u"1"_s, u"2"_s, u"3"_s, u"4"_s}, 3, 1);
+    row("lines removed", full + "\x1b[2;2H\x1b[Mx", {u"1"_s, u"x"_s, QString(), u"4"_s}, 1, 1);
+    row("columns removed", full + "\x1b[2;1H\x1b[ @", {u"1"_s, QString(), QString(), u"4"_s}, 1, 0);
+    row("full of E", full + "\x1b[?6h\x1b#8x", {u"xEEEEEEEEE"_s, u"EEEEEEEEEE"_s, u"EEEEEEEEEE"_s, u"EEEEEEEEEE"_s}, 0,
+        1);
+    row("erased while waiting", "0123456789\x1b[Kx", {u"012345678x"_s}, 0, 9);
+    row("fed a line while waiting", "\x1b[4;1H0123456789\nx", {QString(), QString(), u"0123456789"_s, u"         x"_s},
+        3, 9);
+    row("back while waiting", "01234567\xE6\xBC\xA2\bx", {u"01234567x"_s}, 0, 9);
+    row("erased while waiting on", "0123456789\x1b[?1047l\x1b[Xx", {u"012345678x"_s}, 0, 9);
+    row("no more waiting", "0123456789\x1b[?7lx", {u"012345678x"_s}, 0, 9);
+    row("wide without wrapping", "\x1b[?7l12345678\xE6\xBC\xA2x\xE6\xBC\xA2", {u"12345678 x"_s}, 0, 9);
+    row("protected", "\x1b[1\"qab\x1b[2\"qcd\x1b[1\"qe\x1b[?2K\x1b[1;2H\x1b[K\x1b[?J", {u"a"_s}, 0, 1);
+    row("wide since lately", u"\U0001F970\U0001F7E2\u0600a\U0001F9D1\u200D\U0001F4BB"_s.toUtf8(),
+        {u"\U0001F970\U0001F7E2\u0600a\U0001F9D1\u200D\U0001F4BB"_s}, 0, 9);
+    row("flag", u"\U0001F1E9\U0001F1EA\bx"_s.toUtf8(), {u" x"_s}, 0, 2);
+    row("flag cut by the end", u"\x1b[1;10H\U0001F1E9\U0001F1EA"_s.toUtf8(),
+        {u"         \U0001F1E9"_s, u"\U0001F1EA"_s}, 1, 1);
+    row("alternate screen kept", "\x1b[?47hab\x1b[?47lc\x1b[?47hd", {u"ab d"_s}, 0, 4);
     row("strings leave nothing", "a\x1b_x\x1b\\\x1bPq#\x1b\\b", {u"ab"_s}, 0, 2);
 }
 
@@ -111,14 +140,16 @@ void TerminalEmulatorTest::erasesWithTheBackground()
 void TerminalEmulatorTest::combinesCharacters()
 {
     const QString family = u"\U0001F468\u200D\U0001F469\u200D\U0001F467"_s;
-    const QString thumb = u"\U0001F44D\U0001F3FD"_s;
+    const QString flag = u"\U0001F1E9\U0001F1EA"_s;
     // Also at the end of the line, and in a piece of its own.
-    const auto emulator = played((u"e\u0301"_s + family + thumb + u"3456u"_s).toUtf8());
+    const auto emulator = played((u"e\u0301"_s + family + flag + u"u"_s).toUtf8());
     emulator->feed(u"\u0308"_s.toUtf8());
-    QCOMPARE(screenText(*emulator), QStringList(u"e\u0301"_s + family + thumb + u"3456u\u0308"_s));
+    QCOMPARE(screenText(*emulator), QStringList(u"e\u0301"_s + family + flag + u"u\u0308"_s));
     QCOMPARE(cursorOf(*emulator), std::pair(0, 9));
     QCOMPARE(emulator->line(0)[1].width, quint8(2));
-    QCOMPARE(emulator->line(0)[3].width, quint8(2));
+    // Shells count two columns for each person.
+    QCOMPARE(emulator->line(0)[7].width, quint8(2));
+    QCOMPARE(emulator->text(emulator->line(0)[7]), flag);
 
     const auto endless = played("a" + QByteArray("\xCC\x81").repeated(100'000));
     QVERIFY(endless->text(endless->line(0)[0]).size() < 20);
@@ -145,9 +176,16 @@ void TerminalEmulatorTest::answersQuestions_data()
     QTest::addColumn<QByteArray>("answer");
     QTest::newRow("what are you") << QByteArray("\x1b[c") << QByteArray("\x1b[?1;2c");
     QTest::newRow("where is the cursor") << QByteArray("ab\r\nc\x1b[6n") << QByteArray("\x1b[2;2R");
-    QTest::newRow("style") << QByteArray("\x1b[1;38;5;9;4m\x1bP$qm\x1b\\") << QByteArray("\x1bP1$r0;1;4;38;5;9m\x1b\\");
+    QTest::newRow("style") << QByteArray("\x1b[1;38;5;9;4m\x1bP$qm\x1b\\") << QByteArray("\x1bP1$r0;1;4;91m\x1b\\");
     QTest::newRow("modes") << QByteArray("\x1b[?2026h\x1b[?2026$p\x1b[?1049$p\x1b[?2004h\x1b[?2004$p")
                            << QByteArray("\x1b[?2026;1$y\x1b[?1049;2$y\x1b[?2004;1$y");
+    QTest::newRow("where within margins") << QByteArray("\x1b[3;9r\x1b[?6h\x1b[2;3H\x1b[6n") << QByteArray("\x1b[2;3R");
+    QTest::newRow("behind a wide one") << QByteArray("\x1b[1;79H\xE6\xBC\xA2\x1b[6n") << QByteArray("\x1b[1;80R");
+    QTest::newRow("more modes")
+        << QByteArray(
+               "\x1b[4h\x1b[4$p\x1b[99$p\x1b[?1006h\x1b[?1005l\x1b[?1006$p\x1b[?2004h\x1b[!p\x1b[?2004$p\x1b[?9$p")
+        << QByteArray("\x1b[4;1$y\x1b[99;0$y\x1b[?1006;1$y\x1b[?2004;1$y\x1b[?9;2$y");
+    QTest::newRow("how large") << QByteArray("\x1b[14t\x1b[18t") << QByteArray("\x1b[8;24;80t");
     QTest::newRow("not the clipboard") << QByteArray("\x1b]52;c;?\a\x1b]10;?\a\x1b]4;1;?\a") << QByteArray();
 }
 
@@ -178,6 +216,8 @@ void TerminalEmulatorTest::tellsWhatProgramsSay()
     QCOMPARE(clipboard.size(), 1);
     QCOMPARE(clipboard[0][0].toString(), u"hé"_s);
     QCOMPARE(changes.size(), 1);
+    emulator.feed("\x1b[22;0t\x1b]2;c\a\x1b[23;0t\x1b[23t");
+    QCOMPARE(emulator.title(), u"ab"_s);
     emulator.feed("\x1b]7;http://host/x\a\x1b]0;" + QByteArray(5000, 'x') + "\a\x1b[5 q\x1b[?25l");
     QCOMPARE(emulator.workingFolder(), u"/a b/ä"_s);
     QCOMPARE(emulator.title().size(), 256);

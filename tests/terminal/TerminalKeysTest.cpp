@@ -104,6 +104,8 @@ void TerminalKeysTest::reportsTheMouseAsAsked()
         });
     };
     QCOMPARE(drag({}), QByteArray());
+    // Presses only, without modifiers, and the wheel.
+    QCOMPARE(drag("\x1b[?9h"), "\x1b[M #\"\x1b[Ma*$");
     QCOMPARE(drag("\x1b[?1000;1006h"), "\x1b[<16;3;2M\x1b[<0;4;2m\x1b[<65;10;4M");
     QCOMPARE(drag("\x1b[?1002;1006;1004h"), "\x1b[<16;3;2M\x1b[<32;4;2M\x1b[<0;4;2m\x1b[<65;10;4M\x1b[I");
     QCOMPARE(drag("\x1b[?1003h"), "\x1b[MC&!\x1b[M0#\"\x1b[M@$\"\x1b[M#$\"\x1b[Ma*$");

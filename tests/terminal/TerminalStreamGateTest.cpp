@@ -79,8 +79,10 @@ void TerminalStreamGateTest::takesApart_data()
         {"command 0;t\xC3\xA4", "command 8;;u", "device $qm", "text z"});
     row("a string that is left", "\x1b]0;t\x1b[1mx\x1b]2;u\x18y", {"sequence ;1--m", "text xy"});
     row("marks", "e\xCC\x81x\xE2\x80\x8By", {"text e", "mark 301", "text x", "mark 200b", "text y"});
-    row("joined", "\xF0\x9F\x91\xA9\xE2\x80\x8D\xF0\x9F\x92\xBB\xF0\x9F\x91\x8D\xF0\x9F\x8F\xBD",
-        {"text \xF0\x9F\x91\xA9", "mark 200d", "mark 1f4bb", "text \xF0\x9F\x91\x8D", "mark 1f3fd"});
+    row("joined", "\xF0\x9F\x91\xA9\xE2\x80\x8D\xF0\x9F\x87\xA9\xF0\x9F\x87\xAA\xF0\x9F\x87\xA9",
+        {"text \xF0\x9F\x91\xA9", "mark 200d", "text \xF0\x9F\x87\xA9", "mark 1f1ea", "text \xF0\x9F\x87\xA9"});
+    row("controls within an escape", "\x1b\n(\r0a\x1bPb\ac\x1b\\d",
+        {"text \n\r", "escape (0", "text a", "device b\ac", "text d"});
     row("broken", "a\x80\xE2\x82z\xF4\x90\x80\x80\xC0\xAF\xED\xA0\x80",
         {"text a\xEF\xBF\xBD\xEF\xBF\xBDz" + QByteArray("\xEF\xBF\xBD").repeated(9)});
     row("controls above 0x7F",
