@@ -222,13 +222,15 @@ private slots:
             QDropEvent event({9, 9}, Qt::CopyAction, &data, Qt::LeftButton, {});
             QApplication::sendEvent(terminal->viewport(), &event);
         };
-        run(*terminal, "cd left; PS1='> '");
+        run(*terminal, "cd left; PS1='ready> '");
+        QTRY_VERIFY(text(*terminal).contains(u"\nready>"_s));
         type(*terminal, "cat ");
+        QTRY_VERIFY(text(*terminal).contains(u"\nready> cat"_s));
         QMimeData files;
         files.setUrls({QUrl::fromLocalFile(bench.home.path(QString(u"left/"_s + odd))),
                        QUrl::fromLocalFile(bench.home.path("left/plain"))});
         drop(files);
-        QTest::qWait(1);
+        QTRY_VERIFY(text(*terminal).contains(u"left/plain"_s));
         QVERIFY(!text(*terminal).contains(u"alpha"_s) && !terminal->hasForegroundProgram());
         QTest::keyClick(terminal, Qt::Key_Return);
         QTRY_VERIFY2(text(*terminal).contains(u"alpha"_s), qPrintable(text(*terminal)));
