@@ -99,9 +99,6 @@ void PTYRunner::readSome()
             return;
         m_bytesLeft -= count;
         m_outputEnded = m_exitCode.has_value() && m_bytesLeft <= 0;
-        // Less than a full piece: the rest of the turn belongs to others.
-        if (count < pieceBytes)
-            break;
     }
     if (!m_outputEnded)
         return;

@@ -31,7 +31,8 @@ namespace moorix {
 namespace {
 
 constexpr int padding = 6;
-constexpr int frameMilliseconds = 16;
+constexpr qint64 frameMilliseconds = 16;
+constexpr qint64 longestRestMilliseconds = 50;
 constexpr int heldMilliseconds = 5;
 /// Rewrapping a long scrollback takes its time: a window that is dragged larger does not do it at every step.
 constexpr int gridMilliseconds = 60;
@@ -342,8 +343,10 @@ void TerminalWidget::scheduleFrame()
 {
     if (m_frameTimer.isActive() || !isVisible())
         return;
-    const qint64 since = m_sinceFrame.isValid() ? m_sinceFrame.elapsed() : frameMilliseconds;
-    m_frameTimer.start(int(std::max<qint64>(0, frameMilliseconds - since)));
+    // What takes long to paint is painted less often, so that a flood is read rather than shown.
+    const qint64 rest = std::clamp(m_frameCost * 12, frameMilliseconds, longestRestMilliseconds);
+    const qint64 since = m_sinceFrame.isValid() ? m_sinceFrame.elapsed() : rest;
+    m_frameTimer.start(int(std::max<qint64>(0, rest - since)));
 }
 
 void TerminalWidget::takeFrame()
@@ -377,6 +380,8 @@ void TerminalWidget::takeFrame()
     // A key that changes nothing by itself must not hold up its echo.
     if (!region.isEmpty())
         m_sinceFrame.start();
+    QElapsedTimer painting;
+    painting.start();
     updateMarks();
     if (!m_scene.link.isEmpty())
         m_pointer->updateLink(QApplication::keyboardModifiers());
@@ -385,6 +390,7 @@ void TerminalWidget::takeFrame()
     restartBlinking();
     // At once: this is the screen's rate already.
     viewport()->repaint(usesGPU() ? QRegion(viewport()->rect()) : region + oldCursor + cursorRegion());
+    m_frameCost = painting.elapsed();
 }
 
 QRegion TerminalWidget::regionOf(const std::vector<int> &rows) const

@@ -166,6 +166,8 @@ private:
     bool m_isGPUBroken = false;
     QTimer m_frameTimer;
     QElapsedTimer m_sinceFrame;
+    /// Milliseconds that the last painting took.
+    qint64 m_frameCost = 0;
     QTimer m_gridTimer;
     QElapsedTimer m_sinceGrid;
     QElapsedTimer m_sinceShown;
