@@ -5,10 +5,10 @@
 #include "platform/SystemProcessRunner.h"
 #include "servers/KeychainStore.h"
 #include "support/MemoryKeychain.h"
+#include "support/SmallDisk.h"
 #include "support/TestMain.h"
 
 #include <QDir>
-#include <QProcess>
 #include <QRandomGenerator>
 
 #include <unistd.h>
@@ -16,13 +16,6 @@
 using namespace moorix;
 using namespace moorix::test;
 using namespace Qt::StringLiterals;
-
-namespace {
-
-constexpr qsizetype diskBytes = 8 * 1024 * 1024;
-constexpr auto diskVariable = "MOORIX_SMALL_DISK";
-
-} // namespace
 
 /// Skipped unless started by the test below.
 class SmallDiskBackupProgram final : public QObject
@@ -32,7 +25,7 @@ class SmallDiskBackupProgram final : public QObject
 private slots:
     void init()
     {
-        if (qEnvironmentVariableIsEmpty(diskVariable))
+        if (!SmallDisk::folder())
             QSKIP("Only a part of FullDiskBackupTest.");
     }
 
@@ -54,14 +47,14 @@ private slots:
         QFETCH(bool, isDestination);
         QFETCH(bool, makesArchive);
         QFETCH(QString, fillsAt);
-        const QString disk = qEnvironmentVariable(diskVariable);
+        const QString disk = SmallDisk::folder().value();
         QDir(disk).removeRecursively();
         const TestTree tree{{"to/", ""}, {"tmp/", ""}};
         const QString to = isDestination ? disk + u"/to"_s : tree.path("to");
         const QString temporary = isDestination ? tree.path("tmp") : disk + u"/tmp"_s;
         QVERIFY(QDir().mkpath(to) && QDir().mkpath(temporary));
         qputenv("TMPDIR", QFile::encodeName(temporary));
-        QByteArray noise(diskBytes / 4, Qt::Uninitialized);
+        QByteArray noise(SmallDisk::bytes / 4, Qt::Uninitialized);
         QRandomGenerator(1).generate(reinterpret_cast<quint32 *>(noise.data()),
                                      reinterpret_cast<quint32 *>(noise.data() + noise.size()));
         tree.write("site/a", noise);
@@ -114,19 +107,9 @@ private slots:
         if (::geteuid() != 0)
             QSKIP("Only root can mount a small disk.");
         const TestTree tree{{"disk/", {}}};
-        QProcess program;
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QString::fromLatin1(diskVariable), tree.path("disk/inside"));
-        program.setProcessEnvironment(environment);
-        program.setProcessChannelMode(QProcess::MergedChannels);
-        program.start(
-            u"unshare"_s,
-            {u"--mount"_s, u"sh"_s, u"-c"_s,
-             u"mount --make-rprivate / && mount -t tmpfs -o size=%1 none \"$0\" && exec \"$@\""_s.arg(diskBytes),
-             tree.path("disk"), QCoreApplication::applicationFilePath(), u"SmallDiskBackupProgram"_s});
-        program.waitForFinished(120'000);
-        const QByteArray output = program.readAll();
-        QVERIFY2(program.exitStatus() == QProcess::NormalExit && program.exitCode() == 0, output.constData());
+        QByteArray output;
+        QVERIFY2(SmallDisk::run(tree.path("disk"), tree.path("disk/inside"), "SmallDiskBackupProgram", output),
+                 output.constData());
         QVERIFY2(output.contains("while copying files"), output.constData());
     }
 };

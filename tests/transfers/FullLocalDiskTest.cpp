@@ -2,6 +2,7 @@
 // The disk of this machine fills up in the middle of a transfer. The transfers run in a program of their own, which
 // alone sees the small disk.
 #include "support/FTPServer.h"
+#include "support/SmallDisk.h"
 #include "support/TestMain.h"
 #include "support/TestServer.h"
 #include "transfers/TransferScene.h"
@@ -14,13 +15,6 @@ using namespace moorix;
 using namespace moorix::test;
 using namespace Qt::StringLiterals;
 
-namespace {
-
-constexpr qsizetype diskBytes = 8 * 1024 * 1024;
-constexpr auto diskVariable = "MOORIX_SMALL_DISK";
-
-} // namespace
-
 /// Skipped unless started by the test below.
 class SmallDiskProgram final : public QObject
 {
@@ -31,7 +25,7 @@ class SmallDiskProgram final : public QObject
 private slots:
     void init()
     {
-        if (qEnvironmentVariableIsEmpty(diskVariable))
+        if (!SmallDisk::folder())
             QSKIP("Only a part of FullLocalDiskTest.");
     }
 
@@ -59,13 +53,13 @@ private slots:
         else if (from == From::ftp)
             open(std::make_unique<FTPServer>(FTPServer::Program::vsftpd, FTPServer::Encryption::none));
         const QString folder = server ? server->sharedPath() : tree.path();
-        const QByteArray content(diskBytes * 3 / 4, 'x');
+        const QByteArray content(SmallDisk::bytes * 3 / 4, 'x');
         putFile(folder + u"/file"_s, content);
         QCOMPARE(QProcess::execute(u"chmod"_s, {u"-R"_s, u"a+rwX"_s, folder}), 0);
-        const QString disk = qEnvironmentVariable(diskVariable);
+        const QString disk = SmallDisk::folder().value();
         QFile::remove(disk + u"/other"_s);
         putFile(disk + u"/file"_s, "old");
-        const auto fillUp = [&] { putFile(disk + u"/other"_s, QByteArray(diskBytes / 2, 'o')); };
+        const auto fillUp = [&] { putFile(disk + u"/other"_s, QByteArray(SmallDisk::bytes / 2, 'o')); };
         if (isFullBefore)
             fillUp();
 
@@ -104,19 +98,8 @@ private slots:
         if (::geteuid() != 0)
             QSKIP("Only root can mount a small disk.");
         const TestTree tree{{"disk/", {}}};
-        QProcess program;
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QString::fromLatin1(diskVariable), tree.path("disk"));
-        program.setProcessEnvironment(environment);
-        program.setProcessChannelMode(QProcess::MergedChannels);
-        program.start(
-            u"unshare"_s,
-            {u"--mount"_s, u"sh"_s, u"-c"_s,
-             u"mount --make-rprivate / && mount -t tmpfs -o size=%1 none \"$0\" && exec \"$@\""_s.arg(diskBytes),
-             tree.path("disk"), QCoreApplication::applicationFilePath(), u"SmallDiskProgram"_s});
-        program.waitForFinished(120'000);
-        const QByteArray output = program.readAll();
-        QVERIFY2(program.exitStatus() == QProcess::NormalExit && program.exitCode() == 0, output.constData());
+        QByteArray output;
+        QVERIFY2(SmallDisk::run(tree.path("disk"), tree.path("disk"), "SmallDiskProgram", output), output.constData());
         QVERIFY2(output.contains("from 1, full before: 0"), output.constData());
     }
 };

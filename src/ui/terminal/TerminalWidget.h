@@ -103,6 +103,9 @@ protected:
     void dropEvent(QDropEvent *event) override;
 
 private:
+    /// Between the edge of the view and its cells, in pixels.
+    static constexpr int padding = 6;
+
     void prepareViewport();
     void prepareBars();
     void followEmulator();
