@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What a terminal in a window takes from its program, and how soon a key is seen. Needs a display (scripts/bench
 // brings a virtual one).
+#include "TerminalPayloads.h"
+
 #include "terminal/PTYRunner.h"
 #include "ui/terminal/TerminalWidget.h"
 
@@ -18,7 +20,6 @@
 #include <QTimer>
 
 #include <algorithm>
-#include <random>
 
 using namespace moorix;
 
@@ -26,7 +27,6 @@ namespace {
 
 constexpr int rows = 40;
 constexpr int columns = 120;
-constexpr qsizetype payloadBytes = 20'000'000;
 /// A peer that has not shown it by then is ended, and counted as if it had.
 constexpr int mostSeconds = 120;
 
@@ -42,79 +42,15 @@ constexpr auto printer = "started=$(date +%s%N)\n"
                          "echo $((ended - started)) >> \"$2.part\"\n"
                          "mv \"$2.part\" \"$2\"\n";
 
-using Random = std::mt19937;
-
-int between(Random &random, int least, int most)
-{
-    return std::uniform_int_distribution(least, most)(random);
-}
-
-QByteArray asciiLine(Random &random)
-{
-    static constexpr const char *words[] = {"the", "servers", "copy", "files", "between", "two", "panes",
-                                            "and", "nobody",  "ever", "waits", "for",     "a",   "listing"};
-    QByteArray line;
-    const int length = between(random, 60, 115);
-    while (line.size() < length)
-        line += QByteArray(words[between(random, 0, int(std::size(words)) - 1)]) + ' ';
-    return line.left(length);
-}
-
-QByteArray unicodeLine(Random &random)
-{
-    static const QString letters = QStringLiteral("äöüßéèêαβγδЖЗИК漢字仮名한국어…—“”✓÷≤≥      abcdefgh");
-    QString line;
-    for (int count = between(random, 30, 70); count > 0; --count)
-        line += letters.at(between(random, 0, int(letters.size()) - 1));
-    return line.toUtf8();
-}
-
-QByteArray styledLine(Random &random)
-{
-    const auto number = [&random](int least, int most) { return QByteArray::number(between(random, least, most)); };
-    QByteArray line;
-    for (int run = 0; run < 20; ++run) {
-        const int kind = between(random, 0, 3);
-        if (kind == 0)
-            line += "\033[" + number(30, 37) + ";1m";
-        else if (kind == 1)
-            line += "\033[38;5;" + number(0, 255) + 'm';
-        else if (kind == 2)
-            line += "\033[38;2;" + number(0, 255) + ';' + number(0, 255) + ';' + number(0, 255) + ";48;5;" +
-                    number(16, 255) + 'm';
-        else
-            line += "\033[0;4m";
-        line += QByteArray(between(random, 1, 6), char('a' + between(random, 0, 25)));
-    }
-    return line + "\033[0m";
-}
-
-QByteArray shortLine(Random &random)
-{
-    static constexpr const char *lines[] = {"y", "n", "ok", "12", ""};
-    return lines[between(random, 0, int(std::size(lines)) - 1)];
-}
-
-struct Payload
-{
-    const char *name;
-    QByteArray (*line)(Random &);
-};
-constexpr Payload payloads[] = {
-    {"ascii", asciiLine}, {"unicode", unicodeLine}, {"dense_sgr", styledLine}, {"short_lines", shortLine}};
+using TerminalPayloads::Kind;
 
 /// One of the payloads as a file, and the script that prints it.
 class Scene final
 {
 public:
-    explicit Scene(const Payload &payload)
+    explicit Scene(Kind kind)
     {
-        Random random(4711);
-        QByteArray bytes;
-        bytes.reserve(payloadBytes + 1000);
-        while (bytes.size() < payloadBytes)
-            bytes += payload.line(random) + "\r\n";
-        write(QStringLiteral("payload"), bytes);
+        write(QStringLiteral("payload"), TerminalPayloads::make(kind));
         write(QStringLiteral("printer"), printer);
     }
 
@@ -235,9 +171,9 @@ double moorixTerminal(const Scene &scene)
 }
 
 /// 20 MB printed at 120 × 40, from the start of the program to the terminal's answer to a question after them.
-void output(benchmark::State &state, const Payload &payload)
+void output(benchmark::State &state, Kind kind)
 {
-    const Scene scene(payload);
+    const Scene scene(kind);
     double ours = 0;
     double konsoles = 0;
     double xterms = 0;
@@ -249,7 +185,7 @@ void output(benchmark::State &state, const Payload &payload)
         xterms = xterm(scene);
         state.SetIterationTime(ours);
     }
-    const double megabytes = double(payloadBytes) / 1e6;
+    const double megabytes = double(TerminalPayloads::bytes) / 1e6;
     state.counters["MB/s"] = megabytes / ours;
     state.counters["konsole_MB/s"] = megabytes / konsoles;
     state.counters["xterm_MB/s"] = megabytes / xterms;
@@ -257,6 +193,11 @@ void output(benchmark::State &state, const Payload &payload)
     state.counters["limit"] = 1;
     state.counters["ok"] = ours < std::min(konsoles, xterms) ? 1 : 0;
 }
+
+BENCHMARK_CAPTURE(output, ascii, Kind::ascii)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(1);
+BENCHMARK_CAPTURE(output, unicode, Kind::unicode)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(1);
+BENCHMARK_CAPTURE(output, colourful, Kind::colourful)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(1);
+BENCHMARK_CAPTURE(output, shortLines, Kind::shortLines)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(1);
 
 /// Notes when the terminal was first painted after its cursor had moved.
 class PaintWatch final : public QObject
@@ -343,12 +284,6 @@ BENCHMARK(keyToPixel)->UseManualTime()->Unit(benchmark::kMillisecond)->Iteration
 int main(int argc, char **argv)
 {
     QApplication application(argc, argv);
-    for (const Payload &payload : payloads) {
-        benchmark::RegisterBenchmark((std::string("output/") + payload.name).c_str(), output, payload)
-            ->UseManualTime()
-            ->Unit(benchmark::kMillisecond)
-            ->Iterations(1);
-    }
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
 }
