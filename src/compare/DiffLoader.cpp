@@ -2,7 +2,6 @@
 #include "compare/DiffLoader.h"
 
 #include "base/Error.h"
-#include "compare/TextDecoding.h"
 #include "files/FileServiceError.h"
 #include "files/Format.h"
 #include "files/LocalFileService.h"
@@ -47,7 +46,7 @@ QByteArray bytesOf(FileService &service, const FileItem &file, const std::stop_t
 
 QString obstacleOf(const DiffContent &content, const QByteArray &left, const QByteArray &right)
 {
-    const auto isText = [](const DiffContent::Side &side) { return !side.encoding.isEmpty(); };
+    const auto isText = [](const DiffContent::Side &side) { return side.encoding.has_value(); };
     if (isText(content.left) && isText(content.right))
         return {};
     const QString first = Format::display(content.left.file.name);
@@ -78,8 +77,8 @@ bool isAligned(const QList<DiffEngine::Run> &runs)
 
 DiffContent::Side sideOf(const FileItem &file, const QByteArray &bytes)
 {
-    const auto decoded = decodedText(bytes);
-    return decoded ? DiffContent::Side{file, DiffText(decoded->text), decoded->encoding}
+    auto decoded = decodedText(bytes);
+    return decoded ? DiffContent::Side{file, DiffText(std::move(decoded->text)), decoded->encoding}
                    : DiffContent::Side{file, DiffText(), {}};
 }
 

@@ -3,7 +3,9 @@
 
 #include "compare/DiffEngine.h"
 #include "compare/DiffPair.h"
+#include "files/TextEncoding.h"
 
+#include <optional>
 #include <stop_token>
 
 namespace moorix {
@@ -16,8 +18,8 @@ struct DiffContent
         /// The file as it was found just before it was read; of a link, what it leads to.
         FileItem file;
         DiffText text;
-        /// Of the bytes, as `DecodedText` tells it; empty where they are no text.
-        QString encoding;
+        /// Of the bytes; nothing where they are no text.
+        std::optional<TextEncoding> encoding;
     };
     Side left;
     Side right;

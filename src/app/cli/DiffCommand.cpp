@@ -112,12 +112,12 @@ void remark(const DiffContent &content, const QStringList &names)
 {
     const DiffContent::Side *sides[] = {&content.left, &content.right};
     for (int i = 0; i < 2; ++i) {
-        if (sides[i]->encoding == u"Latin-1")
+        if (sides[i]->encoding == TextEncoding::latin1)
             console::complain(u"“%1” is not UTF-8 and was read as Latin-1."_s.arg(Format::display(names.at(i))));
     }
     if (!content.isSame && DiffEngine::stats(content.runs) == DiffEngine::Stats{})
         console::complain(u"The lines are the same, but not the bytes: one is %1, the other %2."_s.arg(
-            content.left.encoding, content.right.encoding));
+            nameOf(*content.left.encoding), nameOf(*content.right.encoding)));
 }
 
 /// What is there is looked at when it is loaded.

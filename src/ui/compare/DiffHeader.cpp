@@ -19,13 +19,13 @@ namespace moorix {
 
 namespace {
 
-QString factsOf(const FileItem &file, const QString &encoding)
+QString factsOf(const FileItem &file, std::optional<TextEncoding> encoding)
 {
     QStringList facts{Format::byteCount(file.size)};
     if (file.modified)
         facts << Format::date(file.modified);
-    if (!encoding.isEmpty() && encoding != QLatin1StringView("UTF-8"))
-        facts << encoding;
+    if (encoding && *encoding != TextEncoding::utf8)
+        facts << nameOf(*encoding);
     return facts.join(QStringLiteral(" · "));
 }
 

@@ -24,7 +24,7 @@ QString remarkOn(const DiffContent &content)
         return DiffPage::tr("Both files hold the same.");
     if (DiffEngine::stats(content.runs) == DiffEngine::Stats{})
         return DiffPage::tr("All lines are equal, but not the bytes: the left file is %1, the right one %2.")
-            .arg(content.left.encoding, content.right.encoding);
+            .arg(nameOf(*content.left.encoding), nameOf(*content.right.encoding));
     if (!content.isAligned)
         return DiffPage::tr("So many lines in a row differ that they stand beside each other as they come, not as they "
                             "belong together.");
