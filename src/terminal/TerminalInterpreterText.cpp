@@ -218,7 +218,14 @@ const char *TerminalInterpreter::layText(const char *at, const char *end, Termin
     int columns = 0;
     while (at < end && !isControl(*at)) {
         const char *next = at;
-        const char32_t character = TerminalUtf8::next(next);
+        char32_t character;
+        if (end - at >= 4) {
+            const int size = TerminalUtf8::length(*at);
+            character = TerminalUtf8::fromFour(at, size);
+            next += size;
+        } else {
+            character = TerminalUtf8::next(next);
+        }
         // One not known yet: libvterm tells.
         const int width = character < widthsKept ? m_widths[character] & 3 : 0;
         if (width == 0 || columns + width > room)

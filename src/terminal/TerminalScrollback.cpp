@@ -251,7 +251,7 @@ void TerminalScrollback::pack(Block &block, Text &text, const TerminalLine &line
         const int width = wide ? 2 : 1;
         quint16 count = 0;
         for (; cell < end && cell->width == width && cell->style == style; cell += width, ++count)
-            to += TerminalUtf8::encode(to, cell->character);
+            to += TerminalUtf8::encodeInFour(to, cell->character);
         // Wide characters are whole on the screen, so the second half cannot come first; were it so, it is left out.
         if (count == 0) {
             ++cell;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "terminal/TerminalStreamGate.h"
 
+#include "terminal/TerminalUtf8.h"
 #include "terminal/TerminalWidths.h"
 
 #include <QChar>
@@ -68,19 +69,21 @@ Decoded decodeAny(const char *at, const char *end)
     return {character, length, false};
 }
 
-/// Nearly all are whole and of two or three bytes.
+/// Nearly all are whole, and how long they are cannot be foretold: without branches.
 inline Decoded decode(const char *at, const char *end)
 {
-    const auto byte = [at](int index) { return char32_t(uchar(at[index])); };
-    const auto goesOn = [&](int index) { return (byte(index) & 0xC0) == 0x80; };
-    if (end - at >= 3 && (byte(0) & 0xF0) == 0xE0 && goesOn(1) && goesOn(2)) {
-        const char32_t character = (byte(0) & 0xF) << 12 | (byte(1) & 0x3F) << 6 | (byte(2) & 0x3F);
-        if (character >= 0x800 && !QChar::isSurrogate(character))
-            return {character, 3, false};
-    } else if (end - at >= 2 && byte(0) >= 0xC2 && byte(0) < 0xE0 && goesOn(1)) {
-        return {(byte(0) & 0x1F) << 6 | (byte(1) & 0x3F), 2, false};
-    }
-    return decodeAny(at, end);
+    if (end - at < 4)
+        return decodeAny(at, end);
+    constexpr char32_t least[] = {0, 0x110000, 0x80, 0x800, 0x10000};
+    const auto goesOn = [at](int index) { return unsigned((uchar(at[index]) & 0xC0) == 0x80); };
+    const int size = TerminalUtf8::length(*at);
+    const unsigned wanted = (1U << (size - 1)) - 1;
+    const unsigned found = goesOn(1) | goesOn(2) << 1 | goesOn(3) << 2;
+    const char32_t character = TerminalUtf8::fromFour(at, size);
+    if ((found & wanted) != wanted || character < least[size] || QChar::isSurrogate(character) ||
+        character > QChar::LastValidCodePoint || uchar(*at) > 0xF4)
+        return decodeAny(at, end);
+    return {character, size, false};
 }
 
 bool isWithoutWidth(char32_t character)
