@@ -7,25 +7,25 @@
 #include <QPointer>
 
 #include <algorithm>
+#include <span>
 #include <utility>
 
 namespace moorix {
 
 namespace {
 
-constexpr qsizetype pieceBytes = 64 * 1024;
+constexpr std::size_t pieceBytes = 64 * 1024;
 /// How long one turn may take. What is delivered last may exceed it by the time of one piece.
 constexpr qint64 turnNanoseconds = 5'000'000;
 constexpr int graceMilliseconds = 500;
 constexpr int pollMilliseconds = 50;
-/// The system keeps far less than this for us.
+/// The system and the reader keep less than this for us.
 constexpr qsizetype mostAfterTheEnd = 1024 * 1024;
 
 } // namespace
 
 PTYRunner::PTYRunner(QObject *parent)
     : QObject(parent)
-    , m_buffer(std::size_t(pieceBytes))
 {
     m_exitPoll.setInterval(pollMilliseconds);
     m_killer.setInterval(graceMilliseconds);
@@ -45,6 +45,7 @@ PTYRunner::~PTYRunner()
     m_source.reset();
     m_writable.reset();
     m_ended.reset();
+    m_reader.reset();
     m_master.reset();
     runJob([process = std::shared_ptr<TerminalProcess>(std::move(m_process))](
                const std::stop_token &) { process->end(graceMilliseconds); },
@@ -55,10 +56,12 @@ PTYRunner::~PTYRunner()
 void PTYRunner::start(const TerminalLaunch &launch, int rows, int columns)
 {
     PseudoTerminal terminal(rows, columns);
-    m_process = std::make_unique<TerminalProcess>(launch, terminal);
+    auto process = std::make_unique<TerminalProcess>(launch, terminal);
     terminal.closeProgramEnd();
     m_master = std::move(terminal);
-    m_source = std::make_unique<QSocketNotifier>(m_master->master(), QSocketNotifier::Read);
+    m_reader = std::make_unique<PTYReader>(*m_master);
+    m_process = std::move(process);
+    m_source = std::make_unique<QSocketNotifier>(m_reader->descriptor(), QSocketNotifier::Read);
     m_writable = std::make_unique<QSocketNotifier>(m_master->master(), QSocketNotifier::Write);
     m_writable->setEnabled(false);
     connect(m_source.get(), &QSocketNotifier::activated, this, &PTYRunner::readSome);
@@ -85,20 +88,22 @@ void PTYRunner::readSome()
     turn.start();
     const QPointer<PTYRunner> self(this);
     while (!m_outputEnded && turn.nsecsElapsed() < turnNanoseconds) {
-        qsizetype count = 0;
-        const PseudoTerminal::Reading reading = m_master->read(m_buffer, count);
-        m_outputEnded = reading == PseudoTerminal::Reading::ended;
-        if (reading != PseudoTerminal::Reading::some) {
-            // Nobody has the other end open any more, or nothing more comes of what had been printed.
-            m_outputEnded = m_outputEnded || m_exitCode.has_value();
-            break;
+        if (m_delivered == m_taken.size()) {
+            m_delivered = 0;
+            m_reader->take(m_taken);
+            m_outputEnded = m_reader->hasEnded();
+            if (m_taken.empty())
+                break;
         }
+        const std::span<const char> piece =
+            std::span(m_taken).subspan(m_delivered, std::min(pieceBytes, m_taken.size() - m_delivered));
+        m_delivered += piece.size();
+        m_bytesLeft -= qsizetype(piece.size());
         if (onOutput)
-            onOutput({m_buffer.data(), count});
+            onOutput({piece.data(), qsizetype(piece.size())});
         if (!self)
             return;
-        m_bytesLeft -= count;
-        m_outputEnded = m_exitCode.has_value() && m_bytesLeft <= 0;
+        m_outputEnded = m_outputEnded || (m_exitCode.has_value() && m_bytesLeft <= 0);
     }
     if (!m_outputEnded)
         return;
@@ -115,9 +120,7 @@ void PTYRunner::followExit()
         if (m_ended)
             m_ended->setEnabled(false);
         m_exitPoll.stop();
-        // Where nothing is left to read the notifier alone would never say so.
-        if (!m_outputEnded)
-            QMetaObject::invokeMethod(this, &PTYRunner::readSome, Qt::QueuedConnection);
+        m_reader->readToEnd();
     }
     if (m_exitCode && m_outputEnded)
         finish();
@@ -132,6 +135,7 @@ void PTYRunner::finish()
     m_process.reset();
     // The notifiers may be those whose signal led here.
     m_source->setEnabled(false);
+    m_reader.reset();
     if (onExit)
         onExit(m_exitCode);
 }

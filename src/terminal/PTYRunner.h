@@ -3,6 +3,7 @@
 
 #include "platform/PseudoTerminal.h"
 #include "platform/TerminalProcess.h"
+#include "terminal/PTYReader.h"
 
 #include <QByteArray>
 #include <QObject>
@@ -61,6 +62,7 @@ private:
 
     std::optional<PseudoTerminal> m_master;
     std::unique_ptr<TerminalProcess> m_process;
+    std::unique_ptr<PTYReader> m_reader;
     std::unique_ptr<QSocketNotifier> m_source;
     std::unique_ptr<QSocketNotifier> m_writable;
     std::unique_ptr<QSocketNotifier> m_ended;
@@ -68,7 +70,9 @@ private:
     QTimer m_killer;
     QByteArray m_pending;
     qsizetype m_written = 0;
-    std::vector<char> m_buffer;
+    /// What the reader has handed over, and how much of that was delivered.
+    std::vector<char> m_taken;
+    std::size_t m_delivered = 0;
     std::optional<int> m_exitCode;
     /// What may still be delivered once the program has ended; another program may go on printing for ever.
     qsizetype m_bytesLeft = 0;

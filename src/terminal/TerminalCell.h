@@ -3,6 +3,9 @@
 
 #include <QtGlobal>
 
+#include <cstring>
+#include <type_traits>
+
 namespace moorix {
 
 /// A colour as the program in the terminal asked for it: the default, one of 256 palette entries, or red, green, blue.
@@ -56,8 +59,13 @@ struct TerminalStyle
     /// Not to be seen: kept by what erases selectively.
     bool isProtected : 1 = false;
 
-    friend constexpr bool operator==(const TerminalStyle &, const TerminalStyle &) = default;
+    friend bool operator==(const TerminalStyle &one, const TerminalStyle &other)
+    {
+        return std::memcmp(&one, &other, sizeof one) == 0;
+    }
 };
+/// Styles are compared for every cell: at once, as there is nothing between their members.
+static_assert(std::has_unique_object_representations_v<TerminalStyle>);
 
 /// One place of the screen or the scrollback.
 struct TerminalCell
@@ -71,7 +79,7 @@ struct TerminalCell
 
     static constexpr char32_t clusterBase = 0x110000;
 
-    friend constexpr bool operator==(const TerminalCell &, const TerminalCell &) = default;
+    friend bool operator==(const TerminalCell &, const TerminalCell &) = default;
 };
 
 } // namespace moorix

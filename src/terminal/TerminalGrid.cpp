@@ -41,29 +41,47 @@ void TerminalGrid::put(char32_t character, int width, int row, int column)
     m_lastCharacter = character;
 }
 
-void TerminalGrid::put(std::span<const Glyph> glyphs, int row, int column)
+void TerminalGrid::put(std::span<const Glyph> glyphs, int columns, int row, int column)
 {
-    TerminalScreen &screen = this->screen();
-    TerminalCell cell;
-    cell.style = pen;
-    // The ends take care of wide characters that are cut and of the line's length, the middle is only replaced.
-    for (std::size_t index = 0; index < glyphs.size(); ++index) {
-        TerminalCell *const at = screen.line(row).cells.data() + column;
-        const bool isLast = index + 1 == glyphs.size();
-        cell.character = glyphs[index].character;
-        cell.width = quint8(glyphs[index].width);
-        column += cell.width;
-        // A half whose other half was just replaced.
-        if (isLast && index > 0 && at->width == 0)
-            *at = {};
-        if (index == 0 || isLast) {
-            screen.put(row, column - cell.width, cell);
-            continue;
-        }
-        *at = cell;
-        if (cell.width == 2)
-            at[1] = {0, cell.style, 0};
+    TerminalCell *at = begin(glyphs.front().width, columns, row, column);
+    // Member by member: a whole cell that was just made would have to be waited for.
+    const TerminalStyle style = pen;
+    const auto set = [&at, style](char32_t character, int width) {
+        at->character = character;
+        at->style = style;
+        at->width = quint8(width);
+        ++at;
+    };
+    for (const Glyph &glyph : glyphs) {
+        set(glyph.character, glyph.width);
+        if (glyph.width == 2)
+            set(0, 0);
     }
+    const Glyph &last = glyphs.back();
+    m_flow = {row, column + columns - last.width, last.width, 0};
+    m_lastCharacter = last.character;
+}
+
+void TerminalGrid::put(QByteArrayView characters, int row, int column)
+{
+    TerminalCell *at = begin(1, int(characters.size()), row, column);
+    const TerminalStyle style = pen;
+    for (const char character : characters) {
+        at->character = uchar(character);
+        at->style = style;
+        at->width = 1;
+        ++at;
+    }
+    m_flow = {row, column + int(characters.size()) - 1, 1, 0};
+    m_lastCharacter = uchar(characters.back());
+}
+
+/// Room for a run of characters.
+TerminalCell *TerminalGrid::begin(int firstWidth, int columns, int row, int column)
+{
+    if (column == 0 && m_flow.row >= 0)
+        markWrap(row, firstWidth);
+    return screen().room(row, column, column + columns);
 }
 
 void TerminalGrid::combine(char32_t mark, int row, int column)

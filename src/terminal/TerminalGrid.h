@@ -4,6 +4,8 @@
 #include "terminal/TerminalClusters.h"
 #include "terminal/TerminalReflow.h"
 
+#include <QByteArrayView>
+
 namespace moorix {
 
 /// The normal screen with its scrollback and the alternate one, and the style in which is written. Finds out from where
@@ -38,8 +40,10 @@ public:
     bool dropsLines = false;
 
     void put(char32_t character, int width, int row, int column);
-    /// Characters side by side, which must fit on the line.
-    void put(std::span<const Glyph> glyphs, int row, int column);
+    /// Characters side by side that take so many columns, ending before the last of the line.
+    void put(std::span<const Glyph> glyphs, int columns, int row, int column);
+    /// The same for those of ASCII.
+    void put(QByteArrayView characters, int row, int column);
     /// Adds a mark to the character before the cursor.
     void combine(char32_t mark, int row, int column);
     /// Makes one character of the two that were put last, side by side; false if they are not on one line.
@@ -75,6 +79,7 @@ private:
     };
 
     TerminalCell blank() const;
+    TerminalCell *begin(int firstWidth, int columns, int row, int column);
     void markWrap(int row, int width);
 
     TerminalScrollback m_history;

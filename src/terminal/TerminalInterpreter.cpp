@@ -28,7 +28,9 @@ struct TerminalInterpreter::Callbacks
 
     static int move(VTermPos to, VTermPos, int, void *user)
     {
-        self(user).m_grid.moved(to.row, to.col);
+        // What it only hears now has been done.
+        if (!self(user).m_ahead)
+            self(user).m_grid.moved(to.row, to.col);
         return 1;
     }
 
@@ -106,6 +108,7 @@ TerminalInterpreter::TerminalInterpreter(TerminalSize size)
     , m_vterm(vterm_new(size.rows, size.columns), vterm_free)
     , m_state(vterm_obtain_state(m_vterm.get()))
 {
+    std::fill(m_widths.begin() + ' ', m_widths.begin() + 0x7F, 1);
     for (const TerminalWidths::Range &range : TerminalWidths::corrections())
         std::fill(m_widths.begin() + range.first, m_widths.begin() + range.last + 1, corrected | range.width);
     vterm_set_utf8(m_vterm.get(), 1);
@@ -160,6 +163,8 @@ TerminalReflow::Place TerminalInterpreter::cursor() const
 
 TerminalReflow::Place TerminalInterpreter::position() const
 {
+    if (m_ahead)
+        return *m_ahead;
     VTermPos position;
     vterm_state_get_cursorpos(m_state, &position);
     return {std::clamp(position.row, 0, m_grid.rows() - 1), std::clamp(position.col, 0, m_grid.columns() - 1)};
@@ -376,6 +381,7 @@ void TerminalInterpreter::hardReset()
     m_grid.clearAlternate();
     m_grid.setAlternate(false);
     m_grid.inserts = false;
+    m_ahead.reset();
     vterm_state_reset(m_state, 1);
     for (const int mode : {1000, 1006, 5})
         setPrivateMode(mode, false);

@@ -76,7 +76,10 @@ private:
     void writeUnwrapped(QByteArrayView bytes);
     int widthOf(char32_t character) const;
     void interpret(QByteArrayView bytes);
-    const char *run(const char *at, const char *end);
+    const char *layDown(const char *at, const char *end);
+    void feedLine(TerminalReflow::Place &place);
+    const char *layText(const char *at, const char *end, TerminalReflow::Place &place);
+    void catchUp();
     bool edit(const TerminalSequence &sequence);
     void fillScreen();
     void resetMargins();
@@ -129,6 +132,8 @@ private:
     /// What libvterm is told another character of the same width for, or 0.
     char32_t m_standsFor = 0;
     std::vector<TerminalGrid::Glyph> m_run;
+    /// Where the cursor is, while libvterm has not been told. It does not wait behind the last column then.
+    std::optional<TerminalReflow::Place> m_ahead;
     /// Of the normal and of the alternate screen.
     std::array<SavedCursor, 2> m_saved;
     bool m_isUpdating = false;

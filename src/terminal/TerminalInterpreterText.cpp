@@ -11,8 +11,6 @@ namespace {
 
 /// libvterm takes memory for a whole piece from the stack.
 constexpr qsizetype piece = 16 * 1024;
-/// Fewer characters are not worth moving the cursor for.
-constexpr std::size_t shortestRun = 8;
 /// What characters with corrected widths begin with at least.
 constexpr uchar firstCorrected = 0xD8;
 
@@ -27,29 +25,31 @@ bool movesFromEnd(char c)
     return c == '\b' || (c >= '\n' && c <= '\f');
 }
 
-/// Where from `at` on so many characters follow each other that they can be a run.
-/// `isSimple` becomes false unless libvterm can be trusted with what comes before it.
-const char *nextRun(const char *at, const char *end, bool &isSimple)
+/// How many letters, digits, signs and blanks come first, none of them beyond ASCII.
+std::ptrdiff_t plainLength(const char *at, const char *end)
 {
-    std::size_t length = 0;
-    const char *start = at;
-    for (; at < end && length < shortestRun; ++at) {
-        if (isControl(*at)) {
-            isSimple = isSimple && (*at == '\r' || (*at == '\n' && at[-1] == '\r'));
-            start = at + 1;
-            length = 0;
-        } else if ((uchar(*at) & 0xC0) != 0x80) {
-            isSimple = isSimple && uchar(*at) < firstCorrected;
-            ++length;
-        }
-    }
-    return length < shortestRun ? end : start;
+    const char *const start = at;
+    while (at < end && !isControl(*at) && uchar(*at) < 0x80)
+        ++at;
+    return at - start;
 }
 
 } // namespace
 
+/// Whatever libvterm hears, it hears where the cursor is first.
+void TerminalInterpreter::catchUp()
+{
+    if (!m_ahead)
+        return;
+    const QByteArray bytes =
+        "\x1b[" + QByteArray::number(m_ahead->row + 1) + ';' + QByteArray::number(m_ahead->column + 1) + 'H';
+    vterm_input_write(m_vterm.get(), bytes.data(), std::size_t(bytes.size()));
+    m_ahead.reset();
+}
+
 void TerminalInterpreter::write(QByteArrayView bytes)
 {
+    catchUp();
     while (bytes.size() > piece) {
         qsizetype size = piece;
         while ((uchar(bytes[size]) & 0xC0) == 0x80)
@@ -142,58 +142,102 @@ void TerminalInterpreter::plain(QByteArrayView bytes)
     interpret({text.data(), qsizetype(text.size())});
 }
 
-/// What libvterm does to a run of characters on one line is to put them side by side. So all but the last are put here,
-/// and only that one, which may reach the line's end, and the cursor's way to it are left to libvterm.
 void TerminalInterpreter::interpret(QByteArrayView bytes)
 {
     if (!m_modes.autoWrap) {
         writeUnwrapped(bytes);
         return;
     }
-    if (m_grid.inserts || m_modes.origin || bytes.size() < qsizetype(shortestRun)) {
+    if (m_grid.inserts || m_modes.origin) {
         writeText(bytes);
         return;
     }
-    for (const char *at = bytes.begin(); at != bytes.end();)
-        at = run(at, bytes.end());
+    for (const char *at = bytes.begin(); at != bytes.end();) {
+        at = layDown(at, bytes.end());
+        if (at == bytes.end())
+            return;
+        // One character, control or end of a line, and what follows may be simple again.
+        const bool endsLine = *at == '\r' && at + 1 != bytes.end() && at[1] == '\n';
+        const qsizetype size = endsLine ? 2 : TerminalUtf8::length(*at);
+        writeText({at, size});
+        at += size;
+    }
 }
 
-/// Takes a run of characters from `at`, if there is one, and what follows up to the next; tells where that is.
-const char *TerminalInterpreter::run(const char *at, const char *end)
+/// What libvterm does to most of a text is to put characters side by side and to go to the next line. That is done
+/// here, up to whatever may be more than that; the cursor's place is told to libvterm once that comes.
+const char *TerminalInterpreter::layDown(const char *at, const char *end)
 {
-    const TerminalReflow::Place place = position();
-    // In the last two columns the cursor may be waiting for the next line.
-    const int columns = place.column < m_grid.columns() - 2 ? m_grid.columns() : 0;
-    const char *last = at;
-    const char *next = at;
-    int column = place.column;
-    m_run.clear();
-    while (next < end && !isControl(*next)) {
-        const char *const start = next;
-        const char32_t character = TerminalUtf8::next(next);
-        const int width = character < widthsKept ? m_widths[character] & 3 : 0;
-        // A character not known yet, or one for the next line: libvterm tells what becomes of it.
-        if (width == 0 || column + width > columns)
+    TerminalReflow::Place place = position();
+    // In the last two columns the cursor may be waiting for the next line; not where it was brought to here.
+    if (!m_ahead && place.column >= m_grid.columns() - 2)
+        return at;
+    const char *const start = at;
+    while (at < end) {
+        if (*at == '\r') {
+            if (place.column > 0)
+                m_grid.moved(place.row, place.column = 0);
+        } else if (*at == '\n' && !m_modes.newLine) {
+            feedLine(place);
+        } else if (const char *const next = isControl(*at) ? at : layText(at, end, place); next > at) {
+            at = next;
+            continue;
+        } else {
             break;
-        last = start;
-        column += width;
-        m_run.push_back({character, width});
+        }
+        ++at;
     }
-    const char *from = at;
-    if (m_run.size() >= shortestRun) {
-        m_grid.put(std::span(m_run).first(m_run.size() - 1), place.row, place.column);
-        write("\x1b[" + QByteArray::number(column - m_run.back().width - place.column) + 'C');
-        from = last;
+    if (at > start)
+        m_ahead = place;
+    return at;
+}
+
+void TerminalInterpreter::feedLine(TerminalReflow::Place &place)
+{
+    if (place.row == m_bottom - 1)
+        m_grid.scroll({m_top, m_bottom, 0, m_grid.columns()}, 1, 0);
+    else if (place.row < m_grid.rows() - 1)
+        m_grid.moved(++place.row, place.column);
+}
+
+/// Characters of which it is known how wide they are, up to one that would reach the end of the line.
+const char *TerminalInterpreter::layText(const char *at, const char *end, TerminalReflow::Place &place)
+{
+    const int room = m_grid.columns() - 1 - place.column;
+    const std::ptrdiff_t plain = plainLength(at, at + std::min<std::ptrdiff_t>(end - at, room + 1));
+    if (plain > 0 && (plain >= room || at + plain == end || isControl(at[plain]))) {
+        const int count = int(std::min<std::ptrdiff_t>(plain, room));
+        if (count > 0)
+            m_grid.put(QByteArrayView(at, count), place.row, place.column);
+        place.column += count;
+        return at + count;
     }
-    bool isSimple = std::none_of(from, next, [](char c) { return uchar(c) >= firstCorrected; });
-    // The byte before a line feed is looked at.
-    isSimple = isSimple && (next > at || *at != '\n');
-    next = nextRun(next, end, isSimple);
-    if (isSimple)
-        write({from, next - from});
-    else
-        writeText({from, next - from});
-    return next;
+    if (m_run.size() < std::size_t(m_grid.columns()))
+        m_run.resize(std::size_t(m_grid.columns()));
+    TerminalGrid::Glyph *glyph = m_run.data();
+    int columns = 0;
+    while (at < end && !isControl(*at)) {
+        const char *next = at;
+        char32_t character;
+        if (end - at >= 4) {
+            const int size = TerminalUtf8::length(*at);
+            character = TerminalUtf8::fromFour(at, size);
+            next += size;
+        } else {
+            character = TerminalUtf8::next(next);
+        }
+        // One not known yet: libvterm tells.
+        const int width = character < widthsKept ? m_widths[character] & 3 : 0;
+        if (width == 0 || columns + width > room)
+            break;
+        *glyph++ = {character, width};
+        columns += width;
+        at = next;
+    }
+    if (columns > 0)
+        m_grid.put(std::span(m_run.data(), glyph), columns, place.row, place.column);
+    place.column += columns;
+    return at;
 }
 
 } // namespace moorix

@@ -31,6 +31,8 @@ public:
 
     /// `cell.width` tells how many columns it takes.
     void put(int row, int column, const TerminalCell &cell);
+    /// The cells of a row from `column` up to `end`, which is not that of the line, for whole characters.
+    TerminalCell *room(int row, int column, int end);
     void erase(TerminalRectangle area, const TerminalCell &blank);
     void eraseUnprotected(TerminalRectangle area, const TerminalCell &blank);
     /// Moves the cells of the area, whole lines when upwards (`down` > 0 moves the text up) or downwards, to the left
@@ -83,6 +85,15 @@ inline void TerminalScreen::put(int row, int column, const TerminalCell &cell)
         at[1] = {0, cell.style, 0};
     if (end > line.used)
         line.used = end;
+}
+
+inline TerminalCell *TerminalScreen::room(int row, int column, int end)
+{
+    TerminalLine &line = m_lines[index(row)];
+    split(line, column);
+    split(line, end);
+    line.used = std::max(line.used, end);
+    return line.cells.data() + column;
 }
 
 } // namespace moorix

@@ -245,11 +245,13 @@ void TerminalScrollback::pack(Block &block, Text &text, const TerminalLine &line
         m_packed.resize(4 * std::size_t(length));
     char *to = m_packed.data();
     while (cell < end) {
-        const TerminalStyle &style = cell->style;
+        // A copy: a reference would have to be read again after each byte that is written.
+        const TerminalStyle style = cell->style;
         const bool wide = cell->width == 2;
+        const int width = wide ? 2 : 1;
         quint16 count = 0;
-        for (; cell < end && cell->width == (wide ? 2 : 1) && cell->style == style; cell += wide ? 2 : 1, ++count)
-            to += TerminalUtf8::encode(to, cell->character);
+        for (; cell < end && cell->width == width && cell->style == style; cell += width, ++count)
+            to += TerminalUtf8::encodeInFour(to, cell->character);
         // Wide characters are whole on the screen, so the second half cannot come first; were it so, it is left out.
         if (count == 0) {
             ++cell;

@@ -1,14 +1,17 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "terminal/TerminalStreamGate.h"
 
+#include "terminal/TerminalUtf8.h"
 #include "terminal/TerminalWidths.h"
 
 #include <QChar>
 
 #include <algorithm>
 #include <array>
+#include <bitset>
 #include <cstring>
 #include <iterator>
+#include <memory>
 #include <utility>
 
 namespace moorix {
@@ -46,7 +49,7 @@ struct Decoded
 
 /// The character that begins with a byte above 0x7F. Of a broken one the bytes that could have begun one are taken
 /// together.
-inline Decoded decode(const char *at, const char *end)
+Decoded decodeAny(const char *at, const char *end)
 {
     const auto first = uchar(*at);
     const int length = first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : 2;
@@ -66,13 +69,25 @@ inline Decoded decode(const char *at, const char *end)
     return {character, length, false};
 }
 
-bool hasNoWidth(char32_t character)
+/// Nearly all are whole, and how long they are cannot be foretold: without branches.
+inline Decoded decode(const char *at, const char *end)
 {
-    if (character < 0x300)
-        return false;
-    // Chinese, Japanese, Korean: most of what is not Latin, and none of it marks.
-    if ((character >= 0x3400 && character < 0xA000) || (character >= 0xAC00 && character < 0xD7A4))
-        return false;
+    if (end - at < 4)
+        return decodeAny(at, end);
+    constexpr char32_t least[] = {0, 0x110000, 0x80, 0x800, 0x10000};
+    const auto goesOn = [at](int index) { return unsigned((uchar(at[index]) & 0xC0) == 0x80); };
+    const int size = TerminalUtf8::length(*at);
+    const unsigned wanted = (1U << (size - 1)) - 1;
+    const unsigned found = goesOn(1) | goesOn(2) << 1 | goesOn(3) << 2;
+    const char32_t character = TerminalUtf8::fromFour(at, size);
+    if ((found & wanted) != wanted || character < least[size] || QChar::isSurrogate(character) ||
+        character > QChar::LastValidCodePoint || uchar(*at) > 0xF4)
+        return decodeAny(at, end);
+    return {character, size, false};
+}
+
+bool isWithoutWidth(char32_t character)
+{
     // Vowels and ends of Korean syllables.
     if ((character >= 0x1160 && character <= 0x11FF) || (character >= 0xD7B0 && character <= 0xD7FF))
         return true;
@@ -80,6 +95,19 @@ bool hasNoWidth(char32_t character)
     return (category == QChar::Mark_NonSpacing || category == QChar::Mark_Enclosing ||
             category == QChar::Other_Format) &&
            !TerminalWidths::isCorrected(character);
+}
+
+bool hasNoWidth(char32_t character)
+{
+    // Looked up for every letter that is not Latin.
+    using Table = std::bitset<0x20000>;
+    static const auto table = [] {
+        auto made = std::make_unique<Table>();
+        for (std::size_t each = 0x300; each < made->size(); ++each)
+            made->set(each, isWithoutWidth(char32_t(each)));
+        return made;
+    }();
+    return character < table->size() ? table->test(character) : isWithoutWidth(character);
 }
 
 /// Two of these are the flag of a country.
@@ -125,13 +153,13 @@ const char *TerminalStreamGate::text(const char *at, const char *end)
         return sequence(at, end);
     const char *const start = at;
     Decoded decoded;
-    while (true) {
-        const char *const ascii = at;
-        at = skipPlain(at, end);
-        if (at > ascii)
+    while (at < end) {
+        if ((uchar(*at) & 0x80) == 0) {
+            at = skipPlain(at, end);
             m_last = 0;
-        if (at == end || *at == escapeByte)
-            break;
+            if (at == end || *at == escapeByte)
+                break;
+        }
         decoded = decode(at, end);
         const char32_t character = decoded.character;
         if (character < 0xA0 || hasNoWidth(character) || (isRegional(character) && isRegional(m_last)))
@@ -203,7 +231,8 @@ const char *TerminalStreamGate::escape(const char *at, const char *end)
 /// `at` is behind the bracket.
 const char *TerminalStreamGate::sequence(const char *at, const char *end)
 {
-    std::array<TerminalPen::Parameter, mostParameters> parameters;
+    std::array<TerminalPen::Parameter, mostParameters> &parameters = m_parameters;
+    parameters[0] = {};
     std::size_t count = 1;
     TerminalSequence found;
     bool isKnown = true;

@@ -5,6 +5,7 @@
 
 #include <QByteArray>
 
+#include <array>
 #include <span>
 
 namespace moorix {
@@ -88,6 +89,8 @@ private:
     QByteArray m_text;
     bool m_tooLong = false;
     bool m_escapeInString = false;
+    /// Those of the sequence that is being read.
+    std::array<TerminalPen::Parameter, mostParameters> m_parameters;
     /// Within a control sequence that is too long to be one.
     bool m_skipsSequence = false;
     /// The character before, 0 if nothing can join it.

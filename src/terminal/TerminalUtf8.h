@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <QtEndian>
 #include <QtGlobal>
 
 #include <string>
@@ -37,11 +38,33 @@ inline void append(std::string &bytes, char32_t character)
     bytes.append(encoded, encode(encoded, character));
 }
 
-/// How many bytes a character has that begins with this one.
+/// What `encode` does, without branches: how long the next character is cannot be foretold. Always writes 4 bytes.
+inline std::size_t encodeInFour(char *to, char32_t character)
+{
+    constexpr quint32 marks[] = {0, 0, 0x80C0, 0x8080E0, 0x808080F0};
+    const unsigned size = 1U + (character >= 0x80) + (character >= 0x800) + (character >= 0x10000);
+    const quint32 parts = (character >> 18 & 0x07) | (character >> 12 & 0x3F) << 8 | (character >> 6 & 0x3F) << 16 |
+                          (character & 0x3F) << 24;
+    const quint32 bytes = size == 1 ? quint32(character) : parts >> 8 * (4 - size) | marks[size];
+    qToLittleEndian(bytes, to);
+    return size;
+}
+
+/// How many bytes a character has that begins with this one, without branches; 1 where none does.
 inline int length(char first)
 {
     const auto byte = uchar(first);
-    return byte < 0x80 ? 1 : byte < 0xE0 ? 2 : byte < 0xF0 ? 3 : 4;
+    return 1 + (byte >= 0xC0) + (byte >= 0xE0) + (byte >= 0xF0);
+}
+
+/// What the bytes from `at` on mean if they are a character of `size` bytes; 4 must be there.
+inline char32_t fromFour(const char *at, int size)
+{
+    constexpr char32_t masks[] = {0, 0x7F, 0x1F, 0x0F, 0x07};
+    const auto byte = [at](int index) { return char32_t(uchar(at[index])); };
+    const char32_t parts =
+        (byte(0) & masks[size]) << 18 | (byte(1) & 0x3F) << 12 | (byte(2) & 0x3F) << 6 | (byte(3) & 0x3F);
+    return parts >> 6 * (4 - size);
 }
 
 /// The character that begins at `at`, which moves behind it. Only for what `append` made.

@@ -14,6 +14,7 @@ class TerminalFuzzTest final : public QObject
 
 private slots:
     void piecesMakeNoDifference();
+    void whatIsLaidDownIsWhatTheLibraryMakesOfIt();
     void survivesWhateverComes();
 };
 
@@ -29,6 +30,28 @@ void TerminalFuzzTest::piecesMakeNoDifference()
             const auto cut = played(bytes, size, chunk);
             QVERIFY2(sameContent(*whole, *cut), bytes.toPercentEncoding().constData());
         }
+    }
+}
+
+/// Where positions count from the scroll region, libvterm places every character itself; with a region as large as the
+/// screen that must look the same.
+void TerminalFuzzTest::whatIsLaidDownIsWhatTheLibraryMakesOfIt()
+{
+    static const QByteArrayList known{"\r\n",      "\n",       "\r",          "\b",        "\t",       "ab",
+                                      "x",         "漢字",     "é",           "e\u0301",   "👩\u200D💻", "\u2028",
+                                      "some text", "\x1b[44m", "\x1b[m",      "\x1b[2;5H", "\x1b[99C", "\x1b[K",
+                                      "\x1b[1J",   "\x1b[L",   "\x1b[M",      "\x1b[3@",   "\x1b[2P",  "\x1b[S",
+                                      "\x1bM",     "\x1b[A",   "\x1b[3b",     "\x1b[20h",  "\x1b[20l", "\x1b[?1049h",
+                                      "\x1b[?7l",  "\x1b[?7h", "\x1b[?1049l", "\v",        "\x1b\x37", "\x1b\x38"};
+    std::mt19937 random(11);
+    for (int round = 0; round < 2000; ++round) {
+        QByteArray bytes;
+        for (int part = 0; part < 30; ++part)
+            bytes += known[qsizetype(random() % std::size_t(known.size()))];
+        const TerminalSize size{int(random() % 5) + 1, int(random() % 30) + 2};
+        const auto ours = played(bytes, size);
+        const auto theirs = played("\x1b[?6h" + bytes, size);
+        QVERIFY2(sameContent(*ours, *theirs), bytes.toPercentEncoding().constData());
     }
 }
 

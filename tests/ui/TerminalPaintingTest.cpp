@@ -4,6 +4,7 @@
 #include "ui/terminal/TerminalFont.h"
 #include "ui/terminal/TerminalPainter.h"
 
+#include <QElapsedTimer>
 #include <QPainter>
 
 using namespace moorix;
@@ -112,6 +113,24 @@ private slots:
         // More than one period of blinking.
         QTest::qWait(700);
         QCOMPARE(paints.count, 0);
+    }
+
+    void whereWholeScreensGoByFewAreShownAndTheLastAlways()
+    {
+        Paints paints;
+        m_terminal->viewport()->installEventFilter(&paints);
+        QElapsedTimer clock;
+        clock.start();
+        for (int screen = 0; screen < 200; ++screen) {
+            feed(QByteArray("a line\r\n").repeated(100));
+            QTest::qWait(1);
+        }
+        // The cursor's blinking, and the first one before it is known that there is a flood.
+        const qint64 most = clock.elapsed() / 33 + clock.elapsed() / 400 + 2;
+        QVERIFY2(paints.count > 1 && paints.count <= most, qPrintable(QString::number(paints.count)));
+        const QImage before = painted();
+        feed("\x1b[2J\x1b[?25l");
+        QVERIFY(painted() != before);
     }
 
     void anUpdateInTheMiddleIsNotPainted()

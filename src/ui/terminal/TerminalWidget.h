@@ -169,6 +169,8 @@ private:
     bool m_isGPUBroken = false;
     QTimer m_frameTimer;
     QElapsedTimer m_sinceFrame;
+    /// Since the frame before the last more lines had come than there are in sight.
+    bool m_isFlooded = false;
     /// Milliseconds that the last painting took.
     qint64 m_frameCost = 0;
     QTimer m_gridTimer;

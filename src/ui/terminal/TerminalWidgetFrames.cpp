@@ -23,6 +23,8 @@ namespace {
 
 constexpr qint64 frameMilliseconds = 16;
 constexpr qint64 longestRestMilliseconds = 50;
+/// Where whole screens go by between frames, nobody reads them.
+constexpr qint64 floodMilliseconds = 33;
 constexpr int heldMilliseconds = 5;
 constexpr int textBlinkMilliseconds = 600;
 constexpr int bellMilliseconds = 500;
@@ -73,7 +75,8 @@ void TerminalWidget::scheduleFrame()
     if (m_frameTimer.isActive() || !isVisible())
         return;
     // What takes long to paint is painted less often, so that a flood is read rather than shown.
-    const qint64 rest = std::clamp(m_frameCost * 12, frameMilliseconds, longestRestMilliseconds);
+    const qint64 shortest = m_isFlooded ? floodMilliseconds : frameMilliseconds;
+    const qint64 rest = std::clamp(m_frameCost * 12, shortest, longestRestMilliseconds);
     const qint64 since = m_sinceFrame.isValid() ? m_sinceFrame.elapsed() : rest;
     m_frameTimer.start(int(std::max<qint64>(0, rest - since)));
 }
@@ -102,6 +105,7 @@ void TerminalWidget::takeFrame()
     if (m_keptTop)
         m_keptTop = std::clamp(*m_keptTop, m_emulator.firstLine(), m_emulator.endLine() - geometry.rows);
     geometry.top = m_keptTop.value_or(followTop());
+    m_isFlooded = geometry.top - old.top > geometry.rows;
     QRegion region = regionOf(m_scene.frame.take(m_emulator, geometry.top, geometry.rows));
     m_scene.cursor = m_emulator.cursor();
     if (old != geometry || wasReversed != m_scene.isReversed)
