@@ -31,7 +31,7 @@ void against(benchmark::State &state, const QByteArray &a, const QByteArray &b, 
     pair.a.path = tree.path("a");
     pair.b.path = tree.path("b");
     DiffEngine::Stats stats;
-    const auto ours = [&] { stats = DiffEngine::stats(DiffLoader::load(pair, {}).runs); };
+    const auto ours = [&] { stats = DiffEngine::stats(DiffLoader::load(pair, {}, {}).runs); };
     const auto peer = [&] {
         QProcess diff;
         diff.setStandardOutputFile(tree.path("out"));

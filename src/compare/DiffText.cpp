@@ -19,6 +19,11 @@ QStringView DiffText::line(qsizetype index) const
     return QStringView(m_text).sliced(start(index), end - start(index));
 }
 
+QStringView DiffText::shownLine(qsizetype index) const
+{
+    return line(index).chopped(endsInReturn(index) ? 1 : 0);
+}
+
 qsizetype DiffText::lineAt(qsizetype position) const
 {
     return std::ranges::upper_bound(m_starts, position) - m_starts.begin() - 1;

@@ -18,6 +18,10 @@ public:
     qsizetype lineCount() const { return qsizetype(m_starts.size()); }
     /// Without its "\n". Valid as long as the text is.
     QStringView line(qsizetype index) const;
+    /// Without the "\r" before its "\n" either.
+    QStringView shownLine(qsizetype index) const;
+    /// Whether it ends in "\r\n".
+    bool endsInReturn(qsizetype index) const { return index + 1 < lineCount() && line(index).endsWith(u'\r'); }
     /// Where a line begins in the text.
     qsizetype start(qsizetype index) const { return m_starts.at(std::size_t(index)); }
     /// The line that holds the character at `position`.

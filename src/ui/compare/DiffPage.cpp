@@ -115,12 +115,13 @@ QString DiffPage::title() const
 void DiffPage::reload()
 {
     m_patience.start();
-    m_reading = runJob([pair = m_comparison.pair](const std::stop_token &stop) { return DiffLoader::load(pair, stop); },
-                       [this](DiffContent content) { showContent(std::move(content)); },
-                       [this](const Error &error) {
-                           m_header->setContent(nullptr);
-                           say(error.message(), true);
-                       });
+    m_reading =
+        runJob([pair = m_comparison.pair](const std::stop_token &stop) { return DiffLoader::load(pair, {}, stop); },
+               [this](DiffContent content) { showContent(std::move(content)); },
+               [this](const Error &error) {
+                   m_header->setContent(nullptr);
+                   say(error.message(), true);
+               });
 }
 
 void DiffPage::showContent(DiffContent content)
