@@ -130,11 +130,8 @@ private slots:
         const std::pair<QString, QString> pairs[] = {
             {u"a b"_s, u"a b \t\r"_s}, {u" a\tb"_s, u"   a b"_s}, {u"a b"_s, u"ab"_s}, {u"Grüße"_s, u"grüßE"_s}};
         const std::tuple<DiffOptions, QList<int>> rows[] = {
-            {{compared, false}, {}},
-            {{ignoredAtEnds, false}, {0}},
-            {{amountIgnored, false}, {0, 1}},
-            {{ignored, false}, {0, 1, 2}},
-            {{compared, true}, {3}},
+            {{compared, false}, {}},       {{ignoredAtEnds, false}, {0}}, {{amountIgnored, false}, {0, 1}},
+            {{ignored, false}, {0, 1, 2}}, {{compared, true}, {3}},
         };
         for (const auto &[options, equal] : rows) {
             for (int i = 0; i < 4; ++i) {
