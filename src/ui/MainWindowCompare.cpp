@@ -70,9 +70,10 @@ void MainWindow::dropComparison()
 {
     if (!m_comparison || showsComparison())
         return;
-    QWidget *const wanted = m_middle->currentWidget();
-    if (!m_comparison->mayLeave([this, wanted] { m_middle->setCurrentWidget(wanted); })) {
+    if (!m_comparison->isFreeToGo()) {
+        QWidget *const wanted = m_middle->currentWidget();
         m_middle->setCurrentWidget(m_comparison);
+        m_comparison->mayLeave([this, wanted] { m_middle->setCurrentWidget(wanted); });
         followSession();
         return;
     }

@@ -309,7 +309,7 @@ QString DiffPage::unsavedSentence() const
 
 bool DiffPage::mayLeave(std::function<void()> leave)
 {
-    if (m_givesUpChanges || !m_session.edits().isChanged())
+    if (isFreeToGo())
         return true;
     const auto giveUp = [this, leave] {
         m_givesUpChanges = true;

@@ -34,6 +34,8 @@ public:
     void focusSearch();
     /// Reads both files anew; what was looked at stays in sight, and what is not saved stays as it is.
     void reload();
+    /// Whether nothing is left to be asked before it goes.
+    bool isFreeToGo() const { return m_givesUpChanges || !m_session.edits().isChanged(); }
     /// False after asking what is to become of changes that are not saved; `leave` is run once they are saved or given
     /// up, and may then ask again.
     bool mayLeave(std::function<void()> leave);

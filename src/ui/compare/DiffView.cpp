@@ -133,14 +133,26 @@ DiffSide DiffView::sideAt(int x) const
     return x < viewport()->width() / 2 ? DiffSide::left : DiffSide::right;
 }
 
-DiffPlace DiffView::place(DiffSide preferred) const
+DiffPlace DiffView::place() const
 {
-    // A row without a line of this side stands where the next one with a line does, or else the last.
+    // A row without a line of this side stands where the next one with a line does.
     for (qsizetype row = m_current; row < m_layout.rowCount(); ++row) {
-        if (const qsizetype line = m_layout.row(row).line(preferred); line >= 0)
-            return {preferred, line};
+        const DiffLayout::Row here = m_layout.row(row);
+        for (const DiffSide side : {m_side, otherSide(m_side)}) {
+            if (here.line(side) >= 0)
+                return {side, here.line(side)};
+        }
     }
-    return {preferred, m_content->side(preferred).text.lineCount() - 1};
+    return {};
+}
+
+DiffPlace DiffView::place(DiffSide side) const
+{
+    for (qsizetype row = m_current; row < m_layout.rowCount(); ++row) {
+        if (const qsizetype line = m_layout.row(row).line(side); line >= 0)
+            return {side, line};
+    }
+    return {side, m_content->side(side).text.lineCount() - 1};
 }
 
 std::optional<DiffLayout::Row> DiffView::currentRow() const
@@ -180,7 +192,7 @@ void DiffView::setFolded(bool isFolded)
     m_isFolded = isFolded;
     if (!m_content)
         return;
-    const DiffPlace here = place(m_side);
+    const DiffPlace here = place();
     const int inSight = rowRect(m_current).top();
     m_layout.setFolded(isFolded);
     relayout();
@@ -242,7 +254,7 @@ bool DiffView::stepHit(DiffSearch::Step step)
 {
     if (!m_content)
         return false;
-    const auto hit = DiffSearch::find(*m_content, m_layout, place(m_side), m_needle, step);
+    const auto hit = DiffSearch::find(*m_content, m_layout, place(), m_needle, step);
     if (!hit)
         return false;
     m_side = hit->side;

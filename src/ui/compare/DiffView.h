@@ -93,7 +93,9 @@ private:
     bool startsHunk(qsizetype row) const;
     std::optional<Button> buttonAt(const QPoint &position) const;
     void hover(const std::optional<Button> &button);
-    DiffPlace place(DiffSide preferred) const;
+    DiffPlace place() const;
+    /// The line of a side at the current row, or the next one that there is.
+    DiffPlace place(DiffSide side) const;
     void selectAll();
     bool moveByKey(const QKeyEvent &event);
 
