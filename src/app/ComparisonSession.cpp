@@ -13,7 +13,6 @@ DiffContent::Side withText(DiffContent::Side side, const QString &text)
     if (!side.encoding || side.text.text() == text)
         return side;
     side.text = DiffText(text);
-    side.lineEnds = lineEndsOf(text);
     return side;
 }
 

@@ -106,7 +106,6 @@ DiffContent::Side sideOf(FileService &service, const FileItem &file, const std::
         side.bytes = std::move(bytes);
         return side;
     }
-    side.lineEnds = lineEndsOf(decoded->text);
     side.text = DiffText(std::move(decoded->text));
     side.encoding = decoded->encoding;
     return side;

@@ -4,7 +4,6 @@
 #include "compare/DiffEngine.h"
 #include "compare/DiffPair.h"
 #include "compare/DiffSide.h"
-#include "compare/LineEnds.h"
 #include "files/TextEncoding.h"
 
 #include <optional>
@@ -22,7 +21,6 @@ struct DiffContent
         DiffText text;
         /// Of the bytes; nothing where they are no text.
         std::optional<TextEncoding> encoding;
-        LineEnds lineEnds = LineEnds::none;
         /// Of what is no text.
         QByteArray bytes;
     };

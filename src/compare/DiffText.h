@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "compare/LineEnds.h"
+
 #include <QString>
 
 #include <vector>
@@ -15,6 +17,7 @@ public:
     explicit DiffText(QString text = {});
 
     const QString &text() const { return m_text; }
+    LineEnds lineEnds() const { return m_lineEnds; }
     qsizetype lineCount() const { return qsizetype(m_starts.size()); }
     /// Without its "\n". Valid as long as the text is.
     QStringView line(qsizetype index) const;
@@ -32,6 +35,7 @@ public:
 private:
     QString m_text;
     std::vector<qsizetype> m_starts;
+    LineEnds m_lineEnds = LineEnds::none;
 };
 
 } // namespace moorix

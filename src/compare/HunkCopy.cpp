@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "compare/HunkCopy.h"
 
-#include "compare/LineEnds.h"
-
 namespace moorix {
 
 namespace {
@@ -60,7 +58,7 @@ TextChange hunkCopy(const DiffText &left, const DiffText &right, const DiffLayou
         pieces.push_back(pieceOf(source, line));
     const qsizetype start = target.start(first);
     const qsizetype stop = isAtEnd ? target.text().size() : target.start(end);
-    return {to, start, target.text().sliced(start, stop - start), joined(pieces, lineEndsOf(target.text()), isAtEnd)};
+    return {to, start, target.text().sliced(start, stop - start), joined(pieces, target.lineEnds(), isAtEnd)};
 }
 
 } // namespace moorix

@@ -5,21 +5,6 @@ using namespace Qt::StringLiterals;
 
 namespace moorix {
 
-LineEnds lineEndsOf(const QString &text)
-{
-    bool hasPlain = false;
-    bool hasReturns = false;
-    for (qsizetype end = text.indexOf(u'\n'); end >= 0 && !(hasPlain && hasReturns);
-         end = text.indexOf(u'\n', end + 1)) {
-        const bool isReturn = end > 0 && text.at(end - 1) == u'\r';
-        hasReturns = hasReturns || isReturn;
-        hasPlain = hasPlain || !isReturn;
-    }
-    if (hasPlain && hasReturns)
-        return LineEnds::mixed;
-    return hasReturns ? LineEnds::crlf : hasPlain ? LineEnds::lf : LineEnds::none;
-}
-
 QString nameOf(LineEnds lineEnds)
 {
     switch (lineEnds) {

@@ -8,7 +8,6 @@ namespace moorix {
 /// What the lines of a text end in; `none` where there is one line only.
 enum class LineEnds { none, lf, crlf, mixed };
 
-LineEnds lineEndsOf(const QString &text);
 /// "LF", "CRLF", "LF and CRLF"; empty for none.
 QString nameOf(LineEnds lineEnds);
 

@@ -22,8 +22,8 @@ namespace {
 /// Lines that end differently differ in all else that is compared.
 QString lineEndRemark(const DiffContent &content)
 {
-    const LineEnds left = content.left.lineEnds;
-    const LineEnds right = content.right.lineEnds;
+    const LineEnds left = content.left.text.lineEnds();
+    const LineEnds right = content.right.text.lineEnds();
     if (left == right || left == LineEnds::none || right == LineEnds::none ||
         content.options.space != DiffOptions::Space::compared)
         return {};

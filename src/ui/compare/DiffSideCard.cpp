@@ -28,8 +28,8 @@ QString factsOf(const DiffContent::Side &side)
     QStringList facts{factsOf(side.file)};
     if (side.encoding)
         facts << nameOf(*side.encoding);
-    if (side.lineEnds != LineEnds::none)
-        facts << nameOf(side.lineEnds);
+    if (side.text.lineEnds() != LineEnds::none)
+        facts << nameOf(side.text.lineEnds());
     return facts.join(QStringLiteral(" · "));
 }
 
