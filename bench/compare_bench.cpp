@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Line diffs against the system's `diff`, both from the files to what differs, and the window on a long one.
+// Line diffs against the system's `diff` and `git diff`, both from the files to what differs, and the window on a long
+// one.
 #include "Paired.h"
 
 #include "compare/DiffLoader.h"
@@ -19,9 +20,8 @@ using test::TestTree;
 
 namespace {
 
-/// `options` are those of the peer.
 void against(benchmark::State &state, const QByteArray &a, const QByteArray &b, double limit,
-             const QStringList &options = {})
+             const QStringList &peerCommand = {u"diff"_s})
 {
     const TestTree tree;
     tree.write("a", a);
@@ -31,11 +31,11 @@ void against(benchmark::State &state, const QByteArray &a, const QByteArray &b, 
     pair.a.path = tree.path("a");
     pair.b.path = tree.path("b");
     DiffEngine::Stats stats;
-    const auto ours = [&] { stats = DiffEngine::stats(DiffLoader::load(pair, {}).runs); };
+    const auto ours = [&] { stats = DiffEngine::stats(DiffLoader::load(pair, {}, {}).runs); };
     const auto peer = [&] {
         QProcess diff;
         diff.setStandardOutputFile(tree.path("out"));
-        diff.start(u"diff"_s, options + QStringList{pair.a.path, pair.b.path});
+        diff.start(peerCommand.first(), peerCommand.mid(1) + QStringList{pair.a.path, pair.b.path});
         diff.waitForFinished(-1);
     };
     paired(state, ours, peer, limit);
@@ -44,7 +44,7 @@ void against(benchmark::State &state, const QByteArray &a, const QByteArray &b, 
 }
 
 /// The largest middle that is aligned: half of its lines are other ones, all over it.
-void largestTable(benchmark::State &state)
+std::pair<QByteArray, QByteArray> largestMiddle()
 {
     QRandomGenerator random(1);
     QByteArray a = "begin\n";
@@ -54,9 +54,25 @@ void largestTable(benchmark::State &state)
         a += line;
         b += random.bounded(2) == 0 && i > 0 && i < 1998 ? line : QByteArray::number(random.generate()) + "\n";
     }
-    against(state, a + "end", b + "end", 1.0, {u"--minimal"_s});
+    return {a + "end", b + "end"};
+}
+
+void largestTable(benchmark::State &state)
+{
+    const auto [a, b] = largestMiddle();
+    against(state, a, b, 1.0, {u"diff"_s, u"--minimal"_s});
 }
 BENCHMARK(largestTable)->Name("1,999 by 1,999 changed lines / diff --minimal")->Iterations(15)->UseManualTime();
+
+void largestTableRows(benchmark::State &state)
+{
+    const auto [a, b] = largestMiddle();
+    const QString left = QString::fromLatin1(a);
+    const QString right = QString::fromLatin1(b);
+    limited(
+        state, [] {}, [&] { benchmark::DoNotOptimize(DiffEngine::diff(left, right).size()); }, 20);
+}
+BENCHMARK(largestTableRows)->Name("rows of 1,999 by 1,999 changed lines")->Iterations(30)->UseManualTime();
 
 QByteArray mostText(int seed)
 {
@@ -76,6 +92,17 @@ void mostBytesFewChanges(benchmark::State &state)
     against(state, a, b, 3.0);
 }
 BENCHMARK(mostBytesFewChanges)->Name("5 MiB, 21 changed lines / diff")->Iterations(10)->UseManualTime();
+
+/// All over the file, and so beyond the table.
+void mostBytesManyChanges(benchmark::State &state)
+{
+    const QByteArray a = mostText(5);
+    QByteArray b = a;
+    for (qsizetype edit = 0; edit < 1000; ++edit)
+        b[b.indexOf('x', edit * (b.size() / 1001))] = 'y';
+    against(state, a, b, 2.0, {u"git"_s, u"diff"_s, u"--no-index"_s});
+}
+BENCHMARK(mostBytesManyChanges)->Name("5 MiB, 1,000 edits / git diff --no-index")->Iterations(15)->UseManualTime();
 
 /// Beyond the table: nothing is aligned.
 void mostBytesAllOther(benchmark::State &state)
@@ -126,7 +153,7 @@ void openLarge(benchmark::State &state)
 {
     LargeView large;
     const auto work = [&large] {
-        large.view.setContent(large.content);
+        large.view.setContent(large.content, DiffSide::left);
         large.view.grab();
     };
     limited(
@@ -137,7 +164,7 @@ BENCHMARK(openLarge)->Name("show 100,000 lines, a third of them changed")->Itera
 void scrollLarge(benchmark::State &state)
 {
     LargeView large;
-    large.view.setContent(large.content);
+    large.view.setContent(large.content, DiffSide::left);
     QScrollBar *const bar = large.view.verticalScrollBar();
     const auto page = [bar] { bar->setValue((bar->value() + bar->pageStep() * 7) % bar->maximum()); };
     limited(

@@ -34,6 +34,11 @@ QString placeOf(const Session &session)
     return session.server() ? session.server()->displayName() : QString();
 }
 
+QUuid serverOf(const Session &session)
+{
+    return session.server() ? session.server()->id : QUuid();
+}
+
 } // namespace
 
 Comparison Comparison::ofSelection(const AppModel &model, Side from)
@@ -52,7 +57,9 @@ Comparison Comparison::ofSelection(const AppModel &model, Side from)
     const Found &b = files.constLast();
     return {{newUuid(), a.file, b.file, a.session->pane()->service(), b.session->pane()->service()},
             placeOf(*a.session),
-            placeOf(*b.session)};
+            placeOf(*b.session),
+            serverOf(*a.session),
+            serverOf(*b.session)};
 }
 
 } // namespace moorix

@@ -6,12 +6,14 @@
 
 namespace moorix {
 
-/// Two files to be compared, with what is said of where they are: the server's name, or nothing for this computer.
+/// Two files to be compared, with where they are: the server's name and id, or nothing for this computer.
 struct Comparison
 {
     DiffPair pair;
     QString leftPlace;
     QString rightPlace;
+    QUuid leftServer = {};
+    QUuid rightServer = {};
 
     /// Of the two files that are selected: both on side `from`, or one on each, the left one first. Throws an Error
     /// that says what to select where that is not so.

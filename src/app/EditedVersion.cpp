@@ -30,23 +30,6 @@ QByteArray localChecksum(const QString &path, const std::stop_token &stop)
     return transferChecksums::of(disk, {path}, stop).value_or(QHash<QString, QByteArray>()).value(path);
 }
 
-/// The file that a link leads to, as far as the server tells.
-FileItem resolved(RemoteFileService &server, FileItem item, const std::stop_token &stop)
-{
-    constexpr int mostLinks = 16;
-    for (int count = 0; item.isSymlink && count < mostLinks; ++count) {
-        const auto target = server.linkTarget(item.path, stop);
-        if (!target)
-            return item;
-        const QString path = target->startsWith(u'/') ? *target : Format::join(Format::parent(item.path), *target);
-        const auto next = server.stat(path, stop);
-        if (!next)
-            throw FileServiceError::notFound(path);
-        item = *next;
-    }
-    return item;
-}
-
 /// The file as it stands there, or nothing.
 std::optional<FileItem> standing(RemoteFileService &server, const EditedRecord &record, const std::stop_token &stop)
 {
@@ -159,6 +142,22 @@ void carryUp(const editedVersion::Sending &sending, const EditedCopy &copy, cons
 }
 
 } // namespace
+
+FileItem editedVersion::resolved(RemoteFileService &server, FileItem item, const std::stop_token &stop)
+{
+    constexpr int mostLinks = 16;
+    for (int count = 0; item.isSymlink && count < mostLinks; ++count) {
+        const auto target = server.linkTarget(item.path, stop);
+        if (!target)
+            return item;
+        const QString path = target->startsWith(u'/') ? *target : Format::join(Format::parent(item.path), *target);
+        const auto next = server.stat(path, stop);
+        if (!next)
+            throw FileServiceError::notFound(path);
+        item = *next;
+    }
+    return item;
+}
 
 std::shared_ptr<EditedCopy> editedVersion::fetch(RemoteFileService &server, const FileItem &file, EditedRecord record,
                                                  const QString &root, const Progress &progress,

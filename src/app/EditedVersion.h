@@ -23,6 +23,9 @@ using Progress = std::function<void(qint64 bytes)>;
 std::shared_ptr<EditedCopy> fetch(RemoteFileService &server, const FileItem &file, EditedRecord record,
                                   const QString &root, const Progress &progress, const std::stop_token &stop);
 
+/// The file that a link leads to, as far as the server tells; other items as they are.
+FileItem resolved(RemoteFileService &server, FileItem item, const std::stop_token &stop);
+
 /// Whether the server's file is still what the record says.
 bool isUnchanged(RemoteFileService &server, const EditedCopy &copy, const EditedRecord &record,
                  const std::stop_token &stop);

@@ -131,9 +131,7 @@ DiffRow rowOf(const QUuid &id, DiffOp op, const DiffText &a, qsizetype left, con
     return row;
 }
 
-} // namespace
-
-QList<Run> DiffEngine::runs(const DiffText &a, const DiffText &b)
+QList<Run> exactRuns(const DiffText &a, const DiffText &b)
 {
     const Middle middle = middleOf(a, b);
     RunList runs;
@@ -142,6 +140,15 @@ QList<Run> DiffEngine::runs(const DiffText &a, const DiffText &b)
         alignMiddle(runs, a, b, middle);
     runs.addEqual(middle.leftEnd, middle.rightEnd, a.lineCount() - middle.leftEnd);
     return runs.take();
+}
+
+} // namespace
+
+QList<Run> DiffEngine::runs(const DiffText &a, const DiffText &b, const DiffOptions &options)
+{
+    if (options.isExact())
+        return exactRuns(a, b);
+    return exactRuns(DiffText(options.compared(a.text())), DiffText(options.compared(b.text())));
 }
 
 QList<DiffRow> DiffEngine::diff(const QString &a, const QString &b)

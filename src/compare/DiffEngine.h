@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "compare/DiffOptions.h"
 #include "compare/DiffRow.h"
 #include "compare/DiffText.h"
 
@@ -36,8 +37,9 @@ struct Stats
 /// All rows, in the order of both texts; with as few insertions and deletions as there can be where lines are aligned.
 /// Between two equal rows deletions come before insertions.
 QList<DiffRow> diff(const QString &a, const QString &b);
-/// The same as runs, which take little memory for any text. None is empty.
-QList<Run> runs(const DiffText &a, const DiffText &b);
+/// The same as runs, which take little memory for any text. None is empty. Where the options ignore something, lines of
+/// an equal run may differ by that.
+QList<Run> runs(const DiffText &a, const DiffText &b, const DiffOptions &options = {});
 
 Stats stats(const QList<DiffRow> &rows);
 Stats stats(const QList<Run> &runs);

@@ -74,7 +74,11 @@ std::size_t DiffLayout::blockOf(DiffSide side, qsizetype line) const
 
 DiffLayout::Row DiffLayout::row(qsizetype index) const
 {
-    const Block &block = m_blocks.at(blockAt(index));
+    return rowIn(m_blocks.at(blockAt(index)), index);
+}
+
+DiffLayout::Row DiffLayout::rowIn(const Block &block, qsizetype index)
+{
     qsizetype offset = index - block.firstRow;
     if (block.isChanged) {
         return {Row::Kind::changed, offset < block.leftCount ? block.left + offset : -1,
@@ -85,6 +89,31 @@ DiffLayout::Row DiffLayout::row(qsizetype index) const
     if (block.isFolded && offset > block.head)
         offset += block.foldedCount() - 1;
     return {Row::Kind::equal, block.left + offset, block.right + offset};
+}
+
+void DiffLayout::eachRow(const std::function<void(const Row &)> &action) const
+{
+    for (const Block &block : m_blocks) {
+        const qsizetype end = block.firstRow + block.rowCount();
+        for (qsizetype index = block.firstRow; index < end; ++index)
+            action(rowIn(block, index));
+    }
+}
+
+std::optional<DiffLayout::Hunk> DiffLayout::hunkAt(qsizetype row) const
+{
+    if (m_blocks.empty())
+        return std::nullopt;
+    const Block &block = m_blocks.at(blockAt(row));
+    return block.isChanged ? std::optional(hunkOf(block)) : std::nullopt;
+}
+
+void DiffLayout::eachHunk(const std::function<void(const Hunk &, qsizetype, qsizetype)> &action) const
+{
+    for (const Block &block : m_blocks) {
+        if (block.isChanged)
+            action(hunkOf(block), block.firstRow, block.firstRow + block.rowCount());
+    }
 }
 
 void DiffLayout::unfold(qsizetype row)

@@ -2,14 +2,14 @@
 #pragma once
 
 #include "compare/DiffEngine.h"
+#include "compare/DiffSide.h"
 
+#include <functional>
 #include <optional>
 #include <utility>
 #include <vector>
 
 namespace moorix {
-
-enum class DiffSide { left, right };
 
 /// How two compared texts stand beside each other: a deletion shares its rows with the insertion that follows it, and
 /// long stretches of equal lines are folded into one row each. Holds no lines, only where they are.
@@ -30,6 +30,19 @@ public:
         bool operator==(const Row &) const = default;
     };
 
+    /// The lines of both texts that one change is about; either side may have none, and begins where they would be.
+    struct Hunk
+    {
+        qsizetype left = 0;
+        qsizetype leftCount = 0;
+        qsizetype right = 0;
+        qsizetype rightCount = 0;
+
+        qsizetype line(DiffSide side) const { return side == DiffSide::left ? left : right; }
+        qsizetype count(DiffSide side) const { return side == DiffSide::left ? leftCount : rightCount; }
+        bool operator==(const Hunk &) const = default;
+    };
+
     /// So many equal lines stay to be seen beside a change, and fewer than that are not worth a fold.
     static constexpr qsizetype context = 3;
 
@@ -38,6 +51,12 @@ public:
 
     qsizetype rowCount() const { return m_rowCount; }
     Row row(qsizetype index) const;
+    /// All of them, one after the other.
+    void eachRow(const std::function<void(const Row &)> &action) const;
+    /// The change that a row belongs to; nothing between changes.
+    std::optional<Hunk> hunkAt(qsizetype row) const;
+    /// The change that begins at a row, and the row behind it.
+    void eachHunk(const std::function<void(const Hunk &hunk, qsizetype first, qsizetype end)> &action) const;
     void setFolded(bool isFolded);
     /// Opens the fold at a row; its first line is there then.
     void unfold(qsizetype row);
@@ -76,6 +95,8 @@ private:
         qsizetype lineCount(DiffSide side) const { return side == DiffSide::left ? leftCount : rightCount; }
     };
 
+    static Row rowIn(const Block &block, qsizetype index);
+    static Hunk hunkOf(const Block &block) { return {block.left, block.leftCount, block.right, block.rightCount}; }
     void number();
     std::size_t blockAt(qsizetype row) const;
     std::size_t blockOf(DiffSide side, qsizetype line) const;

@@ -44,7 +44,12 @@ QByteArray bytesOf(FileService &service, const FileItem &file, const std::stop_t
     return bytes;
 }
 
-QString obstacleOf(const DiffContent &content, const QByteArray &left, const QByteArray &right)
+QByteArray bytesAgain(const DiffContent::Side &side)
+{
+    return side.encoding ? encodedText(side.text.text(), *side.encoding).value_or(QByteArray()) : side.bytes;
+}
+
+QString obstacleOf(const DiffContent &content)
 {
     const auto isText = [](const DiffContent::Side &side) { return side.encoding.has_value(); };
     if (isText(content.left) && isText(content.right))
@@ -60,6 +65,8 @@ QString obstacleOf(const DiffContent &content, const QByteArray &left, const QBy
                                    : u"“%1” and “%2” are no texts."_s.arg(first, second);
     if (content.isSame)
         return sentence + u" Both hold the same bytes."_s;
+    const QByteArray left = bytesAgain(content.left);
+    const QByteArray right = bytesAgain(content.right);
     const auto parting = std::ranges::mismatch(left, right);
     return sentence + u" They differ from byte %L1 on."_s.arg(parting.in1 - left.begin() + 1);
 }
@@ -75,34 +82,68 @@ bool isAligned(const QList<DiffEngine::Run> &runs)
     return true;
 }
 
-DiffContent::Side sideOf(const FileItem &file, const QByteArray &bytes)
+bool holdTheSame(const DiffContent &content)
 {
+    const DiffContent::Side &left = content.left;
+    const DiffContent::Side &right = content.right;
+    return left.encoding == right.encoding && left.text.text() == right.text.text() && left.bytes == right.bytes;
+}
+
+void throwIfStopped(const std::stop_token &stop)
+{
+    if (stop.stop_requested())
+        throw Cancelled();
+}
+
+DiffContent::Side sideOf(FileService &service, const FileItem &file, const std::stop_token &stop)
+{
+    DiffContent::Side side;
+    side.file = file;
+    QByteArray bytes = bytesOf(service, file, stop);
+    throwIfStopped(stop);
     auto decoded = decodedText(bytes);
-    return decoded ? DiffContent::Side{file, DiffText(std::move(decoded->text)), decoded->encoding}
-                   : DiffContent::Side{file, DiffText(), {}};
+    if (!decoded) {
+        side.bytes = std::move(bytes);
+        return side;
+    }
+    side.text = DiffText(std::move(decoded->text));
+    side.encoding = decoded->encoding;
+    return side;
 }
 
 } // namespace
 
-DiffContent DiffLoader::load(const DiffPair &pair, const std::stop_token &stop)
+DiffContent::Side DiffLoader::read(FileService &service, const FileItem &file, const std::stop_token &stop)
+{
+    return sideOf(service, fileNow(service, file, stop), stop);
+}
+
+DiffContent DiffLoader::compare(DiffContent::Side left, DiffContent::Side right, const DiffOptions &options,
+                                const std::stop_token &stop)
+{
+    DiffContent content;
+    content.left = std::move(left);
+    content.right = std::move(right);
+    content.options = options;
+    content.isSame = holdTheSame(content);
+    content.obstacle = obstacleOf(content);
+    if (!content.obstacle.isEmpty())
+        return content;
+    throwIfStopped(stop);
+    content.runs = DiffEngine::runs(content.left.text, content.right.text, options);
+    content.isAligned = isAligned(content.runs);
+    throwIfStopped(stop);
+    content.columns =
+        std::max(content.left.text.columns(DiffContent::tabWidth), content.right.text.columns(DiffContent::tabWidth));
+    return content;
+}
+
+DiffContent DiffLoader::load(const DiffPair &pair, const DiffOptions &options, const std::stop_token &stop)
 {
     refuseLarge(std::max(pair.a.size, pair.b.size));
     const FileItem left = fileNow(*pair.leftService, pair.a, stop);
     const FileItem right = fileNow(*pair.rightService, pair.b, stop);
-    const QByteArray leftBytes = bytesOf(*pair.leftService, left, stop);
-    const QByteArray rightBytes = bytesOf(*pair.rightService, right, stop);
-    DiffContent content;
-    content.left = sideOf(left, leftBytes);
-    content.right = sideOf(right, rightBytes);
-    content.isSame = leftBytes == rightBytes;
-    content.obstacle = obstacleOf(content, leftBytes, rightBytes);
-    if (!content.obstacle.isEmpty())
-        return content;
-    content.runs = DiffEngine::runs(content.left.text, content.right.text);
-    content.isAligned = isAligned(content.runs);
-    content.columns =
-        std::max(content.left.text.columns(DiffContent::tabWidth), content.right.text.columns(DiffContent::tabWidth));
-    return content;
+    return compare(sideOf(*pair.leftService, left, stop), sideOf(*pair.rightService, right, stop), options, stop);
 }
 
 } // namespace moorix

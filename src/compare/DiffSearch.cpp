@@ -52,10 +52,11 @@ private:
     }
     Position positionOf(const DiffPlace &place) const { return {m_layout.order(place.side, place.line), place.side}; }
 
-    /// The equal lines around one on the right are known from the left.
+    /// The equal lines around one on the right are known from the left, unless they may differ by what is ignored.
     std::optional<std::pair<qsizetype, qsizetype>> knownStretch(DiffSide side, qsizetype line) const
     {
-        return side == DiffSide::right ? m_layout.equalStretch(side, line) : std::nullopt;
+        return side == DiffSide::right && m_content.options.isExact() ? m_layout.equalStretch(side, line)
+                                                                      : std::nullopt;
     }
 
     std::optional<DiffPlace> lineBehind(DiffSide side, const Position &from) const

@@ -9,14 +9,24 @@ DiffText::DiffText(QString text)
     : m_text(std::move(text))
     , m_starts{0}
 {
-    for (qsizetype end = m_text.indexOf(u'\n'); end >= 0; end = m_text.indexOf(u'\n', end + 1))
+    qsizetype returns = 0;
+    for (qsizetype end = m_text.indexOf(u'\n'); end >= 0; end = m_text.indexOf(u'\n', end + 1)) {
         m_starts.push_back(end + 1);
+        returns += end > 0 && m_text.at(end - 1) == u'\r' ? 1 : 0;
+    }
+    if (lineCount() > 1)
+        m_lineEnds = returns == 0 ? LineEnds::lf : returns == lineCount() - 1 ? LineEnds::crlf : LineEnds::mixed;
 }
 
 QStringView DiffText::line(qsizetype index) const
 {
     const qsizetype end = index + 1 < lineCount() ? start(index + 1) - 1 : m_text.size();
     return QStringView(m_text).sliced(start(index), end - start(index));
+}
+
+QStringView DiffText::shownLine(qsizetype index) const
+{
+    return line(index).chopped(endsInReturn(index) ? 1 : 0);
 }
 
 qsizetype DiffText::lineAt(qsizetype position) const

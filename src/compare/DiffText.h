@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "compare/LineEnds.h"
+
 #include <QString>
 
 #include <vector>
@@ -15,9 +17,14 @@ public:
     explicit DiffText(QString text = {});
 
     const QString &text() const { return m_text; }
+    LineEnds lineEnds() const { return m_lineEnds; }
     qsizetype lineCount() const { return qsizetype(m_starts.size()); }
     /// Without its "\n". Valid as long as the text is.
     QStringView line(qsizetype index) const;
+    /// Without the "\r" before its "\n" either.
+    QStringView shownLine(qsizetype index) const;
+    /// Whether it ends in "\r\n".
+    bool endsInReturn(qsizetype index) const { return index + 1 < lineCount() && line(index).endsWith(u'\r'); }
     /// Where a line begins in the text.
     qsizetype start(qsizetype index) const { return m_starts.at(std::size_t(index)); }
     /// The line that holds the character at `position`.
@@ -28,6 +35,7 @@ public:
 private:
     QString m_text;
     std::vector<qsizetype> m_starts;
+    LineEnds m_lineEnds = LineEnds::none;
 };
 
 } // namespace moorix

@@ -28,6 +28,19 @@ Words wordsOf(QStringView line)
     return words;
 }
 
+/// What of the words is compared. Blanks stay words of their own, since they are stretches of the line.
+std::vector<QString> comparedWords(const Words &words, const DiffOptions &options)
+{
+    std::vector<QString> compared;
+    compared.reserve(words.size());
+    for (const QStringView word : words) {
+        const bool isIgnored = options.space >= DiffOptions::Space::amountIgnored && word.trimmed().isEmpty();
+        const QString text = isIgnored ? QStringLiteral(" ") : word.toString();
+        compared.push_back(options.ignoresCase ? text.toCaseFolded() : text);
+    }
+    return compared;
+}
+
 /// All words but the common ones, as stretches of the line.
 QList<LineDifference::Stretch> others(const Words &words, const std::vector<bool> &isCommon)
 {
@@ -72,7 +85,7 @@ LineDifference byEnds(QStringView left, QStringView right)
 
 } // namespace
 
-LineDifference LineDifference::of(QStringView left, QStringView right)
+LineDifference LineDifference::of(QStringView left, QStringView right, const DiffOptions &options)
 {
     constexpr std::size_t maxPairs = 100'000;
     constexpr qsizetype maxWordedCharacters = 20'000;
@@ -82,7 +95,10 @@ LineDifference LineDifference::of(QStringView left, QStringView right)
     const Words rightWords = wordsOf(right);
     if (leftWords.size() * rightWords.size() > maxPairs)
         return byEnds(left, right);
-    const auto [one, other] = commonSequence::numbered(leftWords, rightWords);
+    const std::vector<QString> leftKeys = comparedWords(leftWords, options);
+    const std::vector<QString> rightKeys = comparedWords(rightWords, options);
+    const auto [one, other] =
+        commonSequence::numbered({leftKeys.begin(), leftKeys.end()}, {rightKeys.begin(), rightKeys.end()});
     std::vector<bool> leftCommon(leftWords.size());
     std::vector<bool> rightCommon(rightWords.size());
     qsizetype shared = 0;

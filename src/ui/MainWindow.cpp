@@ -299,6 +299,8 @@ bool MainWindow::mayQuit()
                   << (unsent.size() == 1 ? tr("your version is kept for the next start.")
                                          : tr("your versions are kept for the next start."));
     }
+    if (const QString unsaved = m_comparison ? m_comparison->unsavedSentence() : QString(); !unsaved.isEmpty())
+        sentences << unsaved;
     if (const QString busy = m_terminals->quitSentence(); !busy.isEmpty())
         sentences << busy;
     if (m_mayClose || sentences.isEmpty())

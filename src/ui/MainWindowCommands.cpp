@@ -146,6 +146,9 @@ void MainWindow::runCommand(WindowCommand command)
     const bool leaves = !showsSides() && !worksBesideSides(command);
     if (leaves)
         showSides();
+    // What stands in their place asks first.
+    if (leaves && !showsSides())
+        return;
     // What would be closed is what stood in their place.
     if (leaves && command == WindowCommand::closeTab)
         return;

@@ -3,6 +3,11 @@
 #include "ui/MainWindow.h"
 
 #include "app/Comparison.h"
+#include "app/PaneTabs.h"
+#include "app/ServerConnections.h"
+#include "files/FileService.h"
+#include "files/RemoteFileService.h"
+#include "platform/AppPaths.h"
 #include "ui/SideView.h"
 #include "ui/Sidebar.h"
 #include "ui/compare/DiffPage.h"
@@ -30,9 +35,16 @@ void MainWindow::showComparison(const Comparison &comparison)
 {
     if (showsComparison())
         leaveComparison();
+    if (showsComparison())
+        return;
     m_comparedFrom = m_middle->currentWidget();
-    m_comparison = new DiffPage(comparison, this);
+    const ComparisonSession::Environment environment{
+        AppPaths::applicationSupport() + QStringLiteral("/edited"),
+        [this](const QUuid &server) -> std::shared_ptr<FileService> { return m_model.connections().live(server); }};
+    m_comparison = new DiffPage(comparison, environment, this);
     connect(m_comparison, &DiffPage::backRequested, this, &MainWindow::leaveComparison);
+    for (const Side side : {Side::left, Side::right})
+        connect(m_comparison, &DiffPage::folderChanged, &m_model.tabs(side), &PaneTabs::reload);
     m_middle->addWidget(m_comparison);
     m_middle->setCurrentWidget(m_comparison);
     m_comparison->focusContent();
@@ -42,6 +54,8 @@ void MainWindow::showComparison(const Comparison &comparison)
 /// Back to where it was asked for.
 void MainWindow::leaveComparison()
 {
+    if (!m_comparison || !m_comparison->mayLeave([this] { leaveComparison(); }))
+        return;
     if (m_comparedFrom == m_sides) {
         showSides();
         return;
@@ -56,6 +70,13 @@ void MainWindow::dropComparison()
 {
     if (!m_comparison || showsComparison())
         return;
+    if (!m_comparison->isFreeToGo()) {
+        QWidget *const wanted = m_middle->currentWidget();
+        m_middle->setCurrentWidget(m_comparison);
+        m_comparison->mayLeave([this, wanted] { m_middle->setCurrentWidget(wanted); });
+        followSession();
+        return;
+    }
     DiffPage *page = m_comparison;
     m_comparison = nullptr;
     m_middle->removeWidget(page);

@@ -38,6 +38,7 @@ QFrame#conflictBar { background: <toolBar>; border: none; border-top: 2px solid 
 QWidget#diffPage { background: <base>; }
 QLabel#diffRemark { background: <sidebar>; border-bottom: 1px solid <border>; }
 QLineEdit#diffSearch[tone="danger"] { border-color: <danger>; }
+QToolButton#diffIgnore[tone="warning"] { color: <warning>; }
 QLabel[role="heading"] { font-weight: 600; font-size: 15px; }
 QLabel[role="headline"] { font-weight: 600; font-size: 18px; }
 QLabel[role="keys"] { background: <toolBar>; border: 1px solid <border>; border-radius: 4px; padding: 1px 6px;

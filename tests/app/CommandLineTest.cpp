@@ -149,6 +149,7 @@ private slots:
             {"ls missing", 1, "Not found: "},
             {"diff a.txt", 2, "Usage: moorix diff TARGET TARGET"},
             {"diff a.txt missing", 1, "Not found: "},
+            {"diff a.txt a.txt --ignore-space none", 2, "--ignore-space takes “ends”, “amount” or “all”, not “none”."},
             {"ls nowhere:/etc", 2, "No saved server has the id, the name or the host “nowhere”"},
             {"ls twin:/etc", 2, "“twin” fits 2 servers"},
             {"ls a:b", 2, "written “./a:…”"},
@@ -378,8 +379,12 @@ private slots:
                  (QJsonObject{{u"op"_s, u"delete"_s}, {u"left"_s, u"5"_s}, {u"right"_s, QJsonValue()}}));
         QCOMPARE(rows.at(5)[u"op"_s].toString(), u"insert"_s);
         QCOMPARE(rows.size(), 22);
-        QCOMPARE(run({u"diff"_s, remote("/there"), remote("/there")}), 0);
+        m_tree.write("diff/here", "One  two\n");
+        putFile(m_server->sharedPath() + u"/there"_s, "one two\r\n");
+        QCOMPARE(run(both + QStringList{u"--ignore-case"_s, u"--ignore-space"_s, u"amount"_s}), 0);
         QVERIFY(m_out.isEmpty());
+        QCOMPARE(run(both + QStringList{u"--ignore-space"_s, u"all"_s}), 0);
+        QVERIFY(m_out.endsWith("-One  two\n+one two\r\n \n"));
     }
 
     void stoppedServerIsSaidInWords()

@@ -79,11 +79,11 @@ private slots:
     void rowsOfRandomTextsRebuildBothWithTheFewestChanges()
     {
         QRandomGenerator random(7);
-        for (int round = 0; round < 600; ++round) {
+        for (int round = 0; round < 3000; ++round) {
             QStringList texts[2];
             // Few different lines make many alignments; more than 64 fill more than a word of the table.
             for (QStringList &lines : texts) {
-                const int count = 1 + random.bounded(round % 3 == 0 ? 200 : 12);
+                const int count = 1 + random.bounded(round % 15 == 0 ? 200 : 12);
                 for (int i = 0; i < count; ++i)
                     lines << QString(QChar(u'a' + random.bounded(2 + round % 7)));
             }
@@ -122,6 +122,28 @@ private slots:
                 ids << row.id;
             }
         }
+    }
+
+    void whatIsIgnoredMakesNoDifferenceAndAllElseDoes()
+    {
+        using enum DiffOptions::Space;
+        const std::pair<QString, QString> pairs[] = {
+            {u"a b"_s, u"a b \t\r"_s}, {u" a\tb"_s, u"   a b"_s}, {u"a b"_s, u"ab"_s}, {u"Grüße"_s, u"grüßE"_s}};
+        const std::tuple<DiffOptions, QList<int>> rows[] = {
+            {{compared, false}, {}},       {{ignoredAtEnds, false}, {0}}, {{amountIgnored, false}, {0, 1}},
+            {{ignored, false}, {0, 1, 2}}, {{compared, true}, {3}},
+        };
+        for (const auto &[options, equal] : rows) {
+            for (int i = 0; i < 4; ++i) {
+                // Between lines of their own, so that a line that were lost or gained would show.
+                const DiffText a(u"\n "_s + pairs[i].first + u"\n\n"_s);
+                const DiffText b(u"\n "_s + pairs[i].second + u"\n\n"_s);
+                const int changes = equal.contains(i) ? 0 : 1;
+                QCOMPARE(DiffEngine::stats(DiffEngine::runs(a, b, options)), (DiffEngine::Stats{changes, changes}));
+            }
+        }
+        const LineDifference found = LineDifference::of(u"IF  a == b", u"if a == c", {ignored, true});
+        QCOMPARE(found.left, (QList<LineDifference::Stretch>{{9, 1}}));
     }
 
     void middlesBeyondFourMillionCellsAreNotAligned()

@@ -26,7 +26,7 @@ class DiffLoaderTest final : public QObject
     static DiffContent load(const FileItem &a, const FileItem &b)
     {
         const auto disk = std::make_shared<LocalFileService>();
-        return DiffLoader::load({QUuid::createUuid(), a, b, disk, disk}, neverStops);
+        return DiffLoader::load({QUuid::createUuid(), a, b, disk, disk}, {}, neverStops);
     }
     DiffContent load(const QByteArray &a, const QByteArray &b) const { return load(put("a", a), put("b", b)); }
 
@@ -62,6 +62,9 @@ private slots:
         QVERIFY(!mixed.isSame);
         QCOMPARE(DiffEngine::stats(mixed.runs), DiffEngine::Stats{});
         QCOMPARE(load("\xEF\xBB\xBFx", "x").left.encoding, TextEncoding::utf8Marked);
+        const DiffContent ends = load("a\r\nb\r\n\r", "a\nb\r\n");
+        QCOMPARE(ends.left.text.lineEnds(), LineEnds::crlf);
+        QCOMPARE(ends.right.text.lineEnds(), LineEnds::mixed);
         QCOMPARE(load("\xFF\xFEx" + QByteArray(1, '\0'), "x").left.text.text(), u"x"_s);
         const QByteArray zeros("ab\0cd", 5);
         QCOMPARE(load(zeros, "text").obstacle, u"“a” (left) is no text. They differ from byte 1 on."_s);

@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "WindowBench.h"
-
-#include "ui/compare/DiffView.h"
+#include "DiffBench.h"
 
 #include <QClipboard>
 #include <QFile>
@@ -11,43 +9,6 @@
 using namespace moorix;
 using namespace moorix::test;
 using namespace Qt::StringLiterals;
-
-namespace {
-
-struct DiffBench : WindowBench
-{
-    using WindowBench::WindowBench;
-
-    void select(Side side, const QStringList &names) const
-    {
-        QSet<QString> paths;
-        for (const QString &name : names)
-            paths << pane(side)->currentPath() + u'/' + name;
-        pane(side)->setSelection(paths);
-    }
-    void compare() const
-    {
-        activateList(Side::left);
-        key(Qt::Key_M, Qt::ControlModifier);
-    }
-    DiffView *view() const { return find<DiffView>("diffView"); }
-    QString text(const char *name) const
-    {
-        const auto *label = find<QLabel>(name);
-        return label ? label->text() : QString();
-    }
-};
-
-/// 40 numbered lines, some of them replaced.
-QByteArray numbered(const QHash<int, QByteArray> &others = {})
-{
-    QByteArray text;
-    for (int i = 1; i <= 40; ++i)
-        text += others.value(i, "line " + QByteArray::number(i)) + '\n';
-    return text;
-}
-
-} // namespace
 
 /// Two files of this computer against each other, in the window.
 class DiffWindowTest final : public QObject

@@ -24,13 +24,14 @@ QStringView lineOf(const DiffContent &content, const Run &run, qsizetype offset)
                                     : content.left.text.line(run.left + offset);
 }
 
-void writeRow(JsonWriter &writer, DiffOp op, QStringView line)
+void writeRow(JsonWriter &writer, const DiffContent &content, const Run &run, qsizetype offset)
 {
-    const QString text = line.toString();
+    const auto line = [](const DiffText &text, qsizetype index) { return QJsonValue(text.line(index).toString()); };
+    const QString op = run.op == DiffOp::equal ? u"equal"_s : run.op == DiffOp::insert ? u"insert"_s : u"delete"_s;
     writer.beginObject();
-    writer.field(u"op", op == DiffOp::equal ? u"equal"_s : op == DiffOp::insert ? u"insert"_s : u"delete"_s);
-    writer.field(u"left", op == DiffOp::insert ? QJsonValue() : QJsonValue(text));
-    writer.field(u"right", op == DiffOp::remove ? QJsonValue() : QJsonValue(text));
+    writer.field(u"op", op);
+    writer.field(u"left", run.op == DiffOp::insert ? QJsonValue() : line(content.left.text, run.left + offset));
+    writer.field(u"right", run.op == DiffOp::remove ? QJsonValue() : line(content.right.text, run.right + offset));
     writer.endObject();
 }
 
@@ -42,7 +43,7 @@ void printJson(const DiffContent &content)
     writer.beginArray();
     for (const Run &run : content.runs) {
         for (qsizetype i = 0; i < run.count; ++i)
-            writeRow(writer, run.op, lineOf(content, run, i));
+            writeRow(writer, content, run, i);
     }
     writer.endArray();
     const DiffEngine::Stats stats = DiffEngine::stats(content.runs);
@@ -115,9 +116,20 @@ void remark(const DiffContent &content, const QStringList &names)
         if (sides[i]->encoding == TextEncoding::latin1)
             console::complain(u"“%1” is not UTF-8 and was read as Latin-1."_s.arg(Format::display(names.at(i))));
     }
-    if (!content.isSame && DiffEngine::stats(content.runs) == DiffEngine::Stats{})
+    if (content.left.encoding != content.right.encoding && DiffEngine::stats(content.runs) == DiffEngine::Stats{})
         console::complain(u"The lines are the same, but not the bytes: one is %1, the other %2."_s.arg(
             nameOf(*content.left.encoding), nameOf(*content.right.encoding)));
+}
+
+DiffOptions optionsOf(const QCommandLineParser &parser)
+{
+    using Space = DiffOptions::Space;
+    const QHash<QString, Space> spaces{
+        {u"ends"_s, Space::ignoredAtEnds}, {u"amount"_s, Space::amountIgnored}, {u"all"_s, Space::ignored}};
+    const QString space = parser.value(u"ignore-space"_s);
+    if (parser.isSet(u"ignore-space"_s) && !spaces.contains(space))
+        throw UsageError(u"--ignore-space takes “ends”, “amount” or “all”, not “%1”."_s.arg(Format::display(space)));
+    return {spaces.value(space, Space::compared), parser.isSet(u"ignore-case"_s)};
 }
 
 /// What is there is looked at when it is loaded.
@@ -131,11 +143,12 @@ FileItem fileAt(const TargetPlace &place)
 
 ExitCode runDiff(const QCommandLineParser &parser, CommandContext &context)
 {
+    const DiffOptions options = optionsOf(parser);
     const QStringList names = parser.positionalArguments();
     const TargetPlace left = context.place(names.at(0));
     const TargetPlace right = context.place(names.at(1));
     const DiffPair pair{newUuid(), fileAt(left), fileAt(right), left.service, right.service};
-    const DiffContent content = DiffLoader::load(pair, context.stop());
+    const DiffContent content = DiffLoader::load(pair, options, context.stop());
     if (!content.obstacle.isEmpty())
         throw Error(u"Compare"_s, content.obstacle);
     remark(content, names);
@@ -150,15 +163,26 @@ ExitCode runDiff(const QCommandLineParser &parser, CommandContext &context)
 
 QList<Command> diffCommands()
 {
-    Command diff{u"diff"_s, u"TARGET TARGET [--json]"_s, u"Compare two files line by line."_s, {}, {}, {}, 2, 2,
+    Command diff{u"diff"_s,
+                 u"TARGET TARGET [--ignore-space ends|amount|all] [--ignore-case] [--json]"_s,
+                 u"Compare two files line by line."_s,
+                 {},
+                 {},
+                 {},
+                 2,
+                 2,
                  runDiff};
     diff.details = u"Prints what differs with three lines around it, nothing where all lines are equal. Files of up to "
                    "5 MiB.\n--json prints {\"rows\":[{\"op\",\"left\",\"right\"}…],\"added\",\"removed\"}: op is "
                    "equal, insert or delete, and the\nside without a line is null. A text that ends in a line break "
-                   "has an empty last line."_s;
+                   "has an empty last line.\n--ignore-space ends ignores white space "
+                   "at the ends of lines, and with it CRLF against LF; amount, how much of it there\nis as well; all, "
+                   "whether there is any."_s;
     diff.examples = {u"diff nginx.conf web-01:/etc/nginx/nginx.conf"_s,
                      u"diff web-01:/etc/hosts web-02:/etc/hosts --json"_s};
-    diff.options = {{u"json"_s, u"Print one JSON object."_s}};
+    diff.options = {{u"ignore-space"_s, u"White space that makes no difference: ends, amount or all."_s, u"which"_s},
+                    {u"ignore-case"_s, u"Capital and small letters are the same."_s},
+                    {u"json"_s, u"Print one JSON object."_s}};
     return {diff};
 }
 

@@ -6,6 +6,8 @@
 #include "ui/ElidedLabel.h"
 #include "ui/Theme.h"
 #include "ui/Widgets.h"
+#include "ui/compare/DiffSideCard.h"
+#include "ui/compare/DiffSwitches.h"
 
 #include <QHBoxLayout>
 #include <QKeyEvent>
@@ -17,20 +19,6 @@
 
 namespace moorix {
 
-namespace {
-
-QString factsOf(const FileItem &file, std::optional<TextEncoding> encoding)
-{
-    QStringList facts{Format::byteCount(file.size)};
-    if (file.modified)
-        facts << Format::date(file.modified);
-    if (encoding && *encoding != TextEncoding::utf8)
-        facts << nameOf(*encoding);
-    return facts.join(QStringLiteral(" · "));
-}
-
-} // namespace
-
 DiffHeader::DiffHeader(const Comparison &comparison, QWidget *parent)
     : QFrame(parent)
     , m_comparison(comparison)
@@ -40,8 +28,10 @@ DiffHeader::DiffHeader(const Comparison &comparison, QWidget *parent)
     , m_previous(Widgets::iconButton(QStringLiteral("go-up"), tr("Previous change (Shift+F7)"),
                                      QStringLiteral("diffPrevious"), this))
     , m_next(Widgets::iconButton(QStringLiteral("go-down"), tr("Next change (F7)"), QStringLiteral("diffNext"), this))
-    , m_fold(Widgets::iconButton(QStringLiteral("view-filter"), tr("Fold long stretches of equal lines"),
-                                 QStringLiteral("diffFold"), this))
+    , m_undo(Widgets::iconButton(QStringLiteral("edit-undo"), tr("Undo (Ctrl+Z)"), QStringLiteral("diffUndo"), this))
+    , m_redo(
+          Widgets::iconButton(QStringLiteral("edit-redo"), tr("Redo (Ctrl+Shift+Z)"), QStringLiteral("diffRedo"), this))
+    , m_switches(new DiffSwitches(this))
     , m_search(new QLineEdit(this))
 {
     setProperty("role", QStringLiteral("bar"));
@@ -51,14 +41,19 @@ DiffHeader::DiffHeader(const Comparison &comparison, QWidget *parent)
     addTools(*top);
     auto *ends = new QHBoxLayout;
     ends->setSpacing(10);
-    m_facts = {addEnd(*ends, comparison.leftPlace, comparison.pair.a, QStringLiteral("diffLeftFacts")),
-               addEnd(*ends, comparison.rightPlace, comparison.pair.b, QStringLiteral("diffRightFacts"))};
+    m_cards = {new DiffSideCard(DiffSide::left, comparison.leftPlace, comparison.pair.a, this),
+               new DiffSideCard(DiffSide::right, comparison.rightPlace, comparison.pair.b, this)};
+    for (const DiffSide side : {DiffSide::left, DiffSide::right}) {
+        ends->addWidget(&card(side), 1);
+        connect(&card(side), &DiffSideCard::saveRequested, this, [this, side] { emit saveRequested(side); });
+    }
     auto *column = new QVBoxLayout(this);
     column->setContentsMargins(10, 8, 12, 10);
     column->setSpacing(8);
     column->addLayout(top);
     column->addLayout(ends);
     setContent(nullptr);
+    showEdits(false, false, false, false);
 }
 
 QString DiffHeader::title(const Comparison &comparison)
@@ -84,8 +79,6 @@ void DiffHeader::addTools(QHBoxLayout &row)
     m_removed->setToolTip(tr("Lines that only the left file has"));
     m_place->setObjectName(QStringLiteral("diffPlace"));
     m_place->setWordWrap(false);
-    m_fold->setCheckable(true);
-    m_fold->setChecked(true);
     m_search->setObjectName(QStringLiteral("diffSearch"));
     m_search->setPlaceholderText(tr("Find…"));
     m_search->setClearButtonEnabled(true);
@@ -93,57 +86,48 @@ void DiffHeader::addTools(QHBoxLayout &row)
     m_search->installEventFilter(this);
     row.addWidget(back);
     row.addWidget(name, 1);
-    for (QWidget *part :
-         std::initializer_list<QWidget *>{m_added, m_removed, m_place, m_previous, m_next, m_fold, m_search})
+    for (QWidget *part : std::initializer_list<QWidget *>{m_added, m_removed, m_place, m_previous, m_next, m_undo,
+                                                          m_redo, m_switches, m_search})
         row.addWidget(part);
     connect(back, &QToolButton::clicked, this, &DiffHeader::backRequested);
     connect(m_previous, &QToolButton::clicked, this, [this] { emit changeRequested(-1); });
     connect(m_next, &QToolButton::clicked, this, [this] { emit changeRequested(1); });
-    connect(m_fold, &QToolButton::toggled, this, &DiffHeader::foldingChosen);
+    connect(m_undo, &QToolButton::clicked, this, &DiffHeader::undoRequested);
+    connect(m_redo, &QToolButton::clicked, this, &DiffHeader::redoRequested);
     connect(m_search, &QLineEdit::textChanged, this, &DiffHeader::searched);
-}
-
-ElidedLabel *DiffHeader::addEnd(QHBoxLayout &row, const QString &place, const FileItem &file, const QString &objectName)
-{
-    auto *card = new QFrame(this);
-    card->setProperty("role", QStringLiteral("card"));
-    auto *sign = new QLabel(card);
-    const QString iconName = place.isEmpty() ? QStringLiteral("computer") : QStringLiteral("network-server");
-    sign->setPixmap(Theme::icon(iconName, Theme::Color::accent).pixmap(QSize(16, 16), devicePixelRatioF()));
-    auto *where = new ElidedLabel(Qt::ElideMiddle, card);
-    where->setText(place.isEmpty() ? Format::display(file.path)
-                                   : tr("%1: %2").arg(Format::display(place), Format::display(file.path)));
-    auto *facts = new ElidedLabel(Qt::ElideRight, card);
-    facts->setObjectName(objectName);
-    facts->setProperty("role", QStringLiteral("muted"));
-    facts->setText(factsOf(file, {}));
-    auto *words = new QVBoxLayout;
-    words->setSpacing(1);
-    words->addWidget(where);
-    words->addWidget(facts);
-    auto *line = new QHBoxLayout(card);
-    line->setContentsMargins(10, 6, 10, 6);
-    line->setSpacing(10);
-    line->addWidget(sign);
-    line->addLayout(words, 1);
-    row.addWidget(card, 1);
-    return facts;
 }
 
 void DiffHeader::setContent(const DiffContent *content)
 {
     const bool hasLines = content && content->obstacle.isEmpty();
     if (content) {
-        m_facts[0]->setText(factsOf(content->left.file, content->left.encoding));
-        m_facts[1]->setText(factsOf(content->right.file, content->right.encoding));
+        card(DiffSide::left).showFile(content->left);
+        card(DiffSide::right).showFile(content->right);
     }
     const DiffEngine::Stats stats = hasLines ? DiffEngine::stats(content->runs) : DiffEngine::Stats{};
     m_added->setText(tr("+%1").arg(QLocale().toString(stats.added)));
     m_removed->setText(tr("−%1").arg(QLocale().toString(stats.removed)));
     const bool hasChanges = stats.added + stats.removed > 0;
-    for (QWidget *part : std::initializer_list<QWidget *>{m_added, m_removed, m_place, m_previous, m_next, m_fold})
+    for (QWidget *part : std::initializer_list<QWidget *>{m_added, m_removed, m_place, m_previous, m_next})
         part->setVisible(hasChanges);
+    m_switches->setCanFold(hasChanges);
+    m_switches->setVisible(hasLines);
     m_search->setVisible(hasLines);
+}
+
+void DiffHeader::showEdits(bool isLeftChanged, bool isRightChanged, bool canUndo, bool canRedo)
+{
+    card(DiffSide::left).setChanged(isLeftChanged);
+    card(DiffSide::right).setChanged(isRightChanged);
+    m_undo->setVisible(canUndo || canRedo);
+    m_redo->setVisible(canUndo || canRedo);
+    m_undo->setEnabled(canUndo);
+    m_redo->setEnabled(canRedo);
+}
+
+void DiffHeader::showSaving(DiffSide side, bool isSaving)
+{
+    card(side).setSaving(isSaving);
 }
 
 void DiffHeader::showPlace(qsizetype change, qsizetype count)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "app/Comparison.h"
+#include "compare/DiffSide.h"
 
 #include <QFrame>
 
@@ -14,7 +15,8 @@ class QToolButton;
 
 namespace moorix {
 
-class ElidedLabel;
+class DiffSideCard;
+class DiffSwitches;
 struct DiffContent;
 
 /// Which files are compared, how much differs, and ways to what differs.
@@ -28,17 +30,23 @@ public:
     static QString title(const Comparison &comparison);
     /// What was read; null while nothing is to be seen.
     void setContent(const DiffContent *content);
+    /// Whether a side has changes that are not saved, and whether there are steps to undo and to do again.
+    void showEdits(bool isLeftChanged, bool isRightChanged, bool canUndo, bool canRedo);
+    void showSaving(DiffSide side, bool isSaving);
     /// Which of so many changes the keyboard is at, counted from 1; 0 between them.
     void showPlace(qsizetype change, qsizetype count);
     void focusSearch();
     QString needle() const;
+    DiffSwitches &switches() const { return *m_switches; }
     /// Whether the text that was looked for is anywhere.
     void showFound(bool isFound);
 
 signals:
     void backRequested();
     void changeRequested(int step);
-    void foldingChosen(bool isFolded);
+    void undoRequested();
+    void redoRequested();
+    void saveRequested(moorix::DiffSide side);
     void searched(const QString &text);
     /// The next or previous line with the text.
     void hitRequested(bool isNext);
@@ -51,8 +59,7 @@ protected:
 
 private:
     void addTools(QHBoxLayout &row);
-    /// Returns the label of what is known of the file.
-    ElidedLabel *addEnd(QHBoxLayout &row, const QString &place, const FileItem &file, const QString &objectName);
+    DiffSideCard &card(DiffSide side) const { return *m_cards[side == DiffSide::left ? 0 : 1]; }
 
     Comparison m_comparison;
     QLabel *m_added;
@@ -60,9 +67,11 @@ private:
     QLabel *m_place;
     QToolButton *m_previous;
     QToolButton *m_next;
-    QToolButton *m_fold;
+    QToolButton *m_undo;
+    QToolButton *m_redo;
+    DiffSwitches *m_switches;
     QLineEdit *m_search;
-    std::array<ElidedLabel *, 2> m_facts{};
+    std::array<DiffSideCard *, 2> m_cards{};
 };
 
 } // namespace moorix

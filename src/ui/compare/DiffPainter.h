@@ -3,11 +3,14 @@
 
 #include "compare/DiffLayout.h"
 #include "compare/LineDifference.h"
+#include "compare/LineWrap.h"
 
 #include <QFont>
 #include <QFontMetrics>
 #include <QRect>
 #include <QTextLayout>
+
+#include <optional>
 
 class QPainter;
 class QWidget;
@@ -29,31 +32,50 @@ public:
         bool isSelected = false;
         bool isCurrent = false;
         bool hasKeyboard = false;
+        /// A change begins here: lines can be copied from one side to the other.
+        bool startsHunk = false;
+        /// The button that the mouse is on, named by the side that it copies to.
+        std::optional<DiffSide> hovered = std::nullopt;
     };
 
-    /// Both texts are scrolled to the left by so many pixels.
-    DiffPainter(const DiffContent &content, const QWidget &view, int scrolled);
+    /// Both texts are scrolled to the left by so many pixels, or wrapped.
+    DiffPainter(const DiffContent &content, const QWidget &view, int scrolled, const LineWrap &wrap);
 
     static int rowHeight(const QFontMetrics &metrics) { return metrics.height() + 4; }
     /// Where the text of a side is in a row.
     QRect textRect(const QRect &row, DiffSide side) const;
+    /// Between both sides.
+    QRect stripRect(const QRect &row) const;
+    /// Where the first row of a change has the button that copies lines to a side.
+    QRect buttonRect(const QRect &row, DiffSide to) const;
+    /// So many columns fit beside each other in a side.
+    int columnsIn(int width) const;
     void paint(QPainter &painter, const QRect &rect, const DiffLayout::Row &row, const State &state,
                const QString &needle) const;
 
 private:
     QRect sideRect(const QRect &row, DiffSide side) const;
+    void paintStrip(QPainter &painter, const QRect &rect, const DiffLayout::Row &row, const State &state) const;
     void paintFold(QPainter &painter, const QRect &rect, const DiffLayout::Row &row, const State &state) const;
     void paintSide(QPainter &painter, const QRect &rect, const DiffLayout::Row &row, DiffSide side,
                    const QList<LineDifference::Stretch> &marks, const QString &needle) const;
+    void paintText(QPainter &painter, const QRect &rect, QStringView line, const QList<QTextLayout::FormatRange> &marks,
+                   const QString &needle, std::optional<bool> endsInReturn) const;
     void paintGutter(QPainter &painter, const QRect &rect, qsizetype line, QChar sign, const QColor &color) const;
-    void paintLine(QPainter &painter, const QRect &rect, const QString &line,
-                   const QList<QTextLayout::FormatRange> &marks) const;
+    /// A stretch of a line. Returns how wide it is.
+    int paintPart(QPainter &painter, const QRect &rect, QStringView part,
+                  const QList<QTextLayout::FormatRange> &marks) const;
+    void paintLineEnd(QPainter &painter, const QRect &rect, int x, bool isReturn) const;
 
     const DiffContent &m_content;
     QFont m_font;
     QFontMetrics m_metrics;
     int m_scrolled;
+    const LineWrap &m_wrap;
     int m_gutter;
+    int m_rowHeight;
+    /// What is in sight.
+    QRect m_window;
 };
 
 } // namespace moorix

@@ -2,13 +2,13 @@
 #include "ui/compare/DiffView.h"
 
 #include "ui/Theme.h"
+#include "ui/compare/DiffOverview.h"
 #include "ui/compare/DiffPainter.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
-#include <QKeyEvent>
-#include <QMenu>
 #include <QPainter>
+#include <QResizeEvent>
 #include <QScrollBar>
 
 #include <algorithm>
@@ -19,26 +19,34 @@ using Kind = DiffLayout::Row::Kind;
 
 DiffView::DiffView(QWidget *parent)
     : QAbstractScrollArea(parent)
+    , m_overview(new DiffOverview(this))
 {
     setObjectName(QStringLiteral("diffView"));
     setAccessibleName(tr("Both files, line by line"));
     setFrameShape(NoFrame);
     setFocusPolicy(Qt::StrongFocus);
     setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
+    setViewportMargins(0, 0, DiffOverview::usualWidth(), 0);
     viewport()->setCursor(Qt::IBeamCursor);
+    viewport()->setMouseTracking(true);
+    connect(m_overview, &DiffOverview::wanted, this, [this](double place) {
+        const int whole = verticalScrollBar()->maximum() + verticalScrollBar()->pageStep();
+        verticalScrollBar()->setValue(int(place * whole) - verticalScrollBar()->pageStep() / 2);
+    });
 }
 
-void DiffView::setContent(std::shared_ptr<const DiffContent> content)
+void DiffView::setContent(std::shared_ptr<const DiffContent> content, DiffSide steady)
 {
     const bool isAnew = m_content != nullptr;
-    const DiffPlace before = isAnew ? place() : DiffPlace();
+    const DiffPlace before = isAnew ? place(steady) : DiffPlace();
     m_content = std::move(content);
     m_layout = DiffLayout(m_content->runs);
-    relayout();
-    const DiffText &text = before.side == DiffSide::left ? m_content->left.text : m_content->right.text;
-    const qsizetype row = isAnew ? m_layout.reveal(before.side, std::min(before.line, text.lineCount() - 1))
-                          : m_changes.empty() ? 0
-                                              : m_changes.front();
+    m_layout.setFolded(m_isFolded);
+    const qsizetype last = m_content->side(before.side).text.lineCount() - 1;
+    const std::vector<qsizetype> changes = m_layout.changes();
+    const qsizetype row = isAnew            ? m_layout.reveal(before.side, std::min(before.line, last))
+                          : changes.empty() ? 0
+                                            : changes.front();
     relayout();
     setCurrent(row, Extend::no);
     ensureVisible(row, true);
@@ -58,8 +66,21 @@ void DiffView::relayout()
     m_changes = m_layout.changes();
     m_current = std::clamp<qsizetype>(m_current, 0, std::max<qsizetype>(m_layout.rowCount() - 1, 0));
     m_anchor = std::clamp<qsizetype>(m_anchor, 0, std::max<qsizetype>(m_layout.rowCount() - 1, 0));
+    m_hovered.reset();
+    measure();
     arrange();
     viewport()->update();
+}
+
+/// Wrapped lines are counted anew only where there is another room for them, or they are others.
+void DiffView::measure()
+{
+    if (!m_content)
+        return;
+    const DiffPainter painter(*m_content, *viewport(), 0, m_wrap);
+    m_wrap = LineWrap(m_isWrapped ? painter.columnsIn(viewport()->width()) : 0, DiffContent::tabWidth);
+    m_heights = DiffHeights(*m_content, m_layout, m_wrap);
+    m_overview->setChanges(m_layout, m_heights);
 }
 
 void DiffView::arrange()
@@ -67,21 +88,44 @@ void DiffView::arrange()
     if (!m_content)
         return;
     const int height = viewport()->height();
-    verticalScrollBar()->setRange(0, int(std::max<qsizetype>(m_layout.rowCount() * rowHeight() - height, 0)));
+    verticalScrollBar()->setRange(0, int(std::max<qsizetype>(m_heights.total() * rowHeight() - height, 0)));
     verticalScrollBar()->setSingleStep(rowHeight());
     verticalScrollBar()->setPageStep(height);
-    const DiffPainter painter(*m_content, *this, 0);
+    const DiffPainter painter(*m_content, *viewport(), 0, m_wrap);
     const int room = painter.textRect(QRect(0, 0, viewport()->width(), 1), DiffSide::left).width();
     const int wanted = int((m_content->columns + 2) * fontMetrics().horizontalAdvance(u'0'));
-    horizontalScrollBar()->setRange(0, std::max(wanted - room, 0));
+    horizontalScrollBar()->setRange(0, m_isWrapped ? 0 : std::max(wanted - room, 0));
     horizontalScrollBar()->setSingleStep(4 * fontMetrics().horizontalAdvance(u'0'));
     horizontalScrollBar()->setPageStep(room);
+    followOverview();
+}
+
+void DiffView::followOverview()
+{
+    const double whole = double(std::max<qsizetype>(m_heights.total() * rowHeight(), viewport()->height()));
+    const int value = verticalScrollBar()->value();
+    m_overview->setInSight(value / whole, (value + viewport()->height()) / whole);
 }
 
 qsizetype DiffView::rowAt(int y) const
 {
-    const qsizetype row = (y + verticalScrollBar()->value()) / rowHeight();
-    return std::clamp<qsizetype>(row, 0, m_layout.rowCount() - 1);
+    return m_heights.rowAt((y + verticalScrollBar()->value()) / rowHeight());
+}
+
+QRect DiffView::rowRect(qsizetype row) const
+{
+    return {0, int(m_heights.top(row) * rowHeight()) - verticalScrollBar()->value(), viewport()->width(),
+            int(m_heights.height(row)) * rowHeight()};
+}
+
+bool DiffView::startsHunk(qsizetype row) const
+{
+    return std::ranges::binary_search(m_changes, row);
+}
+
+QRect DiffView::copyButton(qsizetype row, DiffSide to) const
+{
+    return DiffPainter(*m_content, *viewport(), 0, m_wrap).buttonRect(rowRect(row), to);
 }
 
 DiffSide DiffView::sideAt(int x) const
@@ -94,12 +138,21 @@ DiffPlace DiffView::place() const
     // A row without a line of this side stands where the next one with a line does.
     for (qsizetype row = m_current; row < m_layout.rowCount(); ++row) {
         const DiffLayout::Row here = m_layout.row(row);
-        for (const DiffSide side : {m_side, m_side == DiffSide::left ? DiffSide::right : DiffSide::left}) {
+        for (const DiffSide side : {m_side, otherSide(m_side)}) {
             if (here.line(side) >= 0)
                 return {side, here.line(side)};
         }
     }
     return {};
+}
+
+DiffPlace DiffView::place(DiffSide side) const
+{
+    for (qsizetype row = m_current; row < m_layout.rowCount(); ++row) {
+        if (const qsizetype line = m_layout.row(row).line(side); line >= 0)
+            return {side, line};
+    }
+    return {side, m_content->side(side).text.lineCount() - 1};
 }
 
 std::optional<DiffLayout::Row> DiffView::currentRow() const
@@ -120,29 +173,43 @@ void DiffView::setCurrent(qsizetype row, Extend extend)
 /// In the middle where it is out of sight and asked for; else only just in sight.
 void DiffView::ensureVisible(qsizetype row, bool isInMiddle)
 {
-    const int top = int(row) * rowHeight();
+    const int top = int(m_heights.top(row)) * rowHeight();
     const int value = verticalScrollBar()->value();
     const int height = viewport()->height();
-    const bool isInSight = top >= value && top + rowHeight() <= value + height;
+    // Of a row that is higher than the window the beginning is enough.
+    const int needed = std::min(int(m_heights.height(row)) * rowHeight(), height);
+    const bool isInSight = top >= value && top + needed <= value + height;
     if (isInSight)
         return;
     if (isInMiddle)
         verticalScrollBar()->setValue(top - height / 3);
     else
-        verticalScrollBar()->setValue(top < value ? top : top + rowHeight() - height);
+        verticalScrollBar()->setValue(top < value ? top : top + needed - height);
 }
 
 void DiffView::setFolded(bool isFolded)
 {
+    m_isFolded = isFolded;
     if (!m_content)
         return;
     const DiffPlace here = place();
-    const int inSight = int(m_current) * rowHeight() - verticalScrollBar()->value();
+    const int inSight = rowRect(m_current).top();
     m_layout.setFolded(isFolded);
     relayout();
     setCurrent(m_layout.rowOf(here.side, here.line), Extend::no);
     // What is looked at stays where it was on the screen.
-    verticalScrollBar()->setValue(int(m_current) * rowHeight() - inSight);
+    verticalScrollBar()->setValue(int(m_heights.top(m_current)) * rowHeight() - inSight);
+}
+
+void DiffView::setWrapped(bool isWrapped)
+{
+    m_isWrapped = isWrapped;
+    if (!m_content)
+        return;
+    const int inSight = rowRect(m_current).top();
+    relayout();
+    verticalScrollBar()->setValue(int(m_heights.top(m_current)) * rowHeight() - inSight);
+    ensureVisible(m_current, false);
 }
 
 void DiffView::unfold(qsizetype row)
@@ -158,6 +225,11 @@ qsizetype DiffView::currentChange() const
     if (next == m_changes.begin() || m_layout.row(m_current).kind != Kind::changed)
         return 0;
     return next - m_changes.begin();
+}
+
+std::optional<DiffLayout::Hunk> DiffView::currentHunk() const
+{
+    return m_content ? m_layout.hunkAt(m_current) : std::nullopt;
 }
 
 bool DiffView::stepChange(int step)
@@ -190,7 +262,7 @@ bool DiffView::stepHit(DiffSearch::Step step)
     relayout();
     ensureVisible(row, true);
     setCurrent(row, Extend::no);
-    const DiffText &text = hit->side == DiffSide::left ? m_content->left.text : m_content->right.text;
+    const DiffText &text = m_content->side(hit->side).text;
     const qsizetype column = text.line(hit->line).indexOf(m_needle, 0, Qt::CaseInsensitive);
     const int left = int(column) * fontMetrics().horizontalAdvance(u'0');
     if (left < horizontalScrollBar()->value() ||
@@ -203,7 +275,7 @@ QString DiffView::selectedText() const
 {
     if (!m_content)
         return {};
-    const DiffText &text = m_side == DiffSide::left ? m_content->left.text : m_content->right.text;
+    const DiffText &text = m_content->side(m_side).text;
     // The lines of one text follow each other, whatever lies between the ends.
     qsizetype first = std::min(m_anchor, m_current);
     qsizetype last = std::max(m_anchor, m_current);
@@ -238,132 +310,49 @@ void DiffView::paintEvent(QPaintEvent *event)
     painter.fillRect(event->rect(), Theme::color(Theme::Color::base));
     if (!m_content || m_layout.rowCount() == 0)
         return;
-    const DiffPainter rows(*m_content, *this, horizontalScrollBar()->value());
+    const DiffPainter rows(*m_content, *viewport(), horizontalScrollBar()->value(), m_wrap);
     const auto [first, last] = std::minmax(m_anchor, m_current);
     for (qsizetype row = rowAt(event->rect().top()); row <= rowAt(event->rect().bottom()); ++row) {
-        const QRect rect(0, int(row * rowHeight()) - verticalScrollBar()->value(), viewport()->width(), rowHeight());
-        DiffPainter::State state{m_side, row >= first && row <= last, row == m_current, hasFocus()};
-        rows.paint(painter, rect, m_layout.row(row), state, m_needle);
+        DiffPainter::State state{m_side, row >= first && row <= last, row == m_current, hasFocus(), startsHunk(row)};
+        if (m_hovered && m_hovered->row == row)
+            state.hovered = m_hovered->to;
+        rows.paint(painter, rowRect(row), m_layout.row(row), state, m_needle);
     }
-    painter.fillRect(QRect(viewport()->width() / 2, 0, 1, viewport()->height()), Theme::color(Theme::Color::border));
 }
 
 void DiffView::resizeEvent(QResizeEvent *event)
 {
     QAbstractScrollArea::resizeEvent(event);
+    const QRect area = viewport()->geometry();
+    m_overview->setGeometry(area.right() + 1, area.top(), DiffOverview::usualWidth(), area.height());
+    if (m_isWrapped && m_layout.rowCount() > 0 && event->size().width() != event->oldSize().width()) {
+        const qsizetype first = rowAt(0);
+        measure();
+        arrange();
+        verticalScrollBar()->setValue(int(m_heights.top(first)) * rowHeight());
+    }
     arrange();
+}
+
+void DiffView::scrollContentsBy(int dx, int dy)
+{
+    QAbstractScrollArea::scrollContentsBy(dx, dy);
+    followOverview();
+}
+
+void DiffView::leaveEvent(QEvent *event)
+{
+    QAbstractScrollArea::leaveEvent(event);
+    hover({});
 }
 
 void DiffView::changeEvent(QEvent *event)
 {
     QAbstractScrollArea::changeEvent(event);
-    if (event->type() == QEvent::StyleChange || event->type() == QEvent::FontChange)
+    if (event->type() == QEvent::StyleChange || event->type() == QEvent::FontChange) {
+        measure();
         arrange();
-}
-
-bool DiffView::moveByKey(const QKeyEvent &event)
-{
-    const qsizetype page = std::max(viewport()->height() / rowHeight() - 1, 1);
-    const Extend extend = event.modifiers().testFlag(Qt::ShiftModifier) ? Extend::yes : Extend::no;
-    switch (event.key()) {
-    case Qt::Key_Up:
-        setCurrent(m_current - 1, extend);
-        return true;
-    case Qt::Key_Down:
-        setCurrent(m_current + 1, extend);
-        return true;
-    case Qt::Key_PageUp:
-        setCurrent(m_current - page, extend);
-        return true;
-    case Qt::Key_PageDown:
-        setCurrent(m_current + page, extend);
-        return true;
-    case Qt::Key_Home:
-        horizontalScrollBar()->setValue(0);
-        setCurrent(0, extend);
-        return true;
-    case Qt::Key_End:
-        setCurrent(m_layout.rowCount() - 1, extend);
-        return true;
-    case Qt::Key_Left:
-    case Qt::Key_Right:
-        horizontalScrollBar()->triggerAction(event.key() == Qt::Key_Left ? QScrollBar::SliderSingleStepSub
-                                                                         : QScrollBar::SliderSingleStepAdd);
-        return true;
-    default:
-        return false;
     }
-}
-
-void DiffView::keyPressEvent(QKeyEvent *event)
-{
-    const bool isFold = m_content && m_layout.row(m_current).kind == Kind::fold;
-    if (!m_content || event->modifiers().testFlag(Qt::AltModifier))
-        event->ignore();
-    else if (event->matches(QKeySequence::Copy))
-        copy();
-    else if (event->matches(QKeySequence::SelectAll))
-        selectAll();
-    else if (isFold && (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter))
-        unfold(m_current);
-    else if (!moveByKey(*event))
-        event->ignore();
-}
-
-/// Tab changes sides, as it does in the lists of files; Shift+Tab leaves.
-bool DiffView::focusNextPrevChild(bool next)
-{
-    if (!next)
-        return QAbstractScrollArea::focusNextPrevChild(next);
-    m_side = m_side == DiffSide::left ? DiffSide::right : DiffSide::left;
-    viewport()->update();
-    return true;
-}
-
-void DiffView::mousePressEvent(QMouseEvent *event)
-{
-    if (!m_content || event->button() != Qt::LeftButton)
-        return;
-    const QPoint position = event->position().toPoint();
-    const qsizetype row = rowAt(position.y());
-    const bool isExtending = event->modifiers().testFlag(Qt::ShiftModifier);
-    if (!isExtending)
-        m_side = sideAt(position.x());
-    if (m_layout.row(row).kind == Kind::fold && !isExtending)
-        unfold(row);
-    else
-        setCurrent(row, isExtending ? Extend::yes : Extend::no);
-}
-
-void DiffView::mouseMoveEvent(QMouseEvent *event)
-{
-    if (m_content && event->buttons().testFlag(Qt::LeftButton))
-        setCurrent(rowAt(event->position().toPoint().y()), Extend::yes);
-}
-
-void DiffView::contextMenuEvent(QContextMenuEvent *event)
-{
-    if (!m_content)
-        return;
-    auto *menu = new QMenu(this);
-    menu->setAttribute(Qt::WA_DeleteOnClose);
-    menu->addAction(Theme::icon(QStringLiteral("edit-copy")), tr("Copy lines"), this, &DiffView::copy)
-        ->setShortcut(QKeySequence::Copy);
-    menu->addAction(Theme::icon(QStringLiteral("edit-select-all")), tr("Select all"), this, &DiffView::selectAll)
-        ->setShortcut(QKeySequence::SelectAll);
-    menu->popup(event->globalPos());
-}
-
-void DiffView::focusInEvent(QFocusEvent *event)
-{
-    QAbstractScrollArea::focusInEvent(event);
-    viewport()->update();
-}
-
-void DiffView::focusOutEvent(QFocusEvent *event)
-{
-    QAbstractScrollArea::focusOutEvent(event);
-    viewport()->update();
 }
 
 } // namespace moorix

@@ -51,6 +51,16 @@ QList<Line> linesOfSyncs()
             {ShortcutsOverview::tr("Sync"), {Qt::CTRL | Qt::Key_Return}}};
 }
 
+QList<Line> linesOfComparisons()
+{
+    return {{ShortcutsOverview::tr("Next or previous change"), {Qt::Key_F7, Qt::SHIFT | Qt::Key_F7}},
+            {ShortcutsOverview::tr("Copy change to the right"), {Qt::ALT | Qt::Key_Right}},
+            {ShortcutsOverview::tr("Copy change to the left"), {Qt::ALT | Qt::Key_Left}},
+            {ShortcutsOverview::tr("Undo, redo"), {Qt::CTRL | Qt::Key_Z, Qt::CTRL | Qt::SHIFT | Qt::Key_Z}},
+            {ShortcutsOverview::tr("Save"), {Qt::CTRL | Qt::Key_S}},
+            {ShortcutsOverview::tr("Wrap long lines"), {Qt::ALT | Qt::Key_Z}}};
+}
+
 /// Names on the left, keys on the right.
 QWidget *makeGroup(const QString &title, const QList<Line> &lines, QWidget *parent)
 {
@@ -98,6 +108,7 @@ ShortcutsOverview::ShortcutsOverview(const WindowActions &actions, QWidget *pare
     for (const WindowActions::Menu &menu : WindowActions::menus())
         (index++ < 2 ? left : right)->addWidget(makeGroup(withoutMnemonic(menu.title), linesOf(actions, menu), body));
     right->addWidget(makeGroup(tr("Rows of a sync"), linesOfSyncs(), body));
+    right->addWidget(makeGroup(tr("Comparisons"), linesOfComparisons(), body));
     left->addStretch(1);
     right->addStretch(1);
     auto *scroll = new QScrollArea(this);

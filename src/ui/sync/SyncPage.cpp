@@ -207,7 +207,9 @@ void SyncPage::compare(qsizetype row)
         const auto &[local, remote] = *files;
         emit comparisonRequested({{newUuid(), local.item, remote.item, local.service, remote.service},
                                   {},
-                                  m_session.server().displayName()});
+                                  m_session.server().displayName(),
+                                  {},
+                                  m_session.server().id});
     }
 }
 

@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "compare/DiffOptions.h"
+
+#include <QWidget>
+
+class QAction;
+class QToolButton;
+
+namespace moorix {
+
+/// How two files are compared and shown.
+class DiffSwitches final : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit DiffSwitches(QWidget *parent = nullptr);
+
+    /// Folds mean something only where lines differ.
+    void setCanFold(bool canFold);
+
+signals:
+    void foldingChosen(bool isFolded);
+    void wrappingChosen(bool isWrapped);
+    void optionsChosen(const moorix::DiffOptions &options);
+
+private:
+    void fillMenu();
+    void choose(const DiffOptions &options);
+
+    QToolButton *m_fold;
+    QToolButton *m_wrap;
+    QToolButton *m_ignore;
+    DiffOptions m_options;
+};
+
+} // namespace moorix
