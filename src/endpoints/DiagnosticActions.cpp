@@ -9,6 +9,7 @@
 #include <QFileInfo>
 #include <QHash>
 
+#include <algorithm>
 #include <chrono>
 
 namespace moorix {
@@ -72,7 +73,7 @@ DiagnosticResult runOne(const FixedCommand &command, ProcessRunner &processes, c
     bool isCut = false;
     request.takeOutput = [&](QByteArrayView piece) {
         isCut = isCut || output.size() + piece.size() > outputLimitBytes;
-        output += piece.first(std::min(piece.size(), outputLimitBytes - output.size()));
+        output.append(piece.first(std::min(piece.size(), outputLimitBytes - output.size())));
     };
     const auto end = std::chrono::steady_clock::now() + timeLimit;
     request.whileRunning = [end](qint64) {

@@ -56,7 +56,7 @@ QString InstallerDownload::uniqueDestinationURL(const QString &in, const QString
     };
     QString path = in + u'/' + fileName;
     for (int counter = 2; isTaken(path); ++counter)
-        path = u"%1/%2-%3%4"_s.arg(in, stem).arg(counter).arg(extension);
+        path = in + u'/' + stem + u'-' + QString::number(counter) + extension;
     return path;
 }
 

@@ -65,7 +65,7 @@ QByteArray RemoteDiagnosticsService::buildPayload() const
 
 void RemoteDiagnosticsService::start(const DiagnosticsApp &app)
 {
-    m_app = app;
+    observe(app);
     m_hasStarted = true;
     m_isRunning = m_settings.remoteDiagnosticsEnabled.value();
     if (m_isRunning) {

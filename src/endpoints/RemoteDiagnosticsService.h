@@ -58,7 +58,10 @@ public:
     /// What a check-in would send at this moment, to the byte.
     QByteArray buildPayload() const;
 
-    /// Checks in at once and then every `checkInterval`. From then on follows the switch and the address.
+    /// Reads the program through `app` from then on.
+    void observe(const DiagnosticsApp &app) { m_app = app; }
+    /// Observes `app`, checks in at once and then every `checkInterval`. From then on follows the switch and the
+    /// address.
     void start(const DiagnosticsApp &app);
     /// Also drops what is under way.
     void stop();

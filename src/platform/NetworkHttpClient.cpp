@@ -90,7 +90,7 @@ public:
                 m_stop, [this] { QMetaObject::invokeMethod(&m_loop, &QEventLoop::quit, Qt::QueuedConnection); });
             m_loop.exec();
         }
-        m_network->disconnect();
+        m_network->disconnect(&m_loop);
         const bool isWhole = m_network->isFinished();
         m_network->abort();
         if (m_stop.stop_requested())
