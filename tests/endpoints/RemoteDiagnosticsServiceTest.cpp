@@ -14,11 +14,11 @@ using namespace Qt::StringLiterals;
 namespace {
 
 /// The program with one saved server, three tabs and a diagnostics server of the test's own.
-struct DiagnosticsScene
+struct DiagnosticsScene : EndpointScene
 {
     explicit DiagnosticsScene(WebServer::Answer answer,
                               std::shared_ptr<ProcessRunner> processes = std::make_shared<SystemProcessRunner>())
-        : server(std::move(answer))
+        : EndpointScene(std::move(answer))
         , service(
               settings, preferences,
               {std::make_shared<NetworkHttpClient>(), std::move(processes), u"1.2"_s, u"5"_s, [this] { return now; }})
@@ -66,12 +66,6 @@ struct DiagnosticsScene
         return texts;
     }
 
-    TestTree tree;
-    Preferences preferences{tree.path("preferences.json")};
-    KeyValueStore cloud{QString()};
-    SettingsStore settings{preferences, cloud};
-    WebServer server;
-    QDateTime now = QDateTime::fromString(u"2026-03-01T12:00:00.000Z"_s, Qt::ISODateWithMs);
     ServerConnection web = serverAt(u"web.example.org"_s, u"ada"_s);
     DiagnosticsApp app;
     RemoteDiagnosticsService service;
@@ -179,24 +173,19 @@ private slots:
         QCOMPARE(scene.results().size(), 3 + 1 + 2 + 2);
     }
 
-    void failuresAreSaid_data()
-    {
-        QTest::addColumn<QByteArray>("answer");
-        QTest::addColumn<QString>("problem");
-        QTest::newRow("status") << WebServer::reply("{}", 503)
-                                << u"The diagnostics server returned an unexpected status."_s;
-        QTest::newRow("no object") << WebServer::reply("[]") << u"The diagnostics response was not valid JSON."_s;
-        QTest::newRow("elsewhere") << WebServer::redirect(u"http://localhost/"_s, 307)
-                                   << u"127.0.0.1 redirects to another host, localhost, which is not followed."_s;
-    }
     void failuresAreSaid()
     {
-        QFETCH(const QByteArray, answer);
-        QFETCH(const QString, problem);
-        DiagnosticsScene scene([&](const WebRequest &) { return answer; });
-        scene.start();
-        QCOMPARE(scene.service.statusMessage(), u"Diagnostics check-in failed: "_s + problem);
-        QVERIFY(scene.service.lastError() == problem && !scene.service.lastCheckinAt());
+        const std::pair<QByteArray, QString> answers[] = {
+            {WebServer::reply("{}", 503), u"The diagnostics server returned an unexpected status."_s},
+            {WebServer::reply("[]"), u"The diagnostics response was not valid JSON."_s},
+            {WebServer::redirect(u"http://localhost/"_s, 307),
+             u"127.0.0.1 redirects to another host, localhost, which is not followed."_s}};
+        for (const auto &[answer, problem] : answers) {
+            DiagnosticsScene scene([&answer = answer](const WebRequest &) { return answer; });
+            scene.start();
+            QCOMPARE(scene.service.statusMessage(), u"Diagnostics check-in failed: "_s + problem);
+            QVERIFY(scene.service.lastError() == problem && !scene.service.lastCheckinAt());
+        }
     }
 
     void nothingIsSentWhileItIsOffOrHasNoAddress()

@@ -21,11 +21,27 @@ inline QByteArray releaseJson(const WebRequest &request, const QByteArray &moreF
            moreFields + "}";
 }
 
-/// Version 1.2 of the program, build 5, with a server of the test's own and a folder for downloads.
-struct UpdateScene
+/// The settings, a server of the test's own, and the time.
+struct EndpointScene
+{
+    TestTree tree;
+    Preferences preferences{tree.path("preferences.json")};
+    KeyValueStore cloud{QString()};
+    SettingsStore settings{preferences, cloud};
+    QDateTime now = QDateTime::fromString(QStringLiteral("2026-03-01T12:00:00.000Z"), Qt::ISODateWithMs);
+    WebServer server;
+
+    explicit EndpointScene(WebServer::Answer answer)
+        : server(std::move(answer))
+    {
+    }
+};
+
+/// Version 1.2 of the program, build 5, with a folder for downloads.
+struct UpdateScene : EndpointScene
 {
     explicit UpdateScene(WebServer::Answer answer)
-        : server(std::move(answer))
+        : EndpointScene(std::move(answer))
     {
         settings.updateEndpoint.set(server.url());
     }
@@ -55,12 +71,6 @@ struct UpdateScene
         return QDir(downloads()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot, QDir::Name);
     }
 
-    TestTree tree;
-    Preferences preferences{tree.path("preferences.json")};
-    KeyValueStore cloud{QString()};
-    SettingsStore settings{preferences, cloud};
-    WebServer server;
-    QDateTime now = QDateTime::fromString(QStringLiteral("2026-03-01T12:00:00.000Z"), Qt::ISODateWithMs);
     QStringList opened;
     AppUpdateManager updates{settings,
                              {std::make_shared<NetworkHttpClient>(), QStringLiteral("1.2"), QStringLiteral("5"),
