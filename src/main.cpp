@@ -9,7 +9,9 @@
 #include "ui/TerminationSignals.h"
 
 #include <QApplication>
+#include <QDesktopServices>
 #include <QIcon>
+#include <QUrl>
 
 #include <cstdio>
 #include <cstdlib>
@@ -45,7 +47,9 @@ int runWindow(int &argc, char **argv)
     QApplication::setDesktopFileName(QStringLiteral("moorix"));
     int code = 0;
     {
-        AppModel model({std::make_shared<SystemProcessRunner>(), std::make_shared<SecretServiceKeychain>()});
+        AppModel::Platform platform{std::make_shared<SystemProcessRunner>(), std::make_shared<SecretServiceKeychain>()};
+        platform.openFile = [](const QString &path) { return QDesktopServices::openUrl(QUrl::fromLocalFile(path)); };
+        AppModel model(std::move(platform));
         MainWindow window(model);
         const TerminationSignals signalsOfTheSystem;
         QObject::connect(&signalsOfTheSystem, &TerminationSignals::terminationRequested, &window, &MainWindow::quitNow);

@@ -12,6 +12,8 @@
 #include "backup/BackupHistoryStore.h"
 #include "backup/BackupStore.h"
 #include "base/Json.h"
+#include "endpoints/AppUpdateManager.h"
+#include "endpoints/RemoteDiagnosticsService.h"
 #include "files/LocalFileService.h"
 #include "files/PaneModel.h"
 #include "files/RemoteFileService.h"
@@ -113,6 +115,7 @@ AppModel::AppModel(Platform platform, QObject *parent)
     m_monitoring = std::make_unique<Monitoring>(
         Monitoring::Environment{*m_preferences, *m_servers, *m_connections, m_keychain, m_processes});
     connect(m_monitoring.get(), &Monitoring::messageRaised, this, &AppModel::messageRaised);
+    takeUpEndpoints(std::move(platform.http), std::move(platform.openFile));
     m_sweep =
         runJob([](const std::stop_token &) { return PrivateLeftovers::remove(); }, [](int) {}, [](const Error &) {});
     m_migration =

@@ -17,12 +17,15 @@
 
 namespace moorix {
 
+class AppUpdateManager;
 class BackupEngine;
 class BackupHistoryStore;
 class BackupStore;
 struct BackupJob;
+struct DiagnosticsApp;
 class EditedFiles;
 class FileService;
+class HttpClient;
 class KeyValueStore;
 class Keychain;
 class ListColumns;
@@ -30,6 +33,7 @@ class Monitoring;
 class PaneTabs;
 class Preferences;
 class ProcessRunner;
+class RemoteDiagnosticsService;
 class ServerConnections;
 class ServerStore;
 class SettingsStore;
@@ -56,6 +60,10 @@ public:
         std::shared_ptr<Keychain> keychain;
         /// The client that terminals run.
         QString sshProgram = QStringLiteral("/usr/bin/ssh");
+        /// Absent: the real one.
+        std::shared_ptr<HttpClient> http = nullptr;
+        /// Has the desktop open a file; false where nothing took it.
+        std::function<bool(const QString &path)> openFile = {};
     };
 
     /// Reads the documents of this user (AppPaths) and opens a local tab on each side.
@@ -77,6 +85,8 @@ public:
     BackupEngine &backupEngine() const { return *m_backupEngine; }
     SyncEngine &sync() const { return *m_sync; }
     Monitoring &monitoring() const { return *m_monitoring; }
+    AppUpdateManager &updates() const { return *m_updates; }
+    RemoteDiagnosticsService &diagnostics() const { return *m_diagnostics; }
     PaneTabs &tabs(Side side) const;
     const std::shared_ptr<FileService> &localFiles() const { return m_localFiles; }
     const std::shared_ptr<ProcessRunner> &processes() const { return m_processes; }
@@ -121,6 +131,8 @@ private:
     void takeUpBackups();
     void removeSecrets(const QUuid &owner, const QString &whose);
     void takeUpSync();
+    void takeUpEndpoints(std::shared_ptr<HttpClient> http, std::function<bool(const QString &path)> openFile);
+    DiagnosticsApp diagnosticsView() const;
 
     std::unique_ptr<Preferences> m_preferences;
     std::unique_ptr<KeyValueStore> m_cloud;
@@ -142,6 +154,8 @@ private:
     std::unique_ptr<SyncEngine> m_sync;
     std::unique_ptr<Monitoring> m_monitoring;
     std::array<std::unique_ptr<PaneTabs>, 2> m_tabs;
+    std::unique_ptr<AppUpdateManager> m_updates;
+    std::unique_ptr<RemoteDiagnosticsService> m_diagnostics;
     Side m_activeSide = Side::left;
     Job m_migration;
     Job m_sweep;

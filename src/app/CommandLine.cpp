@@ -24,7 +24,8 @@ const QString programName = u"moorix"_s;
 QList<Command> allCommands()
 {
     return fileCommands() + copyCommands() + diffCommands() + serverCommands() + serverTransferCommands() +
-           secretCommands() + syncCommands() + backupCommands() + backupArchiveCommands() + statsCommands();
+           secretCommands() + syncCommands() + backupCommands() + backupArchiveCommands() + statsCommands() +
+           endpointCommands();
 }
 
 bool isHelp(const QString &argument)

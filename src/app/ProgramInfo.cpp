@@ -8,4 +8,9 @@ QString ProgramInfo::version()
     return QStringLiteral(MOORIX_VERSION);
 }
 
+QString ProgramInfo::build()
+{
+    return QStringLiteral(MOORIX_BUILD);
+}
+
 } // namespace moorix

@@ -8,5 +8,7 @@ namespace moorix::ProgramInfo {
 
 /// "0.1.0"
 QString version();
+/// Tells builds of one version apart: a number that grows.
+QString build();
 
 } // namespace moorix::ProgramInfo

@@ -17,8 +17,8 @@ SettingsStore::SettingsStore(Preferences &defaults, KeyValueStore &kv, QObject *
     , m_defaults(defaults)
     , m_kv(kv)
     , defaultLocalPath(*this, "defaultLocalPath", AppPaths::home())
-    , updateEndpoint(*this, "updateEndpoint", QStringLiteral("https://updates.moorix.example/v1/check"))
-    , diagnosticsEndpoint(*this, "diagnosticsEndpoint", QStringLiteral("https://diagnostics.moorix.example/v1/checkin"))
+    , updateEndpoint(*this, "updateEndpoint", QStringLiteral("https://updates.moorix.example/update.php"))
+    , diagnosticsEndpoint(*this, "diagnosticsEndpoint", QString())
 {
     // A dragged font slider is one write to a folder that a cloud client uploads from.
     m_persistDebounce.setSingleShot(true);

@@ -20,6 +20,7 @@
 #include "ui/Theme.h"
 #include "ui/TransferDrawer.h"
 #include "ui/UnsentEdits.h"
+#include "ui/UpdateBar.h"
 #include "ui/WindowState.h"
 #include "ui/WindowStyle.h"
 #include "ui/backup/BackupArea.h"
@@ -120,6 +121,7 @@ QWidget *MainWindow::makeCentre()
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
     column->addWidget(m_terminals->makeSplitter(m_outer, centre), 1);
+    column->addWidget(new UpdateBar(m_model.updates(), centre));
     column->addWidget(new EditedFilesBar(m_model.editedFiles(), centre));
     column->addWidget(new ConflictBar(m_model.transfers(), centre));
     column->addWidget(m_drawer);

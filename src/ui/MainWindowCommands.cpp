@@ -3,6 +3,7 @@
 
 #include "app/PaneTabs.h"
 #include "app/Session.h"
+#include "endpoints/AppUpdateManager.h"
 #include "files/PaneModel.h"
 #include "platform/AppPaths.h"
 #include "servers/ServerStore.h"
@@ -64,6 +65,7 @@ bool worksBesideSides(WindowCommand command)
     case terminal:
     case terminalToFolder:
     case shortcuts:
+    case checkForUpdates:
     case about:
         return true;
     default:
@@ -138,6 +140,11 @@ void MainWindow::addViewCommands()
     };
     m_handlers[transfers] = [this] { m_drawer->setVisible(m_actions->action(WindowCommand::transfers)->isChecked()); };
     m_handlers[shortcuts] = [this] { (new ShortcutsOverview(*m_actions, this))->show(); };
+    m_handlers[checkForUpdates] = [this] {
+        m_model.updates().checkForUpdates(true);
+        if (m_model.updates().isChecking())
+            emit m_model.messageRaised(m_model.updates().statusMessage());
+    };
     m_handlers[about] = [this] { (new AboutDialog(this))->open(); };
 }
 

@@ -60,6 +60,7 @@ QList<CommandInfo> windowCommands()
         {openArchive, WindowActions::tr("Open a backup's archive…"), u"archive-extract"_s, {}},
         {monitor, WindowActions::tr("Monitor"), u"office-chart-area"_s, {Qt::CTRL | Qt::SHIFT | Qt::Key_M}},
         {shortcuts, WindowActions::tr("Keyboard shortcuts"), u"help-keyboard-shortcuts"_s, {Qt::Key_F1}},
+        {checkForUpdates, WindowActions::tr("Check for Updates…"), u"download"_s, {}},
         {about, WindowActions::tr("About Moorix"), u"help-about"_s, {}},
     };
 }
@@ -129,7 +130,7 @@ const QList<WindowActions::Menu> &WindowActions::menus()
           W::focusSidebar, line, W::addFavorite}},
         {tr("&Servers"),
          {W::quickConnect, W::serverLibrary, line, W::newServer, W::importServers, line, W::disconnect}},
-        {tr("&Help"), {W::shortcuts, line, W::about}},
+        {tr("&Help"), {W::shortcuts, line, W::checkForUpdates, line, W::about}},
     };
     return all;
 }

@@ -46,6 +46,7 @@ enum class WindowCommand {
     openArchive,
     monitor,
     shortcuts,
+    checkForUpdates,
     about
 };
 

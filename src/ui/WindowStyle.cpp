@@ -30,6 +30,10 @@ QFrame#transferDrawer { background: <sidebar>; border: none; border-top: 1px sol
 QFrame#editedFilesBar { background: <toolBar>; border: none; border-top: 2px solid <warning>; }
 QFrame#editedFilesBar[tone="danger"] { border-top-color: <danger>; }
 QFrame#editedFilesBar[tone="quiet"] { border-top: 1px solid <border>; }
+QFrame#updateBar { background: <toolBar>; border: none; border-top: 2px solid <accent>; }
+QFrame#updateBar[tone="danger"] { border-top-color: <danger>; }
+QFrame#updateBar QScrollArea, QFrame#updateBar QScrollArea > QWidget > QWidget { background: transparent; border: none; }
+QPlainTextEdit#diagnosticsPayload { background: <base>; border: 1px solid <border>; border-radius: 6px; padding: 6px; }
 QWidget#syncPage, QWidget#syncOverview { background: <base>; }
 QFrame#syncRowBar, QFrame#syncFooter { background: <sidebar>; border: none; border-top: 1px solid <border>; }
 QPushButton#syncConflicts::menu-indicator, QPushButton#monitorServers::menu-indicator { image: none; width: 0; }

@@ -68,13 +68,13 @@ private slots:
         const QByteArray expected =
             "{'autoCheckUpdates':true,'confirmDeletes':true,'conflictPolicyRaw':'ask','contentFontSize':13,"
             "'dateColumnWidth':175,'defaultLocalPath':'%HOME%',"
-            "'diagnosticsEndpoint':'https://diagnostics.moorix.example/v1/checkin','dualPaneEnabled':true,"
+            "'diagnosticsEndpoint':'','dualPaneEnabled':true,"
             "'iCloudSyncEnabled':true,'localFavoritesRaw':'','maxConcurrentTransfers':3,'openMonitorOnLaunch':false,"
             "'permissionOnboardingDismissed':false,'remoteDiagnosticsEnabled':true,'showHiddenFiles':false,"
             "'showMenuBarIcon':true,'sizeColumnWidth':90,'sortAscending':true,'sortKeyRaw':'Name',"
             "'terminalFontName':'Menlo','terminalFontSize':13,'terminalGPURenderer':false,'terminalLocalEcho':false,"
             "'terminalThemeID':'app','themeID':'midnight','toolbarItemsRaw':'monitor,sort,info,settings,terminal',"
-            "'updateEndpoint':'https://updates.moorix.example/v1/check','widgetBattery':false,'widgetCPU':true,"
+            "'updateEndpoint':'https://updates.moorix.example/update.php','widgetBattery':false,'widgetCPU':true,"
             "'widgetDisk':false,'widgetNet':true,'widgetRAM':true}";
         QCOMPARE(here.snapshot(), QByteArray(expected).replace('\'', '"').replace("%HOME%", QDir::homePath().toUtf8()));
         QCOMPARE(here.tree.snapshot(), TreeSnapshot());

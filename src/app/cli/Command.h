@@ -57,5 +57,6 @@ QList<Command> syncCommands();
 QList<Command> backupCommands();
 QList<Command> backupArchiveCommands();
 QList<Command> statsCommands();
+QList<Command> endpointCommands();
 
 } // namespace moorix

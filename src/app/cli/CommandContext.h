@@ -47,6 +47,7 @@ public:
     const std::stop_token &stop() const { return m_stop; }
     ServerStore &servers();
     KeychainStore &keychain();
+    const std::shared_ptr<ProcessRunner> &processes() const { return m_processes; }
     BackupStore &backups();
     BackupHistoryStore &backupHistory();
     BackupLedger &backupLedger();

@@ -2,6 +2,7 @@
 #include "ui/preferences/PreferenceTable.h"
 
 #include "app/AppModel.h"
+#include "endpoints/RemoteDiagnosticsService.h"
 #include "files/FileSortKey.h"
 #include "platform/AppPaths.h"
 #include "platform/KeyValueStore.h"
@@ -10,6 +11,8 @@
 #include "terminal/TerminalTheme.h"
 #include "transfers/TransferConflict.h"
 #include "ui/Theme.h"
+#include "ui/preferences/DiagnosticsPanel.h"
+#include "ui/preferences/UpdatesPanel.h"
 
 #include <QCoreApplication>
 
@@ -200,18 +203,35 @@ PreferencePage cloud(AppModel &model)
         }};
 }
 
-PreferencePage updates(SettingsStore &settings)
+PreferencePage updates(AppModel &model)
 {
-    return {tr("Updates & diagnostics"),
-            QStringLiteral("download"),
-            tr("This version neither checks for updates nor reports diagnostics; these settings are kept for when it "
-               "does."),
+    SettingsStore &settings = model.settings();
+    return {
+        tr("Updates"),
+        QStringLiteral("download"),
+        tr("Moorix asks the server at this address for the newest version, and sends it nothing but its own name and "
+           "version."),
+        {
+            toggle(settings.autoCheckUpdates, tr("Check for updates"), tr("Every four hours.")),
+            text(settings.updateEndpoint, tr("Update address"),
+                 tr("Addresses of the domain “example” are placeholders: nothing is asked."), tr("None")),
+        },
+        [&model](QWidget *parent) { return new UpdatesPanel(model.updates(), parent); }};
+}
+
+PreferencePage diagnostics(AppModel &model)
+{
+    SettingsStore &settings = model.settings();
+    return {tr("Diagnostics"),
+            QStringLiteral("tools-report-bug"),
+            RemoteDiagnosticsService::securityRule(),
             {
-                toggle(settings.autoCheckUpdates, tr("Check for updates")),
-                text(settings.updateEndpoint, tr("Update address"), {}, tr("None")),
-                toggle(settings.remoteDiagnosticsEnabled, tr("Remote diagnostics")),
-                text(settings.diagnosticsEndpoint, tr("Diagnostics address"), {}, tr("None")),
-            }};
+                toggle(settings.remoteDiagnosticsEnabled, tr("Remote diagnostics"),
+                       tr("Checks in every ten minutes with the server below. Nothing is sent without an address.")),
+                text(settings.diagnosticsEndpoint, tr("Diagnostics address"),
+                     tr("The first check-in follows as soon as an address is entered."), tr("None")),
+            },
+            [&model](QWidget *parent) { return new DiagnosticsPanel(model.diagnostics(), parent); }};
 }
 
 } // namespace
@@ -220,7 +240,7 @@ QList<PreferencePage> preferencePages(AppModel &model)
 {
     SettingsStore &settings = model.settings();
     return {general(settings), appearance(settings), transfers(settings), terminal(settings),
-            monitor(settings), cloud(model),         updates(settings)};
+            monitor(settings), cloud(model),         updates(model),      diagnostics(model)};
 }
 
 } // namespace moorix

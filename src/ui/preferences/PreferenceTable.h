@@ -8,6 +8,8 @@
 #include <functional>
 #include <utility>
 
+class QWidget;
+
 namespace moorix {
 
 class AppModel;
@@ -41,6 +43,8 @@ struct PreferencePage
     /// Said once above the rows; empty when there is nothing to say.
     QString note;
     QList<PreferenceRow> rows;
+    /// Makes what stands below the rows, if anything.
+    std::function<QWidget *(QWidget *parent)> makePanel = {};
 };
 
 /// All settings, page by page. The rows refer to the model's settings, which must outlive them.

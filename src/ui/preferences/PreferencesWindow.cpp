@@ -73,6 +73,10 @@ QWidget *PreferencesWindow::makePage(const PreferencePage &page)
             grid->addWidget(Widgets::label(row.help, Widgets::TextRole::muted, body), line++, 1);
         grid->setRowMinimumHeight(line++, 6);
     }
+    if (page.makePanel) {
+        grid->setRowMinimumHeight(line++, 10);
+        grid->addWidget(page.makePanel(body), line++, 0, 1, 2);
+    }
     grid->setRowStretch(line, 1);
     auto *scroll = new QScrollArea(this);
     scroll->setProperty("role", QStringLiteral("page"));

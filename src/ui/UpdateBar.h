@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QFrame>
+
+class QBoxLayout;
+class QLabel;
+class QProgressBar;
+class QPushButton;
+class QScrollArea;
+
+namespace moorix {
+
+class AppUpdateManager;
+
+/// Offers a newer version inside the window, and shows its download and what became of it. Shown while there is
+/// something to be shown. The keyboard stays where it is.
+class UpdateBar final : public QFrame
+{
+    Q_OBJECT
+
+public:
+    explicit UpdateBar(AppUpdateManager &updates, QWidget *parent = nullptr);
+
+protected:
+    void resizeEvent(QResizeEvent *event) override;
+
+private:
+    QBoxLayout *makeTexts();
+    QBoxLayout *makeButtons();
+    void follow();
+    void showPrompt();
+    void showDownload();
+    void noteOutcome();
+    void showOutcome();
+    void fit();
+    void setText(const QString &heading, const QString &text);
+    void showButtons(const QList<QPushButton *> &shown);
+    void download();
+
+    AppUpdateManager &m_updates;
+    /// The outcome of a download stays until it is closed.
+    bool m_showsOutcome = false;
+    QString m_outcome;
+    QString m_reason;
+    QLabel *m_heading;
+    QLabel *m_text;
+    QScrollArea *m_scroll;
+    QProgressBar *m_progress;
+    QPushButton *m_later;
+    QPushButton *m_download;
+    QPushButton *m_cancel;
+    QPushButton *m_retry;
+    QPushButton *m_close;
+};
+
+} // namespace moorix

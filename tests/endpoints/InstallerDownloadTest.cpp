@@ -1,0 +1,139 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "endpoints/InstallerDownload.h"
+#include "endpoints/InstallerPart.h"
+#include "endpoints/ReleaseVersion.h"
+#include "endpoints/UpdateScene.h"
+#include "support/SmallDisk.h"
+
+#include <unistd.h>
+
+using namespace moorix;
+using namespace moorix::test;
+using namespace Qt::StringLiterals;
+
+/// Skipped unless started by the test below.
+class SmallDiskDownloadProgram final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        if (!SmallDisk::folder())
+            QSKIP("Only a part of InstallerDownloadTest.");
+    }
+
+    void aFullDiskIsSaidAndNothingIsLeft()
+    {
+        const QString folder = *SmallDisk::folder();
+        const auto reserveAll = [&] { InstallerPart(folder).reserve(SmallDisk::bytes + 1); };
+        const auto writeAll = [&] {
+            InstallerPart part(folder);
+            for (qsizetype i = 0; i <= SmallDisk::bytes; i += 65536)
+                part.write(QByteArray(65536, 'x'));
+        };
+        const QString sentence = u"The installer could not be written to %1: No space left on device."_s.arg(folder);
+        QCOMPARE(messageOf(reserveAll), sentence);
+        QCOMPARE(messageOf(writeAll), sentence);
+        QVERIFY(QDir(folder).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot));
+    }
+};
+
+/// Installers on their way into the Downloads folder, and which release is worth one.
+class InstallerDownloadTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void whatFailsLeavesNothing_data()
+    {
+        QTest::addColumn<QByteArray>("answer");
+        QTest::addColumn<QString>("reason");
+        QTest::newRow("status") << WebServer::reply("gone", 404) << u"127.0.0.1 answered with status 404."_s;
+        QTest::newRow("cut") << WebServer::reply(QByteArray(90'000, 'x')).chopped(9)
+                             << u"127.0.0.1 closed the connection before its answer was whole."_s;
+        QTest::newRow("empty") << WebServer::reply({}) << u"127.0.0.1 sent an empty file."_s;
+        QTest::newRow("no length")
+            << QByteArray("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n4\r\nhalf\r\n")
+            << u"127.0.0.1 does not say how long the file is, so that nobody can tell whether it is whole."_s;
+    }
+    void whatFailsLeavesNothing()
+    {
+        QFETCH(const QByteArray, answer);
+        QFETCH(const QString, reason);
+        UpdateScene scene([&](const WebRequest &request) {
+            return request.path.startsWith("/dl/") ? answer : WebServer::reply(releaseJson(request));
+        });
+        scene.check();
+        scene.download();
+        QCOMPARE(scene.updates.statusMessage(), u"Download failed: The DMG download failed."_s);
+        QCOMPARE(scene.updates.lastError(), u"The DMG download failed.\n"_s + reason);
+        QVERIFY(scene.downloaded().isEmpty() && scene.opened.isEmpty());
+    }
+
+    void aCancelledDownloadLeavesNothingAndAKilledOneIsCleared()
+    {
+        UpdateScene scene([&](const WebRequest &request) {
+            return request.path.startsWith("/dl/") ? QByteArray() : WebServer::reply(releaseJson(request));
+        });
+        scene.check();
+        const QByteArray left = ".moorix-update-00000000-0000-0000-0000-0000000000AB.part";
+        scene.tree.write(QString::fromLatin1("Downloads/" + left), "half");
+        scene.tree.write("Downloads/.moorix-update-mine.part", "the user's");
+        scene.updates.downloadAndOpenLatestDMG();
+        QTRY_COMPARE(scene.server.requests().size(), 2);
+        QCOMPARE(scene.downloaded().size(), 2);
+        QVERIFY(!scene.downloaded().contains(QString::fromLatin1(left)));
+        scene.updates.cancelDownload();
+        QTRY_COMPARE(scene.downloaded(), QStringList{u".moorix-update-mine.part"_s});
+        QCOMPARE(scene.updates.statusMessage(), u"The download was cancelled."_s);
+    }
+
+    void noFileIsReplaced()
+    {
+        const TestTree tree{{"a.tar.gz", "first"}};
+        tree.link("a.tar-2.gz", "nowhere");
+        tree.write("plain", "first");
+        QCOMPARE(InstallerDownload::uniqueDestinationURL(tree.path(), u"a.tar.gz"_s), tree.path("a.tar-3.gz"));
+        QCOMPARE(InstallerDownload::uniqueDestinationURL(tree.path(), u"plain"_s), tree.path("plain-2"));
+        // Two at once take names one after the other.
+        InstallerPart one(tree.path());
+        InstallerPart two(tree.path());
+        one.write("one");
+        two.write("two");
+        QCOMPARE(one.takeName(u"b.dmg"_s), tree.path("b.dmg"));
+        QCOMPARE(two.takeName(u"b.dmg"_s), tree.path("b-2.dmg"));
+        QCOMPARE(tree.read("b.dmg") + tree.read("b-2.dmg"), "onetwo");
+    }
+
+    void aFullDiskIsSaid()
+    {
+        if (::geteuid() != 0)
+            QSKIP("Only root can mount a small disk.");
+        const TestTree tree{{"disk/", {}}};
+        QByteArray output;
+        QVERIFY2(SmallDisk::run(tree.path("disk"), tree.path("disk/inside"), "SmallDiskDownloadProgram", output),
+                 output.constData());
+        QVERIFY2(output.contains("PASS   : SmallDiskDownloadProgram::aFullDisk"), output.constData());
+    }
+
+    void versionsAreComparedByTheirNumbers()
+    {
+        const auto isNewer = [](const char *version, const char *build, const char *than) {
+            return ReleaseVersion::isNewer(QString::fromLatin1(version), QString::fromLatin1(build),
+                                           QString::fromLatin1(than), u"5"_s);
+        };
+        QVERIFY(isNewer("2.10", "", "2.9"));
+        QVERIFY(isNewer("1.2.1", "", "1.2") && !isNewer("1.2", "", "1.2.1"));
+        // Equal ones are told apart by the build, if there is one.
+        QVERIFY(isNewer("1.2", " 6\n", "1.2.0") && !isNewer("1.2", "5", "1.2.0") && !isNewer("1.2.0", "6a", "1.2"));
+        QVERIFY(!isNewer("1.1", "99", "1.2"));
+        // What comes before a release, what no integer holds, and what holds none.
+        QVERIFY(!isNewer("v2.0.0-beta7", "", "2.0") && isNewer("99999999999999999999.1", "", "2"));
+        QVERIFY(!isNewer("next", "", "0.1") && !isNewer("", "", ""));
+    }
+};
+
+MOORIX_TEST(SmallDiskDownloadProgram)
+MOORIX_TEST(InstallerDownloadTest)
+#include "InstallerDownloadTest.moc"
