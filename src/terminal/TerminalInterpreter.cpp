@@ -267,6 +267,8 @@ void TerminalInterpreter::operatingSystemCommand(QByteArrayView text)
         m_grid.screen().line(cursor().row).prompt = true;
     } else if (const auto *clipboard = std::get_if<Commands::ClipboardText>(&*command)) {
         m_events.clipboard = clipboard->text;
+    } else if (const auto *colors = std::get_if<Commands::Colors>(&*command)) {
+        changeColors(*colors);
     }
 }
 
@@ -384,6 +386,8 @@ void TerminalInterpreter::hardReset()
     m_top = 0;
     m_bottom = m_grid.rows();
     m_saved = {};
+    m_events.colors = m_events.colors || m_colors.hasChosen();
+    m_colors.forget(0, TerminalColorTable::places);
     m_isUpdating = m_canRepeat = false;
     m_grid.forgetFlow();
 }

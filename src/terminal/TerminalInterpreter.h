@@ -2,6 +2,7 @@
 #pragma once
 
 #include "terminal/TerminalCharsets.h"
+#include "terminal/TerminalColorTable.h"
 #include "terminal/TerminalCommands.h"
 #include "terminal/TerminalGrid.h"
 #include "terminal/TerminalLinks.h"
@@ -30,6 +31,7 @@ public:
         std::optional<QString> clipboard;
         bool bell = false;
         bool workingFolder = false;
+        bool colors = false;
     };
 
     explicit TerminalInterpreter(TerminalSize size);
@@ -46,6 +48,8 @@ public:
     const TerminalGrid &grid() const { return m_grid; }
     const TerminalModes &modes() const { return m_modes; }
     const TerminalLinks &links() const { return m_links; }
+    TerminalColorTable &colors() { return m_colors; }
+    const TerminalColorTable &colors() const { return m_colors; }
     TerminalReflow::Place cursor() const;
     const QString &title() const { return m_title; }
     const TerminalCommands::WorkingFolder &workingFolder() const { return m_folder; }
@@ -87,6 +91,7 @@ private:
     void setMode(int mode, bool on);
     void setPrivateMode(int mode, bool on);
     bool answer(const TerminalSequence &sequence);
+    void changeColors(const TerminalCommands::Colors &colors);
     void keepTitle();
     void bringTitleBack();
     std::optional<bool> mode(int mode) const;
@@ -117,6 +122,7 @@ private:
     std::vector<QString> m_titles;
     TerminalCommands::WorkingFolder m_folder;
     TerminalCharsets m_charsets;
+    TerminalColorTable m_colors;
     /// The scroll region, from the top up to, without, the bottom.
     int m_top = 0;
     int m_bottom;

@@ -22,6 +22,7 @@ private slots:
     void keepsTheAlternateScreenApart();
     void answersQuestions_data();
     void answersQuestions();
+    void knowsItsColors();
     void tellsWhatProgramsSay();
     void holdsPaintingForAMoment();
     void boundsTheScrollback();
@@ -186,7 +187,7 @@ void TerminalEmulatorTest::answersQuestions_data()
                "\x1b[4h\x1b[4$p\x1b[99$p\x1b[?1006h\x1b[?1005l\x1b[?1006$p\x1b[?2004h\x1b[!p\x1b[?2004$p\x1b[?9$p")
         << QByteArray("\x1b[4;1$y\x1b[99;0$y\x1b[?1006;1$y\x1b[?2004;1$y\x1b[?9;2$y");
     QTest::newRow("how large") << QByteArray("\x1b[14t\x1b[18t") << QByteArray("\x1b[8;24;80t");
-    QTest::newRow("not the clipboard") << QByteArray("\x1b]52;c;?\a\x1b]10;?\a\x1b]4;1;?\a") << QByteArray();
+    QTest::newRow("not the clipboard") << QByteArray("\x1b]52;c;?\a") << QByteArray();
 }
 
 void TerminalEmulatorTest::answersQuestions()
@@ -197,6 +198,41 @@ void TerminalEmulatorTest::answersQuestions()
     connect(&emulator, &TerminalEmulator::output, this, [&](const QByteArray &more) { said += more; });
     emulator.feed(bytes);
     QTEST(said, "answer");
+}
+
+void TerminalEmulatorTest::knowsItsColors()
+{
+    TerminalEmulator emulator;
+    TerminalColorTable::Colors theme = TerminalColorTable::plain();
+    theme[1] = 0xCC0102;
+    theme[TerminalColorTable::foreground] = 0xD6DEEB;
+    theme[TerminalColorTable::background] = 0x0F1420;
+    emulator.setThemeColors(theme);
+    QByteArray said;
+    connect(&emulator, &TerminalEmulator::output, this, [&](const QByteArray &more) { said += more; });
+    const QSignalSpy changes(&emulator, &TerminalEmulator::colorsChanged);
+    const auto answer = [&](const QByteArray &bytes) {
+        said.clear();
+        emulator.feed(bytes);
+        return said;
+    };
+    // As they were asked, with one answer each.
+    QCOMPARE(answer("\x1b]11;?\x1b\\\x1b]10;?;?\a"),
+             QByteArray("\x1b]11;rgb:0f0f/1414/2020\x1b\\\x1b]10;rgb:d6d6/dede/ebeb\a\x1b]11;rgb:0f0f/1414/2020\a"));
+    QCOMPARE(answer("\x1b]4;1;?;226;?;255;?;256;?;x;?\a"),
+             QByteArray("\x1b]4;1;rgb:cccc/0101/0202\a\x1b]4;226;rgb:ffff/ffff/0000\a\x1b]4;255;rgb:eeee/eeee/eeee\a"));
+    QCOMPARE(changes.size(), 0);
+    QCOMPARE(answer("\x1b]4;1;rgb:f/80/7fff;1;?\a\x1b]11;#123456;?\a\x1b]11;red\a\x1b]11;rgb:1/2\a\x1b]11;?\a"),
+             QByteArray("\x1b]4;1;rgb:ffff/8080/7f7f\a\x1b]12;rgb:0000/0000/0000\a\x1b]11;rgb:1212/3434/5656\a"));
+    QCOMPARE(changes.size(), 1);
+    QVERIFY(!emulator.colors().chosen(2));
+    QCOMPARE(answer("\x1b]104;1\a\x1b]4;1;?\a\x1b]111\a\x1b]11;?\a"),
+             QByteArray("\x1b]4;1;rgb:cccc/0101/0202\a\x1b]11;rgb:0f0f/1414/2020\a"));
+    emulator.feed("\x1b]4;7;#fff\a\x1b]12;#000000\a\x1b]104\a");
+    QVERIFY(!emulator.colors().chosen(7) && emulator.colors().chosen(TerminalColorTable::cursor));
+    emulator.feed("\x1b"
+                  "c");
+    QVERIFY(!emulator.colors().hasChosen());
 }
 
 void TerminalEmulatorTest::tellsWhatProgramsSay()

@@ -65,6 +65,7 @@ TerminalWidget::TerminalWidget(QWidget *parent)
     setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
     prepareBars();
     prepareViewport();
+    m_emulator.setThemeColors(TerminalPalette::themeColors(m_palette.colors()));
     followEmulator();
     followPointer();
     measureFont();
@@ -147,6 +148,7 @@ void TerminalWidget::followEmulator()
         m_hasTyped = true;
         emit typed(bytes);
     });
+    connect(&m_emulator, &TerminalEmulator::colorsChanged, this, &TerminalWidget::applyColors);
     connect(&m_emulator, &TerminalEmulator::bell, this, &TerminalWidget::ring);
     connect(&m_emulator, &TerminalEmulator::clipboardWritten, this, [this](const QString &text) {
         QApplication::clipboard()->setText(text);
@@ -159,6 +161,14 @@ void TerminalWidget::setColors(const Colors &colors)
     if (colors == m_palette.colors())
         return;
     m_palette = TerminalPalette(colors);
+    m_emulator.setThemeColors(TerminalPalette::themeColors(colors));
+    applyColors();
+}
+
+/// What the program has chosen stays when the theme changes.
+void TerminalWidget::applyColors()
+{
+    m_palette = TerminalPalette(m_palette.colors(), m_emulator.colors());
     styleScrollBar();
     viewport()->update();
 }

@@ -110,6 +110,7 @@ private:
     void prepareBars();
     void followEmulator();
     void followPointer();
+    void applyColors();
     void styleScrollBar();
 
     void measureFont();
