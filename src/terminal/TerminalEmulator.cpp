@@ -154,6 +154,12 @@ bool TerminalEmulator::wraps(qint64 number) const
     return lines.contains(number) && lines.wraps(number);
 }
 
+TerminalLineSize TerminalEmulator::lineSize(qint64 number) const
+{
+    const TerminalLines lines = d->lines();
+    return lines.contains(number) ? lines.size(number) : TerminalLineSize::single;
+}
+
 QString TerminalEmulator::text(const TerminalCell &cell) const
 {
     return d->interpreter.grid().clusters().text(cell.character);

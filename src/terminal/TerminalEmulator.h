@@ -145,6 +145,8 @@ public:
     std::span<const TerminalCell> line(qint64 number) const;
     /// The line goes on in the next one: it was too long for the width.
     bool wraps(qint64 number) const;
+    /// Lines above the screen are single ones.
+    TerminalLineSize lineSize(qint64 number) const;
     QString text(const TerminalCell &cell) const;
     /// The text of a range as it is copied: wrapped lines joined, blanks at the ends of lines dropped.
     QString text(const TerminalRange &range) const;

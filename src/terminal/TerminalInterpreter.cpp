@@ -72,6 +72,11 @@ struct TerminalInterpreter::Callbacks
         return 1;
     }
 
+    static int line(int row, const VTermLineInfo *now, const VTermLineInfo *, void *user)
+    {
+        return self(user).lineResized(row, now->doublewidth != 0, now->doubleheight) ? 1 : 0;
+    }
+
     static int bell(void *user)
     {
         self(user).m_events.bell = true;
@@ -94,7 +99,7 @@ struct TerminalInterpreter::Callbacks
         .settermprop = property,
         .bell = bell,
         .resize = nullptr,
-        .setlineinfo = nullptr,
+        .setlineinfo = line,
     };
 };
 
@@ -131,6 +136,7 @@ void TerminalInterpreter::resize(TerminalSize size)
     m_saved[0].place = places[1];
     m_saved[1].place = {std::min(m_saved[1].place.row, size.rows - 1),
                         std::min(m_saved[1].place.column, size.columns - 1)};
+    matchSizes();
     moveCursor(isAlternate ? now : places[0]);
 }
 
@@ -155,14 +161,16 @@ void TerminalInterpreter::clearScrollback()
 TerminalReflow::Place TerminalInterpreter::cursor() const
 {
     const TerminalReflow::Place place = position();
-    return m_grid.isPending(place.row, place.column) ? TerminalReflow::Place{place.row, m_grid.columns() - 1} : place;
+    return m_grid.isPending(place.row, place.column) ? TerminalReflow::Place{place.row, m_grid.columns(place.row) - 1}
+                                                     : place;
 }
 
 TerminalReflow::Place TerminalInterpreter::position() const
 {
     VTermPos position;
     vterm_state_get_cursorpos(m_state, &position);
-    return {std::clamp(position.row, 0, m_grid.rows() - 1), std::clamp(position.col, 0, m_grid.columns() - 1)};
+    const int row = std::clamp(position.row, 0, m_grid.rows() - 1);
+    return {row, std::clamp(position.col, 0, m_grid.columns(row) - 1)};
 }
 
 void TerminalInterpreter::combining(char32_t character)
@@ -199,6 +207,8 @@ void TerminalInterpreter::escape(QByteArrayView bytes)
         write("\x1b[c");
     else if (bytes == "#8")
         fillScreen();
+    else if (bytes.size() == 2 && bytes[0] == '#' && bytes[1] >= '3' && bytes[1] <= '6')
+        resizeLine(bytes[1]);
     else if (bytes == "D" || bytes == "M") {
         settle();
         write("\x1b" + bytes.toByteArray());
@@ -314,13 +324,14 @@ void TerminalInterpreter::restoreCursor(bool alternate)
 TerminalReflow::Place TerminalInterpreter::cursorOrEnd() const
 {
     const TerminalReflow::Place place = position();
-    return m_grid.isPending(place.row, place.column) ? TerminalReflow::Place{place.row, m_grid.columns()} : place;
+    return m_grid.isPending(place.row, place.column) ? TerminalReflow::Place{place.row, m_grid.columns(place.row)}
+                                                     : place;
 }
 
 void TerminalInterpreter::moveCursor(TerminalReflow::Place place)
 {
     const int row = std::min(place.row, m_grid.rows() - 1);
-    const int last = m_grid.columns() - 1;
+    const int last = m_grid.columns(row) - 1;
     sendCursor({row, std::min(place.column, last)});
     if (place.column <= last)
         return;
@@ -353,7 +364,6 @@ void TerminalInterpreter::repeat(int count)
     for (int index = 0; index < count && character != 0 && character < TerminalCell::clusterBase; ++index)
         TerminalUtf8::append(bytes, character);
     interpret({bytes.data(), qsizetype(bytes.size())});
-    m_canRepeat = true;
 }
 
 /// Tab stops, the mouse and what else programs have asked to be told stay; libvterm would reset some of these.
@@ -377,6 +387,7 @@ void TerminalInterpreter::hardReset()
     m_grid.pen = {};
     m_grid.clearAlternate();
     m_grid.setAlternate(false);
+    m_grid.forgetSizes();
     m_grid.inserts = false;
     vterm_state_reset(m_state, 1);
     for (const int mode : {1000, 1006, 5})

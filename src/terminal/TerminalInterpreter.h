@@ -83,6 +83,7 @@ private:
     const char *run(const char *at, const char *end);
     bool edit(const TerminalSequence &sequence);
     void fillScreen();
+    void beginScreen();
     void resetMargins();
     void scrollBy(int lines);
     void setMargins(const TerminalSequence &sequence);
@@ -105,6 +106,10 @@ private:
     bool isWithinMargins() const;
     void moveVertically(int lines);
     void settle();
+    void resizeLine(char final);
+    bool lineResized(int row, bool isWide, unsigned half);
+    void showScreen(bool alternate);
+    void matchSizes();
     void moveCursor(TerminalReflow::Place place);
     void sendCursor(TerminalReflow::Place place);
     void repeat(int count);

@@ -106,6 +106,8 @@ std::optional<bool> TerminalInterpreter::privateMode(int mode) const
         return m_modes.cursorBlinks;
     case 25:
         return m_modes.cursorVisible;
+    case 40:
+        return m_modes.allowsWidths;
     case 47:
     case 1047:
     case 1049:

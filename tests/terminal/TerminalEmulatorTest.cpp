@@ -19,6 +19,7 @@ private slots:
     void stylesCells();
     void erasesWithTheBackground();
     void combinesCharacters();
+    void hasLinesOfDoubleSize();
     void keepsTheAlternateScreenApart();
     void answersQuestions_data();
     void answersQuestions();
@@ -53,7 +54,7 @@ void TerminalEmulatorTest::placesText_data()
     row("deleted", "abcdef\x1b[1;2H\x1b[2P", {u"adef"_s}, 0, 1);
     row("scroll region", "1\r\n2\r\n3\r\n4\x1b[2;3r\x1b[3;1H\n5", {u"1"_s, u"3"_s, u"5"_s, u"4"_s}, 2, 1);
     row("lines inserted", "1\r\n2\r\n3\x1b[2;1H\x1b[L", {u"1"_s, QString(), u"2"_s, u"3"_s}, 1, 0);
-    row("repeated", "a\x1b[3b", {u"aaaa"_s}, 0, 4);
+    row("repeated once", "a\x1b[3b\x1b[3b", {u"aaaa"_s}, 0, 4);
     row("nothing to repeat", "\x1b[2bx", {u"x"_s}, 0, 1);
     row("repeated over lines", "a\x1b[12b", {u"aaaaaaaaaa"_s, u"aaa"_s}, 1, 3);
     row("drawing", "\x1b(0qxy\xC3\xA9q\x1b(Bq", {u"─│≤é─q"_s}, 0, 6);
@@ -155,6 +156,51 @@ void TerminalEmulatorTest::combinesCharacters()
     const auto endless = played("a" + QByteArray("\xCC\x81").repeated(100'000));
     QVERIFY(endless->text(endless->line(0)[0]).size() < 20);
     QCOMPARE(cursorOf(*endless), std::pair(0, 1));
+}
+
+void TerminalEmulatorTest::hasLinesOfDoubleSize()
+{
+    using enum TerminalLineSize;
+    const auto emulator = played("0123456789\r\x1b#6abcdefg\x1b[3;9H\x1b#3\x1b[4;1H\x1b#4z");
+    const auto sizes = [&] {
+        std::vector<TerminalLineSize> found;
+        for (qint64 line = emulator->screenLine(); line < emulator->endLine(); ++line)
+            found.push_back(emulator->lineSize(line));
+        return found;
+    };
+    using Sizes = std::vector<TerminalLineSize>;
+    QCOMPARE(screenText(*emulator), QStringList({u"abcde"_s, u"fg"_s, QString(), u"z"_s}));
+    QVERIFY(!emulator->wraps(0));
+    QVERIFY(sizes() == Sizes({wide, single, upperHalf, lowerHalf}));
+    // Runs that are put at once keep to the half, too, and the cursor waits behind it.
+    emulator->feed("\x1b[99C");
+    QCOMPARE(cursorOf(*emulator), std::pair(3, 4));
+    emulator->feed("\x1b[2;1H\x1b[2K\x1b[1;1H123456789");
+    QCOMPARE(screenText(*emulator).first(2), QStringList({u"12345"_s, u"6789"_s}));
+    emulator->feed("\x1b[1;5HX\x1b[6n\x1b[SY");
+    QVERIFY(sizes() == Sizes({single, upperHalf, lowerHalf, single}));
+    // What was hidden comes back.
+    QCOMPARE(lineText(*emulator, emulator->firstLine()), u"1234X56789"_s);
+    QVERIFY(emulator->lineSize(emulator->firstLine()) == single);
+
+    emulator->feed("\x1b[2;3r\x1b[?6h\x1b[1;5H\x1b[?1049h\x1b[?6l\x1b[3;1H123456789");
+    QVERIFY(sizes() == Sizes(4, single));
+    QCOMPARE(lineText(*emulator, emulator->endLine() - 2), u"123456789"_s);
+    emulator->feed("\x1b[?1049l");
+    QVERIFY(sizes() == Sizes({single, upperHalf, lowerHalf, single}));
+    QCOMPARE(cursorOf(*emulator), std::pair(1, 4));
+    emulator->feed("\x1b[99C");
+    QCOMPARE(cursorOf(*emulator), std::pair(1, 4));
+    emulator->resize({5, 12});
+    QCOMPARE(fault(*emulator), QString());
+    emulator->feed("\x1b[?6l\x1b#6\x1b[2J\x1b[9C");
+    QVERIFY(sizes() == Sizes(5, single));
+    // A change of the width that is not one empties the screen, where it is allowed.
+    emulator->feed("x\x1b[?3h");
+    QVERIFY(!screenText(*emulator).isEmpty());
+    emulator->feed("\x1b#6\x1b[2;4r\x1b[?40h\x1b[?3l");
+    QVERIFY(screenText(*emulator).isEmpty() && sizes() == Sizes(5, single));
+    QCOMPARE(cursorOf(*emulator), std::pair(0, 0));
 }
 
 void TerminalEmulatorTest::keepsTheAlternateScreenApart()

@@ -103,6 +103,7 @@ void TerminalWidget::takeFrame()
         m_keptTop = std::clamp(*m_keptTop, m_emulator.firstLine(), m_emulator.endLine() - geometry.rows);
     geometry.top = m_keptTop.value_or(followTop());
     QRegion region = regionOf(m_scene.frame.take(m_emulator, geometry.top, geometry.rows));
+    geometry.wideRows = m_scene.frame.wideRows();
     m_scene.cursor = m_emulator.cursor();
     if (old != geometry || wasReversed != m_scene.isReversed)
         region = viewport()->rect();
