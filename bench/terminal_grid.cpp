@@ -82,6 +82,9 @@ QJsonObject line(const TerminalEmulator &emulator, qint64 number)
     QJsonObject object{{u"text"_s, text}};
     if (emulator.wraps(number))
         object["wraps"_L1] = true;
+    static const QStringList sizes{u"single"_s, u"wide"_s, u"upperHalf"_s, u"lowerHalf"_s};
+    if (const TerminalLineSize size = emulator.lineSize(number); size != TerminalLineSize::single)
+        object["size"_L1] = sizes[int(size)];
     if (const QJsonArray found = runs(emulator, cells); !found.isEmpty())
         object["runs"_L1] = found;
     return object;

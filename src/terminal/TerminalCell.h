@@ -39,6 +39,9 @@ private:
     quint32 m_value = 0;
 };
 
+/// How large a line is shown: each half of a line of double height is a line of its own, with the same text.
+enum class TerminalLineSize : quint8 { single, wide, upperHalf, lowerHalf };
+
 enum class TerminalUnderline : quint8 { none, single, twofold, curly };
 
 /// How a cell is drawn.

@@ -103,6 +103,11 @@ void TerminalEmulator::clearScrollback()
     emit changed();
 }
 
+void TerminalEmulator::setThemeColors(const TerminalColorTable::Colors &colors)
+{
+    d->interpreter.colors().setTheme(colors);
+}
+
 /// Whoever hears one of these may call anything here, so what is told was taken before.
 void TerminalEmulator::tell()
 {
@@ -113,6 +118,8 @@ void TerminalEmulator::tell()
         emit titleChanged(*events.title);
     if (events.workingFolder)
         emit workingFolderChanged();
+    if (events.colors)
+        emit colorsChanged();
     if (events.clipboard)
         emit clipboardWritten(*events.clipboard);
     if (events.bell)
@@ -145,6 +152,12 @@ bool TerminalEmulator::wraps(qint64 number) const
 {
     const TerminalLines lines = d->lines();
     return lines.contains(number) && lines.wraps(number);
+}
+
+TerminalLineSize TerminalEmulator::lineSize(qint64 number) const
+{
+    const TerminalLines lines = d->lines();
+    return lines.contains(number) ? lines.size(number) : TerminalLineSize::single;
 }
 
 QString TerminalEmulator::text(const TerminalCell &cell) const
@@ -202,6 +215,11 @@ bool TerminalEmulator::holdsPainting() const
 bool TerminalEmulator::isReversed() const
 {
     return d->interpreter.modes().reversed;
+}
+
+const TerminalColorTable &TerminalEmulator::colors() const
+{
+    return d->interpreter.colors();
 }
 
 QString TerminalEmulator::title() const

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "terminal/TerminalCell.h"
+#include "terminal/TerminalColorTable.h"
 
 #include <QByteArray>
 #include <QObject>
@@ -130,6 +131,8 @@ public:
     /// Forgets everything but the size and the scrollback limit.
     void reset();
     void clearScrollback();
+    /// What programs that ask for the colours are told, as long as they have not chosen others.
+    void setThemeColors(const TerminalColorTable::Colors &colors);
 
     TerminalSize size() const;
     /// The oldest line there is; the lines of the screen are the last `size().rows` of those from here to `endLine()`.
@@ -142,6 +145,8 @@ public:
     std::span<const TerminalCell> line(qint64 number) const;
     /// The line goes on in the next one: it was too long for the width.
     bool wraps(qint64 number) const;
+    /// Lines above the screen are single ones.
+    TerminalLineSize lineSize(qint64 number) const;
     QString text(const TerminalCell &cell) const;
     /// The text of a range as it is copied: wrapped lines joined, blanks at the ends of lines dropped.
     QString text(const TerminalRange &range) const;
@@ -162,6 +167,7 @@ public:
     bool holdsPainting() const;
     /// The whole screen is shown with foreground and background exchanged.
     bool isReversed() const;
+    const TerminalColorTable &colors() const;
     QString title() const;
     /// The folder the shell says it is in, and the host it says so for (OSC 7); empty if it never did.
     QString workingFolder() const;
@@ -202,6 +208,8 @@ signals:
     void relocated();
     void titleChanged(const QString &title);
     void workingFolderChanged();
+    /// The program may have chosen other colours, or gone back to those of the theme.
+    void colorsChanged();
     void bell();
     /// The program wants this text on the clipboard (OSC 52). Reading the clipboard is never answered.
     void clipboardWritten(const QString &text);

@@ -21,6 +21,8 @@ void TerminalGrid::setAlternate(bool alternate)
 void TerminalGrid::clearAlternate()
 {
     m_alternate.erase({0, rows(), 0, columns()}, blank());
+    for (int row = 0; row < rows(); ++row)
+        m_alternate.line(row).size = TerminalLineSize::single;
 }
 
 void TerminalGrid::put(char32_t character, int width, int row, int column)
@@ -136,7 +138,7 @@ void TerminalGrid::moved(int row, int column)
 bool TerminalGrid::isPending(int row, int column) const
 {
     return m_flow.row == row && m_flow.scrolled == 0 && column == m_flow.column &&
-           m_flow.column + m_flow.width >= columns();
+           m_flow.column + m_flow.width >= columns(row);
 }
 
 std::vector<TerminalReflow::Place> TerminalGrid::resize(int rows, int columns,
@@ -147,11 +149,30 @@ std::vector<TerminalReflow::Place> TerminalGrid::resize(int rows, int columns,
     return TerminalReflow::resize(m_normal, m_history, rows, columns, std::move(places));
 }
 
+bool TerminalGrid::setSize(int row, TerminalLineSize size)
+{
+    if (size != TerminalLineSize::single && columns() < TerminalLine::fewestForDouble)
+        return false;
+    TerminalLine &line = screen().line(row);
+    if (line.size == size)
+        return true;
+    line.size = size;
+    line.wraps = line.padded = false;
+    return true;
+}
+
+void TerminalGrid::forgetSizes()
+{
+    for (int row = 0; row < rows(); ++row)
+        screen().line(row).size = TerminalLineSize::single;
+}
+
 void TerminalGrid::clear()
 {
     const int rows = this->rows();
     m_isAlternate = false;
     m_normal.erase({0, rows, 0, columns()}, {});
+    forgetSizes();
     m_history.clear(0);
     m_clusters.clear();
     pen = {};
@@ -190,9 +211,13 @@ TerminalCell TerminalGrid::blank() const
 /// A character came to the first column right after the end of a line: the line before it goes on.
 void TerminalGrid::markWrap(int row, int width)
 {
+    const int before = m_flow.row - m_flow.scrolled;
+    // Lines of double size stay as they are when the others are rewrapped.
+    if (before >= 0 && columns(before) != columns())
+        return;
     const int end = m_flow.column + m_flow.width;
     const bool isPadded = end == columns() - 1 && width == 2;
-    if ((end >= columns() || isPadded) && m_flow.row - m_flow.scrolled == row - 1)
+    if ((end >= columns() || isPadded) && before == row - 1)
         screen().setWraps(row - 1, isPadded);
 }
 

@@ -17,6 +17,16 @@ public:
 
     int rows() const { return m_normal.rows(); }
     int columns() const { return m_normal.columns(); }
+    /// Those that a line of the screen has room for.
+    int columns(int row) const
+    {
+        return screen().line(row).size == TerminalLineSize::single ? columns() : columns() / 2;
+    }
+    /// What the line has no room for any more is hidden until it is single again. False where the screen is too narrow
+    /// for that.
+    bool setSize(int row, TerminalLineSize size);
+    /// All lines of the screen are single.
+    void forgetSizes();
     bool isAlternate() const { return m_isAlternate; }
     void setAlternate(bool alternate);
     void clearAlternate();

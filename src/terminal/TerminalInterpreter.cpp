@@ -74,6 +74,11 @@ struct TerminalInterpreter::Callbacks
         return 1;
     }
 
+    static int line(int row, const VTermLineInfo *now, const VTermLineInfo *, void *user)
+    {
+        return self(user).lineResized(row, now->doublewidth != 0, now->doubleheight) ? 1 : 0;
+    }
+
     static int bell(void *user)
     {
         self(user).m_events.bell = true;
@@ -96,7 +101,7 @@ struct TerminalInterpreter::Callbacks
         .settermprop = property,
         .bell = bell,
         .resize = nullptr,
-        .setlineinfo = nullptr,
+        .setlineinfo = line,
     };
 };
 
@@ -134,6 +139,7 @@ void TerminalInterpreter::resize(TerminalSize size)
     m_saved[0].place = places[1];
     m_saved[1].place = {std::min(m_saved[1].place.row, size.rows - 1),
                         std::min(m_saved[1].place.column, size.columns - 1)};
+    matchSizes();
     moveCursor(isAlternate ? now : places[0]);
 }
 
@@ -158,7 +164,8 @@ void TerminalInterpreter::clearScrollback()
 TerminalReflow::Place TerminalInterpreter::cursor() const
 {
     const TerminalReflow::Place place = position();
-    return m_grid.isPending(place.row, place.column) ? TerminalReflow::Place{place.row, m_grid.columns() - 1} : place;
+    return m_grid.isPending(place.row, place.column) ? TerminalReflow::Place{place.row, m_grid.columns(place.row) - 1}
+                                                     : place;
 }
 
 TerminalReflow::Place TerminalInterpreter::position() const
@@ -167,7 +174,8 @@ TerminalReflow::Place TerminalInterpreter::position() const
         return *m_ahead;
     VTermPos position;
     vterm_state_get_cursorpos(m_state, &position);
-    return {std::clamp(position.row, 0, m_grid.rows() - 1), std::clamp(position.col, 0, m_grid.columns() - 1)};
+    const int row = std::clamp(position.row, 0, m_grid.rows() - 1);
+    return {row, std::clamp(position.col, 0, m_grid.columns(row) - 1)};
 }
 
 void TerminalInterpreter::combining(char32_t character)
@@ -204,6 +212,8 @@ void TerminalInterpreter::escape(QByteArrayView bytes)
         write("\x1b[c");
     else if (bytes == "#8")
         fillScreen();
+    else if (bytes.size() == 2 && bytes[0] == '#' && bytes[1] >= '3' && bytes[1] <= '6')
+        resizeLine(bytes[1]);
     else if (bytes == "D" || bytes == "M") {
         settle();
         write("\x1b" + bytes.toByteArray());
@@ -272,6 +282,8 @@ void TerminalInterpreter::operatingSystemCommand(QByteArrayView text)
         m_grid.screen().line(cursor().row).prompt = true;
     } else if (const auto *clipboard = std::get_if<Commands::ClipboardText>(&*command)) {
         m_events.clipboard = clipboard->text;
+    } else if (const auto *colors = std::get_if<Commands::Colors>(&*command)) {
+        changeColors(*colors);
     }
 }
 
@@ -317,13 +329,14 @@ void TerminalInterpreter::restoreCursor(bool alternate)
 TerminalReflow::Place TerminalInterpreter::cursorOrEnd() const
 {
     const TerminalReflow::Place place = position();
-    return m_grid.isPending(place.row, place.column) ? TerminalReflow::Place{place.row, m_grid.columns()} : place;
+    return m_grid.isPending(place.row, place.column) ? TerminalReflow::Place{place.row, m_grid.columns(place.row)}
+                                                     : place;
 }
 
 void TerminalInterpreter::moveCursor(TerminalReflow::Place place)
 {
     const int row = std::min(place.row, m_grid.rows() - 1);
-    const int last = m_grid.columns() - 1;
+    const int last = m_grid.columns(row) - 1;
     sendCursor({row, std::min(place.column, last)});
     if (place.column <= last)
         return;
@@ -356,7 +369,6 @@ void TerminalInterpreter::repeat(int count)
     for (int index = 0; index < count && character != 0 && character < TerminalCell::clusterBase; ++index)
         TerminalUtf8::append(bytes, character);
     interpret({bytes.data(), qsizetype(bytes.size())});
-    m_canRepeat = true;
 }
 
 /// Tab stops, the mouse and what else programs have asked to be told stay; libvterm would reset some of these.
@@ -380,8 +392,10 @@ void TerminalInterpreter::hardReset()
     m_grid.pen = {};
     m_grid.clearAlternate();
     m_grid.setAlternate(false);
+    m_grid.forgetSizes();
     m_grid.inserts = false;
     m_ahead.reset();
+    m_hasSizes = false;
     vterm_state_reset(m_state, 1);
     for (const int mode : {1000, 1006, 5})
         setPrivateMode(mode, false);
@@ -390,6 +404,8 @@ void TerminalInterpreter::hardReset()
     m_top = 0;
     m_bottom = m_grid.rows();
     m_saved = {};
+    m_events.colors = m_events.colors || m_colors.hasChosen();
+    m_colors.forget(0, TerminalColorTable::places);
     m_isUpdating = m_canRepeat = false;
     m_grid.forgetFlow();
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "terminal/TerminalCharsets.h"
+#include "terminal/TerminalColorTable.h"
 #include "terminal/TerminalCommands.h"
 #include "terminal/TerminalGrid.h"
 #include "terminal/TerminalLinks.h"
@@ -30,6 +31,7 @@ public:
         std::optional<QString> clipboard;
         bool bell = false;
         bool workingFolder = false;
+        bool colors = false;
     };
 
     explicit TerminalInterpreter(TerminalSize size);
@@ -46,6 +48,8 @@ public:
     const TerminalGrid &grid() const { return m_grid; }
     const TerminalModes &modes() const { return m_modes; }
     const TerminalLinks &links() const { return m_links; }
+    TerminalColorTable &colors() { return m_colors; }
+    const TerminalColorTable &colors() const { return m_colors; }
     TerminalReflow::Place cursor() const;
     const QString &title() const { return m_title; }
     const TerminalCommands::WorkingFolder &workingFolder() const { return m_folder; }
@@ -82,6 +86,7 @@ private:
     void catchUp();
     bool edit(const TerminalSequence &sequence);
     void fillScreen();
+    void beginScreen();
     void resetMargins();
     void scrollBy(int lines);
     void setMargins(const TerminalSequence &sequence);
@@ -90,6 +95,7 @@ private:
     void setMode(int mode, bool on);
     void setPrivateMode(int mode, bool on);
     bool answer(const TerminalSequence &sequence);
+    void changeColors(const TerminalCommands::Colors &colors);
     void keepTitle();
     void bringTitleBack();
     std::optional<bool> mode(int mode) const;
@@ -103,6 +109,10 @@ private:
     bool isWithinMargins() const;
     void moveVertically(int lines);
     void settle();
+    void resizeLine(char final);
+    bool lineResized(int row, bool isWide, unsigned half);
+    void showScreen(bool alternate);
+    void matchSizes();
     void moveCursor(TerminalReflow::Place place);
     void sendCursor(TerminalReflow::Place place);
     void repeat(int count);
@@ -120,6 +130,7 @@ private:
     std::vector<QString> m_titles;
     TerminalCommands::WorkingFolder m_folder;
     TerminalCharsets m_charsets;
+    TerminalColorTable m_colors;
     /// The scroll region, from the top up to, without, the bottom.
     int m_top = 0;
     int m_bottom;
@@ -134,6 +145,8 @@ private:
     std::vector<TerminalGrid::Glyph> m_run;
     /// Where the cursor is, while libvterm has not been told. It does not wait behind the last column then.
     std::optional<TerminalReflow::Place> m_ahead;
+    /// Since the last reset there has been a line of double size.
+    bool m_hasSizes = false;
     /// Of the normal and of the alternate screen.
     std::array<SavedCursor, 2> m_saved;
     bool m_isUpdating = false;

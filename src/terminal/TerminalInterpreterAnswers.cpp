@@ -45,6 +45,26 @@ bool TerminalInterpreter::answer(const TerminalSequence &sequence)
     return true;
 }
 
+void TerminalInterpreter::changeColors(const TerminalCommands::Colors &colors)
+{
+    using Kind = TerminalCommands::ColorChange::Kind;
+    const int firstNamed = TerminalColorTable::foreground;
+    for (const TerminalCommands::ColorChange &change : colors.changes) {
+        if (change.kind == Kind::ask) {
+            const QByteArray number = change.place < firstNamed ? "4;" + QByteArray::number(change.place)
+                                                                : QByteArray::number(10 + change.place - firstNamed);
+            m_events.output += "\x1b]" + number + ';' + TerminalColorTable::describe(m_colors.color(change.place)) +
+                               m_gate.commandEnd().toByteArray();
+            continue;
+        }
+        if (change.kind == Kind::choose)
+            m_colors.choose(change.place, change.color);
+        else
+            m_colors.forget(change.place, change.place + 1);
+        m_events.colors = true;
+    }
+}
+
 void TerminalInterpreter::keepTitle()
 {
     if (m_titles.size() == mostTitles)
@@ -86,6 +106,8 @@ std::optional<bool> TerminalInterpreter::privateMode(int mode) const
         return m_modes.cursorBlinks;
     case 25:
         return m_modes.cursorVisible;
+    case 40:
+        return m_modes.allowsWidths;
     case 47:
     case 1047:
     case 1049:

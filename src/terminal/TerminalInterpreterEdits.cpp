@@ -12,9 +12,19 @@ void TerminalInterpreter::fillScreen()
     resetMargins();
     const bool protects = m_grid.pen.isProtected;
     m_grid.pen.isProtected = false;
+    m_grid.forgetSizes();
+    matchSizes();
     write("\x1b#8");
     m_grid.pen.isProtected = protects;
     m_grid.forgetWraps();
+    sendCursor({0, 0});
+}
+
+/// As after a change of the width.
+void TerminalInterpreter::beginScreen()
+{
+    resetMargins();
+    write("\x1b[2J");
     sendCursor({0, 0});
 }
 
@@ -73,8 +83,8 @@ bool TerminalInterpreter::edit(const TerminalSequence &sequence)
     case sequenceKey('S'):
     case sequenceKey('T'):
     case sequenceKey('^'):
-        // With more numbers it would be about the mouse.
-        if (sequence.parameters.size() == 1)
+        // With more numbers, or zero, it would be about the mouse.
+        if (sequence.parameters.size() == 1 && (sequence.final != 'T' || sequence.value(0, 1) != 0))
             scrollBy(sequence.final == 'S' ? count : -count);
         break;
     default:
@@ -89,8 +99,10 @@ bool TerminalInterpreter::edit(const TerminalSequence &sequence)
 void TerminalInterpreter::scrollBy(int lines)
 {
     const TerminalReflow::Place place = cursorOrEnd();
+    const bool isWaiting = place.column == m_grid.columns(place.row);
     m_grid.scroll({m_top, m_bottom, 0, m_grid.columns()}, lines, 0);
-    if (place.column == m_grid.columns())
+    matchSizes();
+    if (isWaiting)
         moveCursor(place);
 }
 
@@ -128,7 +140,7 @@ void TerminalInterpreter::settle()
 {
     const TerminalReflow::Place place = position();
     if (m_grid.isPending(place.row, place.column))
-        sendCursor({place.row, m_grid.columns() - 1});
+        sendCursor({place.row, m_grid.columns(place.row) - 1});
 }
 
 } // namespace moorix

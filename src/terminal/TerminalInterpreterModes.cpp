@@ -31,6 +31,10 @@ void TerminalInterpreter::setPrivateMode(int mode, bool on)
     case 1:
         m_modes.applicationCursor = on;
         break;
+    case 3:
+        if (m_modes.allowsWidths)
+            beginScreen();
+        return;
     case 6:
         m_modes.origin = on;
         break;
@@ -48,6 +52,9 @@ void TerminalInterpreter::setPrivateMode(int mode, bool on)
         return;
     case 1003:
         setMouse(TerminalMouse::motion, false, on);
+        return;
+    case 40:
+        m_modes.allowsWidths = on;
         return;
     case 66:
         m_modes.applicationKeypad = on;
@@ -74,12 +81,12 @@ void TerminalInterpreter::setPrivateMode(int mode, bool on)
     case 69:
         return;
     case 47:
-        m_grid.setAlternate(on);
+        showScreen(on);
         return;
     case 1047:
         if (!on && m_grid.isAlternate())
             m_grid.clearAlternate();
-        m_grid.setAlternate(on);
+        showScreen(on);
         return;
     case 1048:
         if (on)
@@ -88,14 +95,14 @@ void TerminalInterpreter::setPrivateMode(int mode, bool on)
             restoreCursor(m_grid.isAlternate());
         return;
     case 1049:
-        if (on == m_grid.isAlternate())
+        if (!on && !m_grid.isAlternate())
             return;
         if (on) {
-            saveCursor(false);
+            saveCursor(m_grid.isAlternate());
             settle();
             m_grid.clearAlternate();
         }
-        m_grid.setAlternate(on);
+        showScreen(on);
         if (!on)
             restoreCursor(false);
         return;

@@ -101,16 +101,16 @@ void TerminalInterpreter::writeCorrected(char32_t character)
 /// libvterm goes to the next line all the same for a wide character that does not fit, and stays before one that does.
 void TerminalInterpreter::writeUnwrapped(QByteArrayView bytes)
 {
-    const int last = m_grid.columns() - 1;
     for (const char *at = bytes.begin(); at != bytes.end();) {
         const char *const start = at;
+        const int last = m_grid.columns(position().row) - 1;
         const char32_t character = TerminalUtf8::next(at);
         if (character > 0x7F && position().column == last && widthOf(character) == 2)
             continue;
         writeText({start, at - start});
         const TerminalReflow::Place place = position();
-        if (place.column < last && m_grid.isPending(place.row, place.column))
-            sendCursor({place.row, last});
+        if (place.column < m_grid.columns(place.row) - 1 && m_grid.isPending(place.row, place.column))
+            sendCursor({place.row, m_grid.columns(place.row) - 1});
     }
 }
 
@@ -148,7 +148,8 @@ void TerminalInterpreter::interpret(QByteArrayView bytes)
         writeUnwrapped(bytes);
         return;
     }
-    if (m_grid.inserts || m_modes.origin) {
+    // libvterm must know of every scroll that moves a line of double size.
+    if (m_grid.inserts || m_modes.origin || m_hasSizes) {
         writeText(bytes);
         return;
     }

@@ -12,6 +12,9 @@ namespace moorix {
 /// costs little however wide the screen is.
 struct TerminalLine
 {
+    /// Half of fewer columns has no room for a wide character, so that all lines are single then.
+    static constexpr int fewestForDouble = 4;
+
     std::vector<TerminalCell> cells;
     int used = 0;
     /// The text goes on in the next line.
@@ -20,6 +23,8 @@ struct TerminalLine
     bool padded = false;
     /// The shell printed a prompt here.
     bool prompt = false;
+    /// All but single ones have room for half of the columns.
+    TerminalLineSize size = TerminalLineSize::single;
 
     explicit TerminalLine(int columns = 0)
         : cells(std::size_t(columns))
@@ -42,6 +47,7 @@ struct TerminalLine
         std::fill_n(cells.begin(), used, TerminalCell());
         used = 0;
         wraps = padded = prompt = false;
+        size = TerminalLineSize::single;
     }
 };
 

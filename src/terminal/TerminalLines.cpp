@@ -7,8 +7,14 @@ std::span<const TerminalCell> TerminalLines::cells(qint64 number) const
 {
     if (number < screen())
         return m_grid.history().line(number);
-    const TerminalLine &line = m_grid.screen().line(int(number - screen()));
-    return std::span(line.cells).first(std::size_t(line.used));
+    const auto row = int(number - screen());
+    const TerminalLine &line = m_grid.screen().line(row);
+    const std::span<const TerminalCell> cells = std::span(line.cells).first(std::size_t(line.used));
+    if (line.size == TerminalLineSize::single || line.used <= m_grid.columns(row))
+        return cells;
+    // What is behind the half is hidden, with a wide character that reaches there.
+    const auto room = std::size_t(m_grid.columns(row));
+    return cells.first(room - (cells[room].width == 0 ? 1 : 0));
 }
 
 bool TerminalLines::wraps(qint64 number) const
@@ -20,6 +26,11 @@ bool TerminalLines::wraps(qint64 number) const
 bool TerminalLines::isPrompt(qint64 number) const
 {
     return number < screen() ? m_grid.history().isPrompt(number) : m_grid.screen().line(int(number - screen())).prompt;
+}
+
+TerminalLineSize TerminalLines::size(qint64 number) const
+{
+    return number < screen() ? TerminalLineSize::single : m_grid.screen().line(int(number - screen())).size;
 }
 
 qint64 TerminalLines::paragraphStart(qint64 number) const

@@ -27,6 +27,7 @@ public:
     std::span<const TerminalCell> cells(qint64 number) const;
     bool wraps(qint64 number) const;
     bool isPrompt(qint64 number) const;
+    TerminalLineSize size(qint64 number) const;
     /// The first of the lines that are one wrapped line with this one, and one more than the last.
     qint64 paragraphStart(qint64 number) const;
     qint64 paragraphEnd(qint64 number) const;

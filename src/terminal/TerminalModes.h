@@ -24,6 +24,8 @@ struct TerminalModes
     bool origin = false;
     /// Characters behind the last column go to the next line.
     bool autoWrap = true;
+    /// Whoever asks for 80 or 132 columns gets an empty screen at least; the width is the user's.
+    bool allowsWidths = false;
     /// New characters move those behind them.
     bool insert = false;
     /// Screen with foreground and background exchanged.

@@ -106,6 +106,8 @@ void TerminalScreen::crop(int rows, int columns)
             line.wraps = line.padded = false;
         line.cells.resize(std::size_t(columns));
         line.used = std::min(line.used, columns);
+        if (columns < TerminalLine::fewestForDouble)
+            line.size = TerminalLineSize::single;
     }
     setLines(std::move(lines), columns);
 }

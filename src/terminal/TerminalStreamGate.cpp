@@ -301,6 +301,7 @@ const char *TerminalStreamGate::string(const char *at, const char *end)
     if (m_escapeInString) {
         m_escapeInString = false;
         if (*at == '\\') {
+            m_endedByBell = false;
             endString();
             return at + 1;
         }
@@ -319,12 +320,14 @@ const char *TerminalStreamGate::string(const char *at, const char *end)
     }
     if (next == end)
         return end;
-    if (*next == '\a')
+    if (*next == '\a') {
+        m_endedByBell = true;
         endString();
-    else if (*next == escapeByte)
+    } else if (*next == escapeByte) {
         m_escapeInString = true;
-    else
+    } else {
         m_string = String::none;
+    }
     return next + 1;
 }
 

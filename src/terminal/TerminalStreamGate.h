@@ -68,6 +68,8 @@ public:
     void feed(QByteArrayView bytes);
     /// Forgets what has begun and not ended.
     void reset();
+    /// How the last operating system command ended, which is how its answer ends.
+    QByteArrayView commandEnd() const { return m_endedByBell ? "\a" : "\x1b\\"; }
 
 private:
     enum class String { none, operatingSystemCommand, deviceControl, ignored };
@@ -89,6 +91,7 @@ private:
     QByteArray m_text;
     bool m_tooLong = false;
     bool m_escapeInString = false;
+    bool m_endedByBell = false;
     /// Those of the sequence that is being read.
     std::array<TerminalPen::Parameter, mostParameters> m_parameters;
     /// Within a control sequence that is too long to be one.

@@ -147,6 +147,11 @@ inline QByteArray hostileBytes(std::mt19937 &random, int parts)
         "\x1b"
         "D",
         "\x1b#8",
+        "\x1b#3",
+        "\x1b#5",
+        "\x1b#6",
+        "\x1b[?40h\x1b[?3h",
+        "\x1b]4;1;#123;2;?\a",
         "\x1b]0;t\a",
         "\x1b]8;;http://a\x1b\\",
         "\x1b]8;;\a",

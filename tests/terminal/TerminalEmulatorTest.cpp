@@ -19,9 +19,11 @@ private slots:
     void stylesCells();
     void erasesWithTheBackground();
     void combinesCharacters();
+    void hasLinesOfDoubleSize();
     void keepsTheAlternateScreenApart();
     void answersQuestions_data();
     void answersQuestions();
+    void knowsItsColors();
     void tellsWhatProgramsSay();
     void holdsPaintingForAMoment();
     void boundsTheScrollback();
@@ -52,7 +54,7 @@ void TerminalEmulatorTest::placesText_data()
     row("deleted", "abcdef\x1b[1;2H\x1b[2P", {u"adef"_s}, 0, 1);
     row("scroll region", "1\r\n2\r\n3\r\n4\x1b[2;3r\x1b[3;1H\n5", {u"1"_s, u"3"_s, u"5"_s, u"4"_s}, 2, 1);
     row("lines inserted", "1\r\n2\r\n3\x1b[2;1H\x1b[L", {u"1"_s, QString(), u"2"_s, u"3"_s}, 1, 0);
-    row("repeated", "a\x1b[3b", {u"aaaa"_s}, 0, 4);
+    row("repeated once", "a\x1b[3b\x1b[3b", {u"aaaa"_s}, 0, 4);
     row("nothing to repeat", "\x1b[2bx", {u"x"_s}, 0, 1);
     row("repeated over lines", "a\x1b[12b", {u"aaaaaaaaaa"_s, u"aaa"_s}, 1, 3);
     row("drawing", "\x1b(0qxy\xC3\xA9q\x1b(Bq", {u"─│≤é─q"_s}, 0, 6);
@@ -156,6 +158,51 @@ void TerminalEmulatorTest::combinesCharacters()
     QCOMPARE(cursorOf(*endless), std::pair(0, 1));
 }
 
+void TerminalEmulatorTest::hasLinesOfDoubleSize()
+{
+    using enum TerminalLineSize;
+    const auto emulator = played("0123456789\r\x1b#6abcdefg\x1b[3;9H\x1b#3\x1b[4;1H\x1b#4z");
+    const auto sizes = [&] {
+        std::vector<TerminalLineSize> found;
+        for (qint64 line = emulator->screenLine(); line < emulator->endLine(); ++line)
+            found.push_back(emulator->lineSize(line));
+        return found;
+    };
+    using Sizes = std::vector<TerminalLineSize>;
+    QCOMPARE(screenText(*emulator), QStringList({u"abcde"_s, u"fg"_s, QString(), u"z"_s}));
+    QVERIFY(!emulator->wraps(0));
+    QVERIFY(sizes() == Sizes({wide, single, upperHalf, lowerHalf}));
+    // Runs that are put at once keep to the half, too, and the cursor waits behind it.
+    emulator->feed("\x1b[99C");
+    QCOMPARE(cursorOf(*emulator), std::pair(3, 4));
+    emulator->feed("\x1b[2;1H\x1b[2K\x1b[1;1H123456789");
+    QCOMPARE(screenText(*emulator).first(2), QStringList({u"12345"_s, u"6789"_s}));
+    emulator->feed("\x1b[1;5HX\x1b[6n\x1b[SY");
+    QVERIFY(sizes() == Sizes({single, upperHalf, lowerHalf, single}));
+    // What was hidden comes back.
+    QCOMPARE(lineText(*emulator, emulator->firstLine()), u"1234X56789"_s);
+    QVERIFY(emulator->lineSize(emulator->firstLine()) == single);
+
+    emulator->feed("\x1b[2;3r\x1b[?6h\x1b[1;5H\x1b[?1049h\x1b[?6l\x1b[3;1H123456789");
+    QVERIFY(sizes() == Sizes(4, single));
+    QCOMPARE(lineText(*emulator, emulator->endLine() - 2), u"123456789"_s);
+    emulator->feed("\x1b[?1049l");
+    QVERIFY(sizes() == Sizes({single, upperHalf, lowerHalf, single}));
+    QCOMPARE(cursorOf(*emulator), std::pair(1, 4));
+    emulator->feed("\x1b[99C");
+    QCOMPARE(cursorOf(*emulator), std::pair(1, 4));
+    emulator->resize({5, 12});
+    QCOMPARE(fault(*emulator), QString());
+    emulator->feed("\x1b[?6l\x1b#6\x1b[2J\x1b[9C");
+    QVERIFY(sizes() == Sizes(5, single));
+    // A change of the width that is not one empties the screen, where it is allowed.
+    emulator->feed("x\x1b[?3h");
+    QVERIFY(!screenText(*emulator).isEmpty());
+    emulator->feed("\x1b#6\x1b[2;4r\x1b[?40h\x1b[?3l");
+    QVERIFY(screenText(*emulator).isEmpty() && sizes() == Sizes(5, single));
+    QCOMPARE(cursorOf(*emulator), std::pair(0, 0));
+}
+
 void TerminalEmulatorTest::keepsTheAlternateScreenApart()
 {
     const auto emulator = played("1\r\n2\r\n3\r\n4\r\n5\x1b[?1049h\x1b[Hfull\x1b[4;1H\n\n\n");
@@ -186,7 +233,7 @@ void TerminalEmulatorTest::answersQuestions_data()
                "\x1b[4h\x1b[4$p\x1b[99$p\x1b[?1006h\x1b[?1005l\x1b[?1006$p\x1b[?2004h\x1b[!p\x1b[?2004$p\x1b[?9$p")
         << QByteArray("\x1b[4;1$y\x1b[99;0$y\x1b[?1006;1$y\x1b[?2004;1$y\x1b[?9;2$y");
     QTest::newRow("how large") << QByteArray("\x1b[14t\x1b[18t") << QByteArray("\x1b[8;24;80t");
-    QTest::newRow("not the clipboard") << QByteArray("\x1b]52;c;?\a\x1b]10;?\a\x1b]4;1;?\a") << QByteArray();
+    QTest::newRow("not the clipboard") << QByteArray("\x1b]52;c;?\a") << QByteArray();
 }
 
 void TerminalEmulatorTest::answersQuestions()
@@ -197,6 +244,41 @@ void TerminalEmulatorTest::answersQuestions()
     connect(&emulator, &TerminalEmulator::output, this, [&](const QByteArray &more) { said += more; });
     emulator.feed(bytes);
     QTEST(said, "answer");
+}
+
+void TerminalEmulatorTest::knowsItsColors()
+{
+    TerminalEmulator emulator;
+    TerminalColorTable::Colors theme = TerminalColorTable::plain();
+    theme[1] = 0xCC0102;
+    theme[TerminalColorTable::foreground] = 0xD6DEEB;
+    theme[TerminalColorTable::background] = 0x0F1420;
+    emulator.setThemeColors(theme);
+    QByteArray said;
+    connect(&emulator, &TerminalEmulator::output, this, [&](const QByteArray &more) { said += more; });
+    const QSignalSpy changes(&emulator, &TerminalEmulator::colorsChanged);
+    const auto answer = [&](const QByteArray &bytes) {
+        said.clear();
+        emulator.feed(bytes);
+        return said;
+    };
+    // As they were asked, with one answer each.
+    QCOMPARE(answer("\x1b]11;?\x1b\\\x1b]10;?;?\a"),
+             QByteArray("\x1b]11;rgb:0f0f/1414/2020\x1b\\\x1b]10;rgb:d6d6/dede/ebeb\a\x1b]11;rgb:0f0f/1414/2020\a"));
+    QCOMPARE(answer("\x1b]4;1;?;226;?;255;?;256;?;x;?\a"),
+             QByteArray("\x1b]4;1;rgb:cccc/0101/0202\a\x1b]4;226;rgb:ffff/ffff/0000\a\x1b]4;255;rgb:eeee/eeee/eeee\a"));
+    QCOMPARE(changes.size(), 0);
+    QCOMPARE(answer("\x1b]4;1;rgb:f/80/7fff;1;?\a\x1b]11;#123456;?\a\x1b]11;red\a\x1b]11;rgb:1/2\a\x1b]11;?\a"),
+             QByteArray("\x1b]4;1;rgb:ffff/8080/7f7f\a\x1b]12;rgb:0000/0000/0000\a\x1b]11;rgb:1212/3434/5656\a"));
+    QCOMPARE(changes.size(), 1);
+    QVERIFY(!emulator.colors().chosen(2));
+    QCOMPARE(answer("\x1b]104;1\a\x1b]4;1;?\a\x1b]111\a\x1b]11;?\a"),
+             QByteArray("\x1b]4;1;rgb:cccc/0101/0202\a\x1b]11;rgb:0f0f/1414/2020\a"));
+    emulator.feed("\x1b]4;7;#fff\a\x1b]12;#000000\a\x1b]104\a");
+    QVERIFY(!emulator.colors().chosen(7) && emulator.colors().chosen(TerminalColorTable::cursor));
+    emulator.feed("\x1b"
+                  "c");
+    QVERIFY(!emulator.colors().hasChosen());
 }
 
 void TerminalEmulatorTest::tellsWhatProgramsSay()

@@ -94,6 +94,49 @@ private slots:
         }
     }
 
+    void linesOfDoubleSizeAreStretchedAndTheMouseKnows()
+    {
+        const QByteArray block = "\xe2\x96\x88";
+        feed("\x1b[?25l\x1b#6" + block + "\xe2\x96\x80" + "b\r\n\x1b#3 \xe2\x96\x80\r\n\x1b#4 \xe2\x96\x80\r\n" +
+             block);
+        const QImage image = painted();
+        const auto inkOf = [&](const QRect &rect) {
+            const QRgb ink = m_terminal->colors().foreground.rgb();
+            return image.pixel(rect.center()) == ink && image.pixel(rect.center().x(), rect.top() + 1) == ink;
+        };
+        const auto plain = [this](int row, int column) {
+            return m_terminal->geometry().rectUnscaled({m_terminal->geometry().top + row, column}).toRect();
+        };
+        QVERIFY(inkOf(plain(0, 0)) && inkOf(plain(0, 1)) && inkOf(plain(3, 0)) && !inkOf(plain(3, 1)));
+        // The upper half of a cell is all of its line's upper half.
+        QVERIFY(inkOf(plain(1, 2)) && inkOf(plain(1, 3)) && !inkOf(plain(1, 1)) && !inkOf(plain(1, 4)));
+        QVERIFY(!inkOf(plain(2, 2)) && !inkOf(plain(2, 3)));
+        drag(at(0, 0), plain(0, 4).center());
+        QCOMPARE(selected(), QString::fromUtf8(block) + u'▀');
+        QCOMPARE(cell(0, 2).width(), 2 * plain(0, 0).width());
+    }
+
+    void programsChooseColorsUntilTheyGoBack()
+    {
+        const QByteArray block = "\xe2\x96\x88";
+        feed("\x1b[?25l\x1b[31m" + block + "\x1b]11;#102030\a\x1b]4;1;rgb:40/50/60\x1b\\");
+        const auto ground = [this] { return painted().pixel(cell(2, 2).center()); };
+        const auto red = [this] { return painted().pixel(cell(0, 0).center()); };
+        QCOMPARE(ground(), qRgb(0x10, 0x20, 0x30));
+        QCOMPARE(red(), qRgb(0x40, 0x50, 0x60));
+        // Another theme is no reason to forget them, and answers are of it from then on.
+        TerminalColors theme = m_terminal->colors();
+        theme.background = QColor(0x70, 0x80, 0x90);
+        m_terminal->setColors(theme);
+        QCOMPARE(ground(), qRgb(0x10, 0x20, 0x30));
+        feed("\x1b]111\a\x1b]104;1\a");
+        QCOMPARE(ground(), theme.background.rgb());
+        QCOMPARE(red(), theme.ansi[1].rgb());
+        (void)output();
+        feed("\x1b]11;?\a");
+        QCOMPARE(output(), QByteArray("\x1b]11;rgb:7070/8080/9090\a"));
+    }
+
     void aBellFlashesAndOnlyBlinkingTextBlinks()
     {
         feed("\x1b[?25l");

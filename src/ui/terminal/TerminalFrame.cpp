@@ -16,15 +16,28 @@ std::vector<int> TerminalFrame::take(const TerminalEmulator &emulator, qint64 to
         std::span<const TerminalCell> cells;
         if (line >= emulator.firstLine() && line < emulator.endLine())
             cells = emulator.line(line);
-        if (row.line != line || !std::equal(cells.begin(), cells.end(), row.cells.begin(), row.cells.end())) {
+        const TerminalLineSize size = emulator.lineSize(line);
+        if (row.line != line || row.size != size ||
+            !std::equal(cells.begin(), cells.end(), row.cells.begin(), row.cells.end())) {
             changed.push_back(i);
             row.line = line;
+            row.size = size;
             row.cells.assign(cells.begin(), cells.end());
         }
         m_blinks = m_blinks || std::any_of(row.cells.cbegin(), row.cells.cend(),
                                            [](const TerminalCell &cell) { return cell.style.blink; });
     }
     return changed;
+}
+
+std::vector<bool> TerminalFrame::wideRows() const
+{
+    const auto isWide = [](const Row &row) { return row.size != TerminalLineSize::single; };
+    if (std::none_of(m_rows.cbegin(), m_rows.cend(), isWide))
+        return {};
+    std::vector<bool> wide(m_rows.size());
+    std::transform(m_rows.cbegin(), m_rows.cend(), wide.begin(), isWide);
+    return wide;
 }
 
 const TerminalFrame::Row *TerminalFrame::rowOf(qint64 line) const

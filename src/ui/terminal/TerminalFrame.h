@@ -15,6 +15,7 @@ public:
     {
         qint64 line = -1;
         std::vector<TerminalCell> cells;
+        TerminalLineSize size = TerminalLineSize::single;
     };
 
     /// Takes `rows` lines from `top` on. Returns the numbers of the rows (not lines) that differ from before.
@@ -24,6 +25,8 @@ public:
     /// The row that holds a line, or null.
     const Row *rowOf(qint64 line) const;
     bool blinks() const { return m_blinks; }
+    /// Which rows are of double width; empty if none is.
+    std::vector<bool> wideRows() const;
 
 private:
     std::vector<Row> m_rows;

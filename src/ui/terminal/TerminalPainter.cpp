@@ -61,17 +61,43 @@ void TerminalPainter::paint(const QRectF &area, const QRectF &whole)
 {
     m_painter.fillRect(area, QColor::fromRgb(ground()));
     for (const TerminalFrame::Row &row : m_scene.frame.rows()) {
-        if (m_scene.geometry.rect({row.line, 0}, m_scene.geometry.columns).intersects(area))
-            paintRow(row);
+        if (!m_scene.geometry.rect({row.line, 0}, m_scene.geometry.columns).intersects(area))
+            continue;
+        onLine(row.line, row.size, [&] { paintRow(row); });
     }
     paintOverlay();
-    paintCursor();
+    const qint64 cursorLine = m_scene.cursorPosition().line;
+    onLine(cursorLine, sizeOf(cursorLine), [this] { paintCursor(); });
     paintPreedit();
     if (m_scene.flash > 0) {
         QColor flash = QColor::fromRgb(m_palette.foreground());
         flash.setAlphaF(float(m_scene.flash) * 0.16F);
         m_painter.fillRect(whole, flash);
     }
+}
+
+/// What `paint` paints on a line as if it were a single one comes to its real size.
+void TerminalPainter::onLine(qint64 line, TerminalLineSize size, const std::function<void()> &paint)
+{
+    if (size == TerminalLineSize::single) {
+        paint();
+        return;
+    }
+    const QRectF place = m_scene.geometry.rectUnscaled({line, 0}, m_scene.geometry.columns);
+    const bool isTall = size != TerminalLineSize::wide;
+    m_painter.save();
+    m_painter.setClipRect(place, Qt::IntersectClip);
+    m_painter.translate(place.x(), place.y() - (size == TerminalLineSize::lowerHalf ? place.height() : 0));
+    m_painter.scale(2, isTall ? 2 : 1);
+    m_painter.translate(-place.topLeft());
+    paint();
+    m_painter.restore();
+}
+
+TerminalLineSize TerminalPainter::sizeOf(qint64 line) const
+{
+    const TerminalFrame::Row *const row = m_scene.frame.rowOf(line);
+    return row ? row->size : TerminalLineSize::single;
 }
 
 TerminalPalette::Mark TerminalPainter::markOf(TerminalPoint point) const
@@ -129,7 +155,7 @@ void TerminalPainter::paintGrounds(qint64 line)
         while (end < m_looks.size() && m_looks[end].colors.ground == color)
             ++end;
         if (color != usual)
-            m_painter.fillRect(m_scene.geometry.rect({line, int(i)}, int(end - i)), QColor::fromRgb(color));
+            m_painter.fillRect(m_scene.geometry.rectUnscaled({line, int(i)}, int(end - i)), QColor::fromRgb(color));
         i = end;
     }
 }
@@ -140,7 +166,7 @@ void TerminalPainter::addText(const TerminalFrame::Row &row)
         const TerminalCell &cell = row.cells[i];
         if (cell.character == 0 || cell.character == U' ' || cell.width == 0 || !m_looks[i].isTextShown)
             continue;
-        const QRectF cells = m_scene.geometry.rect({row.line, int(i)}, cell.width);
+        const QRectF cells = m_scene.geometry.rectUnscaled({row.line, int(i)}, cell.width);
         if (cell.character >= TerminalCell::clusterBase)
             m_font.drawPicture(m_painter, m_emulator.text(cell), faceOf(cell.style), cells, m_looks[i].colors.text);
         else
@@ -184,7 +210,7 @@ void TerminalPainter::drawDecorations(const TerminalFrame::Row &row)
 {
     for (std::size_t i = 0; i < row.cells.size(); ++i) {
         const TerminalStyle &style = row.cells[i].style;
-        const QRectF cell = m_scene.geometry.rect({row.line, int(i)});
+        const QRectF cell = m_scene.geometry.rectUnscaled({row.line, int(i)});
         const QRgb color = m_looks[i].colors.text;
         if (style.underline != TerminalUnderline::none && m_looks[i].isTextShown)
             drawUnderline(style.underline, cell, color);
@@ -229,15 +255,17 @@ void TerminalPainter::paintText(const QString &text, TerminalPoint at, TerminalP
 {
     if (!m_scene.geometry.shows(at.line))
         return;
-    for (const char32_t character : text.toUcs4()) {
-        const int columns = isWide(character) ? 2 : 1;
-        const QRectF cells = m_scene.geometry.rect(at, columns);
-        m_painter.fillRect(cells, QColor::fromRgb(colors.ground));
-        addCharacter(character, {}, cells, colors.text);
-        drawUnderline(TerminalUnderline::single, cells, underline);
-        at.column += columns;
-    }
-    drawBatches();
+    onLine(at.line, sizeOf(at.line), [&] {
+        for (const char32_t character : text.toUcs4()) {
+            const int columns = isWide(character) ? 2 : 1;
+            const QRectF cells = m_scene.geometry.rectUnscaled(at, columns);
+            m_painter.fillRect(cells, QColor::fromRgb(colors.ground));
+            addCharacter(character, {}, cells, colors.text);
+            drawUnderline(TerminalUnderline::single, cells, underline);
+            at.column += columns;
+        }
+        drawBatches();
+    });
 }
 
 void TerminalPainter::paintOverlay()
@@ -269,7 +297,7 @@ void TerminalPainter::paintCursor()
     TerminalCell cell;
     if (row && position.column < int(row->cells.size()))
         cell = row->cells[std::size_t(position.column)];
-    const QRectF cells = m_scene.geometry.rect(position, std::max<int>(cell.width, 1));
+    const QRectF cells = m_scene.geometry.rectUnscaled(position, std::max<int>(cell.width, 1));
     const QRgb ground = m_palette.pair(cell.style, m_scene.isReversed).ground;
     const QColor color = QColor::fromRgb(m_palette.legible(m_palette.cursor(), ground));
     const double line = m_font.lineWidth();

@@ -5,6 +5,7 @@
 #include "ui/terminal/TerminalPalette.h"
 #include "ui/terminal/TerminalScene.h"
 
+#include <functional>
 #include <span>
 #include <vector>
 
@@ -37,6 +38,8 @@ private:
         std::vector<QPointF> positions;
     };
 
+    void onLine(qint64 line, TerminalLineSize size, const std::function<void()> &paint);
+    TerminalLineSize sizeOf(qint64 line) const;
     void paintRow(const TerminalFrame::Row &row);
     void look(const TerminalFrame::Row &row);
     void paintGrounds(qint64 line);

@@ -28,36 +28,39 @@ double contrast(QRgb one, QRgb other)
     return (lighter + 0.05) / (darker + 0.05);
 }
 
-/// The six steps of a channel in the colour cube of 216.
-int cubeStep(int step)
-{
-    return step == 0 ? 0 : 55 + 40 * step;
-}
-
 } // namespace
 
 TerminalPalette::TerminalPalette(const TerminalColors &colors)
-    : m_colors(colors)
-    , m_foreground(colors.foreground.rgb())
-    , m_background(colors.background.rgb())
-    , m_cursor(colors.cursor.rgb())
+    : TerminalPalette(colors, {})
 {
-    constexpr int cubeStart = 16;
-    constexpr int greyStart = 232;
-    for (int i = 0; i < cubeStart; ++i)
-        m_indexed.at(std::size_t(i)) = colors.ansi.at(std::size_t(i)).rgb();
-    for (int i = cubeStart; i < greyStart; ++i) {
-        const int place = i - cubeStart;
-        m_indexed.at(std::size_t(i)) = qRgb(cubeStep(place / 36), cubeStep(place / 6 % 6), cubeStep(place % 6));
-    }
-    for (int i = greyStart; i < 256; ++i) {
-        const int level = 8 + 10 * (i - greyStart);
-        m_indexed.at(std::size_t(i)) = qRgb(level, level, level);
-    }
+}
+
+TerminalPalette::TerminalPalette(const TerminalColors &colors, const TerminalColorTable &chosen)
+    : m_colors(colors)
+{
+    TerminalColorTable table = chosen;
+    table.setTheme(themeColors(colors));
+    const auto color = [&table](int place) { return 0xff000000 | table.color(place); };
+    m_foreground = color(TerminalColorTable::foreground);
+    m_background = color(TerminalColorTable::background);
+    m_cursor = color(TerminalColorTable::cursor);
+    for (int i = 0; i < TerminalColorTable::foreground; ++i)
+        m_indexed.at(std::size_t(i)) = color(i);
     constexpr std::size_t yellow = 3;
     m_selection = mix(m_background, m_foreground, 0.3);
     m_found = mix(m_background, m_indexed.at(yellow), 0.4);
     m_foundCurrent = m_indexed.at(yellow);
+}
+
+TerminalColorTable::Colors TerminalPalette::themeColors(const TerminalColors &colors)
+{
+    const auto rgb = [](const QColor &color) { return color.rgb() & 0xFFFFFF; };
+    TerminalColorTable::Colors table = TerminalColorTable::plain();
+    std::transform(colors.ansi.begin(), colors.ansi.end(), table.begin(), rgb);
+    table.at(TerminalColorTable::foreground) = rgb(colors.foreground);
+    table.at(TerminalColorTable::background) = rgb(colors.background);
+    table.at(TerminalColorTable::cursor) = rgb(colors.cursor);
+    return table;
 }
 
 TerminalColors TerminalPalette::standard()

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "terminal/TerminalCell.h"
+#include "terminal/TerminalColorTable.h"
 
 #include <QColor>
 
@@ -33,9 +34,13 @@ public:
     enum class Mark { none, selected, found, foundCurrent };
 
     explicit TerminalPalette(const TerminalColors &colors = standard());
+    /// The program's choices in place of the theme's colours.
+    TerminalPalette(const TerminalColors &colors, const TerminalColorTable &chosen);
 
     /// Those of a dark terminal, for as long as no theme was set.
     static TerminalColors standard();
+    /// As programs are told them.
+    static TerminalColorTable::Colors themeColors(const TerminalColors &colors);
 
     const TerminalColors &colors() const { return m_colors; }
     QRgb background() const { return m_background; }

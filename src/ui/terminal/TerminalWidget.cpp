@@ -2,11 +2,13 @@
 #include "ui/terminal/TerminalWidget.h"
 
 #include "ui/Theme.h"
+#include "ui/terminal/TerminalAccessible.h"
 #include "ui/terminal/TerminalFinder.h"
 #include "ui/terminal/TerminalFont.h"
 #include "ui/terminal/TerminalNote.h"
 #include "ui/terminal/TerminalPasteBar.h"
 #include "ui/terminal/TerminalPointer.h"
+#include "ui/terminal/TerminalReader.h"
 #include "ui/terminal/TerminalSearchBar.h"
 
 #include <QApplication>
@@ -44,6 +46,7 @@ TerminalWidget::TerminalWidget(QWidget *parent)
     : QAbstractScrollArea(parent)
     , m_wantedFont(Theme::monospace())
     , m_selection(m_emulator)
+    , m_reader(new TerminalReader(m_emulator, *this))
     , m_pointer(new TerminalPointer(m_emulator, m_selection, m_scene.geometry, this))
     , m_search(new TerminalFinder(m_emulator, this))
     , m_bars(new QWidget(this))
@@ -53,6 +56,8 @@ TerminalWidget::TerminalWidget(QWidget *parent)
     , m_linkNote(new TerminalNote(Qt::AlignBottom | Qt::AlignLeft, this))
     , m_sizeNote(new TerminalNote(Qt::AlignCenter, this))
 {
+    // The name makes Qt ask for the interface.
+    TerminalAccessible::install();
     setObjectName(u"terminal"_s);
     setAccessibleName(tr("Terminal"));
     setFrameShape(QFrame::NoFrame);
@@ -65,6 +70,7 @@ TerminalWidget::TerminalWidget(QWidget *parent)
     setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
     prepareBars();
     prepareViewport();
+    m_emulator.setThemeColors(TerminalPalette::themeColors(m_palette.colors()));
     followEmulator();
     followPointer();
     measureFont();
@@ -147,6 +153,7 @@ void TerminalWidget::followEmulator()
         m_hasTyped = true;
         emit typed(bytes);
     });
+    connect(&m_emulator, &TerminalEmulator::colorsChanged, this, &TerminalWidget::applyColors);
     connect(&m_emulator, &TerminalEmulator::bell, this, &TerminalWidget::ring);
     connect(&m_emulator, &TerminalEmulator::clipboardWritten, this, [this](const QString &text) {
         QApplication::clipboard()->setText(text);
@@ -159,6 +166,14 @@ void TerminalWidget::setColors(const Colors &colors)
     if (colors == m_palette.colors())
         return;
     m_palette = TerminalPalette(colors);
+    m_emulator.setThemeColors(TerminalPalette::themeColors(colors));
+    applyColors();
+}
+
+/// What the program has chosen stays when the theme changes.
+void TerminalWidget::applyColors()
+{
+    m_palette = TerminalPalette(m_palette.colors(), m_emulator.colors());
     styleScrollBar();
     viewport()->update();
 }

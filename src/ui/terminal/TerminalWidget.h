@@ -26,6 +26,7 @@ class TerminalFont;
 class TerminalNote;
 class TerminalPasteBar;
 class TerminalPointer;
+class TerminalReader;
 class TerminalFinder;
 class TerminalSearchBar;
 
@@ -58,10 +59,15 @@ public:
     const TerminalSelection &selection() const { return m_selection; }
     /// Where the cells are in the viewport.
     const TerminalGeometry &geometry() const { return m_scene.geometry; }
+    /// From one place up to the other; the same twice selects nothing.
+    void select(TerminalPoint start, TerminalPoint end);
     void copySelection();
     /// Asks first where the program would run the text line by line.
     void paste(const QString &text);
     void openSearch();
+    /// Scrolls to a line, unless it is in sight.
+    void reveal(qint64 line);
+    TerminalReader &reader() { return *m_reader; }
 
     bool event(QEvent *event) override;
     QVariant inputMethodQuery(Qt::InputMethodQuery query) const override;
@@ -110,6 +116,7 @@ private:
     void prepareBars();
     void followEmulator();
     void followPointer();
+    void applyColors();
     void styleScrollBar();
 
     void measureFont();
@@ -120,7 +127,6 @@ private:
     void arrangeBars();
     qint64 followTop() const;
     void scrollTo(qint64 top);
-    void reveal(qint64 line);
     void updateScrollBar();
     void scheduleFrame();
     void takeFrame();
@@ -150,6 +156,7 @@ private:
     std::unique_ptr<TerminalFont> m_font;
     TerminalScene m_scene;
     TerminalSelection m_selection;
+    TerminalReader *m_reader;
     TerminalPointer *m_pointer;
     TerminalFinder *m_search;
     QWidget *m_bars;

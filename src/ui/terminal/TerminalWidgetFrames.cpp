@@ -107,6 +107,7 @@ void TerminalWidget::takeFrame()
     geometry.top = m_keptTop.value_or(followTop());
     m_isFlooded = geometry.top - old.top > geometry.rows;
     QRegion region = regionOf(m_scene.frame.take(m_emulator, geometry.top, geometry.rows));
+    geometry.wideRows = m_scene.frame.wideRows();
     m_scene.cursor = m_emulator.cursor();
     if (old != geometry || wasReversed != m_scene.isReversed)
         region = viewport()->rect();

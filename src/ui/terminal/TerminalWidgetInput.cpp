@@ -6,6 +6,7 @@
 #include "ui/terminal/TerminalNote.h"
 #include "ui/terminal/TerminalPasteBar.h"
 #include "ui/terminal/TerminalPointer.h"
+#include "ui/terminal/TerminalReader.h"
 #include "ui/terminal/TerminalSearchBar.h"
 #include "ui/terminal/TerminalWidget.h"
 
@@ -46,7 +47,10 @@ bool offersFiles(const QMimeData &data)
 
 void TerminalWidget::followPointer()
 {
-    connect(m_pointer, &TerminalPointer::selectionChanged, this, &TerminalWidget::updateMarks);
+    connect(m_pointer, &TerminalPointer::selectionChanged, this, [this] {
+        updateMarks();
+        m_reader->tellSelection(m_selection.range());
+    });
     connect(m_pointer, &TerminalPointer::selectionMade, this, [this] {
         QClipboard &clipboard = *QApplication::clipboard();
         if (clipboard.supportsSelection())
@@ -64,6 +68,13 @@ void TerminalWidget::followPointer()
         });
     });
     connect(m_pointer, &TerminalPointer::fontSizeStepped, this, &TerminalWidget::fontSizeStepped);
+}
+
+void TerminalWidget::select(TerminalPoint start, TerminalPoint end)
+{
+    m_selection.begin({start, start}, TerminalSelection::Unit::character);
+    m_selection.extend({end, end});
+    updateMarks();
 }
 
 /// Whatever is sent counts as typed by the user, who wants to see what comes of it. False when that was nothing.
