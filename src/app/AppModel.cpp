@@ -12,6 +12,7 @@
 #include "backup/BackupHistoryStore.h"
 #include "backup/BackupStore.h"
 #include "base/Json.h"
+#include "editor/RecoveryCopies.h"
 #include "files/LocalFileService.h"
 #include "files/PaneModel.h"
 #include "files/RemoteFileService.h"
@@ -157,9 +158,11 @@ void AppModel::takeUpTransfers()
 
 void AppModel::takeUpEditedFiles()
 {
-    m_editedFiles = std::make_unique<EditedFiles>(
-        EditedFiles::Environment{AppPaths::applicationSupport() + u"/edited"_s, m_localFiles, *m_connections,
-                                 [this](const QUuid &server) { return m_servers->server(server); }});
+    m_recoveryCopies = std::make_shared<RecoveryCopies>(AppPaths::applicationSupport() + u"/unsaved"_s);
+    EditedFiles::Environment environment{AppPaths::applicationSupport() + u"/edited"_s, m_localFiles, *m_connections,
+                                         [this](const QUuid &server) { return m_servers->server(server); }};
+    environment.hasUnsavedText = [copies = m_recoveryCopies](const QString &path) { return copies->covers(path); };
+    m_editedFiles = std::make_unique<EditedFiles>(std::move(environment));
     connect(m_editedFiles.get(), &EditedFiles::messageRaised, this, &AppModel::messageRaised);
     for (const auto &tabs : m_tabs)
         connect(m_editedFiles.get(), &EditedFiles::folderChanged, tabs.get(), &PaneTabs::reload);
