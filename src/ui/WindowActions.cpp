@@ -59,6 +59,7 @@ QList<CommandInfo> windowCommands()
         {backupSelection, WindowActions::tr("Back up the selection…"), u"backup"_s, {}},
         {openArchive, WindowActions::tr("Open a backup's archive…"), u"archive-extract"_s, {}},
         {monitor, WindowActions::tr("Monitor"), u"office-chart-area"_s, {Qt::CTRL | Qt::SHIFT | Qt::Key_M}},
+        {editor, WindowActions::tr("Editor"), u"document-edit"_s, {Qt::CTRL | Qt::SHIFT | Qt::Key_E}},
         {shortcuts, WindowActions::tr("Keyboard shortcuts"), u"help-keyboard-shortcuts"_s, {Qt::Key_F1}},
         {about, WindowActions::tr("About Moorix"), u"help-about"_s, {}},
     };
@@ -121,8 +122,8 @@ const QList<WindowActions::Menu> &WindowActions::menus()
         {tr("&Edit"),
          {P::cut, P::copy, P::paste, line, P::selectAll, P::invertSelection, line, P::copyPath, line, W::preferences}},
         {tr("&View"),
-         {P::filter, P::toggleHidden, P::reload, line, W::twoSides, W::sidebar, W::transfers, W::monitor, line,
-          W::terminal, W::terminalInSide, W::terminalToFolder, W::folderOfTerminal, line, W::swapSides,
+         {P::filter, P::toggleHidden, P::reload, line, W::twoSides, W::sidebar, W::transfers, W::monitor, W::editor,
+          line, W::terminal, W::terminalInSide, W::terminalToFolder, W::folderOfTerminal, line, W::swapSides,
           W::sameFolderThere}},
         {tr("&Go"),
          {P::goBack, P::goForward, P::goUp, W::home, P::editPath, line, W::nextTab, W::previousTab, P::focusOtherSide,

@@ -3,6 +3,7 @@
 
 #include "ui/Widgets.h"
 #include "ui/WindowActions.h"
+#include "ui/editor/EditorCommand.h"
 
 #include <QAction>
 #include <QGridLayout>
@@ -49,6 +50,14 @@ QList<Line> linesOfSyncs()
             {ShortcutsOverview::tr("As suggested"), {Qt::Key_U}},
             {ShortcutsOverview::tr("Close or open a folder"), {Qt::Key_Return}},
             {ShortcutsOverview::tr("Sync"), {Qt::CTRL | Qt::Key_Return}}};
+}
+
+QList<Line> linesOfEditor()
+{
+    QList<Line> lines{{ShortcutsOverview::tr("Edit the selected file"), infoOf(PaneCommand::edit).keys}};
+    for (const EditorCommandInfo &info : editorCommands())
+        lines.append({info.text, info.keys});
+    return lines;
 }
 
 /// Names on the left, keys on the right.
@@ -98,6 +107,7 @@ ShortcutsOverview::ShortcutsOverview(const WindowActions &actions, QWidget *pare
     for (const WindowActions::Menu &menu : WindowActions::menus())
         (index++ < 2 ? left : right)->addWidget(makeGroup(withoutMnemonic(menu.title), linesOf(actions, menu), body));
     right->addWidget(makeGroup(tr("Rows of a sync"), linesOfSyncs(), body));
+    left->addWidget(makeGroup(tr("Editor"), linesOfEditor(), body));
     left->addStretch(1);
     right->addStretch(1);
     auto *scroll = new QScrollArea(this);
