@@ -14,6 +14,7 @@
 #include "base/Json.h"
 #include "endpoints/AppUpdateManager.h"
 #include "endpoints/RemoteDiagnosticsService.h"
+#include "editor/RecoveryCopies.h"
 #include "files/LocalFileService.h"
 #include "files/PaneModel.h"
 #include "files/RemoteFileService.h"
@@ -160,9 +161,11 @@ void AppModel::takeUpTransfers()
 
 void AppModel::takeUpEditedFiles()
 {
-    m_editedFiles = std::make_unique<EditedFiles>(
-        EditedFiles::Environment{AppPaths::applicationSupport() + u"/edited"_s, m_localFiles, *m_connections,
-                                 [this](const QUuid &server) { return m_servers->server(server); }});
+    m_recoveryCopies = std::make_shared<RecoveryCopies>(AppPaths::applicationSupport() + u"/unsaved"_s);
+    EditedFiles::Environment environment{AppPaths::applicationSupport() + u"/edited"_s, m_localFiles, *m_connections,
+                                         [this](const QUuid &server) { return m_servers->server(server); }};
+    environment.hasUnsavedText = [copies = m_recoveryCopies](const QString &path) { return copies->covers(path); };
+    m_editedFiles = std::make_unique<EditedFiles>(std::move(environment));
     connect(m_editedFiles.get(), &EditedFiles::messageRaised, this, &AppModel::messageRaised);
     for (const auto &tabs : m_tabs)
         connect(m_editedFiles.get(), &EditedFiles::folderChanged, tabs.get(), &PaneTabs::reload);

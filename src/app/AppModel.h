@@ -34,6 +34,7 @@ class PaneTabs;
 class Preferences;
 class ProcessRunner;
 class RemoteDiagnosticsService;
+class RecoveryCopies;
 class ServerConnections;
 class ServerStore;
 class SettingsStore;
@@ -80,6 +81,7 @@ public:
     FileClipboard &clipboard() const { return *m_clipboard; }
     ListColumns &columns() const { return *m_columns; }
     EditedFiles &editedFiles() const { return *m_editedFiles; }
+    const std::shared_ptr<RecoveryCopies> &recoveryCopies() const { return m_recoveryCopies; }
     BackupStore &backups() const { return *m_backups; }
     BackupHistoryStore &backupHistory() const { return *m_backupHistory; }
     BackupEngine &backupEngine() const { return *m_backupEngine; }
@@ -146,6 +148,7 @@ private:
     std::unique_ptr<TransferEngine> m_transfers;
     std::unique_ptr<FileClipboard> m_clipboard;
     std::unique_ptr<ListColumns> m_columns;
+    std::shared_ptr<RecoveryCopies> m_recoveryCopies;
     std::unique_ptr<EditedFiles> m_editedFiles;
     std::unique_ptr<BackupStore> m_backups;
     std::unique_ptr<BackupHistoryStore> m_backupHistory;

@@ -5,13 +5,12 @@
 #include "base/JsonFile.h"
 #include "files/Format.h"
 #include "files/LocalDisk.h"
+#include "files/LockedFolder.h"
 
 #include <QDir>
 
 #include <cerrno>
 
-#include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 
 namespace moorix {
@@ -19,15 +18,6 @@ namespace moorix {
 using namespace Qt::StringLiterals;
 
 namespace {
-
-/// The lock ends with the last descriptor, however its program ends.
-FileDescriptor lockedFolder(const QString &path, int whenTaken)
-{
-    FileDescriptor folder(::open(QFile::encodeName(path).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (folder.isOpen() && ::flock(folder.value(), LOCK_EX | whenTaken) != 0)
-        folder.close();
-    return folder;
-}
 
 void makeFolder(const QString &path)
 {
@@ -51,7 +41,7 @@ EditedCopy::EditedCopy(const QUuid &id, QString folder, FileDescriptor lock)
 
 std::shared_ptr<EditedCopy> EditedCopy::open(const QUuid &id, const QString &folder)
 {
-    FileDescriptor lock = lockedFolder(folder, LOCK_NB);
+    FileDescriptor lock = lockedFolder(folder, WhenLocked::giveUp);
     if (!lock.isOpen())
         return nullptr;
     return std::shared_ptr<EditedCopy>(new EditedCopy(id, folder, std::move(lock)));
@@ -64,7 +54,7 @@ std::shared_ptr<EditedCopy> EditedCopy::make(const QString &root)
     const QUuid id = newUuid();
     const QString folder = Format::join(root, uuidText(id));
     // Keeps a program that starts at this moment from taking the folder over before it is locked.
-    const FileDescriptor all = lockedFolder(root, 0);
+    const FileDescriptor all = lockedFolder(root, WhenLocked::wait);
     makeFolder(folder);
     std::shared_ptr<EditedCopy> copy = open(id, folder);
     if (!copy)
@@ -77,7 +67,7 @@ std::shared_ptr<EditedCopy> EditedCopy::make(const QString &root)
 std::vector<std::shared_ptr<EditedCopy>> EditedCopy::takeOver(const QString &root)
 {
     std::vector<std::shared_ptr<EditedCopy>> copies;
-    const FileDescriptor all = lockedFolder(root, 0);
+    const FileDescriptor all = lockedFolder(root, WhenLocked::wait);
     const QStringList names = QDir(root).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
     for (const QString &name : names) {
         const QUuid id(name);

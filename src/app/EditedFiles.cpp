@@ -45,6 +45,8 @@ struct LeftOver
 struct Found
 {
     QList<LeftOver> changed;
+    /// What was never saved belongs to these.
+    QList<LeftOver> awaited;
     QStringList problems;
 };
 
@@ -54,7 +56,8 @@ bool isEmptyFolder(const QString &path)
 }
 
 /// What earlier runs have left: what holds changes, and of the rest nothing.
-Found takeOverFolders(const QString &root, const std::stop_token &stop)
+Found takeOverFolders(const QString &root, const std::function<bool(const QString &)> &hasUnsavedText,
+                      const std::stop_token &stop)
 {
     Found found;
     for (std::shared_ptr<EditedCopy> &copy : EditedCopy::takeOver(root)) {
@@ -63,6 +66,8 @@ Found takeOverFolders(const QString &root, const std::stop_token &stop)
             const auto checksum = record ? editedVersion::checksum(*copy, *record, stop) : std::nullopt;
             if (checksum && *checksum != record->checksum)
                 found.changed.append({std::move(copy), *record});
+            else if (checksum && hasUnsavedText(copy->filePath(*record)))
+                found.awaited.append({std::move(copy), *record});
             else if (checksum || isEmptyFolder(copy->editedFolder()))
                 copy->remove();
             else
@@ -127,22 +132,25 @@ EditedFiles::EditedFiles(Environment environment, QObject *parent)
 EditedFiles::~EditedFiles()
 {
     for (const auto &entry : m_entries) {
-        if (entry->state == State::uploaded && !entry->isWritten())
+        const bool isOnServer = entry->state == State::uploaded && !entry->isWritten();
+        if (isOnServer && !m_environment.hasUnsavedText(entry->path()))
             entry->copy->remove();
     }
 }
 
 void EditedFiles::takeOver()
 {
-    m_takeOver =
-        runJob([root = m_environment.root](const std::stop_token &stop) { return takeOverFolders(root, stop); },
-               [this](const Found &found) {
-                   for (const LeftOver &leftOver : found.changed)
-                       add(leftOver.copy, leftOver.record, State::leftOver);
-                   for (const QString &problem : found.problems)
-                       emit messageRaised(problem);
-               },
-               [this](const Error &error) { emit messageRaised(error.message()); });
+    m_takeOver = runJob([root = m_environment.root, hasUnsavedText = m_environment.hasUnsavedText](
+                            const std::stop_token &stop) { return takeOverFolders(root, hasUnsavedText, stop); },
+                        [this](const Found &found) {
+                            for (const LeftOver &leftOver : found.awaited)
+                                add(leftOver.copy, leftOver.record, State::uploaded);
+                            for (const LeftOver &leftOver : found.changed)
+                                add(leftOver.copy, leftOver.record, State::leftOver);
+                            for (const QString &problem : found.problems)
+                                emit messageRaised(problem);
+                        },
+                        [this](const Error &error) { emit messageRaised(error.message()); });
 }
 
 Job EditedFiles::fetch(const ServerConnection &server, std::shared_ptr<RemoteFileService> service, const FileItem &file,

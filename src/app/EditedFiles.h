@@ -74,6 +74,9 @@ public:
         TransferLink::Delays reconnectDelays = {std::chrono::seconds(1), std::chrono::seconds(3)};
         /// From the last sign of a save to the look at what was saved.
         std::chrono::milliseconds settlingTime{400};
+        /// Whether there is text for the copy at this path that was never saved into it, without which the copy is of
+        /// no use to anybody. Called on any thread.
+        std::function<bool(const QString &path)> hasUnsavedText = [](const QString &) { return false; };
     };
     using Guard = editedVersion::Guard;
 

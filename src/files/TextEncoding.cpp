@@ -98,6 +98,15 @@ std::optional<DecodedText> decodedText(const QByteArray &bytes)
     return DecodedText{QString::fromLatin1(bytes), TextEncoding::latin1};
 }
 
+std::optional<QString> decodedTextAs(const QByteArray &bytes, TextEncoding encoding)
+{
+    if (encoding == TextEncoding::latin1)
+        return QString::fromLatin1(bytes);
+    const Form form = formOf(encoding);
+    const bool isMarked = !form.mark.isEmpty() && bytes.startsWith(form.mark);
+    return decoded(QByteArrayView(bytes).sliced(isMarked ? form.mark.size() : 0), form);
+}
+
 std::optional<QByteArray> encodedText(const QString &text, TextEncoding encoding)
 {
     // Qt's encoder puts question marks without a word.

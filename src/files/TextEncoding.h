@@ -4,6 +4,7 @@
 #include <QByteArray>
 #include <QString>
 
+#include <array>
 #include <optional>
 
 namespace moorix {
@@ -18,6 +19,10 @@ enum class TextEncoding {
     utf32BigEndian,
     latin1
 };
+inline constexpr std::array textEncodings{
+    TextEncoding::utf8,           TextEncoding::utf8Marked,        TextEncoding::utf16LittleEndian,
+    TextEncoding::utf16BigEndian, TextEncoding::utf32LittleEndian, TextEncoding::utf32BigEndian,
+    TextEncoding::latin1};
 
 /// "UTF-8", "UTF-8 with a mark", "UTF-16 LE", "Latin-1".
 QString nameOf(TextEncoding encoding);
@@ -33,6 +38,9 @@ struct DecodedText
 /// Latin-1, which any bytes are. Nothing for bytes that are no text: those with a zero byte, or not of their own mark's
 /// encoding.
 std::optional<DecodedText> decodedText(const QByteArray &bytes);
+
+/// Reads bytes by an encoding that somebody chose, whose mark may be missing. Nothing where they are not of it.
+std::optional<QString> decodedTextAs(const QByteArray &bytes, TextEncoding encoding);
 
 /// The bytes of a file with that text, the encoding's mark first; `decodedText` reads them back as they were. Nothing
 /// where the encoding has no bytes for one of the characters.

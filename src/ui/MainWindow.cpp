@@ -5,6 +5,7 @@
 #include "app/PaneTabs.h"
 #include "app/ServerConnections.h"
 #include "app/Session.h"
+#include "files/Format.h"
 #include "files/PaneModel.h"
 #include "settings/SettingsStore.h"
 #include "sync/SyncEngine.h"
@@ -25,6 +26,7 @@
 #include "ui/WindowStyle.h"
 #include "ui/backup/BackupArea.h"
 #include "ui/compare/DiffPage.h"
+#include "ui/editor/EditorArea.h"
 #include "ui/monitor/MonitorArea.h"
 #include "ui/pane/PaneView.h"
 #include "ui/servers/ServerLibraryView.h"
@@ -59,6 +61,7 @@ MainWindow::MainWindow(AppModel &model)
     connectParts();
     connectCommands();
     connectMonitor();
+    connectEditor();
     m_actions->action(WindowCommand::sidebar)->setChecked(m_sidebar->isVisibleTo(this));
     applyTwoSides();
     followActiveSide();
@@ -244,6 +247,7 @@ void MainWindow::showLocation()
                           : showsSync()     ? m_sync->title()
                           : showsBackups()  ? m_backups->title()
                           : showsMonitor()  ? m_monitor->title()
+                          : showsEditor()   ? m_editor->title()
                                             : session.title();
     setWindowTitle(tr("%1 — Moorix").arg(title));
     WindowState::saveTabs(m_model);
@@ -264,6 +268,8 @@ void MainWindow::applyLook()
     Theme::apply(*qobject_cast<QApplication *>(QApplication::instance()), settings.themeID.value(),
                  settings.contentFontSize.value());
     setStyleSheet(windowStyleSheet());
+    if (m_editor)
+        m_editor->applyLook();
 }
 
 void MainWindow::applyTwoSides()
@@ -301,8 +307,16 @@ bool MainWindow::mayQuit()
                   << (unsent.size() == 1 ? tr("your version is kept for the next start.")
                                          : tr("your versions are kept for the next start."));
     }
-    if (const QString unsaved = m_comparison ? m_comparison->unsavedSentence() : QString(); !unsaved.isEmpty())
-        sentences << unsaved;
+    if (const QString changed = m_comparison ? m_comparison->unsavedSentence() : QString(); !changed.isEmpty())
+        sentences << changed;
+    const QList<EditorPage *> unsaved = m_editor->unsaved();
+    if (unsaved.size() == 1) {
+        sentences << tr("“%1” has changes that are not saved; they are kept for the next start.")
+                         .arg(Format::display(unsaved.constFirst()->title()));
+    } else if (!unsaved.isEmpty()) {
+        sentences
+            << tr("%1 files have changes that are not saved; they are kept for the next start.").arg(unsaved.size());
+    }
     if (const QString busy = m_terminals->quitSentence(); !busy.isEmpty())
         sentences << busy;
     if (m_mayClose || sentences.isEmpty())
@@ -314,6 +328,8 @@ bool MainWindow::mayQuit()
                                              [this] { quitNow(); });
                   }};
     }
+    if (!unsaved.isEmpty())
+        better = {tr("Save and quit"), [this] { m_editor->saveAll([this] { close(); }); }};
     m_question->ask(
         sentences.join(u' ') + u' ' + tr("Quit?"), tr("Quit"), MessageBar::Tone::warning, [this] { quitNow(); },
         std::move(better));
@@ -326,6 +342,7 @@ void MainWindow::closeEvent(QCloseEvent *event)
         event->ignore();
         return;
     }
+    m_editor->keepNow();
     WindowState::save(m_model, *this, *m_outer, *m_sides);
     m_terminals->endAll();
     event->accept();

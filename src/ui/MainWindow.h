@@ -2,6 +2,7 @@
 #pragma once
 
 #include "app/AppModel.h"
+#include "editor/RecoveryCopies.h"
 #include "ui/WindowActions.h"
 
 #include <QMainWindow>
@@ -19,6 +20,7 @@ namespace moorix {
 class BackupArea;
 class DesktopNotifier;
 class DiffPage;
+class EditorArea;
 class MainToolBar;
 class MessageBar;
 class MonitorArea;
@@ -80,6 +82,10 @@ private:
     void runComparisonCommand(PaneCommand command);
     void connectMonitor();
     void runMonitorCommand(PaneCommand command);
+    void connectEditor();
+    void showEditor();
+    void offerUnsavedText(const QList<RecoveryCopies::Found> &found);
+    void runEditorCommand(PaneCommand command);
 
     PaneTabs &activeTabs() const;
     SideView &activeView() const;
@@ -109,6 +115,8 @@ private:
     bool showsComparison() const;
     /// Whether the monitor stands in place of the two sides.
     bool showsMonitor() const;
+    /// Whether the editor stands in place of the two sides.
+    bool showsEditor() const;
 
     void followActiveSide();
     void followSession();
@@ -134,6 +142,8 @@ private:
     /// What the comparison stands in place of.
     QWidget *m_comparedFrom = nullptr;
     MonitorArea *m_monitor = nullptr;
+    EditorArea *m_editor = nullptr;
+    Job m_leftOver;
     DesktopNotifier *m_notifier = nullptr;
     std::array<SideView *, 2> m_sideViews{};
     TransferDrawer *m_drawer = nullptr;

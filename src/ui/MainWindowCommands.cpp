@@ -17,6 +17,7 @@
 #include "ui/backup/BackupArea.h"
 #include "ui/dialogs/AboutDialog.h"
 #include "ui/dialogs/ShortcutsOverview.h"
+#include "ui/editor/EditorArea.h"
 #include "ui/pane/PaneView.h"
 #include "ui/preferences/PreferencesWindow.h"
 #include "ui/servers/ConnectionForm.h"
@@ -59,6 +60,7 @@ bool worksBesideSides(WindowCommand command)
     case backupSelection:
     case openArchive:
     case monitor:
+    case editor:
     case sidebar:
     case focusSidebar:
     case transfers:
@@ -150,6 +152,10 @@ void MainWindow::addViewCommands()
 
 void MainWindow::runCommand(WindowCommand command)
 {
+    if (showsEditor() && command == WindowCommand::closeTab)
+        return m_editor->run(EditorCommand::close);
+    if (showsEditor() && (command == WindowCommand::nextTab || command == WindowCommand::previousTab))
+        return m_editor->stepTab(command == WindowCommand::nextTab ? 1 : -1);
     const bool leaves = !showsSides() && !worksBesideSides(command);
     if (leaves)
         showSides();
@@ -181,6 +187,10 @@ void MainWindow::runPaneCommand(PaneCommand command)
     }
     if (showsMonitor()) {
         runMonitorCommand(command);
+        return;
+    }
+    if (showsEditor()) {
+        runEditorCommand(command);
         return;
     }
     if (command == PaneCommand::focusOtherSide) {

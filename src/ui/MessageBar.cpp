@@ -72,16 +72,30 @@ void MessageBar::ask(const QString &text, const QString &buttonText, Tone tone, 
     if (!isAncestorOf(QApplication::focusWidget()))
         m_before = QApplication::focusWidget();
     offer(text, buttonText, tone, std::move(confirmed));
+    m_confirm->setFocusPolicy(Qt::StrongFocus);
     m_chosen = std::move(better.run);
     m_better->setText(better.text);
     m_better->setVisible(!better.text.isEmpty());
     (better.text.isEmpty() ? m_confirm : m_better)->setFocus();
 }
 
+void MessageBar::addChoice(MessageChoice choice)
+{
+    QPushButton *button = Widgets::button(choice.text, QStringLiteral("messageBarChoice"), this);
+    button->setFocusPolicy(Qt::TabFocus);
+    auto *row = static_cast<QHBoxLayout *>(layout());
+    row->insertWidget(row->indexOf(m_confirm), button);
+    connect(button, &QPushButton::clicked, this, [this, run = std::move(choice.run)] { answer(run); });
+    button->show();
+    m_choices.append(button);
+}
+
 void MessageBar::offer(const QString &text, const QString &buttonText, Tone tone, std::function<void()> pressed)
 {
     m_confirmed = std::move(pressed);
     m_confirm->setText(buttonText);
+    // A click leaves the keyboard where it is.
+    m_confirm->setFocusPolicy(Qt::TabFocus);
     m_confirm->show();
     m_better->hide();
     show(text, tone);
@@ -112,7 +126,7 @@ void MessageBar::keyPressEvent(QKeyEvent *event)
         return;
     }
     if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
-        for (QPushButton *button : {m_better, m_confirm}) {
+        for (QPushButton *button : QList{m_better, m_confirm} + m_choices) {
             if (button->hasFocus())
                 return button->click();
         }
@@ -125,6 +139,11 @@ void MessageBar::show(const QString &text, Tone tone)
     static const std::array names{QStringLiteral("information"), QStringLiteral("warning"), QStringLiteral("danger")};
     m_text->setText(text);
     m_progress->hide();
+    for (QPushButton *button : std::exchange(m_choices, {})) {
+        // Later: it may be the one that was pressed.
+        button->hide();
+        button->deleteLater();
+    }
     Widgets::setStyleProperty(*this, "tone", names.at(std::size_t(tone)));
     QFrame::show();
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QFrame>
+#include <QList>
 #include <QPointer>
 
 #include <functional>
@@ -36,6 +37,8 @@ public:
     /// unless there is a better choice, which stands out then.
     void ask(const QString &text, const QString &buttonText, Tone tone, std::function<void()> confirmed,
              MessageChoice better = {});
+    /// One more button beside those of the sentence that is shown; goes with it.
+    void addChoice(MessageChoice choice);
     /// Like `ask` for what need not be answered: the focus stays where it is.
     void offer(const QString &text, const QString &buttonText, Tone tone, std::function<void()> pressed);
     /// Shows, beside the sentence of `offer`, how far it is; a negative number when that is unknown. Goes with the next
@@ -59,6 +62,7 @@ private:
     QProgressBar *m_progress;
     QPushButton *m_better;
     QPushButton *m_confirm;
+    QList<QPushButton *> m_choices;
     std::function<void()> m_confirmed;
     std::function<void()> m_chosen;
     /// Who had the keyboard before a question took it.

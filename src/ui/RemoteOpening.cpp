@@ -27,13 +27,14 @@ void openWithDesktop(AppModel &model, const QString &path)
 }
 
 RemoteOpening::RemoteOpening(AppModel &model, ServerConnection server, std::shared_ptr<RemoteFileService> service,
-                             FileItem file, QBoxLayout &column)
+                             FileItem file, QBoxLayout &column, std::function<void(const QString &)> opener)
     : QObject(column.parentWidget())
     , m_model(model)
     , m_server(std::move(server))
     , m_service(std::move(service))
     , m_file(std::move(file))
     , m_bar(new MessageBar(column.parentWidget()))
+    , m_opener(std::move(opener))
 {
     m_bar->setObjectName(QStringLiteral("openingBar"));
     column.insertWidget(0, m_bar);
@@ -61,7 +62,10 @@ void RemoteOpening::fetch()
         [this](const QString &path) {
             emit m_model.messageRaised(tr("“%1” is open; what you save in it is uploaded to %2.")
                                            .arg(Format::display(m_file.name), Format::display(m_server.displayName())));
-            openWithDesktop(m_model, path);
+            if (m_opener)
+                m_opener(path);
+            else
+                openWithDesktop(m_model, path);
             end();
         },
         [this](const Error &error) {

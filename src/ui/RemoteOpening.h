@@ -9,6 +9,7 @@
 #include <QTimer>
 
 #include <atomic>
+#include <functional>
 #include <memory>
 
 class QBoxLayout;
@@ -33,9 +34,10 @@ public:
     /// Files larger than this are asked about first.
     static constexpr qint64 largeBytes = 50'000'000;
 
-    /// Shows its notices at the top of `column`, whose widget becomes the parent.
+    /// Shows its notices at the top of `column`, whose widget becomes the parent. `opener` takes the copy in place of
+    /// the desktop's program.
     RemoteOpening(AppModel &model, ServerConnection server, std::shared_ptr<RemoteFileService> service, FileItem file,
-                  QBoxLayout &column);
+                  QBoxLayout &column, std::function<void(const QString &path)> opener = {});
     ~RemoteOpening() override;
 
     const FileItem &file() const { return m_file; }
@@ -50,6 +52,7 @@ private:
     std::shared_ptr<RemoteFileService> m_service;
     FileItem m_file;
     MessageBar *m_bar;
+    std::function<void(const QString &)> m_opener;
     std::shared_ptr<std::atomic<qint64>> m_received;
     QTimer m_tick;
     Job m_job;

@@ -4,6 +4,8 @@
 #include "app/Comparison.h"
 #include "app/PaneTabs.h"
 #include "app/Session.h"
+#include "editor/TextFile.h"
+#include "files/Format.h"
 #include "files/PaneModel.h"
 #include "files/RemoteFileService.h"
 #include "servers/ServerStore.h"
@@ -135,8 +137,15 @@ PaneContext SessionView::paneContext()
     else if (auto service = std::dynamic_pointer_cast<RemoteFileService>(m_session.pane()->service()))
         context.openFile = [this, service](const FileItem &item) { openRemoteFile(service, item); };
     context.openTerminal = [this] { m_terminals.openHere(*m_session.pane(), m_session.server()); };
-    // Programs of the desktop both show files and edit them.
-    context.editFile = context.openFile;
+    context.editFile = [this, open = context.openFile](const FileItem &item) {
+        const auto service = std::dynamic_pointer_cast<RemoteFileService>(m_session.pane()->service());
+        if (item.name.endsWith(QLatin1String(".zip.enc")))
+            open(item);
+        else if (service)
+            editRemoteFile(service, item);
+        else
+            emit editRequested(item.path, {});
+    };
     return context;
 }
 
@@ -152,11 +161,30 @@ std::optional<QString> SessionView::compareFiles()
 
 void SessionView::openRemoteFile(const std::shared_ptr<RemoteFileService> &service, const FileItem &file)
 {
-    const QList<RemoteOpening *> underWay = findChildren<RemoteOpening *>(Qt::FindDirectChildrenOnly);
-    const bool isOnItsWay = std::ranges::any_of(
-        underWay, [&file](const RemoteOpening *opening) { return opening->file().path == file.path; });
-    if (!isOnItsWay)
+    if (!isOnItsWay(file))
         new RemoteOpening(m_model, *m_session.server(), service, file, *m_column);
+}
+
+/// The copy is edited; what is saved in it is uploaded.
+void SessionView::editRemoteFile(const std::shared_ptr<RemoteFileService> &service, const FileItem &file)
+{
+    if (file.size > textFile::maxBytes) {
+        emit m_model.messageRaised(
+            tr("“%1” has %2; the editor takes up to %3.")
+                .arg(Format::display(file.name), Format::byteCount(file.size), Format::byteCount(textFile::maxBytes)));
+        return;
+    }
+    if (isOnItsWay(file))
+        return;
+    const QString place = tr("%1: %2").arg(m_session.server()->displayName(), file.path);
+    new RemoteOpening(m_model, *m_session.server(), service, file, *m_column,
+                      [this, place](const QString &path) { emit editRequested(path, place); });
+}
+
+bool SessionView::isOnItsWay(const FileItem &file) const
+{
+    return std::ranges::any_of(findChildren<RemoteOpening *>(Qt::FindDirectChildrenOnly),
+                               [&file](const RemoteOpening *opening) { return opening->file().path == file.path; });
 }
 
 QWidget *SessionView::makePane()

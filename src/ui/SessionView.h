@@ -45,6 +45,8 @@ signals:
     void importRequested();
     /// An encrypted archive of a backup was opened, for which the desktop has no program.
     void archiveRequested(const QString &path);
+    /// A text file of this machine; `place` is what the user knows it by where that is not its path, or empty.
+    void editRequested(const QString &path, const QString &place);
     void comparisonRequested(const moorix::Comparison &comparison);
 
 private:
@@ -53,6 +55,8 @@ private:
     QWidget *makeContent();
     PaneContext paneContext();
     void openRemoteFile(const std::shared_ptr<RemoteFileService> &service, const FileItem &file);
+    void editRemoteFile(const std::shared_ptr<RemoteFileService> &service, const FileItem &file);
+    bool isOnItsWay(const FileItem &file) const;
     std::optional<QString> compareFiles();
     QWidget *makePane();
     QWidget *makeLibrary();

@@ -242,6 +242,7 @@ SessionView *SideView::makeView(Session &session)
     connect(view, &SessionView::newServerRequested, this, &SideView::newServerRequested);
     connect(view, &SessionView::importRequested, this, &SideView::importRequested);
     connect(view, &SessionView::archiveRequested, this, &SideView::archiveRequested);
+    connect(view, &SessionView::editRequested, this, &SideView::editRequested);
     connect(view, &SessionView::comparisonRequested, this, &SideView::comparisonRequested);
     const auto update = [this, &session] {
         const qsizetype index = m_tabs.sessions().indexOf(&session);

@@ -44,6 +44,8 @@ signals:
     void newServerRequested(const std::optional<QUuid> &folder);
     void importRequested();
     void archiveRequested(const QString &path);
+    /// A text file of this machine; `place` is what the user knows it by where that is not its path, or empty.
+    void editRequested(const QString &path, const QString &place);
     void comparisonRequested(const moorix::Comparison &comparison);
 
 protected:

@@ -45,6 +45,7 @@ enum class WindowCommand {
     backupSelection,
     openArchive,
     monitor,
+    editor,
     shortcuts,
     checkForUpdates,
     about

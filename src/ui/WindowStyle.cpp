@@ -39,7 +39,12 @@ QFrame#syncRowBar, QFrame#syncFooter { background: <sidebar>; border: none; bord
 QPushButton#syncConflicts::menu-indicator, QPushButton#monitorServers::menu-indicator { image: none; width: 0; }
 QFrame#syncProgress, QFrame#syncEnd { background: <sidebar>; border: none; border-bottom: 1px solid <border>; }
 QFrame#conflictBar { background: <toolBar>; border: none; border-top: 2px solid <warning>; }
-QWidget#diffPage { background: <base>; }
+QWidget#diffPage, QWidget#editorArea { background: <base>; }
+QFrame#editorHeader { background: <sidebar>; border: none; border-bottom: 1px solid <border>; }
+QTabBar#editorTabs::tab { padding: 8px 6px 8px 12px; }
+QTabBar#editorTabs QToolButton#closeTab { padding: 0 4px 2px 4px; border-radius: 4px; margin-right: 2px; color: <faintText>;
+    font-size: 15px; }
+QTabBar#editorTabs QToolButton#closeTab:hover { color: <text>; }
 QLabel#diffRemark { background: <sidebar>; border-bottom: 1px solid <border>; }
 QLineEdit#diffSearch[tone="danger"] { border-color: <danger>; }
 QToolButton#diffIgnore[tone="warning"] { color: <warning>; }

@@ -5,6 +5,7 @@
 #include "app/ServerConnections.h"
 #include "remote/SFTPService.h"
 #include "support/TestServer.h"
+#include "ui/editor/EditorView.h"
 
 #include <QDesktopServices>
 #include <QDir>
@@ -158,7 +159,7 @@ private slots:
     {
         putFile(onServer(u"notes & plans.txt"_s), "text");
         WindowBench bench({}, clients());
-        press(bench, Qt::Key_F4);
+        press(bench, Qt::Key_Return);
         QTRY_COMPARE(m_opened.size(), 1);
         QFile copy(m_opened.first());
         QVERIFY(copy.open(QIODevice::ReadWrite) && copy.readAll() == "text");
@@ -191,7 +192,7 @@ private slots:
     {
         putFile(onServer(u"a.txt"_s), "text");
         WindowBench bench({}, clients());
-        const ServerConnection server = press(bench, Qt::Key_F4);
+        const ServerConnection server = press(bench, Qt::Key_Return);
         QTRY_COMPARE(m_opened.size(), 1);
         m_sshd->freeze();
         putFile(m_opened.first(), "mine");
@@ -221,6 +222,42 @@ private slots:
         QCOMPARE(contentOf(onServer(u"a.txt"_s)), "mine");
         bench.stop();
         QTRY_COMPARE(copiesIn(bench), QStringList());
+    }
+
+    void serversFileIsEditedHereAndItsTextOutlivesRefusalAndCrash()
+    {
+        putFile(onServer(u"a.conf"_s), "text\n");
+        WindowBench bench({}, clients());
+        press(bench, Qt::Key_F4);
+        const auto view = [&bench] { return bench.find<EditorView>("editorView"); };
+        QTRY_VERIFY(view() && view()->hasFocus());
+        QVERIFY(bench.find<QLabel>("editorFile")->text().contains(onServer(u"a.conf"_s)));
+        QTest::keyClicks(view(), QLatin1String("my "));
+        bench.key(Qt::Key_S, Qt::ControlModifier);
+        QTRY_COMPARE(contentOf(onServer(u"a.conf"_s)), "my text\n");
+
+        putFile(onServer(u"a.conf"_s), "theirs\n");
+        QTest::keyClicks(view(), QLatin1String("own "));
+        bench.key(Qt::Key_S, Qt::ControlModifier);
+        QTRY_VERIFY(bench.find("editedFilesBar"));
+        QCOMPARE(contentOf(onServer(u"a.conf"_s)), "theirs\n");
+        QCOMPARE(view()->content(), "my own text\n");
+        bench.click(bench.find("editedUpload"));
+        QTRY_COMPARE(contentOf(onServer(u"a.conf"_s)), "my own text\n");
+        QTRY_VERIFY(bench.model->editedFiles().unsent().isEmpty());
+
+        QTest::keyClicks(view(), QLatin1String("typed "));
+        const QDir unsaved(bench.home.path("data/Moorix/unsaved"));
+        QTRY_COMPARE(unsaved.entryList(QDir::Dirs | QDir::NoDotAndDotDot).size(), 1);
+        const std::weak_ptr<RecoveryCopies> copies = bench.model->recoveryCopies();
+        bench.stop();
+        QTRY_VERIFY(copies.expired());
+        bench.start();
+        QTRY_VERIFY(bench.find("unsavedTextBar"));
+        bench.click(bench.find("unsavedTextBar")->findChild<QPushButton *>(u"messageBarConfirm"_s));
+        QTRY_VERIFY(view() && view()->content() == "my own typed text\n");
+        bench.key(Qt::Key_S, Qt::ControlModifier);
+        QTRY_COMPARE_WITH_TIMEOUT(contentOf(onServer(u"a.conf"_s)), "my own typed text\n", 20'000);
     }
 
     void largeFileIsAskedAboutAndItsDownloadCanBeGivenUp()

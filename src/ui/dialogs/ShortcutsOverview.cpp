@@ -3,6 +3,7 @@
 
 #include "ui/Widgets.h"
 #include "ui/WindowActions.h"
+#include "ui/editor/EditorCommand.h"
 
 #include <QAction>
 #include <QGridLayout>
@@ -61,6 +62,14 @@ QList<Line> linesOfComparisons()
             {ShortcutsOverview::tr("Wrap long lines"), {Qt::ALT | Qt::Key_Z}}};
 }
 
+QList<Line> linesOfEditor()
+{
+    QList<Line> lines{{ShortcutsOverview::tr("Edit the selected file"), infoOf(PaneCommand::edit).keys}};
+    for (const EditorCommandInfo &info : editorCommands())
+        lines.append({info.text, info.keys});
+    return lines;
+}
+
 /// Names on the left, keys on the right.
 QWidget *makeGroup(const QString &title, const QList<Line> &lines, QWidget *parent)
 {
@@ -109,6 +118,7 @@ ShortcutsOverview::ShortcutsOverview(const WindowActions &actions, QWidget *pare
         (index++ < 2 ? left : right)->addWidget(makeGroup(withoutMnemonic(menu.title), linesOf(actions, menu), body));
     right->addWidget(makeGroup(tr("Rows of a sync"), linesOfSyncs(), body));
     right->addWidget(makeGroup(tr("Comparisons"), linesOfComparisons(), body));
+    left->addWidget(makeGroup(tr("Editor"), linesOfEditor(), body));
     left->addStretch(1);
     right->addStretch(1);
     auto *scroll = new QScrollArea(this);
