@@ -6,6 +6,8 @@
 #include "app/cli/CommandContext.h"
 #include "app/cli/Console.h"
 #include "app/cli/Interrupt.h"
+#include "app/cli/ManualPage.h"
+#include "app/cli/ShellCompletion.h"
 #include "platform/SecretServiceKeychain.h"
 #include "platform/SystemProcessRunner.h"
 
@@ -21,12 +23,16 @@ namespace {
 
 const QString programName = u"moorix"_s;
 
+} // namespace
+
 QList<Command> allCommands()
 {
     return fileCommands() + copyCommands() + diffCommands() + serverCommands() + serverTransferCommands() +
            secretCommands() + syncCommands() + backupCommands() + backupArchiveCommands() + statsCommands() +
            endpointCommands();
 }
+
+namespace {
 
 bool isHelp(const QString &argument)
 {
@@ -36,6 +42,22 @@ bool isHelp(const QString &argument)
 bool isVersion(const QString &argument)
 {
     return argument == u"--version" || argument == u"-v";
+}
+
+bool isDocument(const QString &argument)
+{
+    return argument == u"--manual" || argument == u"--completion";
+}
+
+/// What the package of the program is made with.
+QString document(const QStringList &words)
+{
+    if (words == QStringList{u"--manual"_s})
+        return manualPage(allCommands(), ProgramInfo::version());
+    const auto script = words.size() == 2 ? shellCompletion(words.at(1), allCommands()) : std::nullopt;
+    if (!script)
+        throw UsageError(u"Usage: moorix --manual, or moorix --completion bash|zsh|fish"_s);
+    return *script;
 }
 
 QString overview()
@@ -53,11 +75,7 @@ QString overview()
 
 QString optionLine(const QCommandLineOption &option)
 {
-    QStringList names;
-    const QStringList all = option.names();
-    for (const QString &name : all)
-        names.append((name.size() == 1 ? u"-"_s : u"--"_s) + name);
-    QString spelled = names.join(u", "_s);
+    QString spelled = spellings(option).join(u", "_s);
     if (!option.valueName().isEmpty())
         spelled += u' ' + option.valueName();
     return u"  %1 %2\n"_s.arg(spelled.leftJustified(26), option.description());
@@ -121,6 +139,10 @@ ExitCode runWords(QStringList words, const CommandLine::Platform &platform)
         console::print(u"Moorix %1\n"_s.arg(ProgramInfo::version()));
         return ExitCode::done;
     }
+    if (isDocument(words.constFirst())) {
+        console::print(document(words));
+        return ExitCode::done;
+    }
     const QString group = words.constFirst();
     const auto command = takeCommand(words);
     if (!command)
@@ -135,7 +157,7 @@ bool CommandLine::isCommand(const QStringList &arguments)
     if (arguments.size() < 2)
         return false;
     const QString word = arguments.at(1);
-    if (isHelp(word) || isVersion(word))
+    if (isHelp(word) || isVersion(word) || isDocument(word))
         return true;
     const QList<Command> commands = allCommands();
     return std::any_of(commands.cbegin(), commands.cend(),

@@ -47,8 +47,8 @@ public:
     explicit MainWindow(AppModel &model);
     ~MainWindow() override;
 
-    /// Shows what the command line names in the active side, then the other: local paths, and SERVER:PATH with a
-    /// server's name, host or identity.
+    /// Shows what the command line names (launchTarget) in the active side, then the other, and so on. A server that is
+    /// not saved is offered only: a page of the web may have named it.
     void openTargets(const QStringList &targets);
     /// Ends the program without asking, as after a signal.
     void quitNow();

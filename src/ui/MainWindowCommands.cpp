@@ -9,6 +9,7 @@
 #include "servers/ServerStore.h"
 #include "settings/SettingsStore.h"
 #include "ui/Favorites.h"
+#include "ui/LaunchTarget.h"
 #include "ui/SessionView.h"
 #include "ui/SideView.h"
 #include "ui/Sidebar.h"
@@ -34,16 +35,6 @@
 namespace moorix {
 
 namespace {
-
-/// The server that the command line means: by identity, else by a name or host that only one has.
-std::optional<ServerConnection> serverNamed(const QString &name, const ServerStore &store)
-{
-    if (const std::optional<ServerConnection> known = store.server(QUuid(name)))
-        return known;
-    QList<ServerConnection> found = store.library().servers;
-    found.removeIf([&name](const ServerConnection &server) { return server.name != name && server.host != name; });
-    return found.size() == 1 ? std::optional(found.first()) : std::nullopt;
-}
 
 /// What needs nothing of the two sides; all else brings them back where something else stands in their place.
 bool worksBesideSides(WindowCommand command)
@@ -349,27 +340,21 @@ void MainWindow::openTargets(const QStringList &targets)
 {
     Side side = m_model.activeSide();
     for (qsizetype i = 0; i < targets.size(); ++i) {
-        const QString &target = targets.at(i);
+        const LaunchTarget target = launchTarget(targets.at(i), m_model.servers().library().servers);
         PaneTabs &tabs = m_model.tabs(side);
         const bool isFirstOfItsSide = i < 2;
-        const qsizetype colon = target.indexOf(u':');
-        const QString name = target.left(colon);
-        const bool mayBeServer = colon > 0 && !name.contains(u'/');
-        const std::optional<ServerConnection> server =
-            mayBeServer ? serverNamed(name, m_model.servers()) : std::nullopt;
-        const QString rest = target.mid(colon + 1);
-        const auto path = rest.isEmpty() ? std::nullopt : std::optional(rest);
-        const QString local = QDir::cleanPath(QDir::current().absoluteFilePath(target));
-        if (server && isFirstOfItsSide)
-            tabs.openServerHere(*server, path);
-        else if (server)
-            tabs.openServer(*server, std::nullopt, path);
-        else if (mayBeServer)
-            emit m_model.messageRaised(tr("There is no saved server “%1”.").arg(name));
+        if (!target.problem.isEmpty())
+            emit m_model.messageRaised(target.problem);
+        else if (!target.address.isEmpty())
+            m_sideViews.at(std::size_t(side))->offerConnection(target.address);
+        else if (target.server && isFirstOfItsSide)
+            tabs.openServerHere(*target.server, target.path);
+        else if (target.server)
+            tabs.openServer(*target.server, std::nullopt, target.path);
         else if (isFirstOfItsSide)
-            tabs.openLocalHere(local);
+            tabs.openLocalHere(*target.path);
         else
-            tabs.openLocal(local);
+            tabs.openLocal(*target.path);
         side = otherSide(side);
     }
 }

@@ -64,6 +64,13 @@ QuickConnectBar::QuickConnectBar(AppModel &model, PaneTabs &tabs, QWidget *paren
 
 QuickConnectBar::~QuickConnectBar() = default;
 
+void QuickConnectBar::offer(const QString &address)
+{
+    m_address->setText(address);
+    m_problem->hide();
+    m_tabs.slot().setShowsQuickConnect(true);
+}
+
 void QuickConnectBar::followSlot()
 {
     const bool isShown = m_tabs.slot().showsQuickConnect();

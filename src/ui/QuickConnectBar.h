@@ -21,6 +21,9 @@ public:
     QuickConnectBar(AppModel &model, PaneTabs &tabs, QWidget *parent = nullptr);
     ~QuickConnectBar() override;
 
+    /// Shows the bar with `address` in it. The user decides whether it is connected to.
+    void offer(const QString &address);
+
 signals:
     /// The bar is about to hide and had the keyboard.
     void keyboardReleased();

@@ -52,6 +52,7 @@ SideView::SideView(AppModel &model, WindowTerminals &terminals, Side side, QWidg
     , m_side(side)
     , m_tabs(model.tabs(side))
     , m_bar(new SideTabBar(this))
+    , m_quickConnect(new QuickConnectBar(model, m_tabs, this))
     , m_stack(new QStackedWidget(this))
 {
     setObjectName(QStringLiteral("sideView"));
@@ -60,11 +61,10 @@ SideView::SideView(AppModel &model, WindowTerminals &terminals, Side side, QWidg
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
     column->addWidget(makeHeader());
-    auto *quickConnect = new QuickConnectBar(model, m_tabs, this);
-    column->addWidget(quickConnect);
+    column->addWidget(m_quickConnect);
     column->addWidget(m_stack, 1);
 
-    connect(quickConnect, &QuickConnectBar::keyboardReleased, this, &SideView::focusContent);
+    connect(m_quickConnect, &QuickConnectBar::keyboardReleased, this, &SideView::focusContent);
     connect(&m_tabs, &PaneTabs::sessionsChanged, this, &SideView::followSessions);
     connect(&m_tabs, &PaneTabs::currentChanged, this, &SideView::followCurrent);
     connect(&model.transfers(), &TransferEngine::listChanged, this, &SideView::followTransfers);
@@ -131,6 +131,11 @@ void SideView::setActive(bool isActive)
 {
     Widgets::setStyleProperty(*this, "active", isActive);
     Widgets::setStyleProperty(*m_bar, "active", isActive);
+}
+
+void SideView::offerConnection(const QString &address)
+{
+    m_quickConnect->offer(address);
 }
 
 void SideView::openNewTab()

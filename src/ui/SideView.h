@@ -14,7 +14,7 @@ class QTabBar;
 namespace moorix {
 
 class PaneTabs;
-
+class QuickConnectBar;
 class Session;
 class SessionView;
 class WindowTerminals;
@@ -37,6 +37,8 @@ public:
     /// Marks the side that the keyboard and the toolbar act on.
     void setActive(bool isActive);
     void openNewTab();
+    /// Shows the bar that connects, with `address` in it.
+    void offerConnection(const QString &address);
 
 signals:
     void editServerRequested(const QUuid &server);
@@ -68,6 +70,7 @@ private:
     Side m_side;
     PaneTabs &m_tabs;
     QTabBar *m_bar;
+    QuickConnectBar *m_quickConnect;
     QStackedWidget *m_stack;
     QHash<Session *, SessionView *> m_views;
     QHash<Session *, TransferBadge> m_badges;

@@ -147,6 +147,7 @@ private slots:
             {"ls", 2, "Usage: moorix ls TARGET"},
             {"ls --bogus a.txt", 2, "bogus"},
             {"ls missing", 1, "Not found: "},
+            {"--completion csh", 2, "bash|zsh|fish"},
             {"diff a.txt", 2, "Usage: moorix diff TARGET TARGET"},
             {"diff a.txt missing", 1, "Not found: "},
             {"diff a.txt a.txt --ignore-space none", 2, "--ignore-space takes “ends”, “amount” or “all”, not “none”."},

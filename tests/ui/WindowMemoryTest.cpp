@@ -164,6 +164,10 @@ private slots:
         QCOMPARE(right.current().folder(), u"/var/www"_s);
         bench.window->openTargets({u"nobody:/srv"_s});
         QTRY_VERIFY(bench.find<QLabel>("statusMessage")->text().contains(u"“nobody”"_s));
+        // What a page of the web may name is not connected to, only offered.
+        bench.window->openTargets({u"sftp://new.example/srv"_s});
+        QVERIFY(bench.find<QLineEdit>("quickAddress")->isVisible());
+        QCOMPARE(bench.find<QLineEdit>("quickAddress")->text(), u"sftp://new.example/srv"_s);
         QCOMPARE(left.sessions().size(), 2);
     }
 

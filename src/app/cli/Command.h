@@ -47,6 +47,11 @@ struct Command
     std::function<ExitCode(const QCommandLineParser &, CommandContext &)> run;
 };
 
+/// Every command, in the order of the help.
+QList<Command> allCommands();
+/// As they are typed: "-a", "--all".
+QStringList spellings(const QCommandLineOption &option);
+
 QList<Command> fileCommands();
 QList<Command> copyCommands();
 QList<Command> diffCommands();
