@@ -39,7 +39,7 @@ bool isVersion(const QString &argument)
 
 QString overview()
 {
-    QString text = u"Usage: moorix [PATH | SERVER:PATH]…      open the window\n"
+    QString text = u"Usage: moorix [PATH | SERVER:PATH]…      open the window, or these in the one that is open\n"
                    "       moorix COMMAND ARGUMENTS…         do one thing and exit\n\nCommands:\n"_s;
     for (const Command &command : allCommands())
         text += u"  %1 %2\n"_s.arg(command.name.leftJustified(17), command.summary);

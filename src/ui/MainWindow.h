@@ -48,6 +48,9 @@ public:
     /// Shows what the command line names in the active side, then the other: local paths, and SERVER:PATH with a
     /// server's name, host or identity.
     void openTargets(const QStringList &targets);
+    /// The same in new tabs, and comes to the front, as another start of the program asks for. `activationToken` is the
+    /// desktop's leave to do so.
+    void openFromOutside(const QStringList &targets, const QString &activationToken);
     /// Ends the program without asking, as after a signal.
     void quitNow();
 
@@ -81,6 +84,7 @@ private:
     void connectMonitor();
     void runMonitorCommand(PaneCommand command);
 
+    void openTarget(const QString &target, PaneTabs &tabs, bool takesCurrentTab);
     PaneTabs &activeTabs() const;
     SideView &activeView() const;
     void runCommand(WindowCommand command);

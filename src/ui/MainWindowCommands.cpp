@@ -25,23 +25,12 @@
 
 #include <QAction>
 #include <QApplication>
-#include <QDir>
 #include <QSplitter>
 #include <QStackedWidget>
 
 namespace moorix {
 
 namespace {
-
-/// The server that the command line means: by identity, else by a name or host that only one has.
-std::optional<ServerConnection> serverNamed(const QString &name, const ServerStore &store)
-{
-    if (const std::optional<ServerConnection> known = store.server(QUuid(name)))
-        return known;
-    QList<ServerConnection> found = store.library().servers;
-    found.removeIf([&name](const ServerConnection &server) { return server.name != name && server.host != name; });
-    return found.size() == 1 ? std::optional(found.first()) : std::nullopt;
-}
 
 /// What needs nothing of the two sides; all else brings them back where something else stands in their place.
 bool worksBesideSides(WindowCommand command)
@@ -323,35 +312,6 @@ void MainWindow::swapSides()
     for (SideView *view : m_sideViews)
         view->show();
     applyTwoSides();
-}
-
-void MainWindow::openTargets(const QStringList &targets)
-{
-    Side side = m_model.activeSide();
-    for (qsizetype i = 0; i < targets.size(); ++i) {
-        const QString &target = targets.at(i);
-        PaneTabs &tabs = m_model.tabs(side);
-        const bool isFirstOfItsSide = i < 2;
-        const qsizetype colon = target.indexOf(u':');
-        const QString name = target.left(colon);
-        const bool mayBeServer = colon > 0 && !name.contains(u'/');
-        const std::optional<ServerConnection> server =
-            mayBeServer ? serverNamed(name, m_model.servers()) : std::nullopt;
-        const QString rest = target.mid(colon + 1);
-        const auto path = rest.isEmpty() ? std::nullopt : std::optional(rest);
-        const QString local = QDir::cleanPath(QDir::current().absoluteFilePath(target));
-        if (server && isFirstOfItsSide)
-            tabs.openServerHere(*server, path);
-        else if (server)
-            tabs.openServer(*server, std::nullopt, path);
-        else if (mayBeServer)
-            emit m_model.messageRaised(tr("There is no saved server “%1”.").arg(name));
-        else if (isFirstOfItsSide)
-            tabs.openLocalHere(local);
-        else
-            tabs.openLocal(local);
-        side = otherSide(side);
-    }
 }
 
 } // namespace moorix
