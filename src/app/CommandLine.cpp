@@ -24,7 +24,8 @@ const QString programName = u"moorix"_s;
 QList<Command> allCommands()
 {
     return fileCommands() + copyCommands() + diffCommands() + serverCommands() + serverTransferCommands() +
-           secretCommands() + syncCommands() + backupCommands() + backupArchiveCommands() + statsCommands();
+           configurationCommands() + secretCommands() + syncCommands() + backupCommands() + backupArchiveCommands() +
+           statsCommands();
 }
 
 bool isHelp(const QString &argument)

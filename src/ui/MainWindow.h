@@ -2,6 +2,7 @@
 #pragma once
 
 #include "app/AppModel.h"
+#include "app/exchange/ExchangeContent.h"
 #include "ui/WindowActions.h"
 
 #include <QMainWindow>
@@ -95,7 +96,11 @@ private:
     void openForm(const ServerConnection &server, bool isNew);
     void editServer(const QUuid &id);
     void newServer(const std::optional<QUuid> &folder);
+    void addExchangeCommands();
     void importServers();
+    void chooseImport();
+    void chooseExport(ExchangeContent::Kind kind);
+    void exportTo(const QString &path, ExchangeContent::Kind kind);
     void addFavorite();
     void showPreferences();
     void stepTab(int step);
@@ -147,6 +152,7 @@ private:
     QPointer<PreferencesWindow> m_preferences;
     QPointer<Session> m_followed;
     QPointer<PaneModel> m_followedPane;
+    Job m_export;
     bool m_mayClose = false;
 };
 

@@ -19,7 +19,6 @@
 #include "ui/pane/PaneView.h"
 #include "ui/preferences/PreferencesWindow.h"
 #include "ui/servers/ConnectionForm.h"
-#include "ui/servers/ImportServers.h"
 #include "ui/servers/ServerLibraryView.h"
 #include "ui/sync/SyncArea.h"
 
@@ -41,6 +40,9 @@ bool worksBesideSides(WindowCommand command)
     case preferences:
     case newServer:
     case importServers:
+    case importFile:
+    case exportServers:
+    case exportConfiguration:
     case sync:
     case syncPairs:
     case backups:
@@ -66,6 +68,7 @@ void MainWindow::connectCommands()
 {
     addTabCommands();
     addServerCommands();
+    addExchangeCommands();
     addViewCommands();
     addSyncCommands();
     addTerminalCommands();
@@ -101,7 +104,6 @@ void MainWindow::addServerCommands()
             activeView().focusContent();
     };
     m_handlers[newServer] = [this] { this->MainWindow::newServer(std::nullopt); };
-    m_handlers[importServers] = [this] { this->MainWindow::importServers(); };
     m_handlers[disconnect] = [this] {
         if (const auto &server = activeTabs().current().server())
             m_unsent->disconnectServer(server->id);
@@ -248,11 +250,6 @@ void MainWindow::newServer(const std::optional<QUuid> &folder)
     ServerConnection draft = ServerConnection::newDraft(NetworkProtocol::sftp);
     draft.folderID = folder;
     openForm(draft, true);
-}
-
-void MainWindow::importServers()
-{
-    (new ImportServers(m_model, this))->open();
 }
 
 void MainWindow::addFavorite()

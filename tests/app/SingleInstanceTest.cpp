@@ -159,6 +159,23 @@ private slots:
         QVERIFY(answerTo(path, "{\"moorix\":1,\"targets\":[]}\n").contains("\"accepted\":true"));
         QCOMPARE(window.process.state(), QProcess::Running);
     }
+
+    void importOfSettingsBesideAWindowIsRefused()
+    {
+        ProgramHome home;
+        home.run({u"config"_s, u"export"_s, home.tree.path("config.json")});
+        QByteArray file = home.tree.read("config.json");
+        home.tree.write("config.json", file.replace("\"midnight\"", "\"paper\""));
+        {
+            OpenWindow window(home);
+            home.run({u"config"_s, u"import"_s, home.tree.path("config.json")});
+            QVERIFY2(home.code == 1 && home.err.contains(u"window is open"_s), qPrintable(home.err));
+            home.run({u"servers"_s, u"import"_s, home.tree.path("config.json")});
+            QCOMPARE(home.code, 0);
+        }
+        home.run({u"config"_s, u"import"_s, home.tree.path("config.json")});
+        QVERIFY2(home.code == 0 && home.out.contains(u"1 changed"_s), qPrintable(home.out + home.err));
+    }
 };
 
 MOORIX_TEST(SingleInstanceTest)
