@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/AppModel.h"
 #include "app/CommandLine.h"
+#include "app/InstanceHandOver.h"
+#include "app/InstanceLock.h"
+#include "app/InstanceServer.h"
 #include "base/Job.h"
 #include "platform/SecretServiceKeychain.h"
 #include "platform/SystemProcessRunner.h"
@@ -21,6 +24,7 @@ using namespace moorix;
 namespace {
 
 constexpr std::chrono::seconds patienceAtExit{5};
+constexpr std::chrono::seconds patienceForOpenWindow{3};
 
 /// Qt aborts when it finds no display; a sentence and an exit code say more than a core file.
 void explainMissingDisplay(QtMsgType type, const QMessageLogContext &, const QString &message)
@@ -36,7 +40,31 @@ void explainMissingDisplay(QtMsgType type, const QMessageLogContext &, const QSt
     std::_Exit(1);
 }
 
-int runWindow(int &argc, char **argv)
+QString activationToken()
+{
+    const QString token = qEnvironmentVariable("XDG_ACTIVATION_TOKEN");
+    return token.isEmpty() ? qEnvironmentVariable("DESKTOP_STARTUP_ID") : token;
+}
+
+/// There is no second window: two would write over each other's preferences and transfers.
+int tellOpenWindow(HandOver outcome, const InstanceLock &lock)
+{
+    if (outcome == HandOver::accepted)
+        return 0;
+    if (outcome == HandOver::refused) {
+        std::fputs("Moorix is running, and its window does not take this: it may be of another version. Close it and "
+                   "start again.\n",
+                   stderr);
+        return 1;
+    }
+    std::fprintf(stderr,
+                 "Moorix is running already (process %lld) but does not answer. Nothing was opened; wait for its "
+                 "window, or end that process if it stays like this.\n",
+                 static_cast<long long>(lock.holder().value_or(0)));
+    return 1;
+}
+
+int runWindow(int &argc, char **argv, const InstanceLock &lock)
 {
     qInstallMessageHandler(explainMissingDisplay);
     QApplication application(argc, argv);
@@ -51,6 +79,10 @@ int runWindow(int &argc, char **argv)
         platform.openFile = [](const QString &path) { return QDesktopServices::openUrl(QUrl::fromLocalFile(path)); };
         AppModel model(std::move(platform));
         MainWindow window(model);
+        const InstanceServer instance(lock.socketPath());
+        QObject::connect(&instance, &InstanceServer::openRequested, &window, [&window](const OpenRequest &request) {
+            window.openFromOutside(request.targets, request.activationToken);
+        });
         const TerminationSignals signalsOfTheSystem;
         QObject::connect(&signalsOfTheSystem, &TerminationSignals::terminationRequested, &window, &MainWindow::quitNow);
         window.openTargets(QApplication::arguments().mid(1));
@@ -79,5 +111,15 @@ int main(int argc, char *argv[])
     QStringList arguments;
     for (int index = 0; index < argc; ++index)
         arguments += QString::fromLocal8Bit(argv[index]);
-    return CommandLine::isCommand(arguments) ? runCommand(argc, argv) : runWindow(argc, argv);
+    if (CommandLine::isCommand(arguments))
+        return runCommand(argc, argv);
+    InstanceLock lock;
+    if (lock.tryToTake())
+        return runWindow(argc, argv, lock);
+    const OpenRequest request{absoluteTargets(arguments.mid(1)), activationToken()};
+    const HandOver outcome = handOver(lock.socketPath(), request, patienceForOpenWindow);
+    // A window that was closing may be gone by now.
+    if (outcome == HandOver::unanswered && lock.tryToTake())
+        return runWindow(argc, argv, lock);
+    return tellOpenWindow(outcome, lock);
 }

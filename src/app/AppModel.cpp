@@ -23,7 +23,6 @@
 #include "platform/Preferences.h"
 #include "platform/PrivateLeftovers.h"
 #include "platform/ProcessRunner.h"
-#include "remote/SSHConfigHosts.h"
 #include "servers/SecretMigration.h"
 #include "servers/ServerStore.h"
 #include "settings/SettingsStore.h"
@@ -33,7 +32,6 @@
 
 #include <QPointer>
 
-#include <algorithm>
 #include <utility>
 
 namespace moorix {
@@ -355,24 +353,6 @@ void AppModel::removeSecrets(const QUuid &owner, const QString &whose)
         },
         [](const Error &) {})
         .detach();
-}
-
-Job AppModel::findImportableHosts(std::function<void(const QList<ServerConnection> &)> done,
-                                  std::function<void(const Error &)> failed)
-{
-    const QList<ServerConnection> known = m_servers->library().servers;
-    return runJob(
-        [runner = m_processes, known](const std::stop_token &stop) {
-            QList<ServerConnection> drafts =
-                SSHConfigHosts::drafts(AppPaths::home() + u"/.ssh/config"_s, *runner, stop);
-            drafts.removeIf([&known](const ServerConnection &draft) {
-                return std::any_of(known.cbegin(), known.cend(), [&draft](const ServerConnection &server) {
-                    return server.host == draft.host && server.port == draft.port && server.username == draft.username;
-                });
-            });
-            return drafts;
-        },
-        std::move(done), std::move(failed));
 }
 
 } // namespace moorix

@@ -85,6 +85,7 @@ public:
     BackupStore &backups() const { return *m_backups; }
     BackupHistoryStore &backupHistory() const { return *m_backupHistory; }
     BackupEngine &backupEngine() const { return *m_backupEngine; }
+    SyncPairStore &syncPairs() const { return *m_syncPairs; }
     SyncEngine &sync() const { return *m_sync; }
     Monitoring &monitoring() const { return *m_monitoring; }
     AppUpdateManager &updates() const { return *m_updates; }
@@ -117,9 +118,6 @@ public:
                                  std::function<void(const QString &problem)> done);
     /// Removes a backup job with its passphrase. Its archives stay.
     void removeBackup(const QUuid &id);
-    /// Hosts of ~/.ssh/config that are not in the library yet, as drafts.
-    [[nodiscard]] Job findImportableHosts(std::function<void(const QList<ServerConnection> &)> done,
-                                          std::function<void(const Error &)> failed);
 
 signals:
     void activeSideChanged();

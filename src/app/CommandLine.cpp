@@ -28,8 +28,8 @@ const QString programName = u"moorix"_s;
 QList<Command> allCommands()
 {
     return fileCommands() + copyCommands() + diffCommands() + serverCommands() + serverTransferCommands() +
-           secretCommands() + syncCommands() + backupCommands() + backupArchiveCommands() + statsCommands() +
-           endpointCommands();
+           configurationCommands() + secretCommands() + syncCommands() + backupCommands() + backupArchiveCommands() +
+           statsCommands() + endpointCommands();
 }
 
 namespace {
@@ -62,7 +62,7 @@ QString document(const QStringList &words)
 
 QString overview()
 {
-    QString text = u"Usage: moorix [PATH | SERVER:PATH]…      open the window\n"
+    QString text = u"Usage: moorix [PATH | SERVER:PATH]…      open the window, or these in the one that is open\n"
                    "       moorix COMMAND ARGUMENTS…         do one thing and exit\n\nCommands:\n"_s;
     for (const Command &command : allCommands())
         text += u"  %1 %2\n"_s.arg(command.name.leftJustified(17), command.summary);

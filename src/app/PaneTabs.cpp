@@ -160,15 +160,18 @@ std::unique_ptr<Session> PaneTabs::make(const SavedTab &tab)
 {
     if (tab.mode == PaneMode::servers)
         return Session::library();
-    if (!tab.server)
-        return makeLocal(tab.path);
+    if (!tab.server) {
+        std::unique_ptr<Session> session = makeLocal();
+        session->openRemembered(tab.path);
+        return session;
+    }
     const auto path = tab.path.isEmpty() ? std::nullopt : std::optional(tab.path);
     return Session::dormant({*tab.server, std::nullopt, path}, m_environment.connections,
                             [this](PaneModel &pane) { setUp(pane); });
 }
 
 /// The slot's own list serves one tab; further local tabs get lists of their own.
-std::unique_ptr<Session> PaneTabs::makeLocal(const QString &path)
+std::unique_ptr<Session> PaneTabs::makeLocal()
 {
     PaneModel &shared = m_slot->localPane();
     const bool isFree = std::none_of(m_sessions.cbegin(), m_sessions.cend(),
@@ -181,6 +184,12 @@ std::unique_ptr<Session> PaneTabs::makeLocal(const QString &path)
         setUp(*pane);
         session = Session::local(std::move(pane));
     }
+    return session;
+}
+
+std::unique_ptr<Session> PaneTabs::makeLocal(const QString &path)
+{
+    std::unique_ptr<Session> session = makeLocal();
     session->pane()->load(AppPaths::expandTilde(path), false);
     return session;
 }

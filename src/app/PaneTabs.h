@@ -84,6 +84,7 @@ private:
     Session &adopt(std::unique_ptr<Session> session);
     void discard(Session *session);
     std::unique_ptr<Session> make(const SavedTab &tab);
+    std::unique_ptr<Session> makeLocal();
     std::unique_ptr<Session> makeLocal(const QString &path);
     std::unique_ptr<Session> makeRemote(const ServerConnection &server,
                                         const std::optional<ConnectionCredentials> &credentials,

@@ -5,16 +5,36 @@
 #include "base/Json.h"
 #include "files/FileServiceError.h"
 #include "files/Format.h"
+#include "files/NativePath.h"
 #include "files/PaneModel.h"
 #include "files/RemoteFileService.h"
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
+#include <sys/stat.h>
 #include <utility>
 
 namespace moorix {
 
 using namespace Qt::StringLiterals;
+
+namespace {
+
+/// The folder itself, or the nearest one above it that there is. Blocking.
+QString nearestFolder(QString path)
+{
+    struct stat facts = {};
+    while (path.size() > 1) {
+        if (::stat(NativePath::bytes(path).constData(), &facts) == 0 ? S_ISDIR(facts.st_mode)
+                                                                     : errno != ENOENT && errno != ENOTDIR)
+            return path;
+        path.truncate(std::max<qsizetype>(path.lastIndexOf(u'/'), 0));
+    }
+    return u"/"_s;
+}
+
+} // namespace
 
 Session::Session(PaneMode mode)
     : m_id(newUuid())
@@ -123,6 +143,8 @@ void Session::observe(PaneModel &pane)
     m_pane = &pane;
     connect(&pane, &PaneModel::currentPathChanged, this, &Session::titleChanged);
     connect(&pane, &PaneModel::errorMessageChanged, this, &Session::noticeLostConnection);
+    connect(&pane, &PaneModel::errorMessageChanged, this, &Session::lookAboveRemembered);
+    connect(&pane, &PaneModel::currentPathChanged, this, &Session::forgetRemembered);
 }
 
 void Session::connectToServer()
@@ -145,6 +167,43 @@ void Session::show(const OpenConnection &connection)
         m_notice = connection.notice;
         emit noticeChanged();
     }
+}
+
+void Session::openRemembered(const QString &path)
+{
+    m_remembered = path;
+    m_pane->load(path, false);
+}
+
+QString Session::folderToRemember() const
+{
+    return m_remembered.isEmpty() ? folder() : m_remembered;
+}
+
+void Session::lookAboveRemembered()
+{
+    if (m_remembered.isEmpty() || !m_standIn.isEmpty() || !m_pane->errorMessage() || !m_pane->currentPath().isEmpty())
+        return;
+    m_job = runJob([path = m_remembered](const std::stop_token &) { return nearestFolder(path); },
+                   [this](const QString &above) { standInForRemembered(above); }, [](const Error &) {});
+}
+
+void Session::standInForRemembered(const QString &above)
+{
+    // A folder that is there but cannot be read has said so itself; and the user may have gone elsewhere meanwhile.
+    if (above == m_remembered || !m_pane->currentPath().isEmpty() || m_pane->isLoading())
+        return;
+    m_standIn = above;
+    m_notice =
+        u"“%1” is not there at the moment; this is the nearest folder above it."_s.arg(Format::display(m_remembered));
+    m_pane->load(above, false);
+    emit noticeChanged();
+}
+
+void Session::forgetRemembered()
+{
+    if (m_pane->currentPath() != m_standIn)
+        m_remembered.clear();
 }
 
 /// Views may still be inside a signal of the pane, so it goes a moment later.

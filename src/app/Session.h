@@ -61,6 +61,12 @@ public:
     /// The folder shown or, until there is one, the folder to be opened. Empty for the library, and where a server's
     /// start folder is meant.
     QString folder() const;
+    /// Opens the folder that a local tab of an earlier run showed. One that is gone, the disk with it perhaps, is
+    /// replaced by the nearest folder above it, and `notice` says so.
+    void openRemembered(const QString &path);
+    /// What the tab is to open at the next start: `folder`, or the folder it is waiting for or was to show as long as
+    /// the user has not gone elsewhere from what stands in for it.
+    QString folderToRemember() const;
     /// What a connecting session waits for ("Connecting to web-01…"), or the sentence of its failure; the client's
     /// own words follow after a line break.
     const QString &stateText() const { return m_stateText; }
@@ -82,6 +88,9 @@ private:
     explicit Session(PaneMode mode);
 
     void observe(PaneModel &pane);
+    void lookAboveRemembered();
+    void standInForRemembered(const QString &above);
+    void forgetRemembered();
     void connectToServer();
     void show(const OpenConnection &connection);
     void dropPane();
@@ -99,6 +108,9 @@ private:
     std::optional<QString> m_path;
     ServerConnections *m_connections = nullptr;
     PaneSetup m_setUp;
+    /// The folder of an earlier run that is not shown yet, and the one shown in its place.
+    QString m_remembered;
+    QString m_standIn;
     QString m_stateText;
     QString m_notice;
     Job m_job;

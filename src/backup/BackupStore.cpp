@@ -55,6 +55,17 @@ void BackupStore::upsert(BackupJob job)
     });
 }
 
+bool BackupStore::replaceAll(const QList<BackupJob> &jobs)
+{
+    bool isChange = false;
+    m_file.change([&](BackupLibrary &library) {
+        isChange = library.jobs != jobs;
+        library.jobs = jobs;
+        return isChange;
+    });
+    return isChange;
+}
+
 void BackupStore::remove(const QUuid &id)
 {
     m_file.change([&id](BackupLibrary &library) {

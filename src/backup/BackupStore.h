@@ -34,6 +34,8 @@ public:
 
     /// Replaces the job of the same id, but for what its last run was, or appends it.
     void upsert(BackupJob job);
+    /// Puts these in place of all jobs. Returns whether that is a change.
+    bool replaceAll(const QList<BackupJob> &jobs);
     /// Its passphrase is the caller's to remove.
     void remove(const QUuid &id);
     /// To this place in the list; a place beyond its end is the end.

@@ -1,12 +1,17 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "remote/SSHConfigHosts.h"
 
+#include "base/Error.h"
 #include "platform/AppPaths.h"
+#include "platform/PrivateFile.h"
 #include "platform/ProcessRunner.h"
 
 #include <QDir>
 #include <QFileInfo>
 #include <QRegularExpression>
+#include <QSet>
+
+#include <functional>
 
 #include <glob.h>
 
@@ -16,6 +21,8 @@ namespace {
 
 /// The client's own limit of nested includes.
 constexpr int deepestInclude = 16;
+/// The client is asked about each host by itself.
+constexpr qsizetype mostHosts = 2000;
 
 /// The words of a configuration line, "=" and quotes undone.
 QStringList words(const QString &line)
@@ -42,24 +49,23 @@ QStringList matchingFiles(const QString &pattern, const QString &folder)
     return files;
 }
 
-void collect(const QString &path, const QString &folder, int depth, QStringList &names)
+/// Hands each line to `take`, as its keyword in lower case and what follows; an included file's in its place.
+void readLines(const QByteArray &text, const QString &folder, int depth,
+               const std::function<void(const QString &keyword, const QStringList &rest)> &take)
 {
-    QFile file(path);
-    if (depth > deepestInclude || !file.open(QIODevice::ReadOnly))
-        return;
-    const QStringList lines = QString::fromUtf8(file.readAll()).split(u'\n');
+    const QStringList lines = QString::fromUtf8(text).split(u'\n');
     for (const QString &line : lines) {
         QStringList parts = words(line);
         const QString keyword = parts.isEmpty() ? QString() : parts.takeFirst().toLower();
-        if (keyword == QStringLiteral("include")) {
-            for (const QString &pattern : std::as_const(parts)) {
-                for (const QString &included : matchingFiles(pattern, folder))
-                    collect(included, folder, depth + 1, names);
-            }
-        } else if (keyword == QStringLiteral("host")) {
-            for (const QString &name : std::as_const(parts)) {
-                if (!name.contains(u'*') && !name.contains(u'?') && !name.startsWith(u'!') && !names.contains(name))
-                    names << name;
+        if (keyword != QStringLiteral("include")) {
+            take(keyword, parts);
+            continue;
+        }
+        for (const QString &pattern : std::as_const(parts)) {
+            for (const QString &included : matchingFiles(pattern, folder)) {
+                QFile file(included);
+                if (depth < deepestInclude && QFileInfo(included).isFile() && file.open(QIODevice::ReadOnly))
+                    readLines(file.readAll(), folder, depth + 1, take);
             }
         }
     }
@@ -104,11 +110,63 @@ ServerConnection draft(const QString &alias, const QHash<QString, QStringList> &
 
 } // namespace
 
-QStringList aliases(const QString &configPath)
+QStringList aliases(const QByteArray &text, const QString &folder)
 {
     QStringList names;
-    collect(configPath, QFileInfo(configPath).absolutePath(), 0, names);
+    QSet<QString> known;
+    readLines(text, folder, 0, [&](const QString &keyword, const QStringList &rest) {
+        if (keyword != QStringLiteral("host"))
+            return;
+        for (const QString &name : rest) {
+            const bool isPattern = name.contains(u'*') || name.contains(u'?') || name.startsWith(u'!');
+            if (!isPattern && !known.contains(name)) {
+                known.insert(name);
+                names << name;
+            }
+        }
+    });
     return names;
+}
+
+QStringList aliases(const QString &configPath)
+{
+    QFile file(configPath);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    return aliases(file.readAll(), QFileInfo(configPath).absolutePath());
+}
+
+QByteArray harmless(const QByteArray &text, const QString &folder)
+{
+    static const QStringList kept{QStringLiteral("host"), QStringLiteral("hostname"), QStringLiteral("user"),
+                                  QStringLiteral("port"), QStringLiteral("identityfile")};
+    QString written;
+    bool isInMatch = false;
+    readLines(text, folder, 0, [&](const QString &keyword, const QStringList &rest) {
+        if (keyword == QStringLiteral("match") || keyword == QStringLiteral("host"))
+            isInMatch = keyword == QStringLiteral("match");
+        if (isInMatch || !kept.contains(keyword) || rest.isEmpty())
+            return;
+        written += keyword;
+        for (const QString &word : rest)
+            written += QStringLiteral(" \"") + word + u'"';
+        written += u'\n';
+    });
+    return written.toUtf8();
+}
+
+QList<ServerConnection> draftsOfText(const QByteArray &text, const QString &folder, ProcessRunner &runner,
+                                     const std::stop_token &stop)
+{
+    const PrivateFile file(QStringLiteral("moorix-hosts-"), harmless(text, folder));
+    const qsizetype count = aliases(file.path()).size();
+    if (count > mostHosts) {
+        throw Error(QStringLiteral("Import"),
+                    QStringLiteral("The configuration names %1 hosts; more than %2 cannot be imported at once.")
+                        .arg(count)
+                        .arg(mostHosts));
+    }
+    return drafts(file.path(), runner, stop);
 }
 
 QList<ServerConnection> drafts(const QString &configPath, ProcessRunner &runner, const std::stop_token &stop)

@@ -68,6 +68,18 @@ void ServerStore::upsert(ServerConnection server)
     });
 }
 
+bool ServerStore::replaceAll(const QList<ServerFolder> &folders, const QList<ServerConnection> &servers)
+{
+    bool isChange = false;
+    change([&](ServerLibrary &library) {
+        isChange = library.folders != folders || library.servers != servers;
+        library.folders = folders;
+        library.servers = servers;
+        return isChange;
+    });
+    return isChange;
+}
+
 void ServerStore::remove(const QUuid &id)
 {
     change([&id](ServerLibrary &library) {

@@ -60,6 +60,10 @@ public:
     qsizetype serverCount(const QUuid &subtreeOf) const;
     /// Depth first, with the depth of each; top level is 0.
     QList<std::pair<ServerFolder, int>> flattenedFolders() const;
+    /// Puts these in place of all folders and servers. Returns whether that is a change.
+    bool replaceAll(const QList<ServerFolder> &folders, const QList<ServerConnection> &servers);
+    /// Takes over at once what another program has saved.
+    void refresh() { m_file.refresh(); }
     /// Adds or replaces a folder by id. One that would lie inside itself keeps its parent.
     void updateFolder(const ServerFolder &folder);
     /// Servers and subfolders inside move up one level.

@@ -57,6 +57,17 @@ void SyncPairStore::remove(const QUuid &id)
     });
 }
 
+bool SyncPairStore::replaceAll(const QList<SyncPair> &pairs)
+{
+    bool isChange = false;
+    m_file.change([&](SyncPairLibrary &library) {
+        isChange = library.pairs != pairs;
+        library.pairs = pairs;
+        return isChange;
+    });
+    return isChange;
+}
+
 } // namespace moorix
 
 #include "moc_SyncPairStore.cpp"

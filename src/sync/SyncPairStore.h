@@ -30,6 +30,10 @@ public:
     /// Replaces the pair of the same id, or appends it.
     void upsert(const SyncPair &pair);
     void remove(const QUuid &id);
+    /// Puts these in place of all pairs. Returns whether that is a change.
+    bool replaceAll(const QList<SyncPair> &pairs);
+    /// Takes over at once what another program has saved.
+    void refresh() { m_file.refresh(); }
 
 signals:
     void changed();

@@ -3,6 +3,7 @@
 
 #include "app/AppModel.h"
 #include "editor/RecoveryCopies.h"
+#include "app/exchange/ExchangeContent.h"
 #include "ui/WindowActions.h"
 
 #include <QMainWindow>
@@ -50,6 +51,9 @@ public:
     /// Shows what the command line names (launchTarget) in the active side, then the other, and so on. A server that is
     /// not saved is offered only: a page of the web may have named it.
     void openTargets(const QStringList &targets);
+    /// The same in new tabs, and comes to the front, as another start of the program asks for. `activationToken` is the
+    /// desktop's leave to do so.
+    void openFromOutside(const QStringList &targets, const QString &activationToken);
     /// Ends the program without asking, as after a signal.
     void quitNow();
 
@@ -87,6 +91,7 @@ private:
     void offerUnsavedText(const QList<RecoveryCopies::Found> &found);
     void runEditorCommand(PaneCommand command);
 
+    void openTarget(const QString &target, PaneTabs &tabs, bool takesCurrentTab);
     PaneTabs &activeTabs() const;
     SideView &activeView() const;
     void runCommand(WindowCommand command);
@@ -97,7 +102,11 @@ private:
     void openForm(const ServerConnection &server, bool isNew);
     void editServer(const QUuid &id);
     void newServer(const std::optional<QUuid> &folder);
+    void addExchangeCommands();
     void importServers();
+    void chooseImport();
+    void chooseExport(ExchangeContent::Kind kind);
+    void exportTo(const QString &path, ExchangeContent::Kind kind);
     void addFavorite();
     void showPreferences();
     void stepTab(int step);
@@ -153,6 +162,7 @@ private:
     QPointer<PreferencesWindow> m_preferences;
     QPointer<Session> m_followed;
     QPointer<PaneModel> m_followedPane;
+    Job m_export;
     bool m_mayClose = false;
 };
 

@@ -9,7 +9,6 @@
 #include "servers/ServerStore.h"
 #include "settings/SettingsStore.h"
 #include "ui/Favorites.h"
-#include "ui/LaunchTarget.h"
 #include "ui/SessionView.h"
 #include "ui/SideView.h"
 #include "ui/Sidebar.h"
@@ -22,13 +21,11 @@
 #include "ui/pane/PaneView.h"
 #include "ui/preferences/PreferencesWindow.h"
 #include "ui/servers/ConnectionForm.h"
-#include "ui/servers/ImportServers.h"
 #include "ui/servers/ServerLibraryView.h"
 #include "ui/sync/SyncArea.h"
 
 #include <QAction>
 #include <QApplication>
-#include <QDir>
 #include <QSplitter>
 #include <QStackedWidget>
 
@@ -45,6 +42,9 @@ bool worksBesideSides(WindowCommand command)
     case preferences:
     case newServer:
     case importServers:
+    case importFile:
+    case exportServers:
+    case exportConfiguration:
     case sync:
     case syncPairs:
     case backups:
@@ -72,6 +72,7 @@ void MainWindow::connectCommands()
 {
     addTabCommands();
     addServerCommands();
+    addExchangeCommands();
     addViewCommands();
     addSyncCommands();
     addTerminalCommands();
@@ -107,7 +108,6 @@ void MainWindow::addServerCommands()
             activeView().focusContent();
     };
     m_handlers[newServer] = [this] { this->MainWindow::newServer(std::nullopt); };
-    m_handlers[importServers] = [this] { this->MainWindow::importServers(); };
     m_handlers[disconnect] = [this] {
         if (const auto &server = activeTabs().current().server())
             m_unsent->disconnectServer(server->id);
@@ -272,11 +272,6 @@ void MainWindow::newServer(const std::optional<QUuid> &folder)
     openForm(draft, true);
 }
 
-void MainWindow::importServers()
-{
-    (new ImportServers(m_model, this))->open();
-}
-
 void MainWindow::addFavorite()
 {
     const Session &session = activeTabs().current();
@@ -334,29 +329,6 @@ void MainWindow::swapSides()
     for (SideView *view : m_sideViews)
         view->show();
     applyTwoSides();
-}
-
-void MainWindow::openTargets(const QStringList &targets)
-{
-    Side side = m_model.activeSide();
-    for (qsizetype i = 0; i < targets.size(); ++i) {
-        const LaunchTarget target = launchTarget(targets.at(i), m_model.servers().library().servers);
-        PaneTabs &tabs = m_model.tabs(side);
-        const bool isFirstOfItsSide = i < 2;
-        if (!target.problem.isEmpty())
-            emit m_model.messageRaised(target.problem);
-        else if (!target.address.isEmpty())
-            m_sideViews.at(std::size_t(side))->offerConnection(target.address);
-        else if (target.server && isFirstOfItsSide)
-            tabs.openServerHere(*target.server, target.path);
-        else if (target.server)
-            tabs.openServer(*target.server, std::nullopt, target.path);
-        else if (isFirstOfItsSide)
-            tabs.openLocalHere(*target.path);
-        else
-            tabs.openLocal(*target.path);
-        side = otherSide(side);
-    }
 }
 
 } // namespace moorix

@@ -48,7 +48,7 @@ bool isSwapped(const QSplitter &sides)
 std::optional<QJsonValue> saved(const AppModel &model, const Session &session)
 {
     if (session.mode() == PaneMode::local)
-        return session.folder();
+        return session.folderToRemember();
     if (session.mode() == PaneMode::servers)
         return QJsonObject();
     if (session.mode() == PaneMode::terminal)

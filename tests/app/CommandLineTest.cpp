@@ -270,7 +270,7 @@ private slots:
         shell.run(u"servers list --json"_s);
         QCOMPARE(shell.json().value(u"servers").toArray().size(), 5);
         shell.run(u"servers import ../library.json"_s);
-        QCOMPARE(shell.out, QByteArray("1 servers added, 5 replaced.\n"));
+        QCOMPARE(shell.out, QByteArray("1 added, 6 left as they are.\n"));
         shell.run(u"servers show %1 --json"_s.arg(id));
         QCOMPARE(shell.json(), record);
     }

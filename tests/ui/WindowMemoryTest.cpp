@@ -6,6 +6,7 @@
 #include "ui/Theme.h"
 
 #include <QComboBox>
+#include <QDir>
 #include <QHeaderView>
 #include <QMenu>
 #include <QSpinBox>
@@ -169,6 +170,34 @@ private slots:
         QVERIFY(bench.find<QLineEdit>("quickAddress")->isVisible());
         QCOMPARE(bench.find<QLineEdit>("quickAddress")->text(), u"sftp://new.example/srv"_s);
         QCOMPARE(left.sessions().size(), 2);
+    }
+
+    void tabOfAFolderThatIsGoneShowsTheNearestOneAndIsRememberedStill()
+    {
+        WindowBench bench({{"disk/photos/2026/", ""}});
+        const QString gone = bench.home.path("disk/photos/2026");
+        bench.pane(Side::left)->load(gone, false);
+        QTRY_COMPARE(bench.pane(Side::left)->currentPath(), gone);
+        bench.window->close();
+        bench.stop();
+        QDir(bench.home.path("disk/photos")).removeRecursively();
+        bench.start();
+        QTRY_COMPARE(bench.pane(Side::left)->currentPath(), bench.home.path("disk"));
+        const Session &session = bench.model->tabs(Side::left).current();
+        QVERIFY2(session.notice().contains(gone), qPrintable(session.notice()));
+        QVERIFY(!bench.pane(Side::left)->errorMessage());
+        QDir().mkpath(gone);
+        bench.restart();
+        QTRY_COMPARE(bench.pane(Side::left)->currentPath(), gone);
+        // Whoever goes elsewhere has left the folder that was gone.
+        QDir(bench.home.path("disk/photos")).removeRecursively();
+        bench.restart();
+        QTRY_COMPARE(bench.pane(Side::left)->currentPath(), bench.home.path("disk"));
+        bench.pane(Side::left)->load(bench.home.path("right"), true);
+        QTRY_COMPARE(bench.pane(Side::left)->currentPath(), bench.home.path("right"));
+        QDir().mkpath(gone);
+        bench.restart();
+        QTRY_COMPARE(bench.pane(Side::left)->currentPath(), bench.home.path("right"));
     }
 
     void filledFormSavesTheServerAndItsPassword()

@@ -57,6 +57,7 @@ QList<Command> copyCommands();
 QList<Command> diffCommands();
 QList<Command> serverCommands();
 QList<Command> serverTransferCommands();
+QList<Command> configurationCommands();
 QList<Command> secretCommands();
 QList<Command> syncCommands();
 QList<Command> backupCommands();

@@ -17,6 +17,7 @@
 #include "remote/FileServiceFactory.h"
 #include "servers/KeychainStore.h"
 #include "servers/ServerStore.h"
+#include "settings/SettingsStore.h"
 #include "sync/SyncPairStore.h"
 
 #include <QDir>
@@ -113,6 +114,25 @@ BackupStore &CommandContext::backups()
     if (!m_backups->problem().isEmpty())
         console::complain(m_backups->problem());
     return *m_backups;
+}
+
+SettingsStore &CommandContext::settings()
+{
+    servers();
+    if (!m_settings)
+        m_settings = std::make_unique<SettingsStore>(*m_preferences, *m_cloud);
+    return *m_settings;
+}
+
+Exchange CommandContext::exchange()
+{
+    settings();
+    if (!m_syncPairs) {
+        m_syncPairs = std::make_unique<SyncPairStore>(AppPaths::applicationSupport() + u"/sync/pairs.json"_s, *m_cloud);
+        if (!m_syncPairs->problem().isEmpty())
+            console::complain(m_syncPairs->problem());
+    }
+    return Exchange({*m_settings, *m_preferences, servers(), backups(), *m_syncPairs});
 }
 
 BackupHistoryStore &CommandContext::backupHistory()

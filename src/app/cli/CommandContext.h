@@ -2,6 +2,7 @@
 #pragma once
 
 #include "app/CommandLine.h"
+#include "app/exchange/Exchange.h"
 #include "backup/BackupRun.h"
 #include "servers/ServerConnection.h"
 
@@ -26,6 +27,8 @@ class Preferences;
 class ProcessRunner;
 class RemoteFileService;
 class ServerStore;
+class SettingsStore;
+class SyncPairStore;
 
 /// A TARGET of the command line, ready for use.
 struct TargetPlace
@@ -49,6 +52,11 @@ public:
     KeychainStore &keychain();
     const std::shared_ptr<ProcessRunner> &processes() const { return m_processes; }
     BackupStore &backups();
+    /// Takes part in the exchange with the cloud.
+    SettingsStore &settings();
+    /// All that is exported and imported into.
+    Exchange exchange();
+    ProcessRunner &processes() { return *m_processes; }
     BackupHistoryStore &backupHistory();
     BackupLedger &backupLedger();
     /// The backup job of this id or name. Throws like `server`.
@@ -75,7 +83,9 @@ private:
     std::unique_ptr<Preferences> m_preferences;
     std::unique_ptr<KeyValueStore> m_cloud;
     std::unique_ptr<ServerStore> m_servers;
+    std::unique_ptr<SettingsStore> m_settings;
     std::unique_ptr<BackupStore> m_backups;
+    std::unique_ptr<SyncPairStore> m_syncPairs;
     std::unique_ptr<BackupHistoryStore> m_backupHistory;
     std::unique_ptr<BackupLedger> m_backupLedger;
     QHash<QUuid, std::shared_ptr<RemoteFileService>> m_services;

@@ -114,7 +114,7 @@ QWidget *ServerLibraryView::makeHeader()
     QPushButton *newServer = Widgets::primaryButton(tr("New server…"), QStringLiteral("newServer"), header);
     QPushButton *newFolder = Widgets::button(tr("New folder"), QStringLiteral("newServerFolder"), header);
     QPushButton *import = Widgets::button(tr("Import…"), QStringLiteral("importServers"), header);
-    import->setToolTip(tr("Take over hosts of ~/.ssh/config"));
+    import->setToolTip(tr("Take over the hosts of ~/.ssh/config; files of other kinds: Servers › Import…"));
     auto *row = new QHBoxLayout(header);
     row->setContentsMargins(12, 10, 12, 10);
     row->addWidget(m_search, 1);

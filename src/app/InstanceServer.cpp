@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/InstanceServer.h"
+
+#include <QLocalServer>
+#include <QLocalSocket>
+#include <QTimer>
+
+#include <chrono>
+
+namespace moorix {
+
+namespace {
+
+/// Whoever connects says at once what it wants.
+constexpr std::chrono::seconds patience{5};
+constexpr int mostWaiting = 16;
+
+} // namespace
+
+InstanceServer::InstanceServer(const QString &socketPath, QObject *parent)
+    : QObject(parent)
+    , m_server(std::make_unique<QLocalServer>())
+{
+    if (socketPath.isEmpty())
+        return;
+    m_server->setSocketOptions(QLocalServer::UserAccessOption);
+    m_server->setMaxPendingConnections(mostWaiting);
+    QLocalServer::removeServer(socketPath);
+    connect(m_server.get(), &QLocalServer::newConnection, this, &InstanceServer::takeConnection);
+    m_server->listen(socketPath);
+}
+
+InstanceServer::~InstanceServer() = default;
+
+void InstanceServer::takeConnection()
+{
+    while (QLocalSocket *socket = m_server->nextPendingConnection()) {
+        socket->setReadBufferSize(instanceMessage::longestBytes + 1);
+        connect(socket, &QLocalSocket::disconnected, socket, &QObject::deleteLater);
+        connect(socket, &QLocalSocket::readyRead, this, [this, socket] { hear(*socket); });
+        QTimer::singleShot(patience, socket, [socket] { socket->abort(); });
+        hear(*socket);
+    }
+}
+
+void InstanceServer::hear(QLocalSocket &socket)
+{
+    if (!socket.canReadLine()) {
+        if (socket.bytesAvailable() > instanceMessage::longestBytes)
+            socket.abort();
+        return;
+    }
+    const std::optional<OpenRequest> request = instanceMessage::decode(socket.readLine());
+    socket.disconnect(this);
+    socket.write(instanceMessage::answer(request.has_value()));
+    socket.flush();
+    socket.disconnectFromServer();
+    if (request)
+        emit openRequested(*request);
+}
+
+} // namespace moorix
+
+#include "moc_InstanceServer.cpp"
