@@ -7,9 +7,11 @@
 #include "ui/FirstPaint.h"
 #include "ui/MainWindow.h"
 #include "ui/TerminationSignals.h"
+#include "ui/Translations.h"
 
 #include <QApplication>
 #include <QIcon>
+#include <QLocale>
 
 #include <cstdio>
 #include <cstdlib>
@@ -43,6 +45,7 @@ int runWindow(int &argc, char **argv)
     QApplication::setApplicationDisplayName(QStringLiteral("Moorix"));
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/moorix.svg")));
     QApplication::setDesktopFileName(QStringLiteral("moorix"));
+    Translations::install(application, QLocale());
     int code = 0;
     {
         AppModel model({std::make_shared<SystemProcessRunner>(), std::make_shared<SecretServiceKeychain>()});

@@ -25,6 +25,7 @@ ImportServers::ImportServers(AppModel &model, QWidget *parent)
     setWindowTitle(tr("Import servers"));
     resize(480, 420);
     m_list->setObjectName(QStringLiteral("importList"));
+    m_list->setAccessibleName(tr("Hosts to import"));
     QPushButton *cancel = Widgets::button(tr("Cancel"), QStringLiteral("cancelImport"), this);
     auto *buttons = new QHBoxLayout;
     buttons->addStretch(1);
@@ -69,7 +70,7 @@ void ImportServers::updateButton()
     for (int row = 0; row < m_list->count(); ++row)
         checked += m_list->item(row)->checkState() == Qt::Checked ? 1 : 0;
     m_import->setEnabled(checked > 0);
-    m_import->setText(checked == 1 ? tr("Import 1 server") : tr("Import %1 servers").arg(checked));
+    m_import->setText(checked == 1 ? tr("Import 1 server") : tr("Import %n servers", nullptr, int(checked)));
 }
 
 void ImportServers::importChecked()
