@@ -25,6 +25,7 @@
 #include "ui/backup/BackupArea.h"
 #include "ui/compare/DiffPage.h"
 #include "ui/monitor/MonitorArea.h"
+#include "ui/palette/RecentPlaces.h"
 #include "ui/pane/PaneView.h"
 #include "ui/servers/ServerLibraryView.h"
 #include "ui/servers/ServerLook.h"
@@ -58,6 +59,7 @@ MainWindow::MainWindow(AppModel &model)
     connectParts();
     connectCommands();
     connectMonitor();
+    connectPalette();
     m_actions->action(WindowCommand::sidebar)->setChecked(m_sidebar->isVisibleTo(this));
     applyTwoSides();
     followActiveSide();
@@ -245,6 +247,7 @@ void MainWindow::showLocation()
                                             : session.title();
     setWindowTitle(tr("%1 — Moorix").arg(title));
     WindowState::saveTabs(m_model);
+    noteFolder();
 }
 
 void MainWindow::followSetting(const QString &key)
@@ -286,7 +289,8 @@ bool MainWindow::mayQuit()
         return transfer.state == TransferStatus::State::running || transfer.state == TransferStatus::State::waiting;
     });
     if (open > 0) {
-        sentences << (open == 1 ? tr("A transfer is under way.") : tr("%1 transfers are under way.").arg(open))
+        sentences << (open == 1 ? tr("A transfer is under way.")
+                                : tr("%n transfers are under way.", nullptr, int(open)))
                   << tr("Between local folders and saved servers, what is left can go on at the next start; with other "
                         "servers it ends here.");
     }

@@ -17,13 +17,16 @@ class QStackedWidget;
 namespace moorix {
 
 class BackupArea;
+class CommandPalette;
 class DesktopNotifier;
 class DiffPage;
 class MainToolBar;
 class MessageBar;
 class MonitorArea;
 class PaneModel;
+struct PaletteEntry;
 class PreferencesWindow;
+class RecentPlaces;
 class Session;
 class ShortcutsOverview;
 class SideView;
@@ -87,6 +90,22 @@ private:
     void runPaneCommand(PaneCommand command);
     void runSyncCommand(PaneCommand command);
     void prepareMenus();
+    /// Why a command would do nothing now; nothing where it would do something, an empty text where there are no words.
+    std::optional<QString> refusal(const WindowActions::Entry &command) const;
+    std::optional<QString> refusal(WindowCommand command) const;
+    std::optional<QString> refusal(PaneCommand command) const;
+    std::optional<QString> refusalBesideSides(PaneCommand command) const;
+    std::optional<QString> refusalOfTransfers(WindowCommand command) const;
+    void addTransferCommands();
+    void connectPalette();
+    void showPalette();
+    /// Remembers the folder that the active side shows.
+    void noteFolder();
+    QList<PaletteEntry> paletteEntries();
+    void addCommandsTo(QList<PaletteEntry> &entries);
+    void addTabsTo(QList<PaletteEntry> &entries);
+    void addFoldersTo(QList<PaletteEntry> &entries);
+    void addServersTo(QList<PaletteEntry> &entries);
     void openServer(const QUuid &id, bool inNewTab);
     void openForm(const ServerConnection &server, bool isNew);
     void editServer(const QUuid &id);
@@ -140,6 +159,9 @@ private:
     MessageBar *m_question = nullptr;
     UnsentEdits *m_unsent = nullptr;
     StatusStrip *m_status = nullptr;
+    std::unique_ptr<RecentPlaces> m_recent;
+    /// Made when it is opened for the first time.
+    CommandPalette *m_palette = nullptr;
     QPointer<PreferencesWindow> m_preferences;
     QPointer<Session> m_followed;
     QPointer<PaneModel> m_followedPane;

@@ -65,6 +65,14 @@ bool worksBesideSides(WindowCommand command)
     case terminalToFolder:
     case shortcuts:
     case about:
+    case commandPalette:
+    case editServer:
+    case newBackup:
+    case pauseTransfers:
+    case resumeTransfers:
+    case retryTransfers:
+    case cancelTransfers:
+    case clearTransfers:
         return true;
     default:
         return false;
@@ -80,6 +88,7 @@ void MainWindow::connectCommands()
     addViewCommands();
     addSyncCommands();
     addTerminalCommands();
+    addTransferCommands();
     connect(m_actions, &WindowActions::windowCommandTriggered, this, &MainWindow::runCommand);
 }
 
@@ -88,6 +97,13 @@ void MainWindow::addTabCommands()
     using enum WindowCommand;
     m_handlers[newTab] = [this] { activeView().openNewTab(); };
     m_handlers[closeTab] = [this] { activeTabs().close(activeTabs().currentIndex()); };
+    m_handlers[closeOtherTabs] = [this] {
+        PaneTabs &tabs = activeTabs();
+        for (qsizetype index = tabs.sessions().size() - 1; index >= 0; --index) {
+            if (index != tabs.currentIndex())
+                tabs.close(index);
+        }
+    };
     m_handlers[nextTab] = [this] { stepTab(1); };
     m_handlers[previousTab] = [this] { stepTab(-1); };
     m_handlers[home] = [this] {
@@ -113,6 +129,10 @@ void MainWindow::addServerCommands()
     };
     m_handlers[newServer] = [this] { this->MainWindow::newServer(std::nullopt); };
     m_handlers[importServers] = [this] { this->MainWindow::importServers(); };
+    m_handlers[editServer] = [this] {
+        if (const auto &server = activeTabs().current().server())
+            this->MainWindow::editServer(server->id);
+    };
     m_handlers[disconnect] = [this] {
         if (const auto &server = activeTabs().current().server())
             m_unsent->disconnectServer(server->id);
@@ -183,24 +203,6 @@ void MainWindow::runPaneCommand(PaneCommand command)
     else if (view && view->library())
         view->library()->run(command);
     m_actions->action(PaneCommand::toggleHidden)->setChecked(m_followedPane && m_followedPane->showHidden());
-}
-
-void MainWindow::prepareMenus()
-{
-    SessionView *view = activeView().currentView();
-    for (const WindowActions::Menu &menu : WindowActions::menus()) {
-        for (const WindowActions::Entry &entry : menu.entries) {
-            const PaneCommand *command = std::get_if<PaneCommand>(&entry);
-            if (!command || *command == PaneCommand::focusOtherSide)
-                continue;
-            const bool isAvailable = showsSides() && view &&
-                                     ((view->pane() && view->pane()->isAvailable(*command)) ||
-                                      (view->library() && view->library()->isAvailable(*command)));
-            m_actions->action(*command)->setEnabled(isAvailable);
-        }
-    }
-    m_actions->action(PaneCommand::toggleHidden)->setChecked(m_followedPane && m_followedPane->showHidden());
-    m_actions->action(WindowCommand::disconnect)->setEnabled(activeTabs().current().server().has_value());
 }
 
 bool MainWindow::showsSides() const

@@ -47,6 +47,7 @@ QTreeView#serverTree::item, QTreeWidget#transferList::item, QTreeWidget#syncRuns
 QListWidget#preferencePages { background: <sidebar>; border-right: 1px solid <border>; padding: 8px; }
 QListWidget#preferencePages::item { padding: 8px 10px; border-radius: 6px; }
 QListWidget#preferencePages::item:selected { background: <selection>; color: <text>; }
+QListWidget#preferencePages::item:focus { border: 1px solid <accent>; }
 QWidget#monitorArea, QWidget#backupArea, QWidget#backupOverview, QWidget#backupEditor, QWidget#backupJobPage, QWidget#archiveView { background: <window>; }
 QFrame#backupCard:focus, QFrame#serverFolderPicker:focus { border-color: <accent>; }
 QFrame#workBar, QFrame#restorePanel { background: <sidebar>; border: none; border-top: 1px solid <border>;
@@ -59,6 +60,9 @@ QTreeView#archiveTree { border-top: 1px solid <border>; }
 QWidget#terminalBar, QWidget#terminalHeader { background: <sidebar>; border-bottom: 1px solid <border>; }
 QWidget#terminalDock { background: <base>; }
 QTabBar#terminalTabs::tab { padding: 6px 12px; }
+QFrame#commandPalette { background: <toolBar>; border: 1px solid <border>; border-radius: 10px; }
+QLineEdit#paletteQuery { padding: 7px 10px; font-size: 15px; }
+QListView#paletteList { background: transparent; }
 QSplitter#terminalSplitter::handle:hover { background: <accent>; }
 QLabel#shakeHint { background: <toolBar>; color: <text>; border: 1px solid <border>; border-radius: 14px;
     padding: 6px 14px; }
