@@ -66,6 +66,7 @@ bool worksBesideSides(WindowCommand command)
     case shortcuts:
     case about:
     case commandPalette:
+    case customizeToolBar:
     case editServer:
     case newBackup:
     case pauseTransfers:
@@ -145,6 +146,10 @@ void MainWindow::addViewCommands()
 {
     using enum WindowCommand;
     m_handlers[preferences] = [this] { showPreferences(); };
+    m_handlers[customizeToolBar] = [this] {
+        showPreferences();
+        m_preferences->showToolBarPage();
+    };
     m_handlers[sameFolderThere] = [this] { showSameFolderThere(); };
     m_handlers[swapSides] = [this] { this->MainWindow::swapSides(); };
     m_handlers[twoSides] = [this] {

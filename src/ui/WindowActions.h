@@ -48,6 +48,7 @@ enum class WindowCommand {
     shortcuts,
     about,
     commandPalette,
+    customizeToolBar,
     closeOtherTabs,
     editServer,
     newBackup,

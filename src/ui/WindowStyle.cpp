@@ -14,6 +14,11 @@ namespace {
 /// Names in angle brackets stand for colours.
 const auto sheetTemplate = uR"(
 QToolBar#mainToolBar QToolButton { padding: 6px 9px; }
+QToolBar#toolbarItems { border: none; padding: 0; }
+QListWidget[role="boxed"] { border: 1px solid <border>; border-radius: 6px; padding: 4px; }
+QListWidget[role="boxed"]:focus { border-color: <accent>; }
+QListWidget[role="boxed"]::item { padding: 5px 6px; border-radius: 4px; }
+QListWidget[role="boxed"]::item:selected { background: <selection>; color: <text>; }
 QTreeWidget#sidebar { background: <sidebar>; border: none; }
 QWidget#sideHeader { background: <sidebar>; border-bottom: 1px solid <border>; }
 QTabBar#sideTabs::tab { padding: 7px 6px 7px 12px; }

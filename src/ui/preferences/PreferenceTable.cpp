@@ -21,7 +21,7 @@ using Kind = PreferenceRow::Kind;
 
 QString tr(const char *text)
 {
-    return QCoreApplication::translate("PreferenceTable", text);
+    return QCoreApplication::translate("moorix", text);
 }
 
 template <class Value>
@@ -124,8 +124,6 @@ PreferencePage appearance(SettingsStore &settings)
                 number(settings.contentFontSize, tr("Text size"), tr(" px"), 8, 32),
                 number(settings.sizeColumnWidth, tr("Width of the size column"), tr(" px"), 40, 600),
                 number(settings.dateColumnWidth, tr("Width of the date column"), tr(" px"), 40, 600),
-                text(settings.toolbarItemsRaw, tr("Further toolbar items"),
-                     tr("Names with commas between: sort, info, settings, monitor, terminal."), tr("None")),
             }};
 }
 
