@@ -52,8 +52,11 @@ int runWindow(int &argc, char **argv)
         MainWindow window(model);
         const TerminationSignals signalsOfTheSystem;
         QObject::connect(&signalsOfTheSystem, &TerminationSignals::terminationRequested, &window, &MainWindow::quitNow);
-        window.openTargets(QApplication::arguments().mid(1));
-        new FirstPaint(window);
+        const QStringList targets = QApplication::arguments().mid(1);
+        window.openTargets(targets);
+        auto *firstPaint = new FirstPaint(window);
+        if (targets.isEmpty())
+            QObject::connect(firstPaint, &FirstPaint::painted, &window, &MainWindow::offerIntroduction);
         window.show();
         code = QApplication::exec();
     }

@@ -57,6 +57,7 @@ constexpr Row rows[] = {
     {W::shortcuts, "shortcuts"_L1, QT_TRANSLATE_NOOP("CommandNames", "keys help hotkeys bindings")},
     {W::commandPalette, "commandPalette"_L1, QT_TRANSLATE_NOOP("CommandNames", "search everything run")},
     {W::customizeToolBar, "customizeToolBar"_L1, QT_TRANSLATE_NOOP("CommandNames", "customize buttons icons arrange")},
+    {W::introduction, "introduction"_L1, QT_TRANSLATE_NOOP("CommandNames", "welcome tour keychain first start")},
     {W::closeOtherTabs, "closeOtherTabs"_L1, QT_TRANSLATE_NOOP("CommandNames", "only this")},
     {W::editServer, "editServer"_L1, QT_TRANSLATE_NOOP("CommandNames", "change connection settings host")},
     {W::newBackup, "newBackup"_L1, QT_TRANSLATE_NOOP("CommandNames", "add job schedule archive")},

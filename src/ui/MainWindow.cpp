@@ -24,6 +24,7 @@
 #include "ui/WindowStyle.h"
 #include "ui/backup/BackupArea.h"
 #include "ui/compare/DiffPage.h"
+#include "ui/introduction/IntroductionPage.h"
 #include "ui/monitor/MonitorArea.h"
 #include "ui/palette/RecentPlaces.h"
 #include "ui/pane/PaneView.h"
@@ -240,11 +241,12 @@ void MainWindow::showLocation()
         m_status->showConnection(tr("Not connected"), false);
     else
         m_status->showConnection(isLocal ? tr("Local files") : tr("Servers"), false);
-    const QString title = showsComparison() ? m_comparison->title()
-                          : showsSync()     ? m_sync->title()
-                          : showsBackups()  ? m_backups->title()
-                          : showsMonitor()  ? m_monitor->title()
-                                            : session.title();
+    const QString title = showsComparison()     ? m_comparison->title()
+                          : showsSync()         ? m_sync->title()
+                          : showsBackups()      ? m_backups->title()
+                          : showsMonitor()      ? m_monitor->title()
+                          : showsIntroduction() ? tr("Introduction")
+                                                : session.title();
     setWindowTitle(tr("%1 — Moorix").arg(title));
     WindowState::saveTabs(m_model);
     noteFolder();

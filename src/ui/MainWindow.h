@@ -6,6 +6,7 @@
 
 #include <QMainWindow>
 #include <QPointer>
+#include <QSet>
 #include <QUuid>
 
 #include <array>
@@ -20,6 +21,7 @@ class BackupArea;
 class CommandPalette;
 class DesktopNotifier;
 class DiffPage;
+class IntroductionPage;
 class MainToolBar;
 class MessageBar;
 class MonitorArea;
@@ -51,6 +53,9 @@ public:
     /// Shows what the command line names in the active side, then the other: local paths, and SERVER:PATH with a
     /// server's name, host or identity.
     void openTargets(const QStringList &targets);
+    /// Shows the introduction where this is the user's first window and they have not dismissed it.
+    void offerIntroduction();
+    void showIntroduction();
     /// Ends the program without asking, as after a signal.
     void quitNow();
 
@@ -126,6 +131,8 @@ private:
     /// Whether backups stand in place of the two sides.
     bool showsBackups() const;
     bool showsComparison() const;
+    bool showsIntroduction() const;
+    QSet<QUuid> knownServers() const;
     /// Whether the monitor stands in place of the two sides.
     bool showsMonitor() const;
 
@@ -150,6 +157,7 @@ private:
     SyncArea *m_sync = nullptr;
     BackupArea *m_backups = nullptr;
     QPointer<DiffPage> m_comparison;
+    QPointer<IntroductionPage> m_introduction;
     /// What the comparison stands in place of.
     QWidget *m_comparedFrom = nullptr;
     MonitorArea *m_monitor = nullptr;

@@ -67,6 +67,7 @@ bool worksBesideSides(WindowCommand command)
     case about:
     case commandPalette:
     case customizeToolBar:
+    case introduction:
     case editServer:
     case newBackup:
     case pauseTransfers:
@@ -162,6 +163,7 @@ void MainWindow::addViewCommands()
         m_sidebar->setFocus();
     };
     m_handlers[transfers] = [this] { m_drawer->setVisible(m_actions->action(WindowCommand::transfers)->isChecked()); };
+    m_handlers[introduction] = [this] { showIntroduction(); };
     m_handlers[shortcuts] = [this] { (new ShortcutsOverview(*m_actions, this))->show(); };
     m_handlers[about] = [this] { (new AboutDialog(this))->open(); };
 }
@@ -189,6 +191,8 @@ void MainWindow::runPaneCommand(PaneCommand command)
         runComparisonCommand(command);
         return;
     }
+    if (showsIntroduction())
+        return;
     if (showsBackups()) {
         if (command == PaneCommand::goBack || command == PaneCommand::goUp)
             m_backups->goBack();

@@ -128,7 +128,7 @@ std::optional<QString> MainWindow::refusalBesideSides(PaneCommand command) const
     const bool isBack = command == PaneCommand::goBack || command == PaneCommand::goUp;
     const bool isSearch = command == PaneCommand::filter && !showsBackups();
     const bool isReload = command == PaneCommand::reload && (showsSync() || showsComparison());
-    return unless(isBack || isSearch || isReload, tr("The folders are not in view."));
+    return unless(!showsIntroduction() && (isBack || isSearch || isReload), tr("The folders are not in view."));
 }
 
 void MainWindow::prepareMenus()

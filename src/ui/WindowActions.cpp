@@ -63,6 +63,7 @@ QList<CommandInfo> makeWindowCommands()
         {about, WindowActions::tr("About Moorix"), u"help-about"_s, {}},
         {commandPalette, WindowActions::tr("Command palette…"), u"search"_s, {Qt::CTRL | Qt::SHIFT | Qt::Key_P}},
         {customizeToolBar, WindowActions::tr("Customise toolbar…"), u"configure"_s, {}},
+        {introduction, WindowActions::tr("Introduction"), u"help-about"_s, {}},
         {closeOtherTabs, WindowActions::tr("Close other tabs"), u"tab-close"_s, {}},
         {editServer, WindowActions::tr("Edit this server…"), u"document-edit"_s, {}},
         {newBackup, WindowActions::tr("New backup…"), u"backup"_s, {}},
@@ -155,7 +156,7 @@ const QList<WindowActions::Menu> &WindowActions::menus()
          {P::compareFiles, line, W::sync, W::syncPairs, line, W::backups, W::newBackup, W::backupSelection,
           W::openArchive, line, W::terminal, W::terminalInSide, P::openTerminal, W::terminalToFolder,
           W::folderOfTerminal, line, W::monitor}},
-        {tr("&Help"), {W::shortcuts, line, W::about}},
+        {tr("&Help"), {W::shortcuts, W::introduction, line, W::about}},
     };
     return all;
 }

@@ -49,6 +49,7 @@ enum class WindowCommand {
     about,
     commandPalette,
     customizeToolBar,
+    introduction,
     closeOtherTabs,
     editServer,
     newBackup,

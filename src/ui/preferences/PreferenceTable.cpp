@@ -111,7 +111,7 @@ PreferencePage general(SettingsStore &settings)
                         {rawText(FileSortKey::kind), tr("Kind")}}),
                 toggle(settings.sortAscending, tr("Ascending"), tr("Folders come first either way.")),
                 toggle(settings.permissionOnboardingDismissed, tr("Introduction dismissed"),
-                       tr("This version has no introduction; kept for one that has.")),
+                       tr("It is shown at the first start only; the Help menu opens it again.")),
             }};
 }
 
