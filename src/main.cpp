@@ -10,11 +10,13 @@
 #include "ui/FirstPaint.h"
 #include "ui/MainWindow.h"
 #include "ui/TerminationSignals.h"
+#include "ui/Translations.h"
 
 #include <QApplication>
 #include <QDesktopServices>
 #include <QIcon>
 #include <QUrl>
+#include <QLocale>
 
 #include <cstdio>
 #include <cstdlib>
@@ -73,6 +75,7 @@ int runWindow(int &argc, char **argv, const InstanceLock &lock)
     QApplication::setApplicationDisplayName(QStringLiteral("Moorix"));
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/moorix.svg")));
     QApplication::setDesktopFileName(QStringLiteral("moorix"));
+    Translations::install(application, QLocale());
     int code = 0;
     {
         AppModel::Platform platform{std::make_shared<SystemProcessRunner>(), std::make_shared<SecretServiceKeychain>()};
@@ -85,8 +88,11 @@ int runWindow(int &argc, char **argv, const InstanceLock &lock)
         });
         const TerminationSignals signalsOfTheSystem;
         QObject::connect(&signalsOfTheSystem, &TerminationSignals::terminationRequested, &window, &MainWindow::quitNow);
-        window.openTargets(QApplication::arguments().mid(1));
-        new FirstPaint(window);
+        const QStringList targets = QApplication::arguments().mid(1);
+        window.openTargets(targets);
+        auto *firstPaint = new FirstPaint(window);
+        if (targets.isEmpty())
+            QObject::connect(firstPaint, &FirstPaint::painted, &window, &MainWindow::offerIntroduction);
         window.show();
         code = QApplication::exec();
     }

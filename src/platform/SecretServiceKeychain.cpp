@@ -34,18 +34,32 @@ struct ErrorFree
 {
     void operator()(GError *error) const { g_error_free(error); }
 };
+struct ObjectFree
+{
+    void operator()(gpointer object) const { g_object_unref(object); }
+};
 struct PasswordFree
 {
     void operator()(char *password) const { secret_password_free(password); }
 };
 
+bool hasNoBus(const GError &error)
+{
+    return error.domain == G_IO_ERROR && error.code != G_IO_ERROR_TIMED_OUT;
+}
+
+bool hasNoService(const GError &error)
+{
+    return error.domain == G_DBUS_ERROR && error.code == G_DBUS_ERROR_SERVICE_UNKNOWN;
+}
+
 QString explain(const GError &error)
 {
     const QString words = QString::fromUtf8(error.message);
-    if (error.domain == G_IO_ERROR && error.code != G_IO_ERROR_TIMED_OUT) {
+    if (hasNoBus(error)) {
         return QStringLiteral("This session has no message bus, so the keychain cannot be reached (%1).").arg(words);
     }
-    if (error.domain == G_DBUS_ERROR && error.code == G_DBUS_ERROR_SERVICE_UNKNOWN) {
+    if (hasNoService(error)) {
         return QStringLiteral("No keychain is running: install or start GNOME Keyring, KWallet or KeePassXC (%1).")
             .arg(words);
     }
@@ -94,6 +108,26 @@ void SecretServiceKeychain::remove(const QString &service, const QString &accoun
     secret_password_clear_sync(&schema(), nullptr, &error, "service", service.toUtf8().constData(), "account",
                                account.toUtf8().constData(), "synchronizable", isSynchronizable(variant), nullptr);
     check(error);
+}
+
+KeychainReport SecretServiceKeychain::report()
+{
+    using State = KeychainReport::State;
+    GError *error = nullptr;
+    const std::unique_ptr<SecretService, ObjectFree> service(
+        secret_service_get_sync(SECRET_SERVICE_NONE, nullptr, &error));
+    std::unique_ptr<SecretCollection, ObjectFree> keyring;
+    if (!error)
+        keyring.reset(secret_collection_for_alias_sync(service.get(), SECRET_COLLECTION_DEFAULT, SECRET_COLLECTION_NONE,
+                                                       nullptr, &error));
+    if (error && (hasNoBus(*error) || hasNoService(*error))) {
+        const std::unique_ptr<GError, ErrorFree> owned(error);
+        return {hasNoBus(*error) ? State::noMessageBus : State::noService, QString::fromUtf8(error->message)};
+    }
+    check(error);
+    if (!keyring)
+        return {State::noKeyring};
+    return {secret_collection_get_locked(keyring.get()) ? State::locked : State::ready};
 }
 
 } // namespace moorix

@@ -13,6 +13,7 @@ public:
     void setValue(const QString &service, const QString &account, KeychainVariant variant,
                   const QString &value) override;
     void remove(const QString &service, const QString &account, KeychainVariant variant) override;
+    KeychainReport report() override;
 };
 
 } // namespace moorix

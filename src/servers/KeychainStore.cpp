@@ -48,6 +48,11 @@ bool KeychainStore::attempt(const std::function<void(Keychain &)> &operation)
     }
 }
 
+KeychainReport KeychainStore::report()
+{
+    return m_keychain->report();
+}
+
 KeychainStore::Reading KeychainStore::read(const QUuid &owner, SecretKind kind)
 {
     const QString account = accountOf(owner, kind);

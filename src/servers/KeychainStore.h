@@ -15,6 +15,7 @@
 namespace moorix {
 
 class Keychain;
+struct KeychainReport;
 
 /// The kinds of secret an owner (a server, a backup job) can have.
 enum class SecretKind { password, passphrase, privateKey };
@@ -46,6 +47,9 @@ public:
     /// Copies each device-only secret of these owners, whatever its kind, into the synchronizable variant. True when
     /// every copy succeeded; there may have been nothing to copy.
     bool migrateToSyncable(const QList<QUuid> &servers, const QList<QUuid> &backupJobs);
+
+    /// How far the keychain can be used. Opens no prompt; throws what it said where that is something else.
+    KeychainReport report();
 
     /// Keeps a secret in memory only, for a machine whose keychain is missing.
     void rememberForThisRun(const QString &value, const QUuid &owner, SecretKind kind);

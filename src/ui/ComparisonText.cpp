@@ -11,7 +11,7 @@ namespace {
 
 QString tr(const char *text)
 {
-    return QCoreApplication::translate("ComparisonText", text);
+    return QCoreApplication::translate("moorix", text);
 }
 
 } // namespace

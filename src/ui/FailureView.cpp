@@ -69,6 +69,7 @@ FailureView::FailureView(Session &session, bool isSaved, std::shared_ptr<Process
     auto *scroll = new QScrollArea(this);
     scroll->setProperty("role", QStringLiteral("page"));
     scroll->setWidgetResizable(true);
+    scroll->setFocusPolicy(Qt::NoFocus);
     scroll->setAlignment(Qt::AlignHCenter);
     scroll->setWidget(body);
     auto *outer = new QVBoxLayout(this);

@@ -15,10 +15,7 @@ Q_LOGGING_CATEGORY(startup, "moorix.startup", QtWarningMsg)
 FirstPaint::FirstPaint(QWidget &window)
     : QObject(&window)
 {
-    if (startup().isInfoEnabled())
-        window.installEventFilter(this);
-    else
-        deleteLater();
+    window.installEventFilter(this);
 }
 
 bool FirstPaint::eventFilter(QObject *watched, QEvent *event)
@@ -28,6 +25,7 @@ bool FirstPaint::eventFilter(QObject *watched, QEvent *event)
         // The children paint within the same pass; the next turn of the loop is after it.
         QTimer::singleShot(0, this, [this] {
             qCInfo(startup, "painted");
+            emit painted();
             deleteLater();
         });
     }

@@ -5,15 +5,18 @@
 
 namespace moorix {
 
-/// Notes in the log category "moorix.startup" when the window has been painted for the first time. Off unless asked
-/// for: QT_LOGGING_RULES="moorix.startup=true".
+/// Tells when the window has been painted for the first time, and notes it in the log category "moorix.startup" where
+/// that is asked for: QT_LOGGING_RULES="moorix.startup=true".
 class FirstPaint final : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Owned by `window`, and gone after the note.
+    /// Owned by `window`, and gone after the signal.
     explicit FirstPaint(QWidget &window);
+
+signals:
+    void painted();
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;

@@ -5,11 +5,14 @@
 #include "files/PaneModel.h"
 #include "servers/ServerStore.h"
 #include "settings/SettingsStore.h"
+#include "ui/CommandNames.h"
 #include "ui/Theme.h"
 #include "ui/WindowActions.h"
 #include "ui/servers/ServerLook.h"
+#include "ui/toolbar/ToolBarItems.h"
 
 #include <QAction>
+#include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QMenu>
@@ -23,46 +26,27 @@ MainToolBar::MainToolBar(AppModel &model, WindowActions &actions, QWidget *paren
     : QToolBar(tr("Toolbar"), parent)
     , m_model(model)
     , m_actions(actions)
+    , m_items(new QToolBar(this))
     , m_connectMenu(new QMenu(this))
-    , m_sortMenu(new QMenu(this))
+    , m_sortMenu(new QMenu(tr("Sort"), this))
+    , m_sort(new QAction(Theme::icon(ToolBarItems::iconNameOf(ToolBarItems::sortName)),
+                         ToolBarItems::textOf(ToolBarItems::sortName), this))
     , m_filter(new QLineEdit(this))
 {
     setObjectName(QStringLiteral("mainToolBar"));
     setMovable(false);
-    setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-    setIconSize({16, 16});
-    setContextMenuPolicy(Qt::PreventContextMenu);
-    addConnect();
-    addSeparator();
-    for (const PaneCommand command :
-         {PaneCommand::copyToOtherSide, PaneCommand::moveToOtherSide, PaneCommand::newFolder, PaneCommand::remove})
-        addAction(m_actions.action(command));
-    addSeparator();
-    addAction(m_actions.action(PaneCommand::compareFiles));
-    m_actions.action(PaneCommand::compareFiles)->setIconText(tr("Compare"));
-    addAction(m_actions.action(WindowCommand::sync));
-    m_actions.action(WindowCommand::sync)->setIconText(tr("Sync"));
-    m_actions.action(PaneCommand::copyToOtherSide)->setIconText(tr("Copy"));
-    m_actions.action(PaneCommand::moveToOtherSide)->setIconText(tr("Move"));
-    addAction(m_actions.action(WindowCommand::backups));
-    m_actions.action(WindowCommand::backups)->setIconText(tr("Backup"));
-    auto *spacer = new QWidget(this);
-    spacer->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
-    m_chosenEnd = addWidget(spacer);
-    addChosenItems();
+    m_sort->setMenu(m_sortMenu);
+    setUpItems();
+    setUpFilter();
+    auto *holder = new QWidget(this);
+    auto *row = new QHBoxLayout(holder);
+    row->setContentsMargins(0, 0, 0, 0);
+    row->setSpacing(3);
+    row->addWidget(m_items, 1);
+    row->addWidget(m_filter);
+    holder->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
+    addWidget(holder);
 
-    m_filter->setObjectName(QStringLiteral("toolbarFilter"));
-    m_filter->setPlaceholderText(tr("Filter…"));
-    m_filter->setClearButtonEnabled(true);
-    m_filter->setFixedWidth(180);
-    m_filter->addAction(Theme::icon(QStringLiteral("search")), QLineEdit::LeadingPosition);
-    m_filter->installEventFilter(this);
-    addWidget(m_filter);
-
-    connect(m_filter, &QLineEdit::textEdited, this, [this](const QString &text) {
-        if (m_pane)
-            m_pane->setSearchQuery(text);
-    });
     connect(m_connectMenu, &QMenu::aboutToShow, this, &MainToolBar::fillConnectMenu);
     connect(m_sortMenu, &QMenu::aboutToShow, this, &MainToolBar::fillSortMenu);
     connect(&model.settings(), &SettingsStore::settingChanged, this, [this](const QString &key) {
@@ -71,58 +55,112 @@ MainToolBar::MainToolBar(AppModel &model, WindowActions &actions, QWidget *paren
     });
 }
 
+void MainToolBar::setUpItems()
+{
+    m_items->setObjectName(QStringLiteral("toolbarItems"));
+    m_items->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    m_items->setIconSize({16, 16});
+    for (QToolBar *bar : {static_cast<QToolBar *>(this), m_items}) {
+        bar->setContextMenuPolicy(Qt::CustomContextMenu);
+        connect(bar, &QWidget::customContextMenuRequested, this,
+                [this, bar](const QPoint &position) { showMenu(bar->mapToGlobal(position)); });
+    }
+    addConnect();
+    m_items->addSeparator();
+    addAlwaysShown();
+    auto *spacer = new QWidget(m_items);
+    spacer->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
+    m_chosenEnd = m_items->addWidget(spacer);
+    addChosenItems();
+    if (auto *overflow = m_items->findChild<QToolButton *>(QStringLiteral("qt_toolbar_ext_button"))) {
+        overflow->setAccessibleName(tr("More commands"));
+        overflow->setToolTip(tr("More commands"));
+    }
+}
+
+void MainToolBar::setUpFilter()
+{
+    m_filter->setObjectName(QStringLiteral("toolbarFilter"));
+    m_filter->setPlaceholderText(tr("Filter…"));
+    m_filter->setAccessibleName(tr("Filter the files of the active side"));
+    m_filter->setClearButtonEnabled(true);
+    m_filter->setFixedWidth(180);
+    m_filter->addAction(Theme::icon(QStringLiteral("search")), QLineEdit::LeadingPosition);
+    m_filter->installEventFilter(this);
+    connect(m_filter, &QLineEdit::textEdited, this, [this](const QString &text) {
+        if (m_pane)
+            m_pane->setSearchQuery(text);
+    });
+}
+
 void MainToolBar::addConnect()
 {
-    auto *button = new QToolButton(this);
+    auto *button = new QToolButton(m_items);
     button->setObjectName(QStringLiteral("connectButton"));
     button->setText(tr("Connect"));
     button->setIcon(Theme::icon(QStringLiteral("network-connect")));
     button->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     button->setPopupMode(QToolButton::InstantPopup);
     button->setMenu(m_connectMenu);
-    addWidget(button);
+    m_items->addWidget(button);
+}
+
+void MainToolBar::addAlwaysShown()
+{
+    for (const WindowActions::Entry &command : ToolBarItems::alwaysShown()) {
+        if (QAction *action = m_actions.action(command))
+            m_items->addAction(action);
+        else
+            m_items->addSeparator();
+    }
+    m_actions.action(PaneCommand::compareFiles)->setIconText(tr("Compare"));
+    m_actions.action(WindowCommand::sync)->setIconText(tr("Sync"));
+    m_actions.action(PaneCommand::copyToOtherSide)->setIconText(tr("Copy"));
+    m_actions.action(PaneCommand::moveToOtherSide)->setIconText(tr("Move"));
+    m_actions.action(WindowCommand::backups)->setIconText(tr("Backup"));
 }
 
 void MainToolBar::addChosenItems()
 {
-    for (QAction *action : std::exchange(m_chosen, {})) {
-        removeAction(action);
-        if (action->parent() == this)
-            delete action;
+    for (QAction *action : std::exchange(m_chosen, {}))
+        m_items->removeAction(action);
+    for (const QString &name : ToolBarItems::shown(m_model.settings().toolbarItemsRaw.value())) {
+        QAction *action = actionOf(name);
+        if (!action)
+            continue;
+        m_chosen += action;
+        m_items->insertAction(m_chosenEnd, action);
+        auto *button = static_cast<QToolButton *>(m_items->widgetForAction(action));
+        // Without their texts, which would push the others out of a window of usual width.
+        button->setToolButtonStyle(Qt::ToolButtonIconOnly);
+        if (action == m_sort)
+            button->setPopupMode(QToolButton::InstantPopup);
     }
-    // Without their texts, which would push the filter out of a window of usual width.
-    const auto showIconOnly = [this](QAction *action) {
-        static_cast<QToolButton *>(widgetForAction(action))->setToolButtonStyle(Qt::ToolButtonIconOnly);
-        return action;
-    };
-    const auto add = [&](const QString &iconName, const QString &text) {
-        m_chosen += new QAction(Theme::icon(iconName), text, this);
-        insertAction(m_chosenEnd, m_chosen.last());
-        return showIconOnly(m_chosen.last());
-    };
-    // Names without a feature behind them are left out; the setting keeps them.
-    for (const QString &item : m_model.settings().toolbarItemsRaw.value().split(u',')) {
-        const QString name = item.trimmed();
-        if (name == QLatin1String("sort")) {
-            QAction *sort = add(QStringLiteral("view-sort-ascending"), tr("Sort"));
-            sort->setMenu(m_sortMenu);
-            static_cast<QToolButton *>(widgetForAction(sort))->setPopupMode(QToolButton::InstantPopup);
-        } else if (name == QLatin1String("info")) {
-            connect(add(QStringLiteral("documentinfo"), tr("Info")), &QAction::triggered,
-                    m_actions.action(PaneCommand::info), &QAction::trigger);
-        } else if (name == QLatin1String("monitor")) {
-            connect(add(QStringLiteral("office-chart-area"), tr("Monitor")), &QAction::triggered,
-                    m_actions.action(WindowCommand::monitor), &QAction::trigger);
-        } else if (name == QLatin1String("settings")) {
-            connect(add(QStringLiteral("configure"), tr("Preferences")), &QAction::triggered,
-                    m_actions.action(WindowCommand::preferences), &QAction::trigger);
-        } else if (name == QLatin1String("terminal")) {
-            // The same action as in the menus, so that the button shows whether the terminals are shown.
-            m_chosen += m_actions.action(WindowCommand::terminal);
-            insertAction(m_chosenEnd, m_chosen.last());
-            showIconOnly(m_chosen.last());
-        }
+}
+
+QAction *MainToolBar::actionOf(const QString &name) const
+{
+    if (name == ToolBarItems::sortName)
+        return m_sort;
+    const std::optional<WindowActions::Entry> command = CommandNames::commandOf(name);
+    return command ? m_actions.action(*command) : nullptr;
+}
+
+void MainToolBar::showMenu(const QPoint &position)
+{
+    auto *menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    QAction *pressed = m_items->actionAt(m_items->mapFromGlobal(position));
+    if (m_chosen.contains(pressed)) {
+        menu->addAction(tr("Remove “%1”").arg(pressed->iconText()), this, [this, pressed] {
+            Setting<QString> &setting = m_model.settings().toolbarItemsRaw;
+            QStringList names = ToolBarItems::shown(setting.value());
+            names.removeIf([&](const QString &name) { return actionOf(name) == pressed; });
+            setting.set(ToolBarItems::replacing(setting.value(), names));
+        });
     }
+    menu->addAction(m_actions.action(WindowCommand::customizeToolBar));
+    menu->popup(position);
 }
 
 void MainToolBar::fillConnectMenu()
@@ -180,7 +218,7 @@ void MainToolBar::follow(PaneModel *pane)
     for (const PaneCommand command : {PaneCommand::copyToOtherSide, PaneCommand::moveToOtherSide,
                                       PaneCommand::newFolder, PaneCommand::remove, PaneCommand::compareFiles}) {
         // The buttons are greyed, not the actions, whose keys also serve the server library.
-        if (QWidget *button = widgetForAction(m_actions.action(command)))
+        if (QWidget *button = m_items->widgetForAction(m_actions.action(command)))
             button->setEnabled(pane);
     }
     m_filter->setEnabled(pane);

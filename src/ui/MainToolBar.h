@@ -35,15 +35,23 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
+    void setUpItems();
+    void setUpFilter();
     void addConnect();
+    void addAlwaysShown();
     void addChosenItems();
+    QAction *actionOf(const QString &name) const;
+    void showMenu(const QPoint &position);
     void fillConnectMenu();
     void fillSortMenu();
 
     AppModel &m_model;
     WindowActions &m_actions;
+    /// What does not fit into a narrow window goes into a menu at its end; the filter stays beside it.
+    QToolBar *m_items;
     QMenu *m_connectMenu;
     QMenu *m_sortMenu;
+    QAction *m_sort;
     QLineEdit *m_filter;
     QAction *m_chosenEnd = nullptr;
     QList<QAction *> m_chosen;

@@ -27,7 +27,9 @@
 #include "ui/backup/BackupArea.h"
 #include "ui/compare/DiffPage.h"
 #include "ui/editor/EditorArea.h"
+#include "ui/introduction/IntroductionPage.h"
 #include "ui/monitor/MonitorArea.h"
+#include "ui/palette/RecentPlaces.h"
 #include "ui/pane/PaneView.h"
 #include "ui/servers/ServerLibraryView.h"
 #include "ui/servers/ServerLook.h"
@@ -62,6 +64,7 @@ MainWindow::MainWindow(AppModel &model)
     connectCommands();
     connectMonitor();
     connectEditor();
+    connectPalette();
     m_actions->action(WindowCommand::sidebar)->setChecked(m_sidebar->isVisibleTo(this));
     applyTwoSides();
     followActiveSide();
@@ -243,14 +246,16 @@ void MainWindow::showLocation()
         m_status->showConnection(tr("Not connected"), false);
     else
         m_status->showConnection(isLocal ? tr("Local files") : tr("Servers"), false);
-    const QString title = showsComparison() ? m_comparison->title()
-                          : showsSync()     ? m_sync->title()
-                          : showsBackups()  ? m_backups->title()
-                          : showsMonitor()  ? m_monitor->title()
-                          : showsEditor()   ? m_editor->title()
-                                            : session.title();
+    const QString title = showsComparison()     ? m_comparison->title()
+                          : showsSync()         ? m_sync->title()
+                          : showsBackups()      ? m_backups->title()
+                          : showsMonitor()      ? m_monitor->title()
+                          : showsEditor()       ? m_editor->title()
+                          : showsIntroduction() ? tr("Introduction")
+                                                : session.title();
     setWindowTitle(tr("%1 — Moorix").arg(title));
     WindowState::saveTabs(m_model);
+    noteFolder();
 }
 
 void MainWindow::followSetting(const QString &key)
@@ -294,7 +299,8 @@ bool MainWindow::mayQuit()
         return transfer.state == TransferStatus::State::running || transfer.state == TransferStatus::State::waiting;
     });
     if (open > 0) {
-        sentences << (open == 1 ? tr("A transfer is under way.") : tr("%1 transfers are under way.").arg(open))
+        sentences << (open == 1 ? tr("A transfer is under way.")
+                                : tr("%n transfers are under way.", nullptr, int(open)))
                   << tr("Between local folders and saved servers, what is left can go on at the next start; with other "
                         "servers it ends here.");
     }

@@ -8,6 +8,7 @@
 
 #include <QMainWindow>
 #include <QPointer>
+#include <QSet>
 #include <QUuid>
 
 #include <array>
@@ -19,14 +20,18 @@ class QStackedWidget;
 namespace moorix {
 
 class BackupArea;
+class CommandPalette;
 class DesktopNotifier;
 class DiffPage;
 class EditorArea;
+class IntroductionPage;
 class MainToolBar;
 class MessageBar;
 class MonitorArea;
 class PaneModel;
+struct PaletteEntry;
 class PreferencesWindow;
+class RecentPlaces;
 class Session;
 class ShortcutsOverview;
 class SideView;
@@ -54,6 +59,9 @@ public:
     /// The same in new tabs, and comes to the front, as another start of the program asks for. `activationToken` is the
     /// desktop's leave to do so.
     void openFromOutside(const QStringList &targets, const QString &activationToken);
+    /// Shows the introduction where this is the user's first window and they have not dismissed it.
+    void offerIntroduction();
+    void showIntroduction();
     /// Ends the program without asking, as after a signal.
     void quitNow();
 
@@ -98,6 +106,22 @@ private:
     void runPaneCommand(PaneCommand command);
     void runSyncCommand(PaneCommand command);
     void prepareMenus();
+    /// Why a command would do nothing now; nothing where it would do something, an empty text where there are no words.
+    std::optional<QString> refusal(const WindowActions::Entry &command) const;
+    std::optional<QString> refusal(WindowCommand command) const;
+    std::optional<QString> refusal(PaneCommand command) const;
+    std::optional<QString> refusalBesideSides(PaneCommand command) const;
+    std::optional<QString> refusalOfTransfers(WindowCommand command) const;
+    void addTransferCommands();
+    void connectPalette();
+    void showPalette();
+    /// Remembers the folder that the active side shows.
+    void noteFolder();
+    QList<PaletteEntry> paletteEntries();
+    void addCommandsTo(QList<PaletteEntry> &entries);
+    void addTabsTo(QList<PaletteEntry> &entries);
+    void addFoldersTo(QList<PaletteEntry> &entries);
+    void addServersTo(QList<PaletteEntry> &entries);
     void openServer(const QUuid &id, bool inNewTab);
     void openForm(const ServerConnection &server, bool isNew);
     void editServer(const QUuid &id);
@@ -122,6 +146,8 @@ private:
     /// Whether backups stand in place of the two sides.
     bool showsBackups() const;
     bool showsComparison() const;
+    bool showsIntroduction() const;
+    QSet<QUuid> knownServers() const;
     /// Whether the monitor stands in place of the two sides.
     bool showsMonitor() const;
     /// Whether the editor stands in place of the two sides.
@@ -148,6 +174,7 @@ private:
     SyncArea *m_sync = nullptr;
     BackupArea *m_backups = nullptr;
     QPointer<DiffPage> m_comparison;
+    QPointer<IntroductionPage> m_introduction;
     /// What the comparison stands in place of.
     QWidget *m_comparedFrom = nullptr;
     MonitorArea *m_monitor = nullptr;
@@ -159,6 +186,9 @@ private:
     MessageBar *m_question = nullptr;
     UnsentEdits *m_unsent = nullptr;
     StatusStrip *m_status = nullptr;
+    std::unique_ptr<RecentPlaces> m_recent;
+    /// Made when it is opened for the first time.
+    CommandPalette *m_palette = nullptr;
     QPointer<PreferencesWindow> m_preferences;
     QPointer<Session> m_followed;
     QPointer<PaneModel> m_followedPane;

@@ -21,6 +21,7 @@ namespace moorix {
 void MainWindow::addBackupCommands()
 {
     m_handlers[WindowCommand::backups] = [this] { showsBackups() ? showSides() : m_backups->showBackups(); };
+    m_handlers[WindowCommand::newBackup] = [this] { m_backups->newJob({}); };
     m_handlers[WindowCommand::openArchive] = [this] {
         const QStringList selected = SourceList::selectionOf(m_model);
         const bool isOne = selected.size() == 1 && (selected.constFirst().endsWith(QLatin1String(".zip")) ||

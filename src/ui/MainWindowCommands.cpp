@@ -60,6 +60,16 @@ bool worksBesideSides(WindowCommand command)
     case shortcuts:
     case checkForUpdates:
     case about:
+    case commandPalette:
+    case customizeToolBar:
+    case introduction:
+    case editServer:
+    case newBackup:
+    case pauseTransfers:
+    case resumeTransfers:
+    case retryTransfers:
+    case cancelTransfers:
+    case clearTransfers:
         return true;
     default:
         return false;
@@ -76,6 +86,7 @@ void MainWindow::connectCommands()
     addViewCommands();
     addSyncCommands();
     addTerminalCommands();
+    addTransferCommands();
     connect(m_actions, &WindowActions::windowCommandTriggered, this, &MainWindow::runCommand);
 }
 
@@ -84,6 +95,13 @@ void MainWindow::addTabCommands()
     using enum WindowCommand;
     m_handlers[newTab] = [this] { activeView().openNewTab(); };
     m_handlers[closeTab] = [this] { activeTabs().close(activeTabs().currentIndex()); };
+    m_handlers[closeOtherTabs] = [this] {
+        PaneTabs &tabs = activeTabs();
+        for (qsizetype index = tabs.sessions().size() - 1; index >= 0; --index) {
+            if (index != tabs.currentIndex())
+                tabs.close(index);
+        }
+    };
     m_handlers[nextTab] = [this] { stepTab(1); };
     m_handlers[previousTab] = [this] { stepTab(-1); };
     m_handlers[home] = [this] {
@@ -108,6 +126,10 @@ void MainWindow::addServerCommands()
             activeView().focusContent();
     };
     m_handlers[newServer] = [this] { this->MainWindow::newServer(std::nullopt); };
+    m_handlers[editServer] = [this] {
+        if (const auto &server = activeTabs().current().server())
+            this->MainWindow::editServer(server->id);
+    };
     m_handlers[disconnect] = [this] {
         if (const auto &server = activeTabs().current().server())
             m_unsent->disconnectServer(server->id);
@@ -120,6 +142,10 @@ void MainWindow::addViewCommands()
 {
     using enum WindowCommand;
     m_handlers[preferences] = [this] { showPreferences(); };
+    m_handlers[customizeToolBar] = [this] {
+        showPreferences();
+        m_preferences->showToolBarPage();
+    };
     m_handlers[sameFolderThere] = [this] { showSameFolderThere(); };
     m_handlers[swapSides] = [this] { this->MainWindow::swapSides(); };
     m_handlers[twoSides] = [this] {
@@ -132,6 +158,7 @@ void MainWindow::addViewCommands()
         m_sidebar->setFocus();
     };
     m_handlers[transfers] = [this] { m_drawer->setVisible(m_actions->action(WindowCommand::transfers)->isChecked()); };
+    m_handlers[introduction] = [this] { showIntroduction(); };
     m_handlers[shortcuts] = [this] { (new ShortcutsOverview(*m_actions, this))->show(); };
     m_handlers[checkForUpdates] = [this] {
         m_model.updates().checkForUpdates(true);
@@ -171,6 +198,8 @@ void MainWindow::runPaneCommand(PaneCommand command)
         runComparisonCommand(command);
         return;
     }
+    if (showsIntroduction())
+        return;
     if (showsBackups()) {
         if (command == PaneCommand::goBack || command == PaneCommand::goUp)
             m_backups->goBack();
@@ -194,24 +223,6 @@ void MainWindow::runPaneCommand(PaneCommand command)
     else if (view && view->library())
         view->library()->run(command);
     m_actions->action(PaneCommand::toggleHidden)->setChecked(m_followedPane && m_followedPane->showHidden());
-}
-
-void MainWindow::prepareMenus()
-{
-    SessionView *view = activeView().currentView();
-    for (const WindowActions::Menu &menu : WindowActions::menus()) {
-        for (const WindowActions::Entry &entry : menu.entries) {
-            const PaneCommand *command = std::get_if<PaneCommand>(&entry);
-            if (!command || *command == PaneCommand::focusOtherSide)
-                continue;
-            const bool isAvailable = showsSides() && view &&
-                                     ((view->pane() && view->pane()->isAvailable(*command)) ||
-                                      (view->library() && view->library()->isAvailable(*command)));
-            m_actions->action(*command)->setEnabled(isAvailable);
-        }
-    }
-    m_actions->action(PaneCommand::toggleHidden)->setChecked(m_followedPane && m_followedPane->showHidden());
-    m_actions->action(WindowCommand::disconnect)->setEnabled(activeTabs().current().server().has_value());
 }
 
 bool MainWindow::showsSides() const

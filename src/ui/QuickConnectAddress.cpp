@@ -10,7 +10,7 @@ namespace {
 
 QString tr(const char *text)
 {
-    return QCoreApplication::translate("QuickConnectAddress", text);
+    return QCoreApplication::translate("moorix", text);
 }
 
 struct Parts

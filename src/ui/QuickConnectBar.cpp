@@ -32,8 +32,10 @@ QuickConnectBar::QuickConnectBar(AppModel &model, PaneTabs &tabs, QWidget *paren
     setProperty("role", QStringLiteral("bar"));
     m_address->setObjectName(QStringLiteral("quickAddress"));
     m_address->setPlaceholderText(tr("user@host:port/folder or sftp://…"));
+    m_address->setAccessibleName(tr("Address of the server"));
     m_password->setObjectName(QStringLiteral("quickPassword"));
     m_password->setPlaceholderText(tr("Password (empty: your keys)"));
+    m_password->setAccessibleName(tr("Password"));
     m_password->setEchoMode(QLineEdit::Password);
     m_save->setObjectName(QStringLiteral("quickSave"));
     m_save->setToolTip(tr("Save the server and the password to the library"));

@@ -39,12 +39,14 @@ TransferBadge TransferBadge::of(const Session &session, const TransferEngine &tr
 
 QString TransferBadge::text() const
 {
-    const auto tr = [](const char *text) { return QCoreApplication::translate("TransferBadge", text); };
+    const auto tr = [](const char *text, const char *comment = nullptr, int count = -1) {
+        return QCoreApplication::translate("moorix::TransferBadge", text, comment, count);
+    };
     QStringList parts;
     if (open > 0)
-        parts << (open == 1 ? tr("1 transfer under way") : tr("%1 transfers under way").arg(open));
+        parts << (open == 1 ? tr("1 transfer under way") : tr("%n transfers under way", nullptr, int(open)));
     if (failed > 0)
-        parts << (failed == 1 ? tr("1 transfer failed") : tr("%1 transfers failed").arg(failed));
+        parts << (failed == 1 ? tr("1 transfer failed") : tr("%n transfers failed", nullptr, int(failed)));
     return parts.join(QStringLiteral(", "));
 }
 

@@ -4,6 +4,7 @@
 #include "transfers/TransferEngine.h"
 #include "ui/Theme.h"
 #include "ui/TransferRowDelegate.h"
+#include "ui/TransferRules.h"
 #include "ui/TransferText.h"
 #include "ui/Widgets.h"
 
@@ -60,37 +61,6 @@ bool hasBar(const TransferStatus &transfer)
            ((transfer.state == State::paused || transfer.state == State::reconnecting) && transfer.filesTotal > 0);
 }
 
-bool canPause(const TransferStatus &transfer)
-{
-    return transfer.state == State::waiting || transfer.state == State::running ||
-           transfer.state == State::reconnecting;
-}
-
-bool canResume(const TransferStatus &transfer)
-{
-    return transfer.state == State::paused || transfer.state == State::interrupted;
-}
-
-bool canCancel(const TransferStatus &transfer)
-{
-    return isOpen(transfer.state);
-}
-
-bool canRetryFailed(const TransferStatus &transfer)
-{
-    return !isOpen(transfer.state) && transfer.hasRemaining;
-}
-
-bool canRetry(const TransferStatus &transfer)
-{
-    return transfer.state == State::failed || transfer.state == State::cancelled;
-}
-
-bool canMove(const TransferStatus &transfer)
-{
-    return transfer.state == State::waiting || transfer.state == State::interrupted;
-}
-
 } // namespace
 
 TransferDrawer::TransferDrawer(TransferEngine &transfers, QWidget *parent)
@@ -106,6 +76,7 @@ TransferDrawer::TransferDrawer(TransferEngine &transfers, QWidget *parent)
     setObjectName(QStringLiteral("transferDrawer"));
     m_totals->setObjectName(QStringLiteral("transferTotals"));
     m_list->setObjectName(QStringLiteral("transferList"));
+    m_list->setAccessibleName(tr("Transfers"));
     setUpList();
     auto *head = new QHBoxLayout;
     head->addWidget(Widgets::label(tr("TRANSFERS"), Widgets::TextRole::section, this));
@@ -167,6 +138,7 @@ void TransferDrawer::changeEvent(QEvent *event)
 
 void TransferDrawer::addCommands(QHBoxLayout &row)
 {
+    using namespace TransferRules;
     addCommand(row, tr("Up"), QStringLiteral("moveTransferUp"), canMove, &TransferEngine::moveUp);
     addCommand(row, tr("Down"), QStringLiteral("moveTransferDown"), canMove, &TransferEngine::moveDown);
     addCommand(row, tr("Pause"), QStringLiteral("pauseTransfer"), canPause, &TransferEngine::pause);
@@ -333,7 +305,7 @@ void TransferDrawer::updateButtons()
     for (const Command &command : m_commands) {
         const bool useful = isUseful(command);
         command.button->setEnabled(useful);
-        command.button->setVisible(useful || command.applies == canCancel);
+        command.button->setVisible(useful || command.applies == TransferRules::canCancel);
     }
 }
 

@@ -16,14 +16,14 @@ namespace {
 
 const auto separator = QStringLiteral(" · ");
 
-QString tr(const char *text)
+QString tr(const char *text, const char *comment = nullptr, int count = -1)
 {
-    return QCoreApplication::translate("TransferText", text);
+    return QCoreApplication::translate("moorix::TransferText", text, comment, count);
 }
 
 QString files(qint64 count)
 {
-    return count == 1 ? tr("1 file") : tr("%1 files").arg(count);
+    return count == 1 ? tr("1 file") : tr("%n files", nullptr, int(count));
 }
 
 QString rate(double bytesPerSecond)

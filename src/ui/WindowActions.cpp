@@ -26,7 +26,7 @@ struct CommandInfo
 };
 
 // clang-format off
-QList<CommandInfo> windowCommands()
+QList<CommandInfo> makeWindowCommands()
 {
     using enum WindowCommand;
     return {
@@ -66,9 +66,38 @@ QList<CommandInfo> windowCommands()
         {shortcuts, WindowActions::tr("Keyboard shortcuts"), u"help-keyboard-shortcuts"_s, {Qt::Key_F1}},
         {checkForUpdates, WindowActions::tr("Check for Updates…"), u"download"_s, {}},
         {about, WindowActions::tr("About Moorix"), u"help-about"_s, {}},
+        {commandPalette, WindowActions::tr("Command palette…"), u"search"_s, {Qt::CTRL | Qt::SHIFT | Qt::Key_P}},
+        {customizeToolBar, WindowActions::tr("Customise toolbar…"), u"configure"_s, {}},
+        {introduction, WindowActions::tr("Introduction"), u"help-about"_s, {}},
+        {closeOtherTabs, WindowActions::tr("Close other tabs"), u"tab-close"_s, {}},
+        {editServer, WindowActions::tr("Edit this server…"), u"document-edit"_s, {}},
+        {newBackup, WindowActions::tr("New backup…"), u"backup"_s, {}},
+        {pauseTransfers, WindowActions::tr("Pause all transfers"), u"media-playback-pause"_s, {}},
+        {resumeTransfers, WindowActions::tr("Resume all transfers"), u"media-playback-start"_s, {}},
+        {retryTransfers, WindowActions::tr("Retry all that failed"), u"view-refresh"_s, {}},
+        {cancelTransfers, WindowActions::tr("Cancel all transfers"), u"dialog-cancel"_s, {}},
+        {clearTransfers, WindowActions::tr("Clear ended transfers"), u"edit-clear-all"_s, {}},
     };
 }
 // clang-format on
+
+const QList<CommandInfo> &windowCommands()
+{
+    static const QList<CommandInfo> commands = makeWindowCommands();
+    return commands;
+}
+
+const CommandInfo &infoOf(WindowCommand command)
+{
+    return *std::ranges::find(windowCommands(), command, &CommandInfo::command);
+}
+
+/// What a button of the toolbar says: also the key, which nobody would learn otherwise.
+void setToolTip(QAction &action)
+{
+    const QString keys = action.shortcut().toString(QKeySequence::NativeText);
+    action.setToolTip(keys.isEmpty() ? action.text() : WindowActions::tr("%1 (%2)").arg(action.text(), keys));
+}
 
 /// Keys that text fields need themselves, and those without a modifier, are left to the file list that has the
 /// keyboard; the menus only name them.
@@ -94,13 +123,13 @@ const QList<WindowActions::Menu> &WindowActions::menus()
         {tr("&File"),
          {W::newTab,
           W::closeTab,
+          W::closeOtherTabs,
           line,
           P::open,
           P::openInOtherPane,
           P::openInNewTab,
           P::quickLook,
-          line,
-          P::openTerminal,
+          P::edit,
           line,
           P::newFolder,
           P::newFile,
@@ -109,18 +138,10 @@ const QList<WindowActions::Menu> &WindowActions::menus()
           line,
           P::copyToOtherSide,
           P::moveToOtherSide,
-          P::compareFiles,
-          line,
-          W::sync,
-          W::syncPairs,
           line,
           P::info,
           P::remove,
           P::removeForGood,
-          line,
-          W::backups,
-          W::backupSelection,
-          W::openArchive,
           line,
           W::importFile,
           W::exportConfiguration,
@@ -129,18 +150,42 @@ const QList<WindowActions::Menu> &WindowActions::menus()
         {tr("&Edit"),
          {P::cut, P::copy, P::paste, line, P::selectAll, P::invertSelection, line, P::copyPath, line, W::preferences}},
         {tr("&View"),
-         {P::filter, P::toggleHidden, P::reload, line, W::twoSides, W::sidebar, W::transfers, W::monitor, W::editor,
-          line, W::terminal, W::terminalInSide, W::terminalToFolder, W::folderOfTerminal, line, W::swapSides,
+         {P::filter, P::toggleHidden, P::reload, line, W::twoSides, W::sidebar, W::customizeToolBar, line, W::swapSides,
           W::sameFolderThere}},
         {tr("&Go"),
-         {P::goBack, P::goForward, P::goUp, W::home, P::editPath, line, W::nextTab, W::previousTab, P::focusOtherSide,
-          W::focusSidebar, line, W::addFavorite}},
+         {W::commandPalette, line, P::goBack, P::goForward, P::goUp, W::home, P::editPath, line, W::nextTab,
+          W::previousTab, P::focusOtherSide, W::focusSidebar, line, W::addFavorite}},
         {tr("&Servers"),
-         {W::quickConnect, W::serverLibrary, line, W::newServer, line, W::importServers, W::importFile,
+         {W::quickConnect, W::serverLibrary, line, W::newServer, W::editServer, line, W::importServers, W::importFile,
           W::exportServers, line, W::disconnect}},
-        {tr("&Help"), {W::shortcuts, line, W::checkForUpdates, line, W::about}},
+        {tr("&Transfers"),
+         {W::transfers, line, W::pauseTransfers, W::resumeTransfers, W::retryTransfers, line, W::cancelTransfers,
+          W::clearTransfers}},
+        {tr("T&ools"),
+         {P::compareFiles, line, W::sync, W::syncPairs, line, W::backups, W::newBackup, W::backupSelection,
+          W::openArchive, line, W::terminal, W::terminalInSide, P::openTerminal, W::terminalToFolder,
+          W::folderOfTerminal, line, W::editor, W::monitor}},
+        {tr("&Help"), {W::shortcuts, W::introduction, line, W::checkForUpdates, line, W::about}},
     };
     return all;
+}
+
+QString WindowActions::textOf(const Entry &entry)
+{
+    if (const auto *command = std::get_if<WindowCommand>(&entry))
+        return infoOf(*command).text;
+    if (const auto *command = std::get_if<PaneCommand>(&entry))
+        return infoOf(*command).text;
+    return {};
+}
+
+QString WindowActions::iconNameOf(const Entry &entry)
+{
+    if (const auto *command = std::get_if<WindowCommand>(&entry))
+        return infoOf(*command).iconName;
+    if (const auto *command = std::get_if<PaneCommand>(&entry))
+        return infoOf(*command).iconName;
+    return {};
 }
 
 WindowActions::WindowActions(QWidget &window)
@@ -150,6 +195,7 @@ WindowActions::WindowActions(QWidget &window)
         auto *action = new QAction(Theme::icon(info.iconName), info.text, this);
         action->setShortcuts(info.keys);
         action->setCheckable(info.isCheckable);
+        setToolTip(*action);
         window.addAction(action);
         m_window.insert(info.command, action);
         connect(action, &QAction::triggered, this,
@@ -168,6 +214,7 @@ void WindowActions::addPaneActions(QWidget &window)
             const PaneCommandInfo &info = infoOf(*command);
             auto *action = new QAction(Theme::icon(info.iconName), info.text, this);
             action->setShortcuts(info.keys);
+            setToolTip(*action);
             if (!info.keys.isEmpty() && isForListOnly(info.keys.first()))
                 action->setShortcutContext(Qt::WidgetShortcut);
             else
@@ -203,13 +250,16 @@ void WindowActions::fill(QMenuBar &bar)
                 made->addSeparator();
         }
         connect(made, &QMenu::aboutToShow, this, &WindowActions::menuOpens);
-        connect(made, &QMenu::aboutToHide, this, [this] {
-            for (QAction *action : std::as_const(m_window))
-                action->setEnabled(true);
-            for (QAction *action : std::as_const(m_pane))
-                action->setEnabled(true);
-        });
+        connect(made, &QMenu::aboutToHide, this, &WindowActions::enableAll);
     }
+}
+
+void WindowActions::enableAll()
+{
+    for (QAction *action : std::as_const(m_window))
+        action->setEnabled(true);
+    for (QAction *action : std::as_const(m_pane))
+        action->setEnabled(true);
 }
 
 } // namespace moorix

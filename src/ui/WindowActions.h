@@ -51,7 +51,18 @@ enum class WindowCommand {
     editor,
     shortcuts,
     checkForUpdates,
-    about
+    about,
+    commandPalette,
+    customizeToolBar,
+    introduction,
+    closeOtherTabs,
+    editServer,
+    newBackup,
+    pauseTransfers,
+    resumeTransfers,
+    retryTransfers,
+    cancelTransfers,
+    clearTransfers
 };
 
 /// Every action of the window with its text, icon and keys, and the menus they stand in.
@@ -68,6 +79,9 @@ public:
         QList<Entry> entries;
     };
     static const QList<Menu> &menus();
+    /// Without the mnemonic; empty for a separator.
+    static QString textOf(const Entry &entry);
+    static QString iconNameOf(const Entry &entry);
 
     /// The actions belong to `window`, so that their keys work all over it.
     explicit WindowActions(QWidget &window);
@@ -76,6 +90,8 @@ public:
     QAction *action(PaneCommand command) const { return m_pane.value(command); }
     QAction *action(const Entry &entry) const;
     void fill(QMenuBar &bar);
+    /// As they are while no menu is open.
+    void enableAll();
 
 signals:
     void windowCommandTriggered(moorix::WindowCommand command);

@@ -14,6 +14,11 @@ namespace {
 /// Names in angle brackets stand for colours.
 const auto sheetTemplate = uR"(
 QToolBar#mainToolBar QToolButton { padding: 6px 9px; }
+QToolBar#toolbarItems { border: none; padding: 0; }
+QListWidget[role="boxed"] { border: 1px solid <border>; border-radius: 6px; padding: 4px; }
+QListWidget[role="boxed"]:focus { border-color: <accent>; }
+QListWidget[role="boxed"]::item { padding: 5px 6px; border-radius: 4px; }
+QListWidget[role="boxed"]::item:selected { background: <selection>; color: <text>; }
 QTreeWidget#sidebar { background: <sidebar>; border: none; }
 QWidget#sideHeader { background: <sidebar>; border-bottom: 1px solid <border>; }
 QTabBar#sideTabs::tab { padding: 7px 6px 7px 12px; }
@@ -52,11 +57,13 @@ QLabel[role="heading"] { font-weight: 600; font-size: 15px; }
 QLabel[role="headline"] { font-weight: 600; font-size: 18px; }
 QLabel[role="keys"] { background: <toolBar>; border: 1px solid <border>; border-radius: 4px; padding: 1px 6px;
     color: <mutedText>; }
+QLabel[role="headline"][size="large"] { font-size: 24px; }
 QFrame[role="separator"] { background: <border>; border: none; }
 QTreeView#serverTree::item, QTreeWidget#transferList::item, QTreeWidget#syncRuns::item { padding: 4px 0; }
 QListWidget#preferencePages { background: <sidebar>; border-right: 1px solid <border>; padding: 8px; }
 QListWidget#preferencePages::item { padding: 8px 10px; border-radius: 6px; }
 QListWidget#preferencePages::item:selected { background: <selection>; color: <text>; }
+QListWidget#preferencePages::item:focus { border: 1px solid <accent>; }
 QWidget#monitorArea, QWidget#backupArea, QWidget#backupOverview, QWidget#backupEditor, QWidget#backupJobPage, QWidget#archiveView { background: <window>; }
 QFrame#backupCard:focus, QFrame#serverFolderPicker:focus { border-color: <accent>; }
 QFrame#workBar, QFrame#restorePanel { background: <sidebar>; border: none; border-top: 1px solid <border>;
@@ -69,6 +76,9 @@ QTreeView#archiveTree { border-top: 1px solid <border>; }
 QWidget#terminalBar, QWidget#terminalHeader { background: <sidebar>; border-bottom: 1px solid <border>; }
 QWidget#terminalDock { background: <base>; }
 QTabBar#terminalTabs::tab { padding: 6px 12px; }
+QFrame#commandPalette { background: <toolBar>; border: 1px solid <border>; border-radius: 10px; }
+QLineEdit#paletteQuery { padding: 7px 10px; font-size: 15px; }
+QListView#paletteList { background: transparent; }
 QSplitter#terminalSplitter::handle:hover { background: <accent>; }
 QLabel#shakeHint { background: <toolBar>; color: <text>; border: 1px solid <border>; border-radius: 14px;
     padding: 6px 14px; }

@@ -4,6 +4,9 @@
 #include "platform/SecretServiceKeychain.h"
 #include "support/TestMain.h"
 
+#include <QDBusInterface>
+#include <QDBusObjectPath>
+#include <QDBusReply>
 #include <QFileInfo>
 
 using namespace moorix;
@@ -93,6 +96,18 @@ private slots:
         QVERIFY(!value(synchronizable));
         QCOMPARE(value(deviceOnly), std::optional(u"device"_s));
         keychain.remove(service, account, deviceOnly);
+    }
+
+    /// The last one, since unlocking again would take a prompt.
+    void reportTellsALockedKeyringFromAnOpenOne()
+    {
+        SecretServiceKeychain keychain;
+        QCOMPARE(keychain.report().state, KeychainReport::State::ready);
+        QDBusInterface service(u"org.freedesktop.secrets"_s, u"/org/freedesktop/secrets"_s,
+                               u"org.freedesktop.Secret.Service"_s);
+        const QDBusReply<QDBusObjectPath> keyring = service.call(u"ReadAlias"_s, u"default"_s);
+        service.call(u"Lock"_s, QVariant::fromValue(QList<QDBusObjectPath>{keyring.value()}));
+        QCOMPARE(keychain.report().state, KeychainReport::State::locked);
     }
 };
 

@@ -26,6 +26,17 @@ public:
         return m_items.size();
     }
 
+    void setReport(const KeychainReport &report)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_report = report;
+    }
+    KeychainReport report() override
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_report;
+    }
+
     std::optional<QString> value(const QString &service, const QString &account, KeychainVariant variant) override
     {
         const auto lock = unlocked(variant);
@@ -60,6 +71,7 @@ private:
     mutable std::mutex m_mutex;
     QHash<QString, QString> m_items;
     QHash<int, bool> m_isBroken;
+    KeychainReport m_report;
 };
 
 } // namespace moorix::test

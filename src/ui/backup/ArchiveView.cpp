@@ -163,7 +163,7 @@ void ArchiveView::showArchive()
     m_waiting->hide();
     m_content->show();
     const ArchiveTreeModel::Node &root = m_entries->node({});
-    const QString count = root.files == 1 ? tr("1 file") : tr("%1 files").arg(root.files);
+    const QString count = root.files == 1 ? tr("1 file") : tr("%n files", nullptr, int(root.files));
     m_summary->setText(tr("%1, %2 when unpacked").arg(count, Format::byteCount(root.size)));
     QModelIndex index = m_entries->index(0, 0);
     // What is backed up lies deep in folders that hold nothing else.
@@ -286,11 +286,11 @@ void ArchiveView::tellOutcome(const RestoreOutcome &outcome, const QString &fold
         sentences << tr("Nothing was restored to %1.").arg(place);
     else
         sentences << (outcome.files == 1 ? tr("1 file was restored to %1.").arg(place)
-                                         : tr("%1 files were restored to %2.").arg(outcome.files).arg(place));
+                                         : tr("%n files were restored to %1.", nullptr, int(outcome.files)).arg(place));
     if (outcome.skipped > 0)
-        sentences << (outcome.skipped == 1
-                          ? tr("1 file was there already and was left as it is.")
-                          : tr("%1 files were there already and were left as they are.").arg(outcome.skipped));
+        sentences << (outcome.skipped == 1 ? tr("1 file was there already and was left as it is.")
+                                           : tr("%n files were there already and were left as they are.", nullptr,
+                                                int(outcome.skipped)));
     QString text = sentences.join(u' ');
     for (const QString &failure : outcome.failures.first(std::min(mostFailures, outcome.failures.size())))
         text += u'\n' + failure;

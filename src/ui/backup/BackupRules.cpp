@@ -13,7 +13,7 @@ namespace {
 
 QString tr(const char *text)
 {
-    return QCoreApplication::translate("BackupRules", text);
+    return QCoreApplication::translate("moorix", text);
 }
 
 std::optional<QString> destinationProblem(const BackupJob &job, bool isServerThere)

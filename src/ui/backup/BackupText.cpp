@@ -17,14 +17,9 @@ constexpr qint64 minuteSeconds = 60;
 constexpr qint64 hourSeconds = 3600;
 constexpr qint64 daySeconds = 24 * hourSeconds;
 
-QString tr(const char *text)
+QString tr(const char *text, const char *comment = nullptr, int count = -1)
 {
-    return QCoreApplication::translate("BackupText", text);
-}
-
-QString counted(qint64 count, const char *one, const char *many)
-{
-    return count == 1 ? tr(one) : tr(many).arg(count);
+    return QCoreApplication::translate("moorix::BackupText", text, comment, count);
 }
 
 /// The scheduled moment that has passed without a good archive, if any.
@@ -48,11 +43,12 @@ QString age(const QDateTime &moment, const QDateTime &now)
         return tr("in the future, on %1").arg(Format::date(moment.toLocalTime()));
     if (seconds < minuteSeconds)
         return tr("just now");
-    if (seconds < hourSeconds)
-        return counted(seconds / minuteSeconds, "1 minute ago", "%1 minutes ago");
-    if (seconds < daySeconds)
-        return counted(seconds / hourSeconds, "1 hour ago", "%1 hours ago");
-    return counted(seconds / daySeconds, "1 day ago", "%1 days ago");
+    if (const int minutes = int(seconds / minuteSeconds); seconds < hourSeconds)
+        return minutes == 1 ? tr("1 minute ago") : tr("%n minutes ago", nullptr, minutes);
+    if (const int hours = int(seconds / hourSeconds); seconds < daySeconds)
+        return hours == 1 ? tr("1 hour ago") : tr("%n hours ago", nullptr, hours);
+    const int days = int(seconds / daySeconds);
+    return days == 1 ? tr("1 day ago") : tr("%n days ago", nullptr, days);
 }
 
 QString moment(const QDateTime &moment, const QDateTime &now)

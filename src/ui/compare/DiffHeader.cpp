@@ -81,6 +81,7 @@ void DiffHeader::addTools(QHBoxLayout &row)
     m_place->setWordWrap(false);
     m_search->setObjectName(QStringLiteral("diffSearch"));
     m_search->setPlaceholderText(tr("Find…"));
+    m_search->setAccessibleName(tr("Find in both files"));
     m_search->setClearButtonEnabled(true);
     m_search->addAction(Theme::icon(QStringLiteral("search"), Theme::Color::mutedText), QLineEdit::LeadingPosition);
     m_search->installEventFilter(this);
@@ -135,7 +136,7 @@ void DiffHeader::showPlace(qsizetype change, qsizetype count)
     const QString all = QLocale().toString(count);
     m_place->setText(change > 0   ? tr("Change %1 of %2").arg(QLocale().toString(change), all)
                      : count == 1 ? tr("1 change")
-                                  : tr("%1 changes").arg(all));
+                                  : tr("%Ln changes", nullptr, int(count)));
 }
 
 void DiffHeader::focusSearch()

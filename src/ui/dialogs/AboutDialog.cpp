@@ -23,13 +23,14 @@ struct Part
 
 QList<Part> parts()
 {
-    const auto tr = [](const char *text) { return AboutDialog::tr(text); };
     return {
-        {QStringLiteral("Qt %1").arg(QString::fromLatin1(qVersion())), tr("window, text, files"), tr("LGPL-3.0")},
-        {QStringLiteral("OpenSSH"), tr("all remote access, as programs of the system"), tr("BSD")},
-        {QStringLiteral("libsecret"), tr("the desktop’s keychain"), tr("LGPL-2.1")},
-        {QStringLiteral("Breeze"), tr("icons"), tr("LGPL-3.0")},
-        {QStringLiteral("Inter, JetBrains Mono"), tr("type"), tr("OFL-1.1")},
+        {QStringLiteral("Qt %1").arg(QString::fromLatin1(qVersion())), AboutDialog::tr("window, text, files"),
+         AboutDialog::tr("LGPL-3.0")},
+        {QStringLiteral("OpenSSH"), AboutDialog::tr("all remote access, as programs of the system"),
+         AboutDialog::tr("BSD")},
+        {QStringLiteral("libsecret"), AboutDialog::tr("the desktop’s keychain"), AboutDialog::tr("LGPL-2.1")},
+        {QStringLiteral("Breeze"), AboutDialog::tr("icons"), AboutDialog::tr("LGPL-3.0")},
+        {QStringLiteral("Inter, JetBrains Mono"), AboutDialog::tr("type"), AboutDialog::tr("OFL-1.1")},
     };
 }
 

@@ -113,17 +113,25 @@ ShortcutsOverview::ShortcutsOverview(const WindowActions &actions, QWidget *pare
     auto *right = new QVBoxLayout;
     columns->addLayout(left, 1);
     columns->addLayout(right, 1);
-    int index = 0;
+    qsizetype balance = 0;
+    const auto add = [&](const QString &title, const QList<Line> &lines) {
+        if (lines.isEmpty())
+            return;
+        const bool isLeft = balance <= 0;
+        balance += isLeft ? lines.size() + 2 : -lines.size() - 2;
+        (isLeft ? left : right)->addWidget(makeGroup(title, lines, body));
+    };
     for (const WindowActions::Menu &menu : WindowActions::menus())
-        (index++ < 2 ? left : right)->addWidget(makeGroup(withoutMnemonic(menu.title), linesOf(actions, menu), body));
-    right->addWidget(makeGroup(tr("Rows of a sync"), linesOfSyncs(), body));
-    right->addWidget(makeGroup(tr("Comparisons"), linesOfComparisons(), body));
-    left->addWidget(makeGroup(tr("Editor"), linesOfEditor(), body));
+        add(withoutMnemonic(menu.title), linesOf(actions, menu));
+    add(tr("Rows of a sync"), linesOfSyncs());
+    add(tr("Comparisons"), linesOfComparisons());
+    add(tr("Editor"), linesOfEditor());
     left->addStretch(1);
     right->addStretch(1);
     auto *scroll = new QScrollArea(this);
     scroll->setProperty("role", QStringLiteral("page"));
     scroll->setWidgetResizable(true);
+    scroll->setAccessibleName(windowTitle());
     scroll->setWidget(body);
     auto *column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);

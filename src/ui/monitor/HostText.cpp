@@ -18,7 +18,7 @@ const QString separator = u"  ·  "_s;
 
 QString tr(const char *text)
 {
-    return QCoreApplication::translate("HostText", text);
+    return QCoreApplication::translate("moorix::HostText", text);
 }
 
 QString whole(double percent)

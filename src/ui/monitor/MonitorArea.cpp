@@ -96,6 +96,7 @@ QWidget *MonitorArea::makeDashboard()
     m_scroll->setObjectName(u"monitorScroll"_s);
     m_scroll->setProperty("role", u"page"_s);
     m_scroll->setWidgetResizable(true);
+    m_scroll->setAccessibleName(tr("Monitored machines"));
     m_scroll->setFrameShape(QFrame::NoFrame);
     auto *body = new QWidget(m_scroll);
     body->setProperty("role", u"pageBody"_s);

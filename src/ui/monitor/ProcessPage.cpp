@@ -90,6 +90,7 @@ QWidget *ProcessPage::makeBar()
     m_search = new QLineEdit(bar);
     m_search->setObjectName(u"processSearch"_s);
     m_search->setPlaceholderText(tr("Search name, command, user or number…"));
+    m_search->setAccessibleName(tr("Search processes"));
     m_search->setClearButtonEnabled(true);
     m_search->addAction(Theme::icon(u"search"_s), QLineEdit::LeadingPosition);
     m_search->setMaximumWidth(320);
@@ -182,7 +183,7 @@ void ProcessPage::rearrange(const std::function<void()> &change)
 void ProcessPage::showCount()
 {
     const int rows = m_model->rowCount();
-    m_count->setText(rows == 1 ? tr("1 process") : tr("%1 processes").arg(rows));
+    m_count->setText(rows == 1 ? tr("1 process") : tr("%n processes", nullptr, rows));
 }
 
 void ProcessPage::sortBy(int column)

@@ -85,6 +85,7 @@ QWidget *FileItemDelegate::createEditor(QWidget *parent, const QStyleOptionViewI
 {
     auto *editor = new QLineEdit(parent);
     editor->setObjectName(QStringLiteral("renameEdit"));
+    editor->setAccessibleName(tr("New name"));
     editor->setProperty("role", QStringLiteral("inCell"));
     const auto &files = static_cast<const FileListModel &>(*index.model());
     editor->setProperty("itemId", files.item(index.row()).id());

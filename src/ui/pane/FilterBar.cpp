@@ -25,6 +25,7 @@ FilterBar::FilterBar(PaneModel &pane, QWidget *parent)
     setProperty("role", u"bar"_s);
     m_edit->setObjectName(u"filterEdit"_s);
     m_edit->setPlaceholderText(tr("Show names containing…"));
+    m_edit->setAccessibleName(tr("Filter by name"));
     m_edit->addAction(Theme::icon(u"view-filter"_s, Theme::Color::mutedText), QLineEdit::LeadingPosition);
     m_edit->installEventFilter(this);
     m_count->setWordWrap(false);

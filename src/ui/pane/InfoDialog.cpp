@@ -34,9 +34,14 @@ std::optional<Value> common(const QList<FileItem> &items, std::optional<Value> F
     return isShared ? first : std::nullopt;
 }
 
-QString counted(qint64 number, const QString &one, const QString &many)
+QString fileCount(qint64 number)
 {
-    return u"%1 %2"_s.arg(QLocale().toString(number), number == 1 ? one : many);
+    return number == 1 ? InfoDialog::tr("1 file") : InfoDialog::tr("%Ln files", nullptr, int(number));
+}
+
+QString folderCount(qint64 number)
+{
+    return number == 1 ? InfoDialog::tr("1 folder") : InfoDialog::tr("%Ln folders", nullptr, int(number));
 }
 
 QString kindOf(const FileItem &item)
@@ -64,7 +69,7 @@ InfoDialog::InfoDialog(PaneModel &pane, QList<FileItem> items, QWidget *parent)
     setObjectName(u"infoDialog"_s);
     setAttribute(Qt::WA_DeleteOnClose);
     setWindowTitle(m_items.size() == 1 ? tr("Info: %1").arg(Format::display(m_items.front().name))
-                                       : tr("Info: %L1 items").arg(m_items.size()));
+                                       : tr("Info: %Ln items", nullptr, int(m_items.size())));
     setMinimumWidth(420);
     resize(minimumSize());
     auto *form = new QFormLayout(this);
@@ -106,7 +111,7 @@ QWidget *InfoDialog::makeHead()
     auto *icon = new QLabel(head);
     icon->setPixmap(Theme::fileIcon(m_items.front()).pixmap(QSize(22, 22), devicePixelRatioF()));
     QLabel *name = Widgets::label(m_items.size() == 1 ? Format::display(m_items.front().name)
-                                                      : tr("%L1 items").arg(m_items.size()),
+                                                      : tr("%Ln items", nullptr, int(m_items.size())),
                                   Widgets::TextRole::heading, head);
     name->setTextInteractionFlags(Qt::TextSelectableByMouse);
     auto *row = new QHBoxLayout(head);
@@ -210,14 +215,11 @@ void InfoDialog::showTally(bool isComplete)
     const qint64 bytes = m_tally->bytes;
     QString text = FileFacts::exactSize(bytes);
     if (m_hasFolder || m_items.size() > 1)
-        text += tr(" in %1, %2")
-                    .arg(counted(m_tally->files, tr("file"), tr("files")),
-                         counted(m_tally->folders, tr("folder"), tr("folders")));
+        text += tr(" in %1, %2").arg(fileCount(m_tally->files), folderCount(m_tally->folders));
     if (!isComplete)
         text = tr("So far %1").arg(text);
     if (const qint64 unreadable = m_tally->unreadable; unreadable > 0)
-        text += u'\n' + tr("%1 could not be read; what is inside is not counted.")
-                            .arg(counted(unreadable, tr("folder"), tr("folders")));
+        text += u'\n' + tr("%1 could not be read; what is inside is not counted.").arg(folderCount(unreadable));
     m_size->setText(text);
     fitHeight();
 }

@@ -14,7 +14,7 @@ namespace {
 
 QString tr(const char *text)
 {
-    return QCoreApplication::translate("PaneCommand", text);
+    return QCoreApplication::translate("moorix", text);
 }
 
 // clang-format off

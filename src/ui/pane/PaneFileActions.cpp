@@ -23,7 +23,7 @@ QString described(const QList<FileItem> &items)
 {
     if (items.size() == 1)
         return PaneFileActions::tr("“%1”").arg(Format::display(items.front().name));
-    return PaneFileActions::tr("%L1 items").arg(items.size());
+    return PaneFileActions::tr("%Ln items", nullptr, int(items.size()));
 }
 
 QString removalQuestion(const QList<FileItem> &items)
@@ -56,7 +56,11 @@ PaneFileActions::PaneFileActions(PaneModel &pane, const PaneContext &context, QO
 
 bool PaneFileActions::isAvailable(PaneCommand command) const
 {
-    const QList<FileItem> selected = m_pane.selectedItems();
+    return isAvailable(command, m_pane.selectedItems());
+}
+
+bool PaneFileActions::isAvailable(PaneCommand command, const QList<FileItem> &selected) const
+{
     const bool isOneFolder = selected.size() == 1 && (selected.front().isDirectory || selected.front().isSymlink);
     switch (command) {
     case PaneCommand::open:
@@ -174,7 +178,8 @@ void PaneFileActions::copyPaths()
     for (const FileItem &item : m_pane.selectedItems())
         paths.append(item.path);
     QGuiApplication::clipboard()->setText(paths.join(u'\n'));
-    emit messageRaised(paths.size() == 1 ? tr("Copied the path.") : tr("Copied %L1 paths.").arg(paths.size()));
+    emit messageRaised(paths.size() == 1 ? tr("Copied the path.")
+                                         : tr("Copied %Ln paths.", nullptr, int(paths.size())));
 }
 
 void PaneFileActions::remove()

@@ -10,6 +10,7 @@
 namespace moorix {
 
 class FileDrop;
+struct FileItem;
 class LocalFileService;
 class PaneModel;
 
@@ -23,6 +24,8 @@ public:
 
     /// Whether the command makes sense for what is selected.
     bool isAvailable(PaneCommand command) const;
+    /// The same, were these entries selected.
+    bool isAvailable(PaneCommand command, const QList<FileItem> &selected) const;
     /// Does the command; those that belong to the view are ignored. The selection is what it acts on.
     void run(PaneCommand command);
 

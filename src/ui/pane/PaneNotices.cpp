@@ -87,7 +87,7 @@ void PaneNotices::showEmptyFolder()
                        [this] { m_pane.setSearchQuery({}); });
     } else if (const qsizetype hidden = m_pane.items().size(); hidden > 0) {
         m_notice->tell(hidden == 1 ? tr("This folder holds one hidden entry.")
-                                   : tr("This folder holds %L1 hidden entries.").arg(hidden),
+                                   : tr("This folder holds %Ln hidden entries.", nullptr, int(hidden)),
                        tr("Show hidden files"), [this] { m_pane.setShowHidden(true); });
     } else {
         m_notice->tell(tr("This folder is empty."), {}, {});

@@ -87,7 +87,7 @@ QString PaneStatusLine::summary() const
         if (hasFiles)
             parts << Format::byteCount(bytes);
     } else {
-        parts << (shown == 1 ? tr("1 item") : tr("%L1 items").arg(shown));
+        parts << (shown == 1 ? tr("1 item") : tr("%Ln items", nullptr, int(shown)));
     }
     if (m_freeSpace)
         parts << tr("%1 free").arg(Format::byteCount(*m_freeSpace));

@@ -139,6 +139,21 @@ bool PaneView::isAvailable(PaneCommand command) const
     return m_actions->isAvailable(command);
 }
 
+QList<FileItem> PaneView::entriesActedOn() const
+{
+    QList<FileItem> entries = m_pane.selectedItems();
+    if (entries.isEmpty()) {
+        if (const std::optional<FileItem> current = m_list->currentEntry())
+            entries += *current;
+    }
+    return entries;
+}
+
+bool PaneView::wouldRun(PaneCommand command, const QList<FileItem> &entries) const
+{
+    return m_actions->isAvailable(command, entries);
+}
+
 void PaneView::run(PaneCommand command)
 {
     const bool actsOnEntries =

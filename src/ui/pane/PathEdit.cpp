@@ -23,6 +23,7 @@ PathEdit::PathEdit(PaneModel &pane, QWidget *parent)
 {
     setObjectName(u"pathEdit"_s);
     setPlaceholderText(tr("Path of a folder"));
+    setAccessibleName(tr("Path of a folder"));
     m_completer->setModel(m_offers);
     m_completer->setCaseSensitivity(pane.isLocal() ? Qt::CaseSensitive : Qt::CaseInsensitive);
     m_completer->setCompletionMode(QCompleter::PopupCompletion);

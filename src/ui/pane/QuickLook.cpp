@@ -31,6 +31,7 @@ QuickLook::QuickLook(PaneModel &pane, QWidget *parent)
     setObjectName(u"quickLook"_s);
     m_text->setObjectName(u"quickLookText"_s);
     m_text->setReadOnly(true);
+    m_text->setAccessibleName(tr("Content of the file"));
     m_text->setLineWrapMode(QPlainTextEdit::NoWrap);
     m_text->setFont(Theme::monospace());
     m_text->setFrameShape(QFrame::NoFrame);

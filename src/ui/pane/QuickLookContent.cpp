@@ -22,7 +22,7 @@ using Kind = QuickLookContent::Kind;
 
 QString tr(const char *text)
 {
-    return QCoreApplication::translate("QuickLook", text);
+    return QCoreApplication::translate("moorix", text);
 }
 
 QuickLookContent message(const QString &text)
@@ -153,7 +153,7 @@ bool isPicture(const QByteArray &bytes)
 QuickLookContent QuickLookContents::fromBytes(const QByteArray &bytes)
 {
     if (bytes.isEmpty())
-        return message(tr("The file is empty."));
+        return message(QCoreApplication::translate("moorix", "The file is empty."));
     if (const auto picture = pictureFrom(bytes))
         return *picture;
     // Texts in two-byte encodings are full of zeros; their mark at the beginning tells them from other files.
@@ -168,15 +168,16 @@ QuickLookContent QuickLookContents::load(FileService &service, const FileItem &i
 {
     const FileItem target = item.isSymlink ? service.followLink(item, stop) : item;
     if (target.isDirectory)
-        return message(tr("“%1” is a folder.").arg(Format::display(item.name)));
+        return message(QCoreApplication::translate("moorix", "“%1” is a folder.").arg(Format::display(item.name)));
     if (target.size <= maxBytes)
         return fromBytes(service.read(target.path, stop));
     // A little more than is shown tells that there is more.
     const std::optional<QByteArray> head = headOf(service, target.path, maxTextBytes + 4, stop);
     if (head && !isPicture(*head))
         return fromBytes(*head);
-    const QString sentence = head ? tr("“%1” has %2. Quick look shows pictures up to %3.")
-                                  : tr("“%1” has %2. Quick look shows files up to %3.");
+    const QString sentence =
+        head ? QCoreApplication::translate("moorix", "“%1” has %2. Quick look shows pictures up to %3.")
+             : QCoreApplication::translate("moorix", "“%1” has %2. Quick look shows files up to %3.");
     return message(
         sentence.arg(Format::display(item.name), Format::byteCount(target.size), Format::byteCount(maxBytes)));
 }

@@ -24,7 +24,7 @@ using Kind = PreferenceRow::Kind;
 
 QString tr(const char *text)
 {
-    return QCoreApplication::translate("PreferenceTable", text);
+    return QCoreApplication::translate("moorix", text);
 }
 
 template <class Value>
@@ -114,7 +114,7 @@ PreferencePage general(SettingsStore &settings)
                         {rawText(FileSortKey::kind), tr("Kind")}}),
                 toggle(settings.sortAscending, tr("Ascending"), tr("Folders come first either way.")),
                 toggle(settings.permissionOnboardingDismissed, tr("Introduction dismissed"),
-                       tr("This version has no introduction; kept for one that has.")),
+                       tr("It is shown at the first start only; the Help menu opens it again.")),
             }};
 }
 
@@ -127,8 +127,6 @@ PreferencePage appearance(SettingsStore &settings)
                 number(settings.contentFontSize, tr("Text size"), tr(" px"), 8, 32),
                 number(settings.sizeColumnWidth, tr("Width of the size column"), tr(" px"), 40, 600),
                 number(settings.dateColumnWidth, tr("Width of the date column"), tr(" px"), 40, 600),
-                text(settings.toolbarItemsRaw, tr("Further toolbar items"),
-                     tr("Names with commas between: sort, info, settings, monitor, terminal."), tr("None")),
             }};
 }
 

@@ -7,6 +7,7 @@
 #include "ui/Widgets.h"
 #include "ui/preferences/PreferenceControl.h"
 #include "ui/preferences/PreferenceTable.h"
+#include "ui/toolbar/ToolBarEditor.h"
 
 #include <QGridLayout>
 #include <QHBoxLayout>
@@ -16,6 +17,13 @@
 #include <QStackedWidget>
 
 namespace moorix {
+
+namespace {
+
+/// Behind the appearance.
+constexpr int toolBarPage = 2;
+
+} // namespace
 
 PreferencesWindow::PreferencesWindow(AppModel &model, QWidget *parent)
     : QDialog(parent)
@@ -27,6 +35,7 @@ PreferencesWindow::PreferencesWindow(AppModel &model, QWidget *parent)
     setWindowTitle(tr("Preferences"));
     resize(800, 560);
     m_list->setObjectName(QStringLiteral("preferencePages"));
+    m_list->setAccessibleName(tr("Pages"));
     m_list->setFixedWidth(220);
     m_list->setIconSize({16, 16});
     m_list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
@@ -35,6 +44,9 @@ PreferencesWindow::PreferencesWindow(AppModel &model, QWidget *parent)
         new QListWidgetItem(Theme::icon(page.iconName), page.title, m_list);
         m_stack->addWidget(makePage(page));
     }
+    auto *toolBar = new QListWidgetItem(Theme::icon(QStringLiteral("view-list-icons")), tr("Toolbar"));
+    m_list->insertItem(toolBarPage, toolBar);
+    m_stack->insertWidget(toolBarPage, new ToolBarEditor(model.settings(), this));
     auto *row = new QHBoxLayout(this);
     row->setContentsMargins(0, 0, 0, 0);
     row->setSpacing(0);
@@ -47,6 +59,11 @@ PreferencesWindow::PreferencesWindow(AppModel &model, QWidget *parent)
     });
     m_list->setCurrentRow(0);
     m_list->setFocus();
+}
+
+void PreferencesWindow::showToolBarPage()
+{
+    m_list->setCurrentRow(toolBarPage);
 }
 
 QWidget *PreferencesWindow::makePage(const PreferencePage &page)
@@ -81,6 +98,7 @@ QWidget *PreferencesWindow::makePage(const PreferencePage &page)
     auto *scroll = new QScrollArea(this);
     scroll->setProperty("role", QStringLiteral("page"));
     scroll->setWidgetResizable(true);
+    scroll->setFocusPolicy(Qt::NoFocus);
     scroll->setWidget(body);
     return scroll;
 }

@@ -21,6 +21,8 @@ class PreferencesWindow final : public QDialog
 public:
     explicit PreferencesWindow(AppModel &model, QWidget *parent = nullptr);
 
+    void showToolBarPage();
+
 private:
     QWidget *makePage(const PreferencePage &page);
 

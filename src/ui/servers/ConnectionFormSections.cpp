@@ -57,6 +57,7 @@ ConnectionForm::ConnectionForm(AppModel &model, const ServerConnection &server, 
     auto *scroll = new QScrollArea(this);
     scroll->setProperty("role", QStringLiteral("page"));
     scroll->setWidgetResizable(true);
+    scroll->setFocusPolicy(Qt::NoFocus);
     scroll->setWidget(body);
     auto *column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);

@@ -11,7 +11,7 @@ namespace {
 
 QString tr(const char *text)
 {
-    return QCoreApplication::translate("ConnectionRules", text);
+    return QCoreApplication::translate("moorix", text);
 }
 
 bool hasSpaceOrControl(const QString &text)

@@ -109,6 +109,7 @@ QWidget *ServerLibraryView::makeHeader()
     auto *header = new QWidget(this);
     m_search->setObjectName(QStringLiteral("serverSearch"));
     m_search->setPlaceholderText(tr("Search servers"));
+    m_search->setAccessibleName(tr("Search servers"));
     m_search->setClearButtonEnabled(true);
     m_search->addAction(Theme::icon(QStringLiteral("search")), QLineEdit::LeadingPosition);
     QPushButton *newServer = Widgets::primaryButton(tr("New server…"), QStringLiteral("newServer"), header);
@@ -153,6 +154,7 @@ QWidget *ServerLibraryView::makeEmptyState()
 void ServerLibraryView::makeTree()
 {
     m_view->setObjectName(QStringLiteral("serverTree"));
+    m_view->setAccessibleName(tr("Saved servers"));
     m_view->setModel(m_tree);
     m_view->setAlternatingRowColors(false);
     m_view->setUniformRowHeights(true);

@@ -14,7 +14,7 @@ namespace {
 
 QString tr(const char *text)
 {
-    return QCoreApplication::translate("ServerLook", text);
+    return QCoreApplication::translate("moorix::ServerLook", text);
 }
 
 /// Stored symbol names are free text, written by other versions too; these are the ones with an icon of their own.

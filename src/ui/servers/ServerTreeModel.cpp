@@ -170,7 +170,7 @@ QVariant ServerTreeModel::folderData(const QUuid &id, int column, int role) cons
         return {};
     if (column == addressColumn && role == Qt::DisplayRole) {
         const qsizetype count = m_store.serverCount(id);
-        return count == 1 ? tr("1 server") : tr("%1 servers").arg(count);
+        return count == 1 ? tr("1 server") : tr("%n servers", nullptr, int(count));
     }
     if (role == Qt::ForegroundRole && column != nameColumn)
         return Theme::color(Theme::Color::mutedText);

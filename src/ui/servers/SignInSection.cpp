@@ -60,6 +60,7 @@ QWidget *SignInSection::makeKeyFileRow()
     m_keyFile = new ComboBox(holder);
     m_keyFile->setObjectName(QStringLiteral("keyFile"));
     m_keyFile->setEditable(true);
+    m_keyFile->setAccessibleName(tr("Key file"));
     m_keyFile->lineEdit()->setPlaceholderText(QStringLiteral("~/.ssh/id_ed25519"));
     QPushButton *choose = Widgets::button(tr("Choose…"), QStringLiteral("chooseKeyFile"), holder);
     auto *row = new QHBoxLayout(holder);

@@ -13,7 +13,7 @@ namespace {
 
 QString tr(const char *text)
 {
-    return QCoreApplication::translate("SyncFilter", text);
+    return QCoreApplication::translate("moorix", text);
 }
 
 bool isChange(const SyncRow &row)
@@ -72,7 +72,8 @@ QList<SyncFilter> SyncFilter::of(const SyncSession &session)
 {
     const SyncPlan &plan = session.plan();
     QList<SyncFilter> filters = session.outcome() ? ofOutcome(plan.rows) : ofPlan(plan.rows);
-    filters.append({QStringLiteral("leftOut"), tr("Left out"), plan.leftOut.size(), true});
+    filters.append(
+        {QStringLiteral("leftOut"), QCoreApplication::translate("moorix", "Left out"), plan.leftOut.size(), true});
     filters.removeIf(
         [](const SyncFilter &filter) { return filter.count == 0 && filter.id != QLatin1StringView("changes"); });
     return filters;

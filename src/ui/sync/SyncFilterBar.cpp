@@ -29,6 +29,7 @@ SyncFilterBar::SyncFilterBar(SyncSession &session, SyncRowsModel &rows, QWidget 
     setProperty("role", QStringLiteral("bar"));
     m_search->setObjectName(QStringLiteral("syncSearch"));
     m_search->setPlaceholderText(tr("Show paths containing…"));
+    m_search->setAccessibleName(tr("Search paths"));
     m_search->setClearButtonEnabled(true);
     m_search->addAction(Theme::icon(QStringLiteral("search"), Theme::Color::mutedText), QLineEdit::LeadingPosition);
     m_search->installEventFilter(this);

@@ -81,7 +81,7 @@ void SyncFooter::follow()
         plan.rows, [](const SyncRow &row) { return row.diff.bucket == SyncBucket::conflict && !row.isBlocked; }));
     m_sync->setText(changes == 0   ? tr("Record this state")
                     : changes == 1 ? tr("Sync 1 change")
-                                   : tr("Sync %1 changes").arg(QLocale().toString(changes)));
+                                   : tr("Sync %Ln changes", nullptr, int(changes)));
     m_sync->setVisible(changes > 0 || plan.isFirst || plan.count(SyncBucket::bothMissing) > 0);
     m_sync->setEnabled(!m_session.needsAnswer());
     m_sync->setToolTip(m_session.needsAnswer() ? tr("Answer the questions above first") : tr("Ctrl+Return"));

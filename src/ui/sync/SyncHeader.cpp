@@ -111,7 +111,8 @@ void SyncHeader::follow()
     m_title->setText(SyncLook::title(m_session.pair(), m_session.server()));
     QStringList facts{SyncLook::lastRun(m_engine.lastRun(m_session.key()))};
     if (const qsizetype count = m_session.pair().ignorePatterns.size(); count > 0)
-        facts << (count == 1 ? tr("1 pattern of what is left out") : tr("%1 patterns of what is left out").arg(count));
+        facts << (count == 1 ? tr("1 pattern of what is left out")
+                             : tr("%n patterns of what is left out", nullptr, int(count)));
     m_last->setText(facts.join(QStringLiteral(" · ")));
     m_save->setVisible(!m_engine.savedPair(m_session));
     m_reload->setEnabled(!m_session.isBusy());

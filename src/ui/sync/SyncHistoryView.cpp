@@ -25,7 +25,7 @@ QString countsOf(const SyncLogEntry &run)
         parts << SyncHistoryView::tr("%1 failed").arg(run.failed);
     if (run.conflicts > 0)
         parts << (run.conflicts == 1 ? SyncHistoryView::tr("1 conflict")
-                                     : SyncHistoryView::tr("%1 conflicts").arg(run.conflicts));
+                                     : SyncHistoryView::tr("%n conflicts", nullptr, int(run.conflicts)));
     if (run.bytesCopied > 0)
         parts << Format::byteCount(run.bytesCopied);
     parts << TransferText::duration(std::chrono::milliseconds(run.milliseconds));

@@ -16,7 +16,7 @@ namespace {
 
 QString tr(const char *text)
 {
-    return QCoreApplication::translate("SyncLook", text);
+    return QCoreApplication::translate("moorix::SyncLook", text);
 }
 
 QString serverName(const std::optional<ServerConnection> &server)

@@ -47,6 +47,7 @@ SyncOverview::SyncOverview(AppModel &model, QWidget *parent)
     auto *scroll = new QScrollArea(this);
     scroll->setProperty("role", QStringLiteral("page"));
     scroll->setWidgetResizable(true);
+    scroll->setFocusPolicy(Qt::NoFocus);
     scroll->setAlignment(Qt::AlignHCenter);
     scroll->setWidget(body);
     auto *column = new QVBoxLayout(this);

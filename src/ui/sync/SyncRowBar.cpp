@@ -119,7 +119,7 @@ void SyncRowBar::follow()
 void SyncRowBar::showFacts(const QList<qsizetype> &places)
 {
     if (places.size() > 1) {
-        m_title->setText(tr("%1 rows").arg(QLocale().toString(places.size())));
+        m_title->setText(tr("%Ln rows", nullptr, int(places.size())));
         m_facts->setText(tr("What is chosen goes for all of them."));
         return;
     }

@@ -80,12 +80,13 @@ void TerminalPasteBar::ask(const QString &text, int leftOut)
 {
     m_text = text;
     const QStringList lines = linesOf(text);
-    QString question = lines.size() == 1
-                           ? tr("Paste this line with the Enter at its end? The program may run it at once.")
-                           : tr("Paste %L1 lines? The program may run each of them at once.").arg(lines.size());
+    QString question =
+        lines.size() == 1
+            ? tr("Paste this line with the Enter at its end? The program may run it at once.")
+            : tr("Paste %Ln lines? The program may run each of them at once.", nullptr, int(lines.size()));
     if (leftOut > 0)
         question += u' ' + (leftOut == 1 ? tr("One control character will be left out.")
-                                         : tr("%L1 control characters will be left out.").arg(leftOut));
+                                         : tr("%Ln control characters will be left out.", nullptr, int(leftOut)));
     m_question->setText(question);
     m_preview->setText(preview(lines));
     show();

@@ -27,6 +27,7 @@ TerminalSearchBar::TerminalSearchBar(QWidget *parent)
     setFocusProxy(m_edit);
     m_edit->setObjectName(u"terminalSearchEdit"_s);
     m_edit->setPlaceholderText(tr("Find in the terminal…"));
+    m_edit->setAccessibleName(tr("Find in the terminal"));
     m_edit->addAction(Theme::icon(u"edit-find"_s, Theme::Color::mutedText), QLineEdit::LeadingPosition);
     m_edit->setMaximumWidth(420);
     m_edit->installEventFilter(this);

@@ -311,7 +311,7 @@ QString WindowTerminals::quitSentence() const
     if (busy == 0)
         return {};
     return busy == 1 ? tr("A terminal is in use; what runs in it ends.")
-                     : tr("%1 terminals are in use; what runs in them ends.").arg(busy);
+                     : tr("%n terminals are in use; what runs in them ends.", nullptr, int(busy));
 }
 
 void WindowTerminals::endAll()

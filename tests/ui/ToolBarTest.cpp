@@ -1,0 +1,139 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "WindowBench.h"
+#include "ui/CommandNames.h"
+#include "ui/toolbar/ToolBarItems.h"
+
+#include <QListWidget>
+#include <QMenu>
+#include <QMimeData>
+#include <QToolBar>
+#include <QToolButton>
+
+using namespace moorix;
+using namespace moorix::test;
+using namespace Qt::StringLiterals;
+
+/// The toolbar as the user puts it together.
+class ToolBarTest final : public QObject
+{
+    Q_OBJECT
+
+    static QToolButton *buttonOf(const WindowBench &bench, const QString &text)
+    {
+        for (auto *button : bench.window->findChild<QToolBar *>(u"toolbarItems"_s)->findChildren<QToolButton *>()) {
+            if (button->defaultAction() && button->defaultAction()->text() == text)
+                return button;
+        }
+        return nullptr;
+    }
+    static QListWidget *selectIn(const WindowBench &bench, const char *list, const QString &text)
+    {
+        auto *widget = bench.find<QListWidget>(list);
+        widget->setCurrentItem(widget->findItems(text, Qt::MatchExactly).value(0));
+        widget->setFocus();
+        return widget;
+    }
+
+private slots:
+    void namesOfOtherVersionsStayInTheSetting()
+    {
+        const QString raw = u" sort, future ,monitor,copyToOtherSide,sort,,other"_s;
+        QCOMPARE(ToolBarItems::shown(raw), (QStringList{u"sort"_s, u"monitor"_s}));
+        QCOMPARE(ToolBarItems::replacing(raw, {u"rename"_s, u"sort"_s}), u"rename,sort,future,other"_s);
+        QCOMPARE(ToolBarItems::replacing(raw, {}), u"future,other"_s);
+    }
+
+    void everyCommandOfTheMenusHasANameAndAPlaceOnTheToolbar()
+    {
+        const QStringList all = ToolBarItems::all();
+        for (const WindowActions::Menu &menu : WindowActions::menus()) {
+            for (const WindowActions::Entry &command : menu.entries) {
+                const QString name = CommandNames::nameOf(command);
+                const bool isLine = std::holds_alternative<std::monostate>(command);
+                QVERIFY2(isLine == name.isEmpty(), qPrintable(WindowActions::textOf(command)));
+                QVERIFY2(isLine || CommandNames::commandOf(name) == command, qPrintable(name));
+                QVERIFY2(isLine || ToolBarItems::alwaysShown().contains(command) || all.count(name) == 1,
+                         qPrintable(name));
+            }
+        }
+        for (const QString &name : all)
+            QVERIFY2(!ToolBarItems::textOf(name).isEmpty() && !ToolBarItems::iconNameOf(name).isEmpty(),
+                     qPrintable(name));
+    }
+
+    void itemsAreAddedMovedAndRemovedByKeyAndShownAtOnce()
+    {
+        WindowBench bench({});
+        Setting<QString> &setting = bench.model->settings().toolbarItemsRaw;
+        setting.set(u"monitor,future"_s);
+        bench.choose(bench.window->findChildren<QAction *>(), "Customise toolbar");
+        QTRY_VERIFY(bench.find("toolbarEditor"));
+        QVERIFY(!buttonOf(bench, u"Rename"_s) && buttonOf(bench, u"Monitor"_s));
+        QTest::keyClick(selectIn(bench, "toolbarAvailable", u"Rename"_s), Qt::Key_Return);
+        QCOMPARE(setting.value(), u"monitor,rename,future"_s);
+        QVERIFY(buttonOf(bench, u"Rename"_s));
+        QTest::keyClick(selectIn(bench, "toolbarShown", u"Rename"_s), Qt::Key_Up, Qt::AltModifier);
+        QCOMPARE(setting.value(), u"rename,monitor,future"_s);
+        QTest::keyClick(selectIn(bench, "toolbarShown", u"Monitor"_s), Qt::Key_Delete);
+        QCOMPARE(setting.value(), u"rename,future"_s);
+        QVERIFY(!buttonOf(bench, u"Monitor"_s));
+        bench.click(bench.find("toolbarRestore"));
+        QCOMPARE(setting.value(), setting.fallBack() + u",future"_s);
+    }
+
+    void rowDraggedToTheOtherListComesOntoTheToolbar()
+    {
+        WindowBench bench({});
+        bench.choose(bench.window->findChildren<QAction *>(), "Customise toolbar");
+        QTRY_VERIFY(bench.find("toolbarEditor"));
+        auto *available = selectIn(bench, "toolbarAvailable", u"Rename"_s);
+        auto *shown = bench.find<QListWidget>("toolbarShown");
+        // As a drag does it: the row is there twice for a moment, then gone from where it was.
+        const std::unique_ptr<QMimeData> row(available->model()->mimeData({available->currentIndex()}));
+        QVERIFY(shown->model()->dropMimeData(row.get(), Qt::MoveAction, 0, 0, {}));
+        QTRY_COMPARE(bench.model->settings().toolbarItemsRaw.value(), u"rename,monitor,sort,info,settings,terminal"_s);
+        QVERIFY(available->findItems(u"Rename"_s, Qt::MatchExactly).isEmpty());
+    }
+
+    void contextMenuTakesAChosenItemOffAndLeavesThePermanentOnesAlone()
+    {
+        WindowBench bench({});
+        const auto menuAt = [&bench](const QString &text) {
+            QToolButton *button = buttonOf(bench, text);
+            QMenu *menu = nullptr;
+            emit static_cast<QToolBar *>(button->parentWidget())
+                ->customContextMenuRequested(button->geometry().center());
+            for (QMenu *open : bench.window->findChildren<QMenu *>()) {
+                if (open->isVisible())
+                    menu = open;
+            }
+            return menu;
+        };
+        QMenu *permanent = menuAt(u"New folder"_s);
+        QVERIFY(permanent);
+        QCOMPARE(permanent->actions().size(), 1);
+        permanent->close();
+        QMenu *chosen = menuAt(u"Monitor"_s);
+        QVERIFY(chosen);
+        chosen->actions().first()->trigger();
+        QCOMPARE(bench.model->settings().toolbarItemsRaw.value(), u"sort,info,settings,terminal"_s);
+        chosen->close();
+        QVERIFY(!buttonOf(bench, u"Monitor"_s) && buttonOf(bench, u"New folder"_s));
+    }
+
+    void narrowWindowKeepsTheFilterAndPutsTheRestIntoAMenu()
+    {
+        WindowBench bench({{"left/apple", ""}, {"left/pear", ""}});
+        QStringList names = ToolBarItems::all();
+        bench.model->settings().toolbarItemsRaw.set(names.join(u','));
+        bench.window->resize(620, 500);
+        QTRY_VERIFY(bench.find("qt_toolbar_ext_button"));
+        auto *filter = bench.find<QLineEdit>("toolbarFilter");
+        QVERIFY(filter && filter->visibleRegion().boundingRect().width() == filter->width());
+        QTest::keyClicks(filter, u"ppl"_s);
+        QTRY_COMPARE(bench.pane(Side::left)->displayedCount(), 1);
+    }
+};
+
+MOORIX_TEST(ToolBarTest)
+#include "ToolBarTest.moc"
