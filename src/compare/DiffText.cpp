@@ -15,7 +15,9 @@ DiffText::DiffText(QString text)
         returns += end > 0 && m_text.at(end - 1) == u'\r' ? 1 : 0;
     }
     if (lineCount() > 1)
-        m_lineEnds = returns == 0 ? LineEnds::lf : returns == lineCount() - 1 ? LineEnds::crlf : LineEnds::mixed;
+        m_lineEnds = returns == 0                 ? DiffLineEnds::lf
+                     : returns == lineCount() - 1 ? DiffLineEnds::crlf
+                                                  : DiffLineEnds::mixed;
 }
 
 QStringView DiffText::line(qsizetype index) const

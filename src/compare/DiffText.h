@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "compare/LineEnds.h"
+#include "compare/DiffLineEnds.h"
 
 #include <QString>
 
@@ -17,7 +17,7 @@ public:
     explicit DiffText(QString text = {});
 
     const QString &text() const { return m_text; }
-    LineEnds lineEnds() const { return m_lineEnds; }
+    DiffLineEnds lineEnds() const { return m_lineEnds; }
     qsizetype lineCount() const { return qsizetype(m_starts.size()); }
     /// Without its "\n". Valid as long as the text is.
     QStringView line(qsizetype index) const;
@@ -35,7 +35,7 @@ public:
 private:
     QString m_text;
     std::vector<qsizetype> m_starts;
-    LineEnds m_lineEnds = LineEnds::none;
+    DiffLineEnds m_lineEnds = DiffLineEnds::none;
 };
 
 } // namespace moorix

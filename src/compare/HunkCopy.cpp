@@ -17,14 +17,15 @@ Piece pieceOf(const DiffText &text, qsizetype line)
 }
 
 /// `isAtEnd`: nothing follows the last of them.
-QString joined(const std::vector<Piece> &pieces, LineEnds lineEnds, bool isAtEnd)
+QString joined(const std::vector<Piece> &pieces, DiffLineEnds lineEnds, bool isAtEnd)
 {
     QString text;
     for (std::size_t i = 0; i < pieces.size(); ++i) {
         text += pieces[i].line;
         if (isAtEnd && i + 1 == pieces.size())
             break;
-        const bool isReturn = lineEnds == LineEnds::crlf || (lineEnds != LineEnds::lf && pieces[i].endsInReturn);
+        const bool isReturn =
+            lineEnds == DiffLineEnds::crlf || (lineEnds != DiffLineEnds::lf && pieces[i].endsInReturn);
         text += isReturn ? QStringView(u"\r\n") : QStringView(u"\n");
     }
     return text;

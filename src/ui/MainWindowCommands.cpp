@@ -181,7 +181,7 @@ void MainWindow::runCommand(WindowCommand command)
     if (leaves && !showsSides())
         return;
     // What would be closed is what stood in their place.
-    if (leaves && command == WindowCommand::closeTab)
+    if (leaves && (command == WindowCommand::closeTab || command == WindowCommand::closeOtherTabs))
         return;
     if (const auto handler = m_handlers.constFind(command); handler != m_handlers.cend())
         (*handler)();

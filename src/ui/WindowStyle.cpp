@@ -47,6 +47,7 @@ QFrame#conflictBar { background: <toolBar>; border: none; border-top: 2px solid 
 QWidget#diffPage, QWidget#editorArea { background: <base>; }
 QFrame#editorHeader { background: <sidebar>; border: none; border-bottom: 1px solid <border>; }
 QTabBar#editorTabs::tab { padding: 8px 6px 8px 12px; }
+QTabBar#editorTabs QToolButton { padding: 0; }
 QTabBar#editorTabs QToolButton#closeTab { padding: 0 4px 2px 4px; border-radius: 4px; margin-right: 2px; color: <faintText>;
     font-size: 15px; }
 QTabBar#editorTabs QToolButton#closeTab:hover { color: <text>; }

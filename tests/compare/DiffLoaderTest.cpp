@@ -63,8 +63,8 @@ private slots:
         QCOMPARE(DiffEngine::stats(mixed.runs), DiffEngine::Stats{});
         QCOMPARE(load("\xEF\xBB\xBFx", "x").left.encoding, TextEncoding::utf8Marked);
         const DiffContent ends = load("a\r\nb\r\n\r", "a\nb\r\n");
-        QCOMPARE(ends.left.text.lineEnds(), LineEnds::crlf);
-        QCOMPARE(ends.right.text.lineEnds(), LineEnds::mixed);
+        QCOMPARE(ends.left.text.lineEnds(), DiffLineEnds::crlf);
+        QCOMPARE(ends.right.text.lineEnds(), DiffLineEnds::mixed);
         QCOMPARE(load("\xFF\xFEx" + QByteArray(1, '\0'), "x").left.text.text(), u"x"_s);
         const QByteArray zeros("ab\0cd", 5);
         QCOMPARE(load(zeros, "text").obstacle, u"“a” (left) is no text. They differ from byte 1 on."_s);

@@ -202,6 +202,28 @@ private slots:
         QVERIFY(bench.home.exists("left/b.txt"));
     }
 
+    void failedSaveKeepsTheTextAndClosesNothing()
+    {
+        const EditorBench bench({{"left/folder/a.txt", "old\n"}});
+        bench.model->tabs(Side::left).openLocalHere(bench.home.path("left/folder"));
+        QTRY_VERIFY(namesOf(bench.pane(Side::left)->displayed()) == QStringList{u"a.txt"_s});
+        bench.open("a.txt");
+        bench.type("mine ");
+        QVERIFY(QDir().rename(bench.home.path("left/folder"), bench.home.path("left/away")));
+        bench.key(Qt::Key_W, Qt::ControlModifier);
+        bench.click(bench.choice("Save and close"));
+        QTRY_VERIFY(bench.choice("Save it again"));
+        bench.click(bench.choice("Save it again"));
+        QTRY_VERIFY(bench.choice("Try again"));
+        QCOMPARE(bench.text(), "mine old\n");
+        QVERIFY(QDir().rename(bench.home.path("left/away"), bench.home.path("left/folder")));
+        // The save that was to close the file is over; a later one does not.
+        bench.click(bench.choice("Try again"));
+        QTRY_COMPARE(bench.home.read("left/folder/a.txt"), "mine old\n");
+        QTRY_VERIFY(!bench.view()->isModified());
+        QCOMPARE(bench.text(), "mine old\n");
+    }
+
     void everythingIsReplacedInOneStepThatCanBeUndone()
     {
         const EditorBench bench({{"left/a.txt", QByteArray("one two\n").repeated(5000)}});

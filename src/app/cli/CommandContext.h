@@ -56,7 +56,6 @@ public:
     SettingsStore &settings();
     /// All that is exported and imported into.
     Exchange exchange();
-    ProcessRunner &processes() { return *m_processes; }
     BackupHistoryStore &backupHistory();
     BackupLedger &backupLedger();
     /// The backup job of this id or name. Throws like `server`.

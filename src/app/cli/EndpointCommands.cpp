@@ -56,7 +56,7 @@ AppUpdateManager::Options updateOptions()
     return options;
 }
 
-void check(AppUpdateManager &updates, const std::stop_token &stop)
+void checkNow(AppUpdateManager &updates, const std::stop_token &stop)
 {
     carryOut(updates, &AppUpdateManager::checkEnded, stop, [&updates] { updates.checkForUpdates(true); });
     if (updates.lastError())
@@ -83,7 +83,7 @@ ExitCode runCheck(const QCommandLineParser &parser, CommandContext &context)
 {
     Settings settings;
     AppUpdateManager updates(settings.store, updateOptions());
-    check(updates, context.stop());
+    checkNow(updates, context.stop());
     if (parser.isSet(u"json"_s)) {
         printJson(updates);
         return ExitCode::done;
@@ -98,7 +98,7 @@ ExitCode runDownload(const QCommandLineParser &, CommandContext &context)
 {
     Settings settings;
     AppUpdateManager updates(settings.store, updateOptions());
-    check(updates, context.stop());
+    checkNow(updates, context.stop());
     if (!updates.availableRelease()) {
         console::print(updates.statusMessage() + u'\n');
         return ExitCode::done;

@@ -65,9 +65,9 @@ ExchangeContent contentOf(const QCommandLineParser &parser, CommandContext &cont
     const QString file = parser.positionalArguments().constFirst();
     const std::optional<Origin> origin = originOf(parser);
     ExchangeContent content = file == u"-" ? importSource::decode(console::readAll(context.stop()), u"Standard input"_s,
-                                                                  origin, context.processes(), context.stop())
+                                                                  origin, *context.processes(), context.stop())
                                            : importSource::read(QDir::current().absoluteFilePath(file), origin,
-                                                                context.processes(), context.stop());
+                                                                *context.processes(), context.stop());
     if (kind == Kind::servers)
         content.kind = Kind::servers;
     return content;

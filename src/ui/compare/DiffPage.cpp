@@ -22,9 +22,9 @@ namespace {
 /// Lines that end differently differ in all else that is compared.
 QString lineEndRemark(const DiffContent &content)
 {
-    const LineEnds left = content.left.text.lineEnds();
-    const LineEnds right = content.right.text.lineEnds();
-    if (left == right || left == LineEnds::none || right == LineEnds::none ||
+    const DiffLineEnds left = content.left.text.lineEnds();
+    const DiffLineEnds right = content.right.text.lineEnds();
+    if (left == right || left == DiffLineEnds::none || right == DiffLineEnds::none ||
         content.options.space != DiffOptions::Space::compared)
         return {};
     return DiffPage::tr("The lines end in %1 on the left and in %2 on the right.").arg(nameOf(left), nameOf(right));

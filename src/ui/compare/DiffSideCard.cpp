@@ -28,7 +28,7 @@ QString factsOf(const DiffContent::Side &side)
     QStringList facts{factsOf(side.file)};
     if (side.encoding)
         facts << nameOf(*side.encoding);
-    if (side.text.lineEnds() != LineEnds::none)
+    if (side.text.lineEnds() != DiffLineEnds::none)
         facts << nameOf(side.text.lineEnds());
     return facts.join(QStringLiteral(" · "));
 }

@@ -23,6 +23,7 @@ void EditorPage::connectDocument()
     connect(m_document, &TextDocument::saveRefused, this, &EditorPage::sayStanding);
     connect(m_document, &TextDocument::unencodable, this, &EditorPage::sayUnencodable);
     connect(m_document, &TextDocument::saveFailed, this, [this](const QString &sentence) {
+        m_afterSave = {};
         m_notice->offer(sentence, tr("Try again"), MessageBar::Tone::danger, [this] { save(); });
         m_notice->addChoice({tr("Save as…"), [this] { chooseSaveAs(); }});
     });

@@ -2,9 +2,9 @@
 #include "ui/preferences/DiagnosticsPanel.h"
 
 #include "endpoints/RemoteDiagnosticsService.h"
+#include "ui/Theme.h"
 #include "ui/Widgets.h"
 
-#include <QFontDatabase>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLocale>
@@ -28,7 +28,7 @@ DiagnosticsPanel::DiagnosticsPanel(RemoteDiagnosticsService &diagnostics, QWidge
     m_payload->setObjectName(QStringLiteral("diagnosticsPayload"));
     m_payload->setReadOnly(true);
     m_payload->setTabChangesFocus(true);
-    m_payload->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+    m_payload->setFont(Theme::monospace());
     m_payload->setLineWrapMode(QPlainTextEdit::NoWrap);
     auto *texts = new QVBoxLayout;
     texts->setSpacing(4);

@@ -6,9 +6,9 @@
 namespace moorix {
 
 /// What the lines of a text end in; `none` where there is one line only.
-enum class LineEnds { none, lf, crlf, mixed };
+enum class DiffLineEnds { none, lf, crlf, mixed };
 
 /// "LF", "CRLF", "LF and CRLF"; empty for none.
-QString nameOf(LineEnds lineEnds);
+QString nameOf(DiffLineEnds lineEnds);
 
 } // namespace moorix

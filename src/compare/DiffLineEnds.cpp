@@ -1,20 +1,20 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "compare/LineEnds.h"
+#include "compare/DiffLineEnds.h"
 
 using namespace Qt::StringLiterals;
 
 namespace moorix {
 
-QString nameOf(LineEnds lineEnds)
+QString nameOf(DiffLineEnds lineEnds)
 {
     switch (lineEnds) {
-    case LineEnds::lf:
+    case DiffLineEnds::lf:
         return u"LF"_s;
-    case LineEnds::crlf:
+    case DiffLineEnds::crlf:
         return u"CRLF"_s;
-    case LineEnds::mixed:
+    case DiffLineEnds::mixed:
         return u"LF and CRLF"_s;
-    case LineEnds::none:
+    case DiffLineEnds::none:
         break;
     }
     return {};
