@@ -33,7 +33,7 @@ class EndpointCommandsTest final : public QObject
         m_process.setProcessChannelMode(QProcess::MergedChannels);
         QSignalSpy finished(&m_process, &QProcess::finished);
         m_process.start(QStringLiteral(MOORIX_BINARY), command.split(u' '));
-        if (!finished.wait(20'000))
+        if (!finished.wait(20000))
             qFatal("moorix did not end.");
         return QByteArray::number(m_process.exitCode()) + '|' + m_process.readAll();
     }

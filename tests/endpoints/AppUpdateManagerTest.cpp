@@ -13,7 +13,7 @@ class AppUpdateManagerTest final : public QObject
 private slots:
     void aNewerReleaseIsOfferedDownloadedAndOpened()
     {
-        const QByteArray installer(700'000, 'i');
+        const QByteArray installer(700000, 'i');
         UpdateScene scene([&](const WebRequest &request) {
             const bool isFile = request.path.startsWith("/dl/");
             return WebServer::reply(isFile ? installer : releaseJson(request, R"(,"notes":"Faster.","build":9)"));
@@ -136,12 +136,12 @@ private slots:
         scene.pass(1);
         QTRY_COMPARE(ended.count(), 1);
         // A machine that slept checks once, and then again after a whole period.
-        scene.pass(50'000);
+        scene.pass(50000);
         QTRY_COMPARE(ended.count(), 2);
-        scene.pass(14'000);
+        scene.pass(14000);
         QCOMPARE(ended.count(), 2);
         scene.settings.autoCheckUpdates.set(false);
-        scene.pass(20'000);
+        scene.pass(20000);
         scene.settings.autoCheckUpdates.set(true);
         QTRY_COMPARE(ended.count(), 3);
         QCOMPARE(scene.server.connections(), 3);

@@ -50,7 +50,7 @@ private slots:
         QTest::addColumn<QByteArray>("answer");
         QTest::addColumn<QString>("reason");
         QTest::newRow("status") << WebServer::reply("gone", 404) << u"127.0.0.1 answered with status 404."_s;
-        QTest::newRow("cut") << WebServer::reply(QByteArray(90'000, 'x')).chopped(9)
+        QTest::newRow("cut") << WebServer::reply(QByteArray(90000, 'x')).chopped(9)
                              << u"127.0.0.1 closed the connection before its answer was whole."_s;
         QTest::newRow("empty") << WebServer::reply({}) << u"127.0.0.1 sent an empty file."_s;
         QTest::newRow("no length")

@@ -82,7 +82,7 @@ private slots:
         QTest::newRow("cut in a chunk") << QByteArray("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n9\r\nhalf")
                                         << cut;
         QTest::newRow("cut in the header") << QByteArray("HTTP/1.1 200") << cut;
-        const QByteArray tooMuch(1'048'577, 'x');
+        const QByteArray tooMuch(1048577, 'x');
         QTest::newRow("announced too long") << WebServer::reply(tooMuch) << tooLong;
         QTest::newRow("too long without a word") << QByteArray("HTTP/1.1 200 OK\r\n\r\n") + tooMuch << tooLong;
         QTest::newRow("silence") << QByteArray() << u"127.0.0.1 did not answer in time."_s;

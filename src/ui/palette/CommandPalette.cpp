@@ -116,10 +116,9 @@ void CommandPalette::place()
     if (rows > 0)
         m_list->setFixedHeight(m_list->sizeHintForRow(0) * rows + 2 * m_list->frameWidth());
     const int width = std::min(widest, m_window.width() - 32);
-    layout()->activate();
-    const int height =
-        std::min(layout()->totalHeightForWidth(width) > 0 ? layout()->totalHeightForWidth(width) : sizeHint().height(),
-                 m_window.height() - 72);
+    // Counted, since a layout knows the height of hidden parts only after it has been shown.
+    const int below = rows > 0 ? m_list->minimumHeight() : m_nothing->heightForWidth(width - 16);
+    const int height = std::min(m_query->sizeHint().height() + below + 22, m_window.height() - 72);
     setGeometry((m_window.width() - width) / 2, 56, width, height);
 }
 
