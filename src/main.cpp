@@ -15,8 +15,8 @@
 #include <QApplication>
 #include <QDesktopServices>
 #include <QIcon>
-#include <QUrl>
 #include <QLocale>
+#include <QUrl>
 
 #include <cstdio>
 #include <cstdlib>

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "app/AppModel.h"
-#include "editor/RecoveryCopies.h"
 #include "app/exchange/ExchangeContent.h"
+#include "editor/RecoveryCopies.h"
 #include "ui/WindowActions.h"
 
 #include <QMainWindow>

@@ -156,7 +156,7 @@ const QList<WindowActions::Menu> &WindowActions::menus()
          {W::commandPalette, line, P::goBack, P::goForward, P::goUp, W::home, P::editPath, line, W::nextTab,
           W::previousTab, P::focusOtherSide, W::focusSidebar, line, W::addFavorite}},
         {tr("&Servers"),
-         {W::quickConnect, W::serverLibrary, line, W::newServer, W::editServer, line, W::importServers, W::importFile,
+         {W::quickConnect, W::serverLibrary, line, W::newServer, W::editServer, line, W::importServers,
           W::exportServers, line, W::disconnect}},
         {tr("&Transfers"),
          {W::transfers, line, W::pauseTransfers, W::resumeTransfers, W::retryTransfers, line, W::cancelTransfers,

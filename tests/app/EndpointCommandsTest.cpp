@@ -44,7 +44,8 @@ private slots:
         WebServer server([](const WebRequest &request) {
             if (request.path == "/a.dmg")
                 return WebServer::reply("installer");
-            return WebServer::reply(R"({"version":"999","url":"http://)" + request.headers.value("host") + "/a.dmg\"}");
+            return WebServer::reply("{\"version\":\"999\",\"url\":\"http://" + request.headers.value("host") +
+                                    "/a.dmg\"}");
         });
         QCOMPARE(run(u"update check"_s, server.url()), "0|Update available: v999\n");
         const QByteArray json = run(u"update check --json"_s, server.url()).mid(2);

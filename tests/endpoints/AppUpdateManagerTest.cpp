@@ -16,7 +16,7 @@ private slots:
         const QByteArray installer(700000, 'i');
         UpdateScene scene([&](const WebRequest &request) {
             const bool isFile = request.path.startsWith("/dl/");
-            return WebServer::reply(isFile ? installer : releaseJson(request, R"(,"notes":"Faster.","build":9)"));
+            return WebServer::reply(isFile ? installer : releaseJson(request, ",\"notes\":\"Faster.\",\"build\":9"));
         });
         QSignalSpy prompts(&scene.updates, &AppUpdateManager::promptRequested);
         QCOMPARE(scene.updates.statusMessage(), u"Not checked yet."_s);
@@ -78,17 +78,17 @@ private slots:
         QTest::newRow("status") << QByteArray("{}") << 500 << u"The update server returned an unexpected status."_s;
         for (const char *body : {"<html>", "[]", "", "\"2.0\""})
             QTest::newRow(body) << QByteArray(body) << 200 << u"The update response was not valid JSON."_s;
-        for (const char *body : {"{}", R"({"version":" "})", R"({"version":2})"})
+        for (const char *body : {"{}", "{\"version\":\" \"}", "{\"version\":2}"})
             QTest::newRow(body) << QByteArray(body) << 200 << u"The update response is missing a version."_s;
         for (const char *url : {"", "ftp://h/a.dmg", "a.dmg", "file:///etc/passwd", "http://"})
             QTest::addRow("download from %s", url)
-                << QByteArray(R"({"version":"2","url":")") + url + "\"}" << 200 << noAddress;
+                << QByteArray("{\"version\":\"2\",\"url\":\"") + url + "\"}" << 200 << noAddress;
         for (const char *name : {"../a.dmg", "/etc/a", "a\\\\b.dmg", ".a.dmg", "..", "a\\n.dmg"})
             QTest::addRow("named %s", name)
-                << QByteArray(R"({"version":"2","url":"http://h/a.dmg","file_name":")") + name + "\"}" << 200
+                << QByteArray("{\"version\":\"2\",\"url\":\"http://h/a.dmg\",\"file_name\":\"") + name + "\"}" << 200
                 << u"The update response names a file “%1”, which is not a plain file name."_s.arg(
                        QString::fromUtf8(name).replace(u"\\n"_s, u"?"_s).replace(u"\\\\"_s, u"\\"_s));
-        QTest::newRow("a program's entry") << QByteArray(R"({"version":"2","url":"http://h/a.desktop"})") << 200
+        QTest::newRow("a program's entry") << QByteArray("{\"version\":\"2\",\"url\":\"http://h/a.desktop\"}") << 200
                                            << u"The update response names a file “a.desktop”, which is no installer."_s;
     }
     void whatTheServerSaysWrongIsSaid()
@@ -106,7 +106,7 @@ private slots:
 
     void anEncryptedServerOffersNoUnencryptedInstaller()
     {
-        const QByteArray body = R"({"version":"2","url":"http://h/a.dmg"})";
+        const QByteArray body = "{\"version\":\"2\",\"url\":\"http://h/a.dmg\"}";
         QVERIFY_THROWS_EXCEPTION(Error, Release::fromReply(body, QUrl(u"https://h/"_s)));
         QCOMPARE(Release::fromReply(body, QUrl(u"http://h/"_s)).fileName, u"a.dmg"_s);
     }
@@ -114,7 +114,8 @@ private slots:
     void theCurrentVersionIsUpToDate()
     {
         UpdateScene scene([](const WebRequest &) {
-            return WebServer::reply(R"({"latest_version":"1.2.0","build_number":"5","download_url":"http://h/a.dmg"})");
+            return WebServer::reply(
+                "{\"latest_version\":\"1.2.0\",\"build_number\":\"5\",\"download_url\":\"http://h/a.dmg\"}");
         });
         QSignalSpy notices(&scene.updates, &AppUpdateManager::noticeRaised);
         scene.check();
