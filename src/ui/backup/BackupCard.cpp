@@ -226,6 +226,16 @@ void BackupCard::showProgress()
         m_bar->setValue(int(1000.0 * double(progress.bytesDone) / double(progress.bytesTotal)));
 }
 
+bool BackupCard::event(QEvent *event)
+{
+    // The window would take it for its own command.
+    if (event->type() == QEvent::ShortcutOverride && static_cast<QKeyEvent *>(event)->key() == Qt::Key_F4) {
+        event->accept();
+        return true;
+    }
+    return QFrame::event(event);
+}
+
 void BackupCard::keyPressEvent(QKeyEvent *event)
 {
     const bool moves = event->modifiers().testFlag(Qt::ControlModifier);

@@ -44,6 +44,7 @@ signals:
     void stepRequested(int by);
 
 protected:
+    bool event(QEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
 
 private:
