@@ -4,7 +4,9 @@
 #include "endpoints/AppUpdateManager.h"
 #include "ui/Widgets.h"
 
+#include <QApplication>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QProgressBar>
 #include <QPushButton>
@@ -93,7 +95,34 @@ void UpdateBar::follow()
         showPrompt();
     else if (m_showsOutcome)
         showOutcome();
-    setVisible(m_updates.isDownloading() || m_updates.isShowingPrompt() || m_showsOutcome);
+    const bool isShown = m_updates.isDownloading() || m_updates.isShowingPrompt() || m_showsOutcome;
+    // Left to itself the keyboard would go to whatever comes next.
+    if (!isShown && m_before && isAncestorOf(QApplication::focusWidget()))
+        m_before->setFocus();
+    setVisible(isShown);
+}
+
+void UpdateBar::takeKeyboard()
+{
+    if (!isAncestorOf(QApplication::focusWidget()))
+        m_before = QApplication::focusWidget();
+    for (QPushButton *button : {m_later, m_close, m_cancel}) {
+        if (button->isVisibleTo(this))
+            return button->setFocus();
+    }
+}
+
+void UpdateBar::keyPressEvent(QKeyEvent *event)
+{
+    const bool isAnswer = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    if (auto *focused = qobject_cast<QPushButton *>(QApplication::focusWidget()); isAnswer && focused)
+        focused->click();
+    else if (event->key() == Qt::Key_Escape && m_later->isVisible())
+        m_later->click();
+    else if (event->key() == Qt::Key_Escape && m_close->isVisible())
+        m_close->click();
+    else
+        QFrame::keyPressEvent(event);
 }
 
 void UpdateBar::showPrompt()
