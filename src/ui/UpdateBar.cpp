@@ -13,6 +13,7 @@
 #include <QScrollArea>
 
 #include <algorithm>
+#include <utility>
 
 namespace moorix {
 
@@ -52,12 +53,13 @@ QBoxLayout *UpdateBar::makeTexts()
     m_scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     m_progress->setObjectName(QStringLiteral("updateProgress"));
     m_progress->setTextVisible(false);
-    m_progress->setMaximumWidth(360);
+    m_progress->setFixedWidth(300);
     auto *texts = new QVBoxLayout;
     texts->setSpacing(6);
     texts->addWidget(m_heading);
     texts->addWidget(m_scroll);
-    texts->addWidget(m_progress);
+    // Aligned, it does not limit the width of the texts.
+    texts->addWidget(m_progress, 0, Qt::AlignLeft);
     return texts;
 }
 
@@ -89,6 +91,9 @@ void UpdateBar::download()
 
 void UpdateBar::follow()
 {
+    // What became of a download is told next; until then the bar and its keyboard stay.
+    if (std::exchange(m_wasDownloading, m_updates.isDownloading()) && !m_updates.isDownloading())
+        return;
     if (m_updates.isDownloading())
         showDownload();
     else if (m_updates.isShowingPrompt())
@@ -106,6 +111,11 @@ void UpdateBar::takeKeyboard()
 {
     if (!isAncestorOf(QApplication::focusWidget()))
         m_before = QApplication::focusWidget();
+    focusButton();
+}
+
+void UpdateBar::focusButton()
+{
     for (QPushButton *button : {m_later, m_close, m_cancel}) {
         if (button->isVisibleTo(this))
             return button->setFocus();
@@ -190,9 +200,12 @@ void UpdateBar::resizeEvent(QResizeEvent *event)
 
 void UpdateBar::showButtons(const QList<QPushButton *> &shown)
 {
+    const bool hadKeyboard = isAncestorOf(QApplication::focusWidget());
     for (QPushButton *button : {m_later, m_cancel, m_close, m_retry, m_download})
         button->setVisible(shown.contains(button));
     m_progress->setVisible(shown.contains(m_cancel));
+    if (hadKeyboard && !shown.contains(qobject_cast<QPushButton *>(QApplication::focusWidget())))
+        focusButton();
 }
 
 } // namespace moorix

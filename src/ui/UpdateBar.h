@@ -40,10 +40,12 @@ private:
     void showOutcome();
     void fit();
     void setText(const QString &heading, const QString &text);
+    void focusButton();
     void showButtons(const QList<QPushButton *> &shown);
     void download();
 
     AppUpdateManager &m_updates;
+    bool m_wasDownloading = false;
     /// The outcome of a download stays until it is closed.
     bool m_showsOutcome = false;
     QString m_outcome;
