@@ -65,7 +65,7 @@ QString overview()
     QString text = u"Usage: moorix [PATH | SERVER:PATH]…      open the window, or these in the one that is open\n"
                    "       moorix COMMAND ARGUMENTS…         do one thing and exit\n\nCommands:\n"_s;
     for (const Command &command : allCommands())
-        text += u"  %1 %2\n"_s.arg(command.name.leftJustified(20), command.summary);
+        text += u"  %1 %2\n"_s.arg(command.name.leftJustified(19), command.summary);
     return text +
            u"\n“moorix COMMAND --help” tells more, with examples. A TARGET is a local path or SERVER:PATH, where "
            u"SERVER\n"

@@ -127,7 +127,8 @@ QWidget *MainWindow::makeCentre()
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
     column->addWidget(m_terminals->makeSplitter(m_outer, centre), 1);
-    column->addWidget(new UpdateBar(m_model.updates(), centre));
+    m_updateBar = new UpdateBar(m_model.updates(), centre);
+    column->addWidget(m_updateBar);
     column->addWidget(new EditedFilesBar(m_model.editedFiles(), centre));
     column->addWidget(new ConflictBar(m_model.transfers(), centre));
     column->addWidget(m_drawer);

@@ -40,6 +40,7 @@ class StatusStrip;
 class SyncArea;
 class TransferDrawer;
 class UnsentEdits;
+class UpdateBar;
 class WindowTerminals;
 struct Comparison;
 
@@ -184,6 +185,7 @@ private:
     std::array<SideView *, 2> m_sideViews{};
     TransferDrawer *m_drawer = nullptr;
     MessageBar *m_question = nullptr;
+    UpdateBar *m_updateBar = nullptr;
     UnsentEdits *m_unsent = nullptr;
     StatusStrip *m_status = nullptr;
     std::unique_ptr<RecentPlaces> m_recent;

@@ -14,6 +14,7 @@
 #include "ui/Sidebar.h"
 #include "ui/TransferDrawer.h"
 #include "ui/UnsentEdits.h"
+#include "ui/UpdateBar.h"
 #include "ui/backup/BackupArea.h"
 #include "ui/dialogs/AboutDialog.h"
 #include "ui/dialogs/ShortcutsOverview.h"
@@ -160,11 +161,16 @@ void MainWindow::addViewCommands()
     m_handlers[transfers] = [this] { m_drawer->setVisible(m_actions->action(WindowCommand::transfers)->isChecked()); };
     m_handlers[introduction] = [this] { showIntroduction(); };
     m_handlers[shortcuts] = [this] { (new ShortcutsOverview(*m_actions, this))->show(); };
+    // Where an update is offered already, the keyboard goes to it.
     m_handlers[checkForUpdates] = [this] {
+        if (m_model.updates().isShowingPrompt())
+            return m_updateBar->takeKeyboard();
         m_model.updates().checkForUpdates(true);
         if (m_model.updates().isChecking())
             emit m_model.messageRaised(m_model.updates().statusMessage());
     };
+    connect(&m_model.updates(), &AppUpdateManager::promptRequested, this,
+            [this] { emit m_model.messageRaised(m_model.updates().statusMessage()); });
     m_handlers[about] = [this] { (new AboutDialog(this))->open(); };
 }
 

@@ -73,8 +73,13 @@ void MainWindow::dropComparison()
     if (!m_comparison->isFreeToGo()) {
         QWidget *const wanted = m_middle->currentWidget();
         m_middle->setCurrentWidget(m_comparison);
-        m_comparison->mayLeave([this, wanted] { m_middle->setCurrentWidget(wanted); });
         followSession();
+        // Later: whoever shows the other page gives it the keyboard, too, before this is through.
+        const auto ask = [this, page = m_comparison, wanted] {
+            page->focusContent();
+            page->mayLeave([this, wanted] { m_middle->setCurrentWidget(wanted); });
+        };
+        QMetaObject::invokeMethod(m_comparison, ask, Qt::QueuedConnection);
         return;
     }
     DiffPage *page = m_comparison;

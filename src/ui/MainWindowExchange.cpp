@@ -32,7 +32,8 @@ void MainWindow::importServers()
 void MainWindow::chooseImport()
 {
     auto *dialog = new QFileDialog(this, tr("Import"), AppPaths::home(),
-                                   tr("Exports of Moorix (*.json);;Sites of FileZilla (*.xml);;All files (*)"));
+                                   tr("Exports and sites (*.json *.xml);;Exports of Moorix (*.json);;"
+                                      "Sites of FileZilla (*.xml);;All files (*)"));
     dialog->setObjectName(QStringLiteral("importFileDialog"));
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setFileMode(QFileDialog::ExistingFile);

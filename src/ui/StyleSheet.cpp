@@ -60,7 +60,7 @@ QFrame[role="statusLine"] QPushButton { padding: 0 6px; min-height: 14px; }
 QPlainTextEdit[role="page"] { border: none; border-radius: 0; }
 
 QPushButton { background: <toolBar>; color: <text>; border: 1px solid <border>; border-radius: 6px; padding: 4px 14px;
-    min-height: 18px; }
+    min-height: 18px; outline: none; }
 QPushButton:hover { background: <hover>; }
 QPushButton:pressed { background: <selection>; }
 QPushButton:focus { border-color: <accent>; }

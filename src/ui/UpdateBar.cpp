@@ -4,13 +4,16 @@
 #include "endpoints/AppUpdateManager.h"
 #include "ui/Widgets.h"
 
+#include <QApplication>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QScrollArea>
 
 #include <algorithm>
+#include <utility>
 
 namespace moorix {
 
@@ -50,12 +53,13 @@ QBoxLayout *UpdateBar::makeTexts()
     m_scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     m_progress->setObjectName(QStringLiteral("updateProgress"));
     m_progress->setTextVisible(false);
-    m_progress->setMaximumWidth(360);
+    m_progress->setFixedWidth(300);
     auto *texts = new QVBoxLayout;
     texts->setSpacing(6);
     texts->addWidget(m_heading);
     texts->addWidget(m_scroll);
-    texts->addWidget(m_progress);
+    // Aligned, it does not limit the width of the texts.
+    texts->addWidget(m_progress, 0, Qt::AlignLeft);
     return texts;
 }
 
@@ -87,13 +91,48 @@ void UpdateBar::download()
 
 void UpdateBar::follow()
 {
+    // What became of a download is told next; until then the bar and its keyboard stay.
+    if (std::exchange(m_wasDownloading, m_updates.isDownloading()) && !m_updates.isDownloading())
+        return;
     if (m_updates.isDownloading())
         showDownload();
     else if (m_updates.isShowingPrompt())
         showPrompt();
     else if (m_showsOutcome)
         showOutcome();
-    setVisible(m_updates.isDownloading() || m_updates.isShowingPrompt() || m_showsOutcome);
+    const bool isShown = m_updates.isDownloading() || m_updates.isShowingPrompt() || m_showsOutcome;
+    // Left to itself the keyboard would go to whatever comes next.
+    if (!isShown && m_before && isAncestorOf(QApplication::focusWidget()))
+        m_before->setFocus();
+    setVisible(isShown);
+}
+
+void UpdateBar::takeKeyboard()
+{
+    if (!isAncestorOf(QApplication::focusWidget()))
+        m_before = QApplication::focusWidget();
+    focusButton();
+}
+
+void UpdateBar::focusButton()
+{
+    for (QPushButton *button : {m_later, m_close, m_cancel}) {
+        if (button->isVisibleTo(this))
+            return button->setFocus();
+    }
+}
+
+void UpdateBar::keyPressEvent(QKeyEvent *event)
+{
+    const bool isAnswer = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    if (auto *focused = qobject_cast<QPushButton *>(QApplication::focusWidget()); isAnswer && focused)
+        focused->click();
+    else if (event->key() == Qt::Key_Escape && m_later->isVisible())
+        m_later->click();
+    else if (event->key() == Qt::Key_Escape && m_close->isVisible())
+        m_close->click();
+    else
+        QFrame::keyPressEvent(event);
 }
 
 void UpdateBar::showPrompt()
@@ -161,9 +200,12 @@ void UpdateBar::resizeEvent(QResizeEvent *event)
 
 void UpdateBar::showButtons(const QList<QPushButton *> &shown)
 {
+    const bool hadKeyboard = isAncestorOf(QApplication::focusWidget());
     for (QPushButton *button : {m_later, m_cancel, m_close, m_retry, m_download})
         button->setVisible(shown.contains(button));
     m_progress->setVisible(shown.contains(m_cancel));
+    if (hadKeyboard && !shown.contains(qobject_cast<QPushButton *>(QApplication::focusWidget())))
+        focusButton();
 }
 
 } // namespace moorix

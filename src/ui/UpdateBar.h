@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QFrame>
+#include <QPointer>
 
 class QBoxLayout;
 class QLabel;
@@ -14,7 +15,7 @@ namespace moorix {
 class AppUpdateManager;
 
 /// Offers a newer version inside the window, and shows its download and what became of it. Shown while there is
-/// something to be shown. The keyboard stays where it is.
+/// something to be shown. The keyboard stays where it is until it is given to the bar.
 class UpdateBar final : public QFrame
 {
     Q_OBJECT
@@ -22,7 +23,11 @@ class UpdateBar final : public QFrame
 public:
     explicit UpdateBar(AppUpdateManager &updates, QWidget *parent = nullptr);
 
+    /// On the button that does the least; Escape presses it, too.
+    void takeKeyboard();
+
 protected:
+    void keyPressEvent(QKeyEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
 
 private:
@@ -35,10 +40,12 @@ private:
     void showOutcome();
     void fit();
     void setText(const QString &heading, const QString &text);
+    void focusButton();
     void showButtons(const QList<QPushButton *> &shown);
     void download();
 
     AppUpdateManager &m_updates;
+    bool m_wasDownloading = false;
     /// The outcome of a download stays until it is closed.
     bool m_showsOutcome = false;
     QString m_outcome;
@@ -52,6 +59,8 @@ private:
     QPushButton *m_cancel;
     QPushButton *m_retry;
     QPushButton *m_close;
+    /// What had the keyboard before.
+    QPointer<QWidget> m_before;
 };
 
 } // namespace moorix

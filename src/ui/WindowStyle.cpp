@@ -72,7 +72,8 @@ QFrame#workBar, QFrame#restorePanel { background: <sidebar>; border: none; borde
 QTreeWidget[role="table"] { border: 1px solid <border>; border-radius: 6px; }
 QTreeWidget[role="table"]:focus { border-color: <accent>; }
 QTreeWidget[role="table"]::item, QTreeView#archiveTree::item { padding: 3px 0; }
-QTreeWidget[role="table"] QHeaderView::section, QTreeView#archiveTree QHeaderView::section { padding: 6px 12px; }
+QTreeWidget[role="table"] QHeaderView::section, QTreeView#archiveTree QHeaderView::section,
+QTreeWidget#importTree QHeaderView::section { padding: 6px 12px; }
 QTreeView#archiveTree { border-top: 1px solid <border>; }
 QWidget#terminalBar, QWidget#terminalHeader { background: <sidebar>; border-bottom: 1px solid <border>; }
 QWidget#terminalDock { background: <base>; }

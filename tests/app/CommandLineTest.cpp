@@ -298,7 +298,7 @@ private slots:
         lines.removeIf([](const QByteArray &line) { return !line.startsWith("  ") || line.startsWith("     "); });
         QVERIFY(lines.size() >= 16);
         for (const QByteArray &line : std::as_const(lines)) {
-            shell.run(QString::fromUtf8(line.mid(2, 18)).simplified() + u" --help"_s);
+            shell.run(QString::fromUtf8(line.mid(2, 20)).simplified() + u" --help"_s);
             QVERIFY2(shell.code == 0 && shell.out.contains("Examples:\n  moorix "), line.constData());
         }
     }

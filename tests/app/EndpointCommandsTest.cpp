@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "support/TestMain.h"
+#include "app/ProgramHome.h"
 #include "support/WebServer.h"
 
 #include <QJsonDocument>
-#include <QProcess>
 #include <QSignalSpy>
 
 #include <csignal>
@@ -17,22 +16,17 @@ class EndpointCommandsTest final : public QObject
 {
     Q_OBJECT
 
-    TestTree m_tree{{"data/Moorix/servers.json", R"({"folders": [], "servers": []})"}};
+    ProgramHome m_home;
     QProcess m_process;
 
     /// The exit code and all that was said: "0|text".
     QByteArray run(const QString &command, const QString &endpoint)
     {
-        m_tree.write("config/Moorix/preferences.json",
-                     u"{\"updateEndpoint\":\"%1\",\"diagnosticsEndpoint\":\"%1\"}"_s.arg(endpoint).toUtf8());
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(u"HOME"_s, m_tree.path());
-        environment.insert(u"XDG_DATA_HOME"_s, m_tree.path("data"));
-        environment.insert(u"XDG_CONFIG_HOME"_s, m_tree.path("config"));
-        m_process.setProcessEnvironment(environment);
+        m_home.tree.write("config/Moorix/preferences.json",
+                          u"{\"updateEndpoint\":\"%1\",\"diagnosticsEndpoint\":\"%1\"}"_s.arg(endpoint).toUtf8());
         m_process.setProcessChannelMode(QProcess::MergedChannels);
         QSignalSpy finished(&m_process, &QProcess::finished);
-        m_process.start(QStringLiteral(MOORIX_BINARY), command.split(u' '));
+        m_home.start(m_process, command.split(u' '));
         if (!finished.wait(20000))
             qFatal("moorix did not end.");
         return QByteArray::number(m_process.exitCode()) + '|' + m_process.readAll();
@@ -41,18 +35,13 @@ class EndpointCommandsTest final : public QObject
 private slots:
     void updatesAreCheckedAndDownloaded()
     {
-        WebServer server([](const WebRequest &request) {
-            if (request.path == "/a.dmg")
-                return WebServer::reply("installer");
-            return WebServer::reply("{\"version\":\"999\",\"url\":\"http://" + request.headers.value("host") +
-                                    "/a.dmg\"}");
-        });
+        WebServer server([](const WebRequest &request) { return WebServer::update(request); });
         QCOMPARE(run(u"update check"_s, server.url()), "0|Update available: v999\n");
         const QByteArray json = run(u"update check --json"_s, server.url()).mid(2);
-        QCOMPARE(QJsonDocument::fromJson(json)[u"fileName"].toString(), u"a.dmg"_s);
-        const QByteArray path = m_tree.path("Downloads/a.dmg").toUtf8();
-        QCOMPARE(run(u"update download"_s, server.url()), "0|" + path + '\n');
-        QCOMPARE(contentOf(QString::fromUtf8(path)), "installer");
+        QCOMPARE(QJsonDocument::fromJson(json)[u"fileName"].toString(), u"Moorix-999.dmg"_s);
+        QCOMPARE(run(u"update download"_s, server.url()),
+                 "0|" + m_home.tree.path("home/Downloads/Moorix-999.dmg").toUtf8() + '\n');
+        QCOMPARE(m_home.tree.read("home/Downloads/Moorix-999.dmg"), "installer");
         QCOMPARE(run(u"update check"_s, {}), "1|Update checks are not configured.\n");
     }
 

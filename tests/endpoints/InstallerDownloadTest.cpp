@@ -26,15 +26,9 @@ private slots:
     void aFullDiskIsSaidAndNothingIsLeft()
     {
         const QString folder = *SmallDisk::folder();
-        const auto reserveAll = [&] { InstallerPart(folder).reserve(SmallDisk::bytes + 1); };
-        const auto writeAll = [&] {
-            InstallerPart part(folder);
-            for (qsizetype i = 0; i <= SmallDisk::bytes; i += 65536)
-                part.write(QByteArray(65536, 'x'));
-        };
         const QString sentence = u"The installer could not be written to %1: No space left on device."_s.arg(folder);
-        QCOMPARE(messageOf(reserveAll), sentence);
-        QCOMPARE(messageOf(writeAll), sentence);
+        QCOMPARE(messageOf([&] { InstallerPart(folder).reserve(SmallDisk::bytes + 1); }), sentence);
+        QCOMPARE(messageOf([&] { InstallerPart(folder).write(QByteArray(SmallDisk::bytes + 1, 'x')); }), sentence);
         QVERIFY(QDir(folder).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot));
     }
 };
@@ -45,45 +39,39 @@ class InstallerDownloadTest final : public QObject
     Q_OBJECT
 
 private slots:
-    void whatFailsLeavesNothing_data()
-    {
-        QTest::addColumn<QByteArray>("answer");
-        QTest::addColumn<QString>("reason");
-        QTest::newRow("status") << WebServer::reply("gone", 404) << u"127.0.0.1 answered with status 404."_s;
-        QTest::newRow("cut") << WebServer::reply(QByteArray(90000, 'x')).chopped(9)
-                             << u"127.0.0.1 closed the connection before its answer was whole."_s;
-        QTest::newRow("empty") << WebServer::reply({}) << u"127.0.0.1 sent an empty file."_s;
-        QTest::newRow("no length")
-            << QByteArray("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n4\r\nhalf\r\n")
-            << u"127.0.0.1 does not say how long the file is, so that nobody can tell whether it is whole."_s;
-    }
     void whatFailsLeavesNothing()
     {
-        QFETCH(const QByteArray, answer);
-        QFETCH(const QString, reason);
-        UpdateScene scene([&](const WebRequest &request) {
-            return request.path.startsWith("/dl/") ? answer : WebServer::reply(releaseJson(request));
-        });
-        scene.check();
-        scene.download();
-        QCOMPARE(scene.updates.statusMessage(), u"Download failed: The DMG download failed."_s);
-        QCOMPARE(scene.updates.lastError(), u"The DMG download failed.\n"_s + reason);
-        QVERIFY(scene.downloaded().isEmpty() && scene.opened.isEmpty());
+        const std::pair<QByteArray, QString> answers[] = {
+            {WebServer::reply("gone", 404), u"127.0.0.1 answered with status 404."_s},
+            {WebServer::reply(QByteArray(90000, 'x')).chopped(9),
+             u"127.0.0.1 closed the connection before its answer was whole."_s},
+            {WebServer::reply({}), u"127.0.0.1 sent an empty file."_s},
+            {"HTTP/1.1 200 OK\r\n\r\nhalf",
+             u"127.0.0.1 does not say how long the file is, so that nobody can tell whether it is whole."_s}};
+        for (const auto &[answer, reason] : answers) {
+            UpdateScene scene([&answer = answer](const WebRequest &request) {
+                return request.path.startsWith("/dl/") ? answer : WebServer::update(request);
+            });
+            scene.check();
+            scene.download();
+            QCOMPARE(scene.updates.statusMessage(), u"Download failed: The DMG download failed."_s);
+            QCOMPARE(scene.updates.lastError(), u"The DMG download failed.\n"_s + reason);
+            QVERIFY(scene.downloaded().isEmpty() && scene.opened.isEmpty());
+        }
     }
 
     void aCancelledDownloadLeavesNothingAndAKilledOneIsCleared()
     {
         UpdateScene scene([&](const WebRequest &request) {
-            return request.path.startsWith("/dl/") ? QByteArray() : WebServer::reply(releaseJson(request));
+            return request.path.startsWith("/dl/") ? QByteArray() : WebServer::update(request);
         });
         scene.check();
-        const QByteArray left = ".moorix-update-00000000-0000-0000-0000-0000000000AB.part";
-        scene.tree.write(QString::fromLatin1("Downloads/" + left), "half");
+        const QString left = u".moorix-update-00000000-0000-0000-0000-0000000000AB.part"_s;
+        scene.tree.write(u"Downloads/"_s + left, "half");
         scene.tree.write("Downloads/.moorix-update-mine.part", "the user's");
         scene.updates.downloadAndOpenLatestDMG();
         QTRY_COMPARE(scene.server.requests().size(), 2);
-        QCOMPARE(scene.downloaded().size(), 2);
-        QVERIFY(!scene.downloaded().contains(QString::fromLatin1(left)));
+        QVERIFY(scene.downloaded().size() == 2 && !scene.downloaded().contains(left));
         scene.updates.cancelDownload();
         QTRY_COMPARE(scene.downloaded(), QStringList{u".moorix-update-mine.part"_s});
         QCOMPARE(scene.updates.statusMessage(), u"The download was cancelled."_s);

@@ -25,34 +25,42 @@ class HttpClientTest final : public QObject
     }
 
 private slots:
-    void redirectsStayOnTheHostAndEncrypted_data()
+    void answersThatAreNotTaken_data()
     {
-        QTest::addColumn<QString>("target");
-        QTest::addColumn<int>("status");
+        QTest::addColumn<QByteArray>("answer");
         QTest::addColumn<bool>("isPost");
         QTest::addColumn<QString>("failure");
-        QTest::newRow("relative") << u"/next"_s << 302 << false << QString();
-        QTest::newRow("post kept") << u"/next"_s << 307 << true << QString();
-        QTest::newRow("post lost") << u"/next"_s << 302 << true
-                                   << u"127.0.0.1 redirects in a way that loses what was sent to it."_s;
-        QTest::newRow("other host") << u"http://localhost/next"_s << 302 << false
-                                    << u"127.0.0.1 redirects to another host, localhost, which is not followed."_s;
-        QTest::newRow("other port") << u"http://127.0.0.1:1/next"_s << 301 << false
-                                    << u"127.0.0.1 redirects to another port, which is not followed."_s;
-        QTest::newRow("file") << u"file:///etc/passwd"_s << 302 << false
-                              << u"127.0.0.1 redirects to something that is no web address."_s;
-        QTest::newRow("round and round") << u"/update.php"_s << 308 << false
-                                         << u"127.0.0.1 redirects more than 5 times."_s;
+        const auto redirect = [](const char *name, const QString &to, int status, bool isPost, const QString &failure) {
+            QTest::newRow(name) << WebServer::redirect(to, status) << isPost << failure;
+        };
+        redirect("relative", u"/next"_s, 302, false, {});
+        redirect("post kept", u"/next"_s, 307, true, {});
+        redirect("post lost", u"/next"_s, 302, true, u"127.0.0.1 redirects in a way that loses what was sent to it."_s);
+        redirect("other host", u"http://localhost/next"_s, 302, false,
+                 u"127.0.0.1 redirects to another host, localhost, which is not followed."_s);
+        redirect("other port", u"http://127.0.0.1:1/next"_s, 301, false,
+                 u"127.0.0.1 redirects to another port, which is not followed."_s);
+        redirect("file", u"file:///etc/passwd"_s, 302, false,
+                 u"127.0.0.1 redirects to something that is no web address."_s);
+        redirect("round and round", u"/update.php"_s, 308, false, u"127.0.0.1 redirects more than 5 times."_s);
+        const QByteArray tooMuch(1048577, 'x');
+        for (const QByteArray &cut : {WebServer::reply("whole").chopped(1), QByteArray("HTTP/1.1 200")})
+            QTest::newRow(cut) << cut << false << u"127.0.0.1 closed the connection before its answer was whole."_s;
+        for (const QByteArray &head :
+             {WebServer::reply(tooMuch).chopped(1048577), QByteArray("HTTP/1.1 200 OK\r\n\r\n")})
+            QTest::newRow(head) << head + tooMuch << false
+                                << u"127.0.0.1 answers with more than the 1048576 bytes that are accepted."_s;
+        QTest::newRow("silence") << QByteArray() << false << u"127.0.0.1 did not answer in time."_s;
     }
-    void redirectsStayOnTheHostAndEncrypted()
+    void answersThatAreNotTaken()
     {
-        QFETCH(const QString, target);
-        QFETCH(const int, status);
-        WebServer server([&](const WebRequest &request) {
-            return request.path == "/next" ? WebServer::reply("there") : WebServer::redirect(target, status);
-        });
+        QFETCH(const QByteArray, answer);
         QFETCH(const bool, isPost);
-        QTEST(failureOf(server.url(), isPost ? std::optional<QByteArray>("{}") : std::nullopt), "failure");
+        WebServer server(
+            [&](const WebRequest &request) { return request.path == "/next" ? WebServer::reply("there") : answer; });
+        QTEST(failureOf(server.url(), isPost ? std::optional<QByteArray>("{}") : std::nullopt,
+                        answer.isEmpty() ? 200ms : 10s),
+              "failure");
     }
 
     void certificatesAreChecked()
@@ -70,28 +78,6 @@ private slots:
         // The other way round is a gain.
         WebServer up([&](const WebRequest &) { return WebServer::redirect(server.url()); });
         QVERIFY(failureOf(up.url()).startsWith(u"There is no secure connection"));
-    }
-
-    void whatIsNotWholeIsAFailure_data()
-    {
-        QTest::addColumn<QByteArray>("answer");
-        QTest::addColumn<QString>("failure");
-        const QString cut = u"127.0.0.1 closed the connection before its answer was whole."_s;
-        const QString tooLong = u"127.0.0.1 answers with more than the 1048576 bytes that are accepted."_s;
-        QTest::newRow("cut") << QByteArray("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nhalf") << cut;
-        QTest::newRow("cut in a chunk") << QByteArray("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n9\r\nhalf")
-                                        << cut;
-        QTest::newRow("cut in the header") << QByteArray("HTTP/1.1 200") << cut;
-        const QByteArray tooMuch(1048577, 'x');
-        QTest::newRow("announced too long") << WebServer::reply(tooMuch) << tooLong;
-        QTest::newRow("too long without a word") << QByteArray("HTTP/1.1 200 OK\r\n\r\n") + tooMuch << tooLong;
-        QTest::newRow("silence") << QByteArray() << u"127.0.0.1 did not answer in time."_s;
-    }
-    void whatIsNotWholeIsAFailure()
-    {
-        QFETCH(const QByteArray, answer);
-        WebServer server([&](const WebRequest &) { return answer; });
-        QTEST(failureOf(server.url(), {}, answer.isEmpty() ? 200ms : 10s), "failure");
     }
 };
 

@@ -8,7 +8,6 @@
 #include <QSslConfiguration>
 #include <QSslKey>
 #include <QSslServer>
-#include <QTcpSocket>
 
 using namespace Qt::StringLiterals;
 
@@ -16,23 +15,19 @@ namespace moorix::test {
 
 namespace {
 
-struct Identity
+/// A certificate and its key, made once for each program by the tool.
+const QSslConfiguration &identity()
 {
-    QSslCertificate certificate;
-    QSslKey key;
-};
-
-/// Made once for each program, by the tool.
-const Identity &identity()
-{
-    static const Identity made = [] {
+    static const QSslConfiguration made = [] {
         const TestTree tree;
-        QProcess::execute(u"openssl"_s,
-                          {u"req"_s, u"-x509"_s, u"-newkey"_s, u"ec"_s, u"-pkeyopt"_s, u"ec_paramgen_curve:P-256"_s,
-                           u"-nodes"_s, u"-days"_s, u"2"_s, u"-subj"_s, u"/CN=localhost"_s, u"-addext"_s,
-                           u"subjectAltName=DNS:localhost,IP:127.0.0.1"_s, u"-keyout"_s, tree.path("key.pem"),
-                           u"-out"_s, tree.path("certificate.pem"), u"-batch"_s});
-        return Identity{QSslCertificate(tree.read("certificate.pem")), QSslKey(tree.read("key.pem"), QSsl::Ec)};
+        const QString arguments =
+            u"req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -days 2 -batch -subj "
+            "/CN=localhost -addext subjectAltName=DNS:localhost,IP:127.0.0.1 -keyout %1 -out %2"_s;
+        QProcess::execute(u"openssl"_s, arguments.arg(tree.path("key.pem"), tree.path("certificate.pem")).split(u' '));
+        QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
+        configuration.setLocalCertificate(QSslCertificate(tree.read("certificate.pem")));
+        configuration.setPrivateKey(QSslKey(tree.read("key.pem"), QSsl::Ec));
+        return configuration;
     }();
     return made;
 }
@@ -42,10 +37,7 @@ std::unique_ptr<QTcpServer> serverOf(WebServer::Kind kind)
     if (kind == WebServer::Kind::plain)
         return std::make_unique<QTcpServer>();
     auto server = std::make_unique<QSslServer>();
-    QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
-    configuration.setLocalCertificate(identity().certificate);
-    configuration.setPrivateKey(identity().key);
-    server->setSslConfiguration(configuration);
+    server->setSslConfiguration(identity());
     return server;
 }
 
@@ -77,17 +69,11 @@ WebServer::WebServer(Answer answer, Kind kind)
         qFatal("No web server: %s", qPrintable(m_server->errorString()));
 }
 
-WebServer::~WebServer() = default;
-
-quint16 WebServer::port() const
-{
-    return m_server->serverPort();
-}
-
 QString WebServer::url(const QString &path) const
 {
-    const QString scheme = m_kind == Kind::encrypted ? u"https"_s : u"http"_s;
-    return u"%1://127.0.0.1:%2%3"_s.arg(scheme).arg(port()).arg(path);
+    return u"http%1://127.0.0.1:%2%3"_s.arg(m_kind == Kind::encrypted ? u"s"_s : QString())
+        .arg(m_server->serverPort())
+        .arg(path);
 }
 
 void WebServer::take()
@@ -95,7 +81,6 @@ void WebServer::take()
     while (QTcpSocket *socket = m_server->nextPendingConnection()) {
         ++m_connections;
         connect(socket, &QTcpSocket::readyRead, this, [this, socket] { read(*socket); });
-        connect(socket, &QTcpSocket::disconnected, this, [this, socket] { m_received.remove(socket); });
         if (socket->bytesAvailable() > 0)
             read(*socket);
     }
@@ -103,17 +88,15 @@ void WebServer::take()
 
 void WebServer::read(QTcpSocket &socket)
 {
-    QByteArray &received = m_received[&socket];
-    received += socket.readAll();
-    const std::optional<WebRequest> request = requestIn(received);
+    const std::optional<WebRequest> request = requestIn(socket.peek(socket.bytesAvailable()));
     if (!request)
         return;
+    socket.readAll();
     m_requests.append(*request);
     const QByteArray answer = m_answer(*request);
-    if (answer.isEmpty())
-        return;
     socket.write(answer);
-    socket.disconnectFromHost();
+    if (!answer.isEmpty())
+        socket.disconnectFromHost();
 }
 
 QByteArray WebServer::reply(const QByteArray &body, int status, const QByteArray &moreHeaders)
@@ -122,9 +105,12 @@ QByteArray WebServer::reply(const QByteArray &body, int status, const QByteArray
            "\r\n" + moreHeaders + "Connection: close\r\n\r\n" + body;
 }
 
-QByteArray WebServer::redirect(const QString &to, int status)
+QByteArray WebServer::update(const WebRequest &request, const QByteArray &installer, const QByteArray &moreFields)
 {
-    return reply({}, status, "Location: " + to.toUtf8() + "\r\n");
+    const QByteArray url = "http://" + request.headers.value("host") + "/dl/Moorix-999.dmg";
+    return reply(request.path.startsWith("/dl/")
+                     ? installer
+                     : "{\"version\":\"999\",\"dmg_url\":\"" + url + '"' + moreFields + '}');
 }
 
 void WebServer::setTrusted(bool isTrusted)
@@ -132,7 +118,7 @@ void WebServer::setTrusted(bool isTrusted)
     QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
     QList<QSslCertificate> authorities = QSslConfiguration::systemCaCertificates();
     if (isTrusted)
-        authorities.append(identity().certificate);
+        authorities.append(identity().localCertificate());
     configuration.setCaCertificates(authorities);
     QSslConfiguration::setDefaultConfiguration(configuration);
 }

@@ -2,14 +2,11 @@
 #pragma once
 
 #include <QHash>
-#include <QObject>
-#include <QUrl>
+#include <QTcpServer>
+#include <QTcpSocket>
 
 #include <functional>
 #include <memory>
-
-class QTcpServer;
-class QTcpSocket;
 
 namespace moorix::test {
 
@@ -34,17 +31,21 @@ public:
     using Answer = std::function<QByteArray(const WebRequest &)>;
 
     explicit WebServer(Answer answer, Kind kind = Kind::plain);
-    ~WebServer() override;
 
     QString url(const QString &path = QStringLiteral("/update.php")) const;
-    quint16 port() const;
     /// How many connections there were, answered or not.
     int connections() const { return m_connections; }
     const QList<WebRequest> &requests() const { return m_requests; }
 
     /// An answer as servers write it.
     static QByteArray reply(const QByteArray &body, int status = 200, const QByteArray &moreHeaders = {});
-    static QByteArray redirect(const QString &to, int status = 302);
+    static QByteArray redirect(const QString &to, int status = 302)
+    {
+        return reply({}, status, "Location: " + to.toUtf8() + "\r\n");
+    }
+    /// As an update server: version 999, whose installer it has at /dl/Moorix-999.dmg.
+    static QByteArray update(const WebRequest &request, const QByteArray &installer = "installer",
+                             const QByteArray &moreFields = {});
     /// Makes this program trust the certificate of encrypted servers, or not.
     static void setTrusted(bool isTrusted);
 
@@ -54,7 +55,6 @@ private:
 
     Answer m_answer;
     Kind m_kind;
-    QHash<QTcpSocket *, QByteArray> m_received;
     QList<WebRequest> m_requests;
     int m_connections = 0;
     std::unique_ptr<QTcpServer> m_server;

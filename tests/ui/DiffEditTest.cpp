@@ -76,6 +76,7 @@ private slots:
                 bench.key(Qt::Key_B, Qt::ControlModifier | Qt::ShiftModifier);
             else
                 bench.key(Qt::Key_Escape);
+            QTRY_VERIFY(bench.find("messageBarText"));
             QVERIFY(bench.find("diffPage"));
             QCOMPARE(bench.text("messageBarText"), u"“a” has changes that are not saved."_s);
             if (answer == stay) {

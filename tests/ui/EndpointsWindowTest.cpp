@@ -15,10 +15,6 @@ namespace {
 /// The program with the preferences open at one of the last two pages.
 struct PreferencesBench
 {
-    PreferencesBench()
-        : window({})
-    {
-    }
     void show(const char *page)
     {
         window.key(Qt::Key_Comma, Qt::ControlModifier);
@@ -31,15 +27,7 @@ struct PreferencesBench
         const auto *found = window.find<QLabel>(label);
         return found ? found->text() : QString();
     }
-    void enter(const char *field, const QString &text) const
-    {
-        auto *line = window.find<QLineEdit>(field);
-        QVERIFY(line);
-        line->setText(text);
-        QTest::keyClick(line, Qt::Key_Return);
-    }
-
-    WindowBench window;
+    WindowBench window{std::initializer_list<TestTree::Entry>{}};
     AppUpdateManager &updates = window.model->updates();
 };
 
@@ -64,7 +52,9 @@ private slots:
         QVERIFY(
             bench.window.find<QPlainTextEdit>("diagnosticsPayload")->toPlainText().contains(u"\"saved_servers\": 0"_s));
         WebServer server([](const WebRequest &) { return WebServer::reply("{}"); });
-        bench.enter("diagnosticsEndpoint", server.url());
+        auto *line = bench.window.find<QLineEdit>("diagnosticsEndpoint");
+        line->setText(server.url());
+        QTest::keyClick(line, Qt::Key_Return);
         QTRY_COMPARE(bench.text("diagnosticsStatus"), u"Checked in."_s);
         WindowBench::click(bench.window.find("diagnosticsCheckInNow"));
         QTRY_COMPARE(server.requests().size(), 2);
@@ -72,27 +62,26 @@ private slots:
 
     void anUpdateIsOfferedInTheWindow()
     {
-        WebServer server([](const WebRequest &request) {
-            if (request.path == "/a.dmg")
-                return WebServer::reply("installer");
-            return WebServer::reply(R"({"version":"999","notes":"New.","url":"http://)" +
-                                    request.headers.value("host") + "/a.dmg\"}");
-        });
+        WebServer server([](const WebRequest &request) { return WebServer::update(request); });
         PreferencesBench bench;
         bench.window.model->settings().updateEndpoint.set(server.url());
         WindowBench::choose(bench.window.window->actions(), "Check for Updates");
         QTRY_COMPARE(bench.text("updateHeading"), u"Moorix 999 is available"_s);
         QCOMPARE(bench.text("updateText"), bench.updates.promptText());
-        WindowBench::click(bench.window.find("updateLater"));
+        WindowBench::choose(bench.window.window->actions(), "Check for Updates");
+        QVERIFY(bench.window.find("updateLater")->hasFocus());
+        bench.window.key(Qt::Key_Escape);
         QVERIFY(!bench.window.find("updateBar"));
         WindowBench::choose(bench.window.window->actions(), "Check for Updates");
         QTRY_VERIFY(bench.window.find("updateDownload"));
         QCOMPARE(bench.window.find<QPushButton>("updateDownload")->text(), u"Download Update"_s);
-        WindowBench::click(bench.window.find("updateDownload"));
+        bench.window.find("updateDownload")->setFocus();
+        bench.window.key(Qt::Key_Return);
         QTRY_VERIFY(bench.window.find("updateClose"));
         QCOMPARE(contentOf(bench.updates.downloadedPath()), "installer");
         QCOMPARE(bench.text("updateHeading"), bench.updates.statusMessage());
-        WindowBench::click(bench.window.find("updateClose"));
+        // The keyboard has stayed with the bar whose buttons have changed.
+        bench.window.key(Qt::Key_Escape);
         QVERIFY(!bench.window.find("updateBar"));
     }
 };

@@ -75,14 +75,14 @@ int digitsOf(qsizetype count)
 
 } // namespace
 
-DiffPainter::DiffPainter(const DiffContent &content, const QWidget &view, int scrolled, const LineWrap &wrap)
+DiffPainter::DiffPainter(const DiffContent &content, const QFont &font, QSize view, int scrolled, const LineWrap &wrap)
     : m_content(content)
-    , m_font(view.font())
+    , m_font(font)
     , m_metrics(m_font)
     , m_scrolled(scrolled)
     , m_wrap(wrap)
     , m_rowHeight(rowHeight(m_metrics))
-    , m_window(view.rect())
+    , m_window(QPoint(), view)
 {
     const qsizetype most = std::max(content.left.text.lineCount(), content.right.text.lineCount());
     m_gutter = (std::max(digitsOf(most), 3) + 4) * m_metrics.horizontalAdvance(u'0');

@@ -38,8 +38,8 @@ public:
         std::optional<DiffSide> hovered = std::nullopt;
     };
 
-    /// Both texts are scrolled to the left by so many pixels, or wrapped.
-    DiffPainter(const DiffContent &content, const QWidget &view, int scrolled, const LineWrap &wrap);
+    /// In a view of this size; both texts are scrolled to the left by so many pixels, or wrapped.
+    DiffPainter(const DiffContent &content, const QFont &font, QSize view, int scrolled, const LineWrap &wrap);
 
     static int rowHeight(const QFontMetrics &metrics) { return metrics.height() + 4; }
     /// Where the text of a side is in a row.

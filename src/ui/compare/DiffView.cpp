@@ -73,12 +73,17 @@ void DiffView::relayout()
 }
 
 /// Wrapped lines are counted anew only where there is another room for them, or they are others.
+/// With the font of the view: that of its viewport is the program's as soon as a style sheet has been applied.
+DiffPainter DiffView::rowPainter(int scrolled) const
+{
+    return {*m_content, font(), viewport()->size(), scrolled, m_wrap};
+}
+
 void DiffView::measure()
 {
     if (!m_content)
         return;
-    const DiffPainter painter(*m_content, *viewport(), 0, m_wrap);
-    m_wrap = LineWrap(m_isWrapped ? painter.columnsIn(viewport()->width()) : 0, DiffContent::tabWidth);
+    m_wrap = LineWrap(m_isWrapped ? rowPainter().columnsIn(viewport()->width()) : 0, DiffContent::tabWidth);
     m_heights = DiffHeights(*m_content, m_layout, m_wrap);
     m_overview->setChanges(m_layout, m_heights);
 }
@@ -91,8 +96,7 @@ void DiffView::arrange()
     verticalScrollBar()->setRange(0, int(std::max<qsizetype>(m_heights.total() * rowHeight() - height, 0)));
     verticalScrollBar()->setSingleStep(rowHeight());
     verticalScrollBar()->setPageStep(height);
-    const DiffPainter painter(*m_content, *viewport(), 0, m_wrap);
-    const int room = painter.textRect(QRect(0, 0, viewport()->width(), 1), DiffSide::left).width();
+    const int room = rowPainter().textRect(QRect(0, 0, viewport()->width(), 1), DiffSide::left).width();
     const int wanted = int((m_content->columns + 2) * fontMetrics().horizontalAdvance(u'0'));
     horizontalScrollBar()->setRange(0, m_isWrapped ? 0 : std::max(wanted - room, 0));
     horizontalScrollBar()->setSingleStep(4 * fontMetrics().horizontalAdvance(u'0'));
@@ -125,7 +129,7 @@ bool DiffView::startsHunk(qsizetype row) const
 
 QRect DiffView::copyButton(qsizetype row, DiffSide to) const
 {
-    return DiffPainter(*m_content, *viewport(), 0, m_wrap).buttonRect(rowRect(row), to);
+    return rowPainter().buttonRect(rowRect(row), to);
 }
 
 DiffSide DiffView::sideAt(int x) const
@@ -310,7 +314,7 @@ void DiffView::paintEvent(QPaintEvent *event)
     painter.fillRect(event->rect(), Theme::color(Theme::Color::base));
     if (!m_content || m_layout.rowCount() == 0)
         return;
-    const DiffPainter rows(*m_content, *viewport(), horizontalScrollBar()->value(), m_wrap);
+    const DiffPainter rows = rowPainter(horizontalScrollBar()->value());
     const auto [first, last] = std::minmax(m_anchor, m_current);
     for (qsizetype row = rowAt(event->rect().top()); row <= rowAt(event->rect().bottom()); ++row) {
         DiffPainter::State state{m_side, row >= first && row <= last, row == m_current, hasFocus(), startsHunk(row)};

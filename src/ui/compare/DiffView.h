@@ -13,6 +13,7 @@
 namespace moorix {
 
 class DiffOverview;
+class DiffPainter;
 
 /// Two compared texts side by side. Only the rows in sight are painted, so any number of lines is shown at once. Up,
 /// Down and their like move through the rows, Tab goes to the other text, Left and Right scroll both, Return opens a
@@ -87,6 +88,7 @@ private:
     void relayout();
     void unfold(qsizetype row);
     void arrange();
+    DiffPainter rowPainter(int scrolled = 0) const;
     void measure();
     void followOverview();
     QRect rowRect(qsizetype row) const;

@@ -5,11 +5,14 @@
 #include "ui/Theme.h"
 #include "ui/Widgets.h"
 
+#include <QAbstractTextDocumentLayout>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLocale>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QTextBlock>
+#include <QtMath>
 
 #include <chrono>
 
@@ -30,6 +33,7 @@ DiagnosticsPanel::DiagnosticsPanel(RemoteDiagnosticsService &diagnostics, QWidge
     m_payload->setTabChangesFocus(true);
     m_payload->setFont(Theme::monospace());
     m_payload->setLineWrapMode(QPlainTextEdit::NoWrap);
+    m_payload->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     auto *texts = new QVBoxLayout;
     texts->setSpacing(4);
     texts->addWidget(m_status);
@@ -47,8 +51,7 @@ DiagnosticsPanel::DiagnosticsPanel(RemoteDiagnosticsService &diagnostics, QWidge
     column->addWidget(m_payload);
     column->addWidget(Widgets::label(
         tr("The server may then ask for: a system snapshot, disk usage, network interfaces, DNS configuration, names "
-           "of "
-           "running processes, Moorix's recent log, names and addresses of saved servers, and of open sessions. No "
+           "of running processes, Moorix's recent log, names and addresses of saved servers, and of open sessions. No "
            "passwords, keys or file names."),
         Widgets::TextRole::muted, this));
     m_refresh.setInterval(std::chrono::seconds(5));
@@ -89,8 +92,12 @@ void DiagnosticsPanel::showPayload()
     if (m_payload->textCursor().hasSelection() || text == m_payload->toPlainText())
         return;
     m_payload->setPlainText(text);
-    const int lines = int(text.count(u'\n')) + 1;
-    m_payload->setFixedHeight(lines * m_payload->fontMetrics().lineSpacing() + 34);
+    // As tall as the lines are laid out; the font by itself promises less.
+    const QTextDocument &document = *m_payload->document();
+    const qreal line = document.documentLayout()->blockBoundingRect(document.firstBlock()).height();
+    // A little more than frame and padding: else one line could be scrolled out of sight.
+    constexpr int frameAndPadding = 18;
+    m_payload->setFixedHeight(qCeil(line * document.blockCount() + 2 * document.documentMargin()) + frameAndPadding);
 }
 
 } // namespace moorix

@@ -69,6 +69,8 @@ void SyncListView::setUpLook()
     setRootIsDecorated(false);
     setItemsExpandable(false);
     setUniformRowHeights(true);
+    // The row that was current is painted anew, not only the cell.
+    setAllColumnsShowFocus(true);
     setSelectionMode(ExtendedSelection);
     setSelectionBehavior(SelectRows);
     setEditTriggers(NoEditTriggers);
