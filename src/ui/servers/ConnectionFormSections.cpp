@@ -3,6 +3,7 @@
 
 #include "app/AppModel.h"
 #include "servers/ServerStore.h"
+#include "ui/Accessibility.h"
 #include "ui/CheckBox.h"
 #include "ui/ComboBox.h"
 #include "ui/Theme.h"
@@ -54,6 +55,7 @@ ConnectionForm::ConnectionForm(AppModel &model, const ServerConnection &server, 
     sections->setContentsMargins(24, 20, 24, 20);
     sections->setSpacing(10);
     makeSections(*sections);
+    Accessibility::nameFields(*body);
     auto *scroll = new QScrollArea(this);
     scroll->setProperty("role", QStringLiteral("page"));
     scroll->setWidgetResizable(true);
@@ -111,6 +113,7 @@ void ConnectionForm::makeServerSection(QVBoxLayout &column)
     m_host->setObjectName(QStringLiteral("host"));
     m_host->setPlaceholderText(QStringLiteral("web-01.example.com"));
     m_port->setObjectName(QStringLiteral("port"));
+    m_port->setAccessibleName(tr("Port"));
     m_port->setRange(0, 99999);
     m_port->setButtonSymbols(QAbstractSpinBox::NoButtons);
     m_port->setFixedWidth(76);
