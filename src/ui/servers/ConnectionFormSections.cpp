@@ -22,7 +22,30 @@
 #include <QScrollArea>
 #include <QSpinBox>
 
+#include <algorithm>
+
 namespace moorix {
+
+namespace {
+
+/// Has the fields of all sections stand in one column.
+void alignFields(const QWidget &page)
+{
+    QWidgetList labels;
+    int widest = 0;
+    for (const QFormLayout *form : page.findChildren<QFormLayout *>()) {
+        for (int row = 0; row < form->rowCount(); ++row) {
+            if (QLayoutItem *label = form->itemAt(row, QFormLayout::LabelRole)) {
+                labels << label->widget();
+                widest = std::max(widest, label->sizeHint().width());
+            }
+        }
+    }
+    for (QWidget *label : std::as_const(labels))
+        label->setMinimumWidth(widest);
+}
+
+} // namespace
 
 ConnectionForm::ConnectionForm(AppModel &model, const ServerConnection &server, Purpose purpose, QWidget *parent)
     : QDialog(parent)
@@ -56,6 +79,7 @@ ConnectionForm::ConnectionForm(AppModel &model, const ServerConnection &server, 
     sections->setSpacing(10);
     makeSections(*sections);
     Accessibility::nameFields(*body);
+    alignFields(*body);
     auto *scroll = new QScrollArea(this);
     scroll->setProperty("role", QStringLiteral("page"));
     scroll->setWidgetResizable(true);
