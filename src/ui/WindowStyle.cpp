@@ -77,7 +77,7 @@ QTreeView#archiveTree { border-top: 1px solid <border>; }
 QWidget#terminalBar, QWidget#terminalHeader { background: <sidebar>; border-bottom: 1px solid <border>; }
 QWidget#terminalDock { background: <base>; }
 QTabBar#terminalTabs::tab { padding: 6px 12px; }
-QFrame#commandPalette { background: <toolBar>; border: 1px solid <border>; border-radius: 10px; }
+QFrame#commandPalette { background: <toolBar>; border: 1px solid <faintText>; border-radius: 10px; }
 QLineEdit#paletteQuery { padding: 7px 10px; font-size: 15px; }
 QListView#paletteList { background: transparent; }
 QSplitter#terminalSplitter::handle:hover { background: <accent>; }
