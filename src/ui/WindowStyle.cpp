@@ -58,7 +58,7 @@ QLabel[role="heading"] { font-weight: 600; font-size: 15px; }
 QLabel[role="headline"] { font-weight: 600; font-size: 18px; }
 QLabel[role="keys"] { background: <toolBar>; border: 1px solid <border>; border-radius: 4px; padding: 1px 6px;
     color: <mutedText>; }
-QLabel[role="headline"][size="large"] { font-size: 24px; }
+QLabel[role="headline"][scale="large"] { font-size: 24px; }
 QFrame[role="separator"] { background: <border>; border: none; }
 QTreeView#serverTree::item, QTreeWidget#transferList::item, QTreeWidget#syncRuns::item { padding: 4px 0; }
 QListWidget#preferencePages { background: <sidebar>; border-right: 1px solid <border>; padding: 8px; }
