@@ -43,8 +43,11 @@ struct PasswordFree
     void operator()(char *password) const { secret_password_free(password); }
 };
 
+/// Nothing listens, or the program that would start a bus is not there.
 bool hasNoBus(const GError &error)
 {
+    if (error.domain == G_SPAWN_ERROR)
+        return true;
     return error.domain == G_IO_ERROR && error.code != G_IO_ERROR_TIMED_OUT;
 }
 

@@ -4,6 +4,8 @@
 #include "base/Json.h"
 #include "files/Format.h"
 
+#include <QSet>
+
 #include <algorithm>
 
 namespace moorix {
@@ -165,6 +167,7 @@ void TransferEngine::retry(const QUuid &id, const QList<TransferPiece> &pieces)
     order.next.more = pieces.mid(1);
     order.next.isContinuation = true;
     order.isOlder = false;
+    order.isCleared = false;
     // A connection may have been closed since.
     if (order.isKept && m_places.open) {
         order.next.source.reset();
@@ -234,18 +237,26 @@ TransferEngine::Ends TransferEngine::ends(const QUuid &id) const
 
 void TransferEngine::clearEnded()
 {
-    const auto isGone = [this](const TransferStatus &status) {
-        return !isOpen(status.state) && m_activities.count(status.id) == 0;
-    };
+    for (const TransferStatus &status : std::as_const(m_transfers)) {
+        if (const auto order = m_orders.find(status.id); order != m_orders.end() && !isOpen(status.state))
+            order->second.isCleared = true;
+    }
+    removeCleared();
+}
+
+void TransferEngine::removeCleared()
+{
+    QSet<QUuid> gone;
     for (const TransferStatus &status : std::as_const(m_transfers)) {
         const auto order = m_orders.find(status.id);
-        if (!isGone(status) || order == m_orders.end())
+        if (order == m_orders.end() || !order->second.isCleared || m_activities.count(status.id) > 0)
             continue;
         if (status.state == State::failed && status.hasRemaining)
             removeLeftovers(order->second);
         m_orders.erase(order);
+        gone.insert(status.id);
     }
-    if (m_transfers.removeIf(isGone) > 0)
+    if (m_transfers.removeIf([&gone](const TransferStatus &status) { return gone.contains(status.id); }) > 0)
         emit listChanged();
     save();
 }

@@ -64,6 +64,7 @@ public:
         QString targetFolder;
     };
     Ends ends(const QUuid &id) const;
+    /// One that was cancelled a moment ago goes as soon as its work has stopped.
     void clearEnded();
     /// The conflict that waits for `answer`, if any, and the transfer it belongs to.
     const std::optional<TransferConflict> &conflict() const { return m_conflict; }
@@ -93,6 +94,8 @@ private:
         bool isKept = false;
         /// It began in an earlier run of the program.
         bool isOlder = false;
+        /// It is to go as soon as its work has stopped.
+        bool isCleared = false;
         /// The jobs that open its two places.
         Job openSource = {};
         Job openDestination = {};
@@ -121,6 +124,7 @@ private:
     void showFirstQuestion();
     void finish(const QUuid &id, const TransferOutcome &outcome);
     void fail(const QUuid &id, const QString &sentence);
+    void removeCleared();
     void removeLeftovers(const Order &order);
     void save();
 

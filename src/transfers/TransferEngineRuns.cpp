@@ -142,7 +142,7 @@ void TransferEngine::finish(const QUuid &id, const TransferOutcome &outcome)
     if (!outcome.changedSourceFolders.isEmpty())
         emit foldersChanged(request.source.get(), outcome.changedSourceFolders);
     startNext();
-    save();
+    removeCleared();
 }
 
 /// A transfer whose places cannot be opened waits for the user again.

@@ -10,6 +10,7 @@
 #include "settings/SettingsStore.h"
 #include "sync/SyncEngine.h"
 #include "transfers/TransferEngine.h"
+#include "ui/Accessibility.h"
 #include "ui/ConflictBar.h"
 #include "ui/EditedFilesBar.h"
 #include "ui/MainToolBar.h"
@@ -104,6 +105,8 @@ void MainWindow::build()
     m_backups = new BackupArea(m_model, this);
     m_middle->addWidget(m_backups);
     m_outer->addWidget(m_middle);
+    for (const QSplitter *splitter : {m_sides, m_outer})
+        Accessibility::readInOrder(*splitter);
     m_outer->setStretchFactor(1, 1);
     m_outer->setCollapsible(0, false);
     m_outer->setCollapsible(1, false);

@@ -8,6 +8,7 @@
 #include "platform/AppPaths.h"
 #include "servers/ServerStore.h"
 #include "settings/SettingsStore.h"
+#include "ui/Accessibility.h"
 #include "ui/Favorites.h"
 #include "ui/SessionView.h"
 #include "ui/SideView.h"
@@ -341,6 +342,7 @@ void MainWindow::swapSides()
     const QList<int> sizes = m_sides->sizes();
     QWidget *second = m_sides->widget(1);
     m_sides->insertWidget(0, second);
+    Accessibility::readInOrder(*m_sides);
     m_sides->setSizes({sizes.value(1), sizes.value(0)});
     m_sides->handle(1)->installEventFilter(this);
     for (SideView *view : m_sideViews)

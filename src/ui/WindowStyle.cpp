@@ -58,7 +58,7 @@ QLabel[role="heading"] { font-weight: 600; font-size: 15px; }
 QLabel[role="headline"] { font-weight: 600; font-size: 18px; }
 QLabel[role="keys"] { background: <toolBar>; border: 1px solid <border>; border-radius: 4px; padding: 1px 6px;
     color: <mutedText>; }
-QLabel[role="headline"][size="large"] { font-size: 24px; }
+QLabel[role="headline"][scale="large"] { font-size: 24px; }
 QFrame[role="separator"] { background: <border>; border: none; }
 QTreeView#serverTree::item, QTreeWidget#transferList::item, QTreeWidget#syncRuns::item { padding: 4px 0; }
 QListWidget#preferencePages { background: <sidebar>; border-right: 1px solid <border>; padding: 8px; }
@@ -78,7 +78,7 @@ QTreeView#archiveTree { border-top: 1px solid <border>; }
 QWidget#terminalBar, QWidget#terminalHeader { background: <sidebar>; border-bottom: 1px solid <border>; }
 QWidget#terminalDock { background: <base>; }
 QTabBar#terminalTabs::tab { padding: 6px 12px; }
-QFrame#commandPalette { background: <toolBar>; border: 1px solid <border>; border-radius: 10px; }
+QFrame#commandPalette { background: <toolBar>; border: 1px solid <faintText>; border-radius: 10px; }
 QLineEdit#paletteQuery { padding: 7px 10px; font-size: 15px; }
 QListView#paletteList { background: transparent; }
 QSplitter#terminalSplitter::handle:hover { background: <accent>; }

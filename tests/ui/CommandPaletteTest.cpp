@@ -30,6 +30,13 @@ class CommandPaletteTest final : public QObject
         bench.key(Qt::Key_P, Qt::ControlModifier | Qt::ShiftModifier);
         QVERIFY(bench.find("commandPalette") && QApplication::focusWidget() == bench.find("paletteQuery"));
         QTest::keyClicks(QApplication::focusWidget(), text);
+        // It hides no part of the toolbar, and cuts none of its own.
+        const QWidget *palette = bench.find("commandPalette");
+        QVERIFY(palette->y() > bench.window->centralWidget()->y());
+        const QWidget *list = bench.find("paletteList");
+        const QWidget *lowest = list ? list : bench.find("paletteNothing");
+        QVERIFY(palette->contentsRect().contains(lowest->geometry()));
+        QVERIFY(bench.find("paletteQuery")->height() >= bench.find("paletteQuery")->sizeHint().height());
     }
     /// What the first row is read out as.
     static QString firstRow(const WindowBench &bench)
@@ -157,6 +164,7 @@ private slots:
             QApplication::processEvents();
             const QWidget *palette = bench.find("commandPalette");
             QVERIFY(bench.window->rect().contains(palette->geometry()));
+            QVERIFY(palette->rect().contains(bench.find("paletteList")->geometry()));
         }
     }
 

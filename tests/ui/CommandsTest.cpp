@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "WindowBench.h"
+#include "transfers/TransferEngine.h"
 #include "ui/WindowActions.h"
 
 #include <QMenu>
@@ -119,6 +120,8 @@ private slots:
         QTRY_VERIFY(!disabledIn(*menu).contains(u"Clear ended transfers"_s));
         menu->close();
         bench.choose(actions, "Clear ended transfers");
+        // Those whose work has not stopped yet go as well.
+        QTRY_VERIFY(bench.model->transfers().transfers().isEmpty());
         menu = openMenu(bench, u"&Transfers"_s);
         QCOMPARE(disabledIn(*menu).size(), 5);
         menu->close();

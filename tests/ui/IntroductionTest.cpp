@@ -15,6 +15,11 @@ class IntroductionTest final : public QObject
     {
         return bench.model->settings().permissionOnboardingDismissed.value();
     }
+    static QPoint headlineAt(const WindowBench &bench)
+    {
+        const QWidget *headline = bench.find("introductionHeadline");
+        return headline ? headline->mapTo(bench.window.get(), QPoint()) : QPoint();
+    }
 
 private slots:
     void firstStartOffersItUntilItIsDismissed()
@@ -69,8 +74,11 @@ private slots:
         WindowBench bench({});
         bench.addServer(u"known"_s);
         bench.window->showIntroduction();
+        QApplication::processEvents();
+        const QPoint first = headlineAt(bench);
         bench.key(Qt::Key_Return);
         bench.key(Qt::Key_Return);
+        QTRY_COMPARE(headlineAt(bench), first);
         QCOMPARE(bench.find<QLabel>("introductionStep")->text(), u"3 of 3"_s);
         QVERIFY(QApplication::focusWidget() == bench.find("introductionNewServer") && !bench.find("introductionSaved"));
         bench.addServer(u"nordlicht"_s);

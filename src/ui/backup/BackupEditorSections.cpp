@@ -3,6 +3,7 @@
 #include "ui/backup/BackupEditor.h"
 
 #include "app/AppModel.h"
+#include "ui/Accessibility.h"
 #include "ui/CheckBox.h"
 #include "ui/ComboBox.h"
 #include "ui/MessageBar.h"
@@ -161,6 +162,7 @@ QWidget *BackupEditor::makeBody()
     makeWhen(*column);
     makeHow(*column);
     column->addStretch(1);
+    Accessibility::nameFields(*body);
     auto *scroll = new QScrollArea(this);
     scroll->setProperty("role", u"page"_s);
     scroll->setWidgetResizable(true);

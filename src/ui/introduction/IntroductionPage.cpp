@@ -18,6 +18,8 @@ namespace moorix {
 namespace {
 
 constexpr int widest = 620;
+/// Of the fullest screen, so that the headlines of all stand at one place.
+constexpr int usualHeight = 340;
 
 } // namespace
 
@@ -72,11 +74,14 @@ QWidget *IntroductionPage::makeScreen(const QString &title, const QString &text,
     body->setProperty("role", QStringLiteral("pageBody"));
     auto *content = new QWidget(body);
     content->setMaximumWidth(widest);
+    content->setMinimumHeight(usualHeight);
     column = new QVBoxLayout(content);
     column->setContentsMargins(28, 0, 28, 0);
     column->setSpacing(14);
+    column->setAlignment(Qt::AlignTop);
     QLabel *headline = Widgets::label(title, Widgets::TextRole::headline, content);
-    headline->setProperty("size", QStringLiteral("large"));
+    headline->setObjectName(QStringLiteral("introductionHeadline"));
+    headline->setProperty("scale", QStringLiteral("large"));
     column->addWidget(headline);
     column->addWidget(Widgets::label(text, Widgets::TextRole::muted, content));
     column->addSpacing(6);
@@ -157,6 +162,10 @@ QWidget *IntroductionPage::makeFooter()
     footer->setProperty("role", QStringLiteral("lowerBar"));
     auto *row = new QHBoxLayout(footer);
     row->setContentsMargins(20, 12, 20, 12);
+    // Its place stays when it hides, so that nothing jumps.
+    QSizePolicy keepsPlace = m_skip->sizePolicy();
+    keepsPlace.setRetainSizeWhenHidden(true);
+    m_skip->setSizePolicy(keepsPlace);
     row->addWidget(m_skip);
     row->addStretch(1);
     m_step->setWordWrap(false);

@@ -11,6 +11,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListView>
+#include <QMainWindow>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -22,10 +23,14 @@ namespace {
 constexpr int widest = 680;
 constexpr int mostRows = 12;
 constexpr int pageStep = mostRows - 1;
+/// To the toolbar and to the window's edges.
+constexpr int distance = 16;
+/// Of a palette: its margins, its frame, and the gap under the field.
+constexpr int aroundParts = 8 + 8 + 2 + 6;
 
 } // namespace
 
-CommandPalette::CommandPalette(QWidget &window)
+CommandPalette::CommandPalette(QMainWindow &window)
     : QFrame(&window)
     , m_window(window)
     , m_query(new QLineEdit(this))
@@ -110,16 +115,20 @@ void CommandPalette::select(int row)
 
 void CommandPalette::place()
 {
-    const int rows = m_model ? std::min(m_model->rowCount(), mostRows) : 0;
+    const QWidget *centre = m_window.centralWidget();
+    const int top = (centre ? centre->y() : 0) + distance;
+    const int width = std::min(widest, m_window.width() - 2 * distance);
+    // Counted, since a layout knows the height of hidden parts only after it has been shown.
+    int height = m_query->sizeHint().height() + aroundParts;
+    const int room = m_window.height() - top - height - distance;
+    const int rowHeight = std::max(m_list->sizeHintForRow(0), 1);
+    const int rows = m_model ? std::min({m_model->rowCount(), mostRows, std::max(room / rowHeight, 1)}) : 0;
     m_list->setVisible(rows > 0);
     m_nothing->setVisible(rows == 0);
     if (rows > 0)
-        m_list->setFixedHeight(m_list->sizeHintForRow(0) * rows + 2 * m_list->frameWidth());
-    const int width = std::min(widest, m_window.width() - 32);
-    // Counted, since a layout knows the height of hidden parts only after it has been shown.
-    const int below = rows > 0 ? m_list->minimumHeight() : m_nothing->heightForWidth(width - 16);
-    const int height = std::min(m_query->sizeHint().height() + below + 22, m_window.height() - 72);
-    setGeometry((m_window.width() - width) / 2, 56, width, height);
+        m_list->setFixedHeight(rowHeight * rows + 2 * m_list->frameWidth());
+    height += rows > 0 ? m_list->minimumHeight() : m_nothing->heightForWidth(width - 18);
+    setGeometry((m_window.width() - width) / 2, top, width, height);
 }
 
 bool CommandPalette::eventFilter(QObject *watched, QEvent *event)

@@ -9,6 +9,7 @@
 class QLabel;
 class QLineEdit;
 class QListView;
+class QMainWindow;
 
 namespace moorix {
 
@@ -22,8 +23,8 @@ class CommandPalette final : public QFrame
     Q_OBJECT
 
 public:
-    /// Lies over `window` and follows its size.
-    explicit CommandPalette(QWidget &window);
+    /// Lies over `window`, below its toolbar, and follows its size.
+    explicit CommandPalette(QMainWindow &window);
 
     /// Shows these entries and takes the keyboard. `recent` are ids of what was used last, the latest first.
     void open(QList<PaletteEntry> entries, const QStringList &recent);
@@ -44,7 +45,7 @@ private:
     void place();
     void followFocus(const QWidget *now);
 
-    QWidget &m_window;
+    QMainWindow &m_window;
     QLineEdit *m_query;
     QListView *m_list;
     QLabel *m_nothing;

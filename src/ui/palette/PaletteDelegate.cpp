@@ -60,10 +60,12 @@ void PaletteDelegate::paint(QPainter *painter, const QStyleOptionViewItem &optio
     painter->drawText(line, Qt::AlignLeft | Qt::AlignVCenter, text);
     line.setLeft(line.left() + option.fontMetrics.horizontalAdvance(text) + gap);
     const QString &detail = entry.isEnabled ? entry.detail : entry.refusal;
+    // Of a place both ends tell most; a sentence is read from its beginning.
+    const Qt::TextElideMode elision = entry.isEnabled ? Qt::ElideMiddle : Qt::ElideRight;
     if (!detail.isEmpty() && line.width() > 40) {
         painter->setPen(Theme::color(isSelected ? Theme::Color::mutedText : Theme::Color::faintText));
         painter->drawText(line, Qt::AlignLeft | Qt::AlignVCenter,
-                          option.fontMetrics.elidedText(detail, Qt::ElideMiddle, line.width()));
+                          option.fontMetrics.elidedText(detail, elision, line.width()));
     }
     painter->restore();
 }

@@ -29,6 +29,7 @@ DiagnosticsPanel::DiagnosticsPanel(RemoteDiagnosticsService &diagnostics, QWidge
     m_status->setObjectName(QStringLiteral("diagnosticsStatus"));
     m_last->setObjectName(QStringLiteral("diagnosticsLastCheckin"));
     m_payload->setObjectName(QStringLiteral("diagnosticsPayload"));
+    m_payload->setAccessibleName(tr("What a check-in sends, as of now"));
     m_payload->setReadOnly(true);
     m_payload->setTabChangesFocus(true);
     m_payload->setFont(Theme::monospace());

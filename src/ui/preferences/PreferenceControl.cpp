@@ -142,6 +142,7 @@ QWidget *PreferenceControl::makeText()
 {
     auto *field = new QLineEdit(this);
     field->setObjectName(m_row.key);
+    field->setAccessibleName(m_row.label);
     field->setPlaceholderText(m_row.placeholder);
     m_show = [field](const QVariant &value) {
         if (field->text() != value.toString())

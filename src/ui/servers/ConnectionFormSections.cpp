@@ -3,6 +3,7 @@
 
 #include "app/AppModel.h"
 #include "servers/ServerStore.h"
+#include "ui/Accessibility.h"
 #include "ui/CheckBox.h"
 #include "ui/ComboBox.h"
 #include "ui/Theme.h"
@@ -21,7 +22,30 @@
 #include <QScrollArea>
 #include <QSpinBox>
 
+#include <algorithm>
+
 namespace moorix {
+
+namespace {
+
+/// Has the fields of all sections stand in one column.
+void alignFields(const QWidget &page)
+{
+    QWidgetList labels;
+    int widest = 0;
+    for (const QFormLayout *form : page.findChildren<QFormLayout *>()) {
+        for (int row = 0; row < form->rowCount(); ++row) {
+            if (QLayoutItem *label = form->itemAt(row, QFormLayout::LabelRole)) {
+                labels << label->widget();
+                widest = std::max(widest, label->sizeHint().width());
+            }
+        }
+    }
+    for (QWidget *label : std::as_const(labels))
+        label->setMinimumWidth(widest);
+}
+
+} // namespace
 
 ConnectionForm::ConnectionForm(AppModel &model, const ServerConnection &server, Purpose purpose, QWidget *parent)
     : QDialog(parent)
@@ -54,6 +78,8 @@ ConnectionForm::ConnectionForm(AppModel &model, const ServerConnection &server, 
     sections->setContentsMargins(24, 20, 24, 20);
     sections->setSpacing(10);
     makeSections(*sections);
+    Accessibility::nameFields(*body);
+    alignFields(*body);
     auto *scroll = new QScrollArea(this);
     scroll->setProperty("role", QStringLiteral("page"));
     scroll->setWidgetResizable(true);
@@ -111,6 +137,7 @@ void ConnectionForm::makeServerSection(QVBoxLayout &column)
     m_host->setObjectName(QStringLiteral("host"));
     m_host->setPlaceholderText(QStringLiteral("web-01.example.com"));
     m_port->setObjectName(QStringLiteral("port"));
+    m_port->setAccessibleName(tr("Port"));
     m_port->setRange(0, 99999);
     m_port->setButtonSymbols(QAbstractSpinBox::NoButtons);
     m_port->setFixedWidth(76);

@@ -35,6 +35,7 @@ SignInSection::SignInSection(QWidget *parent)
     for (const AuthMethod method : allAuthMethods)
         m_method->addItem(rawText(method), int(method));
     m_form->setContentsMargins(0, 0, 0, 0);
+    m_form->setSpacing(10);
     m_form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
     m_form->addRow(tr("User"), m_username);
     m_form->addRow(tr("Sign in with"), m_method);

@@ -9,6 +9,7 @@
 #include "platform/Preferences.h"
 #include "servers/ServerStore.h"
 #include "terminal/TerminalEnvironment.h"
+#include "ui/Accessibility.h"
 #include "ui/Theme.h"
 #include "ui/servers/ServerLook.h"
 #include "ui/terminal/SSHTerminalView.h"
@@ -76,6 +77,7 @@ QSplitter *WindowTerminals::makeSplitter(QWidget *content, QWidget *parent)
     splitter->setObjectName(u"terminalSplitter"_s);
     splitter->addWidget(content);
     splitter->addWidget(m_dock);
+    Accessibility::readInOrder(*splitter);
     splitter->setStretchFactor(0, 1);
     splitter->setStretchFactor(1, 0);
     splitter->setChildrenCollapsible(false);
