@@ -214,10 +214,10 @@ void TerminalInterpreter::escape(QByteArrayView bytes)
         fillScreen();
     else if (bytes.size() == 2 && bytes[0] == '#' && bytes[1] >= '3' && bytes[1] <= '6')
         resizeLine(bytes[1]);
-    else if (bytes == "D" || bytes == "M") {
+    else if (bytes == "D" || bytes == "E" || bytes == "M") {
         settle();
         write("\x1b" + bytes.toByteArray());
-    } else if (bytes == "E" || bytes == "H") {
+    } else if (bytes == "H") {
         write("\x1b" + bytes.toByteArray());
     }
 }

@@ -156,6 +156,10 @@ void TerminalEmulatorTest::combinesCharacters()
     const auto endless = played("a" + QByteArray("\xCC\x81").repeated(100'000));
     QVERIFY(endless->text(endless->line(0)[0]).size() < 20);
     QCOMPARE(cursorOf(*endless), std::pair(0, 1));
+
+    // One that takes the whole line lets the cursor wait where the line begins.
+    QCOMPARE(allText(*played("\xE6\xBC\xA2\r\nx", {1, 2})), u"漢\nx"_s);
+    QCOMPARE(allText(*played("\xE6\xBC\xA2\rx", {1, 2})), u"x"_s);
 }
 
 void TerminalEmulatorTest::hasLinesOfDoubleSize()
