@@ -36,7 +36,9 @@ struct TerminalInterpreter::Callbacks
 
     static int scroll(VTermRect area, int down, int right, void *user)
     {
-        self(user).m_grid.scroll({area.start_row, area.end_row, area.start_col, area.end_col}, down, right);
+        TerminalInterpreter &own = self(user);
+        own.m_grid.scroll({area.start_row, area.end_row, area.start_col, area.end_col}, down, right);
+        own.m_mistakesSizes = own.m_mistakesSizes || (down != 0 && own.m_hasSizes);
         return 1;
     }
 
@@ -395,7 +397,7 @@ void TerminalInterpreter::hardReset()
     m_grid.forgetSizes();
     m_grid.inserts = false;
     m_ahead.reset();
-    m_hasSizes = false;
+    m_hasSizes = m_mistakesSizes = false;
     vterm_state_reset(m_state, 1);
     for (const int mode : {1000, 1006, 5})
         setPrivateMode(mode, false);

@@ -205,6 +205,11 @@ void TerminalEmulatorTest::hasLinesOfDoubleSize()
     emulator->feed("\x1b#6\x1b[2;4r\x1b[?40h\x1b[?3l");
     QVERIFY(screenText(*emulator).isEmpty() && sizes() == Sizes(5, single));
     QCOMPARE(cursorOf(*emulator), std::pair(0, 0));
+    // Lines that a scroll brings are single, whatever was there.
+    for (const char *scroll : {"\r\nab", "\x1b[5;6Hxy", "\x1b[L", "\x1b[M", "\x1b[S", "\x1b\x44"}) {
+        emulator->feed(QByteArray("\x1b[!p\x1b[2J\x1b[5;1H\x1b#6") + scroll + "\r0123456789ab\x1b[99C");
+        QVERIFY2(cursorOf(*emulator) == std::pair(4, 11) && sizes().back() == single, scroll);
+    }
 }
 
 void TerminalEmulatorTest::keepsTheAlternateScreenApart()
