@@ -309,6 +309,7 @@ void TerminalInterpreter::forward(const TerminalSequence &sequence)
         bytes += sequence.intermediate;
     bytes += sequence.final;
     write(bytes);
+    stayOnLine();
 }
 
 void TerminalInterpreter::saveCursor(bool alternate)
@@ -356,6 +357,7 @@ void TerminalInterpreter::moveCursor(TerminalReflow::Place place)
 /// With origin mode positions count from where the cursor is put by setting it.
 void TerminalInterpreter::sendCursor(TerminalReflow::Place place)
 {
+    place.column = std::min(place.column, m_grid.columns(place.row) - 1);
     if (m_modes.origin)
         place.row = std::max(0, place.row - m_top);
     write("\x1b[" + QByteArray::number(place.row + 1) + ';' + QByteArray::number(place.column + 1) + 'H');

@@ -113,6 +113,7 @@ private:
     bool lineResized(int row, bool isWide, unsigned half);
     void showScreen(bool alternate);
     void matchSizes();
+    void stayOnLine();
     void moveCursor(TerminalReflow::Place place);
     void sendCursor(TerminalReflow::Place place);
     void repeat(int count);

@@ -53,6 +53,18 @@ bool TerminalInterpreter::lineResized(int row, bool isWide, unsigned half)
     return true;
 }
 
+/// With origin mode libvterm lets sequences move the cursor into the hidden half of a line.
+void TerminalInterpreter::stayOnLine()
+{
+    if (!m_hasSizes || m_ahead)
+        return;
+    VTermPos known;
+    vterm_state_get_cursorpos(m_state, &known);
+    const TerminalReflow::Place place = position();
+    if (known.col > place.column)
+        sendCursor(place);
+}
+
 /// libvterm knows the sizes of the lines of one screen.
 void TerminalInterpreter::showScreen(bool alternate)
 {

@@ -51,12 +51,12 @@ void TerminalFuzzTest::piecesMakeNoDifference()
 /// screen that must look the same.
 void TerminalFuzzTest::whatIsLaidDownIsWhatTheLibraryMakesOfIt()
 {
-    static const QByteArrayList known{"\r\n",      "\n",       "\r",          "\b",        "\t",       "ab",
-                                      "x",         "漢字",     "é",           "e\u0301",   "👩\u200D💻", "\u2028",
-                                      "some text", "\x1b[44m", "\x1b[m",      "\x1b[2;5H", "\x1b[99C", "\x1b[K",
-                                      "\x1b[1J",   "\x1b[L",   "\x1b[M",      "\x1b[3@",   "\x1b[2P",  "\x1b[S",
-                                      "\x1bM",     "\x1b[A",   "\x1b[3b",     "\x1b[20h",  "\x1b[20l", "\x1b[?1049h",
-                                      "\x1b[?7l",  "\x1b[?7h", "\x1b[?1049l", "\v",        "\x1b\x37", "\x1b\x38"};
+    static const QByteArrayList known{
+        "\r\n",        "\n",      "\r",       "\b",       "\t",        "ab",          "x",        "漢字",
+        "é",           "e\u0301", "👩\u200D💻", "\u2028",   "some text", "\x1b[44m",    "\x1b[m",   "\x1b[2;5H",
+        "\x1b[99C",    "\x1b[K",  "\x1b[1J",  "\x1b[L",   "\x1b[M",    "\x1b[3@",     "\x1b[2P",  "\x1b[S",
+        "\x1bM",       "\x1b[A",  "\x1b[3b",  "\x1b[20h", "\x1b[20l",  "\x1b[?1049h", "\x1b[?7l", "\x1b[?7h",
+        "\x1b[?1049l", "\v",      "\x1b\x37", "\x1b\x38", "\x1b#6",    "\x1b#3",      "\x1b#5"};
     std::mt19937 random = source(11);
     for (int round = 0; round < m_asked.value_or(2000); ++round) {
         QByteArray bytes;
