@@ -36,7 +36,9 @@ struct TerminalInterpreter::Callbacks
 
     static int scroll(VTermRect area, int down, int right, void *user)
     {
-        self(user).m_grid.scroll({area.start_row, area.end_row, area.start_col, area.end_col}, down, right);
+        TerminalInterpreter &own = self(user);
+        own.m_grid.scroll({area.start_row, area.end_row, area.start_col, area.end_col}, down, right);
+        own.m_mistakesSizes = own.m_mistakesSizes || (down != 0 && own.m_hasSizes);
         return 1;
     }
 
@@ -214,10 +216,10 @@ void TerminalInterpreter::escape(QByteArrayView bytes)
         fillScreen();
     else if (bytes.size() == 2 && bytes[0] == '#' && bytes[1] >= '3' && bytes[1] <= '6')
         resizeLine(bytes[1]);
-    else if (bytes == "D" || bytes == "M") {
+    else if (bytes == "D" || bytes == "E" || bytes == "M") {
         settle();
         write("\x1b" + bytes.toByteArray());
-    } else if (bytes == "E" || bytes == "H") {
+    } else if (bytes == "H") {
         write("\x1b" + bytes.toByteArray());
     }
 }
@@ -307,6 +309,7 @@ void TerminalInterpreter::forward(const TerminalSequence &sequence)
         bytes += sequence.intermediate;
     bytes += sequence.final;
     write(bytes);
+    stayOnLine();
 }
 
 void TerminalInterpreter::saveCursor(bool alternate)
@@ -354,6 +357,7 @@ void TerminalInterpreter::moveCursor(TerminalReflow::Place place)
 /// With origin mode positions count from where the cursor is put by setting it.
 void TerminalInterpreter::sendCursor(TerminalReflow::Place place)
 {
+    place.column = std::min(place.column, m_grid.columns(place.row) - 1);
     if (m_modes.origin)
         place.row = std::max(0, place.row - m_top);
     write("\x1b[" + QByteArray::number(place.row + 1) + ';' + QByteArray::number(place.column + 1) + 'H');
@@ -395,7 +399,7 @@ void TerminalInterpreter::hardReset()
     m_grid.forgetSizes();
     m_grid.inserts = false;
     m_ahead.reset();
-    m_hasSizes = false;
+    m_hasSizes = m_mistakesSizes = false;
     vterm_state_reset(m_state, 1);
     for (const int mode : {1000, 1006, 5})
         setPrivateMode(mode, false);

@@ -113,6 +113,7 @@ private:
     bool lineResized(int row, bool isWide, unsigned half);
     void showScreen(bool alternate);
     void matchSizes();
+    void stayOnLine();
     void moveCursor(TerminalReflow::Place place);
     void sendCursor(TerminalReflow::Place place);
     void repeat(int count);
@@ -145,8 +146,10 @@ private:
     std::vector<TerminalGrid::Glyph> m_run;
     /// Where the cursor is, while libvterm has not been told. It does not wait behind the last column then.
     std::optional<TerminalReflow::Place> m_ahead;
-    /// Since the last reset there has been a line of double size.
+    /// There may be a line of double size on the screen that is shown.
     bool m_hasSizes = false;
+    /// Lines were scrolled since; libvterm takes the new ones for as large as those that were there.
+    bool m_mistakesSizes = false;
     /// Of the normal and of the alternate screen.
     std::array<SavedCursor, 2> m_saved;
     bool m_isUpdating = false;

@@ -47,8 +47,22 @@ void TerminalInterpreter::resizeLine(char final)
 bool TerminalInterpreter::lineResized(int row, bool isWide, unsigned half)
 {
     const TerminalLineSize size = sizeOf(isWide, half);
+    if (!m_grid.setSize(row, size))
+        return false;
     m_hasSizes = m_hasSizes || size != single;
-    return m_grid.setSize(row, size);
+    return true;
+}
+
+/// With origin mode libvterm lets sequences move the cursor into the hidden half of a line.
+void TerminalInterpreter::stayOnLine()
+{
+    if (!m_hasSizes || m_ahead)
+        return;
+    VTermPos known;
+    vterm_state_get_cursorpos(m_state, &known);
+    const TerminalReflow::Place place = position();
+    if (known.col > place.column)
+        sendCursor(place);
 }
 
 /// libvterm knows the sizes of the lines of one screen.
@@ -64,8 +78,10 @@ void TerminalInterpreter::matchSizes()
     const TerminalReflow::Place place = cursorOrEnd();
     const bool origin = m_modes.origin;
     bool isChanged = false;
+    m_hasSizes = false;
     for (int row = 0; row < m_grid.rows(); ++row) {
         const TerminalLineSize size = m_grid.screen().line(row).size;
+        m_hasSizes = m_hasSizes || size != single;
         const VTermLineInfo &known = *vterm_state_get_lineinfo(m_state, row);
         if (sizeOf(known.doublewidth != 0, known.doubleheight) == size)
             continue;

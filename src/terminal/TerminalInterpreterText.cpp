@@ -58,20 +58,24 @@ void TerminalInterpreter::write(QByteArrayView bytes)
         bytes = bytes.sliced(size);
     }
     vterm_input_write(m_vterm.get(), bytes.data(), std::size_t(bytes.size()));
+    if (std::exchange(m_mistakesSizes, false))
+        matchSizes();
 }
 
 /// libvterm does not notice that a control moves the cursor that waits behind the last column when it stays on that
 /// column.
 void TerminalInterpreter::writeText(QByteArrayView bytes)
 {
+    // A wide character that takes the whole line lets the cursor wait on the first column.
+    const bool isNarrow = m_grid.columns() == 2;
     const char *from = bytes.begin();
     for (const char *at = from; at != bytes.end(); ++at) {
         if (uchar(*at) >= ' ' && uchar(*at) < firstCorrected)
             continue;
-        if (*at == '\r') {
+        if (*at == '\r' && !isNarrow) {
             // Nothing waits behind it.
             at += at + 1 != bytes.end() && at[1] == '\n';
-        } else if (movesFromEnd(*at)) {
+        } else if (*at == '\r' || movesFromEnd(*at)) {
             write({from, at - from});
             from = at;
             settle();
@@ -148,12 +152,18 @@ void TerminalInterpreter::interpret(QByteArrayView bytes)
         writeUnwrapped(bytes);
         return;
     }
-    // libvterm must know of every scroll that moves a line of double size.
-    if (m_grid.inserts || m_modes.origin || m_hasSizes) {
-        writeText(bytes);
+    const char *at = bytes.begin();
+    // libvterm must know of every scroll that moves a line of double size, and be put right after it.
+    while (m_hasSizes && at != bytes.end()) {
+        const int size = TerminalUtf8::length(*at);
+        writeText({at, size});
+        at += size;
+    }
+    if (m_grid.inserts || m_modes.origin) {
+        writeText({at, bytes.end() - at});
         return;
     }
-    for (const char *at = bytes.begin(); at != bytes.end();) {
+    while (at != bytes.end()) {
         at = layDown(at, bytes.end());
         if (at == bytes.end())
             return;

@@ -12,8 +12,8 @@ namespace moorix {
 /// costs little however wide the screen is.
 struct TerminalLine
 {
-    /// Half of fewer columns has no room for a wide character, so that all lines are single then.
-    static constexpr int fewestForDouble = 4;
+    /// Half of fewer columns is filled by a single wide character; all lines are single then.
+    static constexpr int fewestForDouble = 6;
 
     std::vector<TerminalCell> cells;
     int used = 0;

@@ -156,6 +156,10 @@ void TerminalEmulatorTest::combinesCharacters()
     const auto endless = played("a" + QByteArray("\xCC\x81").repeated(100'000));
     QVERIFY(endless->text(endless->line(0)[0]).size() < 20);
     QCOMPARE(cursorOf(*endless), std::pair(0, 1));
+
+    // One that takes the whole line lets the cursor wait where the line begins.
+    QCOMPARE(allText(*played("\xE6\xBC\xA2\r\nx", {1, 2})), u"漢\nx"_s);
+    QCOMPARE(allText(*played("\xE6\xBC\xA2\rx", {1, 2})), u"x"_s);
 }
 
 void TerminalEmulatorTest::hasLinesOfDoubleSize()
@@ -201,6 +205,11 @@ void TerminalEmulatorTest::hasLinesOfDoubleSize()
     emulator->feed("\x1b#6\x1b[2;4r\x1b[?40h\x1b[?3l");
     QVERIFY(screenText(*emulator).isEmpty() && sizes() == Sizes(5, single));
     QCOMPARE(cursorOf(*emulator), std::pair(0, 0));
+    // Lines that a scroll brings are single, whatever was there.
+    for (const char *scroll : {"\r\nab", "\x1b[5;6Hxy", "\x1b[L", "\x1b[M", "\x1b[S", "\x1b\x44"}) {
+        emulator->feed(QByteArray("\x1b[!p\x1b[2J\x1b[5;1H\x1b#6") + scroll + "\r0123456789ab\x1b[99C");
+        QVERIFY2(cursorOf(*emulator) == std::pair(4, 11) && sizes().back() == single, scroll);
+    }
 }
 
 void TerminalEmulatorTest::keepsTheAlternateScreenApart()
