@@ -309,7 +309,6 @@ void TerminalInterpreter::forward(const TerminalSequence &sequence)
         bytes += sequence.intermediate;
     bytes += sequence.final;
     write(bytes);
-    stayOnLine();
 }
 
 void TerminalInterpreter::saveCursor(bool alternate)

@@ -53,11 +53,9 @@ bool TerminalInterpreter::lineResized(int row, bool isWide, unsigned half)
     return true;
 }
 
-/// With origin mode libvterm lets sequences move the cursor into the hidden half of a line.
+/// Controls, and sequences in origin mode, leave libvterm's cursor in the hidden half of a line.
 void TerminalInterpreter::stayOnLine()
 {
-    if (!m_hasSizes || m_ahead)
-        return;
     VTermPos known;
     vterm_state_get_cursorpos(m_state, &known);
     const TerminalReflow::Place place = position();

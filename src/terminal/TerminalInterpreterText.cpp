@@ -60,6 +60,8 @@ void TerminalInterpreter::write(QByteArrayView bytes)
     vterm_input_write(m_vterm.get(), bytes.data(), std::size_t(bytes.size()));
     if (std::exchange(m_mistakesSizes, false))
         matchSizes();
+    if (m_hasSizes)
+        stayOnLine();
 }
 
 /// libvterm does not notice that a control moves the cursor that waits behind the last column when it stays on that

@@ -57,6 +57,12 @@ void TerminalReader::tellSelection(const TerminalRange &range)
         return;
     QAccessibleTextSelectionEvent event(&m_widget, transcript().offsetOf(range.start),
                                         transcript().offsetOf(range.end));
+    send(event);
+}
+
+void TerminalReader::send(QAccessibleEvent &event)
+{
+    emit telling(&event);
     QAccessible::updateAccessibility(&event);
 }
 
@@ -75,7 +81,7 @@ void TerminalReader::tell()
     m_told = now;
     if (now.cursor() != oldCursor) {
         QAccessibleTextCursorEvent event(&m_widget, now.cursor());
-        QAccessible::updateAccessibility(&event);
+        send(event);
     }
 }
 
@@ -86,7 +92,7 @@ void TerminalReader::tellText(const TerminalTranscript &now)
     const int gone = m_told->startOf(now.pointAt(0).line);
     if (gone > 0) {
         QAccessibleTextRemoveEvent event(&m_widget, 0, old.first(gone));
-        QAccessible::updateAccessibility(&event);
+        send(event);
         old.remove(0, gone);
     }
     const QString &text = now.text();
@@ -100,13 +106,13 @@ void TerminalReader::tellText(const TerminalTranscript &now)
         return;
     if (removed.isEmpty()) {
         QAccessibleTextInsertEvent event(&m_widget, int(start), added);
-        QAccessible::updateAccessibility(&event);
+        send(event);
     } else if (added.isEmpty()) {
         QAccessibleTextRemoveEvent event(&m_widget, int(start), removed);
-        QAccessible::updateAccessibility(&event);
+        send(event);
     } else {
         QAccessibleTextUpdateEvent event(&m_widget, int(start), removed, added);
-        QAccessible::updateAccessibility(&event);
+        send(event);
     }
 }
 

@@ -27,11 +27,16 @@ public:
     const TerminalTranscript &transcript();
     void tellSelection(const TerminalRange &range);
 
+signals:
+    /// What screen readers are told, for the time of the call.
+    void telling(QAccessibleEvent *event);
+
 private:
     void accessibilityActiveChanged(bool active) override;
     void follow();
     void tell();
     void tellText(const TerminalTranscript &now);
+    void send(QAccessibleEvent &event);
 
     TerminalEmulator &m_emulator;
     QWidget &m_widget;

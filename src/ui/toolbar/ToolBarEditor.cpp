@@ -249,6 +249,9 @@ void ToolBarEditor::move(int step)
 
 bool ToolBarEditor::eventFilter(QObject *watched, QEvent *event)
 {
+    // Rows that were laid out before the style was known are too low for it.
+    if (event->type() == QEvent::Show)
+        static_cast<QAbstractItemView *>(watched)->doItemsLayout();
     if (event->type() != QEvent::KeyPress)
         return QWidget::eventFilter(watched, event);
     const auto &press = *static_cast<QKeyEvent *>(event);
