@@ -79,7 +79,8 @@ private slots:
         bench.choose(bench.window->findChildren<QAction *>(), "Swap sides");
         QCOMPARE(firstTab(), u"right"_s);
         for (QWidget *button : bench.window->findChildren<QWidget *>()) {
-            if (!button->inherits("QToolButton") || !button->isVisible())
+            // The pictures within text fields are no buttons to anybody.
+            if (!button->inherits("QToolButton") || !button->isVisible() || button->parent()->inherits("QLineEdit"))
                 continue;
             const QAccessibleInterface *spoken = QAccessible::queryAccessibleInterface(button);
             QVERIFY2(!spoken->text(QAccessible::Name).isEmpty(), qPrintable(button->objectName()));

@@ -252,11 +252,16 @@ bool ToolBarEditor::eventFilter(QObject *watched, QEvent *event)
     // Rows that were laid out before the style was known are too low for it.
     if (event->type() == QEvent::Show)
         static_cast<QAbstractItemView *>(watched)->doItemsLayout();
-    if (event->type() != QEvent::KeyPress)
+    if (event->type() != QEvent::KeyPress && event->type() != QEvent::ShortcutOverride)
         return QWidget::eventFilter(watched, event);
     const auto &press = *static_cast<QKeyEvent *>(event);
     const int key = press.key();
     const bool isAlt = press.modifiers() == Qt::AltModifier;
+    if (event->type() == QEvent::ShortcutOverride) {
+        // The window goes up a folder by it.
+        event->setAccepted(watched == m_shown && isAlt && (key == Qt::Key_Up || key == Qt::Key_Down));
+        return event->isAccepted();
+    }
     if (watched == m_available && (key == Qt::Key_Return || key == Qt::Key_Enter))
         add();
     else if (watched == m_shown && (key == Qt::Key_Delete || key == Qt::Key_Backspace))
