@@ -35,6 +35,7 @@
 #include "ui/servers/ServerLibraryView.h"
 #include "ui/servers/ServerLook.h"
 #include "ui/sync/SyncArea.h"
+#include "ui/terminal/TerminalDock.h"
 #include "ui/terminal/WindowTerminals.h"
 
 #include <QAction>
@@ -76,6 +77,8 @@ MainWindow::~MainWindow()
     // The children still send signals while they go; the window is no longer there to hear them.
     QApplication::instance()->disconnect(this);
     m_terminals->disconnect(this);
+    // It would take over the terminals of tabs that go.
+    delete &m_terminals->dock();
     // The screens of terminals go before the sessions they show.
     delete takeCentralWidget();
 }

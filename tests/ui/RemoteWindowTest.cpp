@@ -144,10 +144,12 @@ private slots:
         bench.key(Qt::Key_Return);
         QTRY_COMPARE(namesIn(*bench.pane(Side::left)), QStringList{u"b.txt"_s});
         QVERIFY(bench.pane(Side::right)->isLoading());
-        QTRY_COMPARE(bench.find<QLabel>("statusLine")->text(), u"Listing %1…"_s.arg(m_sshd->sharedPath()));
-        bench.click(bench.find("statusCancel"));
+        const SessionView &frozen = *bench.sideView(Side::right).currentView();
+        const QLabel &status = *frozen.findChild<QLabel *>(u"statusLine"_s);
+        QTRY_COMPARE(status.text(), u"Listing %1…"_s.arg(m_sshd->sharedPath()));
+        bench.click(frozen.findChild<QWidget *>(u"statusCancel"_s));
         QVERIFY(!bench.pane(Side::right)->isLoading());
-        QTRY_COMPARE(bench.find<QLabel>("statusLine")->text().left(7), u"Listing"_s);
+        QTRY_COMPARE(status.text().left(7), u"Listing"_s);
         QCOMPARE(namesIn(*bench.pane(Side::right)), QStringList{u"a.txt"_s});
         m_sshd->thaw();
         putFile(onServer(u"b.txt"_s), "b");

@@ -114,11 +114,12 @@ public:
     }
     QTreeView *list(Side side) const
     {
-        for (auto *view : window->findChildren<SideView *>()) {
-            if (view->side() == side)
-                return view->currentView()->findChild<QTreeView *>(QStringLiteral("fileList"));
-        }
-        return nullptr;
+        return sideView(side).currentView()->findChild<QTreeView *>(QStringLiteral("fileList"));
+    }
+    SideView &sideView(Side side) const
+    {
+        const QList<SideView *> views = window->findChildren<SideView *>();
+        return **std::ranges::find(views, side, &SideView::side);
     }
     /// Gives a side's list the keyboard.
     void activateList(Side side) const
