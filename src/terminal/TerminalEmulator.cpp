@@ -237,6 +237,11 @@ QString TerminalEmulator::workingHost() const
     return d->interpreter.workingFolder().host;
 }
 
+qint64 TerminalEmulator::promptCount() const
+{
+    return d->interpreter.promptCount();
+}
+
 std::optional<qint64> TerminalEmulator::promptAbove(qint64 from) const
 {
     const TerminalLines lines = d->lines();

@@ -176,6 +176,8 @@ public:
     /// The nearest line above or below `from` at which the shell printed a prompt (OSC 133), if there is one.
     std::optional<qint64> promptAbove(qint64 from) const;
     std::optional<qint64> promptBelow(qint64 from) const;
+    /// How many prompts the shell has printed since the beginning.
+    qint64 promptCount() const;
 
     /// The next place of `needle` that begins before `from`, or at it or behind it, over wrapped lines too; nothing
     /// when there is none up to the end of the text in that direction. 100,000 lines take some 50 ms.

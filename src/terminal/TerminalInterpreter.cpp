@@ -282,6 +282,7 @@ void TerminalInterpreter::operatingSystemCommand(QByteArrayView text)
         setLink(link->address);
     } else if (std::holds_alternative<Commands::PromptStart>(*command)) {
         m_grid.screen().line(cursor().row).prompt = true;
+        ++m_promptCount;
     } else if (const auto *clipboard = std::get_if<Commands::ClipboardText>(&*command)) {
         m_events.clipboard = clipboard->text;
     } else if (const auto *colors = std::get_if<Commands::Colors>(&*command)) {

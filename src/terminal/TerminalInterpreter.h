@@ -53,6 +53,7 @@ public:
     TerminalReflow::Place cursor() const;
     const QString &title() const { return m_title; }
     const TerminalCommands::WorkingFolder &workingFolder() const { return m_folder; }
+    qint64 promptCount() const { return m_promptCount; }
     /// The program has begun a synchronized update and not ended it.
     bool isUpdating() const { return m_isUpdating; }
     void endUpdate() { m_isUpdating = false; }
@@ -153,6 +154,7 @@ private:
     /// Of the normal and of the alternate screen.
     std::array<SavedCursor, 2> m_saved;
     bool m_isUpdating = false;
+    qint64 m_promptCount = 0;
     std::unique_ptr<VTerm, void (*)(VTerm *)> m_vterm;
     VTermState *m_state;
 };

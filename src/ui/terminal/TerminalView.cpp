@@ -51,6 +51,7 @@ void TerminalView::startProcess(const TerminalLaunch &launch)
     process->start(launch, size.rows, size.columns);
     m_process = std::move(process);
     m_hasTyped = false;
+    m_promptsAnswered = emulator().promptCount();
 }
 
 void TerminalView::dropProcess()
@@ -68,6 +69,7 @@ void TerminalView::noteTyped(const QByteArray &bytes)
 {
     if (isRunning()) {
         m_hasTyped = !bytes.endsWith('\r') && !bytes.endsWith('\x03');
+        m_promptsAnswered = emulator().promptCount();
         m_localEcho->typed(bytes);
     } else if (bytes == "\r") {
         emit restartRequested();
@@ -88,7 +90,8 @@ bool TerminalView::isAtEmptyPrompt()
     const TerminalEmulator &terminal = emulator();
     const qint64 line = terminal.cursor().position.line;
     // The prompt's mark is on the line of the cursor as long as nothing was run from it.
-    return isRunning() && !m_hasTyped && !terminal.showsAlternateScreen() && terminal.promptAbove(line + 1) == line;
+    return isRunning() && !m_hasTyped && terminal.promptCount() > m_promptsAnswered &&
+           !terminal.showsAlternateScreen() && terminal.promptAbove(line + 1) == line;
 }
 
 void TerminalView::setDesiredGPU(bool isDesired)

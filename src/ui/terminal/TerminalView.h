@@ -60,8 +60,10 @@ private:
     TerminalLocalEcho *m_localEcho;
     std::unique_ptr<PTYRunner> m_process;
     bool m_desiredGPU = false;
-    /// Since the last Enter.
+    /// Since the last Enter or interrupt.
     bool m_hasTyped = false;
+    /// How many there had been when something was typed last: the shell may not have noticed yet.
+    qint64 m_promptsAnswered = 0;
 };
 
 } // namespace moorix
