@@ -4,7 +4,8 @@
 #include "platform/SecretServiceKeychain.h"
 #include "support/TestMain.h"
 
-#include <QDBusInterface>
+#include <QDBusConnection>
+#include <QDBusMessage>
 #include <QDBusObjectPath>
 #include <QDBusReply>
 #include <QFileInfo>
@@ -103,10 +104,15 @@ private slots:
     {
         SecretServiceKeychain keychain;
         QCOMPARE(keychain.report().state, KeychainReport::State::ready);
-        QDBusInterface service(u"org.freedesktop.secrets"_s, u"/org/freedesktop/secrets"_s,
-                               u"org.freedesktop.Secret.Service"_s);
-        const QDBusReply<QDBusObjectPath> keyring = service.call(u"ReadAlias"_s, u"default"_s);
-        service.call(u"Lock"_s, QVariant::fromValue(QList<QDBusObjectPath>{keyring.value()}));
+        const auto call = [](const QString &method, const QVariant &argument) {
+            QDBusMessage message =
+                QDBusMessage::createMethodCall(u"org.freedesktop.secrets"_s, u"/org/freedesktop/secrets"_s,
+                                               u"org.freedesktop.Secret.Service"_s, method);
+            message << argument;
+            return QDBusConnection::sessionBus().call(message);
+        };
+        const QDBusReply<QDBusObjectPath> keyring = call(u"ReadAlias"_s, u"default"_s);
+        call(u"Lock"_s, QVariant::fromValue(QList<QDBusObjectPath>{keyring.value()}));
         QCOMPARE(keychain.report().state, KeychainReport::State::locked);
     }
 };

@@ -31,7 +31,8 @@ double luminance(const QColor &color)
 
 double contrast(const QColor &a, const QColor &b)
 {
-    const auto [low, high] = std::minmax(luminance(a), luminance(b));
+    // A list makes it a pair of values, not of references to what is gone.
+    const auto [low, high] = std::minmax({luminance(a), luminance(b)});
     return (high + 0.05) / (low + 0.05);
 }
 
