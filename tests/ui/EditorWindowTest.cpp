@@ -304,7 +304,7 @@ private slots:
             for (unsigned long style = 0; style < 20; ++style) {
                 const long fore = bench.view()->SendScintilla(QsciScintillaBase::SCI_STYLEGETFORE, style);
                 const long back = bench.view()->SendScintilla(QsciScintillaBase::SCI_STYLEGETBACK, style);
-                const auto [low, high] = std::minmax(luminance(fore), luminance(back));
+                const auto [low, high] = std::minmax({luminance(fore), luminance(back)});
                 QVERIFY2((high + 0.05) / (low + 0.05) >= 4.5, qPrintable(theme + QString::number(style)));
                 colors << fore;
             }
