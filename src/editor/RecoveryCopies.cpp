@@ -115,10 +115,13 @@ void RecoveryCopies::takeOver()
             // The text stays where it is, for who looks for it there.
             continue;
         }
-        if (!entry->record || !QFileInfo::exists(textPath(id))) {
+        if (!QFileInfo::exists(textPath(id))) {
             LocalDisk::removeTree(folder(id), {});
             continue;
         }
+        // The text stays here as well.
+        if (!entry->record)
+            continue;
         entry->written = QFileInfo(textPath(id)).lastModified();
         m_entries.insert(id, entry);
         m_leftOver.append(id);
@@ -157,9 +160,10 @@ void RecoveryCopies::write(const QUuid &id, qint64 turn, const RecoveryRecord &r
     entry->turn = turn;
     if (!entry->lock.isOpen())
         entry->lock = madeFolder(m_root, folder(id));
-    jsonFile::write(textPath(id), text);
+    // First, since a text without its record would not be offered.
     if (entry->record != record)
         saveRecord(folder(id), record);
+    jsonFile::write(textPath(id), text);
     entry->record = record;
 }
 
