@@ -20,6 +20,9 @@ using SteadyClock = std::chrono::steady_clock;
 constexpr auto reportInterval = std::chrono::milliseconds(200);
 /// How often to ask for the child's end where the system cannot tell it.
 constexpr int askMilliseconds = 5;
+/// What a child says in small pieces is read together: waking up for each of them takes time that the child needs, too.
+constexpr int gatherMilliseconds = 2;
+constexpr qsizetype smallPieceBytes = 4096;
 
 /// One run: feeds the child, drains it and waits for its end, all through one poll.
 class Run final
@@ -47,9 +50,11 @@ public:
                 throw Cancelled();
             }
             feed();
-            drain(m_child.standardOutput(), m_result.standardOutput);
-            drain(m_child.standardError(), m_result.standardError);
+            const qsizetype said = drain(m_child.standardOutput(), m_result.standardOutput) +
+                                   drain(m_child.standardError(), m_result.standardError);
             report();
+            if (said > 0 && said < smallPieceBytes && !m_child.standardInput().isOpen())
+                gather();
         }
         drainRest(m_child.standardOutput(), m_result.standardOutput);
         drainRest(m_child.standardError(), m_result.standardError);
@@ -73,6 +78,13 @@ private:
         if (m_child.exitDescriptor() < 0)
             timeout = askMilliseconds;
         ::poll(descriptors.data(), descriptors.size(), timeout);
+    }
+
+    /// Lets the child say more, unless it ends or is to be stopped.
+    void gather()
+    {
+        std::array<pollfd, 2> descriptors{{{m_child.exitDescriptor(), POLLIN, 0}, {m_wake.value(), POLLIN, 0}}};
+        ::poll(descriptors.data(), descriptors.size(), gatherMilliseconds);
     }
 
     void feed()
