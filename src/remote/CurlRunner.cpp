@@ -174,10 +174,19 @@ QList<CurlTransfer> CurlRunner::run(const FTPLogin &login, const CurlRequest &re
 {
     check(login);
     const CurlReport report(uuidText(newUuid()).toLatin1());
-    CurlConfig config = commonOptions(login);
-    addLogin(config, login);
-    config.set("write-out", report.format());
+    CurlConfig shared = commonOptions(login);
+    addLogin(shared, login);
+    shared.set("write-out", report.format());
+    if (request.longest.count() > 0)
+        shared.set("max-time", QByteArray::number(qlonglong(request.longest.count())));
+    CurlConfig config = shared;
     config.append(request.config);
+    if (request.last) {
+        // Behind it nothing is left of the options before it.
+        config.flag("next");
+        config.append(shared);
+        config.append(*request.last);
+    }
     Output output;
     QList<CurlTransfer> transfers;
     // A server may count a connection for a moment after it has ended.
@@ -220,6 +229,7 @@ QByteArray CurlRunner::offeredKey(const FTPLogin &login, const std::stop_token &
     CurlConfig config = commonOptions(nobody);
     addLogin(config, nobody);
     config.set("write-out", "%{certs}" + report.format());
+    config.set("max-time", QByteArray::number(qlonglong(CurlRequest().longest.count())));
     config.flag("head");
     config.set("url", url(nobody, {}));
     const ConnectionGate::Place place = ConnectionGate::ofThisProgram().enter(door(login.server), stop);
@@ -240,15 +250,12 @@ ConnectionGate::Door CurlRunner::door(const ServerConnection &server)
 CurlRunner::Output CurlRunner::runChild(const CurlConfig &config, const CurlRequest &request,
                                         const std::stop_token &stop)
 {
-    CurlConfig all = config;
-    if (request.longest.count() > 0)
-        all.set("max-time", QByteArray::number(qlonglong(request.longest.count())));
     ProcessRequest process;
     process.program = QStringLiteral("/usr/bin/curl");
     // Without -q first of all, curl would read a configuration of its own.
     process.arguments = QStringList{QStringLiteral("-q"), QStringLiteral("-K"), QStringLiteral("-")};
     process.environment = environment();
-    process.standardInput = all.text();
+    process.standardInput = config.text();
     process.whileRunning = request.whileRunning;
     const ProcessResult result = m_processes->run(process, stop);
     if (result.crashed)

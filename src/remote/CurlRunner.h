@@ -31,6 +31,9 @@ struct CurlRequest
 {
     /// Options and at least one URL.
     CurlConfig config;
+    /// Options and the URL of what is done at the end, over the same connection; left out when something before it
+    /// fails.
+    std::optional<CurlConfig> last = {};
     /// The child is given up after that long; zero sets no limit.
     std::chrono::seconds longest{90};
     /// Called about every 200 ms on the running thread with the child's process id; what it throws ends the child.

@@ -53,22 +53,30 @@ QByteArray FTPService::urlOfFolder(const FTPLogin &login, const QString &path) c
     return urlOf(login, path.endsWith(u'/') ? path : path + u'/');
 }
 
+CurlConfig FTPService::listingConfig(const QStringList &folders, const QByteArray &command,
+                                     const QList<QByteArray> &before) const
+{
+    const FTPLogin current = login();
+    CurlConfig config;
+    for (const QByteArray &line : before)
+        config.set("quote", '*' + line);
+    // Some servers answer the listing of a missing folder with an empty one; changing to the folder first does not lie.
+    config.set("ftp-method", "singlecwd");
+    config.set("request", command);
+    config.set("speed-limit", "1");
+    config.set("speed-time", QByteArray::number(qlonglong(m_patience.standstill.count())));
+    for (const QString &folder : folders)
+        config.set("url", urlOfFolder(current, folder));
+    return config;
+}
+
 QList<CurlTransfer> FTPService::listings(const QStringList &folders, const QByteArray &command,
                                          const std::stop_token &stop, const QList<QByteArray> &before)
 {
-    const FTPLogin current = login();
     CurlRequest request;
     request.longest = longestListing;
-    for (const QByteArray &line : before)
-        request.config.set("quote", '*' + line);
-    // Some servers answer the listing of a missing folder with an empty one; changing to the folder first does not lie.
-    request.config.set("ftp-method", "singlecwd");
-    request.config.set("request", command);
-    request.config.set("speed-limit", "1");
-    request.config.set("speed-time", QByteArray::number(qlonglong(m_patience.standstill.count())));
-    for (const QString &folder : folders)
-        request.config.set("url", urlOfFolder(current, folder));
-    return m_runner.run(current, request, stop);
+    request.config = listingConfig(folders, command, before);
+    return m_runner.run(login(), request, stop);
 }
 
 std::optional<QList<FileItem>> FTPService::entries(const CurlTransfer &transfer, const QString &folder) const

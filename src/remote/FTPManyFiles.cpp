@@ -10,6 +10,7 @@
 #include <QHash>
 #include <QSet>
 
+#include <algorithm>
 #include <sys/stat.h>
 
 namespace moorix {
@@ -30,6 +31,16 @@ bool isDataConnectionRefused(const CurlTransfer &transfer)
     return transfer.exitCode != 0 && (code == 425 || code == 426 || code == 522);
 }
 
+/// The folder that all of them are in, or nothing.
+template <class Copies>
+QString commonFolder(const Copies &copies)
+{
+    const QString folder = Format::parent(copies.front()->to);
+    const bool isCommon = std::all_of(copies.begin(), copies.end(),
+                                      [&folder](const RemoteCopy *copy) { return Format::parent(copy->to) == folder; });
+    return isCommon ? folder : QString();
+}
+
 template <class Task>
 void fail(Task &task, const QString &why)
 {
@@ -44,8 +55,9 @@ void fail(Task &task, const QString &why)
 /// When a server answers before curl looks for the answer, curl may sleep for a second before the next file; with a
 /// command before each file it does not. Over a longer way there is no such sleep, and the command would cost a round
 /// trip.
-void FTPService::copyAll(std::vector<RemoteCopy> &copies, CurlConfig common, const AddCopy &add,
-                         const Advanced &advanced, const std::stop_token &stop)
+std::optional<CurlTransfer> FTPService::copyAll(std::vector<RemoteCopy> &copies, CurlConfig common, const AddCopy &add,
+                                                const EndOfRun &endOfRun, const Advanced &advanced,
+                                                const std::stop_token &stop)
 {
     const FTPLogin current = login();
     common.set("ftp-method", "nocwd");
@@ -69,8 +81,18 @@ void FTPService::copyAll(std::vector<RemoteCopy> &copies, CurlConfig common, con
             }
         }
         if (indices.empty())
-            return;
-        const QList<CurlTransfer> transfers = m_runner.run(current, request, stop);
+            return std::nullopt;
+        const bool isFirstRun = next == 0;
+        if (isFirstRun && endOfRun) {
+            std::vector<const RemoteCopy *> carried;
+            for (const std::size_t index : indices)
+                carried.push_back(&copies.at(index));
+            request.last = endOfRun(carried);
+        }
+        QList<CurlTransfer> transfers = m_runner.run(current, request, stop);
+        std::optional<CurlTransfer> end;
+        if (std::size_t(transfers.size()) > indices.size())
+            end = transfers.takeLast();
         next = indices.at(std::size_t(transfers.size()) - 1) + 1;
         for (qsizetype i = 0; i < transfers.size(); ++i) {
             const CurlTransfer &transfer = transfers.at(i);
@@ -87,21 +109,37 @@ void FTPService::copyAll(std::vector<RemoteCopy> &copies, CurlConfig common, con
             }
             advanced(indices.at(std::size_t(i)));
         }
+        if (end)
+            return end;
     }
+    return std::nullopt;
 }
 
-void FTPService::storeAll(std::vector<RemoteCopy> &copies, const Advanced &advanced, const std::stop_token &stop)
+std::optional<CurlTransfer> FTPService::storeAll(std::vector<RemoteCopy> &copies, const Advanced &advanced,
+                                                 const std::stop_token &stop)
 {
     CurlConfig common;
     if (copies.size() > 1 && takesOlderTLS(stop))
         common.set("tls-max", olderTLS);
+    // A run of its own for the times and the listing would be one more login.
+    const auto timesAndListing = [this, common](const std::vector<const RemoteCopy *> &carried) {
+        const QString folder = commonFolder(carried);
+        if (folder.isEmpty() || m_timeCommand == TimeCommand::unknown)
+            return std::optional<CurlConfig>();
+        QList<QByteArray> times;
+        for (const RemoteCopy *copy : carried)
+            times += timeCommands(copy->from, native(copy->to), m_timeCommand);
+        CurlConfig config = common;
+        config.append(listingConfig({folder}, "LIST -a", times));
+        return std::optional(config);
+    };
     const auto add = [this](CurlConfig &config, const FTPLogin &current, const RemoteCopy &copy) {
         LocalDisk::requireFile(copy.from);
         const QByteArray url = urlOf(current, copy.to);
         config.set("upload-file", NativePath::bytes(copy.from));
         config.set("url", url);
     };
-    copyAll(copies, common, add, advanced, stop);
+    return copyAll(copies, common, add, timesAndListing, advanced, stop);
 }
 
 /// Servers want each connection for data to go on with the session of the one for commands. With TLS 1.3 curl loses
@@ -131,21 +169,26 @@ bool FTPService::takesOlderTLS(const std::stop_token &stop)
 
 void FTPService::uploadAll(std::vector<RemoteCopy> &copies, const Advanced &advanced, const std::stop_token &stop)
 {
-    storeAll(copies, advanced, stop);
+    const std::optional<CurlTransfer> listing = storeAll(copies, advanced, stop);
     std::vector<RemoteCopy *> stored;
     for (RemoteCopy &copy : copies) {
         if (copy.state == RemoteCopy::State::open)
             stored.push_back(&copy);
     }
     if (!stored.empty())
-        completeStored(stored, stop);
+        completeStored(stored, listing, stop);
 }
 
 /// A command for each file costs a round trip for each. One listing tells the sizes and modes of all of them; only what
 /// it leaves open, or shows to be different, takes a command.
-void FTPService::completeStored(const std::vector<RemoteCopy *> &stored, const std::stop_token &stop)
+void FTPService::completeStored(const std::vector<RemoteCopy *> &stored, const std::optional<CurlTransfer> &listing,
+                                const std::stop_token &stop)
 {
-    const QHash<QString, FileItem> listed = listedWithTimes(stored, stop);
+    QHash<QString, FileItem> listed;
+    if (listing && listing->exitCode == 0)
+        addListed(*listing, commonFolder(stored), listed);
+    else
+        listed = listedWithTimes(stored, stop);
     QList<QByteArray> commands{"TYPE I"};
     std::vector<RemoteCopy *> unlisted;
     for (RemoteCopy *copy : stored) {
@@ -196,16 +239,20 @@ QHash<QString, FileItem> FTPService::listedWithTimes(const std::vector<RemoteCop
         command(times, patienceFor(times), stop);
     const QList<CurlTransfer> transfers = listings(folders, "LIST -a", stop, isOneRun ? times : QList<QByteArray>());
     QHash<QString, FileItem> found;
-    for (qsizetype i = 0; i < transfers.size(); ++i) {
-        try {
-            for (const FileItem &item : entries(transfers.at(i), folders.at(i)).value_or(QList<FileItem>()))
-                found.insert(item.path, item);
-        } catch (const FileServiceError &) {
-            // It shows a part only; the files that are not in it are asked for one by one.
-            continue;
-        }
-    }
+    for (qsizetype i = 0; i < transfers.size(); ++i)
+        addListed(transfers.at(i), folders.at(i), found);
     return found;
+}
+
+/// Where it shows a part only, the files that are not in it are asked for one by one.
+void FTPService::addListed(const CurlTransfer &listing, const QString &folder, QHash<QString, FileItem> &found) const
+{
+    try {
+        for (const FileItem &item : entries(listing, folder).value_or(QList<FileItem>()))
+            found.insert(item.path, item);
+    } catch (const FileServiceError &) {
+        return;
+    }
 }
 
 void FTPService::learnTimeCommand(const RemoteCopy &copy, const std::stop_token &stop)
@@ -230,7 +277,7 @@ void FTPService::fetchAll(std::vector<RemoteCopy> &copies, const CurlConfig &com
         config.set("output", NativePath::bytes(copy.to));
         config.set("url", url);
     };
-    copyAll(copies, common, add, advanced, stop);
+    copyAll(copies, common, add, {}, advanced, stop);
 }
 
 void FTPService::downloadAll(std::vector<RemoteCopy> &copies, const Advanced &advanced, const std::stop_token &stop)

@@ -334,6 +334,13 @@ FTPReply FTPService::replaceByDetour(const QString &source, const QString &desti
     return replies.at(3);
 }
 
+/// Unlike a file, no folder takes the place of anything but an empty folder.
+bool FTPService::renameBeside(const QString &path, const QString &toPath, const std::stop_token &stop)
+{
+    const QList<FTPReply> replies = command({"RNFR " + native(path), "RNTO " + native(toPath)}, stop);
+    return !replies.constLast().isRefusal();
+}
+
 void FTPService::renameTo(const QString &source, const QString &destination, Existing existing,
                           const std::stop_token &stop)
 {

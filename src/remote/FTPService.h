@@ -79,6 +79,7 @@ public:
     void uploadRecursive(const QString &localPath, const QString &toRemote, const std::stop_token &stop) override;
     void copyRemote(const QString &source, const QString &destination, const std::stop_token &stop) override;
     void moveRemote(const QString &source, const QString &destination, const std::stop_token &stop) override;
+    bool renameBeside(const QString &path, const QString &toPath, const std::stop_token &stop) override;
     bool keepsModes() const override { return false; }
     void requireAddressable(const QString &path) const override;
     bool takesMany() const override { return true; }
@@ -106,6 +107,8 @@ private:
                            const std::stop_token &stop);
 
     /// `before` goes to the server ahead of each listing; refusals of it count for nothing.
+    CurlConfig listingConfig(const QStringList &folders, const QByteArray &command,
+                             const QList<QByteArray> &before) const;
     QList<CurlTransfer> listings(const QStringList &folders, const QByteArray &command, const std::stop_token &stop,
                                  const QList<QByteArray> &before = {});
     /// The entries of a listing that ended well, or nothing when another command may bring more.
@@ -140,15 +143,23 @@ private:
     bool isNear() const;
 
     using AddCopy = std::function<void(CurlConfig &config, const FTPLogin &login, const RemoteCopy &copy)>;
-    void copyAll(std::vector<RemoteCopy> &copies, CurlConfig common, const AddCopy &add, const Advanced &advanced,
-                 const std::stop_token &stop);
-    /// The bytes alone; what came through stays `open`.
-    void storeAll(std::vector<RemoteCopy> &copies, const Advanced &advanced, const std::stop_token &stop);
+    /// What ends a run that has carried these, if anything.
+    using EndOfRun = std::function<std::optional<CurlConfig>(const std::vector<const RemoteCopy *> &carried)>;
+    /// Returns how the end of the run went, where all copies went in one.
+    std::optional<CurlTransfer> copyAll(std::vector<RemoteCopy> &copies, CurlConfig common, const AddCopy &add,
+                                        const EndOfRun &endOfRun, const Advanced &advanced,
+                                        const std::stop_token &stop);
+    /// The bytes alone; what came through stays `open`. Returns a listing made after all have got their times, where
+    /// the same run could do that, too.
+    std::optional<CurlTransfer> storeAll(std::vector<RemoteCopy> &copies, const Advanced &advanced,
+                                         const std::stop_token &stop);
     void fetchAll(std::vector<RemoteCopy> &copies, const CurlConfig &common, const Advanced &advanced,
                   const std::stop_token &stop);
     bool takesOlderTLS(const std::stop_token &stop);
-    void completeStored(const std::vector<RemoteCopy *> &stored, const std::stop_token &stop);
+    void completeStored(const std::vector<RemoteCopy *> &stored, const std::optional<CurlTransfer> &listing,
+                        const std::stop_token &stop);
     QHash<QString, FileItem> listedWithTimes(const std::vector<RemoteCopy *> &stored, const std::stop_token &stop);
+    void addListed(const CurlTransfer &listing, const QString &folder, QHash<QString, FileItem> &found) const;
     void learnTimeCommand(const RemoteCopy &copy, const std::stop_token &stop);
     /// Names by folder.
     using Standing = QHash<QString, QSet<QString>>;

@@ -229,18 +229,46 @@ void filesTravelWithTimesAndModes(const Place &at)
     QCOMPARE(at.mode("", u"b"_s), u"rw-------"_s);
     at.server()->download(at.path("b"), local.path("c"), {true, {}}, go);
     QCOMPARE(QFileInfo(local.path("c")).lastModified().toUTC(), then);
-    at.service.createDirectory(at.path("d"), go);
-    std::vector<RemoteCopy> together{{local.path("a"), at.path("2 ")}};
-    for (int i = 0; i < 6; ++i)
-        together.push_back({local.path("a"), at.path(u"d/%1"_s.arg(i))});
-    at.server()->uploadAll(
-        together, [](std::size_t) {}, go);
-    for (const RemoteCopy &copy : together) {
-        QVERIFY2(copy.state == RemoteCopy::State::arrived, qUtf8Printable(copy.failure));
-        QCOMPARE(copy.copiedBytes, 1);
-        QCOMPARE(QFileInfo(copy.to).lastModified().toUTC(), then);
+    at.make("d/ e/ f/");
+    const QString tooLong = u"e/"_s + QString(300, u'x');
+    // In two folders, in one, and in one with a name that no disk takes.
+    for (const QStringList &names : {QStringList{u"2 "_s, u"d/0"_s, u"d/1"_s, u"d/2"_s, u"d/3"_s},
+                                     QStringList{u"f/0"_s, u"f/1"_s, u"f/2"_s, u"f/3"_s, u"f/4"_s},
+                                     QStringList{u"e/1"_s, u"e/2"_s, tooLong, u"e/4"_s, u"e/5"_s}}) {
+        std::vector<RemoteCopy> together;
+        for (const QString &name : names)
+            together.push_back({local.path("a"), at.path(name)});
+        at.server()->uploadAll(
+            together, [](std::size_t) {}, go);
+        for (const RemoteCopy &copy : together) {
+            if (copy.to == at.path(tooLong)) {
+                QVERIFY(copy.state == RemoteCopy::State::failed && !copy.failure.isEmpty());
+                continue;
+            }
+            QVERIFY2(copy.state == RemoteCopy::State::arrived, qUtf8Printable(copy.failure));
+            QCOMPARE(copy.copiedBytes, 1);
+            QCOMPARE(QFileInfo(copy.to).lastModified().toUTC(), then);
+        }
+        const QString last = names.constLast();
+        QCOMPARE(at.mode(last.left(1).toLatin1(), last.mid(2)), u"rw-------"_s);
     }
-    QCOMPARE(at.mode("d", u"1"_s), u"rw-------"_s);
+}
+
+void foldersTakeNamesOfNothingElse(const Place &at)
+{
+    if (!at.server())
+        QSKIP("Only servers rename like that.");
+    at.make("part/ part/new=1 file=2 folder/ folder/old=3");
+    QVERIFY(QFile::link(at.path("folder"), at.path("link")));
+    const TreeSnapshot before = at.contents();
+    for (const char *name : {"file", "folder", "link"})
+        QVERIFY2(!at.server()->renameBeside(at.path("part"), at.path(name), go), name);
+    QCOMPARE(at.contents(), before);
+    QVERIFY(!at.server()->renameBeside(at.path("missing"), at.path("name"), go));
+    if (at.server()->renameBeside(at.path("part"), at.path("name"), go))
+        QCOMPARE(at.listed("name").keys(), QStringList{u"new"_s});
+    else
+        QCOMPARE(at.contents(), before);
 }
 
 /// The beginnings differ from those of the sources, which tells what was sent.
@@ -386,6 +414,7 @@ constexpr std::pair<const char *, Rule> rules[] = {
     {"links are listed, followed and removed as links", linksAreListedFollowedAndRemovedAsLinks},
     {"files travel with their times and modes", filesTravelWithTimesAndModes},
     {"transfers go on where they broke off", transfersGoOnWhereTheyBrokeOff},
+    {"folders take names of nothing else", foldersTakeNamesOfNothingElse},
     {"a whole tree is told as its folders are", wholeTreeIsToldAsItsFoldersAre},
 };
 
