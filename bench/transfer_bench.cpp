@@ -18,6 +18,8 @@
 #include <QFile>
 #include <QRandomGenerator>
 
+#include <array>
+#include <future>
 #include <iostream>
 #include <stdexcept>
 
@@ -178,6 +180,34 @@ public:
                          (direction == up ? there : QString()) + target + u'/'});
     }
 
+    /// The floor of what a server without a shell can be asked for by its client: four of it, each with a quarter of
+    /// the files, without part names, checks or a listing.
+    void copyByClients(Direction direction)
+    {
+        constexpr int lanes = 4;
+        const QString target = freshTarget();
+        QDir().mkdir(target);
+        QFile::setPermissions(target, QFile::Permissions(0x7777));
+        std::array<QByteArray, lanes> batches;
+        int file = 0;
+        for (const QString &name : QDir(from()).entryList(QDir::Files)) {
+            const QString command = direction == up ? u"put"_s : u"get"_s;
+            batches.at(std::size_t(file++ % lanes)) +=
+                u"%1 -p \"%2/%4\" \"%3/%4\"\n"_s.arg(command, from(), target, name).toUtf8();
+        }
+        std::array<std::future<void>, lanes> running;
+        for (std::size_t lane = 0; lane < lanes; ++lane) {
+            running.at(lane) = std::async(std::launch::async, [this, input = batches.at(lane) + "quit\n"] {
+                run(u"/usr/bin/sftp"_s,
+                    options() +
+                        QStringList{u"-P"_s, QString::number(m_record.port), m_record.username + u'@' + m_record.host},
+                    input);
+            });
+        }
+        for (std::future<void> &lane : running)
+            lane.get();
+    }
+
     /// One file by the bare client.
     void copyByClient(const QString &file, Direction direction)
     {
@@ -275,6 +305,11 @@ void byLftp(Line &line, Direction direction)
     line.copyByLftp(direction);
 }
 
+void byClients(Line &line, Direction direction)
+{
+    line.copyByClients(direction);
+}
+
 void byRsync(Line &line, Direction direction)
 {
     line.copyByRsync(direction);
@@ -296,25 +331,46 @@ void noShellAgainstLftp(benchmark::State &state)
 {
     manySmallFiles(state, withoutShell, byLftp, 1);
 }
+void noShellAgainstClients(benchmark::State &state)
+{
+    manySmallFiles(state, withoutShell, byClients, 1.1);
+}
 void ftpAgainstLftp(benchmark::State &state)
 {
     manySmallFiles(state, ftp, byLftp, 1);
 }
 
-void nearAndFar(benchmark::internal::Benchmark *benchmark)
+void named(benchmark::internal::Benchmark *benchmark)
 {
-    benchmark->UseManualTime()->Unit(benchmark::kMillisecond);
-    for (const int roundTrip : {0, 30, 100}) {
-        for (const int direction : {up, down})
-            benchmark->Args({direction, roundTrip});
-    }
+    benchmark->UseManualTime()->Unit(benchmark::kMillisecond)->ArgNames({"down", "ms"});
+}
+
+/// Where the two machines take the time, one run says little.
+void near(benchmark::internal::Benchmark *benchmark)
+{
+    named(benchmark);
+    benchmark->Args({up, 0})->Args({down, 0})->Iterations(11);
+}
+
+void far(benchmark::internal::Benchmark *benchmark)
+{
+    named(benchmark);
+    for (const int roundTrip : {30, 100})
+        benchmark->Args({up, roundTrip})->Args({down, roundTrip});
     benchmark->Iterations(1);
 }
-BENCHMARK(shellAgainstLftp)->Apply(nearAndFar);
-BENCHMARK(shellAgainstRsync)->Apply(nearAndFar);
-BENCHMARK(selectionAgainstLftp)->Apply(nearAndFar);
-BENCHMARK(noShellAgainstLftp)->Apply(nearAndFar);
-BENCHMARK(ftpAgainstLftp)->Apply(nearAndFar);
+
+BENCHMARK(shellAgainstLftp)->Apply(near);
+BENCHMARK(shellAgainstRsync)->Apply(near);
+BENCHMARK(selectionAgainstLftp)->Apply(near);
+BENCHMARK(noShellAgainstLftp)->Apply(near);
+BENCHMARK(noShellAgainstClients)->Apply(near);
+BENCHMARK(ftpAgainstLftp)->Apply(near);
+BENCHMARK(shellAgainstLftp)->Apply(far);
+BENCHMARK(shellAgainstRsync)->Apply(far);
+BENCHMARK(selectionAgainstLftp)->Apply(far);
+BENCHMARK(noShellAgainstLftp)->Apply(far);
+BENCHMARK(ftpAgainstLftp)->Apply(far);
 
 /// One file of 1 GiB against the bare client: at least 0.9 of its rate.
 void largeFile(benchmark::State &state, Place place)
