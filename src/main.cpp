@@ -5,6 +5,7 @@
 #include "app/InstanceLock.h"
 #include "app/InstanceServer.h"
 #include "base/Job.h"
+#include "files/NativePath.h"
 #include "platform/SecretServiceKeychain.h"
 #include "platform/SystemProcessRunner.h"
 #include "ui/FirstPaint.h"
@@ -53,20 +54,54 @@ int tellOpenWindow(HandOver outcome, const InstanceLock &lock)
 {
     if (outcome == HandOver::accepted)
         return 0;
+    if (outcome == HandOver::tooMuch) {
+        std::fputs(
+            "Moorix is running, and its window takes no more than 256 KiB of names at once. Nothing was opened.\n",
+            stderr);
+        return 1;
+    }
     if (outcome == HandOver::refused) {
         std::fputs("Moorix is running, and its window does not take this: it may be of another version. Close it and "
                    "start again.\n",
                    stderr);
         return 1;
     }
+    const InstanceLock::Holder holder = lock.holder().value_or(InstanceLock::Holder{});
+    const auto process = static_cast<long long>(holder.process);
+    if (!holder.deafness.isEmpty()) {
+        std::fprintf(stderr,
+                     "Moorix is running already (process %lld), but its window could not set up where it hears of "
+                     "further starts: %s. Nothing was opened; open it in that window.\n",
+                     process, qPrintable(holder.deafness));
+        return 1;
+    }
     std::fprintf(stderr,
                  "Moorix is running already (process %lld) but does not answer. Nothing was opened; wait for its "
                  "window, or end that process if it stays like this.\n",
-                 static_cast<long long>(lock.holder().value_or(0)));
+                 process);
     return 1;
 }
 
-int runWindow(int &argc, char **argv, const InstanceLock &lock)
+/// Names as they are on disk, whatever their encoding.
+QStringList argumentsFrom(int argc, char **argv)
+{
+    QStringList arguments;
+    for (int index = 0; index < argc; ++index)
+        arguments += NativePath::text(argv[index]);
+    return arguments;
+}
+
+/// Without that, a further start would only find a window that does not answer.
+void explainDeafness(const InstanceServer &instance, InstanceLock &lock, AppModel &model)
+{
+    if (instance.problem().isEmpty())
+        return;
+    lock.noteDeafness(instance.problem());
+    emit model.messageRaised(
+        QStringLiteral("Further starts of Moorix cannot open anything in this window: %1.").arg(instance.problem()));
+}
+
+int runWindow(int &argc, char **argv, InstanceLock &lock)
 {
     qInstallMessageHandler(explainMissingDisplay);
     QApplication application(argc, argv);
@@ -88,7 +123,9 @@ int runWindow(int &argc, char **argv, const InstanceLock &lock)
         });
         const TerminationSignals signalsOfTheSystem;
         QObject::connect(&signalsOfTheSystem, &TerminationSignals::terminationRequested, &window, &MainWindow::quitNow);
-        const QStringList targets = QApplication::arguments().mid(1);
+        explainDeafness(instance, lock, model);
+        // Qt has taken its own options out of them.
+        const QStringList targets = argumentsFrom(argc, argv).mid(1);
         window.openTargets(targets);
         auto *firstPaint = new FirstPaint(window);
         if (targets.isEmpty())
@@ -105,7 +142,7 @@ int runWindow(int &argc, char **argv, const InstanceLock &lock)
 int runCommand(int &argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
-    const int code = CommandLine::run(QCoreApplication::arguments());
+    const int code = CommandLine::run(argumentsFrom(argc, argv));
     stopAllWork(patienceAtExit);
     return code;
 }
@@ -114,9 +151,7 @@ int runCommand(int &argc, char **argv)
 
 int main(int argc, char *argv[])
 {
-    QStringList arguments;
-    for (int index = 0; index < argc; ++index)
-        arguments += QString::fromLocal8Bit(argv[index]);
+    const QStringList arguments = argumentsFrom(argc, argv);
     if (CommandLine::isCommand(arguments))
         return runCommand(argc, argv);
     InstanceLock lock;

@@ -79,7 +79,7 @@ HandOver handOver(const QString &socketPath, const OpenRequest &request, std::ch
     const Clock::time_point deadline = Clock::now() + patience;
     const QByteArray line = instanceMessage::encode(request);
     if (line.size() > instanceMessage::longestBytes)
-        return HandOver::refused;
+        return HandOver::tooMuch;
     const FileDescriptor socket = connected(socketPath, deadline);
     if (!socket.isOpen() || !sendAll(socket, line, deadline))
         return HandOver::unanswered;

@@ -8,7 +8,7 @@
 namespace moorix {
 
 /// What became of handing a request over.
-enum class HandOver { accepted, refused, unanswered };
+enum class HandOver { accepted, refused, tooMuch, unanswered };
 
 /// Hands a request to the window that listens at the socket, which may only be starting yet, and waits for its answer.
 /// Blocking; needs no application object.

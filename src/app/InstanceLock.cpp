@@ -8,6 +8,7 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <algorithm>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -65,26 +66,43 @@ bool InstanceLock::tryToTake()
         m_socketPath.clear();
         return true;
     }
-    if (::flock(lock.value(), LOCK_EX | LOCK_NB) != 0)
-        return errno != EWOULDBLOCK;
-    const QByteArray number = QByteArray::number(qint64(::getpid()));
-    if (::ftruncate(lock.value(), 0) == 0 && ::pwrite(lock.value(), number.constData(), size_t(number.size()), 0) < 0) {
-        // The number is for messages only.
+    if (::flock(lock.value(), LOCK_EX | LOCK_NB) != 0) {
+        if (errno == EWOULDBLOCK)
+            return false;
+        // A file system without locks: the socket may be another window's.
+        m_socketPath.clear();
+        return true;
     }
     m_lock = std::move(lock);
+    note(QByteArray::number(qint64(::getpid())));
     return true;
 }
 
-std::optional<qint64> InstanceLock::holder() const
+void InstanceLock::noteDeafness(const QString &reason)
+{
+    note(QByteArray::number(qint64(::getpid())) + '\n' + reason.toUtf8());
+}
+
+void InstanceLock::note(const QByteArray &text)
+{
+    if (!m_lock.isOpen())
+        return;
+    if (::ftruncate(m_lock.value(), 0) == 0 && ::pwrite(m_lock.value(), text.constData(), size_t(text.size()), 0) < 0) {
+        // It is for messages only.
+    }
+}
+
+std::optional<InstanceLock::Holder> InstanceLock::holder() const
 {
     if (m_lockPath.isEmpty() || m_lock.isOpen())
         return std::nullopt;
     const FileDescriptor lock(::open(QFile::encodeName(m_lockPath).constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
     if (!lock.isOpen() || ::flock(lock.value(), LOCK_SH | LOCK_NB) == 0 || errno != EWOULDBLOCK)
         return std::nullopt;
-    char number[32] = {};
-    const ssize_t length = ::pread(lock.value(), number, sizeof number - 1, 0);
-    return length > 0 ? QByteArray(number, length).toLongLong() : 0;
+    char text[512] = {};
+    const ssize_t length = ::pread(lock.value(), text, sizeof text, 0);
+    const QString note = QString::fromUtf8(text, std::max<ssize_t>(length, 0));
+    return Holder{note.section(u'\n', 0, 0).toLongLong(), note.section(u'\n', 1)};
 }
 
 } // namespace moorix

@@ -15,18 +15,30 @@ namespace moorix {
 class InstanceLock final
 {
 public:
+    struct Holder
+    {
+        /// 0 when it did not say.
+        qint64 process = 0;
+        /// Why its window cannot be spoken to; empty when it can, as far as it knows.
+        QString deafness = {};
+    };
+
     /// Does not take the lock.
     InstanceLock();
 
     /// Returns whether this program holds the lock by now. True too where there is no private folder for it: the window
     /// opens all the same, and `socketPath` is empty.
     bool tryToTake();
-    /// The process that holds the lock, when it is another one; 0 when it did not say.
-    std::optional<qint64> holder() const;
+    /// Tells later starts why this program, which holds the lock, does not hear them.
+    void noteDeafness(const QString &reason);
+    /// Who holds the lock, when it is another process.
+    std::optional<Holder> holder() const;
     /// Empty where there can be no socket.
     const QString &socketPath() const { return m_socketPath; }
 
 private:
+    void note(const QByteArray &text);
+
     QString m_lockPath;
     QString m_socketPath;
     FileDescriptor m_lock;

@@ -27,7 +27,8 @@ InstanceServer::InstanceServer(const QString &socketPath, QObject *parent)
     m_server->setMaxPendingConnections(mostWaiting);
     QLocalServer::removeServer(socketPath);
     connect(m_server.get(), &QLocalServer::newConnection, this, &InstanceServer::takeConnection);
-    m_server->listen(socketPath);
+    if (!m_server->listen(socketPath))
+        m_problem = m_server->errorString();
 }
 
 InstanceServer::~InstanceServer() = default;
@@ -53,9 +54,10 @@ void InstanceServer::hear(QLocalSocket &socket)
     const std::optional<OpenRequest> request = instanceMessage::decode(socket.readLine());
     socket.disconnect(this);
     socket.write(instanceMessage::answer(request.has_value()));
-    socket.flush();
+    // Whoever has hung up has told the user already that nothing was opened.
+    const bool isAnswered = socket.flush() && socket.state() == QLocalSocket::ConnectedState;
     socket.disconnectFromServer();
-    if (request)
+    if (request && isAnswered)
         emit openRequested(*request);
 }
 

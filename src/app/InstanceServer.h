@@ -23,8 +23,11 @@ public:
     explicit InstanceServer(const QString &socketPath, QObject *parent = nullptr);
     ~InstanceServer() override;
 
+    /// Why nothing is heard, in the system's words; empty while the socket is listened at, and without a path.
+    const QString &problem() const { return m_problem; }
+
 signals:
-    /// The other program has its answer already.
+    /// The other program has its answer already; what it gave up waiting for is not requested any more.
     void openRequested(const moorix::OpenRequest &request);
 
 private:
@@ -32,6 +35,7 @@ private:
     void hear(QLocalSocket &socket);
 
     std::unique_ptr<QLocalServer> m_server;
+    QString m_problem;
 };
 
 } // namespace moorix

@@ -2,6 +2,7 @@
 #include "endpoints/DiagnosticsExchange.h"
 
 #include "base/Error.h"
+#include "endpoints/ForeignText.h"
 #include "platform/HttpClient.h"
 
 #include <QJsonArray>
@@ -45,7 +46,7 @@ DiagnosticsReply DiagnosticsReply::parse(const QByteArray &body)
     constexpr qsizetype longestVersion = 64;
     const QJsonObject object = document.object();
     DiagnosticsReply reply;
-    reply.latestVersion = object[u"update"_s][u"latest_version"_s].toString().trimmed().left(longestVersion);
+    reply.latestVersion = foreignText::line(object[u"update"_s][u"latest_version"_s].toString()).left(longestVersion);
     const QJsonArray entries = object[u"commands"_s].toArray();
     for (const QJsonValue &entry : entries) {
         const DiagnosticCommand command{identifierIn(entry.toObject()), entry[u"action"_s].toString()};

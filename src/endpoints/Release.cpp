@@ -3,6 +3,7 @@
 
 #include "base/Error.h"
 #include "endpoints/EndpointAddress.h"
+#include "endpoints/ForeignText.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -51,11 +52,13 @@ QUrl downloadIn(const QJsonObject &reply, const QUrl &endpoint)
 /// Names come from a server and become names in the user's Downloads folder.
 void checkFileName(const QString &name)
 {
-    const auto isControl = [](QChar c) { return c.category() == QChar::Other_Control; };
-    const bool hasControl = std::any_of(name.cbegin(), name.cend(), isControl);
-    if (name.contains(u'/') || name.contains(u'\\') || name.startsWith(u'.') || name.contains(u".."_s) || hasControl) {
+    // Marks that turn the direction of writing would show another ending than the file's own.
+    const bool isPrintable = foreignText::printable(name) == name;
+    if (name.contains(u'/') || name.contains(u'\\') || name.startsWith(u'.') || name.contains(u".."_s) ||
+        !isPrintable) {
         QString shown = name;
-        std::replace_if(shown.begin(), shown.end(), isControl, u'?');
+        std::replace_if(
+            shown.begin(), shown.end(), [](QChar c) { return !c.isPrint(); }, u'?');
         fail(u"The update response names a file “%1”, which is not a plain file name."_s.arg(shown));
     }
     constexpr qsizetype mostBytes = 200;
@@ -85,7 +88,8 @@ Release Release::fromReply(const QByteArray &body, const QUrl &endpoint)
         fail(u"The update response was not valid JSON."_s);
     const QJsonObject reply = document.object();
     Release release;
-    release.version = firstString(reply, {u"version"_s, u"latest_version"_s, u"latestVersion"_s, u"short_version"_s});
+    release.version = foreignText::line(
+        firstString(reply, {u"version"_s, u"latest_version"_s, u"latestVersion"_s, u"short_version"_s}));
     constexpr qsizetype mostCharacters = 64;
     if (release.version.isEmpty() || release.version.size() > mostCharacters)
         fail(u"The update response is missing a version."_s);
@@ -97,8 +101,9 @@ Release Release::fromReply(const QByteArray &body, const QUrl &endpoint)
     if (release.fileName.isEmpty())
         release.fileName = u"Moorix-%1.dmg"_s.arg(release.version);
     checkFileName(release.fileName);
-    release.notes =
-        presentText(firstString(reply, {u"notes"_s, u"release_notes"_s, u"releaseNotes"_s, u"changelog"_s}));
+    constexpr qsizetype longestNotes = 16384;
+    release.notes = presentText(foreignText::lines(
+        firstString(reply, {u"notes"_s, u"release_notes"_s, u"releaseNotes"_s, u"changelog"_s}), longestNotes));
     return release;
 }
 

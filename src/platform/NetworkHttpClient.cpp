@@ -4,7 +4,9 @@
 #include "base/Error.h"
 
 #include <QEventLoop>
+#include <QHostAddress>
 #include <QNetworkAccessManager>
+#include <QNetworkProxy>
 #include <QNetworkReply>
 #include <QSslError>
 #include <QTimer>
@@ -46,6 +48,28 @@ QString failureText(const QNetworkReply &reply, const QStringList &certificatePr
     }
 }
 
+/// The number that the address leaves out counts like one that it tells.
+int portOf(const QUrl &url)
+{
+    return url.port(url.scheme() == u"https" ? 443 : 80);
+}
+
+bool isLoopback(const QString &host)
+{
+    return host == u"localhost" || host.endsWith(u".localhost"_s) || QHostAddress(host).isLoopback();
+}
+
+/// Those of the desktop or the environment. This machine itself is never asked through another one.
+class SystemProxies final : public QNetworkProxyFactory
+{
+public:
+    QList<QNetworkProxy> queryProxy(const QNetworkProxyQuery &query) override
+    {
+        return isLoopback(query.peerHostName()) ? QList{QNetworkProxy(QNetworkProxy::NoProxy)}
+                                                : systemProxyForQuery(query);
+    }
+};
+
 bool isRedirect(int status)
 {
     return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
@@ -62,7 +86,7 @@ QUrl redirectTarget(const QNetworkReply &reply, int status, bool isPost)
         fail(u"%1 redirects to an unencrypted address, which is not followed."_s.arg(from.host()));
     if (to.host() != from.host())
         fail(u"%1 redirects to another host, %2, which is not followed."_s.arg(from.host(), to.host()));
-    if (to.scheme() == from.scheme() && to.port() != from.port())
+    if (to.scheme() == from.scheme() && portOf(to) != portOf(from))
         fail(u"%1 redirects to another port, which is not followed."_s.arg(from.host()));
     if (isPost && status != 307 && status != 308)
         fail(u"%1 redirects in a way that loses what was sent to it."_s.arg(from.host()));
@@ -109,6 +133,7 @@ public:
 private:
     void start()
     {
+        m_manager.setProxyFactory(new SystemProxies);
         QNetworkRequest request(m_url);
         request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
         request.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
@@ -163,6 +188,9 @@ private:
         const int status = m_network->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
         if (m_reply.status != 0 || status < 200)
             return;
+        constexpr int proxyWantsLogin = 407;
+        if (status == proxyWantsLogin)
+            fail(u"The proxy on the way to %1 wants a login."_s.arg(m_url.host()));
         m_reply.status = status;
         if (!m_reply.isSuccess())
             return m_loop.quit();

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/LaunchTarget.h"
 
+#include "files/NativePath.h"
 #include "ui/QuickConnectAddress.h"
 
 #include <QCoreApplication>
 #include <QDir>
-#include <QFile>
 #include <QSysInfo>
 #include <QUrl>
 
@@ -52,7 +52,7 @@ LaunchTarget fileUrlTarget(const QString &text)
     const QByteArray bytes = QByteArray::fromPercentEncoding(url.path(QUrl::FullyEncoded).toUtf8());
     if (!bytes.startsWith('/') || bytes.contains('\0'))
         return {{}, {}, {}, tr("“%1” names no file.").arg(text)};
-    return localTarget(QFile::decodeName(bytes));
+    return localTarget(NativePath::text(bytes));
 }
 
 bool isShell(NetworkProtocol protocol)

@@ -136,15 +136,41 @@ private slots:
     void windowThatDoesNotAnswerIsNamedAndNothingIsOpened()
     {
         ProgramHome home;
+        home.tree.write("home/late/", {});
         OpenWindow window(home);
         home.run({});
         QCOMPARE(home.code, 0);
         ::kill(pid_t(window.process.processId()), SIGSTOP);
-        home.run({u"."_s});
+        home.run({u"late"_s});
         ::kill(pid_t(window.process.processId()), SIGCONT);
         QCOMPARE(home.code, 1);
         QVERIFY2(home.err.contains(u"process %1) but does not answer"_s.arg(window.process.processId())),
                  qPrintable(home.err));
+        // Nor is it when the window is awake again.
+        home.run({});
+        QCOMPARE(home.code, 0);
+        QVERIFY(!window.tabs().contains(home.tree.path("home/late")));
+    }
+
+    void windowThatCannotListenTellsFurtherStartsWhy()
+    {
+        ProgramHome home;
+        QString socket;
+        {
+            OpenWindow window(home);
+            socket = window.socket();
+        }
+        // A folder that is not empty cannot be replaced by a socket.
+        QVERIFY(QDir().mkpath(socket + u"/in the way"_s));
+        QProcess process;
+        home.start(process, {});
+        const QString lock = QString(socket).replace(u".socket"_s, u".lock"_s);
+        QTRY_VERIFY_WITH_TIMEOUT(contentOf(lock).startsWith(QByteArray::number(process.processId()) + '\n'), 20000);
+        home.run({});
+        process.terminate();
+        QVERIFY2(home.code == 1 && home.err.contains(u"could not set up where it hears of further starts: "_s),
+                 qPrintable(home.err));
+        QVERIFY(process.waitForFinished(10000));
     }
 
     void wordsThatAreNoneOfOursAreTurnedAway()

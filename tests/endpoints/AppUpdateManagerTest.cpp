@@ -85,13 +85,23 @@ private slots:
         const QByteArray start = "{\"version\":\"2\",\"url\":\"";
         for (const char *url : {"", "ftp://h/a.dmg", "a.dmg", "file:///etc/passwd", "http://"})
             QCOMPARE(problemWith(start + url + "\"}"), u"The update response is missing a valid DMG URL."_s);
-        for (const char *name : {"../a.dmg", "/etc/a", "a\\\\b.dmg", ".a.dmg", "..", "a\\n.dmg"}) {
-            const QString shown = QString::fromUtf8(name).replace(u"\\n"_s, u"?"_s).replace(u"\\\\"_s, u"\\"_s);
+        for (const char *name : {"../a.dmg", "/etc/a", "a\\\\b.dmg", ".a.dmg", "..", "a\\n.dmg", "a\\u202Egmd.x"}) {
+            const QString shown = QString::fromUtf8(name)
+                                      .replace(u"\\n"_s, u"?"_s)
+                                      .replace(u"\\u202E"_s, u"?"_s)
+                                      .replace(u"\\\\"_s, u"\\"_s);
             QCOMPARE(problemWith(start + "http://h/a.dmg\",\"file_name\":\"" + name + "\"}"),
                      u"The update response names a file “%1”, which is not a plain file name."_s.arg(shown));
         }
         QCOMPARE(problemWith(start + "http://h/a.desktop\"}"),
                  u"The update response names a file “a.desktop”, which is no installer."_s);
+        // What would drive a terminal, or fill a window, is left out.
+        const Release release = Release::fromReply(
+            start + "http://h/\",\"version\":\"2\\u001b[2J\\n\\u202Ea\",\"notes\":\"\\u001b[1mNew\\nand " +
+                QByteArray(99999, 'x') + "\"}",
+            QUrl());
+        QCOMPARE(release.version, u"2[2J a"_s);
+        QVERIFY(release.notes->startsWith(u"[1mNew\nand xxx") && release.notes->size() < 17000);
         code = 500;
         QCOMPARE(problemWith("{}"), u"The update server returned an unexpected status."_s);
         QCOMPARE(scene.updates.lastCheckedAt(), scene.now);

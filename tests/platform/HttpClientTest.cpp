@@ -4,6 +4,8 @@
 #include "support/TestMain.h"
 #include "support/WebServer.h"
 
+#include <QScopeGuard>
+
 using namespace moorix;
 using namespace moorix::test;
 using namespace Qt::StringLiterals;
@@ -61,6 +63,24 @@ private slots:
         QTEST(failureOf(server.url(), isPost ? std::optional<QByteArray>("{}") : std::nullopt,
                         answer.isEmpty() ? 200ms : 10s),
               "failure");
+    }
+
+    void proxiesOfTheEnvironmentAreUsedButNotForThisMachine()
+    {
+        WebServer server([](const WebRequest &) { return WebServer::reply("here"); });
+        int status = 200;
+        WebServer proxy([&](const WebRequest &) { return WebServer::reply("there", status); });
+        qputenv("http_proxy", proxy.url({}).toUtf8());
+        const auto unset = qScopeGuard([] { qunsetenv("http_proxy"); });
+        QCOMPARE(failureOf(server.url()), QString());
+        QCOMPARE(failureOf(server.url().replace(u"127.0.0.1"_s, u"localhost"_s)), QString());
+        QCOMPARE(proxy.connections(), 0);
+        const QString far = u"http://updates.invalid/check?in"_s;
+        QCOMPARE(failureOf(far, QByteArray("{}")), QString());
+        QCOMPARE(proxy.requests().last().path, far.toUtf8());
+        QCOMPARE(proxy.requests().last().body, "{}");
+        status = 407;
+        QCOMPARE(failureOf(far), u"The proxy on the way to updates.invalid wants a login."_s);
     }
 
     void certificatesAreChecked()

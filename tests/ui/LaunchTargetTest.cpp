@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/LaunchTarget.h"
+#include "files/NativePath.h"
 #include "support/TestMain.h"
 
 #include <QDir>
-#include <QFile>
 
 using namespace moorix;
 using namespace moorix::test;
@@ -26,7 +26,7 @@ private slots:
             {u"file:///srv/a%20b%23%3Fc"_s, u"/srv/a b#?c"_s},
             {u"FILE://localhost/srv/"_s, u"/srv"_s},
             {u"file:/srv"_s, u"/srv"_s},
-            {u"file:///srv/%FF"_s, QFile::decodeName("/srv/\xFF")},
+            {u"file:///srv/%FF"_s, NativePath::text("/srv/\xFF")},
         };
         for (const auto &[text, path] : rows)
             QCOMPARE(launchTarget(text, m_servers).path, std::optional(path));

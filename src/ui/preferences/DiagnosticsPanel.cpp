@@ -53,7 +53,7 @@ DiagnosticsPanel::DiagnosticsPanel(RemoteDiagnosticsService &diagnostics, QWidge
     column->addWidget(Widgets::label(
         tr("The server may then ask for: a system snapshot, disk usage, network interfaces, DNS configuration, names "
            "of running processes, Moorix's recent log, names and addresses of saved servers, and of open sessions. No "
-           "passwords, keys or file names."),
+           "passwords, keys or contents of files."),
         Widgets::TextRole::muted, this));
     m_refresh.setInterval(std::chrono::seconds(5));
     connect(&m_refresh, &QTimer::timeout, this, &DiagnosticsPanel::showPayload);
