@@ -55,9 +55,11 @@ void MainWindow::connectEditor()
             m_editor->focusContent();
     });
     m_leftOver = runJob([copies = m_model.recoveryCopies()](const std::stop_token &) { return copies->leftOver(); },
-                        [this](const QList<RecoveryCopies::Found> &found) {
-                            if (!found.isEmpty())
-                                offerUnsavedText(found);
+                        [this](const RecoveryCopies::LeftOver &leftOver) {
+                            if (!leftOver.found.isEmpty())
+                                offerUnsavedText(leftOver.found);
+                            for (const QString &problem : leftOver.problems)
+                                emit m_model.messageRaised(problem);
                         },
                         [this](const Error &error) { emit m_model.messageRaised(error.message()); });
 }
