@@ -112,19 +112,25 @@ Standing standing(FileService &service, const QString &path, const FileVersion &
 Saving save(FileService &service, const QString &path, const QByteArray &bytes, const std::optional<FileVersion> &known,
             const std::stop_token &stop)
 {
+    FileVersion version{bytes.size(), std::nullopt, checksumOf(bytes)};
+    bool isThere = false;
     if (known) {
         const Standing now = standing(service, path, *known, stop);
-        if (now != Standing::same)
+        // Somebody may have written the very same, or an earlier try whose success was not heard of.
+        isThere = now == Standing::changed && standing(service, path, version, stop) == Standing::same;
+        if (now != Standing::same && !isThere)
             return {now, *known};
     }
-    service.write(bytes, path, stop);
+    if (!isThere)
+        service.write(bytes, path, stop);
     const auto item = found(service, path, stop);
     if (!item || item->size != bytes.size()) {
         throw Error(u"Editor"_s, u"“%1” was written, but now holds %2 instead of %3."_s.arg(
                                      Format::display(path), Format::byteCount(item ? item->size : 0),
                                      Format::byteCount(bytes.size())));
     }
-    return {Standing::same, {bytes.size(), item->modified, checksumOf(bytes)}};
+    version.modified = item->modified;
+    return {Standing::same, version};
 }
 
 std::optional<Unencodable> firstUnencodable(const QString &text, TextEncoding encoding)
