@@ -100,6 +100,18 @@ void MainWindow::offerUnsavedText(const QList<RecoveryCopies::Found> &found)
     });
 }
 
+/// False, once, where that fails: the question before has promised it.
+bool MainWindow::keepUnsavedText()
+{
+    const QString problem = m_editor->keepNow();
+    if (problem.isEmpty() || std::exchange(m_hasWarnedOfLoss, true))
+        return true;
+    m_mayClose = false;
+    m_question->ask(tr("What is not saved cannot be kept for the next start and would be lost: %1").arg(problem),
+                    tr("Quit all the same"), MessageBar::Tone::danger, [this] { quitNow(); });
+    return false;
+}
+
 /// What lists would do with these keys, done to the text.
 void MainWindow::runEditorCommand(PaneCommand command)
 {

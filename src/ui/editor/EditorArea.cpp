@@ -248,7 +248,7 @@ void EditorArea::updateTab(EditorPage *page)
     const int index = m_stack->indexOf(page);
     if (index < 0)
         return;
-    const QString name = Format::display(page->title());
+    const QString name = Format::display(page->title()).replace(QLatin1Char('&'), QLatin1String("&&"));
     m_bar->setTabText(index, page->isModified() ? tr("● %1").arg(name) : name);
     m_bar->setTabToolTip(index, Widgets::toolTip(page->where()));
     emit titleChanged();
@@ -287,10 +287,14 @@ void EditorArea::saveAll(std::function<void()> done)
     page->saveThen([this, done = std::move(done)]() mutable { saveAll(std::move(done)); });
 }
 
-void EditorArea::keepNow()
+QString EditorArea::keepNow()
 {
+    QStringList problems;
     for (EditorPage *page : pages())
-        page->keepNow();
+        problems << page->keepNow();
+    problems.removeAll(QString());
+    problems.removeDuplicates();
+    return problems.join(QLatin1Char(' '));
 }
 
 void EditorArea::applyLook()

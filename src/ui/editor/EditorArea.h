@@ -37,8 +37,8 @@ public:
     QList<EditorPage *> unsaved() const;
     /// Saves everything, then calls `done`; stops at the first file that cannot be saved and shows it.
     void saveAll(std::function<void()> done);
-    /// Keeps unsaved text at the end of the program: blocking.
-    void keepNow();
+    /// Keeps unsaved text at the end of the program: blocking. Returns what went wrong, or nothing.
+    QString keepNow();
     void applyLook();
 
 signals:

@@ -127,6 +127,12 @@ QByteArray EditorView::content() const
     return {bytes, size};
 }
 
+LineEnds EditorView::lineEnds() const
+{
+    const long size = SendScintilla(SCI_GETLENGTH);
+    return LineEnds::of({static_cast<const char *>(SendScintillaPtrResult(SCI_GETCHARACTERPOINTER)), size});
+}
+
 void EditorView::markSaved()
 {
     SendScintilla(SCI_SETSAVEPOINT);
