@@ -79,6 +79,8 @@ private slots:
         QTRY_VERIFY(bench.choice("Compare"));
         bench.click(bench.choice("Compare"));
         QTRY_VERIFY(bench.find("diffView"));
+        bench.key(Qt::Key_Right, Qt::AltModifier);
+        QVERIFY(bench.label("diffRemark").startsWith(u"Your text is changed in the editor only."_s));
         bench.key(Qt::Key_Escape);
         QTRY_COMPARE(QApplication::focusWidget(), bench.view());
         QCOMPARE(bench.text(), "mine old\n");

@@ -3,6 +3,7 @@
 
 #include "files/FileService.h"
 #include "files/Format.h"
+#include "platform/Preferences.h"
 #include "ui/Widgets.h"
 
 #include <QHBoxLayout>
@@ -16,11 +17,20 @@
 
 namespace moorix {
 
+namespace {
+
+const QString wrapsKey = QStringLiteral("editor.wrapsLines");
+const QString blanksKey = QStringLiteral("editor.showsBlanks");
+
+} // namespace
+
 EditorArea::EditorArea(AppModel &model, QWidget *parent)
     : QWidget(parent)
     , m_model(model)
     , m_bar(new QTabBar(this))
     , m_stack(new QStackedWidget(this))
+    , m_wraps(model.preferences().value(wrapsKey).toBool())
+    , m_showsBlanks(model.preferences().value(blanksKey).toBool())
 {
     setObjectName(QStringLiteral("editorArea"));
     setAttribute(Qt::WA_StyledBackground);
@@ -69,6 +79,8 @@ QWidget *EditorArea::makeHeader()
     m_blanks = addButton(*row, EditorCommand::showBlanks, QStringLiteral("editorBlanks"));
     m_wrap->setCheckable(true);
     m_blanks->setCheckable(true);
+    m_wrap->setChecked(m_wraps);
+    m_blanks->setChecked(m_showsBlanks);
     connect(back, &QToolButton::clicked, this, &EditorArea::backRequested);
     return header;
 }
@@ -209,9 +221,10 @@ EditorPage *EditorArea::add(const EditorPage::Opened &opened)
     connect(page, &EditorPage::closed, this, [this, page] { close(page); });
     connect(page, &EditorPage::comparisonRequested, this, &EditorArea::comparisonRequested);
     connect(page, &EditorPage::messageRaised, &m_model, &AppModel::messageRaised);
-    connect(page, &EditorPage::wrapRequested, this, [this] { setSwitch(m_wraps, m_wrap, &EditorPage::setWraps); });
+    connect(page, &EditorPage::wrapRequested, this,
+            [this] { setSwitch(m_wraps, wrapsKey, m_wrap, &EditorPage::setWraps); });
     connect(page, &EditorPage::blanksRequested, this,
-            [this] { setSwitch(m_showsBlanks, m_blanks, &EditorPage::setShowsBlanks); });
+            [this] { setSwitch(m_showsBlanks, blanksKey, m_blanks, &EditorPage::setShowsBlanks); });
     m_stack->addWidget(page);
     addCloseButton(m_bar->addTab(QString()), page);
     updateTab(page);
@@ -235,9 +248,10 @@ void EditorArea::addCloseButton(int index, EditorPage *page)
     });
 }
 
-void EditorArea::setSwitch(bool &value, QToolButton *button, void (EditorPage::*apply)(bool))
+void EditorArea::setSwitch(bool &value, const QString &key, QToolButton *button, void (EditorPage::*apply)(bool))
 {
     value = !value;
+    m_model.preferences().setValue(key, value);
     button->setChecked(value);
     for (EditorPage *page : pages())
         (page->*apply)(value);

@@ -64,7 +64,7 @@ private:
     void addCloseButton(int index, EditorPage *page);
     void close(EditorPage *page);
     void updateTab(EditorPage *page);
-    void setSwitch(bool &value, QToolButton *button, void (EditorPage::*apply)(bool));
+    void setSwitch(bool &value, const QString &key, QToolButton *button, void (EditorPage::*apply)(bool));
 
     AppModel &m_model;
     QTabBar *m_bar;

@@ -195,6 +195,7 @@ void EditorPage::compare()
         comparison.pair.b.path = textPath;
         comparison.pair.leftService = m_disk;
         comparison.pair.rightService = m_disk;
+        comparison.isRightFixed = true;
         // The question is there again when the user comes back.
         sayStanding(m_document->standing());
         emit comparisonRequested(comparison);
