@@ -244,8 +244,8 @@ private slots:
 
     void bothThemesAreReadable()
     {
-        const EditorBench bench({{"left/a.cpp", "// comment\nint main() { return \"text\" + 1; }\n"}});
-        bench.open("a.cpp");
+        const EditorBench bench(
+            {{"left/a.cpp", "// comment\nint main() { return \"text\" + 1; }\n"}, {"left/plain", "text\n"}});
         const auto luminance = [](long value) {
             const auto channel = [value](int shift) {
                 const double c = double((value >> shift) & 0xFF) / 255.0;
@@ -253,17 +253,24 @@ private slots:
             };
             return 0.2126 * channel(0) + 0.7152 * channel(8) + 0.0722 * channel(16);
         };
-        for (const QString &theme : {u"midnight"_s, u"daylight"_s}) {
-            bench.model->settings().themeID.set(theme);
-            QSet<long> colors;
-            for (unsigned long style = 0; style < 20; ++style) {
-                const long fore = bench.view()->SendScintilla(QsciScintillaBase::SCI_STYLEGETFORE, style);
-                const long back = bench.view()->SendScintilla(QsciScintillaBase::SCI_STYLEGETBACK, style);
-                const auto [low, high] = std::minmax({luminance(fore), luminance(back)});
-                QVERIFY2((high + 0.05) / (low + 0.05) >= 4.5, qPrintable(theme + QString::number(style)));
-                colors << fore;
+        for (const char *name : {"a.cpp", "plain"}) {
+            bench.open(name);
+            for (const QString &theme : {u"midnight"_s, u"daylight"_s}) {
+                bench.model->settings().themeID.set(theme);
+                QSet<long> colors;
+                for (unsigned long style = 0; style < 20; ++style) {
+                    const long fore = bench.view()->SendScintilla(QsciScintillaBase::SCI_STYLEGETFORE, style);
+                    const long back = bench.view()->SendScintilla(QsciScintillaBase::SCI_STYLEGETBACK, style);
+                    const auto [low, high] = std::minmax({luminance(fore), luminance(back)});
+                    QVERIFY2((high + 0.05) / (low + 0.05) >= 4.5, qPrintable(theme + QString::number(style)));
+                    colors << fore;
+                    // Plain text has one style.
+                    if (bench.button("editorLanguage") == u"Plain text"_s)
+                        break;
+                }
+                QCOMPARE(colors.size() >= 5, bench.button("editorLanguage") == u"C++"_s);
             }
-            QVERIFY(colors.size() >= 5);
+            bench.key(Qt::Key_Escape);
         }
     }
 };

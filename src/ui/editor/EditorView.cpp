@@ -183,10 +183,11 @@ void EditorView::applyLook()
     if (lexer()) {
         editorLexers::dress(*lexer(), font);
     } else {
+        // First: it makes all styles like the default one, whose colour is that of no theme.
+        SendScintilla(SCI_STYLECLEARALL);
         setFont(font);
         setColor(Theme::color(text));
         setPaper(Theme::color(base));
-        SendScintilla(SCI_STYLECLEARALL);
     }
     setMarginsFont(font);
     setMarginsBackgroundColor(Theme::color(base));
