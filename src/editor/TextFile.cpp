@@ -5,6 +5,7 @@
 #include "files/FileService.h"
 #include "files/Format.h"
 #include "files/LocalDisk.h"
+#include "files/LocalFileService.h"
 
 #include <QCryptographicHash>
 #include <QFileInfo>
@@ -50,6 +51,13 @@ std::optional<DecodedText> decoded(const QByteArray &bytes, std::optional<TextEn
     return text ? std::optional(DecodedText{*std::move(text), *encoding}) : std::nullopt;
 }
 
+/// A file may claim to be empty, or grow without end while it is read.
+QByteArray bytesOf(FileService &service, const QString &path, const std::stop_token &stop)
+{
+    auto *disk = dynamic_cast<LocalFileService *>(&service);
+    return disk ? disk->readHead(path, maxBytes + 1, stop) : service.read(path, stop);
+}
+
 } // namespace
 
 Reading load(FileService &service, const QString &path, std::optional<TextEncoding> encoding,
@@ -64,7 +72,12 @@ Reading load(FileService &service, const QString &path, std::optional<TextEncodi
         reading.obstacle = Obstacle::tooLarge;
         return reading;
     }
-    const QByteArray bytes = service.read(path, stop);
+    const QByteArray bytes = bytesOf(service, path, stop);
+    if (bytes.size() > maxBytes) {
+        reading.size = bytes.size();
+        reading.obstacle = Obstacle::tooLarge;
+        return reading;
+    }
     const auto text = decoded(bytes, encoding);
     if (!text) {
         reading.obstacle = Obstacle::noText;

@@ -152,6 +152,10 @@ void writeFile(const QByteArray &data, const QString &path, const std::stop_toke
             ::unlink(part.constData());
         } else if (::rename(part.constData(), file.constData()) != 0) {
             fail(path, QStringLiteral("could not be replaced"), errno);
+        } else {
+            // Else the new name may be lost with the power, after whatever kept a copy until now has let go of it.
+            const FileDescriptor folder(::open(native(Format::parent(real)).constData(), O_RDONLY | O_CLOEXEC));
+            ::fsync(folder.value());
         }
     } catch (...) {
         if (!keepsPart)

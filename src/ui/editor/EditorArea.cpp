@@ -41,6 +41,7 @@ EditorArea::EditorArea(AppModel &model, QWidget *parent)
     column->addWidget(m_stack, 1);
     connect(m_bar, &QTabBar::currentChanged, this, [this](int index) {
         m_stack->setCurrentIndex(index);
+        updateSteps();
         focusContent();
         emit titleChanged();
     });
@@ -72,8 +73,8 @@ QWidget *EditorArea::makeHeader()
     row->addWidget(m_bar, 1);
     addButton(*row, EditorCommand::save, QStringLiteral("editorSave"));
     addButton(*row, EditorCommand::saveAs, QStringLiteral("editorSaveAs"));
-    addButton(*row, EditorCommand::undo, QStringLiteral("editorUndo"));
-    addButton(*row, EditorCommand::redo, QStringLiteral("editorRedo"));
+    m_undo = addButton(*row, EditorCommand::undo, QStringLiteral("editorUndo"));
+    m_redo = addButton(*row, EditorCommand::redo, QStringLiteral("editorRedo"));
     addButton(*row, EditorCommand::replace, QStringLiteral("editorFind"));
     m_wrap = addButton(*row, EditorCommand::wrapLines, QStringLiteral("editorWrap"));
     m_blanks = addButton(*row, EditorCommand::showBlanks, QStringLiteral("editorBlanks"));
@@ -218,6 +219,7 @@ EditorPage *EditorArea::add(const EditorPage::Opened &opened)
     page->setWraps(m_wraps);
     page->setShowsBlanks(m_showsBlanks);
     connect(page, &EditorPage::titleChanged, this, [this, page] { updateTab(page); });
+    connect(page, &EditorPage::stepsChanged, this, &EditorArea::updateSteps);
     connect(page, &EditorPage::closed, this, [this, page] { close(page); });
     connect(page, &EditorPage::comparisonRequested, this, &EditorArea::comparisonRequested);
     connect(page, &EditorPage::messageRaised, &m_model, &AppModel::messageRaised);
@@ -230,7 +232,14 @@ EditorPage *EditorArea::add(const EditorPage::Opened &opened)
     updateTab(page);
     m_bar->setCurrentIndex(m_bar->count() - 1);
     m_stack->setCurrentWidget(page);
+    updateSteps();
     return page;
+}
+
+void EditorArea::updateSteps()
+{
+    m_undo->setEnabled(current() && current()->canUndo());
+    m_redo->setEnabled(current() && current()->canRedo());
 }
 
 void EditorArea::addCloseButton(int index, EditorPage *page)

@@ -64,11 +64,14 @@ private:
     void addCloseButton(int index, EditorPage *page);
     void close(EditorPage *page);
     void updateTab(EditorPage *page);
+    void updateSteps();
     void setSwitch(bool &value, const QString &key, QToolButton *button, void (EditorPage::*apply)(bool));
 
     AppModel &m_model;
     QTabBar *m_bar;
     QStackedWidget *m_stack;
+    QToolButton *m_undo = nullptr;
+    QToolButton *m_redo = nullptr;
     QToolButton *m_wrap = nullptr;
     QToolButton *m_blanks = nullptr;
     bool m_wraps = false;

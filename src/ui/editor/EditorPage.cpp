@@ -67,6 +67,7 @@ void EditorPage::connectView()
             m_keepSoon.start(m_view->length() > longText ? 5s : 1s);
         if (m_findBar->isVisible())
             m_searchSoon.start();
+        emit stepsChanged();
     });
     connect(m_view, &EditorView::placeChanged, this, [this] { m_status->showPlace(m_view->place()); });
     connect(m_view, &QsciScintilla::modificationChanged, this, [this](bool isModified) {
@@ -171,6 +172,16 @@ void EditorPage::showProtection()
 bool EditorPage::isModified() const
 {
     return m_view->isModified() || m_isElsewhere;
+}
+
+bool EditorPage::canUndo() const
+{
+    return m_view->isUndoAvailable() && !m_view->isReadOnly();
+}
+
+bool EditorPage::canRedo() const
+{
+    return m_view->isRedoAvailable() && !m_view->isReadOnly();
 }
 
 void EditorPage::focusContent()

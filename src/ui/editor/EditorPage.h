@@ -39,6 +39,8 @@ public:
     /// Where the file lies, for the user.
     QString where() const;
     bool isModified() const;
+    bool canUndo() const;
+    bool canRedo() const;
     void focusContent();
     void run(EditorCommand command);
     /// Goes on with what an earlier run has left of this file, as a change of what is on the disk.
@@ -54,6 +56,8 @@ public:
 signals:
     /// The name, or whether it is modified.
     void titleChanged();
+    /// There are other steps to be undone or done again.
+    void stepsChanged();
     /// Nothing is left to be asked.
     void closed();
     void comparisonRequested(const moorix::Comparison &comparison);

@@ -225,6 +225,7 @@ void EditorPage::restore(const RecoveryCopies::Found &found, const QByteArray &t
     }
     m_view->setReadOnly(false);
     m_view->replaceContent(text);
+    followLineEnds();
     m_notice->tell(tr("Changes of %1 that were never saved are here again. Undo shows the file without them.")
                        .arg(Format::date(found.written)),
                    MessageBar::Tone::information);
