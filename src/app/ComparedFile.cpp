@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/ComparedFile.h"
 
+#include "editor/TextFile.h"
 #include "files/FileServiceError.h"
 #include "files/Format.h"
 #include "files/LocalFileService.h"
@@ -46,21 +47,22 @@ QByteArray checksumOf(const QByteArray &bytes)
     return QCryptographicHash::hash(bytes, QCryptographicHash::Sha256);
 }
 
-Outcome saveHere(LocalFileService &disk, const Saving &saving, const QByteArray &after, const std::stop_token &stop)
+Outcome saveHere(FileService &disk, const Saving &saving, const QByteArray &after, const std::stop_token &stop)
 {
-    const QString &path = saving.file.path;
-    const QByteArray before = bytesOf(saving.before, saving.encoding);
+    std::optional<FileVersion> known;
     if (saving.guard == Guard::known) {
-        if (!disk.stat(path, stop))
-            return Outcome::goneThere;
-        const QByteArray now = disk.readHead(path, std::max(before.size(), after.size()) + 1, stop);
-        if (now == after)
-            return Outcome::sent;
-        if (now != before)
-            return Outcome::changedThere;
+        const QByteArray before = bytesOf(saving.before, saving.encoding);
+        known = FileVersion{before.size(), std::nullopt, checksumOf(before)};
     }
-    disk.write(after, path, stop);
-    return Outcome::sent;
+    switch (textFile::save(disk, saving.file.path, after, known, stop).standing) {
+    case textFile::Standing::same:
+        return Outcome::sent;
+    case textFile::Standing::changed:
+        return Outcome::changedThere;
+    case textFile::Standing::gone:
+        break;
+    }
+    return Outcome::goneThere;
 }
 
 /// What the server's file is taken to be, and where it really lies; nothing when it is gone.

@@ -14,6 +14,8 @@ struct Comparison
     QString rightPlace;
     QUuid leftServer = {};
     QUuid rightServer = {};
+    /// The right one is only to be looked at: nothing would come of saving it.
+    bool isRightFixed = false;
 
     /// Of the two files that are selected: both on side `from`, or one on each, the left one first. Throws an Error
     /// that says what to select where that is not so.

@@ -134,11 +134,13 @@ void TextDocument::write(const QByteArray &text, const QString &path, const std:
         return;
     m_isSaving = true;
     m_looking.cancel();
+    // What is read now may be neither what is there afterwards nor what is shown.
+    m_loading.cancel();
     using Outcome = std::variant<textFile::Unencodable, textFile::Saving>;
     m_saving = runJob(
         [disk = m_environment.disk, text, path, known,
          encoding = m_record.encoding](const std::stop_token &stop) -> Outcome {
-            const QString decoded = QString::fromUtf8(text);
+            const QString decoded = textOfUtf8(text);
             const auto bytes = encodedText(decoded, encoding);
             if (!bytes)
                 return textFile::firstUnencodable(decoded, encoding).value_or(textFile::Unencodable{});

@@ -122,6 +122,29 @@ void DiffLayout::unfold(qsizetype row)
     number();
 }
 
+std::vector<DiffLayout::Stretch> DiffLayout::opened(DiffSide side) const
+{
+    std::vector<Stretch> stretches;
+    for (const Block &block : m_blocks) {
+        if (canFold(block) && !block.isFolded)
+            stretches.emplace_back(block.line(side), block.line(side) + block.lineCount(side));
+    }
+    return stretches;
+}
+
+void DiffLayout::open(DiffSide side, const std::vector<Stretch> &stretches)
+{
+    // Both are in order.
+    auto stretch = stretches.begin();
+    for (Block &block : m_blocks) {
+        while (stretch != stretches.end() && stretch->second <= block.line(side))
+            ++stretch;
+        if (stretch != stretches.end() && stretch->first < block.line(side) + block.lineCount(side))
+            block.isFolded = false;
+    }
+    number();
+}
+
 std::vector<qsizetype> DiffLayout::changes() const
 {
     std::vector<qsizetype> rows;
@@ -164,7 +187,7 @@ qsizetype DiffLayout::lineFrom(DiffSide side, qsizetype order) const
     return block.line(side) + std::min(std::max<qsizetype>(order - block.order, 0), block.lineCount(side));
 }
 
-std::optional<std::pair<qsizetype, qsizetype>> DiffLayout::equalStretch(DiffSide side, qsizetype line) const
+std::optional<DiffLayout::Stretch> DiffLayout::equalStretch(DiffSide side, qsizetype line) const
 {
     const Block &block = m_blocks.at(blockOf(side, line));
     if (block.isChanged)

@@ -60,6 +60,12 @@ public:
     void setFolded(bool isFolded);
     /// Opens the fold at a row; its first line is there then.
     void unfold(qsizetype row);
+    /// From a line of a side up to another one.
+    using Stretch = std::pair<qsizetype, qsizetype>;
+    /// The stretches whose folds were opened.
+    std::vector<Stretch> opened(DiffSide side) const;
+    /// Opens the folds of all stretches that have lines of these.
+    void open(DiffSide side, const std::vector<Stretch> &stretches);
     /// The rows in which changes begin.
     std::vector<qsizetype> changes() const;
     /// The row of a line, which is taken out of its fold where it is in one.
@@ -72,7 +78,7 @@ public:
     /// The first line of a side in that row or a later one; the count of its lines where there is none.
     qsizetype lineFrom(DiffSide side, qsizetype order) const;
     /// Nothing for a changed line; else the lines around it that are equal, from and up to.
-    std::optional<std::pair<qsizetype, qsizetype>> equalStretch(DiffSide side, qsizetype line) const;
+    std::optional<Stretch> equalStretch(DiffSide side, qsizetype line) const;
 
 private:
     struct Block

@@ -79,6 +79,15 @@ FileDescriptor madeFolder(const QString &root, const QString &folder)
     return lock;
 }
 
+void removeFolder(const QString &folder)
+{
+    try {
+        LocalDisk::removeTree(folder, {});
+    } catch (const Error &) {
+        // What is in it would be offered once more at the next start, which loses nothing.
+    }
+}
+
 } // namespace
 
 RecoveryCopies::RecoveryCopies(QString root)
@@ -105,40 +114,47 @@ void RecoveryCopies::takeOver()
         const QUuid id(name);
         if (id.isNull() || m_entries.contains(id))
             continue;
-        auto entry = std::make_shared<Entry>();
-        entry->lock = lockedFolder(folder(id), WhenLocked::giveUp);
-        if (!entry->lock.isOpen())
-            continue;
-        try {
-            entry->record = loadRecord(folder(id));
-        } catch (const Error &) {
-            // The text stays where it is, for who looks for it there.
-            continue;
-        }
-        if (!QFileInfo::exists(textPath(id))) {
-            LocalDisk::removeTree(folder(id), {});
-            continue;
-        }
-        // The text stays here as well.
-        if (!entry->record)
-            continue;
-        entry->written = QFileInfo(textPath(id)).lastModified();
-        m_entries.insert(id, entry);
-        m_leftOver.append(id);
+        takeOver(id);
     }
     std::ranges::sort(m_leftOver, {}, [this](const QUuid &id) { return m_entries.value(id)->written; });
 }
 
-QList<RecoveryCopies::Found> RecoveryCopies::leftOver()
+void RecoveryCopies::takeOver(const QUuid &id)
+{
+    auto entry = std::make_shared<Entry>();
+    entry->lock = lockedFolder(folder(id), WhenLocked::giveUp);
+    if (!entry->lock.isOpen())
+        return;
+    if (!QFileInfo::exists(textPath(id)))
+        return removeFolder(folder(id));
+    // A text that nothing tells of stays where it is, for who looks for it there.
+    const QString problem = u"Unsaved text lies in “%1”, but nothing tells where it belongs"_s.arg(textPath(id));
+    try {
+        entry->record = loadRecord(folder(id));
+    } catch (const Error &error) {
+        m_problems += problem + u": "_s + error.message();
+        return;
+    }
+    if (!entry->record) {
+        m_problems += problem + u'.';
+        return;
+    }
+    entry->written = QFileInfo(textPath(id)).lastModified();
+    m_entries.insert(id, entry);
+    m_leftOver.append(id);
+}
+
+RecoveryCopies::LeftOver RecoveryCopies::leftOver()
 {
     const std::lock_guard lock(m_mutex);
     takeOver();
-    QList<Found> found;
+    LeftOver leftOver;
     for (const QUuid &id : std::as_const(m_leftOver)) {
         if (const auto entry = m_entries.value(id); entry && entry->record)
-            found.append({id, *entry->record, entry->written});
+            leftOver.found.append({id, *entry->record, entry->written});
     }
-    return found;
+    leftOver.problems = m_problems;
+    return leftOver;
 }
 
 bool RecoveryCopies::covers(const QString &path)
@@ -179,11 +195,7 @@ void RecoveryCopies::remove(const QUuid &id, qint64 turn)
     entry->record.reset();
     if (!entry->lock.isOpen())
         return;
-    try {
-        LocalDisk::removeTree(folder(id), {});
-    } catch (const Error &) {
-        // It would be offered once more at the next start, which loses nothing.
-    }
+    removeFolder(folder(id));
     entry->lock.close();
 }
 

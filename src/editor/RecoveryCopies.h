@@ -5,6 +5,7 @@
 #include "editor/TextFile.h"
 
 #include <QHash>
+#include <QStringList>
 #include <QUuid>
 
 #include <mutex>
@@ -38,12 +39,19 @@ public:
         /// When the text was last kept.
         QDateTime written;
     };
+    struct LeftOver
+    {
+        /// The oldest first.
+        QList<Found> found;
+        /// A sentence for each text of which nothing tells any more where it belongs, with where it lies.
+        QStringList problems;
+    };
 
     explicit RecoveryCopies(QString root);
     Q_DISABLE_COPY_MOVE(RecoveryCopies)
 
-    /// What programs left that do not run any more, the oldest first. They belong to this object from then on.
-    QList<Found> leftOver();
+    /// What programs left that do not run any more. It belongs to this object from then on.
+    LeftOver leftOver();
     /// Whether text is kept for the file at this path.
     bool covers(const QString &path);
 
@@ -67,6 +75,7 @@ private:
     };
 
     void takeOver();
+    void takeOver(const QUuid &id);
     QString folder(const QUuid &id) const;
 
     QString m_root;
@@ -74,6 +83,7 @@ private:
     bool m_hasTakenOver = false;
     QHash<QUuid, std::shared_ptr<Entry>> m_entries;
     QList<QUuid> m_leftOver;
+    QStringList m_problems;
 };
 
 } // namespace moorix

@@ -5,6 +5,7 @@
 #include "files/FileService.h"
 #include "files/Format.h"
 #include "files/LocalDisk.h"
+#include "files/LocalFileService.h"
 
 #include <QCryptographicHash>
 #include <QFileInfo>
@@ -50,6 +51,13 @@ std::optional<DecodedText> decoded(const QByteArray &bytes, std::optional<TextEn
     return text ? std::optional(DecodedText{*std::move(text), *encoding}) : std::nullopt;
 }
 
+/// A file may claim to be empty, or grow without end while it is read.
+QByteArray bytesOf(FileService &service, const QString &path, const std::stop_token &stop)
+{
+    auto *disk = dynamic_cast<LocalFileService *>(&service);
+    return disk ? disk->readHead(path, maxBytes + 1, stop) : service.read(path, stop);
+}
+
 } // namespace
 
 Reading load(FileService &service, const QString &path, std::optional<TextEncoding> encoding,
@@ -64,7 +72,12 @@ Reading load(FileService &service, const QString &path, std::optional<TextEncodi
         reading.obstacle = Obstacle::tooLarge;
         return reading;
     }
-    const QByteArray bytes = service.read(path, stop);
+    const QByteArray bytes = bytesOf(service, path, stop);
+    if (bytes.size() > maxBytes) {
+        reading.size = bytes.size();
+        reading.obstacle = Obstacle::tooLarge;
+        return reading;
+    }
     const auto text = decoded(bytes, encoding);
     if (!text) {
         reading.obstacle = Obstacle::noText;
@@ -112,19 +125,25 @@ Standing standing(FileService &service, const QString &path, const FileVersion &
 Saving save(FileService &service, const QString &path, const QByteArray &bytes, const std::optional<FileVersion> &known,
             const std::stop_token &stop)
 {
+    FileVersion version{bytes.size(), std::nullopt, checksumOf(bytes)};
+    bool isThere = false;
     if (known) {
         const Standing now = standing(service, path, *known, stop);
-        if (now != Standing::same)
+        // Somebody may have written the very same, or an earlier try whose success was not heard of.
+        isThere = now == Standing::changed && standing(service, path, version, stop) == Standing::same;
+        if (now != Standing::same && !isThere)
             return {now, *known};
     }
-    service.write(bytes, path, stop);
+    if (!isThere)
+        service.write(bytes, path, stop);
     const auto item = found(service, path, stop);
     if (!item || item->size != bytes.size()) {
         throw Error(u"Editor"_s, u"“%1” was written, but now holds %2 instead of %3."_s.arg(
                                      Format::display(path), Format::byteCount(item ? item->size : 0),
                                      Format::byteCount(bytes.size())));
     }
-    return {Standing::same, {bytes.size(), item->modified, checksumOf(bytes)}};
+    version.modified = item->modified;
+    return {Standing::same, version};
 }
 
 std::optional<Unencodable> firstUnencodable(const QString &text, TextEncoding encoding)

@@ -2,6 +2,7 @@
 #include "editor/TextSearch.h"
 
 #include "base/Error.h"
+#include "files/TextEncoding.h"
 
 #include <algorithm>
 
@@ -117,7 +118,7 @@ QList<TextSearch::Hit> TextSearch::hits(const QByteArray &text, const std::stop_
     QList<Hit> hits;
     if (m_query.needle.isEmpty() || !m_expression.isValid())
         return hits;
-    const QString decoded = QString::fromUtf8(text);
+    const QString decoded = textOfUtf8(text);
     BytePlaces places(decoded);
     QRegularExpressionMatchIterator matches = matchesIn(decoded);
     while (matches.hasNext()) {
@@ -137,7 +138,7 @@ TextSearch::Replaced TextSearch::replaceAll(const QByteArray &text, const QStrin
     Replaced replaced{text, 0};
     if (m_query.needle.isEmpty() || !m_expression.isValid())
         return replaced;
-    const QString before = QString::fromUtf8(text);
+    const QString before = textOfUtf8(text);
     QString after;
     after.reserve(before.size());
     qsizetype done = 0;
@@ -163,9 +164,9 @@ std::optional<QByteArray> TextSearch::replacementAt(const QByteArray &text, cons
 {
     if (m_query.needle.isEmpty() || !m_expression.isValid() || hit.end > text.size())
         return std::nullopt;
-    const QString decoded = QString::fromUtf8(text);
-    const qsizetype begin = QString::fromUtf8(text.first(hit.begin)).size();
-    const qsizetype length = QString::fromUtf8(text.sliced(hit.begin, hit.end - hit.begin)).size();
+    const QString decoded = textOfUtf8(text);
+    const qsizetype begin = textOfUtf8(text.first(hit.begin)).size();
+    const qsizetype length = textOfUtf8(text.sliced(hit.begin, hit.end - hit.begin)).size();
     const QRegularExpressionMatch match = m_expression.match(decoded, begin, QRegularExpression::NormalMatch,
                                                              QRegularExpression::AnchorAtOffsetMatchOption);
     if (!match.hasMatch() || match.capturedLength() != length)

@@ -43,6 +43,12 @@ QList<FileItem> list(const QString &path, const std::stop_token &stop);
 /// Throws unless a regular file stands at `path`, or a link to one: a client would wait for ever at the end of a fifo.
 void requireFile(const QString &path);
 
+/// Throws unless it is the mode of an ordinary file.
+void requireOrdinaryFile(const QString &path, unsigned mode);
+
+/// Creates or replaces a file, see LocalFileService::write.
+void writeFile(const QByteArray &data, const QString &path, const std::stop_token &stop);
+
 /// The names in an open folder, as bytes. Throws in the name of `path`. The descriptor stays open.
 QList<QByteArray> namesIn(int folder, const QString &path);
 

@@ -58,51 +58,6 @@ unsigned modeFrom(const QString &path, const QString &octal)
     return mode;
 }
 
-/// Where a file at `path` really lies: links are followed, also one that leads to a file that is still to be made.
-QString linkResolved(QString path)
-{
-    constexpr int mostLinks = 40;
-    QByteArray target(4096, Qt::Uninitialized);
-    for (int i = 0; i < mostLinks; ++i) {
-        const ssize_t length = ::readlink(native(path).constData(), target.data(), size_t(target.size()));
-        if (length < 0)
-            return path;
-        const QString text = NativePath::text(QByteArrayView(target.constData(), length));
-        path = text.startsWith(u'/') ? text : Format::join(Format::parent(path), text);
-    }
-    fail(path, QStringLiteral("could not be followed"), ELOOP);
-}
-
-void requireOrdinaryFile(const QString &path, mode_t mode)
-{
-    if (S_ISDIR(mode))
-        fail(path, QStringLiteral("is a folder, not a file."));
-    if (!S_ISREG(mode))
-        fail(path, QStringLiteral("is no ordinary file."));
-}
-
-/// Writes the part file and gives it the owner and mode of the file it is to replace.
-void writePart(const QByteArray &part, const QString &path, const QByteArray &data, const struct stat *old)
-{
-    FileDescriptor file(
-        ::open(part.constData(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, old ? 0600 : 0666));
-    if (!file.isOpen())
-        fail(path, QStringLiteral("could not be written"), errno);
-    int problem = writeAll(file.value(), data.constData(), data.size());
-    if (problem == 0 && old) {
-        // Only root can give files away; for everyone else a file of another owner becomes their own.
-        const bool keepsOwner = ::fchown(file.value(), old->st_uid, old->st_gid) == 0;
-        if (::fchmod(file.value(), old->st_mode & (keepsOwner ? 07777 : 0777)) != 0)
-            problem = errno;
-    }
-    if (problem == 0 && ::fsync(file.value()) != 0)
-        problem = errno;
-    if (file.close() != 0 && problem == 0)
-        problem = errno;
-    if (problem != 0)
-        fail(path, QStringLiteral("could not be written"), problem);
-}
-
 } // namespace
 
 void LocalFileService::connect(const std::stop_token &) {}
@@ -172,29 +127,7 @@ QByteArray LocalFileService::readHead(const QString &path, qint64 maxBytes, cons
 
 void LocalFileService::write(const QByteArray &data, const QString &path, const std::stop_token &stop)
 {
-    throwIfStopped(stop);
-    const QString file = linkResolved(path);
-    const QByteArray bytes = native(file);
-    struct stat old = {};
-    const bool exists = ::lstat(bytes.constData(), &old) == 0;
-    if (!exists && errno != ENOENT)
-        fail(path, QStringLiteral("could not be written"), errno);
-    if (exists) {
-        requireOrdinaryFile(path, old.st_mode);
-        // The folder would let a write-protected file be replaced all the same.
-        if (::access(bytes.constData(), W_OK) != 0)
-            fail(path, QStringLiteral("could not be written"), errno);
-    }
-    const QByteArray part = native(partPath(file));
-    try {
-        writePart(part, path, data, exists ? &old : nullptr);
-        throwIfStopped(stop);
-        if (::rename(part.constData(), bytes.constData()) != 0)
-            fail(path, QStringLiteral("could not be replaced"), errno);
-    } catch (...) {
-        ::unlink(part.constData());
-        throw;
-    }
+    writeFile(data, path, stop);
 }
 
 void LocalFileService::setPermissions(const QString &path, const QString &octal, Recursive recursive,

@@ -26,8 +26,10 @@ public:
     void rename(const FileItem &item, const QString &newName, const std::stop_token &stop) override;
     /// Refuses what is no ordinary file; never waits for a fifo or a device.
     QByteArray read(const QString &path, const std::stop_token &stop) override;
-    /// Replaces the file in one step once all bytes are on the disk; a failure leaves the old one. Keeps the mode of a
-    /// file that is replaced; through a link, the file it leads to is replaced.
+    /// Replaces the file in one step once all bytes are on the disk; a failure leaves the old one. Keeps the mode and
+    /// the extended attributes of a file that is replaced; through a link, the file it leads to is replaced. A file
+    /// with several names is written over instead, so that all of them keep leading to it; while that lasts, and for
+    /// good if it is interrupted, a part file beside it holds the new contents.
     void write(const QByteArray &data, const QString &path, const std::stop_token &stop) override;
     /// Follows `path` itself where it is a link. Failures on entries below it are passed over.
     void setPermissions(const QString &path, const QString &octal, Recursive recursive,

@@ -121,4 +121,9 @@ std::optional<QByteArray> encodedText(const QString &text, TextEncoding encoding
     return form.mark.toByteArray() + bytes;
 }
 
+QString textOfUtf8(QByteArrayView bytes)
+{
+    return QStringDecoder(QStringConverter::Utf8, decodingFlags)(bytes);
+}
+
 } // namespace moorix

@@ -46,4 +46,7 @@ std::optional<QString> decodedTextAs(const QByteArray &bytes, TextEncoding encod
 /// where the encoding has no bytes for one of the characters.
 std::optional<QByteArray> encodedText(const QString &text, TextEncoding encoding);
 
+/// All characters of UTF-8, also a mark at the beginning, which QString::fromUtf8 drops.
+QString textOfUtf8(QByteArrayView bytes);
+
 } // namespace moorix

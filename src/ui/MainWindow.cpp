@@ -351,11 +351,10 @@ bool MainWindow::mayQuit()
 
 void MainWindow::closeEvent(QCloseEvent *event)
 {
-    if (!mayQuit()) {
+    if (!mayQuit() || !keepUnsavedText()) {
         event->ignore();
         return;
     }
-    m_editor->keepNow();
     WindowState::save(m_model, *this, *m_outer, *m_sides);
     m_terminals->endAll();
     event->accept();

@@ -98,6 +98,7 @@ private:
     void connectEditor();
     void showEditor();
     void offerUnsavedText(const QList<RecoveryCopies::Found> &found);
+    bool keepUnsavedText();
     void runEditorCommand(PaneCommand command);
 
     void openTarget(const QString &target, PaneTabs &tabs, bool takesCurrentTab);
@@ -196,6 +197,7 @@ private:
     QPointer<PaneModel> m_followedPane;
     Job m_export;
     bool m_mayClose = false;
+    bool m_hasWarnedOfLoss = false;
 };
 
 } // namespace moorix

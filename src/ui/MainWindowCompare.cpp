@@ -41,7 +41,9 @@ void MainWindow::showComparison(const Comparison &comparison)
     const ComparisonSession::Environment environment{
         AppPaths::applicationSupport() + QStringLiteral("/edited"),
         [this](const QUuid &server) -> std::shared_ptr<FileService> { return m_model.connections().live(server); }};
-    m_comparison = new DiffPage(comparison, environment, this);
+    m_comparison = new DiffPage(comparison, environment, DiffChoices::load(m_model.preferences()), this);
+    connect(m_comparison, &DiffPage::choicesChanged, this,
+            [this](const DiffChoices &choices) { choices.save(m_model.preferences()); });
     connect(m_comparison, &DiffPage::backRequested, this, &MainWindow::leaveComparison);
     for (const Side side : {Side::left, Side::right})
         connect(m_comparison, &DiffPage::folderChanged, &m_model.tabs(side), &PaneTabs::reload);

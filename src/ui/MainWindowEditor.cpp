@@ -55,9 +55,11 @@ void MainWindow::connectEditor()
             m_editor->focusContent();
     });
     m_leftOver = runJob([copies = m_model.recoveryCopies()](const std::stop_token &) { return copies->leftOver(); },
-                        [this](const QList<RecoveryCopies::Found> &found) {
-                            if (!found.isEmpty())
-                                offerUnsavedText(found);
+                        [this](const RecoveryCopies::LeftOver &leftOver) {
+                            if (!leftOver.found.isEmpty())
+                                offerUnsavedText(leftOver.found);
+                            for (const QString &problem : leftOver.problems)
+                                emit m_model.messageRaised(problem);
                         },
                         [this](const Error &error) { emit m_model.messageRaised(error.message()); });
 }
@@ -96,6 +98,18 @@ void MainWindow::offerUnsavedText(const QList<RecoveryCopies::Found> &found)
         for (const RecoveryCopies::Found &each : found)
             m_editor->restore(each);
     });
+}
+
+/// False, once, where that fails: the question before has promised it.
+bool MainWindow::keepUnsavedText()
+{
+    const QString problem = m_editor->keepNow();
+    if (problem.isEmpty() || std::exchange(m_hasWarnedOfLoss, true))
+        return true;
+    m_mayClose = false;
+    m_question->ask(tr("What is not saved cannot be kept for the next start and would be lost: %1").arg(problem),
+                    tr("Quit all the same"), MessageBar::Tone::danger, [this] { quitNow(); });
+    return false;
 }
 
 /// What lists would do with these keys, done to the text.

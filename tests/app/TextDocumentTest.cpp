@@ -63,10 +63,10 @@ private slots:
         open.document->saveAs("other", open.tree.path("b.txt"));
         QTRY_COMPARE(open.saved->size(), 1);
         QCOMPARE(open.document->path(), open.tree.path("b.txt"));
-        open.document->save("more", TextDocument::Guard::known);
+        open.document->save("\xEF\xBB\xBFmore", TextDocument::Guard::known);
         QTRY_COMPARE(open.saved->size(), 2);
         QCOMPARE(open.tree.read("a.txt"), "text");
-        QCOMPARE(open.tree.read("b.txt"), "more");
+        QCOMPARE(open.tree.read("b.txt"), "\xEF\xBB\xBFmore");
         // What cannot be written changes nothing, the document's place included.
         open.document->saveAs("lost", open.tree.path("missing/c.txt"));
         QTRY_COMPARE(open.failed->size(), 1);

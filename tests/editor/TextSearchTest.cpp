@@ -29,6 +29,8 @@ private slots:
         };
         for (const auto &[query, hits] : rows)
             QCOMPARE(TextSearch(query).hits(text, {}), hits);
+        // A mark at the beginning counts.
+        QCOMPARE(TextSearch({u"b"_s}).hits("\xEF\xBB\xBFxb", {}), (Hits{{4, 5}}));
     }
 
     void replacementsTakeGroupsOfPatternsOnly()

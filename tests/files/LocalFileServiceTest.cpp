@@ -10,6 +10,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 using namespace moorix;
@@ -141,13 +142,27 @@ private slots:
         tree.link("link", "real/file");
         QCOMPARE(::symlink("real/new", QFile::encodeName(tree.path("to nothing")).constData()), 0);
         setMode(tree.path("real/file"), 0640);
+        const QByteArray file = QFile::encodeName(tree.path("real/file"));
+        const bool hasAttributes = ::setxattr(file.constData(), "user.moorix", "kept", 4, 0) == 0;
         m_service.write("new", tree.path("link"), go);
         QCOMPARE(tree.read("real/file"), QByteArray("new"));
         QCOMPARE(modeOf(tree.path("real/file")), 0640U);
+        QCOMPARE(::getxattr(file.constData(), "user.moorix", nullptr, 0), hasAttributes ? 4 : -1);
         QVERIFY(itemAt(tree.path("link")).isSymlink);
         m_service.write("text", tree.path("to nothing"), go);
         QCOMPARE(tree.read("real/new"), QByteArray("text"));
         QCOMPARE(tree.snapshot().size(), 5);
+    }
+
+    void fileWithSeveralNamesStaysOneFile()
+    {
+        const TestTree tree{{"a", "old and longer"}};
+        QCOMPARE(::link(QFile::encodeName(tree.path("a")).constData(), QFile::encodeName(tree.path("b")).constData()),
+                 0);
+        for (const QByteArray content : {"new", "more than before", ""}) {
+            m_service.write(content, tree.path("a"), go);
+            QCOMPARE(tree.snapshot(), (TestTree{{"a", content}, {"b", content}}.snapshot()));
+        }
     }
 
     void copyKeepsModesTimesAndLinks()

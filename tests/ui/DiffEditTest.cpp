@@ -42,7 +42,7 @@ private slots:
         // As fast as keys come.
         bench.key(Qt::Key_Right, Qt::AltModifier);
         bench.key(Qt::Key_Right, Qt::AltModifier);
-        QTRY_COMPARE(bench.text("diffRemark"), u"Both files hold the same."_s);
+        QTRY_COMPARE(bench.text("diffRemark"), u"Both files will hold the same once they are saved."_s);
         QVERIFY(bench.find("diffRightSave") && !bench.find("diffLeftSave"));
         QCOMPARE(bench.home.read("left/b"), now());
         bench.key(Qt::Key_Z, Qt::ControlModifier);
@@ -50,11 +50,12 @@ private slots:
         QTest::mouseClick(bench.view()->viewport(), Qt::LeftButton, {},
                           bench.view()->copyButton(4, DiffSide::left).center());
         QTRY_VERIFY(bench.find("diffLeftSave") && bench.find("diffRightSave"));
-        QTRY_COMPARE(bench.text("diffRemark"), u"Both files hold the same."_s);
+        QTRY_COMPARE(bench.text("diffRemark"), u"Both files will hold the same once they are saved."_s);
         bench.key(Qt::Key_S, Qt::ControlModifier);
         QTRY_COMPARE(bench.home.read("left/b"), numbered({{10, "old ten"}, {30, "new thirty"}}));
         QTRY_COMPARE(bench.home.read("left/a"), bench.home.read("left/b"));
         QTRY_VERIFY(!bench.find("diffLeftSave") && !bench.find("diffRightSave"));
+        QTRY_COMPARE(bench.text("diffRemark"), u"Both files hold the same."_s);
         // Steps go back beyond a save.
         bench.key(Qt::Key_Z, Qt::ControlModifier);
         QTRY_VERIFY(bench.find("diffLeftSave"));
@@ -170,6 +171,37 @@ private slots:
         QCOMPARE(view.horizontalScrollBar()->maximum(), 0);
         bench.click(bench.find("diffWrap"));
         QCOMPARE(top(5) - top(4), height);
+    }
+
+    void choicesAndOpenedFoldsStay()
+    {
+        const DiffBench bench({{"left/a", old()}, {"left/b", now()}});
+        open(bench);
+        bench.click(bench.find("diffWrap"));
+        bench.choose(bench.find<QToolButton>("diffIgnore")->menu()->actions(), "Ignore case");
+        QTRY_COMPARE(bench.find<QToolButton>("diffIgnore")->text(), u"Ignoring…"_s);
+        // What is opened at the beginning stays open, what is folded at the end stays folded.
+        bench.key(Qt::Key_Home);
+        bench.key(Qt::Key_Return);
+        const auto lineAtEnd = [&bench] {
+            bench.key(Qt::Key_End);
+            return bench.view()->currentRow()->left;
+        };
+        QCOMPARE(lineAtEnd(), 33);
+        bench.key(Qt::Key_F7, Qt::ShiftModifier);
+        bench.key(Qt::Key_F7, Qt::ShiftModifier);
+        bench.key(Qt::Key_Right, Qt::AltModifier);
+        QTRY_VERIFY(bench.isAt("+1", "−1"));
+        QCOMPARE(bench.view()->currentRow()->left, 29);
+        bench.key(Qt::Key_Home);
+        QCOMPARE(bench.view()->currentRow()->folded, 0);
+        QCOMPARE(lineAtEnd(), 33);
+        bench.key(Qt::Key_Z, Qt::ControlModifier);
+        QTRY_VERIFY(bench.isAt("+2", "−2"));
+        bench.key(Qt::Key_Escape);
+        open(bench);
+        QVERIFY(bench.find<QToolButton>("diffWrap")->isChecked());
+        QCOMPARE(bench.find<QToolButton>("diffIgnore")->text(), u"Ignoring…"_s);
     }
 
     void whatIsIgnoredIsChosenInAMenuAndThePictureOfAllGoesToAPlace()

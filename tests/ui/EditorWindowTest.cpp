@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "WindowBench.h"
-
-#include "ui/editor/EditorView.h"
+#include "EditorBench.h"
 
 #include <QDesktopServices>
 #include <QDir>
@@ -15,51 +13,6 @@
 using namespace moorix;
 using namespace moorix::test;
 using namespace Qt::StringLiterals;
-
-namespace {
-
-struct EditorBench : WindowBench
-{
-    using WindowBench::WindowBench;
-
-    EditorView *view() const { return find<EditorView>("editorView"); }
-    QByteArray text() const { return view() ? view()->content() : QByteArray("nothing is open"); }
-    void open(const char *name) const
-    {
-        activateList(Side::left);
-        select(Side::left, name);
-        key(Qt::Key_F4);
-        const QString title = QString::fromUtf8(name) + u" — Moorix"_s;
-        QTRY_COMPARE(window->windowTitle(), title);
-        QTRY_COMPARE(QApplication::focusWidget(), view());
-    }
-    void type(const char *text) const { QTest::keyClicks(QApplication::focusWidget(), QLatin1String(text)); }
-    void save() const { key(Qt::Key_S, Qt::ControlModifier); }
-    QString label(const char *name) const
-    {
-        const auto *label = find<QLabel>(name);
-        return label ? label->text() : QString();
-    }
-    QString button(const char *name) const
-    {
-        const auto *button = find<QPushButton>(name);
-        return button ? button->text() : QString();
-    }
-    QPushButton *choice(const char *text) const
-    {
-        for (QPushButton *button : window->findChildren<QPushButton *>()) {
-            if (button->isVisible() && button->text() == QLatin1String(text))
-                return button;
-        }
-        return nullptr;
-    }
-    QStringList unsaved() const
-    {
-        return QDir(home.path("data/Moorix/unsaved")).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
-    }
-};
-
-} // namespace
 
 /// Text files of this computer in the editor.
 class EditorWindowTest final : public QObject
@@ -126,6 +79,8 @@ private slots:
         QTRY_VERIFY(bench.choice("Compare"));
         bench.click(bench.choice("Compare"));
         QTRY_VERIFY(bench.find("diffView"));
+        bench.key(Qt::Key_Right, Qt::AltModifier);
+        QVERIFY(bench.label("diffRemark").startsWith(u"Your text is changed in the editor only."_s));
         bench.key(Qt::Key_Escape);
         QTRY_COMPARE(QApplication::focusWidget(), bench.view());
         QCOMPARE(bench.text(), "mine old\n");
@@ -289,8 +244,8 @@ private slots:
 
     void bothThemesAreReadable()
     {
-        const EditorBench bench({{"left/a.cpp", "// comment\nint main() { return \"text\" + 1; }\n"}});
-        bench.open("a.cpp");
+        const EditorBench bench(
+            {{"left/a.cpp", "// comment\nint main() { return \"text\" + 1; }\n"}, {"left/plain", "text\n"}});
         const auto luminance = [](long value) {
             const auto channel = [value](int shift) {
                 const double c = double((value >> shift) & 0xFF) / 255.0;
@@ -298,17 +253,24 @@ private slots:
             };
             return 0.2126 * channel(0) + 0.7152 * channel(8) + 0.0722 * channel(16);
         };
-        for (const QString &theme : {u"midnight"_s, u"daylight"_s}) {
-            bench.model->settings().themeID.set(theme);
-            QSet<long> colors;
-            for (unsigned long style = 0; style < 20; ++style) {
-                const long fore = bench.view()->SendScintilla(QsciScintillaBase::SCI_STYLEGETFORE, style);
-                const long back = bench.view()->SendScintilla(QsciScintillaBase::SCI_STYLEGETBACK, style);
-                const auto [low, high] = std::minmax({luminance(fore), luminance(back)});
-                QVERIFY2((high + 0.05) / (low + 0.05) >= 4.5, qPrintable(theme + QString::number(style)));
-                colors << fore;
+        for (const char *name : {"a.cpp", "plain"}) {
+            bench.open(name);
+            for (const QString &theme : {u"midnight"_s, u"daylight"_s}) {
+                bench.model->settings().themeID.set(theme);
+                QSet<long> colors;
+                for (unsigned long style = 0; style < 20; ++style) {
+                    const long fore = bench.view()->SendScintilla(QsciScintillaBase::SCI_STYLEGETFORE, style);
+                    const long back = bench.view()->SendScintilla(QsciScintillaBase::SCI_STYLEGETBACK, style);
+                    const auto [low, high] = std::minmax({luminance(fore), luminance(back)});
+                    QVERIFY2((high + 0.05) / (low + 0.05) >= 4.5, qPrintable(theme + QString::number(style)));
+                    colors << fore;
+                    // Plain text has one style.
+                    if (bench.button("editorLanguage") == u"Plain text"_s)
+                        break;
+                }
+                QCOMPARE(colors.size() >= 5, bench.button("editorLanguage") == u"C++"_s);
             }
-            QVERIFY(colors.size() >= 5);
+            bench.key(Qt::Key_Escape);
         }
     }
 };

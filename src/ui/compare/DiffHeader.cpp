@@ -19,7 +19,7 @@
 
 namespace moorix {
 
-DiffHeader::DiffHeader(const Comparison &comparison, QWidget *parent)
+DiffHeader::DiffHeader(const Comparison &comparison, const DiffChoices &choices, QWidget *parent)
     : QFrame(parent)
     , m_comparison(comparison)
     , m_added(new QLabel(this))
@@ -31,7 +31,7 @@ DiffHeader::DiffHeader(const Comparison &comparison, QWidget *parent)
     , m_undo(Widgets::iconButton(QStringLiteral("edit-undo"), tr("Undo (Ctrl+Z)"), QStringLiteral("diffUndo"), this))
     , m_redo(
           Widgets::iconButton(QStringLiteral("edit-redo"), tr("Redo (Ctrl+Shift+Z)"), QStringLiteral("diffRedo"), this))
-    , m_switches(new DiffSwitches(this))
+    , m_switches(new DiffSwitches(choices, this))
     , m_search(new QLineEdit(this))
 {
     setProperty("role", QStringLiteral("bar"));

@@ -17,6 +17,7 @@ namespace moorix {
 
 class DiffSideCard;
 class DiffSwitches;
+struct DiffChoices;
 struct DiffContent;
 
 /// Which files are compared, how much differs, and ways to what differs.
@@ -25,7 +26,7 @@ class DiffHeader final : public QFrame
     Q_OBJECT
 
 public:
-    explicit DiffHeader(const Comparison &comparison, QWidget *parent = nullptr);
+    DiffHeader(const Comparison &comparison, const DiffChoices &choices, QWidget *parent = nullptr);
 
     static QString title(const Comparison &comparison);
     /// What was read; null while nothing is to be seen.

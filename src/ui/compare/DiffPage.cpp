@@ -31,8 +31,10 @@ QString lineEndRemark(const DiffContent &content)
 }
 
 /// What the rows alone do not tell; may be empty.
-QString remarkOn(const DiffContent &content)
+QString remarkOn(const DiffContent &content, bool isSaved)
 {
+    if (content.isSame && !isSaved)
+        return DiffPage::tr("Both files will hold the same once they are saved.");
     if (content.isSame)
         return DiffPage::tr("Both files hold the same.");
     const bool isEqual = DiffEngine::stats(content.runs) == DiffEngine::Stats{};
@@ -49,10 +51,11 @@ QString remarkOn(const DiffContent &content)
 
 } // namespace
 
-DiffPage::DiffPage(Comparison comparison, ComparisonSession::Environment environment, QWidget *parent)
+DiffPage::DiffPage(Comparison comparison, ComparisonSession::Environment environment, const DiffChoices &choices,
+                   QWidget *parent)
     : QWidget(parent)
     , m_session(std::move(comparison), std::move(environment))
-    , m_header(new DiffHeader(m_session.comparison(), this))
+    , m_header(new DiffHeader(m_session.comparison(), choices, this))
     , m_bar(new MessageBar(this))
     , m_remark(Widgets::label({}, Widgets::TextRole::muted, this))
     , m_pages(new QStackedWidget(this))
@@ -77,7 +80,9 @@ DiffPage::DiffPage(Comparison comparison, ComparisonSession::Environment environ
     column->addWidget(m_pages, 1);
     connectHeader();
     connectSession();
-    reload();
+    m_view->setWrapped(choices.isWrapped);
+    wait(tr("Reading both files…"));
+    m_session.setOptions(choices.options);
 }
 
 QWidget *DiffPage::makeMessage()
@@ -121,10 +126,12 @@ void DiffPage::connectHeader()
     connect(&switches, &DiffSwitches::wrappingChosen, this, [this](bool isWrapped) {
         m_view->setWrapped(isWrapped);
         focusContent();
+        emit choicesChanged(m_header->switches().choices());
     });
     connect(&switches, &DiffSwitches::optionsChosen, this, [this](const DiffOptions &options) {
         wait(tr("Comparing both files…"));
         m_session.setOptions(options);
+        emit choicesChanged(m_header->switches().choices());
     });
 }
 
@@ -182,7 +189,7 @@ void DiffPage::showContent()
         return;
     }
     m_patience.stop();
-    remark(remarkOn(*content));
+    remark(remarkOn(*content, !m_session.edits().isChanged()));
     const bool hadKeyboard = isAncestorOf(QApplication::focusWidget()) || QApplication::focusWidget() == this;
     const bool isAnswered = m_bar->isAncestorOf(QApplication::focusWidget());
     m_pages->setCurrentWidget(m_view);
@@ -255,6 +262,10 @@ void DiffPage::copy(const DiffLayout::Hunk &hunk, DiffSide to)
     // What is shown is not what there is any more.
     if (m_session.isBusy())
         return;
+    if (to == DiffSide::right && m_session.comparison().isRightFixed) {
+        refuseCopy(tr("Your text is changed in the editor only. What is copied to the left changes the file."));
+        return;
+    }
     // On with the next one, so that a key goes through all.
     m_view->stepChange(1);
     m_steady = otherSide(to);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "app/ComparisonSession.h"
+#include "ui/compare/DiffChoices.h"
 
 #include <QTimer>
 #include <QWidget>
@@ -27,7 +28,8 @@ class DiffPage final : public QWidget
     Q_MOC_INCLUDE("files/FileService.h")
 
 public:
-    DiffPage(Comparison comparison, ComparisonSession::Environment environment, QWidget *parent = nullptr);
+    DiffPage(Comparison comparison, ComparisonSession::Environment environment, const DiffChoices &choices,
+             QWidget *parent = nullptr);
 
     QString title() const;
     void focusContent();
@@ -44,6 +46,7 @@ public:
 
 signals:
     void backRequested();
+    void choicesChanged(const moorix::DiffChoices &choices);
     void folderChanged(const moorix::FileService *service, const QStringList &folders);
 
 protected:

@@ -10,30 +10,35 @@
 
 namespace moorix {
 
-DiffSwitches::DiffSwitches(QWidget *parent)
+DiffSwitches::DiffSwitches(const DiffChoices &choices, QWidget *parent)
     : QWidget(parent)
     , m_fold(Widgets::iconButton(QStringLiteral("view-filter"), tr("Fold long stretches of equal lines"),
                                  QStringLiteral("diffFold"), this))
     , m_wrap(Widgets::iconButton(QStringLiteral("text-wrap"), tr("Wrap long lines (Alt+Z)"), QStringLiteral("diffWrap"),
                                  this))
     , m_ignore(new QToolButton(this))
+    , m_choices(choices)
 {
     m_fold->setCheckable(true);
     m_fold->setChecked(true);
     m_wrap->setCheckable(true);
+    m_wrap->setChecked(choices.isWrapped);
     m_wrap->setShortcut(Qt::ALT | Qt::Key_Z);
     m_ignore->setObjectName(QStringLiteral("diffIgnore"));
-    m_ignore->setText(tr("Ignore…"));
     m_ignore->setToolTip(tr("What makes no difference between lines"));
     m_ignore->setPopupMode(QToolButton::InstantPopup);
     fillMenu();
+    showOptions();
     auto *row = new QHBoxLayout(this);
     row->setContentsMargins(0, 0, 0, 0);
     row->setSpacing(8);
     for (QToolButton *button : {m_fold, m_wrap, m_ignore})
         row->addWidget(button);
     connect(m_fold, &QToolButton::toggled, this, &DiffSwitches::foldingChosen);
-    connect(m_wrap, &QToolButton::toggled, this, &DiffSwitches::wrappingChosen);
+    connect(m_wrap, &QToolButton::toggled, this, [this](bool isWrapped) {
+        m_choices.isWrapped = isWrapped;
+        emit wrappingChosen(isWrapped);
+    });
 }
 
 void DiffSwitches::fillMenu()
@@ -50,26 +55,35 @@ void DiffSwitches::fillMenu()
     for (const auto &[space, text] : choices) {
         QAction *action = spaces->addAction(text);
         action->setCheckable(true);
-        action->setChecked(space == Space::compared);
+        action->setChecked(space == m_choices.options.space);
         menu->addAction(action);
-        connect(action, &QAction::triggered, this, [this, space = space] { choose({space, m_options.ignoresCase}); });
+        connect(action, &QAction::triggered, this, [this, space = space] {
+            choose({space, m_choices.options.ignoresCase});
+        });
     }
     menu->addSeparator();
     QAction *letters = menu->addAction(tr("Ignore case"));
     letters->setCheckable(true);
-    connect(letters, &QAction::toggled, this, [this](bool ignores) { choose({m_options.space, ignores}); });
+    letters->setChecked(m_choices.options.ignoresCase);
+    connect(letters, &QAction::toggled, this, [this](bool ignores) { choose({m_choices.options.space, ignores}); });
     m_ignore->setMenu(menu);
 }
 
 void DiffSwitches::choose(const DiffOptions &options)
 {
-    if (options == m_options)
+    if (options == m_choices.options)
         return;
-    m_options = options;
-    // A look tells that something is left out.
-    m_ignore->setText(options.isExact() ? tr("Ignore…") : tr("Ignoring…"));
-    Widgets::setStyleProperty(*m_ignore, "tone", options.isExact() ? QString() : QStringLiteral("warning"));
+    m_choices.options = options;
+    showOptions();
     emit optionsChosen(options);
+}
+
+/// A look tells that something is left out.
+void DiffSwitches::showOptions()
+{
+    const bool isExact = m_choices.options.isExact();
+    m_ignore->setText(isExact ? tr("Ignore…") : tr("Ignoring…"));
+    Widgets::setStyleProperty(*m_ignore, "tone", isExact ? QString() : QStringLiteral("warning"));
 }
 
 void DiffSwitches::setCanFold(bool canFold)

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "compare/DiffOptions.h"
+#include "ui/compare/DiffChoices.h"
 
 #include <QWidget>
 
@@ -16,7 +16,9 @@ class DiffSwitches final : public QWidget
     Q_OBJECT
 
 public:
-    explicit DiffSwitches(QWidget *parent = nullptr);
+    explicit DiffSwitches(const DiffChoices &choices, QWidget *parent = nullptr);
+
+    const DiffChoices &choices() const { return m_choices; }
 
     /// Folds mean something only where lines differ.
     void setCanFold(bool canFold);
@@ -29,11 +31,12 @@ signals:
 private:
     void fillMenu();
     void choose(const DiffOptions &options);
+    void showOptions();
 
     QToolButton *m_fold;
     QToolButton *m_wrap;
     QToolButton *m_ignore;
-    DiffOptions m_options;
+    DiffChoices m_choices;
 };
 
 } // namespace moorix

@@ -39,9 +39,13 @@ void DiffView::setContent(std::shared_ptr<const DiffContent> content, DiffSide s
 {
     const bool isAnew = m_content != nullptr;
     const DiffPlace before = isAnew ? place(steady) : DiffPlace();
+    const auto opened = m_layout.opened(steady);
     m_content = std::move(content);
     m_layout = DiffLayout(m_content->runs);
     m_layout.setFolded(m_isFolded);
+    // Where nothing is folded, what is open says nothing of later.
+    if (m_isFolded)
+        m_layout.open(steady, opened);
     const qsizetype last = m_content->side(before.side).text.lineCount() - 1;
     const std::vector<qsizetype> changes = m_layout.changes();
     const qsizetype row = isAnew            ? m_layout.reveal(before.side, std::min(before.line, last))

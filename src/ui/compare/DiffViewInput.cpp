@@ -132,7 +132,11 @@ void DiffView::contextMenuEvent(QContextMenuEvent *event)
     auto *menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
     if (const auto hunk = currentHunk()) {
-        const auto copyTo = [this, hunk](DiffSide to) { emit copyRequested(*hunk, to); };
+        // What is shown may be another comparison by the time that something is chosen.
+        const auto copyTo = [this, hunk](DiffSide to) {
+            if (currentHunk() == hunk)
+                emit copyRequested(*hunk, to);
+        };
         menu->addAction(tr("Copy change to the right"), this, [copyTo] { copyTo(DiffSide::right); })
             ->setShortcut(Qt::ALT | Qt::Key_Right);
         menu->addAction(tr("Copy change to the left"), this, [copyTo] { copyTo(DiffSide::left); })

@@ -3,6 +3,7 @@
 
 #include "files/FileService.h"
 #include "files/Format.h"
+#include "platform/Preferences.h"
 #include "ui/Widgets.h"
 
 #include <QHBoxLayout>
@@ -16,11 +17,20 @@
 
 namespace moorix {
 
+namespace {
+
+const QString wrapsKey = QStringLiteral("editor.wrapsLines");
+const QString blanksKey = QStringLiteral("editor.showsBlanks");
+
+} // namespace
+
 EditorArea::EditorArea(AppModel &model, QWidget *parent)
     : QWidget(parent)
     , m_model(model)
     , m_bar(new QTabBar(this))
     , m_stack(new QStackedWidget(this))
+    , m_wraps(model.preferences().value(wrapsKey).toBool())
+    , m_showsBlanks(model.preferences().value(blanksKey).toBool())
 {
     setObjectName(QStringLiteral("editorArea"));
     setAttribute(Qt::WA_StyledBackground);
@@ -31,6 +41,7 @@ EditorArea::EditorArea(AppModel &model, QWidget *parent)
     column->addWidget(m_stack, 1);
     connect(m_bar, &QTabBar::currentChanged, this, [this](int index) {
         m_stack->setCurrentIndex(index);
+        updateSteps();
         focusContent();
         emit titleChanged();
     });
@@ -62,13 +73,15 @@ QWidget *EditorArea::makeHeader()
     row->addWidget(m_bar, 1);
     addButton(*row, EditorCommand::save, QStringLiteral("editorSave"));
     addButton(*row, EditorCommand::saveAs, QStringLiteral("editorSaveAs"));
-    addButton(*row, EditorCommand::undo, QStringLiteral("editorUndo"));
-    addButton(*row, EditorCommand::redo, QStringLiteral("editorRedo"));
+    m_undo = addButton(*row, EditorCommand::undo, QStringLiteral("editorUndo"));
+    m_redo = addButton(*row, EditorCommand::redo, QStringLiteral("editorRedo"));
     addButton(*row, EditorCommand::replace, QStringLiteral("editorFind"));
     m_wrap = addButton(*row, EditorCommand::wrapLines, QStringLiteral("editorWrap"));
     m_blanks = addButton(*row, EditorCommand::showBlanks, QStringLiteral("editorBlanks"));
     m_wrap->setCheckable(true);
     m_blanks->setCheckable(true);
+    m_wrap->setChecked(m_wraps);
+    m_blanks->setChecked(m_showsBlanks);
     connect(back, &QToolButton::clicked, this, &EditorArea::backRequested);
     return header;
 }
@@ -206,18 +219,27 @@ EditorPage *EditorArea::add(const EditorPage::Opened &opened)
     page->setWraps(m_wraps);
     page->setShowsBlanks(m_showsBlanks);
     connect(page, &EditorPage::titleChanged, this, [this, page] { updateTab(page); });
+    connect(page, &EditorPage::stepsChanged, this, &EditorArea::updateSteps);
     connect(page, &EditorPage::closed, this, [this, page] { close(page); });
     connect(page, &EditorPage::comparisonRequested, this, &EditorArea::comparisonRequested);
     connect(page, &EditorPage::messageRaised, &m_model, &AppModel::messageRaised);
-    connect(page, &EditorPage::wrapRequested, this, [this] { setSwitch(m_wraps, m_wrap, &EditorPage::setWraps); });
+    connect(page, &EditorPage::wrapRequested, this,
+            [this] { setSwitch(m_wraps, wrapsKey, m_wrap, &EditorPage::setWraps); });
     connect(page, &EditorPage::blanksRequested, this,
-            [this] { setSwitch(m_showsBlanks, m_blanks, &EditorPage::setShowsBlanks); });
+            [this] { setSwitch(m_showsBlanks, blanksKey, m_blanks, &EditorPage::setShowsBlanks); });
     m_stack->addWidget(page);
     addCloseButton(m_bar->addTab(QString()), page);
     updateTab(page);
     m_bar->setCurrentIndex(m_bar->count() - 1);
     m_stack->setCurrentWidget(page);
+    updateSteps();
     return page;
+}
+
+void EditorArea::updateSteps()
+{
+    m_undo->setEnabled(current() && current()->canUndo());
+    m_redo->setEnabled(current() && current()->canRedo());
 }
 
 void EditorArea::addCloseButton(int index, EditorPage *page)
@@ -235,9 +257,10 @@ void EditorArea::addCloseButton(int index, EditorPage *page)
     });
 }
 
-void EditorArea::setSwitch(bool &value, QToolButton *button, void (EditorPage::*apply)(bool))
+void EditorArea::setSwitch(bool &value, const QString &key, QToolButton *button, void (EditorPage::*apply)(bool))
 {
     value = !value;
+    m_model.preferences().setValue(key, value);
     button->setChecked(value);
     for (EditorPage *page : pages())
         (page->*apply)(value);
@@ -248,7 +271,7 @@ void EditorArea::updateTab(EditorPage *page)
     const int index = m_stack->indexOf(page);
     if (index < 0)
         return;
-    const QString name = Format::display(page->title());
+    const QString name = Format::display(page->title()).replace(QLatin1Char('&'), QLatin1String("&&"));
     m_bar->setTabText(index, page->isModified() ? tr("● %1").arg(name) : name);
     m_bar->setTabToolTip(index, Widgets::toolTip(page->where()));
     emit titleChanged();
@@ -287,10 +310,14 @@ void EditorArea::saveAll(std::function<void()> done)
     page->saveThen([this, done = std::move(done)]() mutable { saveAll(std::move(done)); });
 }
 
-void EditorArea::keepNow()
+QString EditorArea::keepNow()
 {
+    QStringList problems;
     for (EditorPage *page : pages())
-        page->keepNow();
+        problems << page->keepNow();
+    problems.removeAll(QString());
+    problems.removeDuplicates();
+    return problems.join(QLatin1Char(' '));
 }
 
 void EditorArea::applyLook()

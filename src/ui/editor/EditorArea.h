@@ -37,8 +37,8 @@ public:
     QList<EditorPage *> unsaved() const;
     /// Saves everything, then calls `done`; stops at the first file that cannot be saved and shows it.
     void saveAll(std::function<void()> done);
-    /// Keeps unsaved text at the end of the program: blocking.
-    void keepNow();
+    /// Keeps unsaved text at the end of the program: blocking. Returns what went wrong, or nothing.
+    QString keepNow();
     void applyLook();
 
 signals:
@@ -64,11 +64,14 @@ private:
     void addCloseButton(int index, EditorPage *page);
     void close(EditorPage *page);
     void updateTab(EditorPage *page);
-    void setSwitch(bool &value, QToolButton *button, void (EditorPage::*apply)(bool));
+    void updateSteps();
+    void setSwitch(bool &value, const QString &key, QToolButton *button, void (EditorPage::*apply)(bool));
 
     AppModel &m_model;
     QTabBar *m_bar;
     QStackedWidget *m_stack;
+    QToolButton *m_undo = nullptr;
+    QToolButton *m_redo = nullptr;
     QToolButton *m_wrap = nullptr;
     QToolButton *m_blanks = nullptr;
     bool m_wraps = false;

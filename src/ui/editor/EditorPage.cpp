@@ -67,11 +67,12 @@ void EditorPage::connectView()
             m_keepSoon.start(m_view->length() > longText ? 5s : 1s);
         if (m_findBar->isVisible())
             m_searchSoon.start();
+        emit stepsChanged();
     });
     connect(m_view, &EditorView::placeChanged, this, [this] { m_status->showPlace(m_view->place()); });
     connect(m_view, &QsciScintilla::modificationChanged, this, [this](bool isModified) {
         // Undone down to what is on the disk: nothing is left to be kept.
-        if (!isModified && !m_document->isSaving()) {
+        if (!isModified && !m_isElsewhere && !m_document->isSaving()) {
             m_keepSoon.stop();
             m_document->forget();
         }
@@ -88,13 +89,9 @@ void EditorPage::connectStatus()
         m_status->showIndentation(indentation);
     });
     connect(m_status, &EditorStatusLine::lineEndChosen, this, [this](LineEnd lineEnd) {
-        const auto mode = lineEnd == LineEnd::crlf ? QsciScintilla::EolWindows
-                          : lineEnd == LineEnd::cr ? QsciScintilla::EolMac
-                                                   : QsciScintilla::EolUnix;
         // The component would do it line by line, with a step to be undone for each.
         m_view->replaceContent(withLineEnds(m_view->content(), lineEnd));
-        m_view->setEolMode(mode);
-        m_status->showLineEnds({lineEnd, false});
+        showLineEnds({lineEnd, false});
     });
     connect(m_status, &EditorStatusLine::encodingChosen, this, [this](TextEncoding encoding) {
         if (encoding == m_document->encoding())
@@ -111,16 +108,27 @@ void EditorPage::connectStatus()
 void EditorPage::showManner(const LoadedText &loaded)
 {
     m_isPlain = loaded.longestLine > EditorView::longLine;
-    const auto mode = loaded.lineEnds.most == LineEnd::crlf ? QsciScintilla::EolWindows
-                      : loaded.lineEnds.most == LineEnd::cr ? QsciScintilla::EolMac
-                                                            : QsciScintilla::EolUnix;
-    m_view->setEolMode(mode);
     m_indentation = Indentation::of(loaded.text);
     m_view->setIndentation(m_indentation);
     setLanguage(m_language);
     m_status->showIndentation(m_indentation);
-    m_status->showLineEnds(loaded.lineEnds);
+    showLineEnds(loaded.lineEnds);
     m_status->showEncoding(loaded.encoding);
+}
+
+void EditorPage::showLineEnds(const LineEnds &lineEnds)
+{
+    m_view->setEolMode(lineEnds.most == LineEnd::crlf ? QsciScintilla::EolWindows
+                       : lineEnds.most == LineEnd::cr ? QsciScintilla::EolMac
+                                                      : QsciScintilla::EolUnix);
+    m_status->showLineEnds(lineEnds);
+}
+
+/// After what may have changed them all.
+void EditorPage::followLineEnds()
+{
+    if (m_view->lines() > 1)
+        showLineEnds(m_view->lineEnds());
 }
 
 void EditorPage::setLanguage(const QString &name)
@@ -163,7 +171,17 @@ void EditorPage::showProtection()
 
 bool EditorPage::isModified() const
 {
-    return m_view->isModified();
+    return m_view->isModified() || m_isElsewhere;
+}
+
+bool EditorPage::canUndo() const
+{
+    return m_view->isUndoAvailable() && !m_view->isReadOnly();
+}
+
+bool EditorPage::canRedo() const
+{
+    return m_view->isRedoAvailable() && !m_view->isReadOnly();
 }
 
 void EditorPage::focusContent()
@@ -205,9 +223,11 @@ void EditorPage::run(EditorCommand command)
     case C::goToLine:
         return goToLine();
     case C::undo:
-        return m_view->undo();
+        m_view->undo();
+        return followLineEnds();
     case C::redo:
-        return m_view->redo();
+        m_view->redo();
+        return followLineEnds();
     case C::reload:
         return askToReload(std::nullopt);
     case C::wrapLines:

@@ -39,12 +39,14 @@ public:
     /// Where the file lies, for the user.
     QString where() const;
     bool isModified() const;
+    bool canUndo() const;
+    bool canRedo() const;
     void focusContent();
     void run(EditorCommand command);
     /// Goes on with what an earlier run has left of this file, as a change of what is on the disk.
     void restore(const RecoveryCopies::Found &found, const QByteArray &text);
-    /// Keeps unsaved text at the end of the program: blocking.
-    void keepNow();
+    /// Keeps unsaved text at the end of the program: blocking. Returns what went wrong, or nothing.
+    QString keepNow();
     /// Saves, and calls `done` once everything is saved.
     void saveThen(std::function<void()> done);
     void setWraps(bool wraps);
@@ -54,6 +56,8 @@ public:
 signals:
     /// The name, or whether it is modified.
     void titleChanged();
+    /// There are other steps to be undone or done again.
+    void stepsChanged();
     /// Nothing is left to be asked.
     void closed();
     void comparisonRequested(const moorix::Comparison &comparison);
@@ -72,13 +76,24 @@ private:
     void connectSearch();
     void connectDocument();
     void showManner(const LoadedText &loaded);
+    void showLineEnds(const LineEnds &lineEnds);
+    void followLineEnds();
     void showFile();
     void showProtection();
     void setLanguage(const QString &name);
 
+    /// Where a text is to be saved; without a path, into its own file.
+    struct Target
+    {
+        QString path = {};
+        TextDocument::Guard guard = TextDocument::Guard::known;
+    };
+
     void save();
+    void write(const Target &target);
     void chooseSaveAs();
     void afterSave();
+    void afterRefusal();
     void sayStanding(textFile::Standing standing);
     void sayUnencodable(const QString &character, int line);
     void askToReload(std::optional<TextEncoding> encoding);
@@ -108,6 +123,13 @@ private:
     Indentation m_indentation;
     QTimer m_keepSoon;
     qint64 m_savedRevision = -1;
+    /// What was last saved is none of the texts that undoing leads to.
+    bool m_isElsewhere = false;
+    /// Of the last save, and of one that waits for it to end.
+    Target m_target;
+    std::optional<Target> m_nextTarget;
+    /// Why the text cannot be kept for the case of a crash, as it was told.
+    QString m_keepProblem;
     /// Once everything is saved.
     std::function<void()> m_afterSave;
 

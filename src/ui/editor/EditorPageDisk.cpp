@@ -20,12 +20,18 @@ using Standing = textFile::Standing;
 void EditorPage::connectDocument()
 {
     connect(m_document, &TextDocument::saved, this, &EditorPage::afterSave);
-    connect(m_document, &TextDocument::saveRefused, this, &EditorPage::sayStanding);
-    connect(m_document, &TextDocument::unencodable, this, &EditorPage::sayUnencodable);
+    connect(m_document, &TextDocument::saveRefused, this, [this](Standing standing) {
+        sayStanding(standing);
+        afterRefusal();
+    });
+    connect(m_document, &TextDocument::unencodable, this, [this](const QString &character, int line) {
+        sayUnencodable(character, line);
+        afterRefusal();
+    });
     connect(m_document, &TextDocument::saveFailed, this, [this](const QString &sentence) {
-        m_afterSave = {};
-        m_notice->offer(sentence, tr("Try again"), MessageBar::Tone::danger, [this] { save(); });
+        m_notice->offer(sentence, tr("Try again"), MessageBar::Tone::danger, [this] { write(m_target); });
         m_notice->addChoice({tr("Save as…"), [this] { chooseSaveAs(); }});
+        afterRefusal();
     });
     connect(m_document, &TextDocument::standingChanged, this, [this] {
         if (m_document->standing() == Standing::same)
@@ -39,32 +45,50 @@ void EditorPage::connectDocument()
         m_view->setReadOnly(false);
         // What was here can be had back by undoing.
         m_view->replaceContent(loaded.text);
+        m_isElsewhere = false;
         m_view->markSaved();
         m_keepSoon.stop();
         m_document->forget();
         showProtection();
+        emit titleChanged();
     });
     connect(m_document, &TextDocument::reloadFailed, this,
             [this](const QString &sentence) { m_notice->tell(sentence, MessageBar::Tone::danger); });
     connect(m_document, &TextDocument::keepFailed, this, [this](const QString &sentence) {
-        m_notice->tell(tr("What is not saved yet would be lost in a crash: %1").arg(sentence),
-                       MessageBar::Tone::warning);
+        // Once: it is tried again with all that is typed.
+        if (std::exchange(m_keepProblem, sentence) != sentence)
+            m_notice->tell(tr("What is not saved yet would be lost in a crash: %1").arg(sentence),
+                           MessageBar::Tone::warning);
     });
 }
 
 void EditorPage::save()
 {
-    if (!m_document->protection().reason.isEmpty())
-        return showProtection();
-    if (m_document->isSaving())
+    if (m_document->protection().reason.isEmpty())
+        return write({});
+    m_afterSave = {};
+    showProtection();
+}
+
+/// One at a time.
+void EditorPage::write(const Target &target)
+{
+    if (m_document->isSaving()) {
+        m_nextTarget = target;
         return;
+    }
+    m_target = target;
     m_savedRevision = m_view->revision();
-    m_document->save(m_view->content(), TextDocument::Guard::known);
+    if (target.path.isEmpty())
+        m_document->save(m_view->content(), target.guard);
+    else
+        m_document->saveAs(m_view->content(), target.path);
 }
 
 void EditorPage::afterSave()
 {
     const bool isCurrent = m_savedRevision == m_view->revision();
+    m_isElsewhere = !isCurrent;
     if (isCurrent) {
         m_view->markSaved();
         m_keepSoon.stop();
@@ -75,11 +99,26 @@ void EditorPage::afterSave()
     showProtection();
     emit titleChanged();
     emit messageRaised(tr("“%1” is saved.").arg(Format::display(title())));
+    const std::optional<Target> next = std::exchange(m_nextTarget, {});
     // What was typed meanwhile is saved, too, before anything is closed.
-    if (m_afterSave && !isCurrent)
+    if (next && (!isCurrent || !next->path.isEmpty()))
+        write(*next);
+    else if (m_afterSave && !isCurrent)
         save();
     else if (m_afterSave)
         std::exchange(m_afterSave, {})();
+}
+
+/// Nothing was saved, so that nothing that waits for it is done, unless it goes elsewhere.
+void EditorPage::afterRefusal()
+{
+    m_afterSave = {};
+    // Undone meanwhile down to what is on the disk.
+    if (!isModified())
+        m_document->forget();
+    const std::optional<Target> next = std::exchange(m_nextTarget, {});
+    if (next && !next->path.isEmpty())
+        write(*next);
 }
 
 void EditorPage::saveThen(std::function<void()> done)
@@ -95,21 +134,14 @@ void EditorPage::chooseSaveAs()
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setAcceptMode(QFileDialog::AcceptSave);
     dialog->selectFile(title());
-    connect(dialog, &QFileDialog::fileSelected, this, [this](const QString &chosen) {
-        m_savedRevision = m_view->revision();
-        m_document->saveAs(m_view->content(), chosen);
-    });
+    connect(dialog, &QFileDialog::fileSelected, this, [this](const QString &chosen) { write({chosen}); });
     dialog->open();
 }
 
 void EditorPage::sayStanding(Standing standing)
 {
-    m_afterSave = {};
     const QString name = Format::display(title());
-    const auto keepMine = [this] {
-        m_savedRevision = m_view->revision();
-        m_document->save(m_view->content(), TextDocument::Guard::anything);
-    };
+    const auto keepMine = [this] { write({{}, TextDocument::Guard::anything}); };
     if (standing == Standing::gone) {
         m_notice->offer(tr("“%1” is no longer on the disk. Your text is kept here.").arg(name), tr("Save it again"),
                         MessageBar::Tone::warning, keepMine);
@@ -125,14 +157,13 @@ void EditorPage::sayStanding(Standing standing)
 
 void EditorPage::sayUnencodable(const QString &character, int line)
 {
-    m_afterSave = {};
     m_notice->offer(tr("Nothing was saved: %1 has no “%2”, which is in line %3.")
                         .arg(nameOf(m_document->encoding()), Format::display(character))
                         .arg(line),
                     tr("Save in UTF-8"), MessageBar::Tone::warning, [this] {
                         m_document->setEncoding(TextEncoding::utf8);
                         m_status->showEncoding(TextEncoding::utf8);
-                        save();
+                        write(m_target);
                     });
     m_notice->addChoice({tr("Show it"), [this, line] {
                              m_view->goTo(line, 1);
@@ -153,6 +184,8 @@ void EditorPage::askToReload(std::optional<TextEncoding> encoding)
 /// The text is compared where it is kept for the case of a crash.
 void EditorPage::compare()
 {
+    m_keepSoon.stop();
+    m_keepProblem.clear();
     m_document->keep(m_view->content(), [this](const QString &textPath) {
         Comparison comparison;
         comparison.pair.id = newUuid();
@@ -162,6 +195,7 @@ void EditorPage::compare()
         comparison.pair.b.path = textPath;
         comparison.pair.leftService = m_disk;
         comparison.pair.rightService = m_disk;
+        comparison.isRightFixed = true;
         // The question is there again when the user comes back.
         sayStanding(m_document->standing());
         emit comparisonRequested(comparison);
@@ -171,14 +205,13 @@ void EditorPage::compare()
 void EditorPage::keep()
 {
     if (isModified())
-        m_document->keep(m_view->content());
+        m_document->keep(m_view->content(), [this](const QString &) { m_keepProblem.clear(); });
 }
 
-void EditorPage::keepNow()
+QString EditorPage::keepNow()
 {
     m_keepSoon.stop();
-    if (isModified())
-        m_document->keepNow(m_view->content());
+    return isModified() ? m_document->keepNow(m_view->content()) : QString();
 }
 
 void EditorPage::restore(const RecoveryCopies::Found &found, const QByteArray &text)
@@ -192,6 +225,7 @@ void EditorPage::restore(const RecoveryCopies::Found &found, const QByteArray &t
     }
     m_view->setReadOnly(false);
     m_view->replaceContent(text);
+    followLineEnds();
     m_notice->tell(tr("Changes of %1 that were never saved are here again. Undo shows the file without them.")
                        .arg(Format::date(found.written)),
                    MessageBar::Tone::information);

@@ -77,6 +77,7 @@ void EditorPage::search()
                },
                [this](const Error &error) {
                    m_searchProblem = error.message();
+                   m_pendingStep.reset();
                    m_hits.clear();
                    m_view->setHits({});
                    showHitCount();
@@ -164,6 +165,7 @@ void EditorPage::replaceAll()
                        return replaceAll();
                    if (replaced.count > 0)
                        m_view->replaceContent(replaced.text);
+                   followLineEnds();
                    m_searchSoon.stop();
                    search();
                    emit messageRaised(replaced.count == 1

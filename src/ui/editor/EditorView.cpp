@@ -127,6 +127,12 @@ QByteArray EditorView::content() const
     return {bytes, size};
 }
 
+LineEnds EditorView::lineEnds() const
+{
+    const long size = SendScintilla(SCI_GETLENGTH);
+    return LineEnds::of({static_cast<const char *>(SendScintillaPtrResult(SCI_GETCHARACTERPOINTER)), size});
+}
+
 void EditorView::markSaved()
 {
     SendScintilla(SCI_SETSAVEPOINT);
@@ -177,10 +183,11 @@ void EditorView::applyLook()
     if (lexer()) {
         editorLexers::dress(*lexer(), font);
     } else {
+        // First: it makes all styles like the default one, whose colour is that of no theme.
+        SendScintilla(SCI_STYLECLEARALL);
         setFont(font);
         setColor(Theme::color(text));
         setPaper(Theme::color(base));
-        SendScintilla(SCI_STYLECLEARALL);
     }
     setMarginsFont(font);
     setMarginsBackgroundColor(Theme::color(base));

@@ -27,6 +27,7 @@ public:
     /// Another text as one step that can be undone; the caret stays in its line.
     void replaceContent(const QByteArray &text);
     QByteArray content() const;
+    LineEnds lineEnds() const;
     /// Counts the changes of the text.
     qint64 revision() const { return m_revision; }
     /// The text is what is on the disk.

@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The disk fills up under a file that is open in the editor. It happens in a program of its own, which alone sees the
+// small disk.
+#include "app/TextDocument.h"
+#include "files/LocalFileService.h"
+#include "support/SmallDisk.h"
+#include "support/TestMain.h"
+
+#include <QDir>
+#include <QSignalSpy>
+#include <QStorageInfo>
+
+#include <unistd.h>
+
+using namespace moorix;
+using namespace moorix::test;
+using namespace Qt::StringLiterals;
+
+/// Skipped unless started by the test below.
+class SmallDiskEditorProgram final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        if (!SmallDisk::folder())
+            QSKIP("Only a part of FullDiskEditorTest.");
+    }
+
+    void fileAndTextSurvive_data()
+    {
+        QTest::addColumn<qint64>("room");
+        QTest::addColumn<bool>("hasTwoNames");
+        QTest::newRow("no room at all") << 0LL << false;
+        QTest::newRow("room for a part of it") << 1'000'000LL << false;
+        QTest::newRow("two names and no room at all") << 0LL << true;
+        QTest::newRow("room beside the file but not in it") << 3'500'000LL << true;
+    }
+
+    void fileAndTextSurvive()
+    {
+        QFETCH(qint64, room);
+        QFETCH(bool, hasTwoNames);
+        const QString disk = SmallDisk::folder().value();
+        QDir(disk).removeRecursively();
+        QVERIFY(QDir().mkpath(disk));
+        const QByteArray old(2'000'000, 'o');
+        const QByteArray text(3'000'000, 't');
+        const QString path = disk + u"/a.txt"_s;
+        putFile(path, old);
+        if (hasTwoNames)
+            QCOMPARE(::link(QFile::encodeName(path).constData(), QFile::encodeName(disk + u"/b"_s).constData()), 0);
+        const auto local = std::make_shared<LocalFileService>();
+        const auto recovery = std::make_shared<RecoveryCopies>(disk + u"/unsaved"_s);
+        const auto loaded = textFile::load(*local, path, std::nullopt, neverStops).loaded;
+        TextDocument document({local, recovery}, path, {}, loaded, {});
+        QSignalSpy saved(&document, &TextDocument::saved);
+        QSignalSpy failed(&document, &TextDocument::saveFailed);
+        QCOMPARE(document.keepNow("typed"), QString());
+        putFile(disk + u"/other"_s, QByteArray(QStorageInfo(disk).bytesAvailable() - room, 'x'));
+        const QStringList before = QDir(disk).entryList(QDir::AllEntries | QDir::Hidden);
+
+        document.save(text, TextDocument::Guard::known);
+        QTRY_COMPARE(failed.size(), 1);
+        QCOMPARE(failed.constFirst().constFirst().toString(),
+                 u"“%1” could not be written: No space left on device."_s.arg(path));
+        QVERIFY(contentOf(path) == old);
+        QCOMPARE(QDir(disk).entryList(QDir::AllEntries | QDir::Hidden), before);
+        if (room == 0)
+            QVERIFY(document.keepNow(text).contains(u"No space left on device"_s));
+        QVERIFY(QFile::remove(disk + u"/other"_s));
+        const QString kept = QDir(disk + u"/unsaved"_s).entryList(QDir::Dirs | QDir::NoDotAndDotDot).value(0);
+        QCOMPARE(contentOf(disk + u"/unsaved/"_s + kept + u"/text"_s), "typed");
+        document.save(text, TextDocument::Guard::known);
+        QTRY_COMPARE(saved.size(), 1);
+        QVERIFY(contentOf(path) == text && (!hasTwoNames || contentOf(disk + u"/b"_s) == text));
+    }
+};
+
+class FullDiskEditorTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void nothingIsLost()
+    {
+        if (::geteuid() != 0)
+            QSKIP("Only root can mount a small disk.");
+        const TestTree tree{{"disk/", {}}};
+        QByteArray output;
+        QVERIFY2(SmallDisk::run(tree.path("disk"), tree.path("disk/inside"), "SmallDiskEditorProgram", output),
+                 output.constData());
+        QVERIFY2(output.contains("room beside the file but not in it"), output.constData());
+    }
+};
+
+MOORIX_TEST(SmallDiskEditorProgram)
+MOORIX_TEST(FullDiskEditorTest)
+#include "FullDiskEditorTest.moc"
