@@ -380,6 +380,22 @@ private slots:
         QTRY_COMPARE(bench.pane.currentPath(), u"/srv/work"_s);
     }
 
+    void subfoldersAreNoLongerListedOnceThePathIsEntered()
+    {
+        PaneBench bench{{"/srv/www/"}};
+        bench.files->block(u"/srv"_s);
+        bench.press(Qt::Key_L, Qt::ControlModifier);
+        auto *edit = bench.part<QLineEdit>("pathEdit");
+        edit->clear();
+        QTest::keyClicks(edit, u"/srv/w"_s);
+        QTRY_VERIFY(bench.files->isWaiting(u"/srv"_s));
+        QTest::keyClick(edit, Qt::Key_Return);
+        // Else they would open over the list that the path leads to, and take its keys.
+        QTRY_VERIFY(!bench.files->isWaiting(u"/srv"_s));
+        QTRY_VERIFY(bench.isShown("errorBanner"));
+        QCOMPARE(edit->completer()->completionCount(), 0);
+    }
+
     void cutEntriesArePaleUntilTheClipboardHoldsOthers()
     {
         PaneBench bench{{"/a"}, {"/b"}};
