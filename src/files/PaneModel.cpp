@@ -5,7 +5,9 @@
 #include "files/Format.h"
 #include "files/PaneListing.h"
 
+#include <algorithm>
 #include <chrono>
+#include <vector>
 
 namespace moorix {
 
@@ -95,6 +97,18 @@ QList<FileItem> PaneModel::selectedItems() const
     QList<FileItem> items;
     if (m_selection.isEmpty())
         return items;
+    // What a menu asks about a few of a hundred thousand entries is not worth a look at all of them.
+    if (constexpr qsizetype few = 100; m_selection.size() <= few) {
+        std::vector<qsizetype> rows;
+        for (const QString &id : m_selection) {
+            if (const std::optional<qsizetype> row = m_listing->rowOf(id))
+                rows.push_back(*row);
+        }
+        std::ranges::sort(rows);
+        for (const qsizetype row : rows)
+            items.append(m_listing->row(row));
+        return items;
+    }
     for (qsizetype row = 0; row < m_listing->rowCount(); ++row) {
         if (m_selection.contains(m_listing->row(row).id()))
             items.append(m_listing->row(row));

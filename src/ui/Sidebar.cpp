@@ -358,7 +358,7 @@ void Sidebar::fillServerMenu(QMenu &menu, const QUuid &server)
     menu.addAction(tr("Connect in a new tab"), this, [this, server] { emit serverInNewTabRequested(server); });
     if (m_model.connections().isConnected(server))
         menu.addAction(tr("Disconnect"), this, [this, server] { emit disconnectRequested(server); });
-    menu.addAction(tr("Open Terminal"), this, [this, server] { emit terminalRequested(server); });
+    menu.addAction(tr("Open terminal"), this, [this, server] { emit terminalRequested(server); });
     menu.addAction(tr("Edit…"), this, [this, server] { emit editServerRequested(server); });
     const bool isFavorite = m_model.servers().server(server).value_or(ServerConnection()).isFavorite;
     menu.addAction(isFavorite ? tr("Remove from favourites") : tr("Add to favourites"), this,

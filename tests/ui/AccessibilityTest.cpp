@@ -48,7 +48,7 @@ private slots:
             bench.choose(bench.window->findChildren<QAction *>(), command);
             verifyNames(command);
         };
-        for (const char *command : {"Filter", "Go to path", "Quick connect", "Transfers", "Compare Files", "Monitor",
+        for (const char *command : {"Filter", "Go to path", "Quick connect", "Transfers", "Compare files", "Monitor",
                                     "Backups", "New backup", "Synced folders", "Introduction", "Command palette",
                                     "Server library", "Keyboard shortcuts", "New server", "Import from", "About"})
             show(command);

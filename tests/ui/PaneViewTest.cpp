@@ -335,7 +335,7 @@ private slots:
                             "Delete for good|New folder|New file|Info"_s;
         const QString many = QString(all).remove(u"Open|Quick look|"_s).remove(u"Rename|"_s);
         const QList<std::pair<QSet<QString>, QString>> rows{
-            {{}, u"New folder|New file|Select all|Reload|Show hidden files|Go to path"_s},
+            {{}, u"New folder|New file|Select all|Reload|Show hidden files|Sort|Go to path"_s},
             {{u"/a"_s}, all},
             {{u"/f"_s}, all},
             {{u"/a"_s, u"/f"_s}, many}};
@@ -349,6 +349,16 @@ private slots:
             }
             QCOMPARE(enabled.join(u'|'), entries);
         }
+    }
+
+    void rightClickBesideTheEntriesOpensTheFoldersMenu()
+    {
+        PaneBench bench{{"/a", "text"}, {"/b"}};
+        bench.pane.setSelection({u"/a"_s});
+        QContextMenuEvent event(QContextMenuEvent::Mouse, QPoint(50, 150), bench.list().mapToGlobal(QPoint(50, 150)));
+        QApplication::sendEvent(bench.list().viewport(), &event);
+        QCOMPARE(bench.part<QMenu>("paneMenu")->actions().first()->text(), u"New folder"_s);
+        QCOMPARE(bench.selected(), QStringList());
     }
 
     void menuEntryActsOnTheSelection()
