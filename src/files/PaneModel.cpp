@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <limits>
 #include <vector>
 
 namespace moorix {
@@ -94,6 +95,11 @@ void PaneModel::setSelection(const QSet<QString> &ids)
 
 QList<FileItem> PaneModel::selectedItems() const
 {
+    return selectedItems(std::numeric_limits<qsizetype>::max());
+}
+
+QList<FileItem> PaneModel::selectedItems(qsizetype most) const
+{
     QList<FileItem> items;
     if (m_selection.isEmpty())
         return items;
@@ -105,11 +111,11 @@ QList<FileItem> PaneModel::selectedItems() const
                 rows.push_back(*row);
         }
         std::ranges::sort(rows);
-        for (const qsizetype row : rows)
-            items.append(m_listing->row(row));
+        for (std::size_t i = 0; i < rows.size() && items.size() < most; ++i)
+            items.append(m_listing->row(rows[i]));
         return items;
     }
-    for (qsizetype row = 0; row < m_listing->rowCount(); ++row) {
+    for (qsizetype row = 0; row < m_listing->rowCount() && items.size() < most; ++row) {
         if (m_selection.contains(m_listing->row(row).id()))
             items.append(m_listing->row(row));
     }

@@ -100,7 +100,7 @@ std::optional<QString> MainWindow::refusal(WindowCommand command) const
     case folderOfTerminal:
         return unless(m_terminals->currentTerminal().has_value(), tr("No terminal is shown."));
     case backupSelection:
-        return unless(!SourceList::selectionOf(m_model).isEmpty(), tr("No local files are selected."));
+        return unless(SourceList::hasSelection(m_model), tr("No local files are selected."));
     case sync:
         try {
             m_model.shownPair();

@@ -71,7 +71,7 @@ std::optional<FileItem> FileListView::currentEntry() const
 
 void FileListView::selectCurrentIfNothing()
 {
-    if (!m_pane.selectedItems().isEmpty())
+    if (!m_pane.selectedItems(1).isEmpty())
         return;
     if (const auto entry = currentEntry())
         m_pane.setSelection({entry->id()});

@@ -71,8 +71,7 @@ void PaneMenu::popup(PaneView &view, const PaneModel &pane, const QPoint &global
     auto *menu = new QMenu(&view);
     menu->setAttribute(Qt::WA_DeleteOnClose);
     menu->setObjectName(QStringLiteral("paneMenu"));
-    // Looked up once: it may be a hundred thousand entries.
-    const QList<FileItem> entries = pane.selectedItems();
+    const QList<FileItem> entries = pane.selectedItems(2);
     for (const std::vector<PaneCommand> &group : groupsFor(entries)) {
         if (!menu->isEmpty())
             menu->addSeparator();

@@ -142,7 +142,7 @@ bool PaneView::isAvailable(PaneCommand command) const
 
 QList<FileItem> PaneView::entriesActedOn() const
 {
-    QList<FileItem> entries = m_pane.selectedItems();
+    QList<FileItem> entries = m_pane.selectedItems(2);
     if (entries.isEmpty()) {
         if (const std::optional<FileItem> current = m_list->currentEntry())
             entries += *current;
