@@ -92,7 +92,8 @@ void MainWindow::addCommandsTo(QList<PaletteEntry> &entries)
             PaletteEntry entry;
             entry.id = QStringLiteral("command ") + CommandNames::nameOf(command);
             entry.text = withoutMnemonic(action->text());
-            entry.detail = withoutMnemonic(menu.within.isEmpty() ? menu.title : menu.within);
+            entry.detail =
+                withoutMnemonic(menu.within.isEmpty() ? menu.title : tr("%1 ▸ %2").arg(menu.within, menu.title));
             entry.synonyms = CommandNames::synonymsOf(command);
             entry.keys = action->shortcut().toString(QKeySequence::NativeText);
             const std::optional<QString> reason = refusal(command, actedOn);

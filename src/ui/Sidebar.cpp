@@ -256,6 +256,24 @@ void Sidebar::keyPressEvent(QKeyEvent *event)
         QTreeWidget::keyPressEvent(event);
 }
 
+/// The keyboard begins at what is shown.
+void Sidebar::focusInEvent(QFocusEvent *event)
+{
+    const QList<QTreeWidgetItem *> marked = selectedItems();
+    const bool isByKey = event->reason() != Qt::MouseFocusReason && event->reason() != Qt::PopupFocusReason;
+    if (isByKey && !marked.isEmpty())
+        setCurrentItem(marked.first());
+    QTreeWidget::focusInEvent(event);
+}
+
+/// The arrows have marked what they went over; what is marked is what is shown.
+void Sidebar::focusOutEvent(QFocusEvent *event)
+{
+    QTreeWidget::focusOutEvent(event);
+    if (event->reason() != Qt::PopupFocusReason && event->reason() != Qt::ActiveWindowFocusReason)
+        markItems();
+}
+
 void Sidebar::mouseReleaseEvent(QMouseEvent *event)
 {
     QTreeWidget::mouseReleaseEvent(event);

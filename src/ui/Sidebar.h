@@ -54,6 +54,8 @@ signals:
 
 protected:
     void drawBranches(QPainter *, const QRect &, const QModelIndex &) const override {}
+    void focusInEvent(QFocusEvent *event) override;
+    void focusOutEvent(QFocusEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
     void mouseReleaseEvent(QMouseEvent *event) override;
     void dragEnterEvent(QDragEnterEvent *event) override;

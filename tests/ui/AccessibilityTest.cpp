@@ -87,6 +87,23 @@ private slots:
         }
     }
 
+    void keyboardBeginsInTheSidebarAtWhatIsShown()
+    {
+        WindowBench bench({});
+        bench.pane(Side::left)->load(bench.home.path(), true);
+        QTRY_COMPARE(bench.pane(Side::left)->currentPath(), bench.home.path());
+        const auto *sidebar = bench.find<QTreeWidget>("sidebar");
+        QTreeWidgetItem *shown = sidebar->selectedItems().value(0);
+        QVERIFY(shown);
+        bench.key(Qt::Key_0, Qt::ControlModifier);
+        QCOMPARE(sidebar->currentItem(), shown);
+        bench.key(Qt::Key_Down);
+        QVERIFY(sidebar->currentItem() != shown && !shown->isSelected());
+        // What the arrows went over is not what is shown.
+        bench.activateList(Side::left);
+        QCOMPARE(sidebar->selectedItems(), QList<QTreeWidgetItem *>{shown});
+    }
+
     void tabWalksThroughThePagesOfThePreferencesAndComesBack()
     {
         WindowBench bench({});
