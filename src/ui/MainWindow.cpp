@@ -183,6 +183,12 @@ void MainWindow::connectSidebar()
         activeTabs().openLocalHere(path);
         activeView().focusContent();
     });
+    connect(m_sidebar, &Sidebar::listFocusRequested, this, [this] {
+        if (showsSides())
+            activeView().focusContent();
+        else
+            m_middle->currentWidget()->setFocus();
+    });
     connect(m_sidebar, &Sidebar::placeInNewTabRequested, this, [this](const QString &path) {
         showSides();
         activeTabs().openLocal(path);

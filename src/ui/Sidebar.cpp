@@ -252,6 +252,8 @@ void Sidebar::keyPressEvent(QKeyEvent *event)
 {
     if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)
         choose(currentItem());
+    else if (event->key() == Qt::Key_Escape)
+        emit listFocusRequested();
     else
         QTreeWidget::keyPressEvent(event);
 }

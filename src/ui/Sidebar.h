@@ -33,6 +33,8 @@ public:
     void markMonitor(bool isShown);
 
 signals:
+    /// The keyboard goes back to the list.
+    void listFocusRequested();
     void placeChosen(const QString &path);
     void serverChosen(const QUuid &server);
     void placeInNewTabRequested(const QString &path);
