@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <tuple>
 
 namespace moorix::LocalDisk {
 
@@ -67,6 +68,12 @@ void setModesIn(int folder, unsigned mode, const std::stop_token &stop)
         setModeAt(folder, name.constData(), mode, stop);
 }
 
+/// A failure below the item is passed over.
+void tryMode(int folder, const char *name, unsigned mode)
+{
+    std::ignore = ::fchmodat(folder, name, mode, 0);
+}
+
 /// While a folder's contents are changed it stays open to its owner; only then it gets its own mode, which may not let
 /// anyone in.
 void setModeAt(int folder, const char *name, unsigned mode, const std::stop_token &stop)
@@ -76,14 +83,14 @@ void setModeAt(int folder, const char *name, unsigned mode, const std::stop_toke
     if (::fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) != 0 || S_ISLNK(status.st_mode))
         return;
     if (!S_ISDIR(status.st_mode)) {
-        ::fchmodat(folder, name, mode, 0);
+        tryMode(folder, name, mode);
         return;
     }
-    ::fchmodat(folder, name, mode | S_IRWXU, 0);
+    tryMode(folder, name, mode | S_IRWXU);
     const FileDescriptor inner(::openat(folder, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     if (inner.isOpen())
         setModesIn(inner.value(), mode, stop);
-    ::fchmodat(folder, name, mode, 0);
+    tryMode(folder, name, mode);
 }
 
 } // namespace

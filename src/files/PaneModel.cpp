@@ -5,7 +5,10 @@
 #include "files/Format.h"
 #include "files/PaneListing.h"
 
+#include <algorithm>
 #include <chrono>
+#include <limits>
+#include <vector>
 
 namespace moorix {
 
@@ -92,10 +95,27 @@ void PaneModel::setSelection(const QSet<QString> &ids)
 
 QList<FileItem> PaneModel::selectedItems() const
 {
+    return selectedItems(std::numeric_limits<qsizetype>::max());
+}
+
+QList<FileItem> PaneModel::selectedItems(qsizetype most) const
+{
     QList<FileItem> items;
     if (m_selection.isEmpty())
         return items;
-    for (qsizetype row = 0; row < m_listing->rowCount(); ++row) {
+    // What a menu asks about a few of a hundred thousand entries is not worth a look at all of them.
+    if (constexpr qsizetype few = 100; m_selection.size() <= few) {
+        std::vector<qsizetype> rows;
+        for (const QString &id : m_selection) {
+            if (const std::optional<qsizetype> row = m_listing->rowOf(id))
+                rows.push_back(*row);
+        }
+        std::ranges::sort(rows);
+        for (std::size_t i = 0; i < rows.size() && items.size() < most; ++i)
+            items.append(m_listing->row(rows[i]));
+        return items;
+    }
+    for (qsizetype row = 0; row < m_listing->rowCount() && items.size() < most; ++row) {
         if (m_selection.contains(m_listing->row(row).id()))
             items.append(m_listing->row(row));
     }

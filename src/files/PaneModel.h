@@ -97,6 +97,8 @@ public:
     void setSelection(const QSet<QString> &ids);
     /// Entries of the rows shown that are selected, in row order.
     QList<FileItem> selectedItems() const;
+    /// The same, but not more than `most`: what can be done with a selection shows in its first two entries.
+    QList<FileItem> selectedItems(qsizetype most) const;
     /// Once the next load is shown, only the entry of this name is selected and made current.
     void selectWhenLoaded(const QString &name);
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QComboBox>
+#include <QFontComboBox>
 
 namespace moorix {
 
@@ -12,6 +13,18 @@ class ComboBox final : public QComboBox
 
 public:
     using QComboBox::QComboBox;
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+};
+
+/// The same for fonts.
+class FontComboBox final : public QFontComboBox
+{
+    Q_OBJECT
+
+public:
+    using QFontComboBox::QFontComboBox;
 
 protected:
     void paintEvent(QPaintEvent *event) override;

@@ -2,12 +2,14 @@
 #include "ui/MainToolBar.h"
 
 #include "app/AppModel.h"
+#include "files/Format.h"
 #include "files/PaneModel.h"
 #include "servers/ServerStore.h"
 #include "settings/SettingsStore.h"
 #include "ui/CommandNames.h"
 #include "ui/Theme.h"
 #include "ui/WindowActions.h"
+#include "ui/pane/ListOrder.h"
 #include "ui/servers/ServerLook.h"
 #include "ui/toolbar/ToolBarItems.h"
 
@@ -18,24 +20,42 @@
 #include <QMenu>
 #include <QToolButton>
 
+#include <algorithm>
 #include <utility>
 
 namespace moorix {
+
+namespace {
+
+/// What fits onto a small screen in one column.
+constexpr qsizetype mostServers = 20;
+constexpr int widestServer = 340;
+
+QAction *makeItem(QLatin1String name, QObject *parent)
+{
+    return new QAction(Theme::icon(ToolBarItems::iconNameOf(name)), ToolBarItems::textOf(name), parent);
+}
+
+} // namespace
 
 MainToolBar::MainToolBar(AppModel &model, WindowActions &actions, QWidget *parent)
     : QToolBar(tr("Toolbar"), parent)
     , m_model(model)
     , m_actions(actions)
     , m_items(new QToolBar(this))
-    , m_connectMenu(new QMenu(this))
-    , m_sortMenu(new QMenu(tr("Sort"), this))
-    , m_sort(new QAction(Theme::icon(ToolBarItems::iconNameOf(ToolBarItems::sortName)),
-                         ToolBarItems::textOf(ToolBarItems::sortName), this))
+    , m_connect(makeItem(ToolBarItems::connectName, this))
+    , m_sort(makeItem(ToolBarItems::sortName, this))
     , m_filter(new QLineEdit(this))
 {
     setObjectName(QStringLiteral("mainToolBar"));
     setMovable(false);
-    m_sort->setMenu(m_sortMenu);
+    m_connect->setMenu(new QMenu(this));
+    m_sort->setMenu(new QMenu(this));
+    for (const PaneCommand command : ListOrder::commands) {
+        if (command == PaneCommand::sortAscending)
+            m_sort->menu()->addSeparator();
+        m_sort->menu()->addAction(m_actions.action(command));
+    }
     setUpItems();
     setUpFilter();
     auto *holder = new QWidget(this);
@@ -47,11 +67,10 @@ MainToolBar::MainToolBar(AppModel &model, WindowActions &actions, QWidget *paren
     holder->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
     addWidget(holder);
 
-    connect(m_connectMenu, &QMenu::aboutToShow, this, &MainToolBar::fillConnectMenu);
-    connect(m_sortMenu, &QMenu::aboutToShow, this, &MainToolBar::fillSortMenu);
+    connect(m_connect->menu(), &QMenu::aboutToShow, this, &MainToolBar::fillConnectMenu);
     connect(&model.settings(), &SettingsStore::settingChanged, this, [this](const QString &key) {
         if (key == m_model.settings().toolbarItemsRaw.key())
-            addChosenItems();
+            showItems();
     });
 }
 
@@ -65,17 +84,17 @@ void MainToolBar::setUpItems()
         connect(bar, &QWidget::customContextMenuRequested, this,
                 [this, bar](const QPoint &position) { showMenu(bar->mapToGlobal(position)); });
     }
-    addConnect();
-    m_items->addSeparator();
-    addAlwaysShown();
-    auto *spacer = new QWidget(m_items);
-    spacer->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
-    m_chosenEnd = m_items->addWidget(spacer);
-    addChosenItems();
+    m_actions.action(PaneCommand::compareFiles)->setIconText(tr("Compare"));
+    m_actions.action(WindowCommand::sync)->setIconText(tr("Sync"));
+    m_actions.action(PaneCommand::copyToOtherSide)->setIconText(tr("Copy"));
+    m_actions.action(PaneCommand::moveToOtherSide)->setIconText(tr("Move"));
+    m_actions.action(WindowCommand::backups)->setIconText(tr("Backup"));
     if (auto *overflow = m_items->findChild<QToolButton *>(QStringLiteral("qt_toolbar_ext_button"))) {
         overflow->setAccessibleName(tr("More commands"));
         overflow->setToolTip(tr("More commands"));
+        overflow->setIcon(Theme::icon(QStringLiteral("arrow-right-double")));
     }
+    showItems();
 }
 
 void MainToolBar::setUpFilter()
@@ -93,53 +112,43 @@ void MainToolBar::setUpFilter()
     });
 }
 
-void MainToolBar::addConnect()
+void MainToolBar::showItems()
 {
-    auto *button = new QToolButton(m_items);
-    button->setObjectName(QStringLiteral("connectButton"));
-    button->setText(tr("Connect"));
-    button->setIcon(Theme::icon(QStringLiteral("network-connect")));
-    button->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-    button->setPopupMode(QToolButton::InstantPopup);
-    button->setMenu(m_connectMenu);
-    m_items->addWidget(button);
-}
-
-void MainToolBar::addAlwaysShown()
-{
-    for (const WindowActions::Entry &command : ToolBarItems::alwaysShown()) {
-        if (QAction *action = m_actions.action(command))
-            m_items->addAction(action);
-        else
-            m_items->addSeparator();
-    }
-    m_actions.action(PaneCommand::compareFiles)->setIconText(tr("Compare"));
-    m_actions.action(WindowCommand::sync)->setIconText(tr("Sync"));
-    m_actions.action(PaneCommand::copyToOtherSide)->setIconText(tr("Copy"));
-    m_actions.action(PaneCommand::moveToOtherSide)->setIconText(tr("Move"));
-    m_actions.action(WindowCommand::backups)->setIconText(tr("Backup"));
-}
-
-void MainToolBar::addChosenItems()
-{
-    for (QAction *action : std::exchange(m_chosen, {}))
+    for (QAction *action : std::exchange(m_shown, {})) {
         m_items->removeAction(action);
-    for (const QString &name : ToolBarItems::shown(m_model.settings().toolbarItemsRaw.value())) {
-        QAction *action = actionOf(name);
-        if (!action)
-            continue;
-        m_chosen += action;
-        m_items->insertAction(m_chosenEnd, action);
-        auto *button = static_cast<QToolButton *>(m_items->widgetForAction(action));
-        // Without their texts, which would push the others out of a window of usual width.
-        button->setToolButtonStyle(Qt::ToolButtonIconOnly);
-        if (action == m_sort)
-            button->setPopupMode(QToolButton::InstantPopup);
+        if (action->isSeparator())
+            delete action;
     }
+    m_names = ToolBarItems::shown(m_model.settings().toolbarItemsRaw.value());
+    m_names.removeIf([this](const QString &name) { return name != ToolBarItems::separatorName && !actionOf(name); });
+    for (const QString &name : std::as_const(m_names)) {
+        if (name == ToolBarItems::separatorName) {
+            m_shown += m_items->addSeparator();
+            continue;
+        }
+        m_shown += actionOf(name);
+        m_items->addAction(m_shown.constLast());
+        styleButton(name, *m_shown.constLast());
+    }
+    enableButtons();
+}
+
+void MainToolBar::styleButton(const QString &name, QAction &action)
+{
+    auto *button = static_cast<QToolButton *>(m_items->widgetForAction(&action));
+    // The others go without their texts, which would push each other out of a window of usual width.
+    if (!ToolBarItems::standard().contains(name))
+        button->setToolButtonStyle(Qt::ToolButtonIconOnly);
+    if (action.menu())
+        button->setPopupMode(QToolButton::InstantPopup);
+    if (&action == m_connect)
+        button->setObjectName(QStringLiteral("connectButton"));
 }
 
 QAction *MainToolBar::actionOf(const QString &name) const
 {
+    if (name == ToolBarItems::connectName)
+        return m_connect;
     if (name == ToolBarItems::sortName)
         return m_sort;
     const std::optional<WindowActions::Entry> command = CommandNames::commandOf(name);
@@ -150,64 +159,60 @@ void MainToolBar::showMenu(const QPoint &position)
 {
     auto *menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
-    QAction *pressed = m_items->actionAt(m_items->mapFromGlobal(position));
-    if (m_chosen.contains(pressed)) {
-        menu->addAction(tr("Remove “%1”").arg(pressed->iconText()), this, [this, pressed] {
-            Setting<QString> &setting = m_model.settings().toolbarItemsRaw;
-            QStringList names = ToolBarItems::shown(setting.value());
-            names.removeIf([&](const QString &name) { return actionOf(name) == pressed; });
-            setting.set(ToolBarItems::replacing(setting.value(), names));
-        });
-    }
+    if (QAction *pressed = m_items->actionAt(m_items->mapFromGlobal(position)); m_shown.contains(pressed))
+        addRemoval(*menu, m_shown.indexOf(pressed));
     menu->addAction(m_actions.action(WindowCommand::customizeToolBar));
     menu->popup(position);
 }
 
-void MainToolBar::fillConnectMenu()
+void MainToolBar::addRemoval(QMenu &menu, qsizetype index)
 {
-    m_connectMenu->clear();
-    const auto add = [this](const ServerConnection &server) {
-        m_connectMenu->addAction(ServerLook::icon(server),
-                                 QString(server.displayName()).replace(u'&', QLatin1String("&&")), this,
-                                 [this, id = server.id] { emit serverChosen(id); });
-    };
-    for (const ServerConnection &server : m_model.servers().favorites())
-        add(server);
-    m_connectMenu->addSeparator();
-    for (const ServerConnection &server : m_model.servers().library().servers) {
-        if (!server.isFavorite)
-            add(server);
-    }
-    m_connectMenu->addSeparator();
-    for (const WindowCommand command :
-         {WindowCommand::quickConnect, WindowCommand::serverLibrary, WindowCommand::newServer})
-        m_connectMenu->addAction(m_actions.action(command));
+    const bool isSeparator = m_shown.at(index)->isSeparator();
+    const QString text = isSeparator ? tr("Remove separator") : tr("Remove “%1”").arg(m_shown.at(index)->iconText());
+    menu.addAction(text, this, [this, index, name = m_names.at(index)] {
+        QStringList names = m_names;
+        // The setting may have come from another machine while the menu was open.
+        if (names.value(index) != name)
+            return;
+        names.removeAt(index);
+        Setting<QString> &setting = m_model.settings().toolbarItemsRaw;
+        setting.set(ToolBarItems::replacing(setting.value(), names));
+    });
 }
 
-void MainToolBar::fillSortMenu()
+/// Favourites and the first of the others; the rest is a click away in the library.
+void MainToolBar::fillConnectMenu()
 {
-    m_sortMenu->clear();
-    if (!m_pane)
-        return;
-    const std::pair<FileSortKey, QString> keys[] = {{FileSortKey::name, tr("Name")},
-                                                    {FileSortKey::size, tr("Size")},
-                                                    {FileSortKey::date, tr("Date")},
-                                                    {FileSortKey::kind, tr("Kind")}};
-    for (const auto &[key, label] : keys) {
-        QAction *action = m_sortMenu->addAction(label, m_pane.data(), [this, key = key] {
-            m_pane->setSortKey(key);
-            m_model.settings().sortKeyRaw.set(rawText(key));
-        });
-        action->setCheckable(true);
-        action->setChecked(m_pane->sortKey() == key);
+    QMenu &menu = *m_connect->menu();
+    menu.clear();
+    const auto add = [&](const ServerConnection &server) {
+        QString name =
+            menu.fontMetrics().elidedText(Format::display(server.displayName()), Qt::ElideMiddle, widestServer);
+        menu.addAction(ServerLook::icon(server), name.replace(u'&', QLatin1String("&&")), this,
+                       [this, id = server.id] { emit serverChosen(id); });
+    };
+    QList<ServerConnection> servers = m_model.servers().library().servers;
+    std::ranges::stable_partition(servers, &ServerConnection::isFavorite);
+    for (qsizetype i = 0; i < std::min(servers.size(), mostServers); ++i) {
+        if (i > 0 && servers.at(i - 1).isFavorite && !servers.at(i).isFavorite)
+            menu.addSeparator();
+        add(servers.at(i));
     }
-    m_sortMenu->addSeparator();
-    QAction *ascending = m_sortMenu->addAction(tr("Ascending"), m_pane.data(), [this](bool isAscending) {
-        m_pane->setSortAscending(isAscending);
-        m_model.settings().sortAscending.set(isAscending);
-    });
-    ascending->setCheckable(true);
-    ascending->setChecked(m_pane->sortAscending());
+    menu.addSeparator();
+    for (const WindowCommand command :
+         {WindowCommand::quickConnect, WindowCommand::serverLibrary, WindowCommand::newServer})
+        menu.addAction(m_actions.action(command));
+}
+
+void MainToolBar::enableButtons()
+{
+    for (QAction *action : {m_sort, m_actions.action(PaneCommand::copyToOtherSide),
+                            m_actions.action(PaneCommand::moveToOtherSide), m_actions.action(PaneCommand::newFolder),
+                            m_actions.action(PaneCommand::remove), m_actions.action(PaneCommand::compareFiles)}) {
+        // The buttons are greyed, not the actions, whose keys also serve the server library.
+        if (QWidget *button = m_items->widgetForAction(action))
+            button->setEnabled(m_pane);
+    }
 }
 
 void MainToolBar::follow(PaneModel *pane)
@@ -215,12 +220,7 @@ void MainToolBar::follow(PaneModel *pane)
     if (m_pane)
         m_pane->disconnect(this);
     m_pane = pane;
-    for (const PaneCommand command : {PaneCommand::copyToOtherSide, PaneCommand::moveToOtherSide,
-                                      PaneCommand::newFolder, PaneCommand::remove, PaneCommand::compareFiles}) {
-        // The buttons are greyed, not the actions, whose keys also serve the server library.
-        if (QWidget *button = m_items->widgetForAction(m_actions.action(command)))
-            button->setEnabled(pane);
-    }
+    enableButtons();
     m_filter->setEnabled(pane);
     const auto showQuery = [this] {
         const QString query = m_pane ? m_pane->searchQuery() : QString();

@@ -14,8 +14,7 @@ class AppModel;
 class PaneModel;
 class WindowActions;
 
-/// The toolbar: connecting, the commands of a two-pane manager, the items the user chose, and the filter of the active
-/// file list.
+/// The toolbar: the items the user chose, those of a two-pane manager at first, and the filter of the active file list.
 class MainToolBar final : public QToolBar
 {
     Q_OBJECT
@@ -37,24 +36,24 @@ protected:
 private:
     void setUpItems();
     void setUpFilter();
-    void addConnect();
-    void addAlwaysShown();
-    void addChosenItems();
+    void showItems();
+    void styleButton(const QString &name, QAction &action);
+    void enableButtons();
     QAction *actionOf(const QString &name) const;
     void showMenu(const QPoint &position);
+    void addRemoval(QMenu &menu, qsizetype index);
     void fillConnectMenu();
-    void fillSortMenu();
 
     AppModel &m_model;
     WindowActions &m_actions;
     /// What does not fit into a narrow window goes into a menu at its end; the filter stays beside it.
     QToolBar *m_items;
-    QMenu *m_connectMenu;
-    QMenu *m_sortMenu;
+    QAction *m_connect;
     QAction *m_sort;
     QLineEdit *m_filter;
-    QAction *m_chosenEnd = nullptr;
-    QList<QAction *> m_chosen;
+    /// What is shown, by name and by what stands for it in the bar.
+    QStringList m_names;
+    QList<QAction *> m_shown;
     QPointer<PaneModel> m_pane;
 };
 

@@ -151,6 +151,7 @@ void MainWindow::connectParts()
     connect(&m_model.settings(), &SettingsStore::settingChanged, this, &MainWindow::followSetting);
     connect(m_actions, &WindowActions::menuOpens, this, &MainWindow::prepareMenus);
     connect(m_actions, &WindowActions::paneCommandTriggered, this, &MainWindow::runPaneCommand);
+    connect(m_actions, &WindowActions::paneCommandTriggered, this, &MainWindow::showPaneState);
     connect(m_toolBar, &MainToolBar::serverChosen, this, [this](const QUuid &id) { openServer(id, false); });
     connect(m_toolBar, &MainToolBar::listFocusRequested, this, [this] { activeView().focusContent(); });
     connect(m_status, &StatusStrip::transfersRequested, m_actions->action(WindowCommand::transfers), &QAction::trigger);
@@ -181,6 +182,12 @@ void MainWindow::connectSidebar()
         showSides();
         activeTabs().openLocalHere(path);
         activeView().focusContent();
+    });
+    connect(m_sidebar, &Sidebar::listFocusRequested, this, [this] {
+        if (showsSides())
+            activeView().focusContent();
+        else
+            m_middle->currentWidget()->setFocus();
     });
     connect(m_sidebar, &Sidebar::placeInNewTabRequested, this, [this](const QString &path) {
         showSides();
@@ -231,8 +238,11 @@ void MainWindow::followSession()
     m_followedPane = m_followed->pane();
     m_toolBar->follow(m_middle->currentWidget() == m_sides ? m_followedPane.data() : nullptr);
     connect(m_followed, &Session::stateChanged, this, &MainWindow::followSession);
-    if (m_followedPane)
+    if (m_followedPane) {
         connect(m_followedPane, &PaneModel::currentPathChanged, this, &MainWindow::showLocation);
+        connect(m_followedPane, &PaneModel::orderChanged, this, &MainWindow::showPaneState);
+    }
+    showPaneState();
     showLocation();
 }
 

@@ -108,10 +108,13 @@ private:
     void runPaneCommand(PaneCommand command);
     void runSyncCommand(PaneCommand command);
     void prepareMenus();
+    void showPaneState();
     /// Why a command would do nothing now; nothing where it would do something, an empty text where there are no words.
-    std::optional<QString> refusal(const WindowActions::Entry &command) const;
+    /// `entries` are those that commands of file lists would act on (entriesActedOn), looked up once for all of them.
+    std::optional<QString> refusal(const WindowActions::Entry &command, const QList<FileItem> &entries) const;
     std::optional<QString> refusal(WindowCommand command) const;
-    std::optional<QString> refusal(PaneCommand command) const;
+    std::optional<QString> refusal(PaneCommand command, const QList<FileItem> &entries) const;
+    QList<FileItem> entriesActedOn() const;
     std::optional<QString> refusalBesideSides(PaneCommand command) const;
     std::optional<QString> refusalOfTransfers(WindowCommand command) const;
     void addTransferCommands();

@@ -161,7 +161,13 @@ void MainWindow::addViewCommands()
     };
     m_handlers[transfers] = [this] { m_drawer->setVisible(m_actions->action(WindowCommand::transfers)->isChecked()); };
     m_handlers[introduction] = [this] { showIntroduction(); };
-    m_handlers[shortcuts] = [this] { (new ShortcutsOverview(*m_actions, this))->show(); };
+    m_handlers[shortcuts] = [this] {
+        auto *shown = findChild<ShortcutsOverview *>();
+        QDialog *overview = shown ? shown : new ShortcutsOverview(*m_actions, this);
+        overview->show();
+        overview->raise();
+        overview->activateWindow();
+    };
     // Where an update is offered already, the keyboard goes to it.
     m_handlers[checkForUpdates] = [this] {
         if (m_model.updates().isShowingPrompt())
@@ -229,7 +235,6 @@ void MainWindow::runPaneCommand(PaneCommand command)
         view->pane()->run(command);
     else if (view && view->library())
         view->library()->run(command);
-    m_actions->action(PaneCommand::toggleHidden)->setChecked(m_followedPane && m_followedPane->showHidden());
 }
 
 bool MainWindow::showsSides() const

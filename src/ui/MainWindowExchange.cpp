@@ -10,6 +10,7 @@
 #include "ui/exchange/ImportDialog.h"
 
 #include <QFileDialog>
+#include <QFileInfo>
 
 namespace moorix {
 
@@ -31,7 +32,9 @@ void MainWindow::importServers()
 
 void MainWindow::chooseImport()
 {
-    auto *dialog = new QFileDialog(this, tr("Import"), AppPaths::home(),
+    // In a hidden folder, which nobody would find in a dialog.
+    const QString sites = AppPaths::home() + QStringLiteral("/.config/filezilla");
+    auto *dialog = new QFileDialog(this, tr("Import"), QFileInfo::exists(sites) ? sites : AppPaths::home(),
                                    tr("Exports and sites (*.json *.xml);;Exports of Moorix (*.json);;"
                                       "Sites of FileZilla (*.xml);;All files (*)"));
     dialog->setObjectName(QStringLiteral("importFileDialog"));

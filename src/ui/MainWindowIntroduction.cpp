@@ -27,6 +27,7 @@ void MainWindow::showIntroduction()
         m_middle->addWidget(m_introduction);
         connect(m_introduction, &IntroductionPage::newServerRequested, this, [this] { newServer(std::nullopt); });
         connect(m_introduction, &IntroductionPage::importRequested, this, &MainWindow::importServers);
+        connect(m_introduction, &IntroductionPage::fileImportRequested, this, &MainWindow::chooseImport);
         connect(m_introduction, &IntroductionPage::dismissed, this, [this] {
             m_model.settings().permissionOnboardingDismissed.set(true);
             showSides();

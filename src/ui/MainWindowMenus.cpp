@@ -11,6 +11,7 @@
 #include "ui/SessionView.h"
 #include "ui/SideView.h"
 #include "ui/backup/SourceList.h"
+#include "ui/pane/ListOrder.h"
 #include "ui/pane/PaneView.h"
 #include "ui/servers/ServerLibraryView.h"
 #include "ui/terminal/WindowTerminals.h"
@@ -59,12 +60,18 @@ std::optional<QString> unless(bool isAvailable, const QString &reason)
 
 } // namespace
 
-std::optional<QString> MainWindow::refusal(const WindowActions::Entry &command) const
+QList<FileItem> MainWindow::entriesActedOn() const
+{
+    const SessionView *view = activeView().currentView();
+    return showsSides() && view && view->pane() ? view->pane()->entriesActedOn() : QList<FileItem>();
+}
+
+std::optional<QString> MainWindow::refusal(const WindowActions::Entry &command, const QList<FileItem> &entries) const
 {
     if (const auto *ofWindow = std::get_if<WindowCommand>(&command))
         return refusal(*ofWindow);
     if (const auto *ofPane = std::get_if<PaneCommand>(&command))
-        return refusal(*ofPane);
+        return refusal(*ofPane, entries);
     return std::nullopt;
 }
 
@@ -93,7 +100,7 @@ std::optional<QString> MainWindow::refusal(WindowCommand command) const
     case folderOfTerminal:
         return unless(m_terminals->currentTerminal().has_value(), tr("No terminal is shown."));
     case backupSelection:
-        return unless(!SourceList::selectionOf(m_model).isEmpty(), tr("No local files are selected."));
+        return unless(SourceList::hasSelection(m_model), tr("No local files are selected."));
     case sync:
         try {
             m_model.shownPair();
@@ -106,17 +113,15 @@ std::optional<QString> MainWindow::refusal(WindowCommand command) const
     }
 }
 
-std::optional<QString> MainWindow::refusal(PaneCommand command) const
+std::optional<QString> MainWindow::refusal(PaneCommand command, const QList<FileItem> &entries) const
 {
     if (!showsSides())
         return refusalBesideSides(command);
     if (command == PaneCommand::focusOtherSide)
         return unless(m_model.settings().dualPaneEnabled.value(), tr("Only one side is shown."));
     const SessionView *view = activeView().currentView();
-    if (view && view->pane()) {
-        const QList<FileItem> entries = view->pane()->entriesActedOn();
+    if (view && view->pane())
         return view->pane()->wouldRun(command, entries) ? std::nullopt : std::optional(refusalFor(command, entries));
-    }
     if (view && view->library())
         return unless(view->library()->isAvailable(command), tr("Not for servers, or none is selected."));
     return tr("This side shows no folder.");
@@ -133,13 +138,22 @@ std::optional<QString> MainWindow::refusalBesideSides(PaneCommand command) const
 
 void MainWindow::prepareMenus()
 {
+    const QList<FileItem> entries = entriesActedOn();
     for (const WindowActions::Menu &menu : WindowActions::menus()) {
         for (const WindowActions::Entry &entry : menu.entries) {
             if (QAction *action = m_actions->action(entry))
-                action->setEnabled(!refusal(entry));
+                action->setEnabled(!refusal(entry, entries));
         }
     }
+    showPaneState();
+}
+
+/// What the commands that can be checked show of the active list. A click has turned the check of one already.
+void MainWindow::showPaneState()
+{
     m_actions->action(PaneCommand::toggleHidden)->setChecked(m_followedPane && m_followedPane->showHidden());
+    for (const PaneCommand command : ListOrder::commands)
+        m_actions->action(command)->setChecked(m_followedPane && ListOrder::isInForce(command, *m_followedPane));
 }
 
 } // namespace moorix

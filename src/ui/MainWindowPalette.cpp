@@ -83,6 +83,7 @@ QList<PaletteEntry> MainWindow::paletteEntries()
 
 void MainWindow::addCommandsTo(QList<PaletteEntry> &entries)
 {
+    const QList<FileItem> actedOn = entriesActedOn();
     for (const WindowActions::Menu &menu : WindowActions::menus()) {
         for (const WindowActions::Entry &command : menu.entries) {
             QAction *action = m_actions->action(command);
@@ -91,10 +92,11 @@ void MainWindow::addCommandsTo(QList<PaletteEntry> &entries)
             PaletteEntry entry;
             entry.id = QStringLiteral("command ") + CommandNames::nameOf(command);
             entry.text = withoutMnemonic(action->text());
-            entry.detail = withoutMnemonic(menu.title);
+            entry.detail =
+                withoutMnemonic(menu.within.isEmpty() ? menu.title : tr("%1 ▸ %2").arg(menu.within, menu.title));
             entry.synonyms = CommandNames::synonymsOf(command);
             entry.keys = action->shortcut().toString(QKeySequence::NativeText);
-            const std::optional<QString> reason = refusal(command);
+            const std::optional<QString> reason = refusal(command, actedOn);
             entry.isEnabled = !reason;
             entry.refusal = reason.value_or(QString());
             entry.icon = [action] { return action->icon(); };

@@ -9,6 +9,7 @@
 
 #include <QApplication>
 #include <QCheckBox>
+#include <QGridLayout>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
@@ -17,6 +18,8 @@
 #include <QPushButton>
 #include <QToolButton>
 
+#include <algorithm>
+
 namespace moorix {
 
 QuickConnectBar::QuickConnectBar(AppModel &model, PaneTabs &tabs, QWidget *parent)
@@ -24,9 +27,11 @@ QuickConnectBar::QuickConnectBar(AppModel &model, PaneTabs &tabs, QWidget *paren
     , m_model(model)
     , m_tabs(tabs)
     , m_address(new QLineEdit(this))
-    , m_password(new QLineEdit(this))
-    , m_save(new CheckBox(tr("Save"), this))
+    , m_rest(new QWidget(this))
+    , m_password(new QLineEdit(m_rest))
+    , m_save(new CheckBox(tr("Save"), m_rest))
     , m_problem(Widgets::label({}, Widgets::TextRole::error, this))
+    , m_grid(new QGridLayout)
 {
     setObjectName(QStringLiteral("quickConnect"));
     setProperty("role", QStringLiteral("bar"));
@@ -41,18 +46,22 @@ QuickConnectBar::QuickConnectBar(AppModel &model, PaneTabs &tabs, QWidget *paren
     m_save->setToolTip(tr("Save the server and the password to the library"));
     m_problem->setObjectName(QStringLiteral("quickProblem"));
     m_problem->hide();
-    QPushButton *connectButton = Widgets::primaryButton(tr("Connect"), QStringLiteral("quickConnectNow"), this);
+    QPushButton *connectButton = Widgets::primaryButton(tr("Connect"), QStringLiteral("quickConnectNow"), m_rest);
     QToolButton *close =
         Widgets::iconButton(QStringLiteral("window-close"), tr("Close"), QStringLiteral("quickClose"), this);
-    auto *row = new QHBoxLayout;
-    row->addWidget(m_address, 3);
-    row->addWidget(m_password, 2);
+    auto *row = new QHBoxLayout(m_rest);
+    row->setContentsMargins(0, 0, 0, 0);
+    row->addWidget(m_password, 1);
     row->addWidget(m_save);
     row->addWidget(connectButton);
-    row->addWidget(close);
+    m_grid->addWidget(m_address, 0, 0);
+    m_grid->addWidget(m_rest, 0, 1);
+    m_grid->addWidget(close, 0, 2);
+    m_grid->setColumnStretch(0, 1);
+    m_grid->setColumnStretch(1, 1);
     auto *column = new QVBoxLayout(this);
     column->setContentsMargins(10, 8, 8, 8);
-    column->addLayout(row);
+    column->addLayout(m_grid);
     column->addWidget(m_problem);
 
     connect(connectButton, &QPushButton::clicked, this, &QuickConnectBar::connectToAddress);
@@ -124,6 +133,23 @@ void QuickConnectBar::keyPressEvent(QKeyEvent *event)
         m_tabs.slot().setShowsQuickConnect(false);
     else
         QFrame::keyPressEvent(event);
+}
+
+/// One line only where it shows the whole of what the fields ask for.
+void QuickConnectBar::resizeEvent(QResizeEvent *event)
+{
+    QFrame::resizeEvent(event);
+    constexpr int aroundText = 30;
+    const auto lacking = [](const QLineEdit &field) {
+        return field.fontMetrics().horizontalAdvance(field.placeholderText()) + aroundText - field.sizeHint().width();
+    };
+    const int needed = 2 * (m_rest->sizeHint().width() + std::max(0, lacking(*m_password))) + aroundText;
+    m_grid->removeWidget(m_rest);
+    if (width() >= needed)
+        m_grid->addWidget(m_rest, 0, 1);
+    else
+        m_grid->addWidget(m_rest, 1, 0, 1, 3);
+    m_grid->setColumnStretch(1, width() >= needed ? 1 : 0);
 }
 
 } // namespace moorix

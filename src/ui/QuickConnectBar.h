@@ -4,6 +4,7 @@
 #include <QFrame>
 
 class QCheckBox;
+class QGridLayout;
 class QLabel;
 class QLineEdit;
 
@@ -12,7 +13,8 @@ namespace moorix {
 class AppModel;
 class PaneTabs;
 
-/// One line to connect to a server that is not in the library. Shown while the side's slot says so.
+/// One line, or two where it is narrow, to connect to a server that is not in the library. Shown while the side's slot
+/// says so.
 class QuickConnectBar final : public QFrame
 {
     Q_OBJECT
@@ -30,6 +32,7 @@ signals:
 
 protected:
     void keyPressEvent(QKeyEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
 
 private:
     void followSlot();
@@ -38,9 +41,12 @@ private:
     AppModel &m_model;
     PaneTabs &m_tabs;
     QLineEdit *m_address;
+    /// What stands beside the address, or under it.
+    QWidget *m_rest;
     QLineEdit *m_password;
     QCheckBox *m_save;
     QLabel *m_problem;
+    QGridLayout *m_grid;
 };
 
 } // namespace moorix

@@ -252,8 +252,28 @@ void Sidebar::keyPressEvent(QKeyEvent *event)
 {
     if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)
         choose(currentItem());
+    else if (event->key() == Qt::Key_Escape)
+        emit listFocusRequested();
     else
         QTreeWidget::keyPressEvent(event);
+}
+
+/// The keyboard begins at what is shown.
+void Sidebar::focusInEvent(QFocusEvent *event)
+{
+    const QList<QTreeWidgetItem *> marked = selectedItems();
+    const bool isByKey = event->reason() != Qt::MouseFocusReason && event->reason() != Qt::PopupFocusReason;
+    if (isByKey && !marked.isEmpty())
+        setCurrentItem(marked.first());
+    QTreeWidget::focusInEvent(event);
+}
+
+/// The arrows have marked what they went over; what is marked is what is shown.
+void Sidebar::focusOutEvent(QFocusEvent *event)
+{
+    QTreeWidget::focusOutEvent(event);
+    if (event->reason() != Qt::PopupFocusReason && event->reason() != Qt::ActiveWindowFocusReason)
+        markItems();
 }
 
 void Sidebar::mouseReleaseEvent(QMouseEvent *event)
@@ -358,7 +378,7 @@ void Sidebar::fillServerMenu(QMenu &menu, const QUuid &server)
     menu.addAction(tr("Connect in a new tab"), this, [this, server] { emit serverInNewTabRequested(server); });
     if (m_model.connections().isConnected(server))
         menu.addAction(tr("Disconnect"), this, [this, server] { emit disconnectRequested(server); });
-    menu.addAction(tr("Open Terminal"), this, [this, server] { emit terminalRequested(server); });
+    menu.addAction(tr("Open terminal"), this, [this, server] { emit terminalRequested(server); });
     menu.addAction(tr("Edit…"), this, [this, server] { emit editServerRequested(server); });
     const bool isFavorite = m_model.servers().server(server).value_or(ServerConnection()).isFavorite;
     menu.addAction(isFavorite ? tr("Remove from favourites") : tr("Add to favourites"), this,

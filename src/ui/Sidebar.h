@@ -33,6 +33,8 @@ public:
     void markMonitor(bool isShown);
 
 signals:
+    /// The keyboard goes back to the list.
+    void listFocusRequested();
     void placeChosen(const QString &path);
     void serverChosen(const QUuid &server);
     void placeInNewTabRequested(const QString &path);
@@ -54,6 +56,8 @@ signals:
 
 protected:
     void drawBranches(QPainter *, const QRect &, const QModelIndex &) const override {}
+    void focusInEvent(QFocusEvent *event) override;
+    void focusOutEvent(QFocusEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
     void mouseReleaseEvent(QMouseEvent *event) override;
     void dragEnterEvent(QDragEnterEvent *event) override;

@@ -65,6 +65,7 @@ QPushButton:hover { background: <hover>; }
 QPushButton:pressed { background: <selection>; }
 QPushButton:focus { border-color: <accent>; }
 QPushButton:disabled { color: <faintText>; }
+QPushButton::menu-indicator { image: none; width: 0; }
 QPushButton:checked { background: <inactiveSelection>; border-color: <accent>; }
 QPushButton[role="primary"], QPushButton:default { background: <selection>; border-color: <accent>; }
 QPushButton[role="primary"]:hover, QPushButton:default:hover { background: <hover>; }

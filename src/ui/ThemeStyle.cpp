@@ -44,6 +44,12 @@ ThemeStyle::ThemeStyle()
 {
 }
 
+int ThemeStyle::pixelMetric(PixelMetric metric, const QStyleOption *option, const QWidget *widget) const
+{
+    // The button for what does not fit into a toolbar is as wide as others with an icon only.
+    return metric == PM_ToolBarExtensionExtent ? 30 : QProxyStyle::pixelMetric(metric, option, widget);
+}
+
 void ThemeStyle::drawPrimitive(PrimitiveElement element, const QStyleOption *option, QPainter *painter,
                                const QWidget *widget) const
 {

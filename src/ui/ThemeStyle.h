@@ -5,7 +5,8 @@
 
 namespace moorix {
 
-/// Fusion, with check boxes and radio buttons whose outline is seen on dark and light grounds alike.
+/// Fusion, with check boxes and radio buttons whose outline is seen on dark and light grounds alike, and with room for
+/// the arrow at the end of a toolbar that is cut.
 class ThemeStyle final : public QProxyStyle
 {
     Q_OBJECT
@@ -13,6 +14,7 @@ class ThemeStyle final : public QProxyStyle
 public:
     ThemeStyle();
 
+    int pixelMetric(PixelMetric metric, const QStyleOption *option, const QWidget *widget) const override;
     void drawPrimitive(PrimitiveElement element, const QStyleOption *option, QPainter *painter,
                        const QWidget *widget) const override;
 };

@@ -2,6 +2,7 @@
 #include "ui/WindowActions.h"
 
 #include "ui/Theme.h"
+#include "ui/pane/ListOrder.h"
 
 #include <QAction>
 #include <QMenu>
@@ -33,7 +34,7 @@ QList<CommandInfo> makeWindowCommands()
         {newTab, WindowActions::tr("New tab"), u"tab-new"_s, {Qt::CTRL | Qt::Key_T}},
         {closeTab, WindowActions::tr("Close tab"), u"tab-close"_s, {Qt::CTRL | Qt::Key_W}},
         {nextTab, WindowActions::tr("Next tab"), u"go-next-view"_s, {Qt::CTRL | Qt::Key_Tab, Qt::CTRL | Qt::Key_PageDown}},
-        {previousTab, WindowActions::tr("Previous tab"), u"go-previous-view"_s, {Qt::CTRL | Qt::SHIFT | Qt::Key_Backtab, Qt::CTRL | Qt::Key_PageUp}},
+        {previousTab, WindowActions::tr("Previous tab"), u"go-previous-view"_s, {Qt::CTRL | Qt::SHIFT | Qt::Key_Tab, Qt::CTRL | Qt::Key_PageUp}},
         {quit, WindowActions::tr("Quit"), u"application-exit"_s, {Qt::CTRL | Qt::Key_Q}},
         {preferences, WindowActions::tr("Preferences…"), u"configure"_s, {Qt::CTRL | Qt::Key_Comma}},
         {serverLibrary, WindowActions::tr("Server library"), u"network-server"_s, {Qt::CTRL | Qt::SHIFT | Qt::Key_S}},
@@ -56,15 +57,15 @@ QList<CommandInfo> makeWindowCommands()
         {transfers, WindowActions::tr("Transfers"), u"document-send"_s, {Qt::CTRL | Qt::Key_J}, true},
         {terminal, WindowActions::tr("Terminal"), u"dialog-scripts"_s, {Qt::CTRL | Qt::Key_QuoteLeft}, true},
         {terminalInSide, WindowActions::tr("Terminal in this side"), u"dialog-scripts"_s, {}},
-        {terminalToFolder, WindowActions::tr("Terminal: Go to the Pane's Folder"), u"go-jump"_s, {Qt::CTRL | Qt::SHIFT | Qt::Key_G}},
-        {folderOfTerminal, WindowActions::tr("Open the Terminal's Folder in the Pane"), u"folder-open"_s, {Qt::CTRL | Qt::SHIFT | Qt::Key_O}},
+        {terminalToFolder, WindowActions::tr("Take the terminal to this folder"), u"go-jump"_s, {Qt::CTRL | Qt::SHIFT | Qt::Key_G}},
+        {folderOfTerminal, WindowActions::tr("Show the terminal's folder here"), u"folder-open"_s, {Qt::CTRL | Qt::SHIFT | Qt::Key_O}},
         {backups, WindowActions::tr("Backups"), u"backup"_s, {Qt::CTRL | Qt::SHIFT | Qt::Key_B}},
         {backupSelection, WindowActions::tr("Back up the selection…"), u"backup"_s, {}},
         {openArchive, WindowActions::tr("Open a backup's archive…"), u"archive-extract"_s, {}},
         {monitor, WindowActions::tr("Monitor"), u"office-chart-area"_s, {Qt::CTRL | Qt::SHIFT | Qt::Key_M}},
         {editor, WindowActions::tr("Editor"), u"document-edit"_s, {Qt::CTRL | Qt::SHIFT | Qt::Key_E}},
         {shortcuts, WindowActions::tr("Keyboard shortcuts"), u"help-keyboard-shortcuts"_s, {Qt::Key_F1}},
-        {checkForUpdates, WindowActions::tr("Check for Updates…"), u"download"_s, {}},
+        {checkForUpdates, WindowActions::tr("Check for updates…"), u"download"_s, {}},
         {about, WindowActions::tr("About Moorix"), u"help-about"_s, {}},
         {commandPalette, WindowActions::tr("Command palette…"), u"search"_s, {Qt::CTRL | Qt::SHIFT | Qt::Key_P}},
         {customizeToolBar, WindowActions::tr("Customise toolbar…"), u"configure"_s, {}},
@@ -112,6 +113,19 @@ bool isForListOnly(const QKeySequence &keys)
            key == Qt::Key_X;
 }
 
+QMenu *addMenu(QMenuBar &bar, const WindowActions::Menu &menu)
+{
+    for (const QAction *title : bar.actions()) {
+        if (title->text() != menu.within)
+            continue;
+        auto *made = new QMenu(menu.title, title->menu());
+        const QList<QAction *> lines = title->menu()->actions();
+        title->menu()->insertMenu(*std::ranges::find_if(lines, &QAction::isSeparator), made);
+        return made;
+    }
+    return bar.addMenu(menu.title);
+}
+
 } // namespace
 
 const QList<WindowActions::Menu> &WindowActions::menus()
@@ -152,6 +166,9 @@ const QList<WindowActions::Menu> &WindowActions::menus()
         {tr("&View"),
          {P::filter, P::toggleHidden, P::reload, line, W::twoSides, W::sidebar, W::customizeToolBar, line, W::swapSides,
           W::sameFolderThere}},
+        {tr("Sort"),
+         {P::sortByName, P::sortBySize, P::sortByDate, P::sortByKind, line, P::sortAscending, P::sortDescending},
+         tr("&View")},
         {tr("&Go"),
          {W::commandPalette, line, P::goBack, P::goForward, P::goUp, W::home, P::editPath, line, W::nextTab,
           W::previousTab, P::focusOtherSide, W::focusSidebar, line, W::addFavorite}},
@@ -195,6 +212,8 @@ WindowActions::WindowActions(QWidget &window)
         auto *action = new QAction(Theme::icon(info.iconName), info.text, this);
         action->setShortcuts(info.keys);
         action->setCheckable(info.isCheckable);
+        // A menu shows either an icon or whether it is checked.
+        action->setIconVisibleInMenu(!info.isCheckable);
         setToolTip(*action);
         window.addAction(action);
         m_window.insert(info.command, action);
@@ -224,10 +243,13 @@ void WindowActions::addPaneActions(QWidget &window)
                     [this, command = *command] { emit paneCommandTriggered(command); });
         }
     }
-    m_pane.value(PaneCommand::toggleHidden)->setCheckable(true);
+    QList<PaneCommand> checkable(std::begin(ListOrder::commands), std::end(ListOrder::commands));
+    for (const PaneCommand command : checkable += PaneCommand::toggleHidden) {
+        m_pane.value(command)->setCheckable(true);
+        m_pane.value(command)->setIconVisibleInMenu(false);
+    }
     for (const PaneCommand command : {PaneCommand::remove, PaneCommand::removeForGood})
         m_pane.value(command)->setIcon(Theme::icon(infoOf(command).iconName, Theme::Color::danger));
-    m_pane.value(PaneCommand::moveToOtherSide)->setIcon(Theme::icon(u"edit-cut"_s));
 }
 
 QAction *WindowActions::action(const Entry &entry) const
@@ -242,13 +264,16 @@ QAction *WindowActions::action(const Entry &entry) const
 void WindowActions::fill(QMenuBar &bar)
 {
     for (const Menu &menu : menus()) {
-        QMenu *made = bar.addMenu(menu.title);
+        QMenu *made = addMenu(bar, menu);
         for (const Entry &entry : menu.entries) {
             if (QAction *known = action(entry))
                 made->addAction(known);
             else
                 made->addSeparator();
         }
+        // A menu within another one opens and closes while that one is open.
+        if (!menu.within.isEmpty())
+            continue;
         connect(made, &QMenu::aboutToShow, this, &WindowActions::menuOpens);
         connect(made, &QMenu::aboutToHide, this, &WindowActions::enableAll);
     }

@@ -77,6 +77,8 @@ public:
     {
         QString title;
         QList<Entry> entries;
+        /// The title of the menu in which this one stands, behind the first group; empty for one of the menu bar.
+        QString within = {};
     };
     static const QList<Menu> &menus();
     /// Without the mnemonic; empty for a separator.

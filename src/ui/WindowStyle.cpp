@@ -15,13 +15,14 @@ namespace {
 const auto sheetTemplate = uR"(
 QToolBar#mainToolBar QToolButton { padding: 6px 9px; }
 QToolBar#toolbarItems { border: none; padding: 0; }
+QToolBar#mainToolBar QToolButton#qt_toolbar_ext_button { padding: 0; }
 QListWidget[role="boxed"] { border: 1px solid <border>; border-radius: 6px; padding: 4px; }
 QListWidget[role="boxed"]:focus { border-color: <accent>; }
 QListWidget[role="boxed"]::item { padding: 5px 6px; border-radius: 4px; }
 QListWidget[role="boxed"]::item:selected { background: <selection>; color: <text>; }
 QTreeWidget#sidebar { background: <sidebar>; border: none; }
 QWidget#sideHeader { background: <sidebar>; border-bottom: 1px solid <border>; }
-QTabBar#sideTabs::tab { padding: 7px 6px 7px 12px; }
+QTabBar#sideTabs::tab { padding: 7px 6px 7px 12px; max-width: 200px; }
 QTabBar#sideTabs QToolButton { padding: 0 4px 2px 4px; border-radius: 4px; margin-right: 2px; color: <faintText>;
     font-size: 15px; }
 QTabBar#sideTabs QToolButton:hover { color: <text>; }
@@ -41,7 +42,6 @@ QFrame#updateBar QScrollArea, QFrame#updateBar QScrollArea > QWidget > QWidget {
 QPlainTextEdit#diagnosticsPayload { background: <base>; border: 1px solid <border>; border-radius: 6px; padding: 6px; }
 QWidget#syncPage, QWidget#syncOverview { background: <base>; }
 QFrame#syncRowBar, QFrame#syncFooter { background: <sidebar>; border: none; border-top: 1px solid <border>; }
-QPushButton#syncConflicts::menu-indicator, QPushButton#monitorServers::menu-indicator { image: none; width: 0; }
 QFrame#syncProgress, QFrame#syncEnd { background: <sidebar>; border: none; border-bottom: 1px solid <border>; }
 QFrame#conflictBar { background: <toolBar>; border: none; border-top: 2px solid <warning>; }
 QWidget#diffPage, QWidget#editorArea { background: <base>; }
@@ -62,9 +62,9 @@ QLabel[role="headline"][scale="large"] { font-size: 24px; }
 QFrame[role="separator"] { background: <border>; border: none; }
 QTreeView#serverTree::item, QTreeWidget#transferList::item, QTreeWidget#syncRuns::item { padding: 4px 0; }
 QListWidget#preferencePages { background: <sidebar>; border-right: 1px solid <border>; padding: 8px; }
-QListWidget#preferencePages::item { padding: 8px 10px; border-radius: 6px; }
+QListWidget#preferencePages::item { padding: 8px 10px; border: 1px solid transparent; border-radius: 6px; }
 QListWidget#preferencePages::item:selected { background: <selection>; color: <text>; }
-QListWidget#preferencePages::item:focus { border: 1px solid <accent>; }
+QListWidget#preferencePages::item:focus { border-color: <accent>; }
 QWidget#monitorArea, QWidget#backupArea, QWidget#backupOverview, QWidget#backupEditor, QWidget#backupJobPage, QWidget#archiveView { background: <window>; }
 QFrame#backupCard:focus, QFrame#serverFolderPicker:focus { border-color: <accent>; }
 QFrame#workBar, QFrame#restorePanel { background: <sidebar>; border: none; border-top: 1px solid <border>;

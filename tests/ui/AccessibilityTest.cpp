@@ -48,7 +48,7 @@ private slots:
             bench.choose(bench.window->findChildren<QAction *>(), command);
             verifyNames(command);
         };
-        for (const char *command : {"Filter", "Go to path", "Quick connect", "Transfers", "Compare Files", "Monitor",
+        for (const char *command : {"Filter", "Go to path", "Quick connect", "Transfers", "Compare files", "Monitor",
                                     "Backups", "New backup", "Synced folders", "Introduction", "Command palette",
                                     "Server library", "Keyboard shortcuts", "New server", "Import from", "About"})
             show(command);
@@ -85,6 +85,24 @@ private slots:
             const QAccessibleInterface *spoken = QAccessible::queryAccessibleInterface(button);
             QVERIFY2(!spoken->text(QAccessible::Name).isEmpty(), qPrintable(button->objectName()));
         }
+    }
+
+    void keyboardBeginsInTheSidebarAtWhatIsShown()
+    {
+        WindowBench bench({});
+        bench.pane(Side::left)->load(bench.home.path(), true);
+        QTRY_COMPARE(bench.pane(Side::left)->currentPath(), bench.home.path());
+        const auto *sidebar = bench.find<QTreeWidget>("sidebar");
+        QTreeWidgetItem *shown = sidebar->selectedItems().value(0);
+        QVERIFY(shown);
+        bench.key(Qt::Key_0, Qt::ControlModifier);
+        QCOMPARE(sidebar->currentItem(), shown);
+        bench.key(Qt::Key_Down);
+        QVERIFY(sidebar->currentItem() != shown && !shown->isSelected());
+        // What the arrows went over is not what is shown.
+        bench.key(Qt::Key_Escape);
+        QVERIFY(bench.list(Side::left)->hasFocus());
+        QCOMPARE(sidebar->selectedItems(), QList<QTreeWidgetItem *>{shown});
     }
 
     void tabWalksThroughThePagesOfThePreferencesAndComesBack()

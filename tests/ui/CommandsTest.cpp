@@ -2,6 +2,7 @@
 #include "WindowBench.h"
 #include "transfers/TransferEngine.h"
 #include "ui/WindowActions.h"
+#include "ui/pane/ListOrder.h"
 
 #include <QMenu>
 #include <QMenuBar>
@@ -93,11 +94,44 @@ private slots:
         file->close();
         QMenu *tools = openMenu(bench, u"T&ools"_s);
         QVERIFY(disabledIn(*tools).contains(u"Sync the two folders…"_s));
-        QVERIFY(disabledIn(*tools).contains(u"Open the Terminal's Folder in the Pane"_s));
+        QVERIFY(disabledIn(*tools).contains(u"Show the terminal's folder here"_s));
         tools->close();
         QMenu *transfers = openMenu(bench, u"&Transfers"_s);
         QCOMPARE(disabledIn(*transfers).size(), 5);
         transfers->close();
+    }
+
+    void orderIsChosenByMenuOrKeyForTheActiveList()
+    {
+        WindowBench bench({{"left/b.txt", "1"}, {"left/a.txt", "22"}, {"right/c.txt", ""}});
+        const auto *actions = bench.window->findChild<WindowActions *>();
+        const auto checked = [actions] {
+            QStringList texts;
+            for (const PaneCommand command : ListOrder::commands) {
+                if (actions->action(command)->isChecked())
+                    texts << infoOf(command).text;
+            }
+            return texts.join(u", ");
+        };
+        QMenu *view = openMenu(bench, u"&View"_s);
+        QVERIFY(std::ranges::any_of(view->actions(), [&](const QAction *action) {
+            return action->menu() && action->menu()->actions().contains(actions->action(PaneCommand::sortBySize));
+        }));
+        view->close();
+        QCOMPARE(checked(), u"Sort by name, Ascending"_s);
+        const auto first = [&bench] { return bench.pane(Side::left)->displayedItem(0).name; };
+        bench.activateList(Side::left);
+        bench.key(Qt::Key_F6, Qt::ControlModifier);
+        QCOMPARE(first(), u"b.txt"_s);
+        bench.key(Qt::Key_F6, Qt::ControlModifier);
+        QCOMPARE(first(), u"a.txt"_s);
+        QCOMPARE(checked(), u"Sort by size, Descending"_s);
+        // What is chosen already stays so, whatever the click has made of its check.
+        actions->action(PaneCommand::sortDescending)->trigger();
+        QCOMPARE(checked(), u"Sort by size, Descending"_s);
+        QCOMPARE(bench.model->settings().sortKeyRaw.value(), u"size"_s);
+        bench.activateList(Side::right);
+        QCOMPARE(checked(), u"Sort by name, Ascending"_s);
     }
 
     void allTransfersAreCancelledRetriedAndClearedAtOnce()

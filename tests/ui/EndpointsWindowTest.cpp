@@ -65,14 +65,14 @@ private slots:
         WebServer server([](const WebRequest &request) { return WebServer::update(request); });
         PreferencesBench bench;
         bench.window.model->settings().updateEndpoint.set(server.url());
-        WindowBench::choose(bench.window.window->actions(), "Check for Updates");
+        WindowBench::choose(bench.window.window->actions(), "Check for updates");
         QTRY_COMPARE(bench.text("updateHeading"), u"Moorix 999 is available"_s);
         QCOMPARE(bench.text("updateText"), bench.updates.promptText());
-        WindowBench::choose(bench.window.window->actions(), "Check for Updates");
+        WindowBench::choose(bench.window.window->actions(), "Check for updates");
         QVERIFY(bench.window.find("updateLater")->hasFocus());
         bench.window.key(Qt::Key_Escape);
         QVERIFY(!bench.window.find("updateBar"));
-        WindowBench::choose(bench.window.window->actions(), "Check for Updates");
+        WindowBench::choose(bench.window.window->actions(), "Check for updates");
         QTRY_VERIFY(bench.window.find("updateDownload"));
         QCOMPARE(bench.window.find<QPushButton>("updateDownload")->text(), u"Download Update"_s);
         bench.window.find("updateDownload")->setFocus();

@@ -257,6 +257,11 @@ private slots:
         bench.openMany(100'000);
         bench.press(Qt::Key_A, Qt::ControlModifier);
         QCOMPARE(bench.pane.selection().size(), 100'000);
+        QCOMPARE(bench.pane.selectedItems(2).size(), 2);
+        // A few are not looked for among all rows, and come in their order.
+        bench.pane.setSelection({u"/f050000"_s, u"/f099999"_s, u"/f000007"_s});
+        QCOMPARE(bench.selected(), (QStringList{u"f000007"_s, u"f050000"_s, u"f099999"_s}));
+        QCOMPARE(bench.pane.selectedItems(1).first().name, u"f000007"_s);
         bench.pane.setSelection({u"/f099999"_s});
         bench.press(Qt::Key_End);
         QCOMPARE(bench.current(), u"f099999"_s);
@@ -335,7 +340,7 @@ private slots:
                             "Delete for good|New folder|New file|Info"_s;
         const QString many = QString(all).remove(u"Open|Quick look|"_s).remove(u"Rename|"_s);
         const QList<std::pair<QSet<QString>, QString>> rows{
-            {{}, u"New folder|New file|Select all|Reload|Show hidden files|Go to path"_s},
+            {{}, u"New folder|New file|Select all|Reload|Show hidden files|Sort|Go to path"_s},
             {{u"/a"_s}, all},
             {{u"/f"_s}, all},
             {{u"/a"_s, u"/f"_s}, many}};
@@ -349,6 +354,16 @@ private slots:
             }
             QCOMPARE(enabled.join(u'|'), entries);
         }
+    }
+
+    void rightClickBesideTheEntriesOpensTheFoldersMenu()
+    {
+        PaneBench bench{{"/a", "text"}, {"/b"}};
+        bench.pane.setSelection({u"/a"_s});
+        QContextMenuEvent event(QContextMenuEvent::Mouse, QPoint(50, 150), bench.list().mapToGlobal(QPoint(50, 150)));
+        QApplication::sendEvent(bench.list().viewport(), &event);
+        QCOMPARE(bench.part<QMenu>("paneMenu")->actions().first()->text(), u"New folder"_s);
+        QCOMPARE(bench.selected(), QStringList());
     }
 
     void menuEntryActsOnTheSelection()
@@ -378,6 +393,22 @@ private slots:
         QCOMPARE(completer->currentCompletion(), u"/srv/work/deep/"_s);
         QTest::keyClick(edit, Qt::Key_Return);
         QTRY_COMPARE(bench.pane.currentPath(), u"/srv/work"_s);
+    }
+
+    void subfoldersAreNoLongerListedOnceThePathIsEntered()
+    {
+        PaneBench bench{{"/srv/www/"}};
+        bench.files->block(u"/srv"_s);
+        bench.press(Qt::Key_L, Qt::ControlModifier);
+        auto *edit = bench.part<QLineEdit>("pathEdit");
+        edit->clear();
+        QTest::keyClicks(edit, u"/srv/w"_s);
+        QTRY_VERIFY(bench.files->isWaiting(u"/srv"_s));
+        QTest::keyClick(edit, Qt::Key_Return);
+        // Else they would open over the list that the path leads to, and take its keys.
+        QTRY_VERIFY(!bench.files->isWaiting(u"/srv"_s));
+        QTRY_VERIFY(bench.isShown("errorBanner"));
+        QCOMPARE(edit->completer()->completionCount(), 0);
     }
 
     void cutEntriesArePaleUntilTheClipboardHoldsOthers()

@@ -311,7 +311,7 @@ private slots:
         QTreeWidgetItem *item = sidebar->findItems(server.name, Qt::MatchExactly | Qt::MatchRecursive).value(0);
         emit bench.find<QTreeWidget>("sidebar")->customContextMenuRequested(sidebar->visualItemRect(item).center());
         for (QAction *action : bench.find<QMenu>("")->actions()) {
-            if (action->text() == u"Open Terminal"_s)
+            if (action->text() == u"Open terminal"_s)
                 action->trigger();
         }
         TerminalView *terminal = view(bench.window.get());

@@ -21,6 +21,9 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include <algorithm>
+#include <array>
+
 namespace moorix {
 
 using namespace Qt::StringLiterals;
@@ -80,6 +83,14 @@ QStringList SourceList::selectionOf(const AppModel &model)
             return paths;
     }
     return {};
+}
+
+bool SourceList::hasSelection(const AppModel &model)
+{
+    return std::ranges::any_of(std::array{Side::left, Side::right}, [&model](Side side) {
+        const PaneModel *pane = model.tabs(side).current().pane();
+        return pane && pane->isLocal() && !pane->selectedItems(1).isEmpty();
+    });
 }
 
 QStringList SourceList::paths() const

@@ -27,6 +27,7 @@ public:
 
     /// What is selected in the local file list of the active side, else of the other side.
     static QStringList selectionOf(const AppModel &model);
+    static bool hasSelection(const AppModel &model);
 
 signals:
     void edited();

@@ -74,6 +74,7 @@ QList<Line> linesOfEditor()
 QWidget *makeGroup(const QString &title, const QList<Line> &lines, QWidget *parent)
 {
     auto *group = new QWidget(parent);
+    group->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Maximum);
     auto *grid = new QGridLayout(group);
     grid->setContentsMargins(0, 0, 0, 14);
     grid->setVerticalSpacing(6);

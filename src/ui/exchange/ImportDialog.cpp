@@ -7,6 +7,7 @@
 #include "base/Clock.h"
 #include "platform/Preferences.h"
 #include "servers/ServerStore.h"
+#include "settings/SettingsStore.h"
 #include "ui/CheckBox.h"
 #include "ui/ElidedLabel.h"
 #include "ui/Widgets.h"
@@ -37,6 +38,11 @@ QHash<QString, QString> settingLabels(AppModel &model)
         for (const PreferenceRow &row : page.rows)
             labels.insert(row.key, row.label);
     }
+    // What is set elsewhere than in the preferences' rows.
+    const SettingsStore &settings = model.settings();
+    labels.insert(settings.localFavoritesRaw.key(), ImportDialog::tr("Favourite folders"));
+    labels.insert(settings.toolbarItemsRaw.key(), ImportDialog::tr("Toolbar"));
+    labels.insert(settings.permissionOnboardingDismissed.key(), ImportDialog::tr("Introduction dismissed"));
     return labels;
 }
 

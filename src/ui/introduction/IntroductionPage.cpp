@@ -137,22 +137,24 @@ QWidget *IntroductionPage::makeKeychain(std::shared_ptr<KeychainStore> keychain)
 QWidget *IntroductionPage::makeFirstServer()
 {
     QVBoxLayout *column = nullptr;
-    QWidget *screen =
-        makeScreen(tr("Your first server"),
-                   tr("Save the servers you use; or begin with the files of this computer and add servers "
-                      "later, in the Servers menu."),
-                   column);
+    QWidget *screen = makeScreen(tr("Your first server"),
+                                 tr("Save the servers you use, or bring them along: from OpenSSH, from FileZilla's "
+                                    "“sitemanager.xml”, or from a file that Moorix has exported."),
+                                 column);
     m_newServer = Widgets::primaryButton(tr("New server…"), QStringLiteral("introductionNewServer"), screen);
     QPushButton *import =
         Widgets::button(tr("Import from ~/.ssh/config…"), QStringLiteral("introductionImport"), screen);
     auto *row = new QHBoxLayout;
     row->addWidget(m_newServer);
+    QPushButton *importFile = Widgets::button(tr("Import from a file…"), QStringLiteral("introductionFile"), screen);
     row->addWidget(import);
+    row->addWidget(importFile);
     row->addStretch(1);
     column->addLayout(row);
     column->addWidget(m_saved);
     connect(m_newServer, &QPushButton::clicked, this, &IntroductionPage::newServerRequested);
     connect(import, &QPushButton::clicked, this, &IntroductionPage::importRequested);
+    connect(importFile, &QPushButton::clicked, this, &IntroductionPage::fileImportRequested);
     return screen;
 }
 
@@ -171,6 +173,8 @@ QWidget *IntroductionPage::makeFooter()
     m_step->setWordWrap(false);
     row->addWidget(m_step);
     row->addStretch(1);
+    // "Done" is as wide as "Next", so that nothing beside them moves.
+    m_next->setMinimumWidth(76);
     row->addWidget(m_back);
     row->addWidget(m_next);
     return footer;

@@ -31,7 +31,9 @@ public:
 
 signals:
     void newServerRequested();
+    /// From the configuration of OpenSSH, and from a file still to be chosen.
     void importRequested();
+    void fileImportRequested();
     /// The user has seen enough, at whichever screen.
     void dismissed();
 

@@ -77,14 +77,30 @@ QSize Breadcrumbs::minimumSizeHint() const
     return {80, m_more->sizeHint().height()};
 }
 
+/// The folder shown stays in sight, with both ends of its name where there is no room for all of it.
+void Breadcrumbs::shortenLast()
+{
+    QToolButton &last = *m_buttons.constLast();
+    const QString name = Format::display(m_components.constLast().name);
+    last.setAccessibleName(name);
+    const int around = last.sizeHint().width() - last.fontMetrics().horizontalAdvance(name);
+    const int besides = m_buttons.size() > 1 ? m_more->sizeHint().width() + gap : 0;
+    last.setText(
+        plainText(last.fontMetrics().elidedText(name, Qt::ElideMiddle, std::max(width() - besides - around, 40))));
+}
+
 void Breadcrumbs::arrange()
 {
+    if (!m_buttons.isEmpty()) {
+        m_buttons.constLast()->setText(plainText(m_components.constLast().name));
+        if (m_buttons.constLast()->sizeHint().width() + m_more->sizeHint().width() + gap > width())
+            shortenLast();
+    }
     m_first = m_buttons.size();
     int used = 0;
     while (m_first > 0) {
         const int needed = used + m_buttons.at(m_first - 1)->sizeHint().width() + gap;
         const int reserved = m_first > 1 ? m_more->sizeHint().width() + gap : 0;
-        // The folder shown stays in sight, cut off rather than left out.
         if (needed + reserved > width() && m_first < m_buttons.size())
             break;
         used = needed;

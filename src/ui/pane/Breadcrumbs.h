@@ -35,6 +35,7 @@ protected:
 
 private:
     void arrange();
+    void shortenLast();
     void showHiddenOnes();
 
     QList<PathComponent> m_components;

@@ -2,11 +2,12 @@
 #include "ui/pane/FileListHeader.h"
 
 #include "app/ListColumns.h"
+#include "files/PaneModel.h"
 #include "settings/SettingsStore.h"
 #include "ui/Theme.h"
 #include "ui/pane/FileListModel.h"
+#include "ui/pane/ListOrder.h"
 
-#include <QActionGroup>
 #include <QContextMenuEvent>
 #include <QMenu>
 
@@ -20,15 +21,15 @@ namespace moorix {
 
 namespace {
 
-std::optional<FileSortKey> keyOf(int column)
+std::optional<PaneCommand> commandOf(int column)
 {
     switch (column) {
     case FileListModel::name:
-        return FileSortKey::name;
+        return PaneCommand::sortByName;
     case FileListModel::size:
-        return FileSortKey::size;
+        return PaneCommand::sortBySize;
     case FileListModel::modified:
-        return FileSortKey::date;
+        return PaneCommand::sortByDate;
     default:
         return std::nullopt;
     }
@@ -47,21 +48,6 @@ int sectionOf(ListColumns::Column column)
         break;
     }
     return FileListModel::owner;
-}
-
-QString textOf(FileSortKey key)
-{
-    switch (key) {
-    case FileSortKey::name:
-        return FileListHeader::tr("Sort by name");
-    case FileSortKey::size:
-        return FileListHeader::tr("Sort by size");
-    case FileSortKey::date:
-        return FileListHeader::tr("Sort by date");
-    case FileSortKey::kind:
-        break;
-    }
-    return FileListHeader::tr("Sort by kind");
 }
 
 /// How narrow a column may become before it is better hidden.
@@ -186,31 +172,16 @@ void FileListHeader::takeWidths()
 
 void FileListHeader::sortByColumn(int column)
 {
-    const std::optional<FileSortKey> key = keyOf(column);
-    if (!key) {
-        showOrder();
-        return;
-    }
-    if (m_pane.sortKey() == *key) {
-        m_pane.setSortAscending(!m_pane.sortAscending());
-    } else {
-        m_pane.setSortKey(*key);
-        m_pane.setSortAscending(true);
-    }
-    storeOrder();
-}
-
-/// New lists begin in the order chosen last.
-void FileListHeader::storeOrder()
-{
-    m_settings.sortKeyRaw.set(rawText(m_pane.sortKey()));
-    m_settings.sortAscending.set(m_pane.sortAscending());
+    if (const std::optional<PaneCommand> command = commandOf(column))
+        ListOrder::run(*command, m_pane, m_settings);
+    // The header has set the indicator already, also where nothing can be ordered by the column.
+    showOrder();
 }
 
 void FileListHeader::showOrder()
 {
     for (const int column : {FileListModel::name, FileListModel::size, FileListModel::modified}) {
-        if (keyOf(column) == m_pane.sortKey()) {
+        if (ListOrder::isInForce(*commandOf(column), m_pane)) {
             setSortIndicator(column, m_pane.sortAscending() ? Qt::AscendingOrder : Qt::DescendingOrder);
             return;
         }
@@ -223,24 +194,14 @@ void FileListHeader::contextMenuEvent(QContextMenuEvent *event)
     auto *menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
     menu->setObjectName(QStringLiteral("headerMenu"));
-    auto *keys = new QActionGroup(menu);
-    for (const FileSortKey key : allFileSortKeys) {
-        QAction *action = menu->addAction(textOf(key));
+    for (const PaneCommand command : ListOrder::commands) {
+        if (command == PaneCommand::sortAscending)
+            menu->addSeparator();
+        QAction *action = menu->addAction(infoOf(command).text);
         action->setCheckable(true);
-        action->setChecked(m_pane.sortKey() == key);
-        keys->addAction(action);
-        connect(action, &QAction::triggered, this, [this, key] {
-            m_pane.setSortKey(key);
-            storeOrder();
-        });
+        action->setChecked(ListOrder::isInForce(command, m_pane));
+        connect(action, &QAction::triggered, this, [this, command] { ListOrder::run(command, m_pane, m_settings); });
     }
-    QAction *ascending = menu->addAction(tr("Ascending"));
-    ascending->setCheckable(true);
-    ascending->setChecked(m_pane.sortAscending());
-    connect(ascending, &QAction::triggered, this, [this](bool isAscending) {
-        m_pane.setSortAscending(isAscending);
-        storeOrder();
-    });
     menu->addSeparator();
     for (const ListColumns::Column column : ListColumns::all) {
         QAction *action = menu->addAction(model()->headerData(sectionOf(column), Qt::Horizontal).toString());

@@ -35,7 +35,6 @@ protected:
 private:
     void sortByColumn(int column);
     void showOrder();
-    void storeOrder();
     void takeWidths();
     void showColumns();
     void resizeColumns(const QMap<ListColumns::Column, int> &widths);

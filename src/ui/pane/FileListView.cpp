@@ -71,7 +71,7 @@ std::optional<FileItem> FileListView::currentEntry() const
 
 void FileListView::selectCurrentIfNothing()
 {
-    if (!m_pane.selectedItems().isEmpty())
+    if (!m_pane.selectedItems(1).isEmpty())
         return;
     if (const auto entry = currentEntry())
         m_pane.setSelection({entry->id()});
@@ -199,6 +199,9 @@ void FileListView::mouseDoubleClickEvent(QMouseEvent *event)
 
 void FileListView::contextMenuEvent(QContextMenuEvent *event)
 {
+    // Beside the entries the menu is the folder's.
+    if (event->reason() == QContextMenuEvent::Mouse && !indexAt(event->pos()).isValid())
+        clearSelection();
     const QPoint position = event->reason() == QContextMenuEvent::Keyboard
                                 ? viewport()->mapToGlobal(visualRect(currentIndex()).bottomLeft())
                                 : event->globalPos();

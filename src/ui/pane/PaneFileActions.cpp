@@ -56,7 +56,7 @@ PaneFileActions::PaneFileActions(PaneModel &pane, const PaneContext &context, QO
 
 bool PaneFileActions::isAvailable(PaneCommand command) const
 {
-    return isAvailable(command, m_pane.selectedItems());
+    return isAvailable(command, m_pane.selectedItems(2));
 }
 
 bool PaneFileActions::isAvailable(PaneCommand command, const QList<FileItem> &selected) const

@@ -2,8 +2,10 @@
 #include "ui/pane/PaneMenu.h"
 
 #include "ui/Theme.h"
+#include "ui/pane/ListOrder.h"
 #include "ui/pane/PaneView.h"
 
+#include <QCoreApplication>
 #include <QMenu>
 
 #include <vector>
@@ -12,10 +14,10 @@ namespace moorix {
 
 namespace {
 
-std::vector<std::vector<PaneCommand>> groupsFor(const PaneModel &pane)
+std::vector<std::vector<PaneCommand>> groupsFor(const QList<FileItem> &entries)
 {
     using enum PaneCommand;
-    if (pane.selection().isEmpty())
+    if (entries.isEmpty())
         return {{newFolder, newFile}, {paste}, {selectAll}, {openTerminal}, {reload, toggleHidden, editPath}};
     return {{open, openInOtherPane, openInNewTab, edit, quickLook},
             {copyToOtherSide, moveToOtherSide, compareFiles},
@@ -32,6 +34,36 @@ bool isLeftOutWhenUseless(PaneCommand command)
            command == PaneCommand::edit;
 }
 
+QAction *add(QMenu &menu, PaneView &view, PaneCommand command)
+{
+    const PaneCommandInfo &info = infoOf(command);
+    const bool isDangerous = command == PaneCommand::remove || command == PaneCommand::removeForGood;
+    QAction *action =
+        menu.addAction(Theme::icon(info.iconName, isDangerous ? Theme::Color::danger : Theme::Color::text), info.text);
+    if (!info.keys.isEmpty())
+        action->setShortcut(info.keys.front());
+    QObject::connect(action, &QAction::triggered, &view, [&view, command] { view.run(command); });
+    return action;
+}
+
+/// A menu shows either an icon or whether it is checked.
+void showAsChecked(QAction &action, bool isChecked)
+{
+    action.setIconVisibleInMenu(false);
+    action.setCheckable(true);
+    action.setChecked(isChecked);
+}
+
+void addOrder(QMenu &menu, PaneView &view, const PaneModel &pane)
+{
+    QMenu *order = menu.addMenu(QCoreApplication::translate("moorix", "Sort"));
+    for (const PaneCommand command : ListOrder::commands) {
+        if (command == PaneCommand::sortAscending)
+            order->addSeparator();
+        showAsChecked(*add(*order, view, command), ListOrder::isInForce(command, pane));
+    }
+}
+
 } // namespace
 
 void PaneMenu::popup(PaneView &view, const PaneModel &pane, const QPoint &globalPosition)
@@ -39,23 +71,18 @@ void PaneMenu::popup(PaneView &view, const PaneModel &pane, const QPoint &global
     auto *menu = new QMenu(&view);
     menu->setAttribute(Qt::WA_DeleteOnClose);
     menu->setObjectName(QStringLiteral("paneMenu"));
-    for (const std::vector<PaneCommand> &group : groupsFor(pane)) {
+    const QList<FileItem> entries = pane.selectedItems(2);
+    for (const std::vector<PaneCommand> &group : groupsFor(entries)) {
         if (!menu->isEmpty())
             menu->addSeparator();
         for (const PaneCommand command : group) {
-            const bool isAvailable = view.isAvailable(command);
-            if (!isAvailable && isLeftOutWhenUseless(command))
-                continue;
-            const PaneCommandInfo &info = infoOf(command);
-            const bool isDangerous = command == PaneCommand::remove || command == PaneCommand::removeForGood;
-            QAction *action = menu->addAction(
-                Theme::icon(info.iconName, isDangerous ? Theme::Color::danger : Theme::Color::text), info.text);
-            action->setEnabled(isAvailable);
-            action->setCheckable(command == PaneCommand::toggleHidden);
-            action->setChecked(command == PaneCommand::toggleHidden && pane.showHidden());
-            if (!info.keys.isEmpty())
-                action->setShortcut(info.keys.front());
-            QObject::connect(action, &QAction::triggered, &view, [&view, command] { view.run(command); });
+            const bool isAvailable = view.wouldRun(command, entries);
+            if (isAvailable || !isLeftOutWhenUseless(command))
+                add(*menu, view, command)->setEnabled(isAvailable);
+            if (command == PaneCommand::toggleHidden) {
+                showAsChecked(*menu->actions().last(), pane.showHidden());
+                addOrder(*menu, view, pane);
+            }
         }
     }
     menu->popup(globalPosition);

@@ -10,6 +10,7 @@
 #include "ui/pane/FileListView.h"
 #include "ui/pane/FilterBar.h"
 #include "ui/pane/InfoDialog.h"
+#include "ui/pane/ListOrder.h"
 #include "ui/pane/NameBar.h"
 #include "ui/pane/PaneFileActions.h"
 #include "ui/pane/PaneMenu.h"
@@ -141,7 +142,7 @@ bool PaneView::isAvailable(PaneCommand command) const
 
 QList<FileItem> PaneView::entriesActedOn() const
 {
-    QList<FileItem> entries = m_pane.selectedItems();
+    QList<FileItem> entries = m_pane.selectedItems(2);
     if (entries.isEmpty()) {
         if (const std::optional<FileItem> current = m_list->currentEntry())
             entries += *current;
@@ -222,7 +223,7 @@ bool PaneView::runInView(PaneCommand command)
             focusNextChild();
         break;
     default:
-        return false;
+        return ListOrder::run(command, m_pane, m_context.settings);
     }
     return true;
 }

@@ -36,7 +36,7 @@ public:
     void run(PaneCommand command);
     /// Whether the command would do something now.
     bool isAvailable(PaneCommand command) const;
-    /// The entries that `run` would act on: the selected ones, else the current one.
+    /// The entries that `run` would act on, the first two at most: the selected ones, else the current one.
     QList<FileItem> entriesActedOn() const;
     /// Whether `run` would do something with them.
     bool wouldRun(PaneCommand command, const QList<FileItem> &entries) const;

@@ -75,6 +75,14 @@ void PathEdit::offerFolders()
         [this, typedFolder](const Error &) { setFolders(typedFolder, {}); });
 }
 
+/// What is still being listed would open a list over what the keyboard has gone to, and take its keys.
+void PathEdit::offerNothing()
+{
+    m_pause.stop();
+    m_listing = {};
+    m_completer->popup()->hide();
+}
+
 void PathEdit::setFolders(const QString &folder, const QStringList &names)
 {
     m_listedFolder = folder;
@@ -95,9 +103,11 @@ void PathEdit::keyPressEvent(QKeyEvent *event)
     switch (event->key()) {
     case Qt::Key_Return:
     case Qt::Key_Enter:
+        offerNothing();
         emit accepted(path());
         break;
     case Qt::Key_Escape:
+        offerNothing();
         emit cancelled();
         break;
     default:

@@ -39,6 +39,7 @@ protected:
 
 private:
     void offerFolders();
+    void offerNothing();
     void setFolders(const QString &folder, const QStringList &names);
 
     PaneModel &m_pane;

@@ -127,7 +127,7 @@ QWidget *PreferenceControl::makeChoice()
 
 QWidget *PreferenceControl::makeFont()
 {
-    auto *box = new QFontComboBox(this);
+    auto *box = new FontComboBox(this);
     box->setObjectName(m_row.key);
     box->setFontFilters(QFontComboBox::MonospacedFonts);
     m_show = [box](const QVariant &value) {

@@ -15,6 +15,7 @@
 #include "ui/preferences/UpdatesPanel.h"
 
 #include <QCoreApplication>
+#include <QFontInfo>
 
 namespace moorix {
 
@@ -113,8 +114,6 @@ PreferencePage general(SettingsStore &settings)
                         {rawText(FileSortKey::date), tr("Date")},
                         {rawText(FileSortKey::kind), tr("Kind")}}),
                 toggle(settings.sortAscending, tr("Ascending"), tr("Folders come first either way.")),
-                toggle(settings.permissionOnboardingDismissed, tr("Introduction dismissed"),
-                       tr("It is shown at the first start only; the Help menu opens it again.")),
             }};
 }
 
@@ -147,32 +146,35 @@ PreferencePage transfers(SettingsStore &settings)
 
 PreferencePage terminal(SettingsStore &settings)
 {
-    return {tr("Terminal"),
-            QStringLiteral("dialog-scripts"),
-            {},
-            {
-                row(Kind::font, settings.terminalFontName, tr("Font"), {}),
-                number(settings.terminalFontSize, tr("Font size"), tr(" px"), 6, 72),
-                choice(settings.terminalThemeID, tr("Colours"), {}, terminalThemes()),
-                toggle(settings.terminalGPURenderer, tr("Draw with the graphics card")),
-                toggle(settings.terminalLocalEcho, tr("Show typed characters at once"),
-                       tr("Hides the delay of slow connections; never where nothing is echoed, as for passwords.")),
-            }};
+    return {
+        tr("Terminal"),
+        QStringLiteral("dialog-scripts"),
+        {},
+        {
+            row(Kind::font, settings.terminalFontName, tr("Font"),
+                tr("Where it is not installed, “%1” stands in for it.").arg(QFontInfo(Theme::monospace()).family())),
+            number(settings.terminalFontSize, tr("Font size"), tr(" px"), 6, 72),
+            choice(settings.terminalThemeID, tr("Colours"), {}, terminalThemes()),
+            toggle(settings.terminalGPURenderer, tr("Draw with the graphics card")),
+            toggle(settings.terminalLocalEcho, tr("Show typed characters at once"),
+                   tr("Hides the delay of slow connections; never where nothing is echoed, as for passwords.")),
+        }};
 }
 
 PreferencePage monitor(SettingsStore &settings)
 {
     return {tr("Monitor"),
             QStringLiteral("view-statistics"),
-            tr("What the icon in the system tray shows of this computer, where the desktop has a tray."),
+            {},
             {
+                toggle(settings.openMonitorOnLaunch, tr("Open the monitor at start")),
+                toggle(settings.showMenuBarIcon, tr("Icon in the system tray"),
+                       tr("Where the desktop has a tray. It shows of this computer:")),
                 toggle(settings.widgetCPU, tr("Processor")),
                 toggle(settings.widgetRAM, tr("Memory")),
                 toggle(settings.widgetDisk, tr("Disk")),
                 toggle(settings.widgetNet, tr("Network")),
                 toggle(settings.widgetBattery, tr("Battery")),
-                toggle(settings.openMonitorOnLaunch, tr("Open at start")),
-                toggle(settings.showMenuBarIcon, tr("Icon in the system tray")),
             }};
 }
 

@@ -21,6 +21,8 @@
 #include <QTreeView>
 #include <QVBoxLayout>
 
+#include <algorithm>
+
 namespace moorix {
 
 ServerLibraryView::ServerLibraryView(AppModel &model, QWidget *parent)
@@ -108,7 +110,7 @@ QWidget *ServerLibraryView::makeHeader()
 {
     auto *header = new QWidget(this);
     m_search->setObjectName(QStringLiteral("serverSearch"));
-    m_search->setPlaceholderText(tr("Search servers"));
+    m_search->setPlaceholderText(tr("Search"));
     m_search->setAccessibleName(tr("Search servers"));
     m_search->setClearButtonEnabled(true);
     m_search->addAction(Theme::icon(QStringLiteral("search")), QLineEdit::LeadingPosition);
@@ -174,6 +176,14 @@ void ServerLibraryView::makeTree()
     m_view->installEventFilter(this);
     connect(m_view, &QTreeView::doubleClicked, this, &ServerLibraryView::activate);
     connect(m_view, &QWidget::customContextMenuRequested, this, &ServerLibraryView::showMenu);
+}
+
+/// Names are what servers are known by: where there is little room, addresses shrink first.
+void ServerLibraryView::fitColumns(int width)
+{
+    constexpr int nameWidth = 190;
+    const int left = width - nameWidth - m_view->header()->sectionSize(ServerTreeModel::protocolColumn);
+    m_view->header()->resizeSection(ServerTreeModel::addressColumn, std::clamp(left, 90, 220));
 }
 
 void ServerLibraryView::updateEmptyState()
@@ -336,6 +346,8 @@ void ServerLibraryView::fillFolderMenu(QMenu &menu, const QUuid &folder)
 
 bool ServerLibraryView::eventFilter(QObject *watched, QEvent *event)
 {
+    if (watched == m_view && event->type() == QEvent::Resize)
+        fitColumns(static_cast<QResizeEvent *>(event)->size().width());
     if (event->type() != QEvent::KeyPress)
         return QWidget::eventFilter(watched, event);
     const auto &press = *static_cast<QKeyEvent *>(event);

@@ -52,6 +52,7 @@ private:
     QWidget *makeHeader();
     QWidget *makeEmptyState();
     void makeTree();
+    void fitColumns(int width);
     void updateEmptyState();
     void rememberExpansion();
     void restoreAfterReset();

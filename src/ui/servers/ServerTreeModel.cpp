@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/servers/ServerTreeModel.h"
 
+#include "files/Format.h"
 #include "servers/ServerStore.h"
 #include "ui/Theme.h"
 #include "ui/servers/ServerLook.h"
@@ -177,7 +178,7 @@ QVariant ServerTreeModel::folderData(const QUuid &id, int column, int role) cons
     if (column != nameColumn)
         return {};
     if (role == Qt::DisplayRole || role == Qt::EditRole)
-        return folder->name;
+        return role == Qt::DisplayRole ? Format::display(folder->name) : folder->name;
     if (role == Qt::DecorationRole) {
         const std::optional<QColor> tag = ServerLook::color(folder->colorTag);
         return tag ? ServerLook::dot(*tag) : Theme::icon(QStringLiteral("folder"));
@@ -204,7 +205,7 @@ QVariant ServerTreeModel::serverData(const QUuid &id, int column, int role) cons
         return {};
     switch (column) {
     case nameColumn:
-        return server->isFavorite ? server->displayName() + QStringLiteral("  ★") : server->displayName();
+        return Format::display(server->displayName()) + (server->isFavorite ? QStringLiteral("  ★") : QString());
     case addressColumn:
         return ServerLook::address(*server);
     default:

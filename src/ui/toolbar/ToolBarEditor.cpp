@@ -56,8 +56,7 @@ ToolBarEditor::ToolBarEditor(SettingsStore &settings, QWidget *parent)
     column->setSpacing(10);
     column->addWidget(Widgets::label(tr("Toolbar"), Widgets::TextRole::headline, this));
     column->addWidget(Widgets::label(tr("Drag commands between the lists, or press Enter to add, Delete to remove, "
-                                        "Alt+Up and Alt+Down to move. What is needed most stays at the left end, and "
-                                        "the filter at the right one."),
+                                        "Alt+Up and Alt+Down to move. The filter stays at the right end."),
                                      Widgets::TextRole::muted, this));
     column->addLayout(lists, 1);
     column->addWidget(restore, 0, Qt::AlignLeft);
@@ -140,7 +139,8 @@ void ToolBarEditor::refresh()
     const QScopedValueRollback filling(m_isFilling, true);
     const QStringList shown = ToolBarItems::shown(m_settings.toolbarItemsRaw.value());
     QStringList available = ToolBarItems::all();
-    available.removeIf([&shown](const QString &name) { return shown.contains(name); });
+    available.removeIf(
+        [&shown](const QString &name) { return name != ToolBarItems::separatorName && shown.contains(name); });
     fill(*m_available, available);
     fill(*m_shown, shown);
     filterAvailable();
@@ -158,7 +158,11 @@ void ToolBarEditor::fill(QListWidget &list, const QStringList &names)
         item->setData(nameRole, name);
         item->setFlags(item->flags() & ~Qt::ItemIsDropEnabled);
     }
-    const qsizetype known = names.indexOf(current);
+    // Until a place is chosen there, what is added comes to the end of the toolbar.
+    if (row < 0 && &list == m_shown)
+        return;
+    // Separators have the same name.
+    const qsizetype known = names.value(row) == current ? row : names.indexOf(current);
     list.setCurrentRow(known >= 0 ? int(known) : std::clamp(row, 0, std::max(0, int(names.size()) - 1)));
 }
 
@@ -209,11 +213,12 @@ QStringList ToolBarEditor::shown() const
 /// After a drop: the lists may hold a row twice, or none of what is available.
 void ToolBarEditor::takeOver()
 {
-    QStringList names = shown();
-    names.removeDuplicates();
-    if (names != ToolBarItems::shown(m_settings.toolbarItemsRaw.value()) ||
-        m_available->count() + names.size() != ToolBarItems::all().size())
-        store(names);
+    QStringList names;
+    for (const QString &name : shown()) {
+        if (name == ToolBarItems::separatorName || !names.contains(name))
+            names += name;
+    }
+    store(names);
 }
 
 void ToolBarEditor::add()
@@ -222,7 +227,7 @@ void ToolBarEditor::add()
     if (name.isEmpty())
         return;
     QStringList names = shown();
-    const int place = m_shown->currentRow() + 1;
+    const int place = m_shown->currentRow() < 0 ? int(names.size()) : m_shown->currentRow() + 1;
     names.insert(place, name);
     store(names);
     m_shown->setCurrentRow(place);
@@ -245,6 +250,7 @@ void ToolBarEditor::move(int step)
         return;
     names.move(row, row + step);
     store(names);
+    m_shown->setCurrentRow(row + step);
 }
 
 bool ToolBarEditor::eventFilter(QObject *watched, QEvent *event)

@@ -9,41 +9,51 @@ namespace moorix::ToolBarItems {
 
 namespace {
 
+/// Begins a text that names the toolbar from its left end on.
+constexpr auto wholeMark = QLatin1String("whole");
+
 QStringList namesIn(const QString &raw)
 {
     QStringList names;
     for (const QString &item : raw.split(u',')) {
-        if (const QString name = item.trimmed(); !name.isEmpty() && !names.contains(name))
+        const QString name = item.trimmed();
+        if (!name.isEmpty() && (name == separatorName || !names.contains(name)))
             names += name;
     }
     return names;
 }
 
-bool canBeAdded(const QString &name)
+bool isKnown(const QString &name)
 {
-    const std::optional<WindowActions::Entry> command = CommandNames::commandOf(name);
-    return name == sortName || (command && !alwaysShown().contains(*command));
+    return name == connectName || name == sortName || name == separatorName || CommandNames::commandOf(name);
 }
 
 } // namespace
 
-const QList<WindowActions::Entry> &alwaysShown()
+const QStringList &standard()
 {
     using W = WindowCommand;
     using P = PaneCommand;
-    constexpr std::monostate line;
-    static const QList<WindowActions::Entry> commands{
-        P::copyToOtherSide, P::moveToOtherSide, P::newFolder, P::remove, line, P::compareFiles, W::sync, W::backups};
-    return commands;
+    static const QStringList names = [] {
+        QStringList made{connectName};
+        constexpr std::monostate line;
+        for (const WindowActions::Entry &command :
+             std::initializer_list<WindowActions::Entry>{line, P::copyToOtherSide, P::moveToOtherSide, P::newFolder,
+                                                         P::remove, line, P::compareFiles, W::sync, W::backups}) {
+            const QString name = CommandNames::nameOf(command);
+            made += name.isEmpty() ? QString(separatorName) : name;
+        }
+        return made;
+    }();
+    return names;
 }
 
 QStringList all()
 {
-    QStringList names{sortName};
+    QStringList names{separatorName, connectName, sortName};
     for (const WindowActions::Menu &menu : WindowActions::menus()) {
         for (const WindowActions::Entry &command : menu.entries) {
-            const QString name = CommandNames::nameOf(command);
-            if (canBeAdded(name))
+            if (const QString name = CommandNames::nameOf(command); !name.isEmpty())
                 names += name;
         }
     }
@@ -53,15 +63,20 @@ QStringList all()
 QStringList shown(const QString &raw)
 {
     QStringList names = namesIn(raw);
-    names.removeIf([](const QString &name) { return !canBeAdded(name); });
-    return names;
+    const bool isWhole = names.value(0) == wholeMark;
+    names.removeIf([isWhole](const QString &name) {
+        return !isKnown(name) || (!isWhole && name != separatorName && standard().contains(name));
+    });
+    return isWhole ? names : standard() + names;
 }
 
 QString replacing(const QString &raw, const QStringList &shown)
 {
-    QStringList names = shown;
+    // Earlier versions understand what stands behind the standard items.
+    const bool beginsAsUsual = shown.mid(0, standard().size()) == standard();
+    QStringList names = beginsAsUsual ? shown.mid(standard().size()) : QStringList{wholeMark} + shown;
     for (const QString &name : namesIn(raw)) {
-        if (!canBeAdded(name) && !CommandNames::commandOf(name))
+        if (!isKnown(name) && name != wholeMark)
             names += name;
     }
     return names.join(u',');
@@ -69,16 +84,24 @@ QString replacing(const QString &raw, const QStringList &shown)
 
 QString textOf(const QString &name)
 {
+    if (name == connectName)
+        return QCoreApplication::translate("ToolBarItems", "Connect");
     if (name == sortName)
         return QCoreApplication::translate("ToolBarItems", "Sort");
+    if (name == separatorName)
+        return QCoreApplication::translate("ToolBarItems", "Separator");
     const std::optional<WindowActions::Entry> command = CommandNames::commandOf(name);
     return command ? WindowActions::textOf(*command) : QString();
 }
 
 QString iconNameOf(const QString &name)
 {
+    if (name == connectName)
+        return QStringLiteral("network-connect");
     if (name == sortName)
-        return QStringLiteral("view-sort-ascending");
+        return QStringLiteral("view-sort");
+    if (name == separatorName)
+        return QStringLiteral("distribute-horizontal-center");
     const std::optional<WindowActions::Entry> command = CommandNames::commandOf(name);
     return command ? WindowActions::iconNameOf(*command) : QString();
 }

@@ -6,18 +6,22 @@
 #include <QStringList>
 
 /// What the user can put on the toolbar, as the setting `toolbarItemsRaw` names it: names with commas between. Beside
-/// the commands by their names (CommandNames) there is "sort", the menu of orders.
+/// the commands by their names (CommandNames) there are "connect", the menu of servers, "sort", the menu of orders, and
+/// "separator", which may stand any number of times.
 namespace moorix::ToolBarItems {
 
+inline constexpr auto connectName = QLatin1String("connect");
 inline constexpr auto sortName = QLatin1String("sort");
+inline constexpr auto separatorName = QLatin1String("separator");
 
-/// Commands that stand on every toolbar, in this order; nothing is a separator.
-const QList<WindowActions::Entry> &alwaysShown();
-/// The names of all that can be added, in the order of the menus.
+/// What stands at the left end until the user arranges the toolbar otherwise; these buttons have texts.
+const QStringList &standard();
+/// The names of all that can be added, each once, in the order of the menus.
 QStringList all();
-/// What a stored text shows: names of this version, each once, but for what is always shown.
+/// What a stored text shows: names of this version, each but "separator" once. A text that does not begin with "whole"
+/// names what stands behind the standard items only.
 QStringList shown(const QString &raw);
-/// `raw` with these names in place of what it shows. Names of other versions stay, behind them.
+/// The text that shows these names. Names of other versions in `raw` stay, behind them.
 QString replacing(const QString &raw, const QStringList &shown);
 
 QString textOf(const QString &name);
