@@ -4,7 +4,7 @@ if(CMAKE_BUILD_TYPE STREQUAL "RelWithDebInfo" OR CMAKE_BUILD_TYPE STREQUAL "Rele
     include(CheckPIESupported)
     check_pie_supported()
     set(CMAKE_POSITION_INDEPENDENT_CODE ON)
-    add_compile_options(-fstack-protector-strong)
-    add_compile_definitions(_FORTIFY_SOURCE=2)
+    # Some compilers bring a level of their own, and complain about another one.
+    add_compile_options(-fstack-protector-strong -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
     add_link_options(LINKER:-z,relro LINKER:-z,now)
 endif()
