@@ -3,6 +3,9 @@
 
 #include "ui/Theme.h"
 
+#include <QApplication>
+#include <QFontInfo>
+
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -11,7 +14,7 @@ namespace moorix {
 
 namespace {
 
-/// Names in angle brackets stand for colours.
+/// Names in angle brackets stand for colours and for sizes of text.
 const auto sheetTemplate = uR"(
 QToolBar#mainToolBar QToolButton { padding: 6px 9px; }
 QToolBar#toolbarItems { border: none; padding: 0; }
@@ -24,7 +27,7 @@ QTreeWidget#sidebar { background: <sidebar>; border: none; }
 QWidget#sideHeader { background: <sidebar>; border-bottom: 1px solid <border>; }
 QTabBar#sideTabs::tab { padding: 7px 6px 7px 12px; max-width: 200px; }
 QTabBar#sideTabs QToolButton { padding: 0 4px 2px 4px; border-radius: 4px; margin-right: 2px; color: <faintText>;
-    font-size: 15px; }
+    font-size: <larger>; }
 QTabBar#sideTabs QToolButton:hover { color: <text>; }
 QTabBar#sideTabs::tab:selected { background: <base>; border-bottom-color: <faintText>; }
 QWidget#sideView[active="true"] QTabBar#sideTabs::tab:selected { border-bottom-color: <accent>; }
@@ -49,16 +52,16 @@ QFrame#editorHeader { background: <sidebar>; border: none; border-bottom: 1px so
 QTabBar#editorTabs::tab { padding: 8px 6px 8px 12px; }
 QTabBar#editorTabs QToolButton { padding: 0; }
 QTabBar#editorTabs QToolButton#closeTab { padding: 0 4px 2px 4px; border-radius: 4px; margin-right: 2px; color: <faintText>;
-    font-size: 15px; }
+    font-size: <larger>; }
 QTabBar#editorTabs QToolButton#closeTab:hover { color: <text>; }
 QLabel#diffRemark { background: <sidebar>; border-bottom: 1px solid <border>; }
 QLineEdit#diffSearch[tone="danger"] { border-color: <danger>; }
 QToolButton#diffIgnore[tone="warning"] { color: <warning>; }
-QLabel[role="heading"] { font-weight: 600; font-size: 15px; }
-QLabel[role="headline"] { font-weight: 600; font-size: 18px; }
+QLabel[role="heading"] { font-weight: 600; font-size: <larger>; }
+QLabel[role="headline"] { font-weight: 600; font-size: <headline>; }
 QLabel[role="keys"] { background: <toolBar>; border: 1px solid <border>; border-radius: 4px; padding: 1px 6px;
     color: <mutedText>; }
-QLabel[role="headline"][scale="large"] { font-size: 24px; }
+QLabel[role="headline"][scale="large"] { font-size: <title>; }
 QFrame[role="separator"] { background: <border>; border: none; }
 QTreeView#serverTree::item, QTreeWidget#transferList::item, QTreeWidget#syncRuns::item { padding: 4px 0; }
 QListWidget#preferencePages { background: <sidebar>; border-right: 1px solid <border>; padding: 8px; }
@@ -79,7 +82,7 @@ QWidget#terminalBar, QWidget#terminalHeader { background: <sidebar>; border-bott
 QWidget#terminalDock { background: <base>; }
 QTabBar#terminalTabs::tab { padding: 6px 12px; }
 QFrame#commandPalette { background: <toolBar>; border: 1px solid <faintText>; border-radius: 10px; }
-QLineEdit#paletteQuery { padding: 7px 10px; font-size: 15px; }
+QLineEdit#paletteQuery { padding: 7px 10px; font-size: <larger>; }
 QListView#paletteList { background: transparent; }
 QSplitter#terminalSplitter::handle:hover { background: <accent>; }
 QLabel#shakeHint { background: <toolBar>; color: <text>; border: 1px solid <border>; border-radius: 14px;
@@ -113,6 +116,11 @@ QString windowStyleSheet()
     QString sheet = sheetTemplate;
     for (const auto &[name, color] : names)
         sheet.replace(name.toString(), color.name());
+    // Above the size that the user has set, however large it is.
+    const int size = QFontInfo(QApplication::font()).pixelSize();
+    for (const auto &[name, more] :
+         {std::pair(u"<larger>"_s, 2), std::pair(u"<headline>"_s, 5), std::pair(u"<title>"_s, 11)})
+        sheet.replace(name, u"%1px"_s.arg(size + more));
     return sheet;
 }
 

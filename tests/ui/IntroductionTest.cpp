@@ -69,6 +69,24 @@ private slots:
         }
     }
 
+    void lastScreenShowsAllOfItsTextsAtAnySize()
+    {
+        WindowBench bench({});
+        bench.model->settings().contentFontSize.set(24);
+        bench.window->showIntroduction();
+        bench.key(Qt::Key_Return);
+        bench.key(Qt::Key_Return);
+        for (const char *name : {"introductionNewServer", "introductionImport", "introductionFile"}) {
+            const QWidget *button = bench.find(name);
+            QTRY_VERIFY2(button && button->width() >= button->sizeHint().width(), name);
+        }
+        for (const QLabel *label : bench.find("introductionPage")->findChildren<QLabel *>()) {
+            if (label->isVisible() && label->wordWrap())
+                QVERIFY2(label->height() >= label->heightForWidth(label->width()), qPrintable(label->text()));
+        }
+        bench.model->settings().contentFontSize.set(13);
+    }
+
     void serverThatIsSavedOnTheLastScreenIsSaid()
     {
         WindowBench bench({});

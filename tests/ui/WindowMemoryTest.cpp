@@ -315,6 +315,11 @@ private slots:
         QVERIFY(!bench.find("reset_themeID"));
         bench.model->settings().contentFontSize.set(20);
         QCOMPARE(QApplication::font().pixelSize(), 20);
+        // Headlines stand out at any size.
+        for (const QLabel *label : bench.find("preferencesWindow")->findChildren<QLabel *>()) {
+            if (label->property("role") == u"headline"_s && label->isVisible())
+                QCOMPARE(label->fontInfo().pixelSize(), 25);
+        }
         bench.model->settings().contentFontSize.set(13);
     }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/introduction/IntroductionPage.h"
 
+#include "ui/FlowLayout.h"
 #include "ui/Theme.h"
 #include "ui/Widgets.h"
 #include "ui/introduction/KeychainPanel.h"
@@ -78,7 +79,6 @@ QWidget *IntroductionPage::makeScreen(const QString &title, const QString &text,
     column = new QVBoxLayout(content);
     column->setContentsMargins(28, 0, 28, 0);
     column->setSpacing(14);
-    column->setAlignment(Qt::AlignTop);
     QLabel *headline = Widgets::label(title, Widgets::TextRole::headline, content);
     headline->setObjectName(QStringLiteral("introductionHeadline"));
     headline->setProperty("scale", QStringLiteral("large"));
@@ -118,6 +118,7 @@ QWidget *IntroductionPage::makeWelcome()
                 "for this computer and your servers."));
     addPoint(*column, QStringLiteral("dialog-scripts"), tr("Everything by key"),
              tr("Ctrl+Shift+P finds every command, server and folder by a few letters. F1 lists all keys."));
+    column->addStretch(1);
     return screen;
 }
 
@@ -131,6 +132,7 @@ QWidget *IntroductionPage::makeKeychain(std::shared_ptr<KeychainStore> keychain)
                    column);
     m_keychain = new KeychainPanel(std::move(keychain), screen);
     column->addWidget(m_keychain);
+    column->addStretch(1);
     return screen;
 }
 
@@ -144,17 +146,16 @@ QWidget *IntroductionPage::makeFirstServer()
     m_newServer = Widgets::primaryButton(tr("New server…"), QStringLiteral("introductionNewServer"), screen);
     QPushButton *import =
         Widgets::button(tr("Import from ~/.ssh/config…"), QStringLiteral("introductionImport"), screen);
-    auto *row = new QHBoxLayout;
-    row->addWidget(m_newServer);
     QPushButton *importFile = Widgets::button(tr("Import from a file…"), QStringLiteral("introductionFile"), screen);
-    row->addWidget(import);
-    row->addWidget(importFile);
-    row->addStretch(1);
+    auto *row = new FlowLayout(8);
+    for (QPushButton *button : {m_newServer, import, importFile})
+        row->addWidget(button);
     column->addLayout(row);
     column->addWidget(m_saved);
     connect(m_newServer, &QPushButton::clicked, this, &IntroductionPage::newServerRequested);
     connect(import, &QPushButton::clicked, this, &IntroductionPage::importRequested);
     connect(importFile, &QPushButton::clicked, this, &IntroductionPage::fileImportRequested);
+    column->addStretch(1);
     return screen;
 }
 

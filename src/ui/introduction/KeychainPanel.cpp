@@ -104,7 +104,7 @@ void KeychainPanel::show(const KeychainReport &report)
 {
     m_again->setEnabled(true);
     m_sentence->setText(sentenceOf(report.state));
-    m_words->setText(tr("The keychain's words: %1").arg(report.words));
+    m_words->setText(tr("In the system's words: %1").arg(report.words));
     m_words->setVisible(!report.words.isEmpty());
     showParts(report.state);
 }
