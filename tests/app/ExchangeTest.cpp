@@ -7,6 +7,7 @@
 #include "platform/Preferences.h"
 #include "servers/ServerStore.h"
 #include "settings/SettingsStore.h"
+#include "support/SmallFilesOnly.h"
 #include "sync/SyncPairStore.h"
 
 #include <QDir>
@@ -14,9 +15,8 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
-#include <csignal>
 #include <functional>
-#include <sys/resource.h>
+#include <sys/stat.h>
 
 using namespace moorix;
 using namespace moorix::test;
@@ -75,29 +75,6 @@ ExchangeContent configuration()
     content.documents.settings = {{u"themeID"_s, u"midnight"_s}, {u"contentFontSize"_s, 15.0}};
     return content;
 }
-
-/// No file becomes larger than 64 KiB meanwhile, as on a disk that is nearly full.
-class SmallFilesOnly
-{
-public:
-    SmallFilesOnly()
-    {
-        ::getrlimit(RLIMIT_FSIZE, &m_before);
-        const rlimit small{65536, m_before.rlim_max};
-        m_handler = std::signal(SIGXFSZ, SIG_IGN);
-        ::setrlimit(RLIMIT_FSIZE, &small);
-    }
-    Q_DISABLE_COPY_MOVE(SmallFilesOnly)
-    ~SmallFilesOnly()
-    {
-        ::setrlimit(RLIMIT_FSIZE, &m_before);
-        std::signal(SIGXFSZ, m_handler);
-    }
-
-private:
-    rlimit m_before = {};
-    void (*m_handler)(int) = nullptr;
-};
 
 const ImportChoice replaceAll{ImportChoice::Mode::replace, {}};
 
@@ -165,6 +142,7 @@ private slots:
     {
         ProgramHome one;
         one.run({u"servers"_s, u"add"_s, u"--host"_s, u"web.example.org"_s, u"--name"_s, u"web"_s});
+        one.run({u"servers"_s, u"add"_s, u"--host"_s, u"odd.example.org"_s, u"--name"_s, u"\x1b[2Jodd"_s});
         one.run({u"backup"_s, u"add"_s, u"--name"_s, u"Photos"_s, u"--source"_s, one.tree.path("home"), u"--to"_s,
                  one.tree.path("backups")});
         const QString file = one.tree.path("Moorix-Config.json");
@@ -173,6 +151,10 @@ private slots:
         QCOMPARE(QFileInfo(file).permissions() & (QFile::ReadGroup | QFile::ReadOther), QFile::Permissions());
         one.run({u"config"_s, u"export"_s, file});
         QVERIFY(one.code == 1 && one.err.contains(u"--force"_s));
+        const QString pipe = one.tree.path("pipe");
+        QCOMPARE(::mkfifo(pipe.toUtf8().constData(), 0600), 0);
+        one.run({u"config"_s, u"export"_s, pipe, u"--force"_s});
+        QVERIFY(one.code == 1 && one.err.contains(u"is no file"_s) && !QFileInfo(pipe).isFile());
         const QJsonObject document = QJsonDocument::fromJson(contentOf(file)).object();
         QCOMPARE(document[u"format"_s].toString() + document[u"version"_s].toVariant().toString(),
                  u"moorix-configuration1"_s);
@@ -183,6 +165,7 @@ private slots:
         two.run({u"config"_s, u"import"_s, file, u"--dry-run"_s});
         QVERIFY2(two.code == 0 && two.out.contains(u"add     server       web  (SFTP web.example.org)"_s),
                  qPrintable(two.out + two.err));
+        QVERIFY(two.out.contains(u"to add, "_s) && two.out.contains(u"[2Jodd"_s) && !two.out.contains(u'\x1b'));
         QCOMPARE(snapshotOf(two.tree.path("data")), untouched);
         // A folder of the other home is left out, so that nothing of this one is lost.
         QVERIFY(two.out.contains(u"keep    setting      defaultLocalPath"_s));

@@ -173,6 +173,26 @@ private slots:
         }
     }
 
+    void whereThingsAreSentToIsNotDecidedByAFile()
+    {
+        ExchangeDocuments here = documents();
+        here.settings = {{u"diagnosticsEndpoint"_s, QString()},
+                         {u"remoteDiagnosticsEnabled"_s, false},
+                         {u"updateEndpoint"_s, u"https://mine.example.org/update.php"_s}};
+        ExchangeDocuments there = here;
+        there.settings = {{u"diagnosticsEndpoint"_s, u"https://eve.example.org/"_s},
+                          {u"remoteDiagnosticsEnabled"_s, true},
+                          {u"updateEndpoint"_s, u"https://eve.example.org/"_s}};
+        const auto taken = [](const ExchangeDocuments &from, const ExchangeDocuments &into) {
+            const QList<ImportRow> rows = importPlan::rows(reread(from), into, Mode::merge);
+            return importPlan::outcome(reread(from), into, usualChoice(rows, Mode::merge)).settings.size();
+        };
+        QCOMPARE(taken(there, here), 0);
+        // To fall silent is safe.
+        here.settings[u"updateEndpoint"_s] = QString();
+        QCOMPARE(taken(here, there), 3);
+    }
+
     void damagedForeignAndNewerFilesAreRefusedInClearWords()
     {
         const QByteArray good = exchangeFile::encode(documents(), Kind::configuration, systemNow());
@@ -181,6 +201,7 @@ private slots:
             {QByteArray(good).replace("\"version\": 1", "\"version\": 2"), "newer version of Moorix"},
             {QByteArray(good).replace("\"version\": 1", "\"version\": \"1\""), "does not tell the version"},
             {QByteArray(good).replace("\"charset\"", "\"set\""), "“charset”"},
+            {QByteArray(good).replace("/home/me/site", "/home/me\\u0000/site"), "null character"},
             {QByteArray(good).replace("\"syncPairs\"", "\"pairs\""), "“syncPairs”"},
             {"{\"format\": \"other\", \"folders\": [], \"servers\": []}", "no export of Moorix"},
             {"{\"name\": \"package\"}", "no export of Moorix"},
@@ -199,6 +220,16 @@ private slots:
                 messageOf([&] { importSource::decode(bytes, u"file"_s, std::nullopt, runner, neverStops); });
             QVERIFY2(message.contains(QString::fromUtf8(words)) && message.contains(u"“file”"_s), qPrintable(message));
         }
+        ExchangeDocuments deep = documents();
+        for (int i = 0; i < 40; ++i) {
+            ServerFolder inside;
+            inside.parentID = deep.library.folders.constLast().id;
+            deep.library.folders += inside;
+        }
+        QVERIFY(messageOf([&] { reread(deep); }).contains(u"nested deeper than 32 levels"_s));
+        const QByteArray many =
+            QByteArray(good).replace("\"syncPairs\": [", "\"syncPairs\": [" + QByteArray("{},").repeated(2001));
+        QVERIFY(messageOf([&] { exchangeFile::decode(many, u"x"_s); }).contains(u"more than 2000 folder pairs"_s));
         ExchangeDocuments twice = documents();
         twice.library.servers += twice.library.servers;
         QVERIFY(messageOf([&] { reread(twice); }).contains(u"damaged"_s));

@@ -2,6 +2,7 @@
 #include "WindowBench.h"
 #include "app/exchange/ExchangeFile.h"
 #include "base/Clock.h"
+#include "support/SmallFilesOnly.h"
 #include "ui/exchange/ImportDialog.h"
 #include "ui/exchange/ImportTree.h"
 
@@ -79,18 +80,19 @@ private slots:
         preview.open();
         QCOMPARE(preview.group(u"Different"_s)->child(0)->text(2), u"Port: 22 → 2222"_s);
         QCOMPARE(preview.group(u"Here under"_s)->checkState(0), Qt::Unchecked);
-        QCOMPARE(preview.counts(), u"1 added, 1 changed, 1 left as it is."_s);
+        QCOMPARE(preview.counts(), u"1 to add, 1 to change, 1 stays as it is."_s);
         preview.group(u"Different"_s)->setCheckState(0, Qt::Unchecked);
         QCOMPARE(preview.group(u"Different"_s)->child(0)->checkState(0), Qt::Unchecked);
         preview.group(u"Here under"_s)->child(0)->setCheckState(0, Qt::Checked);
         QCOMPARE(preview.group(u"Here under"_s)->checkState(0), Qt::Checked);
-        QCOMPARE(preview.counts(), u"2 added, 1 left as it is."_s);
+        QCOMPARE(preview.counts(), u"2 to add, 1 stays as it is."_s);
         preview.bench.click(preview.bench.find("runImport"));
         QTRY_VERIFY(preview.bench.find("undoImport"));
         QCOMPARE(preview.hosts(), u"changed.example.org fresh.example.org known.example.org known.example.org"_s);
         QCOMPARE(preview.bench.model->servers().server(changed.id)->port, 22);
+        QCOMPARE(preview.bench.find<QLabel>("importEnd")->text(), u"2 added, 1 left as it is."_s);
         preview.bench.click(preview.bench.find("undoImport"));
-        QCOMPARE(preview.hosts(), u"changed.example.org known.example.org"_s);
+        QTRY_COMPARE(preview.hosts(), u"changed.example.org known.example.org"_s);
     }
 
     void replacingShowsWhatGoesAndKeepsACopy()
@@ -101,7 +103,7 @@ private slots:
         QVERIFY(!preview.group(u"Will be removed"_s));
         preview.bench.find<QRadioButton>("importReplace")->click();
         QTRY_VERIFY(preview.group(u"Will be removed"_s));
-        QCOMPARE(preview.counts(), u"1 added, 1 removed."_s);
+        QCOMPARE(preview.counts(), u"1 to add, 1 to remove."_s);
         preview.bench.click(preview.bench.find("runImport"));
         QTRY_VERIFY(preview.bench.find("undoImport"));
         QCOMPARE(preview.hosts(), u"fresh.example.org"_s);
@@ -109,6 +111,29 @@ private slots:
             QDir(preview.bench.home.path("data/Moorix")).entryList({u"servers.before-import-*.json"_s});
         QCOMPARE(copies.size(), 1);
         QVERIFY(preview.bench.home.read(u"data/Moorix/"_s + copies.constFirst()).contains("\"old\""));
+    }
+
+    void undoThatCannotBeWrittenLeavesTheImport()
+    {
+        const QString big(100000, u'x');
+        ServerConnection fresh = serverAt(u"fresh.example.org"_s, u"me"_s);
+        fresh.notes = big;
+        Preview preview(exportOf({{}, {fresh}, {}}));
+        ServerConnection old = serverAt(u"old.example.org"_s, u"me"_s);
+        old.notes = big;
+        preview.bench.model->servers().upsert(old);
+        preview.open();
+        preview.bench.find<QRadioButton>("importReplace")->click();
+        QTRY_VERIFY(preview.group(u"Will be removed"_s));
+        preview.bench.click(preview.bench.find("runImport"));
+        QTRY_VERIFY(preview.bench.find("undoImport"));
+        {
+            const SmallFilesOnly fullDisk;
+            preview.bench.click(preview.bench.find("undoImport"));
+            QTRY_VERIFY(preview.bench.find<QLabel>("importEnd")->text().startsWith(u"The import was not undone. "_s));
+        }
+        QCOMPARE(preview.hosts(), u"fresh.example.org"_s);
+        QVERIFY(preview.bench.home.read("data/Moorix/servers.json").contains("fresh.example.org"));
     }
 
     void savedPasswordsGoToTheKeychainOnlyWhenTicked()
@@ -131,6 +156,10 @@ private slots:
             QCOMPARE(preview.bench.keychain->count(), isTicked ? 1 : 0);
             for (const QByteArray &content : snapshotOf(preview.bench.home.path("data")))
                 QVERIFY(!content.contains("hunter2") && !content.contains("aHVudGVyMg"));
+            auto *undo = preview.bench.find<QPushButton>("undoImport");
+            QTRY_VERIFY(undo->isEnabled());
+            preview.bench.click(undo);
+            QTRY_VERIFY(preview.hosts().isEmpty() && preview.bench.keychain->count() == 0);
         }
     }
 

@@ -3,6 +3,7 @@
 
 #include "base/Error.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 
@@ -120,22 +121,24 @@ QString console::ask(const QString &question, const std::stop_token &stop)
     return QString::fromUtf8(readLine(stop)).trimmed();
 }
 
-QByteArray console::readAll(const std::stop_token &stop)
+QByteArray console::readAll(qsizetype mostBytes, const std::stop_token &stop)
 {
     constexpr qsizetype chunkBytes = 65536;
     QByteArray all;
-    while (true) {
-        const QByteArray bytes = readSome(chunkBytes, stop);
+    while (all.size() < mostBytes) {
+        const QByteArray bytes = readSome(std::min(chunkBytes, mostBytes - all.size()), stop);
         if (bytes.isEmpty())
-            return all;
+            break;
         all += bytes;
     }
+    return all;
 }
 
 QByteArray console::readSecret(const QString &prompt, const std::stop_token &stop)
 {
+    constexpr qsizetype longestSecret = qsizetype(1024) * 1024;
     if (!canAsk())
-        return readAll(stop);
+        return readAll(longestSecret, stop);
     const EchoOff silence;
     toStandardError(prompt);
     const QByteArray line = readLine(stop);

@@ -27,8 +27,8 @@ bool canAsk();
 /// Asks on standard error and reads one line. Throws Cancelled after a stop or at the end of the input.
 QString ask(const QString &question, const std::stop_token &stop);
 
-/// All of standard input. Throws Cancelled after a stop.
-QByteArray readAll(const std::stop_token &stop);
+/// Standard input, of which no more is read than `mostBytes`. Throws Cancelled after a stop.
+QByteArray readAll(qsizetype mostBytes, const std::stop_token &stop);
 /// The same, but on a terminal one line, not echoed, after `prompt`.
 QByteArray readSecret(const QString &prompt, const std::stop_token &stop);
 

@@ -9,6 +9,7 @@
 #include "app/exchange/ImportSource.h"
 #include "base/Clock.h"
 #include "base/JsonFile.h"
+#include "files/Format.h"
 #include "servers/KeychainStore.h"
 #include "servers/ServerStore.h"
 
@@ -42,6 +43,9 @@ ExitCode runExport(const QCommandLineParser &parser, CommandContext &context, Ki
     const QString path = QDir::current().absoluteFilePath(file);
     if (QFileInfo(path).isDir())
         throw Error(u"Export"_s, u"“%1” is a folder; a file is to be named."_s.arg(file));
+    // A device or a pipe would be replaced as well.
+    if (QFileInfo::exists(path) && !QFileInfo(path).isFile())
+        throw Error(u"Export"_s, u"“%1” is no file."_s.arg(file));
     if (!parser.isSet(u"force"_s) && (QFileInfo::exists(path) || QFileInfo(path).isSymLink()))
         throw Error(u"Export"_s, u"“%1” exists already. With --force it is replaced."_s.arg(file));
     jsonFile::write(path, bytes);
@@ -64,10 +68,11 @@ ExchangeContent contentOf(const QCommandLineParser &parser, CommandContext &cont
 {
     const QString file = parser.positionalArguments().constFirst();
     const std::optional<Origin> origin = originOf(parser);
-    ExchangeContent content = file == u"-" ? importSource::decode(console::readAll(context.stop()), u"Standard input"_s,
-                                                                  origin, *context.processes(), context.stop())
-                                           : importSource::read(QDir::current().absoluteFilePath(file), origin,
-                                                                *context.processes(), context.stop());
+    ExchangeContent content =
+        file == u"-"
+            ? importSource::decode(console::readAll(importSource::largestFileBytes + 1, context.stop()),
+                                   u"Standard input"_s, origin, *context.processes(), context.stop())
+            : importSource::read(QDir::current().absoluteFilePath(file), origin, *context.processes(), context.stop());
     if (kind == Kind::servers)
         content.kind = Kind::servers;
     return content;
@@ -89,7 +94,10 @@ QString lineOf(const ImportRow &row, const ImportChoice &choice)
     QString line = u"%1  %2  %3"_s.arg(verb.leftJustified(6), nouns.value(row.what).leftJustified(11), row.name);
     if (!row.place.isEmpty())
         line += u"  (%1)"_s.arg(row.place);
-    return row.details.isEmpty() ? line : line + u"  "_s + row.details.join(u"; "_s);
+    if (!row.details.isEmpty())
+        line += u"  "_s + row.details.join(u"; "_s);
+    // A foreign file may hold what would drive the terminal.
+    return Format::display(line);
 }
 
 /// Returns why some are not in the keychain, or nothing.
@@ -153,11 +161,11 @@ ExitCode runImport(const QCommandLineParser &parser, CommandContext &context, Ki
     const ImportChoice choice =
         usualChoice(rows, mode, parser.isSet(u"keep"_s) ? KnownRecords::keep : KnownRecords::update);
     for (const QString &note : content.notes)
-        console::complain(note);
+        console::complain(Format::display(note));
     if (parser.isSet(u"dry-run"_s)) {
         for (const ImportRow &row : rows)
             console::print(lineOf(row, choice) + u'\n');
-        console::print(u"%1.\n"_s.arg(importPlan::counts(rows, choice).text()));
+        console::print(u"%1.\n"_s.arg(importPlan::counts(rows, choice).forecast()));
         return ExitCode::done;
     }
     refuseBesideWindow(rows, choice);

@@ -38,8 +38,8 @@ public:
     /// what is here then.
     ExchangeDocuments apply(const ExchangeContent &content, const ImportChoice &choice,
                             const QList<documentCopies::Copy> &copies) const;
-    /// Takes an import back: everything becomes `before`. Throws an Error, and changes nothing, when something else
-    /// than `after` is here by now, and when it cannot be written.
+    /// Takes an import back: everything becomes `before`. `copies` are those of the documents as they are by now, too.
+    /// Throws an Error, and changes nothing, when something else than `after` is here, and when it cannot be written.
     void undo(const ExchangeDocuments &before, const ExchangeDocuments &after,
               const QList<documentCopies::Copy> &copies) const;
 

@@ -23,6 +23,17 @@ struct ExchangeDocuments
     QList<SyncPair> syncPairs;
 };
 
+/// The most that a file to import may hold. Far more than anybody keeps, and few enough to be shown and put into their
+/// tree at once.
+namespace exchangeLimits {
+inline constexpr qsizetype mostServers = 20000;
+inline constexpr qsizetype mostFolders = 2000;
+/// Of folders inside one another.
+inline constexpr qsizetype mostLevels = 32;
+/// Of backups, and of folder pairs.
+inline constexpr qsizetype mostOthers = 2000;
+} // namespace exchangeLimits
+
 /// What a file to import holds. The configuration also has settings, backups and folder pairs; all others hold nothing
 /// but servers and their folders.
 struct ExchangeContent

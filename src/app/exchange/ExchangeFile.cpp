@@ -8,6 +8,8 @@
 #include <QJsonDocument>
 #include <QSet>
 
+#include <algorithm>
+
 namespace moorix::exchangeFile {
 
 using namespace Qt::StringLiterals;
@@ -63,8 +65,33 @@ void writeConfiguration(JsonWriter &writer, const ExchangeDocuments &documents)
     writeList(writer, u"syncPairs", documents.syncPairs);
 }
 
+/// Before records are made of it: a file of many empty ones would take far more memory than it is long.
+void requireFew(const QJsonObject &object, const QString &key, const QString &what, qsizetype most)
+{
+    if (object.value(key).toArray().size() > most)
+        throw Error(u"Import"_s, u"It holds more than %1 %2."_s.arg(most).arg(what));
+}
+
+/// A circle of folders has no level; the store takes it apart.
+void requireFlat(const QList<ServerFolder> &folders)
+{
+    QHash<QUuid, std::optional<QUuid>> parents;
+    for (const ServerFolder &folder : folders)
+        parents.insert(folder.id, folder.parentID);
+    for (const ServerFolder &folder : folders) {
+        QSet<QUuid> above{folder.id};
+        for (auto parent = folder.parentID; parent && !above.contains(*parent); parent = parents.value(*parent))
+            above.insert(*parent);
+        if (above.size() > exchangeLimits::mostLevels)
+            throw Error(u"Import"_s,
+                        u"Its folders are nested deeper than %1 levels."_s.arg(exchangeLimits::mostLevels));
+    }
+}
+
 ServerLibrary libraryFrom(const QJsonObject &object)
 {
+    requireFew(object, u"folders"_s, u"folders"_s, exchangeLimits::mostFolders);
+    requireFew(object, u"servers"_s, u"servers"_s, exchangeLimits::mostServers);
     return ServerLibrary::decode(QJsonDocument(object).toJson(QJsonDocument::Compact));
 }
 
@@ -76,6 +103,18 @@ QList<Record> readList(const JsonReader &reader, const QString &key, const QStri
     for (qsizetype i = 0; i < values.size(); ++i)
         records.append(Record::fromJson(reader.element(values, i, u"%1 %2"_s.arg(what).arg(i + 1))));
     return records;
+}
+
+/// What stands behind it would be cut off wherever a program gets the text: another folder than the one that is shown.
+bool holdsNull(const QJsonValue &value)
+{
+    if (value.isString())
+        return value.toString().contains(QChar::Null);
+    const QJsonArray array = value.toArray();
+    if (value.isArray())
+        return std::any_of(array.begin(), array.end(), [](const QJsonValue &each) { return holdsNull(each); });
+    const QJsonObject object = value.toObject();
+    return std::any_of(object.begin(), object.end(), [](const QJsonValue &each) { return holdsNull(each); });
 }
 
 template <class Record>
@@ -108,6 +147,8 @@ ExchangeContent decodeObject(const QJsonObject &object, const QString &format)
     const JsonReader reader(object, u"the configuration"_s);
     content.documents.settings = reader.requiredObject(u"settings"_s);
     content.documents.library = libraryFrom(reader.requiredObject(u"library"_s));
+    requireFew(object, u"backups"_s, u"backups"_s, exchangeLimits::mostOthers);
+    requireFew(object, u"syncPairs"_s, u"folder pairs"_s, exchangeLimits::mostOthers);
     content.documents.backups = readList<BackupJob>(reader, u"backups"_s, u"backup"_s);
     for (BackupJob &job : content.documents.backups)
         job = exported(std::move(job));
@@ -185,9 +226,12 @@ ExchangeContent decode(const QByteArray &bytes, const QString &name)
                              .arg(latestVersion));
         }
     }
+    if (holdsNull(document.object()))
+        refuse(name, u"it is damaged (one of its texts holds a null character)."_s);
     try {
         ExchangeContent content = decodeObject(document.object(), format);
         requireDistinct(content.documents);
+        requireFlat(content.documents.library.folders);
         return content;
     } catch (const Error &error) {
         refuse(name, u"it is damaged. %1"_s.arg(error.message()));

@@ -13,8 +13,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int deepestFolder = 32;
-constexpr qsizetype mostSites = 20000;
+using namespace exchangeLimits;
+
 /// Of a field other than the comments; a longer one is none that a program wrote.
 constexpr qsizetype longestField = 4096;
 
@@ -120,8 +120,8 @@ private:
     /// The sites and folders inside the current element; returns the text that stands between them.
     QString readLevel(const std::optional<QUuid> &folder, int depth)
     {
-        if (depth > deepestFolder)
-            refuse(u"its folders are nested deeper than %1 levels."_s.arg(deepestFolder));
+        if (depth > mostLevels)
+            refuse(u"its folders are nested deeper than %1 levels."_s.arg(mostLevels));
         QString text;
         while (m_xml.readNext() != QXmlStreamReader::EndElement && !m_xml.atEnd()) {
             if (m_xml.isCharacters() && text.size() < longestField)
@@ -138,6 +138,8 @@ private:
 
     void readFolder(const std::optional<QUuid> &parent, int depth)
     {
+        if (m_content.documents.library.folders.size() >= mostFolders)
+            refuse(u"it holds more than %1 folders."_s.arg(mostFolders));
         ServerFolder folder;
         folder.parentID = parent;
         folder.sortIndex = m_content.documents.library.folders.size();
@@ -150,8 +152,8 @@ private:
 
     void readServer(const std::optional<QUuid> &folder)
     {
-        if (m_content.documents.library.servers.size() >= mostSites)
-            refuse(u"it holds more than %1 sites."_s.arg(mostSites));
+        if (m_content.documents.library.servers.size() >= mostServers)
+            refuse(u"it holds more than %1 sites."_s.arg(mostServers));
         Fields fields;
         Password password;
         while (m_xml.readNextStartElement()) {

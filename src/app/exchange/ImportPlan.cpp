@@ -121,6 +121,16 @@ ExchangeDocuments replaced(const ExchangeContent &content, const ExchangeDocumen
     return result;
 }
 
+QString listed(const QList<std::pair<qsizetype, QString>> &counts)
+{
+    QStringList parts;
+    for (const auto &[count, what] : counts) {
+        if (count > 0)
+            parts += u"%1 %2"_s.arg(count).arg(what);
+    }
+    return parts.isEmpty() ? u"nothing"_s : parts.join(u", "_s);
+}
+
 } // namespace
 
 ExchangeDocuments outcome(const ExchangeContent &content, const ExchangeDocuments &here, const ImportChoice &choice)
@@ -154,14 +164,18 @@ ImportCounts counts(const QList<ImportRow> &rows, const ImportChoice &choice)
 
 QString ImportCounts::text() const
 {
-    QStringList parts;
-    const std::pair<qsizetype, QString> all[] = {
-        {added, u"added"_s}, {changed, u"changed"_s}, {removed, u"removed"_s}, {left, u"left as they are"_s}};
-    for (const auto &[count, what] : all) {
-        if (count > 0)
-            parts += u"%1 %2"_s.arg(count).arg(count == 1 && what.startsWith(u"left") ? u"left as it is"_s : what);
-    }
-    return parts.isEmpty() ? u"nothing"_s : parts.join(u", "_s);
+    return listed({{added, u"added"_s},
+                   {changed, u"changed"_s},
+                   {removed, u"removed"_s},
+                   {left, left == 1 ? u"left as it is"_s : u"left as they are"_s}});
+}
+
+QString ImportCounts::forecast() const
+{
+    return listed({{added, u"to add"_s},
+                   {changed, u"to change"_s},
+                   {removed, u"to remove"_s},
+                   {left, left == 1 ? u"stays as it is"_s : u"stay as they are"_s}});
 }
 
 } // namespace importPlan

@@ -28,8 +28,10 @@ struct ImportCounts
     qsizetype left = 0;
 
     bool isNothing() const { return added + changed + removed == 0; }
-    /// "3 added, 1 changed, 12 left as they are"; what is none is left out.
+    /// Of an import that was carried out: "3 added, 1 changed, 12 left as they are"; what is none is left out.
     QString text() const;
+    /// Of one that was not yet: "3 to add, 1 to change, 12 stay as they are".
+    QString forecast() const;
 };
 ImportCounts counts(const QList<ImportRow> &rows, const ImportChoice &choice);
 

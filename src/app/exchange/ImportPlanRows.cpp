@@ -5,6 +5,7 @@
 #include "app/exchange/ImportKeys.h"
 #include "app/exchange/ImportMatch.h"
 #include "app/exchange/RecordDifferences.h"
+#include "endpoints/EndpointAddress.h"
 #include "platform/AppPaths.h"
 
 #include <QFileInfo>
@@ -27,10 +28,21 @@ bool isOfOneType(const QJsonValue &a, const QJsonValue &b)
     return a.type() == b.type();
 }
 
-/// A start folder of another machine, often another home.
-bool isFolderOfElsewhere(const QString &setting, const QString &path)
+/// Why a setting of a file is not taken over unless the user wants it; empty for most.
+QString doubtOf(const QString &setting, const QJsonValue &value)
 {
-    return setting == u"defaultLocalPath" && !QFileInfo(AppPaths::expandTilde(path)).isDir();
+    // A folder of another machine, often another home.
+    if (setting == u"defaultLocalPath" && !QFileInfo(AppPaths::expandTilde(value.toString())).isDir())
+        return u"There is no such folder here."_s;
+    // What is told to whom, and where programs come from, is nothing that a file decides.
+    const bool isServer = EndpointAddress::parse(value.toString()).isUsable();
+    if (setting == u"diagnosticsEndpoint" && isServer)
+        return u"Check-ins would go to this server."_s;
+    if (setting == u"updateEndpoint" && isServer)
+        return u"Installers would come from this server."_s;
+    if (setting == u"remoteDiagnosticsEnabled" && value.toBool())
+        return u"Check-ins would begin."_s;
+    return {};
 }
 
 /// Makes the rows of one import.
@@ -117,9 +129,10 @@ private:
             if (setting.value() != exchangeFile::exported(before)) {
                 row.change = Change::differs;
                 row.details = {recordDifferences::ofSetting(before, setting.value())};
-                row.isDoubtful = isFolderOfElsewhere(setting.key(), setting.value().toString());
-                if (row.isDoubtful)
-                    row.details += u"There is no such folder here."_s;
+                if (const QString doubt = doubtOf(setting.key(), setting.value()); !doubt.isEmpty()) {
+                    row.isDoubtful = true;
+                    row.details += doubt;
+                }
             }
             m_rows += row;
         }

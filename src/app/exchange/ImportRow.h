@@ -26,7 +26,7 @@ struct ImportRow
     QString place;
     /// How it differs, or what else is to be known of it; sentences or "Port: 22 → 2222".
     QStringList details;
-    /// Means nothing on this machine: a folder that there is not here. Not taken over unless the user wants it.
+    /// Not taken over unless the user wants it: a folder that there is not here, a server that something is sent to.
     bool isDoubtful = false;
 
     /// Whether the user decides on it when merging.

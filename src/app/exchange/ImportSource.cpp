@@ -17,8 +17,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qint64 largestFileBytes = qint64(32) * 1024 * 1024;
-
 [[noreturn]] void refuse(const QString &name, const QString &why)
 {
     throw Error(u"Import"_s, u"“%1” cannot be imported: %2"_s.arg(name, why));

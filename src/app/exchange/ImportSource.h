@@ -15,6 +15,9 @@ namespace importSource {
 
 using Origin = ExchangeContent::Origin;
 
+/// Of a file that can be imported; none of them comes near it.
+inline constexpr qint64 largestFileBytes = qint64(32) * 1024 * 1024;
+
 /// The user's own OpenSSH configuration.
 QString usualOpenSSHFile();
 

@@ -58,7 +58,16 @@ QString notesText(const ExchangeContent &content)
     return notes.join(u'\n');
 }
 
-/// Runs on a worker.
+/// Both run on workers and return the keychain's words for what failed.
+QString removeFromKeychain(KeychainStore &keychain, const QList<QUuid> &servers)
+{
+    QString problem;
+    for (const QUuid &server : servers) {
+        if (!keychain.remove(server, SecretKind::password))
+            problem = keychain.lastProblem();
+    }
+    return problem;
+}
 QString putIntoKeychain(KeychainStore &keychain, const QHash<QUuid, QString> &passwords)
 {
     QString problem;
@@ -67,6 +76,14 @@ QString putIntoKeychain(KeychainStore &keychain, const QHash<QUuid, QString> &pa
             problem = keychain.lastProblem();
     }
     return problem;
+}
+
+QList<documentCopies::Copy> makeCopies(const std::stop_token &stop)
+{
+    QList<documentCopies::Copy> copies = documentCopies::make(systemNow());
+    if (stop.stop_requested())
+        documentCopies::remove(copies);
+    return copies;
 }
 
 } // namespace
@@ -250,7 +267,7 @@ void ImportDialog::showCounts()
 {
     const importPlan::ImportCounts counts = importPlan::counts(m_rows, m_tree->choice());
     m_counts->setText(counts.isNothing() ? tr("Nothing to import: all of it is here already or left out.")
-                                         : counts.text() + u'.');
+                                         : counts.forecast() + u'.');
     m_import->setEnabled(!counts.isNothing());
     m_import->setText(mode() == Mode::replace ? tr("Replace") : tr("Import"));
 }
@@ -261,13 +278,7 @@ void ImportDialog::carryOut()
     // What is only in memory so far is part of what is kept.
     m_model.preferences().flush();
     m_job = runJob(
-        [](const std::stop_token &stop) {
-            QList<documentCopies::Copy> copies = documentCopies::make(systemNow());
-            if (stop.stop_requested())
-                documentCopies::remove(copies);
-            return copies;
-        },
-        [this](const QList<documentCopies::Copy> &copies) { apply(copies); },
+        makeCopies, [this](const QList<documentCopies::Copy> &copies) { apply(copies); },
         [this](const Error &error) { fail(error.message()); });
 }
 
@@ -319,26 +330,57 @@ void ImportDialog::storePasswords()
     passwords.removeIf([this](const auto &password) { return !m_model.servers().server(password.key()); });
     if (passwords.isEmpty())
         return;
+    m_storedPasswords = passwords.keys();
+    m_undo->setEnabled(false);
     m_passwordJob = runJob([keychain = m_model.keychain(),
                             passwords](const std::stop_token &) { return putIntoKeychain(*keychain, passwords); },
                            [this](const QString &problem) {
+                               m_undo->setEnabled(true);
                                m_endDetails->setText(
                                    problem.isEmpty() ? tr("The passwords are in the keychain.")
                                                      : tr("Not all passwords are in the keychain: %1").arg(problem));
                            },
-                           [this](const Error &error) { m_endDetails->setText(error.message()); });
+                           [this](const Error &error) {
+                               m_undo->setEnabled(true);
+                               m_endDetails->setText(error.message());
+                           });
 }
 
 void ImportDialog::undo()
 {
     m_undo->setEnabled(false);
+    m_model.preferences().flush();
+    m_job = runJob(
+        makeCopies, [this](const QList<documentCopies::Copy> &copies) { takeBack(copies); },
+        [this](const Error &error) {
+            tellEnd(tr("The import was not undone. %1").arg(error.message()), m_endDetails->text());
+        });
+}
+
+void ImportDialog::takeBack(const QList<documentCopies::Copy> &copies)
+{
     try {
-        exchange().undo(m_before, m_after, m_copies);
-        documentCopies::remove(std::exchange(m_copies, {}));
+        exchange().undo(m_before, m_after, copies);
+        documentCopies::remove(copies + std::exchange(m_copies, {}));
         tellEnd(tr("The import is undone; all is as it was."), {});
+        forgetPasswords();
     } catch (const Error &error) {
+        documentCopies::remove(copies);
         tellEnd(error.message(), m_endDetails->text());
     }
+}
+
+void ImportDialog::forgetPasswords()
+{
+    if (m_storedPasswords.isEmpty())
+        return;
+    const auto told = [this](const QString &problem) {
+        if (!problem.isEmpty())
+            tellEnd(tr("The import is undone, but its passwords are still in the keychain."), problem);
+    };
+    m_passwordJob = runJob([keychain = m_model.keychain(), servers = m_storedPasswords](
+                               const std::stop_token &) { return removeFromKeychain(*keychain, servers); },
+                           told, [told](const Error &error) { told(error.message()); });
 }
 
 } // namespace moorix

@@ -47,6 +47,8 @@ private:
     void finish(const QString &counts);
     void storePasswords();
     void undo();
+    void takeBack(const QList<documentCopies::Copy> &copies);
+    void forgetPasswords();
     void tellEnd(const QString &text, const QString &details);
     ImportChoice::Mode mode() const;
     Exchange exchange() const;
@@ -58,6 +60,8 @@ private:
     QList<documentCopies::Copy> m_copies;
     ExchangeDocuments m_before;
     ExchangeDocuments m_after;
+    /// Servers of this import whose passwords went to the keychain.
+    QList<QUuid> m_storedPasswords;
     Job m_job;
     Job m_passwordJob;
 

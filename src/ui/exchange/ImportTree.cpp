@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/exchange/ImportTree.h"
 
+#include "files/Format.h"
 #include "ui/RoomyDelegate.h"
 #include "ui/Theme.h"
 
@@ -148,14 +149,15 @@ void ImportTree::addRow(QTreeWidgetItem &group, const ImportRow &row)
 {
     auto *item = new QTreeWidgetItem(&group);
     item->setSizeHint(0, QSize(0, lineHeight));
-    const QString name = row.what == What::setting ? m_settingLabels.value(row.name, row.name) : row.name;
+    const QString name =
+        Format::display(row.what == What::setting ? m_settingLabels.value(row.name, row.name) : row.name);
     item->setText(0, name);
     item->setIcon(0, Theme::icon(iconName(row.what)));
     item->setToolTip(0, name.toHtmlEscaped());
     item->setText(1, noun(row.what));
     item->setForeground(1, Theme::color(Theme::Color::mutedText));
     const QString details = row.details.join(row.change == Change::differs ? u"; "_s : u" "_s);
-    item->setText(2, details.isEmpty() ? row.place : details);
+    item->setText(2, Format::display(details.isEmpty() ? row.place : details));
     item->setToolTip(2, QStringList(row.details + QStringList{row.place}).join(u'\n').trimmed().toHtmlEscaped());
     item->setData(0, keyRole, row.key);
     if (row.isChoice() && m_choice.mode == ImportChoice::Mode::merge)
