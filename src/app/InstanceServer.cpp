@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/InstanceServer.h"
 
+#include "base/Error.h"
+
 #include <QLocalServer>
 #include <QLocalSocket>
+#include <QRegularExpression>
 #include <QTimer>
 
 #include <chrono>
@@ -14,6 +17,15 @@ namespace {
 /// Whoever connects says at once what it wants.
 constexpr std::chrono::seconds patience{5};
 constexpr int mostWaiting = 16;
+
+/// Qt has words for few errors; of others it tells the number, behind the name of its own function.
+QString reasonOf(const QLocalServer &server)
+{
+    static const QRegularExpression number(QStringLiteral("error (\\d+)$"));
+    const QString told = server.errorString();
+    const QRegularExpressionMatch match = number.match(told);
+    return match.hasMatch() ? systemErrorText(match.captured(1).toInt()) : told.section(QStringLiteral(": "), 1);
+}
 
 } // namespace
 
@@ -28,7 +40,7 @@ InstanceServer::InstanceServer(const QString &socketPath, QObject *parent)
     QLocalServer::removeServer(socketPath);
     connect(m_server.get(), &QLocalServer::newConnection, this, &InstanceServer::takeConnection);
     if (!m_server->listen(socketPath))
-        m_problem = m_server->errorString();
+        m_problem = QStringLiteral("“%1” could not be made: %2").arg(socketPath, reasonOf(*m_server));
 }
 
 InstanceServer::~InstanceServer() = default;

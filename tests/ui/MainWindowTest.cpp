@@ -246,7 +246,7 @@ private slots:
         QCOMPARE(servers.first().username + u'@' + servers.first().host, u"ada@web.example.org"_s);
         bench.choose(bench.window->findChildren<QAction *>(), "Import from");
         QTRY_VERIFY(bench.find<QTreeWidget>("importTree"));
-        QCOMPARE(bench.find<QLabel>("importCounts")->text(), u"1 added, 1 left as it is."_s);
+        QCOMPARE(bench.find<QLabel>("importCounts")->text(), u"1 to add, 1 stays as it is."_s);
         bench.click(bench.find("cancelImport"));
         QCOMPARE(bench.model->servers().library().servers.size(), 1);
     }
