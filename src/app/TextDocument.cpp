@@ -17,6 +17,20 @@ using namespace std::chrono_literals;
 
 namespace moorix {
 
+namespace {
+
+void keepIfPossible(RecoveryCopies &recovery, const QUuid &id, qint64 turn, const RecoveryRecord &record,
+                    const QByteArray &text)
+{
+    try {
+        recovery.write(id, turn, record, text);
+    } catch (const Error &) {
+        // Saving comes first, and has a part file of its own.
+    }
+}
+
+} // namespace
+
 TextDocument::TextDocument(Environment environment, const QString &path, const QString &place, const LoadedText &loaded,
                            WriteProtection protection, QObject *parent)
     : QObject(parent)
@@ -138,13 +152,15 @@ void TextDocument::write(const QByteArray &text, const QString &path, const std:
     m_loading.cancel();
     using Outcome = std::variant<textFile::Unencodable, textFile::Saving>;
     m_saving = runJob(
-        [disk = m_environment.disk, text, path, known,
-         encoding = m_record.encoding](const std::stop_token &stop) -> Outcome {
+        [environment = m_environment, text, path, known, id = m_id, turn = ++m_turn,
+         record = m_record](const std::stop_token &stop) -> Outcome {
             const QString decoded = textOfUtf8(text);
-            const auto bytes = encodedText(decoded, encoding);
+            const auto bytes = encodedText(decoded, record.encoding);
             if (!bytes)
-                return textFile::firstUnencodable(decoded, encoding).value_or(textFile::Unencodable{});
-            return textFile::save(*disk, path, *bytes, known, stop);
+                return textFile::firstUnencodable(decoded, record.encoding).value_or(textFile::Unencodable{});
+            if (textFile::isWrittenOver(path))
+                keepIfPossible(*environment.recovery, id, turn, record, text);
+            return textFile::save(*environment.disk, path, *bytes, known, stop);
         },
         [this, path, self = QPointer(this)](const Outcome &outcome) {
             if (!self)

@@ -112,6 +112,12 @@ WriteProtection protectionOf(const QString &path)
     return {};
 }
 
+bool isWrittenOver(const QString &path)
+{
+    struct stat status = {};
+    return ::stat(LocalDisk::native(path).constData(), &status) == 0 && status.st_nlink > 1;
+}
+
 Standing standing(FileService &service, const QString &path, const FileVersion &known, const std::stop_token &stop)
 {
     const auto item = found(service, path, stop);

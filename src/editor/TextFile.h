@@ -67,6 +67,10 @@ Reading load(FileService &service, const QString &path, std::optional<TextEncodi
 /// Of a file of this machine.
 WriteProtection protectionOf(const QString &path);
 
+/// Whether saving writes over this file of this machine, which an interruption leaves neither old nor new: where it has
+/// several names.
+bool isWrittenOver(const QString &path);
+
 enum class Standing { same, changed, gone };
 /// Whether the file is still the one that `known` tells of. One that was only touched is.
 Standing standing(FileService &service, const QString &path, const FileVersion &known, const std::stop_token &stop);
@@ -77,8 +81,9 @@ struct Saving
     Standing standing = Standing::same;
     FileVersion version;
 };
-/// Replaces the file in one step, unless it is no longer the one that `known` tells of; without it, whatever stands
-/// there. A link stays one, the mode is kept. Throws an Error when it cannot be written; the file is as it was then.
+/// Replaces the file, in one step unless `isWrittenOver`, unless it is no longer the one that `known` tells of; without
+/// it, whatever stands there. A link stays one, the mode is kept. Throws an Error when it cannot be written; the file
+/// is as it was then.
 Saving save(FileService &service, const QString &path, const QByteArray &bytes, const std::optional<FileVersion> &known,
             const std::stop_token &stop);
 

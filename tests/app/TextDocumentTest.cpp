@@ -6,6 +6,8 @@
 #include <QDir>
 #include <QSignalSpy>
 
+#include <unistd.h>
+
 using namespace moorix;
 using namespace moorix::test;
 using namespace Qt::StringLiterals;
@@ -55,6 +57,14 @@ private slots:
             QCOMPARE(QString::fromLatin1(open.tree.read("a.txt")), QString::fromUtf8(text));
         }
         QCOMPARE(open.refused->size() + open.failed->size(), 0);
+        // What is not replaced in one step is kept before; who has the text forgets it.
+        QCOMPARE(open.kept(), QStringList());
+        const QByteArray names[] = {open.tree.path("a.txt").toUtf8(), open.tree.path("b.txt").toUtf8()};
+        QCOMPARE(::link(names[0].constData(), names[1].constData()), 0);
+        open.document->save("both", TextDocument::Guard::known);
+        QTRY_COMPARE(open.saved->size(), 2);
+        QCOMPARE(open.tree.read("b.txt"), "both");
+        QCOMPARE(open.kept().size(), 1);
     }
 
     void savingElsewhereMovesTheDocumentThere()

@@ -97,6 +97,16 @@ private slots:
         QTRY_VERIFY(bench.choice("Save it again"));
         bench.click(bench.choice("Save it again"));
         QTRY_COMPARE(bench.home.read("left/a.txt"), "theirs again\n");
+        // What is only compared is nothing unsaved.
+        bench.home.write("left/a.txt", "theirs\n");
+        QTRY_VERIFY(bench.choice("Compare"));
+        bench.click(bench.choice("Compare"));
+        QTRY_VERIFY(bench.find("diffView"));
+        QCOMPARE(bench.unsaved().size(), 1);
+        bench.key(Qt::Key_Escape);
+        QTRY_COMPARE(QApplication::focusWidget(), bench.view());
+        bench.key(Qt::Key_W, Qt::ControlModifier);
+        QTRY_COMPARE(bench.unsaved(), QStringList());
     }
 
     void unsavedTextOutlivesACrashAndAnAskedQuit()

@@ -211,7 +211,11 @@ void EditorPage::keep()
 QString EditorPage::keepNow()
 {
     m_keepSoon.stop();
-    return isModified() ? m_document->keepNow(m_view->content()) : QString();
+    if (isModified())
+        return m_document->keepNow(m_view->content());
+    // It may have been kept for a comparison.
+    m_document->forget();
+    return {};
 }
 
 void EditorPage::restore(const RecoveryCopies::Found &found, const QByteArray &text)
@@ -234,6 +238,8 @@ void EditorPage::restore(const RecoveryCopies::Found &found, const QByteArray &t
 void EditorPage::askToClose()
 {
     if (!isModified()) {
+        // It may have been kept for a comparison.
+        m_document->forget();
         emit closed();
         return;
     }
