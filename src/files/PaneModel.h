@@ -77,7 +77,8 @@ public:
     /// Lists `path` and shows it. A later call replaces one that is still under way, whose result is dropped. With
     /// `pushHistory` and another path than the current one, the current path joins the history when the load
     /// succeeds. A load that fails leaves everything but `errorMessage` as it was. An empty path stands for the
-    /// service's default folder; repeated and trailing slashes are dropped.
+    /// service's default folder; repeated and trailing slashes are dropped. The path of a local file shows its folder,
+    /// with the file selected.
     void load(const QString &path, bool pushHistory);
     void reload();
     void cancelLoading();

@@ -2,6 +2,7 @@
 // The part of PaneModel that reads folders and moves between them.
 #include "files/PaneModel.h"
 
+#include "files/FileService.h"
 #include "files/Format.h"
 #include "files/PaneListing.h"
 
@@ -27,6 +28,12 @@ QList<PathComponent> componentsOf(const QString &path)
     return components;
 }
 
+bool namesFile(FileService &service, const QString &path, const std::stop_token &stop)
+{
+    const std::optional<FileItem> item = service.stat(path, stop);
+    return item && !service.followLink(*item, stop).isDirectory;
+}
+
 } // namespace
 
 struct PaneModel::LoadResult
@@ -35,6 +42,8 @@ struct PaneModel::LoadResult
     HiddenFiles hidden;
     /// Absent when the folder holds exactly what is shown already.
     std::shared_ptr<PaneListing> listing;
+    /// The file that the path named, instead of a folder.
+    QString file = {};
 };
 
 void PaneModel::load(const QString &path, bool pushHistory)
@@ -69,13 +78,18 @@ void PaneModel::start(PendingLoad pending)
     std::shared_ptr<const PaneListing> shown = pending.path == m_currentPath ? m_listing : nullptr;
     const HiddenFiles hidden = m_showHidden ? HiddenFiles::included : HiddenFiles::asTheSourceDoes;
     m_loadJob = runJob(
-        [service = m_service, path = pending.path, hidden, view = itemView(),
+        [service = m_service, path = pending.path, hidden, view = itemView(), mayBeFile = m_isLocal && !shown,
          shown = std::move(shown)](const std::stop_token &stop) {
-            const QString folder = path.isEmpty() ? cleaned(service->defaultDirectory(stop)) : path;
+            QString folder = path.isEmpty() ? cleaned(service->defaultDirectory(stop)) : path;
+            QString file;
+            if (mayBeFile && namesFile(*service, folder, stop)) {
+                file = Format::fileName(folder);
+                folder = Format::parent(folder);
+            }
             QList<FileItem> items = service->list(folder, hidden, stop);
             if (shown && shown->hidden() == hidden && shown->items() == items)
                 return LoadResult{folder, hidden, nullptr};
-            return LoadResult{folder, hidden, PaneListing::make(std::move(items), hidden, view)};
+            return LoadResult{folder, hidden, PaneListing::make(std::move(items), hidden, view), file};
         },
         [this](LoadResult result) { finishLoad(std::move(result)); }, [this](const Error &error) { failLoad(error); });
     m_pending = std::move(pending);
@@ -126,6 +140,8 @@ void PaneModel::finishLoad(LoadResult result)
     }
     if (showsRows)
         replaceListing(std::move(result.listing));
+    if (!result.file.isEmpty())
+        m_namesToSelect = {result.file};
     const QString madeCurrent = selectRequested();
     if (m_isLocal)
         m_watcher.watch(m_currentPath);

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "files/PaneModel.h"
 
+#include "files/Format.h"
+#include "files/LocalFileService.h"
 #include "support/ScriptedFileService.h"
 #include "support/TestMain.h"
+#include "support/TestTree.h"
 
 #include <QSignalSpy>
 
@@ -103,6 +106,25 @@ private slots:
         at.pane.load(u"//home//"_s, true);
         QCOMPARE(at.place(), u" | /home | "_s);
         QCOMPARE(displayed.size(), 0);
+    }
+
+    void pathOfLocalFileShowsItsFolderWithTheFileSelected()
+    {
+        const TestTree tree{{"folder/a", "1"}, {"folder/b", "2"}};
+        QVERIFY(QFile::link(tree.path("folder"), tree.path("link")));
+        PaneModel pane(std::make_shared<LocalFileService>(), u"Test"_s, true);
+        QSignalSpy current(&pane, &PaneModel::currentItemRequested);
+        for (const char *file : {"folder/b", "link/a"}) {
+            pane.load(tree.path(file), true);
+            QTRY_VERIFY(!pane.isLoading());
+            QCOMPARE(pane.currentPath(), Format::parent(tree.path(file)));
+            QCOMPARE(pane.selection(), QSet<QString>{tree.path(file)});
+            QCOMPARE(current.takeLast().constFirst().toString(), tree.path(file));
+        }
+        pane.load(tree.path("link"), true);
+        QTRY_COMPARE(pane.currentPath(), tree.path("link"));
+        pane.load(tree.path("missing"), true);
+        QTRY_VERIFY(pane.errorMessage());
     }
 
     void failedLoadLeavesEverythingButTheMessage()
