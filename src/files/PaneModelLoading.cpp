@@ -2,6 +2,7 @@
 // The part of PaneModel that reads folders and moves between them.
 #include "files/PaneModel.h"
 
+#include "base/Error.h"
 #include "files/FileService.h"
 #include "files/Format.h"
 #include "files/PaneListing.h"
@@ -30,8 +31,15 @@ QList<PathComponent> componentsOf(const QString &path)
 
 bool namesFile(FileService &service, const QString &path, const std::stop_token &stop)
 {
-    const std::optional<FileItem> item = service.stat(path, stop);
-    return item && !service.followLink(*item, stop).isDirectory;
+    try {
+        const std::optional<FileItem> item = service.stat(path, stop);
+        return item && !service.followLink(*item, stop).isDirectory;
+    } catch (const Cancelled &) {
+        throw;
+    } catch (const Error &) {
+        // Why nothing can be shown is the listing's to tell.
+        return false;
+    }
 }
 
 } // namespace

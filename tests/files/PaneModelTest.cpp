@@ -123,8 +123,13 @@ private slots:
         }
         pane.load(tree.path("link"), true);
         QTRY_COMPARE(pane.currentPath(), tree.path("link"));
-        pane.load(tree.path("missing"), true);
-        QTRY_VERIFY(pane.errorMessage());
+        QVERIFY(QFile::link(tree.path("nowhere"), tree.path("broken")));
+        for (const char *nothing : {"missing", "broken"}) {
+            pane.load(tree.path(nothing), true);
+            QTRY_VERIFY(!pane.isLoading());
+            const QString why = messageOf([&] { pane.service()->list(tree.path(nothing), HiddenFiles::included, {}); });
+            QCOMPARE(pane.errorMessage(), std::optional(why));
+        }
     }
 
     void failedLoadLeavesEverythingButTheMessage()
