@@ -11,8 +11,6 @@
 #include <QDir>
 #include <QRandomGenerator>
 
-#include <unistd.h>
-
 using namespace moorix;
 using namespace moorix::test;
 using namespace Qt::StringLiterals;
@@ -102,16 +100,7 @@ class FullDiskBackupTest final : public QObject
     Q_OBJECT
 
 private slots:
-    void nothingIsLost()
-    {
-        if (::geteuid() != 0)
-            QSKIP("Only root can mount a small disk.");
-        const TestTree tree{{"disk/", {}}};
-        QByteArray output;
-        QVERIFY2(SmallDisk::run(tree.path("disk"), tree.path("disk/inside"), "SmallDiskBackupProgram", output),
-                 output.constData());
-        QVERIFY2(output.contains("while copying files"), output.constData());
-    }
+    void nothingIsLost() { SmallDisk::verify("SmallDiskBackupProgram", "while copying files"); }
 };
 
 MOORIX_TEST(SmallDiskBackupProgram)

@@ -1,8 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/SmallDisk.h"
 
+#include "support/TestTree.h"
+
 #include <QCoreApplication>
 #include <QProcess>
+#include <QTest>
+
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -19,11 +24,15 @@ std::optional<QString> SmallDisk::folder()
     return qEnvironmentVariableIsEmpty(variable) ? std::nullopt : std::optional(qEnvironmentVariable(variable));
 }
 
-bool SmallDisk::run(const QString &mountPoint, const QString &folder, const char *testClass, QByteArray &said)
+void SmallDisk::verify(const char *testClass, const char *row, const QString &inside)
 {
+    if (::geteuid() != 0)
+        QSKIP("Only root can mount a small disk.");
+    const TestTree tree{{"disk/", {}}};
+    const QString mountPoint = tree.path("disk");
     QProcess program;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QString::fromLatin1(variable), folder);
+    environment.insert(QString::fromLatin1(variable), mountPoint + inside);
     program.setProcessEnvironment(environment);
     program.setProcessChannelMode(QProcess::MergedChannels);
     program.start(u"unshare"_s,
@@ -31,8 +40,9 @@ bool SmallDisk::run(const QString &mountPoint, const QString &folder, const char
                    u"mount --make-rprivate / && mount -t tmpfs -o size=%1 none \"$0\" && exec \"$@\""_s.arg(bytes),
                    mountPoint, QCoreApplication::applicationFilePath(), QString::fromLatin1(testClass)});
     program.waitForFinished(120'000);
-    said = program.readAll();
-    return program.exitStatus() == QProcess::NormalExit && program.exitCode() == 0;
+    const QByteArray output = program.readAll();
+    QVERIFY2(program.exitStatus() == QProcess::NormalExit && program.exitCode() == 0, output.constData());
+    QVERIFY2(output.contains(row), output.constData());
 }
 
 } // namespace moorix::test

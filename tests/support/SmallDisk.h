@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <QByteArray>
 #include <QString>
 
 #include <optional>
@@ -13,8 +12,9 @@ constexpr qsizetype bytes = 8 * 1024 * 1024;
 /// The folder on the small disk, for the test program that is run on it; nothing in any other.
 std::optional<QString> folder();
 
-/// Runs a class of this test program where `mountPoint` is a disk of `bytes`, which no other program sees, and returns
-/// whether it succeeded; `said` is its output. Needs root.
-bool run(const QString &mountPoint, const QString &folder, const char *testClass, QByteArray &said);
+/// Verifies that a class of this test program passes and prints `row`, with its folder on a disk of `bytes` that no
+/// other program sees. `inside` is that folder on the disk; empty for the disk itself. Skips without root, so that it
+/// is all a test does.
+void verify(const char *testClass, const char *row, const QString &inside = QStringLiteral("/inside"));
 
 } // namespace moorix::test::SmallDisk
