@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <optional>
-#include <utility>
 
 namespace moorix {
 
@@ -23,6 +22,18 @@ std::optional<FTPReply> replyEndingIn(const QByteArray &line)
     return FTPReply{line.left(3).toInt(), line.mid(4)};
 }
 
+QList<FTPReply> repliesIn(const QByteArray &text)
+{
+    QList<FTPReply> replies;
+    for (QByteArray line : text.split('\n')) {
+        if (line.endsWith('\r'))
+            line.chop(1);
+        if (const std::optional<FTPReply> reply = replyEndingIn(line))
+            replies.append(*reply);
+    }
+    return replies;
+}
+
 } // namespace
 
 FTPReply CurlTransfer::refusal() const
@@ -32,49 +43,65 @@ FTPReply CurlTransfer::refusal() const
     return found == replies.crend() ? FTPReply() : *found;
 }
 
+/// curl writes what goes to standard error byte by byte, each with a call and a moment of the reader's; hence as little
+/// as possible of it.
 QByteArray CurlReport::format() const
 {
-    return "%{stdout}\n" + m_mark + "\n%{stderr}\n" + m_mark + "exit %{exitcode}\n" + m_mark +
-           "path %{ftp_entry_path}\n" + m_mark + "preparation %{time_pretransfer}\n" + m_mark + "words %{errormsg}\n";
+    return "%{stdout}\n" + m_mark + "exit %{exitcode}\n" + m_mark + "path %{ftp_entry_path}\n" + m_mark +
+           "preparation %{time_pretransfer}\n" + m_mark + "words %{errormsg}\n" + endOfResult() + "%{stderr}" +
+           endOfReplies();
+}
+
+QByteArray CurlReport::endOfResult() const
+{
+    return m_mark + "end\n";
+}
+
+QByteArray CurlReport::endOfReplies() const
+{
+    return m_mark.left(8) + '\n';
 }
 
 QList<CurlTransfer> CurlReport::parse(const QByteArray &standardOutput, const QByteArray &standardError) const
 {
     QList<CurlTransfer> transfers;
-    QList<FTPReply> replies;
-    const QList<QByteArray> lines = standardError.split('\n');
-    for (QByteArray line : lines) {
-        if (line.endsWith('\r'))
-            line.chop(1);
-        if (!line.startsWith(m_mark)) {
-            if (const std::optional<FTPReply> reply = replyEndingIn(line))
-                replies.append(*reply);
-            continue;
-        }
-        const QByteArray field = line.mid(m_mark.size());
-        if (field.startsWith("exit ")) {
-            transfers.append(CurlTransfer());
-            transfers.last().exitCode = field.mid(5).toInt();
-            transfers.last().replies = std::exchange(replies, {});
-        } else if (!transfers.isEmpty() && field.startsWith("path ")) {
-            transfers.last().entryPath = field.mid(5);
-        } else if (!transfers.isEmpty() && field.startsWith("preparation ")) {
-            transfers.last().preparation =
-                std::chrono::round<std::chrono::microseconds>(std::chrono::duration<double>(field.mid(12).toDouble()));
-        } else if (!transfers.isEmpty() && field.startsWith("words ")) {
-            transfers.last().words = field.mid(6);
-        }
-    }
-    const QByteArray end = '\n' + m_mark + '\n';
-    qsizetype start = 0;
-    for (CurlTransfer &transfer : transfers) {
-        const qsizetype stop = standardOutput.indexOf(end, start);
-        if (stop < 0)
+    const QByteArray result = '\n' + m_mark;
+    qsizetype outputFrom = 0;
+    qsizetype repliesFrom = 0;
+    for (qsizetype stop; (stop = standardOutput.indexOf(result, outputFrom)) >= 0;) {
+        CurlTransfer transfer;
+        transfer.body = standardOutput.mid(outputFrom, stop - outputFrom);
+        const qsizetype end = standardOutput.indexOf(endOfResult(), stop);
+        if (end < 0)
             break;
-        transfer.body = standardOutput.mid(start, stop - start);
-        start = stop + end.size();
+        readResult(standardOutput.mid(stop + 1, end - stop - 1), transfer);
+        outputFrom = end + endOfResult().size();
+        qsizetype repliesTo = standardError.indexOf(endOfReplies(), repliesFrom);
+        if (repliesTo < 0)
+            repliesTo = standardError.size();
+        transfer.replies = repliesIn(standardError.mid(repliesFrom, repliesTo - repliesFrom));
+        repliesFrom = std::min(repliesTo + endOfReplies().size(), standardError.size());
+        transfers.append(transfer);
     }
     return transfers;
+}
+
+void CurlReport::readResult(const QByteArray &text, CurlTransfer &transfer) const
+{
+    for (const QByteArray &line : text.split('\n')) {
+        if (!line.startsWith(m_mark))
+            continue;
+        const QByteArray field = line.mid(m_mark.size());
+        if (field.startsWith("exit "))
+            transfer.exitCode = field.mid(5).toInt();
+        else if (field.startsWith("path "))
+            transfer.entryPath = field.mid(5);
+        else if (field.startsWith("preparation "))
+            transfer.preparation =
+                std::chrono::round<std::chrono::microseconds>(std::chrono::duration<double>(field.mid(12).toDouble()));
+        else if (field.startsWith("words "))
+            transfer.words = field.mid(6);
+    }
 }
 
 } // namespace moorix

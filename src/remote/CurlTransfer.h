@@ -55,6 +55,10 @@ public:
     QList<CurlTransfer> parse(const QByteArray &standardOutput, const QByteArray &standardError) const;
 
 private:
+    QByteArray endOfResult() const;
+    QByteArray endOfReplies() const;
+    void readResult(const QByteArray &text, CurlTransfer &transfer) const;
+
     QByteArray m_mark;
 };
 
