@@ -47,6 +47,8 @@ struct RemoteStep
     enum class Kind {
         /// Fails where something stands at `toPath`.
         rename,
+        /// Of a folder. Fails where anything but an empty folder stands at `toPath`.
+        renameFolder,
         /// Takes the place of a file that stands at `toPath`, in one step where the server can.
         replace,
         /// Of a file. What is not there counts as removed.
@@ -65,6 +67,7 @@ struct RemoteStep
     State state = State::open;
     QString failure = {};
 
+    bool isRename() const { return kind == Kind::rename || kind == Kind::renameFolder || kind == Kind::replace; }
     bool isRemoval() const { return kind == Kind::remove || kind == Kind::removeFolder; }
 };
 

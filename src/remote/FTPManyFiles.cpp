@@ -315,7 +315,7 @@ void FTPService::takeSteps(std::vector<RemoteStep> &steps, const std::stop_token
     std::vector<RemoteStep *> sent;
     Standing before;
     for (RemoteStep &step : steps) {
-        // Servers rename over whatever stands there.
+        // Servers rename a file over whatever stands there, but no folder.
         if (step.state == RemoteStep::State::open && step.kind == RemoteStep::Kind::rename &&
             isThere(step.toPath, before, stop))
             moorix::fail(step, QStringLiteral("something of this name is there."));
@@ -353,6 +353,8 @@ void FTPService::settle(RemoteStep &step, const FTPReply &reply, Standing &after
         // Some servers rename over nothing; and their words do not tell what is missing.
         if (step.kind == RemoteStep::Kind::replace)
             moveRemote(step.path, step.toPath, stop);
+        else if (step.kind == RemoteStep::Kind::renameFolder && isThere(step.toPath, after, stop))
+            moorix::fail(step, QStringLiteral("something of this name is there."));
         else if (!step.isRemoval() || isThere(step.path, after, stop))
             moorix::fail(step, words(reply));
     } catch (const FileServiceError &error) {

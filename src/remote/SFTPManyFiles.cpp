@@ -103,6 +103,7 @@ QString stepCommand(const RemoteStep &step)
     case RemoteStep::Kind::setMode:
         return QStringLiteral("chmod %1 ").arg(step.octal) + sftpPath(step.path);
     case RemoteStep::Kind::rename:
+    case RemoteStep::Kind::renameFolder:
         break;
     }
     // The protocol's own renaming refuses what stands there; without the flag the client prefers one that replaces it.

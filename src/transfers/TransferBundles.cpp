@@ -279,8 +279,7 @@ void TransferBundles::findTaken(std::vector<RemoteStep> &steps, const std::stop_
 {
     QHash<QString, QSet<QString>> there;
     for (RemoteStep &step : steps) {
-        const bool isRename = step.kind == RemoteStep::Kind::rename || step.kind == RemoteStep::Kind::replace;
-        if (step.state != RemoteStep::State::open || !isRename)
+        if (step.state != RemoteStep::State::open || !step.isRename())
             continue;
         const QString folder = Format::parent(step.path);
         if (!there.contains(folder)) {

@@ -43,7 +43,7 @@ void TransferRun::finishFolders(Item &item)
         }
         if (takesSteps) {
             renamed.push_back(&stage);
-            steps.push_back({RemoteStep::Kind::rename, stage.part.path, stage.place.path});
+            steps.push_back({RemoteStep::Kind::renameFolder, stage.part.path, stage.place.path});
         } else {
             nameStage(item, stage);
         }

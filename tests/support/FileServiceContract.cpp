@@ -261,8 +261,15 @@ void foldersTakeNamesOfNothingElse(const Place &at)
     at.make("part/ part/new=1 file=2 folder/ folder/old=3");
     QVERIFY(QFile::link(at.path("folder"), at.path("link")));
     const TreeSnapshot before = at.contents();
-    for (const char *name : {"file", "folder", "link"})
+    std::vector<RemoteStep> steps;
+    for (const char *name : {"file", "folder", "link"}) {
         QVERIFY2(!at.server()->renameBeside(at.path("part"), at.path(name), go), name);
+        steps.push_back({RemoteStep::Kind::renameFolder, at.path("part"), at.path(name)});
+    }
+    if (at.server()->takesMany())
+        at.server()->takeSteps(steps, go);
+    for (const RemoteStep &step : steps)
+        QCOMPARE(step.state == RemoteStep::State::failed, at.server()->takesMany());
     QCOMPARE(at.contents(), before);
     QVERIFY(!at.server()->renameBeside(at.path("missing"), at.path("name"), go));
     if (at.server()->renameBeside(at.path("part"), at.path("name"), go))

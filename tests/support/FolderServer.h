@@ -104,7 +104,7 @@ public:
                     m_disk.setPermissions(step.path, step.octal, Recursive::no, stop);
                 else if (step.kind == RemoteStep::Kind::replace)
                     moveRemote(step.path, step.toPath, stop);
-                else if (step.kind == RemoteStep::Kind::rename)
+                else if (step.kind == RemoteStep::Kind::rename || step.kind == RemoteStep::Kind::renameFolder)
                     m_disk.move(m_disk.stat(step.path, stop).value(), step.toPath, stop);
                 else if (step.kind == RemoteStep::Kind::removeFolder)
                     removeFolder(step.path);
