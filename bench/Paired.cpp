@@ -36,9 +36,15 @@ void paired(benchmark::State &state, const std::function<void()> &ours, const st
         ours();
         peer();
     }
+    bool peerIsFirst = true;
     for (auto iteration : state) {
+        double ourTime = 0;
+        if (!peerIsFirst)
+            ourTime = seconds(ours);
         peerTimes.push_back(seconds(peer));
-        const double ourTime = seconds(ours);
+        if (peerIsFirst)
+            ourTime = seconds(ours);
+        peerIsFirst = !peerIsFirst;
         state.SetIterationTime(ourTime);
         ratios.push_back(ourTime / peerTimes.back());
     }

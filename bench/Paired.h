@@ -9,9 +9,10 @@ namespace moorix::bench {
 
 enum class WarmUp { yes, no };
 
-/// Runs `ours` and `peer` in turn, so that a machine that changes its speed changes both, and reports the median of
-/// their ratios ("ratio", smaller is better for us) beside the limit it must not pass ("limit"), which "ok" tells to be
-/// met (1) or not (0). Times are of `ours`; "peer_ms" is the peer's median.
+/// Runs `ours` and `peer` in turn, each of them first in every other pair, so that a machine that changes its speed,
+/// and what one of them leaves to be written to the disk, weigh on both. Reports the median of their ratios ("ratio",
+/// smaller is better for us) beside the limit it must not pass ("limit"), which "ok" tells to be met (1) or not (0).
+/// Times are of `ours`; "peer_ms" is the peer's median.
 void paired(benchmark::State &state, const std::function<void()> &ours, const std::function<void()> &peer, double limit,
             WarmUp warmUp = WarmUp::yes);
 

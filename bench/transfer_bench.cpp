@@ -66,13 +66,6 @@ void throwUnlessSame(const QString &original, const QString &copy)
         throw std::runtime_error("“" + copy.toStdString() + "” holds more than the original.");
 }
 
-/// A peer that gives up early and calls it a success would win every time.
-void throwUnlessComplete(const QString &original, const QString &copy)
-{
-    if (QDir(copy).entryList(QDir::Files) != QDir(original).entryList(QDir::Files))
-        throw std::runtime_error("The peer has not copied everything to “" + copy.toStdString() + "”.");
-}
-
 /// A server, near or at the end of a long line, a connection that is up, and folders to copy between.
 class Line final
 {
@@ -156,7 +149,8 @@ public:
         m_notes = outcome.notes;
     }
 
-    /// Over the same shared connection, with eight lanes.
+    /// Over the same shared connection, with eight lanes. Files that go up by FTP keep their times like all others,
+    /// which vsftpd takes by one of its commands only.
     void copyByLftp(Direction direction)
     {
         const QString target = freshTarget();
@@ -165,7 +159,7 @@ public:
         QString password = m_place == ftp ? test::FTPServer::credentials().password.value_or(QString()) : u"x"_s;
         password.replace(u'\\', u"\\\\"_s);
         const QString program = m_place == ftp ? QString() : ssh() + u" -a -x"_s;
-        const QString commands = u"set sftp:auto-confirm yes; set ftp:ssl-allow no; "
+        const QString commands = u"set sftp:auto-confirm yes; set ftp:ssl-allow no; set ftp:use-mdtm-overloaded yes; "
                                  "set sftp:connect-program \"%1\"; open -u '%2','%3' %4://%5:%6; %7"_s;
         run(u"lftp"_s, {u"--norc"_s, u"-c"_s,
                         commands.arg(program, m_record.username, password, scheme, m_record.host,
@@ -280,6 +274,7 @@ void manySmallFiles(benchmark::State &state, Place place, const std::function<vo
         writeRandom(u"%1/file %2"_s.arg(line.from()).arg(i), 4096);
     // Far away the line takes the time, which is always the same.
     const bench::WarmUp warmUp = roundTrip == 0 ? bench::WarmUp::yes : bench::WarmUp::no;
+    // A peer that gives up early or leaves the times as they come would win every time.
     QStringList copies;
     bench::paired(
         state,
@@ -292,7 +287,7 @@ void manySmallFiles(benchmark::State &state, Place place, const std::function<vo
         },
         [&] {
             peer(line, direction);
-            throwUnlessComplete(line.from(), line.lastTarget());
+            copies << line.lastTarget();
         },
         limit, warmUp);
     for (const QString &copy : copies)
@@ -397,8 +392,8 @@ void largeFileByFTP(benchmark::State &state)
 {
     largeFile(state, ftp);
 }
-BENCHMARK(largeFileBySFTP)->Arg(up)->Arg(down)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(3);
-BENCHMARK(largeFileByFTP)->Arg(up)->Arg(down)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(3);
+BENCHMARK(largeFileBySFTP)->Arg(up)->Arg(down)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(10);
+BENCHMARK(largeFileByFTP)->Arg(up)->Arg(down)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(10);
 
 } // namespace
 
