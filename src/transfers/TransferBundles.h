@@ -5,6 +5,8 @@
 #include "transfers/TransferPlan.h"
 #include "transfers/TransferWay.h"
 
+#include <QSet>
+
 #include <atomic>
 #include <deque>
 #include <optional>
@@ -58,6 +60,7 @@ private:
     bool copyAsArchive(std::vector<RemoteCopy> &copies, const RemoteFileService::Advanced &advanced,
                        const std::stop_token &stop);
     void verify(const FileItem &file, RemoteCopy &copy);
+    void requireOtherFolder(const RemoteCopy &copy, QSet<QString> &otherPlaces) const;
     void giveNames(std::vector<Entry> &entries, std::vector<RemoteCopy> &copies);
     void giveNamesOnServer(std::vector<Entry> &entries, std::vector<RemoteCopy> &copies);
     void findTaken(std::vector<RemoteStep> &steps, const std::stop_token &stop);

@@ -26,6 +26,8 @@ void TransferCarrier::carry(const FileItem &file, const TransferPlace &place)
         if (place.isContinued && !place.hasPart)
             m_route.destination().copy(transferNames::itemAt(place.path, file), part.path, m_link.control().token());
         carryPart(copy, progress);
+        if (place.replacesForeign())
+            requireOtherPlace(file, part.path);
         m_parts.giveName(part, place);
     } catch (const Error &error) {
         const TransferControl &control = m_link.control();

@@ -22,6 +22,9 @@ struct TransferPlace
     bool hasPart = false;
     /// In a folder that bears a part name itself, so that the file needs none.
     bool isStaged = false;
+
+    /// What stands there was not put there by this transfer.
+    bool replacesForeign() const { return standing == Standing::replaced && !isStaged; }
 };
 
 /// What becomes of the parts that files and folders are written to. Used by all lanes of one transfer at once.

@@ -182,6 +182,12 @@ qint64 TransferRoute::sizeAtDestination(const FileItem &file, const std::stop_to
     return m_destination->followLink(file, stop).size;
 }
 
+bool TransferRoute::isBesideOriginal(const QString &path, const QString &original, const std::stop_token &stop) const
+{
+    const QString there = Format::join(Format::parent(original), Format::fileName(path));
+    return m_sourceServer ? m_sourceServer->exists(there, stop) : m_source->stat(there, stop).has_value();
+}
+
 bool TransferRoute::rename(const FileItem &item, const QString &toPath, localTransfer::Existing existing,
                            const std::stop_token &stop) const
 {

@@ -67,6 +67,9 @@ public:
     /// Renames within the destination. Returns false, having done nothing, between two local file systems.
     [[nodiscard]] bool rename(const FileItem &item, const QString &toPath, localTransfer::Existing existing,
                               const std::stop_token &stop) const;
+    /// Whether what the destination holds at `path` can be seen at the source, in the folder of `original`: the two
+    /// folders are one then, reached in two ways. `path` must have a name that nothing else bears.
+    bool isBesideOriginal(const QString &path, const QString &original, const std::stop_token &stop) const;
     /// Whether the two paths are one place, or `path` lies inside `folder`.
     bool isInside(const QString &path, const QString &folder) const;
     bool isSame(const QString &sourcePath, const QString &destinationPath) const;

@@ -29,4 +29,13 @@ void TransferWay::requireUnchanged(const FileItem &file) const
         throw Error(u"Transfer"_s, u"it changed while it was being copied"_s);
 }
 
+void TransferWay::requireOtherPlace(const FileItem &file, const QString &part) const
+{
+    const auto isOriginal = [&](const std::stop_token &stop, bool) {
+        return m_route.isBesideOriginal(part, file.path, stop);
+    };
+    if (m_request.isMove && m_link.repeat(isOriginal))
+        throw Error(u"Transfer"_s, u"it is in this folder already, which is reached in two ways"_s);
+}
+
 } // namespace moorix

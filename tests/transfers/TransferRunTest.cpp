@@ -200,6 +200,23 @@ private slots:
         }
     }
 
+    void moveToTheSameFolderByAnotherWayKeepsTheOnlyCopy()
+    {
+        for (const Route route : {Route::upload, Route::download, Route::betweenServers}) {
+            for (const bool takesMany : {false, true}) {
+                Scene scene({{"from/a", "only"}, {"from/d/b", "only too"}}, route);
+                scene.server->isTakingMany = takesMany;
+                scene.request.targetFolder = scene.tree.path("from");
+                scene.request.isMove = true;
+                scene.request.policy = TransferConflictPolicy::overwrite;
+                const TreeSnapshot before = scene.tree.snapshot();
+                const QStringList failures = scene.run("from/a", "from/d").failures;
+                QCOMPARE(failures.filter(u"it is in this folder already"_s).size(), 2);
+                QCOMPARE(scene.tree.snapshot(), before);
+            }
+        }
+    }
+
     void moveKeepsAnOriginalThatGrowsOrIsJoinedMeanwhile()
     {
         for (const char *written : {"from/d/a", "from/d/late"}) {
