@@ -5,7 +5,7 @@
 #include "files/Format.h"
 #include "transfers/TransferNames.h"
 
-#include <cstdlib>
+#include <algorithm>
 
 namespace moorix {
 
@@ -20,16 +20,6 @@ bool isFolder(const FileItem &item)
     return item.isDirectory && !item.isSymlink;
 }
 
-/// Whether a file is what an earlier run of the transfer has put there. Servers tell times to the minute.
-bool hasArrivedBefore(const FileItem &source, const FileItem &existing)
-{
-    constexpr qint64 toleranceMsecs = 60'000;
-    if (isFolder(source) || isFolder(existing) || source.isSymlink != existing.isSymlink ||
-        source.size != existing.size || !source.modified || !existing.modified)
-        return false;
-    return std::abs(source.modified->msecsTo(*existing.modified)) < toleranceMsecs;
-}
-
 } // namespace
 
 TransferPlacement::TransferPlacement(const TransferRequest &request, const TransferRoute &route, Ask ask)
@@ -40,9 +30,21 @@ TransferPlacement::TransferPlacement(const TransferRequest &request, const Trans
 {
 }
 
-bool TransferPlacement::isArrival(const FileItem &source, const FileItem &existing)
+bool TransferPlacement::isArrival(const FileItem &source, const FileItem &existing) const
 {
     return isFolder(source) ? isFolder(existing) : hasArrivedBefore(source, existing);
+}
+
+/// Either time is worth what the listing is that it comes from: often the minute, of older files the day alone.
+bool TransferPlacement::hasArrivedBefore(const FileItem &source, const FileItem &existing) const
+{
+    constexpr std::chrono::seconds least(60);
+    if (isFolder(source) || isFolder(existing) || source.isSymlink != existing.isSymlink ||
+        source.size != existing.size || !source.modified || !existing.modified)
+        return false;
+    const std::chrono::milliseconds later(source.modified->msecsTo(*existing.modified));
+    return later < std::max(least, m_route.sourceSlack(source)) &&
+           -later < std::max(least, m_route.destinationSlack(existing));
 }
 
 TransferPlacement::Decision TransferPlacement::decide(const TransferNode &node, const TransferTarget &target)
@@ -77,7 +79,7 @@ TransferPlacement::Decision TransferPlacement::decideConflict(const TransferNode
     // An original may only go once its copy has been checked by this run, so for a move it is made once more.
     if (m_request.isContinuation && hasArrivedBefore(item, existing))
         return {m_request.isMove ? Kind::goes : Kind::isThere, place};
-    const Choice choice = choose({item, existing});
+    const Choice choice = choose({item, existing, m_route.destinationSlack(existing)});
     if (choice == Choice::skip)
         return {Kind::isSkipped, place};
     if (choice == Choice::rename) {

@@ -38,13 +38,14 @@ public:
     TransferPlacement(const TransferRequest &request, const TransferRoute &route, Ask ask);
 
     /// Whether what stands at the target is what an earlier run of this transfer has brought there: a folder, or a file
-    /// of the same size and time.
-    static bool isArrival(const FileItem &source, const FileItem &existing);
+    /// of the same size and, as far as that is known, time.
+    bool isArrival(const FileItem &source, const FileItem &existing) const;
 
     /// Throws when the item cannot go there, and Cancelled when that is the answer.
     Decision decide(const TransferNode &node, const TransferTarget &target);
 
 private:
+    bool hasArrivedBefore(const FileItem &source, const FileItem &existing) const;
     Decision decideConflict(const TransferNode &node, const FileItem &item, const FileItem &existing,
                             const TransferTarget &target);
     ConflictAnswer::Choice choose(const TransferConflict &conflict);

@@ -51,6 +51,11 @@ void TransferRoute::requireAddressable(const QString &sourcePath, const QString 
         m_destinationServer->requireAddressable(destinationPath);
 }
 
+std::chrono::seconds TransferRoute::slack(const RemoteFileService *server, const FileItem &item)
+{
+    return server && item.modified ? server->listedTimes().slack(*item.modified) : std::chrono::seconds(0);
+}
+
 TransferRoute::Way TransferRoute::copyFile(const TransferCopy &copy, const std::stop_token &stop) const
 {
     if (copy.file.isSymlink) {

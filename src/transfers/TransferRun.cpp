@@ -171,7 +171,7 @@ void TransferRun::passOverMoved(std::deque<Item> &items, const TransferTarget &t
         }
         const auto arrived = target.entries.constFind(m_request.newName.isEmpty() ? original.name : m_request.newName);
         if (present[folder].contains(original.path) || arrived == target.entries.cend() ||
-            !TransferPlacement::isArrival(original, *arrived))
+            !m_placement.isArrival(original, *arrived))
             continue;
         m_tally.addTotal(item.node.fileCount(), item.node.byteCount());
         arrive(item.node);

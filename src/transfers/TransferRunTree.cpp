@@ -151,7 +151,7 @@ void TransferRun::clear(const TransferNode &node, TransferTarget &stage)
         const QString path = Format::join(stage.path, child.item.name);
         kept << Format::fileName(transferNames::partPath(path, m_request.id, child.item));
         const auto entry = stage.entries.constFind(child.item.name);
-        if (entry != stage.entries.cend() && TransferPlacement::isArrival(child.item, *entry))
+        if (entry != stage.entries.cend() && m_placement.isArrival(child.item, *entry))
             kept << child.item.name;
     }
     std::vector<RemoteStep> steps;

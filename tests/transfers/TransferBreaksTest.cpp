@@ -158,6 +158,21 @@ private slots:
         }
     }
 
+    void continuedCopyKnowsOldFilesByTheirDay()
+    {
+        for (const Route route : {Route::upload, Route::download}) {
+            Scene scene({{"from/a", "12345678"}, {"to/a", "********"}}, route);
+            scene.server->times = {ListedTimes::Precision::minutesOrDays, Qt::UTC};
+            scene.request.isContinuation = true;
+            const QDateTime day(QDate(2020, 2, 29), QTime(0, 0), Qt::UTC);
+            const bool isUpload = route == Route::upload;
+            setTimeAndMode(scene.tree.path("from/a"), isUpload ? day.addSecs(50'000) : day, QFile::Permissions(0x6644));
+            setTimeAndMode(scene.tree.path("to/a"), isUpload ? day : day.addSecs(50'000), QFile::Permissions(0x6644));
+            QCOMPARE(scene.run("from/a").failures, QStringList());
+            QCOMPARE(scene.tree.read("to/a"), QByteArray("********"));
+        }
+    }
+
     void olderHalfOfAFileIsContinuedOnlyIfItFits()
     {
         for (const bool fits : {true, false}) {

@@ -279,6 +279,8 @@ private slots:
         };
         for (const auto &[choice, source, existing, expected] : rows)
             QVERIFY2(settled(choice, {source, existing}) == expected, qPrintable(source.name + existing.name));
+        // Of an older file a server tells the day alone.
+        QVERIFY(settled(overwriteOlder, {file(1, "12:00:01"), file(1, "0:00:00"), std::chrono::hours(24)}) == skip);
         // Folders and links are never continued.
         TransferConflict conflict{file(8, ""), file(7, "")};
         conflict.existing.isSymlink = true;
