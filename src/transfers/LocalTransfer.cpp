@@ -95,6 +95,13 @@ bool localTransfer::rename(const QString &from, const QString &to, Existing exis
     return problem == 0;
 }
 
+void localTransfer::flush(const QString &path)
+{
+    const FileDescriptor entry(::open(native(path).constData(), O_RDONLY | O_CLOEXEC));
+    if (!entry.isOpen() || ::syncfs(entry.value()) != 0)
+        fail(path, u"could not be brought to the disk"_s, errno);
+}
+
 void localTransfer::setModified(const QString &path, const QDateTime &modified)
 {
     const qint64 msecs = modified.toMSecsSinceEpoch();

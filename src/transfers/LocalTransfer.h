@@ -34,6 +34,9 @@ void makeLink(const QString &target, const QString &path);
 /// Renames in one step. Returns false, having done nothing, when the two lie on different file systems.
 [[nodiscard]] bool rename(const QString &from, const QString &to, Existing existing);
 
+/// Waits until all that was written to the file system of `path` has reached the disk.
+void flush(const QString &path);
+
 /// Sets a folder's modification time; where that is not possible nothing happens.
 void setModified(const QString &path, const QDateTime &modified);
 

@@ -43,7 +43,9 @@ public:
     {
         return m_route.isServerDestination() && !m_route.isServerSource() && server().takesMany();
     }
-    /// Takes the steps on the server that the files go to, across broken links. Throws when it is stopped or lost.
+    bool mayTakeStepsAtSource() const { return m_route.isServerSource() && server().takesMany(); }
+    /// Takes the steps on the server that the files go to or, of two servers, come from, across broken links. Throws
+    /// when it is stopped or lost.
     void takeSteps(std::vector<RemoteStep> &steps);
     /// Whether the file gains by travelling with others.
     bool suits(const TransferNode &file, const TransferPlace &place) const;

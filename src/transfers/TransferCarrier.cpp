@@ -19,7 +19,7 @@ void TransferCarrier::carry(const FileItem &file, const TransferPlace &place)
     const FileItem part = transferNames::itemAt(transferNames::partPath(place.path, m_request.id, file), file);
     const bool replaces = place.standing == Standing::replaced;
     TransferCopy copy{file, part.path};
-    copy.flush = m_request.isMove || replaces ? localTransfer::Flush::toDisk : localTransfer::Flush::no;
+    copy.flush = replaces ? localTransfer::Flush::toDisk : localTransfer::Flush::no;
     copy.start = place.hasPart || place.isContinued ? Start::resumed : Start::fresh;
     TransferTally::File progress(m_tally, file.name);
     try {

@@ -101,6 +101,8 @@ TransferOutcome TransferRun::run(const std::stop_token &stop)
         for (Item &item : piece)
             settleStages(item);
     }
+    if (m_isLost && m_request.isMove)
+        tellOfOriginalsLeft();
     m_tally.publish(true);
     TransferOutcome outcome = m_tally.outcome();
     outcome.wasCancelled = wasCancelled || (control.isStopped() && !m_isLost);
@@ -134,8 +136,10 @@ void TransferRun::transferAll()
 void TransferRun::transferPiece(const TransferPiece &piece)
 {
     std::deque<Item> &items = m_pieces.emplace_back();
-    for (const FileItem &item : piece.items)
+    for (const FileItem &item : piece.items) {
         items.emplace_back().node.item = item;
+        items.back().targetFolder = piece.targetFolder;
+    }
     // The server answers while it is asked for other things.
     auto space = askForSpace(piece.targetFolder);
     TransferTarget target = openTarget(piece.targetFolder);
@@ -143,13 +147,16 @@ void TransferRun::transferPiece(const TransferPiece &piece)
     plan(items);
     if (space)
         checkSpace(items, target, space->get());
+    std::vector<Item *> through;
     for (Item &item : items) {
         if (item.node.fate != TransferNode::Fate::moved &&
             !transferNames::objection(item.node.item.name, nameSource(m_route)))
             dispatch(item.node, target, item);
-        release(item);
+        if (release(item))
+            through.push_back(&item);
     }
     sendBundle();
+    giveUp(through);
 }
 
 /// An earlier run of a move that broke off may have given originals up already: those have arrived.
@@ -157,18 +164,12 @@ void TransferRun::passOverMoved(std::deque<Item> &items, const TransferTarget &t
 {
     if (!m_request.isMove || !m_request.isContinuation)
         return;
-    QHash<QString, QSet<QString>> present;
+    QHash<QString, QHash<QString, FileItem>> present;
     for (Item &item : items) {
         const FileItem &original = item.node.item;
         const QString folder = Format::parent(original.path);
-        if (!present.contains(folder)) {
-            const QList<FileItem> entries = m_link.repeat([&](const std::stop_token &stop, bool) {
-                return m_route.source().list(folder, HiddenFiles::included, stop);
-            });
-            QSet<QString> &paths = present[folder];
-            for (const FileItem &entry : entries)
-                paths.insert(entry.path);
-        }
+        if (!present.contains(folder))
+            present.insert(folder, sourceEntries(folder));
         const auto arrived = target.entries.constFind(m_request.newName.isEmpty() ? original.name : m_request.newName);
         if (present[folder].contains(original.path) || arrived == target.entries.cend() ||
             !m_placement.isArrival(original, *arrived))
@@ -177,6 +178,17 @@ void TransferRun::passOverMoved(std::deque<Item> &items, const TransferTarget &t
         arrive(item.node);
         item.node.fate = TransferNode::Fate::moved;
     }
+}
+
+/// By their paths.
+QHash<QString, FileItem> TransferRun::sourceEntries(const QString &folder)
+{
+    QHash<QString, FileItem> entries;
+    const QList<FileItem> listed = m_link.repeat(
+        [&](const std::stop_token &stop, bool) { return m_route.source().list(folder, HiddenFiles::included, stop); });
+    for (const FileItem &entry : listed)
+        entries.insert(entry.path, entry);
+    return entries;
 }
 
 /// Trees are read beforehand, which tells their size and keeps a copy from meeting itself. A rename or a copy made by

@@ -62,6 +62,7 @@ private:
     struct Item
     {
         TransferNode node;
+        QString targetFolder;
         /// Files on their way, and one for the reading of the tree.
         std::atomic<int> pending = 1;
         std::atomic<bool> isIncomplete = false;
@@ -70,6 +71,8 @@ private:
         std::vector<Stage> stages;
         /// What an earlier try has left unfinished in a stage may still be there.
         bool hasUnclearStage = false;
+        /// Its original has been given up, or it has been told why not.
+        bool isThrough = false;
     };
     /// Files that wait for others to travel with, and the items they belong to.
     struct Bundle
@@ -94,6 +97,7 @@ private:
     std::optional<std::future<std::optional<qint64>>> askForSpace(const QString &folder);
     void checkSpace(const std::deque<Item> &items, const TransferTarget &target, std::optional<qint64> available);
     TransferTarget openTarget(const QString &path);
+    QHash<QString, FileItem> sourceEntries(const QString &folder);
     void dispatch(TransferNode &node, TransferTarget &target, Item &item);
     void send(TransferNode &node, const TransferPlace &place, TransferTarget &target, Item &item);
     void enterFolder(TransferNode &node, const TransferPlace &place, const TransferTarget &target, Item &item);
@@ -116,15 +120,20 @@ private:
     void carryBundle(Bundle &bundle);
     void addTask(Item &item, TransferNode &node, std::function<void()> task);
 
-    void release(Item &item);
+    bool release(Item &item);
+    void giveUp(const std::vector<Item *> &items);
+    std::optional<QString> flush(const std::vector<Item *> &items) const;
+    void removeTogether(const std::vector<Item *> &items);
+    void tellOfOriginal(const Item &item, const QString &fate);
+    void tellOfOriginalsLeft();
     void applyFolderAttributes(const FileItem &folder, const QString &path);
     void checkContents();
-    void removeSource(const Item &item);
+    void removeSource(Item &item);
     bool isUnchanged(const TransferNode &node, const FileItem &present);
 
     void arrive(TransferNode &node);
     void noteArrived(Item &item, const TransferNode &node, const QString &path);
-    void settle(Item &item, const TransferNode &node);
+    bool settle(Item &item, const TransferNode &node);
     void report(const FileItem &item, const QString &reason);
     void endForLostLink(const Error &error);
 

@@ -260,8 +260,12 @@ void TransferRun::sendBundle()
         } catch (const Error &error) {
             endForLostLink(error);
         }
-        for (std::size_t i = 0; i < bundle->entries.size(); ++i)
-            settle(*bundle->items.at(i), *bundle->entries.at(i).node);
+        std::vector<Item *> through;
+        for (std::size_t i = 0; i < bundle->entries.size(); ++i) {
+            if (settle(*bundle->items.at(i), *bundle->entries.at(i).node))
+                through.push_back(bundle->items.at(i));
+        }
+        giveUp(through);
     });
 }
 
@@ -308,16 +312,17 @@ void TransferRun::addTask(Item &item, TransferNode &node, std::function<void()> 
             else
                 report(node.item, error.message());
         }
-        settle(item, node);
+        if (settle(item, node))
+            giveUp({&item});
     });
 }
 
-/// A file is done with, whatever became of it.
-void TransferRun::settle(Item &item, const TransferNode &node)
+/// A file is done with, whatever became of it. Returns whether its item is through then.
+bool TransferRun::settle(Item &item, const TransferNode &node)
 {
     if (node.fate != Fate::arrived)
         item.isIncomplete = true;
-    release(item);
+    return release(item);
 }
 
 void TransferRun::noteArrived(Item &item, const TransferNode &node, const QString &path)
