@@ -67,7 +67,7 @@ bool TransferBundles::suitsStage(const TransferNode &folder) const
 {
     constexpr qint64 fewestFiles = 8;
     return !m_isRefused && mayTakeSteps() && (m_isArchiveRefused || !server().mayTakeArchives()) &&
-           folder.fileCount() >= fewestFiles;
+           folder.fileCount() >= fewestFiles && !hasTwins(folder);
 }
 
 bool TransferBundles::carry(std::vector<Entry> &entries)

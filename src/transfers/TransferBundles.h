@@ -35,7 +35,8 @@ public:
 
     /// From now on without archives, which the server has been found not to take.
     void refuseArchives() { m_isArchiveRefused = true; }
-    /// Whether a new folder gains by being filled under a part name: its files then need none of their own.
+    /// Whether a new folder gains by being filled under a part name: its files then need none of their own. None does
+    /// whose files a disk that ignores case would write one over the other.
     bool suitsStage(const TransferNode &folder) const;
     /// Whether an unfinished copy could not be removed; in a stage it bears the file's own name.
     bool hasLeftHalves() const { return m_hasLeftHalves; }

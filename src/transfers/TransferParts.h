@@ -16,7 +16,7 @@ struct TransferPlace
     Standing standing = Standing::nothing;
     /// What stands there is the beginning of the file and is continued.
     bool isContinued = false;
-    /// The folder was made by this transfer, so nobody else puts anything there.
+    /// The folder was made by this transfer, so that nothing comes in the way there.
     bool isInNewFolder = false;
     /// An earlier try has left a part of the file behind.
     bool hasPart = false;

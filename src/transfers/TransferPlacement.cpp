@@ -119,7 +119,8 @@ TransferPlace TransferPlacement::placeAt(const FileItem &item, const QString &na
 {
     TransferPlace place;
     place.path = Format::join(target.path, name);
-    place.isInNewFolder = target.isNew || target.isStage;
+    const bool isTwin = !target.twins.isEmpty() && target.twins.contains(transferNames::folded(name));
+    place.isInNewFolder = (target.isNew || target.isStage) && !isTwin;
     place.isStaged = target.isStage;
     const QString part = transferNames::partPath(place.path, m_request.id, item);
     place.hasPart = target.entries.contains(Format::fileName(part));

@@ -20,6 +20,8 @@ struct TransferTarget
     bool isNew = false;
     /// Filled under a part name, by this run or an earlier one: whatever stands in it is this transfer's own.
     bool isStage = false;
+    /// What of the names that go there may be one entry for the disk, folded.
+    QSet<QString> twins = {};
 };
 
 /// Decides where each item goes, and asks where something stands there already. One thread only.

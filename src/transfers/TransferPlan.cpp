@@ -88,6 +88,24 @@ void TransferScan::fillBy(const Lister &list, TransferNode &node) const
     }
 }
 
+QSet<QString> twinNames(const TransferNode &folder)
+{
+    QSet<QString> names;
+    QSet<QString> twins;
+    for (const TransferNode &child : folder.children) {
+        const QString name = transferNames::folded(child.item.name);
+        if (names.contains(name))
+            twins.insert(name);
+        names.insert(name);
+    }
+    return twins;
+}
+
+bool hasTwins(const TransferNode &folder)
+{
+    return !twinNames(folder).isEmpty() || std::any_of(folder.children.cbegin(), folder.children.cend(), hasTwins);
+}
+
 bool holdsNothingElse(const TransferNode &present, const TransferNode &planned)
 {
     if (present.isFolder() != planned.isFolder() || present.item.isSymlink != planned.item.isSymlink)

@@ -92,6 +92,8 @@ void TransferRun::enterFolder(TransferNode &node, const TransferPlace &place, co
     inner.isStage = inner.isStage || target.isStage;
     node.placedAt = finalPath(item, place.path);
     node.fate = Fate::entered;
+    if (isNew && !m_route.isLocalDestination())
+        inner.twins = twinNames(node);
     if (isNew || target.isStage)
         item.newFolders.emplace_back(node.item, node.placedAt);
     if (node.isIncomplete)

@@ -143,6 +143,26 @@ private slots:
         }
     }
 
+    void namesThatAreOneForTheServersDiskDoNotReplaceEachOther()
+    {
+        // Enough for a stage or not; together or, for being large, one by one.
+        for (const int more : {0, 8}) {
+            for (const qsizetype size : {3, 300'000}) {
+                Scene scene(
+                    {{"from/d/Über", QByteArray(size, '1')}, {"from/d/über", QByteArray(size, '2')}, {"to/", ""}},
+                    Route::upload);
+                for (int i = 0; i < more; ++i)
+                    scene.tree.write(u"from/d/%1"_s.arg(i), "x");
+                scene.server->ignoresCase = true;
+                scene.request.isMove = true;
+                const TransferOutcome outcome = scene.run("from/d");
+                QCOMPARE(outcome.failures.size(), 1);
+                QCOMPARE(scene.under(u"to/d/"_s).size(), more + 1);
+                QCOMPARE(scene.under(u"from/d/"_s).size(), more + 2);
+            }
+        }
+    }
+
     void namesThatLeadOutOfTheFolderAreRefused()
     {
         Scene scene({{"from/d/good", "g"}, {"from/evil", "outside"}, {"to/", ""}}, Route::download);
