@@ -120,16 +120,18 @@ void TransferCarrier::verify(const FileItem &file, const FileItem &part)
     requireUnchanged(file);
 }
 
-/// Where one of the sides cannot tell, the sizes have to do.
-void TransferCarrier::checkContinued(const FileItem &file, const FileItem &part)
+/// False where one of the sides cannot tell; the sizes have to do then.
+bool TransferCarrier::checkContinued(const FileItem &file, const FileItem &part)
 {
-    const auto compare = [&](const std::stop_token &stop, bool) {
-        const auto copied = transferChecksums::of(m_route.destination(), {part.path}, stop);
-        const auto original = copied ? transferChecksums::of(m_route.source(), {file.path}, stop) : std::nullopt;
-        return !original || original->value(file.path) == copied->value(part.path);
+    const auto sums = [&](FileService &service, const QString &path) {
+        return m_link.repeat(
+            [&](const std::stop_token &stop, bool) { return transferChecksums::of(service, {path}, stop); });
     };
-    if (!m_link.repeat(compare))
+    const auto copied = sums(m_route.destination(), part.path);
+    const auto original = copied ? sums(m_route.source(), file.path) : std::nullopt;
+    if (original && !transferChecksums::areSame(*original, file.path, *copied, part.path))
         throw Error(u"Transfer"_s, u"the copy differs from the original"_s);
+    return original.has_value();
 }
 
 void TransferCarrier::copyTreeOnServer(const FileItem &folder, const TransferPlace &place)

@@ -23,7 +23,7 @@ private:
     void carryPart(const TransferCopy &copy, TransferTally::File &progress);
     TransferRoute::Way copyAcrossBreaks(TransferCopy copy, TransferTally::File &progress);
     void verify(const FileItem &file, const FileItem &part);
-    void checkContinued(const FileItem &file, const FileItem &part);
+    bool checkContinued(const FileItem &file, const FileItem &part);
 };
 
 } // namespace moorix

@@ -171,7 +171,8 @@ void TransferRun::checkContents()
     m_tally.note(original ? u"Contents compared by SHA-256."_s
                           : u"Only sizes were compared: the server cannot compute checksums."_s);
     for (const Arrived &arrived : m_arrived) {
-        if (!original || arrived.file.isSymlink || original->value(arrived.file.path) == copied->value(arrived.path))
+        if (!original || arrived.file.isSymlink ||
+            transferChecksums::areSame(*original, arrived.file.path, *copied, arrived.path))
             continue;
         arrived.item->isIncomplete = true;
         m_tally.fail(u"The copy of “%1” differs from the original."_s.arg(Format::display(arrived.file.name)));

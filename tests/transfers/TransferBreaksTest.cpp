@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "files/NativePath.h"
 #include "support/TestMain.h"
+#include "transfers/TransferChecksums.h"
 #include "transfers/TransferScene.h"
 
 using namespace moorix;
@@ -189,6 +191,16 @@ private slots:
                 QCOMPARE(outcome.notes.size(), fits ? 1 : 0);
             }
         }
+    }
+
+    void contentsAreComparedWhateverBytesANameHolds()
+    {
+        const Scene scene({});
+        const QString path = scene.tree.path(NativePath::text("gr\xfc\xdf"));
+        scene.disk->write("x", path, {});
+        const auto sums = transferChecksums::of(*scene.disk, {path, u"/none"_s}, {});
+        QVERIFY(transferChecksums::areSame(*sums, path, *sums, path));
+        QVERIFY(!transferChecksums::areSame(*sums, u"/none"_s, *sums, u"/none"_s));
     }
 
     void comparedContentsFindWhatSizesDoNot()
