@@ -25,7 +25,7 @@ void TransferCarrier::carry(const FileItem &file, const TransferPlace &place)
     try {
         if (place.isContinued && !place.hasPart)
             m_route.destination().copy(transferNames::itemAt(place.path, file), part.path, m_link.control().token());
-        carryPart(copy, progress);
+        carryPart(copy, place, progress);
         if (place.replacesForeign())
             requireOtherPlace(file, part.path);
         m_parts.giveName(part, place);
@@ -38,7 +38,7 @@ void TransferCarrier::carry(const FileItem &file, const TransferPlace &place)
     progress.arrive(file.isSymlink ? 0 : file.size);
 }
 
-void TransferCarrier::carryPart(const TransferCopy &copy, TransferTally::File &progress)
+void TransferCarrier::carryPart(const TransferCopy &copy, const TransferPlace &place, TransferTally::File &progress)
 {
     const FileItem part = transferNames::itemAt(copy.toPath, copy.file);
     const bool wasContinued = copyAcrossBreaks(copy, progress) == TransferRoute::Way::continued;
@@ -46,7 +46,10 @@ void TransferCarrier::carryPart(const TransferCopy &copy, TransferTally::File &p
         verify(copy.file, part);
         if (!wasContinued)
             return;
-        checkContinued(copy.file, part);
+        // What the user takes for the beginning of a file may be none, and the original would be gone.
+        const bool mustBeKnown = m_request.isMove && place.isContinued;
+        if (!checkContinued(copy.file, part) && mustBeKnown)
+            throw Error(u"Transfer"_s, u"nothing tells what the existing file holds"_s);
         m_tally.noteMore(1, u"1 file went on where its copy had stopped."_s,
                          u"%1 files went on where their copies had stopped."_s);
         return;

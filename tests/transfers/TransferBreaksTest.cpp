@@ -193,6 +193,15 @@ private slots:
         }
     }
 
+    void movedFileIsNotContinuedBlindly()
+    {
+        Scene scene({{"from/a", "12345678"}, {"to/a", "abcd"}}, Route::upload);
+        scene.request.isMove = true;
+        scene.callbacks.decide = [](const TransferConflict &) { return ConflictAnswer::Choice::resume; };
+        QCOMPARE(scene.run("from/a").failures, QStringList());
+        QCOMPARE(scene.under(u"to/"_s), (TreeSnapshot{{u"a"_s, "12345678"}}));
+    }
+
     void contentsAreComparedWhateverBytesANameHolds()
     {
         const Scene scene({});
