@@ -125,7 +125,7 @@ private:
     void finish(const QUuid &id, const TransferOutcome &outcome);
     void fail(const QUuid &id, const QString &sentence);
     void removeCleared();
-    void removeLeftovers(const Order &order);
+    void removeLeftovers(const QUuid &id, const Order &order);
     void save();
 
     Options m_options;
@@ -137,8 +137,8 @@ private:
     std::optional<TransferConflict> m_conflict;
     TransferPlaces m_places;
     std::optional<TransferQueueFile> m_file;
-    /// Services that are opened to clean up behind transfers.
-    std::vector<Job> m_cleanups;
+    /// Cleaning up behind transfers, services being opened for it.
+    std::map<QUuid, Job> m_cleanups;
 };
 
 } // namespace moorix

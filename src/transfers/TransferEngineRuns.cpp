@@ -115,6 +115,12 @@ void TransferEngine::finish(const QUuid &id, const TransferOutcome &outcome)
     withdrawQuestions(id);
     Order &order = m_orders.at(id);
     const TransferRequest request = order.next;
+    const TransferStatus *ended = find(id);
+    const bool isGivenUp =
+        ended && (ended->state == State::cancelled || (outcome.wasCancelled && ended->state != State::waiting));
+    // It may not have come to what the run before it had left.
+    if (request.isContinuation && isGivenUp)
+        removeLeftovers(id, order);
     // A transfer that has ended holds no connection open; another try opens what it needs.
     if (order.isKept && m_places.open) {
         order.next.source.reset();
@@ -158,21 +164,20 @@ void TransferEngine::fail(const QUuid &id, const QString &sentence)
 }
 
 /// Behind a transfer that nobody will go on with. What is out of reach stays.
-void TransferEngine::removeLeftovers(const Order &order)
+void TransferEngine::removeLeftovers(const QUuid &id, const Order &order)
 {
-    const auto remove = [request = order.stored.request](const std::shared_ptr<FileService> &destination) {
-        TransferRequest left = request;
-        left.destination = destination;
-        runJob([left](const std::stop_token &stop) { transferLeftovers::remove(left, stop); }, [] {},
-               [](const Error &) {})
-            .detach();
-    };
     if (!order.stored.hasStarted)
         return;
+    const auto remove = [this, id, request = order.stored.request](const std::shared_ptr<FileService> &destination) {
+        TransferRequest left = request;
+        left.destination = destination;
+        m_cleanups[id] = runJob([left](const std::stop_token &stop) { transferLeftovers::remove(left, stop); }, [] {},
+                                [](const Error &) {});
+    };
     if (order.next.destination)
         remove(order.next.destination);
     else if (m_places.open)
-        m_cleanups.push_back(m_places.open(order.stored.destination, remove, [](const Error &) {}));
+        m_cleanups[id] = m_places.open(order.stored.destination, remove, [](const Error &) {});
 }
 
 void TransferEngine::keepQueueIn(const QString &path, TransferPlaces places)

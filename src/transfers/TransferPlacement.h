@@ -20,6 +20,8 @@ struct TransferTarget
     bool isNew = false;
     /// Filled under a part name, by this run or an earlier one: whatever stands in it is this transfer's own.
     bool isStage = false;
+    /// What an earlier run has left of items that this one has not come to yet, by name.
+    QHash<QString, FileItem> parts = {};
     /// What of the names that go there may be one entry for the disk, folded.
     QSet<QString> twins = {};
 };

@@ -156,6 +156,7 @@ void TransferRun::transferPiece(const TransferPiece &piece)
             through.push_back(&item);
     }
     sendBundle();
+    removeLeftParts(target);
     giveUp(through);
 }
 
@@ -252,9 +253,19 @@ TransferTarget TransferRun::openTarget(const QString &path)
     });
     TransferTarget target{path};
     target.entries.reserve(entries.size());
-    for (const FileItem &entry : entries)
+    for (const FileItem &entry : entries) {
         target.entries.insert(entry.name, entry);
+        if (m_request.isContinuation && transferNames::isPart(entry.name, m_request.id))
+            target.parts.insert(entry.name, entry);
+    }
     return target;
+}
+
+/// Of what has changed since or goes nowhere any more: nobody would go on with them.
+void TransferRun::removeLeftParts(const TransferTarget &target)
+{
+    for (const FileItem &part : target.parts)
+        m_parts.remove(part);
 }
 
 void TransferRun::report(const FileItem &item, const QString &reason)

@@ -97,6 +97,7 @@ private:
     std::optional<std::future<std::optional<qint64>>> askForSpace(const QString &folder);
     void checkSpace(const std::deque<Item> &items, const TransferTarget &target, std::optional<qint64> available);
     TransferTarget openTarget(const QString &path);
+    void removeLeftParts(const TransferTarget &target);
     QHash<QString, FileItem> sourceEntries(const QString &folder);
     void dispatch(TransferNode &node, TransferTarget &target, Item &item);
     void send(TransferNode &node, const TransferPlace &place, TransferTarget &target, Item &item);

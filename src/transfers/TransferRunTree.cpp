@@ -31,6 +31,8 @@ void TransferRun::dispatch(TransferNode &node, TransferTarget &target, Item &ite
             arrive(node);
         } else {
             m_tally.noteChanged(finalPath(item, target.path));
+            target.parts.remove(Format::fileName(transferNames::partPath(place.path, m_request.id, node.item)));
+            target.parts.remove(stageOf(node, place).name);
             send(node, place, target, item);
         }
     } catch (const Cancelled &) {
@@ -100,6 +102,7 @@ void TransferRun::enterFolder(TransferNode &node, const TransferPlace &place, co
         item.isIncomplete = true;
     for (TransferNode &child : node.children)
         dispatch(child, inner, item);
+    removeLeftParts(inner);
 }
 
 FileItem TransferRun::stageOf(const TransferNode &node, const TransferPlace &place) const
@@ -141,6 +144,7 @@ TransferTarget TransferRun::openAgain(const TransferNode &node, const QString &p
     const bool wasUnclear = std::exchange(item.hasUnclearStage, true);
     TransferTarget target = openTarget(path);
     clear(node, target);
+    target.parts.clear();
     item.hasUnclearStage = wasUnclear;
     return target;
 }
