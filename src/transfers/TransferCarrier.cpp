@@ -41,7 +41,7 @@ void TransferCarrier::carry(const FileItem &file, const TransferPlace &place)
 void TransferCarrier::carryPart(const TransferCopy &copy, const TransferPlace &place, TransferTally::File &progress)
 {
     const FileItem part = transferNames::itemAt(copy.toPath, copy.file);
-    const bool wasContinued = copyAcrossBreaks(copy, progress) == TransferRoute::Way::continued;
+    const bool wasContinued = copyAcrossBreaks(copy, place, progress) == TransferRoute::Way::continued;
     try {
         verify(copy.file, part);
         if (!wasContinued)
@@ -61,11 +61,12 @@ void TransferCarrier::carryPart(const TransferCopy &copy, const TransferPlace &p
     m_parts.remove(part);
     TransferCopy afresh = copy;
     afresh.start = Start::fresh;
-    copyAcrossBreaks(afresh, progress);
+    copyAcrossBreaks(afresh, {}, progress);
     verify(copy.file, part);
 }
 
-TransferRoute::Way TransferCarrier::copyAcrossBreaks(TransferCopy copy, TransferTally::File &progress)
+TransferRoute::Way TransferCarrier::copyAcrossBreaks(TransferCopy copy, const TransferPlace &place,
+                                                     TransferTally::File &progress)
 {
     TransferLink::Tries tries(m_link);
     TransferControl &control = m_link.control();
@@ -84,9 +85,14 @@ TransferRoute::Way TransferCarrier::copyAcrossBreaks(TransferCopy copy, Transfer
     while (true) {
         control.waitWhilePaused();
         first.reset();
+        // Our own part is the beginning of what the file was.
+        if (copy.start == Start::resumed && !place.isContinued && !isAsKnown(copy.file)) {
+            m_parts.remove(part);
+            copy.start = Start::fresh;
+        }
         try {
             const std::stop_token stop = control.untilPause();
-            const TransferGate::Place place = m_gate.enter(m_route.servers(), stop);
+            const TransferGate::Place room = m_gate.enter(m_route.servers(), stop);
             return m_route.copyFile(copy, stop);
         } catch (const Cancelled &) {
             if (control.isStopped())

@@ -21,7 +21,7 @@ public:
 
 private:
     void carryPart(const TransferCopy &copy, const TransferPlace &place, TransferTally::File &progress);
-    TransferRoute::Way copyAcrossBreaks(TransferCopy copy, TransferTally::File &progress);
+    TransferRoute::Way copyAcrossBreaks(TransferCopy copy, const TransferPlace &place, TransferTally::File &progress);
     void verify(const FileItem &file, const FileItem &part);
     bool checkContinued(const FileItem &file, const FileItem &part);
 };

@@ -10,6 +10,7 @@
 #include <QHash>
 #include <QSet>
 
+#include <algorithm>
 #include <utility>
 
 namespace moorix {
@@ -143,7 +144,7 @@ void TransferRun::transferPiece(const TransferPiece &piece)
     // The server answers while it is asked for other things.
     auto space = askForSpace(piece.targetFolder);
     TransferTarget target = openTarget(piece.targetFolder);
-    passOverMoved(items, target);
+    lookAgain(items, target);
     plan(items);
     if (space)
         checkSpace(items, target, space->get());
@@ -160,25 +161,45 @@ void TransferRun::transferPiece(const TransferPiece &piece)
     giveUp(through);
 }
 
-/// An earlier run of a move that broke off may have given originals up already: those have arrived.
-void TransferRun::passOverMoved(std::deque<Item> &items, const TransferTarget &target)
+/// What an earlier run has left of a file is the beginning of what the file was then.
+void TransferRun::lookAgain(std::deque<Item> &items, const TransferTarget &target)
 {
-    if (!m_request.isMove || !m_request.isContinuation)
+    if (!m_request.isContinuation)
         return;
     QHash<QString, QHash<QString, FileItem>> present;
     for (Item &item : items) {
-        const FileItem &original = item.node.item;
+        FileItem &original = item.node.item;
         const QString folder = Format::parent(original.path);
         if (!present.contains(folder))
             present.insert(folder, sourceEntries(folder));
-        const auto arrived = target.entries.constFind(m_request.newName.isEmpty() ? original.name : m_request.newName);
-        if (present[folder].contains(original.path) || arrived == target.entries.cend() ||
-            !m_placement.isArrival(original, *arrived))
-            continue;
-        m_tally.addTotal(item.node.fileCount(), item.node.byteCount());
-        arrive(item.node);
-        item.node.fate = TransferNode::Fate::moved;
+        const auto there = present[folder].constFind(original.path);
+        if (there == present[folder].cend())
+            passOverMoved(item, target);
+        else if (!item.node.isFolder() && hasChanged(original, *there))
+            original = *there;
     }
+}
+
+/// A move that broke off may have given its original up already: it has arrived.
+void TransferRun::passOverMoved(Item &item, const TransferTarget &target)
+{
+    const FileItem &original = item.node.item;
+    const auto arrived = target.entries.constFind(m_request.newName.isEmpty() ? original.name : m_request.newName);
+    if (!m_request.isMove || arrived == target.entries.cend() || !m_placement.isArrival(original, *arrived))
+        return;
+    m_tally.addTotal(item.node.fileCount(), item.node.byteCount());
+    arrive(item.node);
+    item.node.fate = TransferNode::Fate::moved;
+}
+
+/// As far as a listing tells, which may know the time less well than whoever read the tree.
+bool TransferRun::hasChanged(const FileItem &known, const FileItem &present) const
+{
+    if (!m_route.isServerSource() || !known.modified || !present.modified)
+        return known.size != present.size || known.modified != present.modified;
+    constexpr std::chrono::seconds least(60);
+    const std::chrono::milliseconds later(known.modified->msecsTo(*present.modified));
+    return known.size != present.size || later >= least || -later >= std::max(least, m_route.sourceSlack(present));
 }
 
 /// By their paths.

@@ -91,7 +91,9 @@ private:
     TransferScan sourceScan(std::function<void(const FileItem &item, const QString &reason)> objected);
     void transferAll();
     void transferPiece(const TransferPiece &piece);
-    void passOverMoved(std::deque<Item> &items, const TransferTarget &target);
+    void lookAgain(std::deque<Item> &items, const TransferTarget &target);
+    void passOverMoved(Item &item, const TransferTarget &target);
+    bool hasChanged(const FileItem &known, const FileItem &present) const;
     void plan(std::deque<Item> &items);
     void fill(TransferNode &node);
     std::optional<std::future<std::optional<qint64>>> askForSpace(const QString &folder);

@@ -175,6 +175,34 @@ private slots:
         }
     }
 
+    void partOfAnOlderVersionIsNotGoneOnWith()
+    {
+        const QByteArray newer(much.size(), 'n');
+        // In one run only this machine is asked again.
+        for (const auto &[route, isInOneRun] :
+             {std::pair(Route::upload, true), std::pair(Route::upload, false), std::pair(Route::download, false)}) {
+            Scene scene({{"from/a", much}, {"to/", ""}}, route);
+            scene.request.id = QUuid::createUuid();
+            if (isInOneRun)
+                scene.callbacks.reconnectDelays = {1ms};
+            scene.server->halfway = [&scene, &newer, breaks = breakLink(1)](const QString &source) {
+                const QDateTime later = QDateTime::currentDateTimeUtc().addSecs(300);
+                scene.tree.write("from/a", newer);
+                setTimeAndMode(scene.tree.path("from/a"), later, QFile::Permissions(0x6644));
+                breaks(source);
+            };
+            TransferOutcome outcome = scene.run("from/a");
+            if (!isInOneRun) {
+                scene.request.more = outcome.remaining;
+                scene.request.items.clear();
+                scene.request.isContinuation = true;
+                outcome = scene.run();
+            }
+            QCOMPARE(outcome.failures, QStringList());
+            QVERIFY(scene.under(u"to/"_s) == (TreeSnapshot{{u"a"_s, newer}}));
+        }
+    }
+
     void olderHalfOfAFileIsContinuedOnlyIfItFits()
     {
         for (const bool fits : {true, false}) {
