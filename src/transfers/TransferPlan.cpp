@@ -131,10 +131,11 @@ void addRemaining(const TransferNode &node, const QString &targetFolder, QList<T
             addRemaining(child, node.placedAt, pieces);
         return;
     }
-    const auto place = std::find_if(pieces.begin(), pieces.end(), [&targetFolder](const TransferPiece &piece) {
+    // Most go where the one before them goes, and there may be as many folders as files.
+    const auto place = std::find_if(pieces.rbegin(), pieces.rend(), [&targetFolder](const TransferPiece &piece) {
         return piece.targetFolder == targetFolder;
     });
-    if (place == pieces.end())
+    if (place == pieces.rend())
         pieces.append({{node.item}, targetFolder});
     else
         place->items.append(node.item);

@@ -125,8 +125,18 @@ TransferOutcome TransferRun::run(const std::stop_token &stop)
 
 void TransferRun::transferAll()
 {
-    for (const TransferPiece &piece : m_request.pieces())
-        transferPiece(piece);
+    for (const TransferPiece &piece : m_request.pieces()) {
+        try {
+            transferPiece(piece);
+        } catch (const Cancelled &) {
+            throw;
+        } catch (const Error &error) {
+            // The other folders may be there all the same.
+            if (isConnectionLost(error))
+                throw;
+            m_tally.fail(error.message());
+        }
+    }
     m_lanes.finish();
     if (m_callbacks.control->isStopped())
         throw Cancelled();

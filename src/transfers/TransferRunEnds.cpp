@@ -180,7 +180,9 @@ void TransferRun::checkContents()
     std::vector<Item *> through;
     for (std::deque<Item> &piece : m_pieces) {
         for (Item &item : piece) {
-            if (m_request.isMove && !item.isIncomplete && item.node.fate != TransferNode::Fate::moved)
+            // What could not be begun is still pending.
+            const bool isThere = item.pending == 0 && !item.isIncomplete;
+            if (m_request.isMove && isThere && item.node.fate != TransferNode::Fate::moved)
                 through.push_back(&item);
         }
     }

@@ -139,6 +139,24 @@ private slots:
         QCOMPARE(scene.under(u"to/"_s), expected.snapshot());
     }
 
+    void folderThatIsGoneKeepsNothingElseFromBeingTriedAgain()
+    {
+        Scene scene({{"from/a", "a"}, {"from/b", "b"}, {"to/", ""}}, Route::upload);
+        scene.add("from/a");
+        scene.request.more = {{std::exchange(scene.request.items, {}), scene.tree.path("gone")}};
+        scene.add("from/b");
+        scene.request.more.append({std::exchange(scene.request.items, {}), scene.tree.path("to")});
+        scene.request.isContinuation = true;
+        scene.request.isMove = true;
+        scene.request.check = TransferCheck::contents;
+        scene.server->hasShell = true;
+        const TransferOutcome outcome = scene.run();
+        QCOMPARE(outcome.failures.size(), 1);
+        QCOMPARE(outcome.remaining.size(), 1);
+        QCOMPARE(scene.under(u"from/"_s), (TreeSnapshot{{u"a"_s, "a"}}));
+        QCOMPARE(scene.under(u"to/"_s), (TreeSnapshot{{u"b"_s, "b"}}));
+    }
+
     void continuedCopyPassesByWhatHasArrivedAndAMoveCopiesItAgain()
     {
         for (const bool isMove : {false, true}) {
