@@ -7,11 +7,11 @@
 #include "files/LocalDisk.h"
 #include "files/NativePath.h"
 #include "files/RemoteFileService.h"
+#include "platform/PrivateFolder.h"
 #include "transfers/TransferNames.h"
 
 #include <QDir>
 #include <QFileInfo>
-#include <QTemporaryDir>
 
 #include <sys/stat.h>
 
@@ -146,13 +146,8 @@ void TransferRoute::copyOnServer(const TransferCopy &copy, const std::stop_token
 
 void TransferRoute::copyThroughThisMachine(const TransferCopy &copy, const std::stop_token &stop) const
 {
-    // Only this user can enter it, and it is gone with the object.
-    const QTemporaryDir between(QDir::tempPath() + u"/moorix-XXXXXX"_s);
-    if (!between.isValid()) {
-        throw Error(u"Transfer"_s, u"A temporary folder for the way between the servers could not be created: %1"_s.arg(
-                                       between.errorString()));
-    }
-    const QString path = between.filePath(u"copy"_s);
+    const PrivateFolder between(u"moorix-"_s);
+    const QString path = between.path() + u"/copy"_s;
     // Each half of the way counts for half of the bytes.
     const auto &progress = copy.progress;
     m_sourceServer->download(copy.file.path, path, {true, [&progress](qint64 bytes) { progress(bytes / 2); }}, stop);
