@@ -97,7 +97,9 @@ private slots:
                     ++questions;
                     return std::get<ConflictAnswer>(row);
                 };
-                QCOMPARE(scene.run("from/a.tar.gz", "from/b", "from/d").failures, QStringList());
+                const TransferOutcome outcome = scene.run("from/a.tar.gz", "from/b", "from/d");
+                QCOMPARE(outcome.failures, QStringList());
+                QCOMPARE(outcome.counts.bytesDone == outcome.counts.bytesTotal, !outcome.wasCancelled);
                 QCOMPARE(scene.under(u"to/"_s), expected);
                 QCOMPARE(questions, expectedQuestions);
             }
