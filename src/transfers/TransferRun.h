@@ -115,7 +115,7 @@ private:
     void settleStages(Item &item);
     TransferStream::Result streamFolder(TransferNode &node, const TransferPlace &place, Item &item);
     void sendRest(TransferNode &node, Item &item);
-    void makeFolder(const QString &path);
+    void makeFolder(const QString &path, const FileItem &original);
     void sendFile(TransferNode &node, const TransferPlace &place, Item &item);
     void bundle(TransferNode &node, const TransferPlace &place, Item &item);
     qint64 bundleSize() const;

@@ -5,6 +5,7 @@
 #include "base/Error.h"
 #include "files/FileService.h"
 #include "files/Format.h"
+#include "files/LocalDisk.h"
 #include "transfers/TransferNames.h"
 
 #include <QSet>
@@ -85,7 +86,7 @@ void TransferRun::enterFolder(TransferNode &node, const TransferPlace &place, co
     if (isNew && !target.isStage && (isBegun || brokeOff || m_bundles.suitsStage(node)))
         inner = openStage(node, place, isBegun || brokeOff, item);
     else if (isNew)
-        makeFolder(place.path);
+        makeFolder(place.path, node.item);
     else
         inner = target.isStage ? openAgain(node, place.path, item) : openTarget(place.path);
     // What an earlier run had begun, before somebody else made the folder.
@@ -130,7 +131,7 @@ TransferTarget TransferRun::openStage(TransferNode &node, const TransferPlace &p
         }
     }
     if (!isThere) {
-        makeFolder(part.path);
+        makeFolder(part.path, node.item);
         note(false);
     }
     TransferTarget stage = isThere ? openAgain(node, part.path, item) : TransferTarget{part.path, {}, true};
@@ -294,12 +295,22 @@ void TransferRun::carryBundle(Bundle &bundle)
         bundle.entries.clear();
 }
 
-void TransferRun::makeFolder(const QString &path)
+/// Who may enter is told at once where that costs nothing: its files may be open to all because their folder is not,
+/// and a copy that is stopped never comes to the modes of its folders.
+void TransferRun::makeFolder(const QString &path, const FileItem &original)
 {
     m_link.repeat([&](const std::stop_token &stop, bool isFirst) {
         if (isFirst || !m_route.destination().stat(path, stop))
             m_route.destination().createDirectory(path, stop);
     });
+    const auto octal = Format::octalMode(original.permissions);
+    if (!octal || !m_route.isLocalDestination())
+        return;
+    try {
+        LocalDisk::setMode(path, octal->toUInt(nullptr, 8) | 0700U);
+    } catch (const Error &) {
+        // As for the modes of files: not every file system has them.
+    }
 }
 
 void TransferRun::addTask(Item &item, TransferNode &node, std::function<void()> task)
