@@ -104,8 +104,10 @@ void localTransfer::flush(const QString &path)
 
 void localTransfer::setModified(const QString &path, const QDateTime &modified)
 {
+    // Before 1970, too, a time is a second and what is to be added to it.
     const qint64 msecs = modified.toMSecsSinceEpoch();
-    const timespec time{msecs / 1000, (msecs % 1000) * 1'000'000};
+    const qint64 rest = (msecs % 1000 + 1000) % 1000;
+    const timespec time{(msecs - rest) / 1000, rest * 1'000'000};
     const timespec times[] = {{0, UTIME_OMIT}, time};
     ::utimensat(AT_FDCWD, native(path).constData(), times, AT_SYMLINK_NOFOLLOW);
 }

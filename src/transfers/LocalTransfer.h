@@ -37,7 +37,7 @@ void makeLink(const QString &target, const QString &path);
 /// Waits until all that was written to the file system of `path` has reached the disk.
 void flush(const QString &path);
 
-/// Sets a folder's modification time; where that is not possible nothing happens.
+/// Sets the modification time of a folder, or of a link itself; where that is not possible nothing happens.
 void setModified(const QString &path, const QDateTime &modified);
 
 /// `path` with every symbolic link but the last component resolved, for telling whether two paths are one place.

@@ -81,10 +81,14 @@ void TransferRoute::copyLink(const TransferCopy &copy, const std::stop_token &st
     const auto target = m_sourceServer ? m_sourceServer->linkTarget(path, stop) : localTransfer::linkTarget(path);
     if (!target)
         throw Error(u"Transfer"_s, u"it is a symbolic link, and the server does not tell where it leads"_s);
-    if (!m_destinationServer)
+    if (!m_destinationServer) {
         localTransfer::makeLink(*target, copy.toPath);
-    else if (!m_destinationServer->createLink(*target, copy.toPath, stop))
+        // By which another run knows that it has arrived.
+        if (copy.file.modified)
+            localTransfer::setModified(copy.toPath, *copy.file.modified);
+    } else if (!m_destinationServer->createLink(*target, copy.toPath, stop)) {
         throw Error(u"Transfer"_s, u"it is a symbolic link, which the server does not take"_s);
+    }
 }
 
 TransferRoute::Way TransferRoute::copyOnDisk(const TransferCopy &copy, const std::stop_token &stop) const

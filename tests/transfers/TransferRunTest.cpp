@@ -215,9 +215,12 @@ private slots:
         for (const Route route : {Route::local, Route::upload}) {
             Scene scene({{"from/d/a", "a"}, {"to/", ""}}, route);
             scene.tree.link("from/d/link", "nowhere");
+            const QDateTime time(QDate(1969, 7, 20), QTime(20, 17, 40, 500), Qt::UTC);
+            localTransfer::setModified(scene.tree.path("from/d/link"), time);
             const TransferOutcome outcome = scene.run("from/d");
             QCOMPARE(outcome.failures.size(), route == Route::local ? 0 : 1);
-            QCOMPARE(scene.tree.exists("to/d/link"), route == Route::local);
+            const auto copy = scene.disk->stat(scene.tree.path("to/d/link"), {});
+            QCOMPARE(copy ? copy->modified : std::nullopt, route == Route::local ? std::optional(time) : std::nullopt);
             QCOMPARE(scene.tree.read("to/d/a"), QByteArray("a"));
         }
     }
