@@ -149,7 +149,7 @@ void TransferCarrier::copyTreeOnServer(const FileItem &folder, const TransferPla
     try {
         m_link.repeat([&](const std::stop_token &stop, bool isFirst) {
             const TransferGate::Place room = m_gate.enter(m_route.servers(), stop);
-            if (!isFirst)
+            if (!isFirst || place.hasPart)
                 m_parts.clear(part, stop);
             m_route.destination().copy(folder, part.path, stop);
         });
