@@ -89,6 +89,8 @@ TransferPlacement::Decision TransferPlacement::decideConflict(const TransferNode
         refuseOntoItself(node, renamed);
         return {Kind::goes, renamed};
     }
+    if (node.isFolder() && existing.isSymlink)
+        throw Error(u"Transfer"_s, u"a link of this name is there, which a folder neither replaces nor follows"_s);
     if (node.isFolder())
         throw Error(u"Transfer"_s, u"a file of this name is there, and a folder does not replace a file"_s);
     if (isFolder(existing))

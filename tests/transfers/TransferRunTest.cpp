@@ -187,9 +187,16 @@ private slots:
             {"from/d", "link/d/e", "a folder cannot go into itself"},
             {"from/file", "clash", "a file does not replace a folder"},
             {"from/d", "clash", "a folder does not replace a file"},
+            {"from/d", "links", "a link of this name is there"},
             {"from/fifo", "to", "neither a file nor a folder"}};
-        Scene scene({{"from/file", "f"}, {"from/d/e/x", "x"}, {"clash/file/", ""}, {"clash/d", "d"}, {"to/", ""}});
+        Scene scene({{"from/file", "f"},
+                     {"from/d/e/x", "x"},
+                     {"clash/file/", ""},
+                     {"clash/d", "d"},
+                     {"links/", ""},
+                     {"to/", ""}});
         scene.tree.link("link", "from");
+        scene.tree.link("links/d", "../to");
         const TreeSnapshot before = scene.tree.snapshot();
         QCOMPARE(::mkfifo(QFile::encodeName(scene.tree.path("from/fifo")).constData(), 0600), 0);
         scene.request.policy = TransferConflictPolicy::overwrite;
