@@ -36,6 +36,7 @@ TransferEngine::TransferEngine(const Options &options, QObject *parent)
 
 TransferEngine::~TransferEngine()
 {
+    saveNow();
     // What the document holds goes on with its part files another time.
     for (const auto &[id, activity] : m_activities) {
         const auto order = m_orders.find(id);

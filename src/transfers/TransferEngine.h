@@ -126,7 +126,9 @@ private:
     void fail(const QUuid &id, const QString &sentence);
     void removeCleared();
     void removeLeftovers(const QUuid &id, const Order &order);
+    QList<StoredTransfer> storedTransfers() const;
     void save();
+    void saveNow();
 
     Options m_options;
     std::shared_ptr<TransferGate> m_gate;
@@ -136,7 +138,12 @@ private:
     std::deque<Question> m_questions;
     std::optional<TransferConflict> m_conflict;
     TransferPlaces m_places;
-    std::optional<TransferQueueFile> m_file;
+    std::shared_ptr<TransferQueueFile> m_file;
+    Job m_save;
+    bool m_isSaving = false;
+    /// The queue has changed since.
+    bool m_isSaveDue = false;
+    qint64 m_saves = 0;
     /// Cleaning up behind transfers, services being opened for it.
     std::map<QUuid, Job> m_cleanups;
 };
