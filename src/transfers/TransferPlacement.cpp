@@ -2,6 +2,7 @@
 #include "transfers/TransferPlacement.h"
 
 #include "base/Error.h"
+#include "files/FileService.h"
 #include "files/Format.h"
 #include "transfers/TransferNames.h"
 
@@ -53,13 +54,23 @@ TransferPlacement::Decision TransferPlacement::decide(const TransferNode &node, 
     if (!m_request.newName.isEmpty() && target.path == m_request.targetFolder)
         item.name = m_request.newName;
     const TransferPlace direct = placeAt(node.item, item.name, target);
-    const auto existing = target.entries.constFind(item.name);
+    const std::optional<FileItem> existing = standing(item.name, target);
     const bool picksNewName = m_request.policy == TransferConflictPolicy::rename && !m_request.isMove;
-    if (existing == target.entries.cend() || !picksNewName)
+    if (!existing || !picksNewName)
         refuseOntoItself(node, direct);
-    if (existing == target.entries.cend())
+    if (!existing)
         return {Kind::goes, direct};
     return decideConflict(node, item, *existing, target);
+}
+
+/// A disk may know the name in another spelling, and what was not listed may have come since; of this machine's that is
+/// cheap to ask.
+std::optional<FileItem> TransferPlacement::standing(const QString &name, const TransferTarget &target) const
+{
+    if (const auto listed = target.entries.constFind(name); listed != target.entries.cend())
+        return *listed;
+    const bool isAsked = m_route.isLocalDestination() && !target.isNew && !target.isStage;
+    return isAsked ? m_route.destination().stat(Format::join(target.path, name), {}) : std::nullopt;
 }
 
 TransferPlacement::Decision TransferPlacement::decideConflict(const TransferNode &node, const FileItem &item,
@@ -84,7 +95,7 @@ TransferPlacement::Decision TransferPlacement::decideConflict(const TransferNode
         return {Kind::isSkipped, place};
     if (choice == Choice::rename) {
         const QString name = transferNames::freeName(
-            item, [&target](const QString &candidate) { return target.entries.contains(candidate); });
+            item, [&](const QString &candidate) { return standing(candidate, target).has_value(); });
         const TransferPlace renamed = placeAt(node.item, name, target);
         refuseOntoItself(node, renamed);
         return {Kind::goes, renamed};

@@ -49,6 +49,7 @@ public:
     Decision decide(const TransferNode &node, const TransferTarget &target);
 
 private:
+    std::optional<FileItem> standing(const QString &name, const TransferTarget &target) const;
     bool hasArrivedBefore(const FileItem &source, const FileItem &existing) const;
     Decision decideConflict(const TransferNode &node, const FileItem &item, const FileItem &existing,
                             const TransferTarget &target);

@@ -106,6 +106,18 @@ private slots:
         }
     }
 
+    void whatHasComeSinceTheListingIsAskedAbout()
+    {
+        Scene scene({{"from/a", "new a"}, {"from/b", "new b"}, {"to/a", "old"}});
+        scene.callbacks.ask = [&scene](const TransferConflict &conflict, const std::stop_token &) {
+            if (conflict.source.name == u"a")
+                scene.tree.write("to/b", "old");
+            return ConflictAnswer{ConflictAnswer::Choice::skip};
+        };
+        QCOMPARE(scene.run("from/a", "from/b").failures, QStringList());
+        QCOMPARE(scene.under(u"to/"_s), (TreeSnapshot{{u"a"_s, "old"}, {u"b"_s, "old"}}));
+    }
+
     void brokenCopyLeavesTheOldFileAndNoPart()
     {
         for (const auto &[route, takesMany] :
