@@ -58,6 +58,7 @@ void localTransfer::copyFile(const QString &from, const QString &to, Start start
     const auto fromStart = [&progress, held](qint64 bytes) { progress(held + bytes); };
     if (const int problem = LocalDisk::copyContent(source.value(), target.value(), stop, fromStart))
         fail(from, u"could not be copied"_s, problem);
+    LocalDisk::copyAttributes(native(from), target.value());
     // File systems without modes or times refuse these; the bytes are what must not be lost.
     ::fchmod(target.value(), status.st_mode & 0777);
     const timespec times[] = {status.st_atim, status.st_mtim};

@@ -21,8 +21,9 @@ enum class Start {
     resumed
 };
 
-/// Copies the bytes, permission bits and modification time of a regular file to `to`. Leaves what it wrote when it
-/// fails or is stopped: the caller removes it or goes on later. Throws when `from` is not a regular file.
+/// Copies the bytes, permission bits, extended attributes and modification time of a regular file to `to`. Leaves what
+/// it wrote when it fails or is stopped: the caller removes it or goes on later. Throws when `from` is not a regular
+/// file.
 void copyFile(const QString &from, const QString &to, Start start, Flush flush,
               const std::function<void(qint64 bytes)> &progress, const std::stop_token &stop);
 

@@ -6,6 +6,7 @@
 #include <QFileInfo>
 
 #include <sys/stat.h>
+#include <sys/xattr.h>
 
 using namespace moorix;
 using namespace moorix::test;
@@ -48,6 +49,8 @@ private slots:
                 const QString source = scene.tree.path(longName);
                 setTimeAndMode(source, date, QFile::Permissions(0x6040));
                 const QFile::Permissions mode = QFile::permissions(source);
+                const bool hasAttributes =
+                    ::setxattr(QFile::encodeName(source).constData(), "user.moorix", "kept", 4, 0) == 0;
                 const TreeSnapshot whole = scene.under(u"from/"_s);
                 scene.request.isMove = isMove;
                 const TransferOutcome outcome = scene.run("from/d", longName);
@@ -58,6 +61,9 @@ private slots:
                 const QFileInfo copy(scene.tree.path(u"to"_s + longName.mid(4)));
                 QCOMPARE(copy.lastModified().toUTC(), date);
                 QCOMPARE(copy.permissions(), mode);
+                const QByteArray path = QFile::encodeName(copy.filePath());
+                if (route == local)
+                    QCOMPARE(::getxattr(path.constData(), "user.moorix", nullptr, 0), hasAttributes ? 4 : -1);
             }
         }
     }
