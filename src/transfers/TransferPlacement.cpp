@@ -23,10 +23,12 @@ bool isFolder(const FileItem &item)
 
 } // namespace
 
-TransferPlacement::TransferPlacement(const TransferRequest &request, const TransferRoute &route, Ask ask)
+TransferPlacement::TransferPlacement(const TransferRequest &request, const TransferRoute &route, Ask ask,
+                                     IsBegun isBegun)
     : m_request(request)
     , m_route(route)
     , m_ask(std::move(ask))
+    , m_isBegun(std::move(isBegun))
     , m_forAll(choiceOf(request.policy))
 {
 }
@@ -78,7 +80,7 @@ TransferPlacement::Decision TransferPlacement::decideConflict(const TransferNode
 {
     TransferPlace place = placeAt(node.item, item.name, target);
     const bool keepsBoth = m_forAll == Choice::rename;
-    if (node.isFolder() && isFolder(existing) && (!keepsBoth || m_request.isContinuation)) {
+    if (node.isFolder() && isFolder(existing) && (!keepsBoth || isOurs(node, existing))) {
         place.standing = Standing::merged;
         return {Kind::goes, place};
     }
@@ -93,13 +95,8 @@ TransferPlacement::Decision TransferPlacement::decideConflict(const TransferNode
     const Choice choice = choose({item, existing, m_route.destinationSlack(existing)});
     if (choice == Choice::skip)
         return {Kind::isSkipped, place};
-    if (choice == Choice::rename) {
-        const QString name = transferNames::freeName(
-            item, [&](const QString &candidate) { return standing(candidate, target).has_value(); });
-        const TransferPlace renamed = placeAt(node.item, name, target);
-        refuseOntoItself(node, renamed);
-        return {Kind::goes, renamed};
-    }
+    if (choice == Choice::rename)
+        return besides(node, item, target);
     if (node.isFolder() && existing.isSymlink)
         throw Error(u"Transfer"_s, u"a link of this name is there, which a folder neither replaces nor follows"_s);
     if (node.isFolder())
@@ -108,6 +105,31 @@ TransferPlacement::Decision TransferPlacement::decideConflict(const TransferNode
         throw Error(u"Transfer"_s, u"a folder of this name is there, and a file does not replace a folder"_s);
     place.isContinued = choice == Choice::resume;
     return {Kind::goes, place};
+}
+
+/// Under another name, be it the one that an earlier run has found.
+TransferPlacement::Decision TransferPlacement::besides(const TransferNode &node, const FileItem &item,
+                                                       const TransferTarget &target)
+{
+    std::optional<FileItem> earlier;
+    const QString name = transferNames::freeName(item, [&](const QString &candidate) {
+        earlier = standing(candidate, target);
+        return earlier && !isOurs(node, *earlier);
+    });
+    TransferPlace place = placeAt(node.item, name, target);
+    refuseOntoItself(node, place);
+    if (earlier)
+        place.standing = node.isFolder() ? Standing::merged : Standing::replaced;
+    const bool isThere = earlier && !node.isFolder() && !m_request.isMove;
+    return {isThere ? Kind::isThere : Kind::goes, place};
+}
+
+/// Whether an earlier run of this transfer has put it there.
+bool TransferPlacement::isOurs(const TransferNode &node, const FileItem &existing) const
+{
+    if (!m_request.isContinuation || !isArrival(node.item, existing))
+        return false;
+    return !node.isFolder() || m_isBegun(node.item, existing.path);
 }
 
 Choice TransferPlacement::choose(const TransferConflict &conflict)

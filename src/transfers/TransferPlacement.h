@@ -31,6 +31,8 @@ class TransferPlacement final
 {
 public:
     using Ask = std::function<ConflictAnswer(const TransferConflict &)>;
+    /// Whether a folder holds nothing but what is in the source folder too.
+    using IsBegun = std::function<bool(const FileItem &source, const QString &folder)>;
 
     enum class Kind { goes, isSkipped, isThere };
     struct Decision
@@ -39,7 +41,7 @@ public:
         TransferPlace place = {};
     };
 
-    TransferPlacement(const TransferRequest &request, const TransferRoute &route, Ask ask);
+    TransferPlacement(const TransferRequest &request, const TransferRoute &route, Ask ask, IsBegun isBegun);
 
     /// Whether what stands at the target is what an earlier run of this transfer has brought there: a folder, or a file
     /// of the same size and, as far as that is known, time.
@@ -53,6 +55,8 @@ private:
     bool hasArrivedBefore(const FileItem &source, const FileItem &existing) const;
     Decision decideConflict(const TransferNode &node, const FileItem &item, const FileItem &existing,
                             const TransferTarget &target);
+    Decision besides(const TransferNode &node, const FileItem &item, const TransferTarget &target);
+    bool isOurs(const TransferNode &node, const FileItem &existing) const;
     ConflictAnswer::Choice choose(const TransferConflict &conflict);
     TransferPlace placeAt(const FileItem &item, const QString &name, const TransferTarget &target) const;
     void refuseOntoItself(const TransferNode &node, const TransferPlace &place) const;
@@ -60,6 +64,7 @@ private:
     const TransferRequest &m_request;
     const TransferRoute &m_route;
     Ask m_ask;
+    IsBegun m_isBegun;
     /// The answer for all further conflicts.
     std::optional<ConflictAnswer::Choice> m_forAll;
 };

@@ -51,14 +51,16 @@ TransferRun::TransferRun(TransferRequest request, Callbacks callbacks)
     , m_route(m_request.source, m_request.destination)
     , m_link(*m_callbacks.control, m_tally, m_callbacks.reconnectDelays)
     , m_scan(sourceScan([this](const FileItem &item, const QString &reason) { report(item, reason); }))
-    , m_placement(m_request, m_route,
-                  [this](const TransferConflict &conflict) {
-                      if (m_callbacks.decide)
-                          return ConflictAnswer{m_callbacks.decide(conflict)};
-                      // Who has to think is not what the files decided on already wait for.
-                      sendBundle();
-                      return m_callbacks.ask(conflict, m_callbacks.control->token());
-                  })
+    , m_placement(
+          m_request, m_route,
+          [this](const TransferConflict &conflict) {
+              if (m_callbacks.decide)
+                  return ConflictAnswer{m_callbacks.decide(conflict)};
+              // Who has to think is not what the files decided on already wait for.
+              sendBundle();
+              return m_callbacks.ask(conflict, m_callbacks.control->token());
+          },
+          [this](const FileItem &source, const QString &folder) { return isBegun(source, folder); })
     , m_parts(m_route, m_link, m_tally)
     , m_carrier(m_request, m_route, m_link, *m_callbacks.gate, m_tally)
     , m_bundles(m_request, m_route, m_link, *m_callbacks.gate, m_tally)
@@ -210,6 +212,18 @@ bool TransferRun::hasChanged(const FileItem &known, const FileItem &present) con
     constexpr std::chrono::seconds least(60);
     const std::chrono::milliseconds later(known.modified->msecsTo(*present.modified));
     return known.size != present.size || later >= least || -later >= std::max(least, m_route.sourceSlack(present));
+}
+
+/// Told by its contents, since nothing else says which of several folders a run has made.
+bool TransferRun::isBegun(const FileItem &source, const QString &folder)
+{
+    const QHash<QString, FileItem> originals = sourceEntries(source.path);
+    const TransferTarget there = openTarget(folder);
+    return std::all_of(there.entries.cbegin(), there.entries.cend(), [&](const FileItem &entry) {
+        const auto original = originals.constFind(Format::join(source.path, entry.name));
+        return transferNames::isPart(entry.name, m_request.id) ||
+               (original != originals.cend() && m_placement.isArrival(*original, entry));
+    });
 }
 
 /// By their paths.

@@ -93,6 +93,7 @@ private:
     void transferPiece(const TransferPiece &piece);
     void lookAgain(std::deque<Item> &items, const TransferTarget &target);
     void passOverMoved(Item &item, const TransferTarget &target);
+    bool isBegun(const FileItem &source, const QString &folder);
     bool hasChanged(const FileItem &known, const FileItem &present) const;
     void plan(std::deque<Item> &items);
     void fill(TransferNode &node);

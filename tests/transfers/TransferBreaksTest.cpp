@@ -178,6 +178,18 @@ private slots:
         }
     }
 
+    void continuedCopyFindsTheFolderItHasMadeBesideAnother()
+    {
+        Scene scene({{"from/d/a", "12345678"}, {"from/d/b", "more"}, {"to/d/a", "other"}}, Route::upload);
+        scene.request.policy = TransferConflictPolicy::rename;
+        QCOMPARE(scene.run("from/d").failures, QStringList());
+        QVERIFY(QFile::remove(scene.tree.path("to/d 2/b")));
+        scene.request.isContinuation = true;
+        QCOMPARE(scene.run().failures, QStringList());
+        const TestTree expected{{"d/a", "other"}, {"d 2/a", "12345678"}, {"d 2/b", "more"}};
+        QCOMPARE(scene.under(u"to/"_s), expected.snapshot());
+    }
+
     void continuedCopyKnowsOldFilesByTheirDay()
     {
         for (const Route route : {Route::upload, Route::download}) {
