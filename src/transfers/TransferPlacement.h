@@ -5,6 +5,7 @@
 #include "transfers/TransferPlan.h"
 
 #include <QHash>
+#include <QSet>
 
 #include <functional>
 #include <optional>
