@@ -16,7 +16,7 @@ MAY_INCLUDE = {
     "servers": "platform",
     "files": "servers settings platform",
     "remote": "files servers platform",
-    "transfers": "files",
+    "transfers": "files platform",
     "compare": "files",
     "sync": "transfers files servers platform",
     "backup": "transfers files servers platform",

@@ -186,6 +186,7 @@ void LocalCopy::copyFile(const QString &source, const QString &target)
     m_made.push_back(part);
     if (const int problem = copyContent(from.value(), to.value(), m_stop))
         fail(source, QStringLiteral("could not be copied to “%1”").arg(Format::display(target)), problem);
+    copyAttributes(native(source), to.value());
     // File systems without modes or times refuse these; the bytes are what must not be lost.
     ::fchmod(to.value(), copiedMode(status));
     ::futimens(to.value(), timesOf(status).data());

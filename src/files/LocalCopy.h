@@ -59,6 +59,8 @@ namespace LocalDisk {
 /// throws Cancelled between two chunks. `progress` is told the bytes copied so far.
 int copyContent(int source, int target, const std::stop_token &stop,
                 const std::function<void(qint64 bytes)> &progress = {});
+/// Gives an open file what another one has beside its mode, access lists among it, as far as this user can.
+void copyAttributes(const QByteArray &from, int to);
 /// Writes all bytes; returns 0 or the errno value.
 int writeAll(int target, const char *bytes, qsizetype count);
 

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <linux/fs.h>
 #include <sys/ioctl.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 namespace moorix::LocalDisk {
@@ -43,6 +44,22 @@ int copyInKernel(int source, int target, const std::stop_token &stop, const Prog
 }
 
 } // namespace
+
+void copyAttributes(const QByteArray &from, int to)
+{
+    QByteArray names(64 * 1024, Qt::Uninitialized);
+    const ssize_t length = ::llistxattr(from.constData(), names.data(), size_t(names.size()));
+    if (length <= 0)
+        return;
+    names.truncate(length - 1);
+    QByteArray value(64 * 1024, Qt::Uninitialized);
+    const QList<QByteArray> all = names.split('\0');
+    for (const QByteArray &name : all) {
+        const ssize_t size = ::lgetxattr(from.constData(), name.constData(), value.data(), size_t(value.size()));
+        if (size >= 0)
+            ::fsetxattr(to, name.constData(), value.constData(), size_t(size), 0);
+    }
+}
 
 int writeAll(int target, const char *bytes, qsizetype count)
 {

@@ -11,7 +11,6 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <sys/xattr.h>
 
 namespace moorix::LocalDisk {
 
@@ -30,23 +29,6 @@ QString linkResolved(QString path)
         path = text.startsWith(u'/') ? text : Format::join(Format::parent(path), text);
     }
     fail(path, QStringLiteral("could not be followed"), ELOOP);
-}
-
-/// What a file has beside its mode, access lists among it, as far as this user can give it to another one.
-void copyAttributes(const QByteArray &from, int to)
-{
-    QByteArray names(64 * 1024, Qt::Uninitialized);
-    const ssize_t length = ::llistxattr(from.constData(), names.data(), size_t(names.size()));
-    if (length <= 0)
-        return;
-    names.truncate(length - 1);
-    QByteArray value(64 * 1024, Qt::Uninitialized);
-    const QList<QByteArray> all = names.split('\0');
-    for (const QByteArray &name : all) {
-        const ssize_t size = ::lgetxattr(from.constData(), name.constData(), value.data(), size_t(value.size()));
-        if (size >= 0)
-            ::fsetxattr(to, name.constData(), value.constData(), size_t(size), 0);
-    }
 }
 
 /// Writes the part file and makes it the like of the file it is to replace.

@@ -58,6 +58,7 @@ void localTransfer::copyFile(const QString &from, const QString &to, Start start
     const auto fromStart = [&progress, held](qint64 bytes) { progress(held + bytes); };
     if (const int problem = LocalDisk::copyContent(source.value(), target.value(), stop, fromStart))
         fail(from, u"could not be copied"_s, problem);
+    LocalDisk::copyAttributes(native(from), target.value());
     // File systems without modes or times refuse these; the bytes are what must not be lost.
     ::fchmod(target.value(), status.st_mode & 0777);
     const timespec times[] = {status.st_atim, status.st_mtim};
@@ -95,10 +96,19 @@ bool localTransfer::rename(const QString &from, const QString &to, Existing exis
     return problem == 0;
 }
 
+void localTransfer::flush(const QString &path)
+{
+    const FileDescriptor entry(::open(native(path).constData(), O_RDONLY | O_CLOEXEC));
+    if (!entry.isOpen() || ::syncfs(entry.value()) != 0)
+        fail(path, u"could not be brought to the disk"_s, errno);
+}
+
 void localTransfer::setModified(const QString &path, const QDateTime &modified)
 {
+    // Before 1970, too, a time is a second and what is to be added to it.
     const qint64 msecs = modified.toMSecsSinceEpoch();
-    const timespec time{msecs / 1000, (msecs % 1000) * 1'000'000};
+    const qint64 rest = (msecs % 1000 + 1000) % 1000;
+    const timespec time{(msecs - rest) / 1000, rest * 1'000'000};
     const timespec times[] = {{0, UTIME_OMIT}, time};
     ::utimensat(AT_FDCWD, native(path).constData(), times, AT_SYMLINK_NOFOLLOW);
 }

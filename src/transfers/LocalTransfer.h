@@ -21,8 +21,9 @@ enum class Start {
     resumed
 };
 
-/// Copies the bytes, permission bits and modification time of a regular file to `to`. Leaves what it wrote when it
-/// fails or is stopped: the caller removes it or goes on later. Throws when `from` is not a regular file.
+/// Copies the bytes, permission bits, extended attributes and modification time of a regular file to `to`. Leaves what
+/// it wrote when it fails or is stopped: the caller removes it or goes on later. Throws when `from` is not a regular
+/// file.
 void copyFile(const QString &from, const QString &to, Start start, Flush flush,
               const std::function<void(qint64 bytes)> &progress, const std::stop_token &stop);
 
@@ -34,7 +35,10 @@ void makeLink(const QString &target, const QString &path);
 /// Renames in one step. Returns false, having done nothing, when the two lie on different file systems.
 [[nodiscard]] bool rename(const QString &from, const QString &to, Existing existing);
 
-/// Sets a folder's modification time; where that is not possible nothing happens.
+/// Waits until all that was written to the file system of `path` has reached the disk.
+void flush(const QString &path);
+
+/// Sets the modification time of a folder, or of a link itself; where that is not possible nothing happens.
 void setModified(const QString &path, const QDateTime &modified);
 
 /// `path` with every symbolic link but the last component resolved, for telling whether two paths are one place.

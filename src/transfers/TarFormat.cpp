@@ -94,6 +94,8 @@ QByteArray tarFormat::header(const TarEntry &entry)
         records += record("linkpath", entry.linkTarget);
     if (entry.size > largestSize)
         records += record("size", QByteArray::number(entry.size));
+    if (entry.modified < 0)
+        records += record("mtime", QByteArray::number(entry.modified));
     TarEntry stated = entry;
     stated.size = entry.size > largestSize ? 0 : entry.size;
     QByteArray result;

@@ -4,6 +4,7 @@
 #include "base/Error.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace moorix {
 
@@ -42,6 +43,15 @@ qint64 number(const QByteArray &block, qsizetype offset, qsizetype length)
     if (!digits.isEmpty() && !isNumber)
         fail();
     return value;
+}
+
+/// Of "-12.5", which is in the second before -12; nothing of what is no time.
+std::optional<qint64> seconds(const QByteArray &text)
+{
+    constexpr double furthest = 1e12;
+    bool isNumber = false;
+    const double value = text.toDouble(&isNumber);
+    return isNumber && std::abs(value) < furthest ? std::optional(qint64(std::floor(value))) : std::nullopt;
 }
 
 bool hasRightSum(const QByteArray &block)
@@ -146,7 +156,7 @@ void TarReader::readHeader()
     entry.path = m_longPath.isEmpty() ? pathIn(block) : m_longPath;
     entry.linkTarget = m_longLink.isEmpty() ? text(block, 157, 100) : m_longLink;
     entry.mode = unsigned(number(block, 100, 8)) & 0777u;
-    entry.modified = number(block, 136, 12);
+    entry.modified = m_statedTime ? *m_statedTime : number(block, 136, 12);
     // Links and folders have no content, whatever their size says.
     if (entry.kind == TarEntry::Kind::symbolicLink || entry.kind == TarEntry::Kind::folder || type == '1')
         m_left = m_paddingBytes = 0;
@@ -154,6 +164,7 @@ void TarReader::readHeader()
     m_longPath.clear();
     m_longLink.clear();
     m_longSize = -1;
+    m_statedTime.reset();
     m_events.began(entry);
     m_state = State::content;
     if (m_left == 0)
@@ -192,6 +203,8 @@ void TarReader::readRecords(const QByteArray &records)
             m_longLink = value;
         else if (key == "size")
             m_longSize = value.toLongLong();
+        else if (key == "mtime")
+            m_statedTime = seconds(value);
         start += length;
     }
 }

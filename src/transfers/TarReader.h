@@ -4,6 +4,7 @@
 #include "transfers/TarFormat.h"
 
 #include <functional>
+#include <optional>
 
 namespace moorix {
 
@@ -50,6 +51,7 @@ private:
     QByteArray m_longPath;
     QByteArray m_longLink;
     qint64 m_longSize = -1;
+    std::optional<qint64> m_statedTime;
 };
 
 } // namespace moorix

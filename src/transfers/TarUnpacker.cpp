@@ -36,17 +36,6 @@ void makeFolder(const QString &path)
         fail(path, u"could not be made"_s, errno);
 }
 
-/// "rwxr-x---" as a number; nothing for another text.
-std::optional<mode_t> modeOf(const std::optional<QString> &permissions)
-{
-    if (!permissions || permissions->size() != 9)
-        return std::nullopt;
-    mode_t mode = 0;
-    for (const QChar letter : *permissions)
-        mode = mode * 2 + (letter == u'-' ? 0 : 1);
-    return mode;
-}
-
 } // namespace
 
 TarUnpacker::TarUnpacker(const std::vector<File> &files, std::function<void(qint64, qint64)> advanced)
@@ -126,8 +115,8 @@ void TarUnpacker::finishFolders() const
 {
     for (auto folder = m_folders.crbegin(); folder != m_folders.crend(); ++folder) {
         const FileItem &item = folder->node->item;
-        if (const auto mode = modeOf(item.permissions))
-            ::chmod(native(folder->path).constData(), *mode);
+        if (const auto octal = Format::octalMode(item.permissions))
+            ::chmod(native(folder->path).constData(), octal->toUInt(nullptr, 8));
         if (item.modified)
             localTransfer::setModified(folder->path, *item.modified);
     }

@@ -67,7 +67,7 @@ bool TransferBundles::suitsStage(const TransferNode &folder) const
 {
     constexpr qint64 fewestFiles = 8;
     return !m_isRefused && mayTakeSteps() && (m_isArchiveRefused || !server().mayTakeArchives()) &&
-           folder.fileCount() >= fewestFiles;
+           folder.fileCount() >= fewestFiles && !hasTwins(folder);
 }
 
 bool TransferBundles::carry(std::vector<Entry> &entries)
@@ -202,12 +202,25 @@ void TransferBundles::verify(const FileItem &file, RemoteCopy &copy)
         u"the copy has %1 bytes, the original %2; it may have changed meanwhile"_s.arg(copy.copiedBytes).arg(expected);
 }
 
+/// Asked once for each pair of folders.
+void TransferBundles::requireOtherFolder(const RemoteCopy &copy, QSet<QString> &otherPlaces) const
+{
+    const QString folders = Format::parent(copy.from) + u'\n' + Format::parent(copy.to);
+    if (otherPlaces.contains(folders))
+        return;
+    requireOtherPlace(transferNames::itemAt(copy.from), copy.to);
+    otherPlaces.insert(folders);
+}
+
 /// Only to those that are whole.
 void TransferBundles::giveNames(std::vector<Entry> &entries, std::vector<RemoteCopy> &copies)
 {
+    QSet<QString> otherPlaces;
     for (std::size_t i = 0; i < entries.size(); ++i) {
         try {
             verify(entries.at(i).node->item, copies.at(i));
+            if (copies.at(i).state == RemoteCopy::State::arrived && entries.at(i).place.replacesForeign())
+                requireOtherFolder(copies.at(i), otherPlaces);
         } catch (const Cancelled &) {
             throw;
         } catch (const Error &error) {

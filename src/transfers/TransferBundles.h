@@ -5,6 +5,8 @@
 #include "transfers/TransferPlan.h"
 #include "transfers/TransferWay.h"
 
+#include <QSet>
+
 #include <atomic>
 #include <deque>
 #include <optional>
@@ -33,7 +35,8 @@ public:
 
     /// From now on without archives, which the server has been found not to take.
     void refuseArchives() { m_isArchiveRefused = true; }
-    /// Whether a new folder gains by being filled under a part name: its files then need none of their own.
+    /// Whether a new folder gains by being filled under a part name: its files then need none of their own. None does
+    /// whose files a disk that ignores case would write one over the other.
     bool suitsStage(const TransferNode &folder) const;
     /// Whether an unfinished copy could not be removed; in a stage it bears the file's own name.
     bool hasLeftHalves() const { return m_hasLeftHalves; }
@@ -41,7 +44,9 @@ public:
     {
         return m_route.isServerDestination() && !m_route.isServerSource() && server().takesMany();
     }
-    /// Takes the steps on the server that the files go to, across broken links. Throws when it is stopped or lost.
+    bool mayTakeStepsAtSource() const { return m_route.isServerSource() && server().takesMany(); }
+    /// Takes the steps on the server that the files go to or, of two servers, come from, across broken links. Throws
+    /// when it is stopped or lost.
     void takeSteps(std::vector<RemoteStep> &steps);
     /// Whether the file gains by travelling with others.
     bool suits(const TransferNode &file, const TransferPlace &place) const;
@@ -58,6 +63,7 @@ private:
     bool copyAsArchive(std::vector<RemoteCopy> &copies, const RemoteFileService::Advanced &advanced,
                        const std::stop_token &stop);
     void verify(const FileItem &file, RemoteCopy &copy);
+    void requireOtherFolder(const RemoteCopy &copy, QSet<QString> &otherPlaces) const;
     void giveNames(std::vector<Entry> &entries, std::vector<RemoteCopy> &copies);
     void giveNamesOnServer(std::vector<Entry> &entries, std::vector<RemoteCopy> &copies);
     void findTaken(std::vector<RemoteStep> &steps, const std::stop_token &stop);

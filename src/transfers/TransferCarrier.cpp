@@ -19,13 +19,15 @@ void TransferCarrier::carry(const FileItem &file, const TransferPlace &place)
     const FileItem part = transferNames::itemAt(transferNames::partPath(place.path, m_request.id, file), file);
     const bool replaces = place.standing == Standing::replaced;
     TransferCopy copy{file, part.path};
-    copy.flush = m_request.isMove || replaces ? localTransfer::Flush::toDisk : localTransfer::Flush::no;
+    copy.flush = replaces ? localTransfer::Flush::toDisk : localTransfer::Flush::no;
     copy.start = place.hasPart || place.isContinued ? Start::resumed : Start::fresh;
     TransferTally::File progress(m_tally, file.name);
     try {
         if (place.isContinued && !place.hasPart)
             m_route.destination().copy(transferNames::itemAt(place.path, file), part.path, m_link.control().token());
-        carryPart(copy, progress);
+        carryPart(copy, place, progress);
+        if (place.replacesForeign())
+            requireOtherPlace(file, part.path);
         m_parts.giveName(part, place);
     } catch (const Error &error) {
         const TransferControl &control = m_link.control();
@@ -36,15 +38,18 @@ void TransferCarrier::carry(const FileItem &file, const TransferPlace &place)
     progress.arrive(file.isSymlink ? 0 : file.size);
 }
 
-void TransferCarrier::carryPart(const TransferCopy &copy, TransferTally::File &progress)
+void TransferCarrier::carryPart(const TransferCopy &copy, const TransferPlace &place, TransferTally::File &progress)
 {
     const FileItem part = transferNames::itemAt(copy.toPath, copy.file);
-    const bool wasContinued = copyAcrossBreaks(copy, progress) == TransferRoute::Way::continued;
+    const bool wasContinued = copyAcrossBreaks(copy, place, progress) == TransferRoute::Way::continued;
     try {
         verify(copy.file, part);
         if (!wasContinued)
             return;
-        checkContinued(copy.file, part);
+        // What the user takes for the beginning of a file may be none, and the original would be gone.
+        const bool mustBeKnown = m_request.isMove && place.isContinued;
+        if (!checkContinued(copy.file, part) && mustBeKnown)
+            throw Error(u"Transfer"_s, u"nothing tells what the existing file holds"_s);
         m_tally.noteMore(1, u"1 file went on where its copy had stopped."_s,
                          u"%1 files went on where their copies had stopped."_s);
         return;
@@ -56,11 +61,12 @@ void TransferCarrier::carryPart(const TransferCopy &copy, TransferTally::File &p
     m_parts.remove(part);
     TransferCopy afresh = copy;
     afresh.start = Start::fresh;
-    copyAcrossBreaks(afresh, progress);
+    copyAcrossBreaks(afresh, {}, progress);
     verify(copy.file, part);
 }
 
-TransferRoute::Way TransferCarrier::copyAcrossBreaks(TransferCopy copy, TransferTally::File &progress)
+TransferRoute::Way TransferCarrier::copyAcrossBreaks(TransferCopy copy, const TransferPlace &place,
+                                                     TransferTally::File &progress)
 {
     TransferLink::Tries tries(m_link);
     TransferControl &control = m_link.control();
@@ -79,9 +85,14 @@ TransferRoute::Way TransferCarrier::copyAcrossBreaks(TransferCopy copy, Transfer
     while (true) {
         control.waitWhilePaused();
         first.reset();
+        // Our own part is the beginning of what the file was.
+        if (copy.start == Start::resumed && !place.isContinued && !isAsKnown(copy.file)) {
+            m_parts.remove(part);
+            copy.start = Start::fresh;
+        }
         try {
             const std::stop_token stop = control.untilPause();
-            const TransferGate::Place place = m_gate.enter(m_route.servers(), stop);
+            const TransferGate::Place room = m_gate.enter(m_route.servers(), stop);
             return m_route.copyFile(copy, stop);
         } catch (const Cancelled &) {
             if (control.isStopped())
@@ -118,16 +129,18 @@ void TransferCarrier::verify(const FileItem &file, const FileItem &part)
     requireUnchanged(file);
 }
 
-/// Where one of the sides cannot tell, the sizes have to do.
-void TransferCarrier::checkContinued(const FileItem &file, const FileItem &part)
+/// False where one of the sides cannot tell; the sizes have to do then.
+bool TransferCarrier::checkContinued(const FileItem &file, const FileItem &part)
 {
-    const auto compare = [&](const std::stop_token &stop, bool) {
-        const auto copied = transferChecksums::of(m_route.destination(), {part.path}, stop);
-        const auto original = copied ? transferChecksums::of(m_route.source(), {file.path}, stop) : std::nullopt;
-        return !original || original->value(file.path) == copied->value(part.path);
+    const auto sums = [&](FileService &service, const QString &path) {
+        return m_link.repeat(
+            [&](const std::stop_token &stop, bool) { return transferChecksums::of(service, {path}, stop); });
     };
-    if (!m_link.repeat(compare))
+    const auto copied = sums(m_route.destination(), part.path);
+    const auto original = copied ? sums(m_route.source(), file.path) : std::nullopt;
+    if (original && !transferChecksums::areSame(*original, file.path, *copied, part.path))
         throw Error(u"Transfer"_s, u"the copy differs from the original"_s);
+    return original.has_value();
 }
 
 void TransferCarrier::copyTreeOnServer(const FileItem &folder, const TransferPlace &place)
@@ -136,7 +149,7 @@ void TransferCarrier::copyTreeOnServer(const FileItem &folder, const TransferPla
     try {
         m_link.repeat([&](const std::stop_token &stop, bool isFirst) {
             const TransferGate::Place room = m_gate.enter(m_route.servers(), stop);
-            if (!isFirst)
+            if (!isFirst || place.hasPart)
                 m_parts.clear(part, stop);
             m_route.destination().copy(folder, part.path, stop);
         });

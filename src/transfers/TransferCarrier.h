@@ -20,10 +20,10 @@ public:
     bool moveInOneStep(const FileItem &item, const TransferPlace &place);
 
 private:
-    void carryPart(const TransferCopy &copy, TransferTally::File &progress);
-    TransferRoute::Way copyAcrossBreaks(TransferCopy copy, TransferTally::File &progress);
+    void carryPart(const TransferCopy &copy, const TransferPlace &place, TransferTally::File &progress);
+    TransferRoute::Way copyAcrossBreaks(TransferCopy copy, const TransferPlace &place, TransferTally::File &progress);
     void verify(const FileItem &file, const FileItem &part);
-    void checkContinued(const FileItem &file, const FileItem &part);
+    bool checkContinued(const FileItem &file, const FileItem &part);
 };
 
 } // namespace moorix

@@ -2,10 +2,14 @@
 #include "transfers/TransferChecksums.h"
 
 #include "base/Error.h"
+#include "base/FileDescriptor.h"
+#include "files/LocalDisk.h"
 #include "files/RemoteFileService.h"
 
 #include <QCryptographicHash>
 #include <QFile>
+
+#include <fcntl.h>
 
 namespace moorix {
 
@@ -15,8 +19,10 @@ namespace {
 QByteArray ofLocalFile(const QString &path, const std::stop_token &stop)
 {
     constexpr qint64 chunkBytes = 256 * 1024;
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
+    // Opened by its bytes: the class knows names in UTF-8 only.
+    const FileDescriptor descriptor(::open(LocalDisk::native(path).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    QFile file;
+    if (!descriptor.isOpen() || !file.open(descriptor.value(), QIODevice::ReadOnly | QIODevice::Unbuffered))
         return {};
     QCryptographicHash hash(QCryptographicHash::Sha256);
     QByteArray chunk(chunkBytes, Qt::Uninitialized);
@@ -42,6 +48,13 @@ std::optional<QHash<QString, QByteArray>> transferChecksums::of(FileService &ser
             sums.insert(path, sum);
     }
     return sums;
+}
+
+bool transferChecksums::areSame(const QHash<QString, QByteArray> &originals, const QString &original,
+                                const QHash<QString, QByteArray> &copies, const QString &copy)
+{
+    const QByteArray sum = originals.value(original);
+    return !sum.isEmpty() && sum == copies.value(copy);
 }
 
 } // namespace moorix

@@ -19,6 +19,9 @@ namespace transferChecksums {
 /// for all of them.
 std::optional<QHash<QString, QByteArray>> of(FileService &service, const QStringList &paths,
                                              const std::stop_token &stop);
+/// Whether both hold the same. A file that could not be read is the same as none.
+bool areSame(const QHash<QString, QByteArray> &originals, const QString &original,
+             const QHash<QString, QByteArray> &copies, const QString &copy);
 
 } // namespace transferChecksums
 

@@ -19,13 +19,13 @@ bool isPlainFile(const FileItem &item)
     return !item.isDirectory && !item.isSymlink;
 }
 
-/// Servers tell times to the minute: within the same one, nothing is newer.
-bool isNewer(const QDateTime &time, const QDateTime &other)
+/// Servers tell times to the minute: within the same one, nothing is newer. Nor within the `slack` of the other.
+bool isNewer(const QDateTime &time, const QDateTime &other, std::chrono::milliseconds slack)
 {
     constexpr qint64 minuteMsecs = 60'000;
     const bool isExact = time.toMSecsSinceEpoch() % minuteMsecs != 0 && other.toMSecsSinceEpoch() % minuteMsecs != 0;
     const qint64 difference = other.msecsTo(time);
-    return isExact ? difference > 0 : difference >= minuteMsecs;
+    return difference >= slack.count() && (isExact ? difference > 0 : difference >= minuteMsecs);
 }
 
 } // namespace
@@ -76,7 +76,7 @@ std::optional<Choice> settled(Choice choice, const TransferConflict &conflict)
     case Choice::overwriteOlder:
         if (!source.modified || !existing.modified)
             return std::nullopt;
-        return isNewer(*source.modified, *existing.modified) ? Choice::overwrite : Choice::skip;
+        return isNewer(*source.modified, *existing.modified, conflict.existingSlack) ? Choice::overwrite : Choice::skip;
     case Choice::overwriteOtherSize:
         return source.size != existing.size ? Choice::overwrite : Choice::skip;
     case Choice::resume:

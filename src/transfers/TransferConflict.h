@@ -5,6 +5,7 @@
 
 #include <QString>
 
+#include <chrono>
 #include <optional>
 
 namespace moorix {
@@ -19,6 +20,8 @@ struct TransferConflict
 {
     FileItem source;
     FileItem existing;
+    /// The existing one may be younger than its date says by less than this, as where a listing tells the day alone.
+    std::chrono::seconds existingSlack = {};
 
     /// What is there may be the beginning of the source: both are plain files, and it is shorter.
     bool canResume() const;

@@ -36,6 +36,7 @@ TransferEngine::TransferEngine(const Options &options, QObject *parent)
 
 TransferEngine::~TransferEngine()
 {
+    saveNow();
     // What the document holds goes on with its part files another time.
     for (const auto &[id, activity] : m_activities) {
         const auto order = m_orders.find(id);
@@ -110,7 +111,7 @@ void TransferEngine::cancel(const QUuid &id)
         activity->second->control().stop(TransferControl::Parts::removed);
         withdrawQuestions(id);
     } else {
-        removeLeftovers(order);
+        removeLeftovers(id, order);
     }
     emit transferChanged(id);
     startNext();
@@ -168,6 +169,8 @@ void TransferEngine::retry(const QUuid &id, const QList<TransferPiece> &pieces)
     order.next.isContinuation = true;
     order.isOlder = false;
     order.isCleared = false;
+    // What is still being removed would be gone on with.
+    m_cleanups.erase(id);
     // A connection may have been closed since.
     if (order.isKept && m_places.open) {
         order.next.source.reset();
@@ -252,7 +255,7 @@ void TransferEngine::removeCleared()
         if (order == m_orders.end() || !order->second.isCleared || m_activities.count(status.id) > 0)
             continue;
         if (status.state == State::failed && status.hasRemaining)
-            removeLeftovers(order->second);
+            removeLeftovers(status.id, order->second);
         m_orders.erase(order);
         gone.insert(status.id);
     }

@@ -125,8 +125,10 @@ private:
     void finish(const QUuid &id, const TransferOutcome &outcome);
     void fail(const QUuid &id, const QString &sentence);
     void removeCleared();
-    void removeLeftovers(const Order &order);
+    void removeLeftovers(const QUuid &id, const Order &order);
+    QList<StoredTransfer> storedTransfers() const;
     void save();
+    void saveNow();
 
     Options m_options;
     std::shared_ptr<TransferGate> m_gate;
@@ -136,9 +138,14 @@ private:
     std::deque<Question> m_questions;
     std::optional<TransferConflict> m_conflict;
     TransferPlaces m_places;
-    std::optional<TransferQueueFile> m_file;
-    /// Services that are opened to clean up behind transfers.
-    std::vector<Job> m_cleanups;
+    std::shared_ptr<TransferQueueFile> m_file;
+    Job m_save;
+    bool m_isSaving = false;
+    /// The queue has changed since.
+    bool m_isSaveDue = false;
+    qint64 m_saves = 0;
+    /// Cleaning up behind transfers, services being opened for it.
+    std::map<QUuid, Job> m_cleanups;
 };
 
 } // namespace moorix

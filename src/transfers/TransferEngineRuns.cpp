@@ -115,6 +115,12 @@ void TransferEngine::finish(const QUuid &id, const TransferOutcome &outcome)
     withdrawQuestions(id);
     Order &order = m_orders.at(id);
     const TransferRequest request = order.next;
+    const TransferStatus *ended = find(id);
+    const bool isGivenUp =
+        ended && (ended->state == State::cancelled || (outcome.wasCancelled && ended->state != State::waiting));
+    // It may not have come to what the run before it had left.
+    if (request.isContinuation && isGivenUp)
+        removeLeftovers(id, order);
     // A transfer that has ended holds no connection open; another try opens what it needs.
     if (order.isKept && m_places.open) {
         order.next.source.reset();
@@ -158,27 +164,26 @@ void TransferEngine::fail(const QUuid &id, const QString &sentence)
 }
 
 /// Behind a transfer that nobody will go on with. What is out of reach stays.
-void TransferEngine::removeLeftovers(const Order &order)
+void TransferEngine::removeLeftovers(const QUuid &id, const Order &order)
 {
-    const auto remove = [request = order.stored.request](const std::shared_ptr<FileService> &destination) {
-        TransferRequest left = request;
-        left.destination = destination;
-        runJob([left](const std::stop_token &stop) { transferLeftovers::remove(left, stop); }, [] {},
-               [](const Error &) {})
-            .detach();
-    };
     if (!order.stored.hasStarted)
         return;
+    const auto remove = [this, id, request = order.stored.request](const std::shared_ptr<FileService> &destination) {
+        TransferRequest left = request;
+        left.destination = destination;
+        m_cleanups[id] = runJob([left](const std::stop_token &stop) { transferLeftovers::remove(left, stop); }, [] {},
+                                [](const Error &) {});
+    };
     if (order.next.destination)
         remove(order.next.destination);
     else if (m_places.open)
-        m_cleanups.push_back(m_places.open(order.stored.destination, remove, [](const Error &) {}));
+        m_cleanups[id] = m_places.open(order.stored.destination, remove, [](const Error &) {});
 }
 
 void TransferEngine::keepQueueIn(const QString &path, TransferPlaces places)
 {
     m_places = std::move(places);
-    m_file.emplace(path);
+    m_file = std::make_shared<TransferQueueFile>(path);
     QString problem;
     for (StoredTransfer &stored : m_file->load(problem)) {
         TransferStatus status;
@@ -204,17 +209,18 @@ void TransferEngine::keepQueueIn(const QString &path, TransferPlaces places)
         emit queueProblem(problem);
 }
 
-void TransferEngine::save()
+QList<StoredTransfer> TransferEngine::storedTransfers() const
 {
-    if (!m_file)
-        return;
     QList<StoredTransfer> stored;
-    for (const TransferStatus &status : std::as_const(m_transfers)) {
+    for (const TransferStatus &status : m_transfers) {
         const auto order = m_orders.find(status.id);
         const bool hasEnded = status.state == State::finished || status.state == State::cancelled;
         if (order == m_orders.end() || !order->second.isKept || hasEnded)
             continue;
         stored.append(order->second.stored);
+        // Services are closed on this thread, and not kept open by a document.
+        stored.last().request.source.reset();
+        stored.last().request.destination.reset();
         stored.last().ended = status.ended;
         stored.last().timeTaken = status.timeTaken;
         stored.last().averageRate = status.averageRate;
@@ -223,10 +229,40 @@ void TransferEngine::save()
             stored.last().remaining.clear();
         }
     }
+    return stored;
+}
+
+/// One at a time, in the background: the items of a large folder make a large document.
+void TransferEngine::save()
+{
+    if (!m_file)
+        return;
+    m_isSaveDue = m_isSaving;
+    if (std::exchange(m_isSaving, true))
+        return;
+    const auto ended = [this] {
+        m_isSaving = false;
+        if (m_isSaveDue)
+            save();
+    };
+    m_save = runJob([file = m_file, stored = storedTransfers(),
+                     number = ++m_saves](const std::stop_token &) { file->save(stored, number); },
+                    ended,
+                    [this, ended](const Error &error) {
+                        emit queueProblem(error.message());
+                        ended();
+                    });
+}
+
+/// What the program leaves behind when it ends.
+void TransferEngine::saveNow()
+{
+    if (!m_isSaving)
+        return;
     try {
-        m_file->save(stored);
-    } catch (const Error &error) {
-        emit queueProblem(error.message());
+        m_file->save(storedTransfers(), ++m_saves);
+    } catch (const Error &) {
+        // Nobody is there to be told any more.
     }
 }
 

@@ -25,6 +25,11 @@ std::optional<QString> transferNames::objection(const QString &name, NameSource 
     return std::nullopt;
 }
 
+QString transferNames::folded(const QString &name)
+{
+    return name.normalized(QString::NormalizationForm_C).toCaseFolded();
+}
+
 QString transferNames::freeName(const FileItem &item, const std::function<bool(const QString &)> &isTaken)
 {
     const bool isFolder = item.isDirectory && !item.isSymlink;
@@ -59,8 +64,8 @@ QString transferNames::partPath(const QString &target, const QUuid &transfer, co
 
 QString transferNames::stagePath(const QString &target, const QUuid &transfer, const FileItem &source)
 {
-    // Another name than the same folder has as a stream, which begins anew each time.
-    return partPath(target, transfer, itemAt(source.path + u'/', source));
+    // Without the folder's time, which changes with what is put into it: each file in it is looked at anyway.
+    return partPath(target, transfer, itemAt(source.path + u'/'));
 }
 
 bool transferNames::isPart(const QString &name, const QUuid &transfer)

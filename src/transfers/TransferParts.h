@@ -16,12 +16,15 @@ struct TransferPlace
     Standing standing = Standing::nothing;
     /// What stands there is the beginning of the file and is continued.
     bool isContinued = false;
-    /// The folder was made by this transfer, so nobody else puts anything there.
+    /// The folder was made by this transfer, so that nothing comes in the way there.
     bool isInNewFolder = false;
     /// An earlier try has left a part of the file behind.
     bool hasPart = false;
     /// In a folder that bears a part name itself, so that the file needs none.
     bool isStaged = false;
+
+    /// What stands there was not put there by this transfer.
+    bool replacesForeign() const { return standing == Standing::replaced && !isStaged; }
 };
 
 /// What becomes of the parts that files and folders are written to. Used by all lanes of one transfer at once.

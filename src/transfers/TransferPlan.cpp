@@ -88,6 +88,24 @@ void TransferScan::fillBy(const Lister &list, TransferNode &node) const
     }
 }
 
+QSet<QString> twinNames(const TransferNode &folder)
+{
+    QSet<QString> names;
+    QSet<QString> twins;
+    for (const TransferNode &child : folder.children) {
+        const QString name = transferNames::folded(child.item.name);
+        if (names.contains(name))
+            twins.insert(name);
+        names.insert(name);
+    }
+    return twins;
+}
+
+bool hasTwins(const TransferNode &folder)
+{
+    return !twinNames(folder).isEmpty() || std::any_of(folder.children.cbegin(), folder.children.cend(), hasTwins);
+}
+
 bool holdsNothingElse(const TransferNode &present, const TransferNode &planned)
 {
     if (present.isFolder() != planned.isFolder() || present.item.isSymlink != planned.item.isSymlink)
@@ -113,10 +131,11 @@ void addRemaining(const TransferNode &node, const QString &targetFolder, QList<T
             addRemaining(child, node.placedAt, pieces);
         return;
     }
-    const auto place = std::find_if(pieces.begin(), pieces.end(), [&targetFolder](const TransferPiece &piece) {
+    // Most go where the one before them goes, and there may be as many folders as files.
+    const auto place = std::find_if(pieces.rbegin(), pieces.rend(), [&targetFolder](const TransferPiece &piece) {
         return piece.targetFolder == targetFolder;
     });
-    if (place == pieces.end())
+    if (place == pieces.rend())
         pieces.append({{node.item}, targetFolder});
     else
         place->items.append(node.item);

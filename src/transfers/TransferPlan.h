@@ -5,6 +5,8 @@
 #include "transfers/TransferNames.h"
 #include "transfers/TransferRequest.h"
 
+#include <QSet>
+
 #include <functional>
 #include <optional>
 #include <vector>
@@ -67,6 +69,11 @@ private:
     transferNames::NameSource m_from;
     std::function<void(const FileItem &, const QString &)> m_objected;
 };
+
+/// The folded names that several entries of a folder share: a disk that ignores case takes one of them for the other.
+QSet<QString> twinNames(const TransferNode &folder);
+/// Whether the folder or one below it has any.
+bool hasTwins(const TransferNode &folder);
 
 /// Whether `present` holds nothing that is not, unchanged, in `planned`.
 bool holdsNothingElse(const TransferNode &present, const TransferNode &planned);

@@ -132,8 +132,11 @@ QList<StoredTransfer> TransferQueueFile::load(QString &problem) const
     }
 }
 
-void TransferQueueFile::save(const QList<StoredTransfer> &transfers)
+void TransferQueueFile::save(const QList<StoredTransfer> &transfers, qint64 number)
 {
+    const std::lock_guard lock(m_mutex);
+    if (number <= m_number)
+        return;
     JsonWriter writer;
     writer.beginObject();
     writer.key(u"transfers");
@@ -143,6 +146,7 @@ void TransferQueueFile::save(const QList<StoredTransfer> &transfers)
     writer.endArray();
     writer.endObject();
     const QByteArray bytes = writer.bytes();
+    m_number = number;
     if (bytes == m_saved || (m_saved.isEmpty() && transfers.isEmpty() && !QFileInfo::exists(m_path)))
         return;
     jsonFile::write(m_path, bytes);

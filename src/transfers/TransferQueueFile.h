@@ -7,6 +7,7 @@
 #include <QStringList>
 
 #include <chrono>
+#include <mutex>
 
 namespace moorix {
 
@@ -29,7 +30,7 @@ struct StoredTransfer
     bool hasStarted = false;
 };
 
-/// The transfers that have not come to their end, in one document. Main thread.
+/// The transfers that have not come to their end, in one document. Any thread.
 class TransferQueueFile final
 {
 public:
@@ -37,12 +38,15 @@ public:
 
     /// What the document holds. One that cannot be decoded is set aside; `problem` then says so.
     QList<StoredTransfer> load(QString &problem) const;
-    /// Replaces the document. Throws an Error when it cannot be written.
-    void save(const QList<StoredTransfer> &transfers);
+    /// Replaces the document, unless a state of a higher number has done so. Takes its time where there are many items.
+    /// Throws an Error when it cannot be written.
+    void save(const QList<StoredTransfer> &transfers, qint64 number);
 
 private:
     QString m_path;
+    std::mutex m_mutex;
     QByteArray m_saved;
+    qint64 m_number = 0;
 };
 
 } // namespace moorix

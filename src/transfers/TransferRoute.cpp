@@ -7,11 +7,11 @@
 #include "files/LocalDisk.h"
 #include "files/NativePath.h"
 #include "files/RemoteFileService.h"
+#include "platform/PrivateFolder.h"
 #include "transfers/TransferNames.h"
 
 #include <QDir>
 #include <QFileInfo>
-#include <QTemporaryDir>
 
 #include <sys/stat.h>
 
@@ -51,6 +51,11 @@ void TransferRoute::requireAddressable(const QString &sourcePath, const QString 
         m_destinationServer->requireAddressable(destinationPath);
 }
 
+std::chrono::seconds TransferRoute::slack(const RemoteFileService *server, const FileItem &item)
+{
+    return server && item.modified ? server->listedTimes().slack(*item.modified) : std::chrono::seconds(0);
+}
+
 TransferRoute::Way TransferRoute::copyFile(const TransferCopy &copy, const std::stop_token &stop) const
 {
     if (copy.file.isSymlink) {
@@ -76,10 +81,14 @@ void TransferRoute::copyLink(const TransferCopy &copy, const std::stop_token &st
     const auto target = m_sourceServer ? m_sourceServer->linkTarget(path, stop) : localTransfer::linkTarget(path);
     if (!target)
         throw Error(u"Transfer"_s, u"it is a symbolic link, and the server does not tell where it leads"_s);
-    if (!m_destinationServer)
+    if (!m_destinationServer) {
         localTransfer::makeLink(*target, copy.toPath);
-    else if (!m_destinationServer->createLink(*target, copy.toPath, stop))
+        // By which another run knows that it has arrived.
+        if (copy.file.modified)
+            localTransfer::setModified(copy.toPath, *copy.file.modified);
+    } else if (!m_destinationServer->createLink(*target, copy.toPath, stop)) {
         throw Error(u"Transfer"_s, u"it is a symbolic link, which the server does not take"_s);
+    }
 }
 
 TransferRoute::Way TransferRoute::copyOnDisk(const TransferCopy &copy, const std::stop_token &stop) const
@@ -141,13 +150,8 @@ void TransferRoute::copyOnServer(const TransferCopy &copy, const std::stop_token
 
 void TransferRoute::copyThroughThisMachine(const TransferCopy &copy, const std::stop_token &stop) const
 {
-    // Only this user can enter it, and it is gone with the object.
-    const QTemporaryDir between(QDir::tempPath() + u"/moorix-XXXXXX"_s);
-    if (!between.isValid()) {
-        throw Error(u"Transfer"_s, u"A temporary folder for the way between the servers could not be created: %1"_s.arg(
-                                       between.errorString()));
-    }
-    const QString path = between.filePath(u"copy"_s);
+    const PrivateFolder between(u"moorix-"_s);
+    const QString path = between.path() + u"/copy"_s;
     // Each half of the way counts for half of the bytes.
     const auto &progress = copy.progress;
     m_sourceServer->download(copy.file.path, path, {true, [&progress](qint64 bytes) { progress(bytes / 2); }}, stop);
@@ -180,6 +184,12 @@ qint64 TransferRoute::sizeAtSource(const FileItem &file, const std::stop_token &
 qint64 TransferRoute::sizeAtDestination(const FileItem &file, const std::stop_token &stop) const
 {
     return m_destination->followLink(file, stop).size;
+}
+
+bool TransferRoute::isBesideOriginal(const QString &path, const QString &original, const std::stop_token &stop) const
+{
+    const QString there = Format::join(Format::parent(original), Format::fileName(path));
+    return m_sourceServer ? m_sourceServer->exists(there, stop) : m_source->stat(there, stop).has_value();
 }
 
 bool TransferRoute::rename(const FileItem &item, const QString &toPath, localTransfer::Existing existing,

@@ -7,6 +7,7 @@
 
 #include <QList>
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -50,6 +51,10 @@ public:
     /// Throws where no command of a server can carry one of the two names. Asks nobody.
     void requireAddressable(const QString &sourcePath, const QString &destinationPath) const;
 
+    /// How much later than shown an entry of one of the ends may really have been modified.
+    std::chrono::seconds sourceSlack(const FileItem &item) const { return slack(m_sourceServer, item); }
+    std::chrono::seconds destinationSlack(const FileItem &item) const { return slack(m_destinationServer, item); }
+
     /// What RemoteFileService::listTree tells; nothing for the local disk.
     std::optional<ListedTree> sourceTree(const QString &path, const std::stop_token &stop) const;
 
@@ -67,11 +72,15 @@ public:
     /// Renames within the destination. Returns false, having done nothing, between two local file systems.
     [[nodiscard]] bool rename(const FileItem &item, const QString &toPath, localTransfer::Existing existing,
                               const std::stop_token &stop) const;
+    /// Whether what the destination holds at `path` can be seen at the source, in the folder of `original`: the two
+    /// folders are one then, reached in two ways. `path` must have a name that nothing else bears.
+    bool isBesideOriginal(const QString &path, const QString &original, const std::stop_token &stop) const;
     /// Whether the two paths are one place, or `path` lies inside `folder`.
     bool isInside(const QString &path, const QString &folder) const;
     bool isSame(const QString &sourcePath, const QString &destinationPath) const;
 
 private:
+    static std::chrono::seconds slack(const RemoteFileService *server, const FileItem &item);
     void copyLink(const TransferCopy &copy, const std::stop_token &stop) const;
     Way copyOnDisk(const TransferCopy &copy, const std::stop_token &stop) const;
     Way download(const TransferCopy &copy, const std::stop_token &stop) const;

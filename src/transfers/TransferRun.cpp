@@ -10,6 +10,7 @@
 #include <QHash>
 #include <QSet>
 
+#include <algorithm>
 #include <utility>
 
 namespace moorix {
@@ -50,14 +51,16 @@ TransferRun::TransferRun(TransferRequest request, Callbacks callbacks)
     , m_route(m_request.source, m_request.destination)
     , m_link(*m_callbacks.control, m_tally, m_callbacks.reconnectDelays)
     , m_scan(sourceScan([this](const FileItem &item, const QString &reason) { report(item, reason); }))
-    , m_placement(m_request, m_route,
-                  [this](const TransferConflict &conflict) {
-                      if (m_callbacks.decide)
-                          return ConflictAnswer{m_callbacks.decide(conflict)};
-                      // Who has to think is not what the files decided on already wait for.
-                      sendBundle();
-                      return m_callbacks.ask(conflict, m_callbacks.control->token());
-                  })
+    , m_placement(
+          m_request, m_route,
+          [this](const TransferConflict &conflict) {
+              if (m_callbacks.decide)
+                  return ConflictAnswer{m_callbacks.decide(conflict)};
+              // Who has to think is not what the files decided on already wait for.
+              sendBundle();
+              return m_callbacks.ask(conflict, m_callbacks.control->token());
+          },
+          [this](const FileItem &source, const QString &folder) { return isBegun(source, folder); })
     , m_parts(m_route, m_link, m_tally)
     , m_carrier(m_request, m_route, m_link, *m_callbacks.gate, m_tally)
     , m_bundles(m_request, m_route, m_link, *m_callbacks.gate, m_tally)
@@ -101,6 +104,8 @@ TransferOutcome TransferRun::run(const std::stop_token &stop)
         for (Item &item : piece)
             settleStages(item);
     }
+    if (m_isLost && m_request.isMove)
+        tellOfOriginalsLeft();
     m_tally.publish(true);
     TransferOutcome outcome = m_tally.outcome();
     outcome.wasCancelled = wasCancelled || (control.isStopped() && !m_isLost);
@@ -122,8 +127,18 @@ TransferOutcome TransferRun::run(const std::stop_token &stop)
 
 void TransferRun::transferAll()
 {
-    for (const TransferPiece &piece : m_request.pieces())
-        transferPiece(piece);
+    for (const TransferPiece &piece : m_request.pieces()) {
+        try {
+            transferPiece(piece);
+        } catch (const Cancelled &) {
+            throw;
+        } catch (const Error &error) {
+            // The other folders may be there all the same.
+            if (isConnectionLost(error))
+                throw;
+            m_tally.fail(error.message());
+        }
+    }
     m_lanes.finish();
     if (m_callbacks.control->isStopped())
         throw Cancelled();
@@ -134,49 +149,92 @@ void TransferRun::transferAll()
 void TransferRun::transferPiece(const TransferPiece &piece)
 {
     std::deque<Item> &items = m_pieces.emplace_back();
-    for (const FileItem &item : piece.items)
+    for (const FileItem &item : piece.items) {
         items.emplace_back().node.item = item;
+        items.back().targetFolder = piece.targetFolder;
+    }
     // The server answers while it is asked for other things.
     auto space = askForSpace(piece.targetFolder);
     TransferTarget target = openTarget(piece.targetFolder);
-    passOverMoved(items, target);
+    lookAgain(items, target);
     plan(items);
     if (space)
         checkSpace(items, target, space->get());
+    std::vector<Item *> through;
     for (Item &item : items) {
         if (item.node.fate != TransferNode::Fate::moved &&
             !transferNames::objection(item.node.item.name, nameSource(m_route)))
             dispatch(item.node, target, item);
-        release(item);
+        if (release(item))
+            through.push_back(&item);
     }
     sendBundle();
+    removeLeftParts(target);
+    giveUp(through);
 }
 
-/// An earlier run of a move that broke off may have given originals up already: those have arrived.
-void TransferRun::passOverMoved(std::deque<Item> &items, const TransferTarget &target)
+/// What an earlier run has left of a file is the beginning of what the file was then.
+void TransferRun::lookAgain(std::deque<Item> &items, const TransferTarget &target)
 {
-    if (!m_request.isMove || !m_request.isContinuation)
+    if (!m_request.isContinuation)
         return;
-    QHash<QString, QSet<QString>> present;
+    QHash<QString, QHash<QString, FileItem>> present;
     for (Item &item : items) {
-        const FileItem &original = item.node.item;
+        FileItem &original = item.node.item;
         const QString folder = Format::parent(original.path);
-        if (!present.contains(folder)) {
-            const QList<FileItem> entries = m_link.repeat([&](const std::stop_token &stop, bool) {
-                return m_route.source().list(folder, HiddenFiles::included, stop);
-            });
-            QSet<QString> &paths = present[folder];
-            for (const FileItem &entry : entries)
-                paths.insert(entry.path);
-        }
-        const auto arrived = target.entries.constFind(m_request.newName.isEmpty() ? original.name : m_request.newName);
-        if (present[folder].contains(original.path) || arrived == target.entries.cend() ||
-            !TransferPlacement::isArrival(original, *arrived))
-            continue;
-        m_tally.addTotal(item.node.fileCount(), item.node.byteCount());
-        arrive(item.node);
-        item.node.fate = TransferNode::Fate::moved;
+        if (!present.contains(folder))
+            present.insert(folder, sourceEntries(folder));
+        const auto there = present[folder].constFind(original.path);
+        if (there == present[folder].cend())
+            passOverMoved(item, target);
+        else if (!item.node.isFolder() && hasChanged(original, *there))
+            original = *there;
     }
+}
+
+/// A move that broke off may have given its original up already: it has arrived.
+void TransferRun::passOverMoved(Item &item, const TransferTarget &target)
+{
+    const FileItem &original = item.node.item;
+    const auto arrived = target.entries.constFind(m_request.newName.isEmpty() ? original.name : m_request.newName);
+    if (!m_request.isMove || arrived == target.entries.cend() || !m_placement.isArrival(original, *arrived))
+        return;
+    m_tally.addTotal(item.node.fileCount(), item.node.byteCount());
+    arrive(item.node);
+    item.node.fate = TransferNode::Fate::moved;
+}
+
+/// As far as a listing tells, which may know the time less well than whoever read the tree.
+bool TransferRun::hasChanged(const FileItem &known, const FileItem &present) const
+{
+    if (!m_route.isServerSource() || !known.modified || !present.modified)
+        return known.size != present.size || known.modified != present.modified;
+    constexpr std::chrono::seconds least(60);
+    const std::chrono::milliseconds later(known.modified->msecsTo(*present.modified));
+    return known.size != present.size || later >= least || -later >= std::max(least, m_route.sourceSlack(present));
+}
+
+/// Told by its contents, since nothing else says which of several folders a run has made.
+bool TransferRun::isBegun(const FileItem &source, const QString &folder)
+{
+    const QHash<QString, FileItem> originals = sourceEntries(source.path);
+    const TransferTarget there = openTarget(folder);
+    return std::all_of(there.entries.cbegin(), there.entries.cend(), [&](const FileItem &entry) {
+        const auto original = originals.constFind(Format::join(source.path, entry.name));
+        return transferNames::isPart(entry.name, m_request.id) ||
+               (original != originals.cend() && m_placement.isArrival(*original, entry));
+    });
+}
+
+/// By their paths.
+QHash<QString, FileItem> TransferRun::sourceEntries(const QString &folder)
+{
+    QHash<QString, FileItem> entries;
+    const QList<FileItem> listed = m_link.repeat(
+        [&](const std::stop_token &stop, bool) { return m_route.source().list(folder, HiddenFiles::included, stop); });
+    for (const FileItem &entry : listed)
+        entries.insert(entry.path, entry);
+    return entries;
 }
 
 /// Trees are read beforehand, which tells their size and keeps a copy from meeting itself. A rename or a copy made by
@@ -240,9 +298,19 @@ TransferTarget TransferRun::openTarget(const QString &path)
     });
     TransferTarget target{path};
     target.entries.reserve(entries.size());
-    for (const FileItem &entry : entries)
+    for (const FileItem &entry : entries) {
         target.entries.insert(entry.name, entry);
+        if (m_request.isContinuation && transferNames::isPart(entry.name, m_request.id))
+            target.parts.insert(entry.name, entry);
+    }
     return target;
+}
+
+/// Of what has changed since or goes nowhere any more: nobody would go on with them.
+void TransferRun::removeLeftParts(const TransferTarget &target)
+{
+    for (const FileItem &part : target.parts)
+        m_parts.remove(part);
 }
 
 void TransferRun::report(const FileItem &item, const QString &reason)

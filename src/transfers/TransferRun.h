@@ -62,6 +62,7 @@ private:
     struct Item
     {
         TransferNode node;
+        QString targetFolder;
         /// Files on their way, and one for the reading of the tree.
         std::atomic<int> pending = 1;
         std::atomic<bool> isIncomplete = false;
@@ -70,6 +71,8 @@ private:
         std::vector<Stage> stages;
         /// What an earlier try has left unfinished in a stage may still be there.
         bool hasUnclearStage = false;
+        /// Its original has been given up, or it has been told why not.
+        bool isThrough = false;
     };
     /// Files that wait for others to travel with, and the items they belong to.
     struct Bundle
@@ -88,12 +91,17 @@ private:
     TransferScan sourceScan(std::function<void(const FileItem &item, const QString &reason)> objected);
     void transferAll();
     void transferPiece(const TransferPiece &piece);
-    void passOverMoved(std::deque<Item> &items, const TransferTarget &target);
+    void lookAgain(std::deque<Item> &items, const TransferTarget &target);
+    void passOverMoved(Item &item, const TransferTarget &target);
+    bool isBegun(const FileItem &source, const QString &folder);
+    bool hasChanged(const FileItem &known, const FileItem &present) const;
     void plan(std::deque<Item> &items);
     void fill(TransferNode &node);
     std::optional<std::future<std::optional<qint64>>> askForSpace(const QString &folder);
     void checkSpace(const std::deque<Item> &items, const TransferTarget &target, std::optional<qint64> available);
     TransferTarget openTarget(const QString &path);
+    void removeLeftParts(const TransferTarget &target);
+    QHash<QString, FileItem> sourceEntries(const QString &folder);
     void dispatch(TransferNode &node, TransferTarget &target, Item &item);
     void send(TransferNode &node, const TransferPlace &place, TransferTarget &target, Item &item);
     void enterFolder(TransferNode &node, const TransferPlace &place, const TransferTarget &target, Item &item);
@@ -108,7 +116,7 @@ private:
     void settleStages(Item &item);
     TransferStream::Result streamFolder(TransferNode &node, const TransferPlace &place, Item &item);
     void sendRest(TransferNode &node, Item &item);
-    void makeFolder(const QString &path);
+    void makeFolder(const QString &path, const FileItem &original);
     void sendFile(TransferNode &node, const TransferPlace &place, Item &item);
     void bundle(TransferNode &node, const TransferPlace &place, Item &item);
     qint64 bundleSize() const;
@@ -116,15 +124,20 @@ private:
     void carryBundle(Bundle &bundle);
     void addTask(Item &item, TransferNode &node, std::function<void()> task);
 
-    void release(Item &item);
+    bool release(Item &item);
+    void giveUp(const std::vector<Item *> &items);
+    std::optional<QString> flush(const std::vector<Item *> &items) const;
+    void removeTogether(const std::vector<Item *> &items);
+    void tellOfOriginal(const Item &item, const QString &fate);
+    void tellOfOriginalsLeft();
     void applyFolderAttributes(const FileItem &folder, const QString &path);
     void checkContents();
-    void removeSource(const Item &item);
+    void removeSource(Item &item);
     bool isUnchanged(const TransferNode &node, const FileItem &present);
 
     void arrive(TransferNode &node);
     void noteArrived(Item &item, const TransferNode &node, const QString &path);
-    void settle(Item &item, const TransferNode &node);
+    bool settle(Item &item, const TransferNode &node);
     void report(const FileItem &item, const QString &reason);
     void endForLostLink(const Error &error);
 

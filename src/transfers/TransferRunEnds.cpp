@@ -7,25 +7,47 @@
 #include "files/Format.h"
 #include "transfers/TransferChecksums.h"
 
+#include <QHash>
+#include <QSet>
+
 namespace moorix {
 
 using namespace Qt::StringLiterals;
 
-/// The last one out closes the door: whichever lane it is, the folders get their modes and times, and the original
-/// goes.
-void TransferRun::release(Item &item)
+/// The last one out closes the door: whichever lane it is, the folders get their modes and times. Returns whether the
+/// original is to be given up.
+bool TransferRun::release(Item &item)
 {
     if (--item.pending > 0 || m_callbacks.control->isStopped())
-        return;
+        return false;
     try {
         finishFolders(item);
-        if (m_request.isMove && !item.isIncomplete && m_request.check == TransferCheck::size)
-            removeSource(item);
+        return m_request.isMove && !item.isIncomplete && m_request.check == TransferCheck::size &&
+               item.node.fate != TransferNode::Fate::moved;
     } catch (const Cancelled &) {
-        return;
     } catch (const Error &error) {
         endForLostLink(error);
     }
+    return false;
+}
+
+/// Originals go last: only when all of an item has arrived, only when nothing has joined it or changed since it was
+/// read, and only after the copies have reached the disk, as far as it is this machine's.
+void TransferRun::giveUp(const std::vector<Item *> &items)
+{
+    const std::optional<QString> problem = flush(items);
+    std::vector<Item *> files;
+    for (Item *item : items) {
+        item->isThrough = true;
+        if (problem)
+            tellOfOriginal(*item, u"stays: "_s + *problem);
+        else if (!item->node.isFolder() && m_bundles.mayTakeStepsAtSource())
+            files.push_back(item);
+        else
+            removeSource(*item);
+    }
+    if (!files.empty())
+        removeTogether(files);
 }
 
 /// What has not arrived was removed, so that each file in a stage is whole. Modes and times that a file system or a
@@ -107,6 +129,7 @@ void TransferRun::settleStages(Item &item)
             m_tally.fail(u"The unfinished copy “%1” stays: %2"_s.arg(stage.part.path, error.message()));
         }
         stage.node->fate = TransferNode::Fate::open;
+        item.isIncomplete = true;
     }
 }
 
@@ -148,34 +171,34 @@ void TransferRun::checkContents()
     m_tally.note(original ? u"Contents compared by SHA-256."_s
                           : u"Only sizes were compared: the server cannot compute checksums."_s);
     for (const Arrived &arrived : m_arrived) {
-        if (!original || arrived.file.isSymlink || original->value(arrived.file.path) == copied->value(arrived.path))
+        if (!original || arrived.file.isSymlink ||
+            transferChecksums::areSame(*original, arrived.file.path, *copied, arrived.path))
             continue;
         arrived.item->isIncomplete = true;
         m_tally.fail(u"The copy of “%1” differs from the original."_s.arg(Format::display(arrived.file.name)));
     }
-    for (const std::deque<Item> &piece : m_pieces) {
-        for (const Item &item : piece) {
-            if (m_request.isMove && !item.isIncomplete)
-                removeSource(item);
+    std::vector<Item *> through;
+    for (std::deque<Item> &piece : m_pieces) {
+        for (Item &item : piece) {
+            // What could not be begun is still pending.
+            const bool isThere = item.pending == 0 && !item.isIncomplete;
+            if (m_request.isMove && isThere && item.node.fate != TransferNode::Fate::moved)
+                through.push_back(&item);
         }
     }
+    giveUp(through);
 }
 
-/// The originals go in one step and last: only when all of them have arrived, and only when nothing has joined them or
-/// changed since they were read.
-void TransferRun::removeSource(const Item &item)
+void TransferRun::removeSource(Item &item)
 {
     const TransferNode &node = item.node;
-    if (node.fate == TransferNode::Fate::moved)
-        return;
     try {
         const auto present = m_link.repeat(
             [&](const std::stop_token &stop, bool) { return m_route.source().stat(node.item.path, stop); });
         if (!present)
             return;
         if (!isUnchanged(node, *present)) {
-            m_tally.fail(u"“%1” was copied, but the original stays because it has changed meanwhile."_s.arg(
-                Format::display(node.item.name)));
+            tellOfOriginal(item, u"stays because it has changed meanwhile."_s);
             return;
         }
         m_link.repeat([&](const std::stop_token &stop, bool isFirst) {
@@ -183,10 +206,83 @@ void TransferRun::removeSource(const Item &item)
                 m_route.source().remove(node.item, stop);
         });
     } catch (const Cancelled &) {
-        throw;
+        item.isThrough = false;
     } catch (const Error &error) {
-        m_tally.fail(u"“%1” was copied, but the original could not be removed: %2"_s.arg(
-            Format::display(node.item.name), error.message()));
+        tellOfOriginal(item, u"could not be removed: "_s + error.message());
+    }
+}
+
+/// Files of a server, with one listing of each folder and one run: asking for each alone would read its folder as
+/// often.
+void TransferRun::removeTogether(const std::vector<Item *> &items)
+{
+    QHash<QString, QHash<QString, FileItem>> present;
+    std::vector<RemoteStep> steps;
+    std::vector<const Item *> going;
+    try {
+        for (Item *item : items) {
+            const FileItem &file = item->node.item;
+            const QString folder = Format::parent(file.path);
+            if (!present.contains(folder))
+                present.insert(folder, sourceEntries(folder));
+            const auto there = present[folder].constFind(file.path);
+            if (there == present[folder].cend())
+                continue;
+            if (isUnchanged(item->node, *there)) {
+                steps.push_back({RemoteStep::Kind::remove, file.path});
+                going.push_back(item);
+            } else {
+                tellOfOriginal(*item, u"stays because it has changed meanwhile."_s);
+            }
+        }
+        if (!steps.empty())
+            m_bundles.takeSteps(steps);
+    } catch (const Cancelled &) {
+        for (Item *item : items)
+            item->isThrough = false;
+        return;
+    } catch (const Error &error) {
+        for (const Item *item : items)
+            tellOfOriginal(*item, u"could not be removed: "_s + error.message());
+        return;
+    }
+    for (std::size_t i = 0; i < steps.size(); ++i) {
+        if (steps.at(i).state == RemoteStep::State::failed)
+            tellOfOriginal(*going.at(i), u"could not be removed: "_s + steps.at(i).failure);
+    }
+}
+
+/// What was written may be lost with the power until then. Returns why it could not be brought to the disk.
+std::optional<QString> TransferRun::flush(const std::vector<Item *> &items) const
+{
+    QSet<QString> folders;
+    if (m_route.isLocalDestination()) {
+        for (const Item *item : items)
+            folders.insert(item->targetFolder);
+    }
+    try {
+        for (const QString &folder : std::as_const(folders))
+            localTransfer::flush(folder);
+        return std::nullopt;
+    } catch (const Error &error) {
+        return error.message();
+    }
+}
+
+void TransferRun::tellOfOriginal(const Item &item, const QString &fate)
+{
+    m_tally.fail(u"“%1” was copied, but the original %2"_s.arg(Format::display(item.node.item.name), fate));
+}
+
+/// Of what is complete, but came through when the link was lost already.
+void TransferRun::tellOfOriginalsLeft()
+{
+    for (const std::deque<Item> &piece : m_pieces) {
+        for (const Item &item : piece) {
+            const bool isThrough = item.isThrough || item.node.fate == TransferNode::Fate::moved;
+            if (item.pending == 0 && !item.isIncomplete && !isThrough)
+                tellOfOriginal(item, u"stays, as the connection was lost."_s);
+        }
     }
 }
 

@@ -5,6 +5,7 @@
 #include "base/Error.h"
 #include "files/FileService.h"
 #include "files/Format.h"
+#include "files/LocalDisk.h"
 #include "transfers/TransferNames.h"
 
 #include <QSet>
@@ -25,12 +26,14 @@ void TransferRun::dispatch(TransferNode &node, TransferTarget &target, Item &ite
         const auto [kind, place] = m_placement.decide(node, target);
         if (kind == TransferPlacement::Kind::isSkipped) {
             node.fate = Fate::skipped;
-            m_tally.addSkipped(node.fileCount());
+            m_tally.addSkipped(node.fileCount(), node.byteCount());
             item.isIncomplete = true;
         } else if (kind == TransferPlacement::Kind::isThere) {
             arrive(node);
         } else {
             m_tally.noteChanged(finalPath(item, target.path));
+            target.parts.remove(Format::fileName(transferNames::partPath(place.path, m_request.id, node.item)));
+            target.parts.remove(stageOf(node, place).name);
             send(node, place, target, item);
         }
     } catch (const Cancelled &) {
@@ -83,7 +86,7 @@ void TransferRun::enterFolder(TransferNode &node, const TransferPlace &place, co
     if (isNew && !target.isStage && (isBegun || brokeOff || m_bundles.suitsStage(node)))
         inner = openStage(node, place, isBegun || brokeOff, item);
     else if (isNew)
-        makeFolder(place.path);
+        makeFolder(place.path, node.item);
     else
         inner = target.isStage ? openAgain(node, place.path, item) : openTarget(place.path);
     // What an earlier run had begun, before somebody else made the folder.
@@ -92,12 +95,15 @@ void TransferRun::enterFolder(TransferNode &node, const TransferPlace &place, co
     inner.isStage = inner.isStage || target.isStage;
     node.placedAt = finalPath(item, place.path);
     node.fate = Fate::entered;
+    if (isNew && !m_route.isLocalDestination())
+        inner.twins = twinNames(node);
     if (isNew || target.isStage)
         item.newFolders.emplace_back(node.item, node.placedAt);
     if (node.isIncomplete)
         item.isIncomplete = true;
     for (TransferNode &child : node.children)
         dispatch(child, inner, item);
+    removeLeftParts(inner);
 }
 
 FileItem TransferRun::stageOf(const TransferNode &node, const TransferPlace &place) const
@@ -125,7 +131,7 @@ TransferTarget TransferRun::openStage(TransferNode &node, const TransferPlace &p
         }
     }
     if (!isThere) {
-        makeFolder(part.path);
+        makeFolder(part.path, node.item);
         note(false);
     }
     TransferTarget stage = isThere ? openAgain(node, part.path, item) : TransferTarget{part.path, {}, true};
@@ -139,6 +145,7 @@ TransferTarget TransferRun::openAgain(const TransferNode &node, const QString &p
     const bool wasUnclear = std::exchange(item.hasUnclearStage, true);
     TransferTarget target = openTarget(path);
     clear(node, target);
+    target.parts.clear();
     item.hasUnclearStage = wasUnclear;
     return target;
 }
@@ -151,7 +158,7 @@ void TransferRun::clear(const TransferNode &node, TransferTarget &stage)
         const QString path = Format::join(stage.path, child.item.name);
         kept << Format::fileName(transferNames::partPath(path, m_request.id, child.item));
         const auto entry = stage.entries.constFind(child.item.name);
-        if (entry != stage.entries.cend() && TransferPlacement::isArrival(child.item, *entry))
+        if (entry != stage.entries.cend() && m_placement.isArrival(child.item, *entry))
             kept << child.item.name;
     }
     std::vector<RemoteStep> steps;
@@ -260,8 +267,12 @@ void TransferRun::sendBundle()
         } catch (const Error &error) {
             endForLostLink(error);
         }
-        for (std::size_t i = 0; i < bundle->entries.size(); ++i)
-            settle(*bundle->items.at(i), *bundle->entries.at(i).node);
+        std::vector<Item *> through;
+        for (std::size_t i = 0; i < bundle->entries.size(); ++i) {
+            if (settle(*bundle->items.at(i), *bundle->entries.at(i).node))
+                through.push_back(bundle->items.at(i));
+        }
+        giveUp(through);
     });
 }
 
@@ -284,12 +295,22 @@ void TransferRun::carryBundle(Bundle &bundle)
         bundle.entries.clear();
 }
 
-void TransferRun::makeFolder(const QString &path)
+/// Who may enter is told at once where that costs nothing: its files may be open to all because their folder is not,
+/// and a copy that is stopped never comes to the modes of its folders.
+void TransferRun::makeFolder(const QString &path, const FileItem &original)
 {
     m_link.repeat([&](const std::stop_token &stop, bool isFirst) {
         if (isFirst || !m_route.destination().stat(path, stop))
             m_route.destination().createDirectory(path, stop);
     });
+    const auto octal = Format::octalMode(original.permissions);
+    if (!octal || !m_route.isLocalDestination())
+        return;
+    try {
+        LocalDisk::setMode(path, octal->toUInt(nullptr, 8) | 0700U);
+    } catch (const Error &) {
+        // As for the modes of files: not every file system has them.
+    }
 }
 
 void TransferRun::addTask(Item &item, TransferNode &node, std::function<void()> task)
@@ -308,16 +329,17 @@ void TransferRun::addTask(Item &item, TransferNode &node, std::function<void()> 
             else
                 report(node.item, error.message());
         }
-        settle(item, node);
+        if (settle(item, node))
+            giveUp({&item});
     });
 }
 
-/// A file is done with, whatever became of it.
-void TransferRun::settle(Item &item, const TransferNode &node)
+/// A file is done with, whatever became of it. Returns whether its item is through then.
+bool TransferRun::settle(Item &item, const TransferNode &node)
 {
     if (node.fate != Fate::arrived)
         item.isIncomplete = true;
-    release(item);
+    return release(item);
 }
 
 void TransferRun::noteArrived(Item &item, const TransferNode &node, const QString &path)

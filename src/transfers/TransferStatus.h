@@ -34,7 +34,7 @@ struct TransferStatus
     /// The file under way.
     QString currentName;
     qint64 bytesDone = 0;
-    /// Grows while folders are walked.
+    /// Grows while folders are walked, and is less by what is skipped.
     qint64 bytesTotal = 0;
     qint64 filesDone = 0;
     qint64 filesTotal = 0;

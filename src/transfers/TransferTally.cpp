@@ -28,8 +28,11 @@ void TransferTally::File::moveTo(qint64 bytes, qint64 files)
     const qint64 newBytes = bytes - std::exchange(m_bytes, bytes);
     const qint64 newFiles = files - std::exchange(m_files, files);
     const qint64 lostBytes = std::max<qint64>(0, m_found - bytes);
-    if (newBytes == 0 && newFiles == 0)
+    if (newBytes == 0 && newFiles == 0) {
+        // That nothing moves is news, too: the speed goes down.
+        m_tally.publish();
         return;
+    }
     m_found -= lostBytes;
     m_tally.change([this, newBytes, newFiles, lostBytes](TransferCounts &counts) {
         if (newBytes > 0)
@@ -70,9 +73,13 @@ void TransferTally::addFound(qint64 files, qint64 bytes)
     });
 }
 
-void TransferTally::addSkipped(qint64 files)
+void TransferTally::addSkipped(qint64 files, qint64 bytes)
 {
-    change([files](TransferCounts &counts) { counts.skipped += files; });
+    change([files, bytes](TransferCounts &counts) {
+        counts.skipped += files;
+        counts.filesTotal -= files;
+        counts.bytesTotal -= bytes;
+    });
 }
 
 void TransferTally::fail(const QString &sentence)

@@ -28,8 +28,13 @@ protected:
 
     /// The server at one of the ends; of two servers, the source.
     RemoteFileService &server() const;
+    /// Whether a local file is still what its item says; true of others, whose times are not known as exactly.
+    bool isAsKnown(const FileItem &file) const;
     /// Throws when the request wants an unchanged source and this one, if it is a local file, has changed.
     void requireUnchanged(const FileItem &file) const;
+    /// Throws when the request is a move and `part`, which is to replace a file, lies beside its original: what is
+    /// replaced is the original itself then, and would be removed.
+    void requireOtherPlace(const FileItem &file, const QString &part) const;
 
     const TransferRequest &m_request;
     const TransferRoute &m_route;

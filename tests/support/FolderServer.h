@@ -13,6 +13,7 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <unistd.h>
 
 namespace moorix::test {
@@ -40,6 +41,8 @@ public:
     ListedTimes times;
     /// It can compute checksums.
     bool hasShell = false;
+    /// Its disk takes names that differ by case for one.
+    bool ignoresCase = false;
     /// Files can travel together.
     bool isTakingMany = false;
     /// What it sends instead of the archive of a folder.
@@ -95,6 +98,7 @@ public:
     void downloadAll(Copies copies, const Advanced &advanced, Stop stop) override { carryAll(copies, advanced, stop); }
     void takeSteps(std::vector<RemoteStep> &steps, Stop stop) override
     {
+        const std::lock_guard lock(m_stepping);
         for (RemoteStep &step : steps) {
             if (step.state != RemoteStep::State::open)
                 continue;
@@ -104,7 +108,9 @@ public:
                     m_disk.setPermissions(step.path, step.octal, Recursive::no, stop);
                 else if (step.kind == RemoteStep::Kind::replace)
                     moveRemote(step.path, step.toPath, stop);
-                else if (step.kind == RemoteStep::Kind::rename || step.kind == RemoteStep::Kind::renameFolder)
+                else if (step.isRename() && !twinOf(step.toPath, stop).isEmpty())
+                    throw FileServiceError::operationFailed(QStringLiteral("rename: Failure"));
+                else if (step.isRename())
                     m_disk.move(m_disk.stat(step.path, stop).value(), step.toPath, stop);
                 else if (step.kind == RemoteStep::Kind::removeFolder)
                     removeFolder(step.path);
@@ -163,13 +169,26 @@ public:
     void downloadRecursive(Path, Path, Stop) override { Q_UNREACHABLE(); }
     void uploadRecursive(Path, Path, Stop) override { Q_UNREACHABLE(); }
     void copyRemote(Path, Path, Stop) override { Q_UNREACHABLE(); }
-    void moveRemote(Path source, Path destination, Stop) override
+    void moveRemote(Path source, Path destination, Stop stop) override
     {
+        if (const QString twin = twinOf(destination, stop); !twin.isEmpty())
+            QFile::remove(twin);
         if (::rename(QFile::encodeName(source).constData(), QFile::encodeName(destination).constData()) != 0)
             throw FileServiceError::operationFailed(QStringLiteral("rename: Failure"));
     }
 
 private:
+    QString twinOf(Path path, Stop stop)
+    {
+        if (ignoresCase) {
+            for (const FileItem &item : m_disk.list(Format::parent(path), HiddenFiles::included, stop)) {
+                if (item.path != path && item.path.compare(path, Qt::CaseInsensitive) == 0)
+                    return item.path;
+            }
+        }
+        return {};
+    }
+
     void requireThere(const FileItem &item)
     {
         if (!m_disk.stat(item.path, {}))
@@ -240,6 +259,7 @@ private:
         target.setFileTime(source.fileTime(QFile::FileModificationTime), QFile::FileModificationTime);
     }
 
+    std::mutex m_stepping;
     std::atomic<bool> m_isConnected = true;
 };
 

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "files/NativePath.h"
 #include "support/TestMain.h"
+#include "transfers/TransferChecksums.h"
 #include "transfers/TransferScene.h"
 
 using namespace moorix;
@@ -137,6 +139,24 @@ private slots:
         QCOMPARE(scene.under(u"to/"_s), expected.snapshot());
     }
 
+    void folderThatIsGoneKeepsNothingElseFromBeingTriedAgain()
+    {
+        Scene scene({{"from/a", "a"}, {"from/b", "b"}, {"to/", ""}}, Route::upload);
+        scene.add("from/a");
+        scene.request.more = {{std::exchange(scene.request.items, {}), scene.tree.path("gone")}};
+        scene.add("from/b");
+        scene.request.more.append({std::exchange(scene.request.items, {}), scene.tree.path("to")});
+        scene.request.isContinuation = true;
+        scene.request.isMove = true;
+        scene.request.check = TransferCheck::contents;
+        scene.server->hasShell = true;
+        const TransferOutcome outcome = scene.run();
+        QCOMPARE(outcome.failures.size(), 1);
+        QCOMPARE(outcome.remaining.size(), 1);
+        QCOMPARE(scene.under(u"from/"_s), (TreeSnapshot{{u"a"_s, "a"}}));
+        QCOMPARE(scene.under(u"to/"_s), (TreeSnapshot{{u"b"_s, "b"}}));
+    }
+
     void continuedCopyPassesByWhatHasArrivedAndAMoveCopiesItAgain()
     {
         for (const bool isMove : {false, true}) {
@@ -158,6 +178,61 @@ private slots:
         }
     }
 
+    void continuedCopyFindsTheFolderItHasMadeBesideAnother()
+    {
+        Scene scene({{"from/d/a", "12345678"}, {"from/d/b", "more"}, {"to/d/a", "other"}}, Route::upload);
+        scene.request.policy = TransferConflictPolicy::rename;
+        QCOMPARE(scene.run("from/d").failures, QStringList());
+        QVERIFY(QFile::remove(scene.tree.path("to/d 2/b")));
+        scene.request.isContinuation = true;
+        QCOMPARE(scene.run().failures, QStringList());
+        const TestTree expected{{"d/a", "other"}, {"d 2/a", "12345678"}, {"d 2/b", "more"}};
+        QCOMPARE(scene.under(u"to/"_s), expected.snapshot());
+    }
+
+    void continuedCopyKnowsOldFilesByTheirDay()
+    {
+        for (const Route route : {Route::upload, Route::download}) {
+            Scene scene({{"from/a", "12345678"}, {"to/a", "********"}}, route);
+            scene.server->times = {ListedTimes::Precision::minutesOrDays, Qt::UTC};
+            scene.request.isContinuation = true;
+            const QDateTime day(QDate(2020, 2, 29), QTime(0, 0), Qt::UTC);
+            const bool isUpload = route == Route::upload;
+            setTimeAndMode(scene.tree.path("from/a"), isUpload ? day.addSecs(50'000) : day, QFile::Permissions(0x6644));
+            setTimeAndMode(scene.tree.path("to/a"), isUpload ? day : day.addSecs(50'000), QFile::Permissions(0x6644));
+            QCOMPARE(scene.run("from/a").failures, QStringList());
+            QCOMPARE(scene.tree.read("to/a"), QByteArray("********"));
+        }
+    }
+
+    void partOfAnOlderVersionIsNotGoneOnWith()
+    {
+        const QByteArray newer(much.size(), 'n');
+        // In one run only this machine is asked again.
+        for (const auto &[route, isInOneRun] :
+             {std::pair(Route::upload, true), std::pair(Route::upload, false), std::pair(Route::download, false)}) {
+            Scene scene({{"from/a", much}, {"to/", ""}}, route);
+            scene.request.id = QUuid::createUuid();
+            if (isInOneRun)
+                scene.callbacks.reconnectDelays = {1ms};
+            scene.server->halfway = [&scene, &newer, breaks = breakLink(1)](const QString &source) {
+                const QDateTime later = QDateTime::currentDateTimeUtc().addSecs(300);
+                scene.tree.write("from/a", newer);
+                setTimeAndMode(scene.tree.path("from/a"), later, QFile::Permissions(0x6644));
+                breaks(source);
+            };
+            TransferOutcome outcome = scene.run("from/a");
+            if (!isInOneRun) {
+                scene.request.more = outcome.remaining;
+                scene.request.items.clear();
+                scene.request.isContinuation = true;
+                outcome = scene.run();
+            }
+            QCOMPARE(outcome.failures, QStringList());
+            QVERIFY(scene.under(u"to/"_s) == (TreeSnapshot{{u"a"_s, newer}}));
+        }
+    }
+
     void olderHalfOfAFileIsContinuedOnlyIfItFits()
     {
         for (const bool fits : {true, false}) {
@@ -174,6 +249,25 @@ private slots:
                 QCOMPARE(outcome.notes.size(), fits ? 1 : 0);
             }
         }
+    }
+
+    void movedFileIsNotContinuedBlindly()
+    {
+        Scene scene({{"from/a", "12345678"}, {"to/a", "abcd"}}, Route::upload);
+        scene.request.isMove = true;
+        scene.callbacks.decide = [](const TransferConflict &) { return ConflictAnswer::Choice::resume; };
+        QCOMPARE(scene.run("from/a").failures, QStringList());
+        QCOMPARE(scene.under(u"to/"_s), (TreeSnapshot{{u"a"_s, "12345678"}}));
+    }
+
+    void contentsAreComparedWhateverBytesANameHolds()
+    {
+        const Scene scene({});
+        const QString path = scene.tree.path(NativePath::text("gr\xfc\xdf"));
+        scene.disk->write("x", path, {});
+        const auto sums = transferChecksums::of(*scene.disk, {path, u"/none"_s}, {});
+        QVERIFY(transferChecksums::areSame(*sums, path, *sums, path));
+        QVERIFY(!transferChecksums::areSame(*sums, u"/none"_s, *sums, u"/none"_s));
     }
 
     void comparedContentsFindWhatSizesDoNot()

@@ -362,6 +362,29 @@ private slots:
         QVERIFY(scene.arrived().first().startsWith(u".theirs"_s));
     }
 
+    void partsThatNobodyGoesOnWithAreRemoved()
+    {
+        for (const bool isCancelled : {false, true}) {
+            QueueScene scene;
+            scene.letGo->release(9);
+            scene.tree.write("to/a", "old");
+            const QUuid id = scene.send("from/a");
+            QTRY_VERIFY(scene.engine->conflict());
+            scene.engine.reset();
+            scene.tree.write(u"to/.b.moorix-%1-0000-000000000000.part"_s.arg(uuidText(id).left(18)), "half");
+            scene.begin();
+            scene.engine->resume(id);
+            QTRY_VERIFY(scene.engine->conflict());
+            if (isCancelled)
+                scene.engine->cancel(id);
+            else
+                scene.engine->answer({ConflictAnswer::Choice::overwrite});
+            QTRY_COMPARE(scene.state(0), isCancelled ? State::cancelled : State::finished);
+            QTRY_COMPARE(scene.arrived(), QStringList{u"a"_s});
+            QCOMPARE(scene.tree.read("to/a"), QByteArray(isCancelled ? "old" : "12345678"));
+        }
+    }
+
     void failedTransfersAreKeptWithTheirReasons()
     {
         QueueScene scene;
@@ -401,10 +424,11 @@ private slots:
         QueueScene scene;
         scene.send("from/a");
         const auto others = QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther;
+        // What is not written yet is by the time that the engine has gone.
+        scene.engine.reset();
         QVERIFY(!(QFile::permissions(scene.file()) & others));
         const QByteArray whole = scene.tree.read("data/transfers.json");
         QVERIFY(whole.contains(uuidText(serverID).toUtf8()));
-        scene.engine.reset();
         scene.letGo->release(9);
         scene.tree.write("data/transfers.json", whole.chopped(20));
         scene.begin();

@@ -6,6 +6,7 @@
 #include <QFileInfo>
 
 #include <sys/stat.h>
+#include <sys/xattr.h>
 
 using namespace moorix;
 using namespace moorix::test;
@@ -48,6 +49,8 @@ private slots:
                 const QString source = scene.tree.path(longName);
                 setTimeAndMode(source, date, QFile::Permissions(0x6040));
                 const QFile::Permissions mode = QFile::permissions(source);
+                const bool hasAttributes =
+                    ::setxattr(QFile::encodeName(source).constData(), "user.moorix", "kept", 4, 0) == 0;
                 const TreeSnapshot whole = scene.under(u"from/"_s);
                 scene.request.isMove = isMove;
                 const TransferOutcome outcome = scene.run("from/d", longName);
@@ -58,6 +61,9 @@ private slots:
                 const QFileInfo copy(scene.tree.path(u"to"_s + longName.mid(4)));
                 QCOMPARE(copy.lastModified().toUTC(), date);
                 QCOMPARE(copy.permissions(), mode);
+                const QByteArray path = QFile::encodeName(copy.filePath());
+                if (route == local)
+                    QCOMPARE(::getxattr(path.constData(), "user.moorix", nullptr, 0), hasAttributes ? 4 : -1);
             }
         }
     }
@@ -97,11 +103,25 @@ private slots:
                     ++questions;
                     return std::get<ConflictAnswer>(row);
                 };
-                QCOMPARE(scene.run("from/a.tar.gz", "from/b", "from/d").failures, QStringList());
+                const TransferOutcome outcome = scene.run("from/a.tar.gz", "from/b", "from/d");
+                QCOMPARE(outcome.failures, QStringList());
+                QCOMPARE(outcome.counts.bytesDone == outcome.counts.bytesTotal, !outcome.wasCancelled);
                 QCOMPARE(scene.under(u"to/"_s), expected);
                 QCOMPARE(questions, expectedQuestions);
             }
         }
+    }
+
+    void whatHasComeSinceTheListingIsAskedAbout()
+    {
+        Scene scene({{"from/a", "new a"}, {"from/b", "new b"}, {"to/a", "old"}});
+        scene.callbacks.ask = [&scene](const TransferConflict &conflict, const std::stop_token &) {
+            if (conflict.source.name == u"a")
+                scene.tree.write("to/b", "old");
+            return ConflictAnswer{ConflictAnswer::Choice::skip};
+        };
+        QCOMPARE(scene.run("from/a", "from/b").failures, QStringList());
+        QCOMPARE(scene.under(u"to/"_s), (TreeSnapshot{{u"a"_s, "old"}, {u"b"_s, "old"}}));
     }
 
     void brokenCopyLeavesTheOldFileAndNoPart()
@@ -143,6 +163,26 @@ private slots:
         }
     }
 
+    void namesThatAreOneForTheServersDiskDoNotReplaceEachOther()
+    {
+        // Enough for a stage or not; together or, for being large, one by one.
+        for (const int more : {0, 8}) {
+            for (const qsizetype size : {3, 300'000}) {
+                Scene scene(
+                    {{"from/d/Über", QByteArray(size, '1')}, {"from/d/über", QByteArray(size, '2')}, {"to/", ""}},
+                    Route::upload);
+                for (int i = 0; i < more; ++i)
+                    scene.tree.write(u"from/d/%1"_s.arg(i), "x");
+                scene.server->ignoresCase = true;
+                scene.request.isMove = true;
+                const TransferOutcome outcome = scene.run("from/d");
+                QCOMPARE(outcome.failures.size(), 1);
+                QCOMPARE(scene.under(u"to/d/"_s).size(), more + 1);
+                QCOMPARE(scene.under(u"from/d/"_s).size(), more + 2);
+            }
+        }
+    }
+
     void namesThatLeadOutOfTheFolderAreRefused()
     {
         Scene scene({{"from/d/good", "g"}, {"from/evil", "outside"}, {"to/", ""}}, Route::download);
@@ -165,9 +205,16 @@ private slots:
             {"from/d", "link/d/e", "a folder cannot go into itself"},
             {"from/file", "clash", "a file does not replace a folder"},
             {"from/d", "clash", "a folder does not replace a file"},
+            {"from/d", "links", "a link of this name is there"},
             {"from/fifo", "to", "neither a file nor a folder"}};
-        Scene scene({{"from/file", "f"}, {"from/d/e/x", "x"}, {"clash/file/", ""}, {"clash/d", "d"}, {"to/", ""}});
+        Scene scene({{"from/file", "f"},
+                     {"from/d/e/x", "x"},
+                     {"clash/file/", ""},
+                     {"clash/d", "d"},
+                     {"links/", ""},
+                     {"to/", ""}});
         scene.tree.link("link", "from");
+        scene.tree.link("links/d", "../to");
         const TreeSnapshot before = scene.tree.snapshot();
         QCOMPARE(::mkfifo(QFile::encodeName(scene.tree.path("from/fifo")).constData(), 0600), 0);
         scene.request.policy = TransferConflictPolicy::overwrite;
@@ -193,10 +240,30 @@ private slots:
         for (const Route route : {Route::local, Route::upload}) {
             Scene scene({{"from/d/a", "a"}, {"to/", ""}}, route);
             scene.tree.link("from/d/link", "nowhere");
+            const QDateTime time(QDate(1969, 7, 20), QTime(20, 17, 40, 500), Qt::UTC);
+            localTransfer::setModified(scene.tree.path("from/d/link"), time);
             const TransferOutcome outcome = scene.run("from/d");
             QCOMPARE(outcome.failures.size(), route == Route::local ? 0 : 1);
-            QCOMPARE(scene.tree.exists("to/d/link"), route == Route::local);
+            const auto copy = scene.disk->stat(scene.tree.path("to/d/link"), {});
+            QCOMPARE(copy ? copy->modified : std::nullopt, route == Route::local ? std::optional(time) : std::nullopt);
             QCOMPARE(scene.tree.read("to/d/a"), QByteArray("a"));
+        }
+    }
+
+    void moveToTheSameFolderByAnotherWayKeepsTheOnlyCopy()
+    {
+        for (const Route route : {Route::upload, Route::download, Route::betweenServers}) {
+            for (const bool takesMany : {false, true}) {
+                Scene scene({{"from/a", "only"}, {"from/d/b", "only too"}}, route);
+                scene.server->isTakingMany = takesMany;
+                scene.request.targetFolder = scene.tree.path("from");
+                scene.request.isMove = true;
+                scene.request.policy = TransferConflictPolicy::overwrite;
+                const TreeSnapshot before = scene.tree.snapshot();
+                const QStringList failures = scene.run("from/a", "from/d").failures;
+                QCOMPARE(failures.filter(u"it is in this folder already"_s).size(), 2);
+                QCOMPARE(scene.tree.snapshot(), before);
+            }
         }
     }
 
@@ -262,6 +329,8 @@ private slots:
         };
         for (const auto &[choice, source, existing, expected] : rows)
             QVERIFY2(settled(choice, {source, existing}) == expected, qPrintable(source.name + existing.name));
+        // Of an older file a server tells the day alone.
+        QVERIFY(settled(overwriteOlder, {file(1, "12:00:01"), file(1, "0:00:00"), std::chrono::hours(24)}) == skip);
         // Folders and links are never continued.
         TransferConflict conflict{file(8, ""), file(7, "")};
         conflict.existing.isSymlink = true;

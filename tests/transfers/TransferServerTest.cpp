@@ -163,6 +163,22 @@ private slots:
         }
     }
 
+    void movedFilesOfAServerAreRemovedTogether()
+    {
+        Scene scene({{"to/", ""}});
+        for (int i = 0; i < 60; ++i) {
+            scene.tree.write(u"from/%1"_s.arg(i), QByteArray(i, 'x'));
+            scene.add(u"from/%1"_s.arg(i));
+        }
+        scene.request.source = m_service;
+        scene.request.isMove = true;
+        const int before = m_clients->runs(u"/usr/bin/sftp"_s);
+        QCOMPARE(scene.run().failures, QStringList());
+        QVERIFY(m_clients->runs(u"/usr/bin/sftp"_s) - before < 30);
+        QCOMPARE(scene.under(u"to/"_s).size(), 60);
+        QCOMPARE(scene.under(u"from/"_s), TreeSnapshot());
+    }
+
     void linksTravelAsLinks()
     {
         for (const bool isUpload : {true, false}) {

@@ -41,7 +41,7 @@ private slots:
             StreamScene scene(route);
             scene.tree.link("from/d/link", u'/' + QString(150, u'l'));
             scene.tree.write(u"from/d/e/"_s + QString(120, u'n') + u'/' + QString(130, u'm'), QByteArray(300'000, 'z'));
-            const QDateTime then(QDate(2020, 2, 29), QTime(12, 30), Qt::UTC);
+            const QDateTime then(QDate(1960, 2, 29), QTime(12, 30), Qt::UTC);
             setTimeAndMode(scene.tree.path("from/d/1"), then, QFile::Permissions(0x6040));
             const QFile::Permissions mode = QFileInfo(scene.tree.path("from/d/1")).permissions();
             scene.request.isMove = true;
