@@ -253,6 +253,7 @@ ProcessResult SFTPProcessRunner::runClient(const SSHLogin &login, const QString 
     const QString destination = SSHDestination::text(server) + (folder.isEmpty() ? QString() : u':' + folder);
     request.arguments =
         authOptions(server, login.identityPath, isShared ? Multiplex::yes : Multiplex::no, Interactive::no) +
+        passphraseOptions(server, login.credentials) +
         QStringList{portFlag, QString::number(server.port), destination} + request.arguments;
     const bool wasUp = isShared && ControlSocket::isPresent(server);
     const auto start = std::chrono::steady_clock::now();

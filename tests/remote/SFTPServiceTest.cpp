@@ -3,6 +3,7 @@
 #include "files/LocalFileService.h"
 #include "files/NativePath.h"
 #include "remote/ControlSocket.h"
+#include "remote/SSHAuthHelper.h"
 #include "support/DelayProxy.h"
 #include "support/FakeProcessRunner.h"
 #include "support/FileServiceContract.h"
@@ -10,6 +11,7 @@
 #include "support/TestServer.h"
 
 #include <QDir>
+#include <QProcess>
 
 #include <future>
 
@@ -205,6 +207,17 @@ private slots:
         QCOMPARE(m_clients->runs(u"/usr/bin/sftp"_s), before);
         secrets.passphrase = TestServer::passphrase();
         make(server, secrets).connect(neverStops);
+        // It opens this one, which the server does not accept, and it would open the account.
+        const TestTree keys;
+        server.privateKeyPath = keys.path("unknown");
+        secrets.passphrase = TestServer::password();
+        QCOMPARE(QProcess::execute(u"ssh-keygen"_s, {u"-q"_s, u"-t"_s, u"ed25519"_s, u"-N"_s, *secrets.passphrase,
+                                                     u"-f"_s, *server.privateKeyPath}),
+                 0);
+        QVERIFY(messageOf([&] { make(server, secrets).connect(neverStops); }).contains(u"did not accept the"_s));
+        std::optional<QString> none;
+        QVERIFY(SSHAuthHelper::sshLaunchArgs(server, secrets, none)
+                    .arguments.contains(u"PreferredAuthentications=publickey"_s));
     }
 
     void pastedKeyOpensTheAccountAndIsGoneAfterwards()
