@@ -38,6 +38,17 @@ const QRegularExpression &dosForm()
     return form;
 }
 
+/// Where the arrow to a link's target is; -1 without one. The size is the length of the target, which tells that arrow
+/// from those in names.
+qsizetype arrowIn(const QString &text, qint64 targetBytes)
+{
+    const QString arrow = QStringLiteral(" -> ");
+    const qsizetype beforeTarget = text.size() - targetBytes - arrow.size();
+    if (beforeTarget > 0 && QStringView(text).mid(beforeTarget).startsWith(arrow))
+        return beforeTarget;
+    return text.indexOf(arrow);
+}
+
 std::optional<Row> unixRow(const QString &line, const QDateTime &now)
 {
     const QRegularExpressionMatch match = unixForm().match(line);
@@ -60,7 +71,7 @@ std::optional<Row> unixRow(const QString &line, const QDateTime &now)
     }
     row.name = match.captured(10);
     if (row.item.isSymlink) {
-        if (const qsizetype arrow = row.name.indexOf(QStringLiteral(" -> ")); arrow > 0)
+        if (const qsizetype arrow = arrowIn(row.name, row.item.size); arrow > 0)
             row.name.truncate(arrow);
     }
     return row;
@@ -183,6 +194,7 @@ FTPListing parse(const QByteArray &text, const QString &folder, const RemoteChar
             item.ownerName = charset.decode(item.ownerName->toLatin1());
         listing.items.append(std::move(item));
     }
+    UnixListParser::trustLinks(listing.items);
     return listing;
 }
 
