@@ -21,12 +21,12 @@ struct Row
 };
 
 /// Anchored on the date, as the number of columns before it differs from server to server; exactly one blank stands
-/// between the date and the name, which may begin with blanks of its own.
+/// between the date and the name, which may begin with blanks of its own. Months may be of any language, in bytes.
 const QRegularExpression &unixForm()
 {
     static const QRegularExpression form(QStringLiteral(
         R"(^([-dlbcps])([-rwxsStTlL]{9})[+.@]?\s+(?:\d+\s+)?(\S.*?)\s+(?:\d+,\s*)?(\d+)\s+)"
-        R"((?:([A-Z][a-z]{2})\s+(\d{1,2})\s+(\d{4}|\d{1,2}:\d{2})|(\d{4}-\d{2}-\d{2})\s+(\d{2}:\d{2})) (.*)$)"));
+        R"((?:([^\s\d]\S{1,9})\s+(\d{1,2})\s+(\d{4}|\d{1,2}:\d{2})|(\d{4}-\d{2}-\d{2})\s+(\d{2}:\d{2})) (.*)$)"));
     return form;
 }
 

@@ -159,6 +159,8 @@ private slots:
             {"lrwxrwxrwx   1 a b 7 Jan  5 10:00 bin -> usr/bin", "link rwxrwxrwx a 7 2026-01-05 10:00:00 <bin>"},
             // link with an arrow in its name
             {"lrwxrwxrwx   1 a b 1 Jan  5 10:00 a -> b -> c", "link rwxrwxrwx a 1 2026-01-05 10:00:00 <a -> b>"},
+            // month of another language
+            {"-rw-r--r--   1 a b 7 f\xC3\xA9vr. 5 10:00 x", "file rw-r--r-- a 7 - <x>"},
             // arrow in a file's name
             {"-rw-r--r--   1 a b 7 Jan  5 10:00 a -> b", "file rw-r--r-- a 7 2026-01-05 10:00:00 <a -> b>"},
             // blanks around a name
