@@ -267,7 +267,8 @@ void FTPService::commandForEach(const QList<QByteArray> &commands, const QString
     qsizetype first = 0;
     FTPReply refusal;
     for (qsizetype start = 0; start < commands.size(); start += mostCommandsAtOnce) {
-        const QList<FTPReply> replies = command(commands.mid(start, mostCommandsAtOnce), stop);
+        const QList<QByteArray> some = commands.mid(start, mostCommandsAtOnce);
+        const QList<FTPReply> replies = command(some, patienceFor(some), stop);
         for (qsizetype i = 0; i < replies.size(); ++i) {
             if (!replies.at(i).isRefusal() || ++failures > 1)
                 continue;

@@ -133,6 +133,18 @@ private slots:
                  u"“/f/b” could not be deleted, and 1 more: the server refused it.\n550 No"_s);
     }
 
+    void manyCommandsMayTakeTheirTime()
+    {
+        QStringList names;
+        for (int i = 0; i < 75; ++i)
+            names << QString::number(i);
+        const Stub server({u"files="_s + names.join(u','), u"DELE=@slow"_s, u"RMD=250 Done"_s},
+                          {std::chrono::seconds(1)});
+        FTPService &service = server.connected();
+        QCOMPARE(messageOf([&] { service.remove(entryAt(u"/f/"_s), neverStops); }), QString());
+        QCOMPARE(listed(service), QStringList());
+    }
+
     void filesAreReplacedEvenWhereNothingIsRenamedOverAnother()
     {
         const Stub server({u"files=old,new"_s});
