@@ -27,9 +27,7 @@ std::optional<FTPReply> replyEndingIn(const QByteArray &line)
 
 FTPReply CurlTransfer::refusal() const
 {
-    const auto found =
-        std::find_if(replies.crbegin(), replies.crend(), [](const FTPReply &reply) { return reply.isRefusal(); });
-    return found == replies.crend() ? FTPReply() : *found;
+    return !replies.isEmpty() && replies.constLast().isRefusal() ? replies.constLast() : FTPReply();
 }
 
 QByteArray CurlReport::format() const

@@ -84,6 +84,7 @@ private slots:
             {"EPSV=229 Passive (|||1|);PASV=500 No", list,
              "Could not connect: 127.0.0.1 opened no connection for the data."},
             {"RETR=@half;data=12345", read, "“/f” could not be downloaded: the transfer broke off."},
+            {"EPSV=500 EPSV?;RETR=@half;data=12345", read, "“/f” could not be downloaded: the transfer broke off."},
             {"RETR=@hang", read, "Could not connect: 127.0.0.1 has sent nothing for 1 seconds."},
             {"STOR=@hang", write, "Could not connect: 127.0.0.1 has taken nothing for 1 seconds."},
             {"stored=452 No space left", write,
