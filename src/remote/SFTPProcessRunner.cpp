@@ -87,8 +87,9 @@ SFTPOutcome SFTPAnswer::outcome() const
     return SFTPOutcome::classify("sftp> quit", SFTPText::withoutChatter(text), SFTPOutcome::OddItems::fail);
 }
 
-SFTPProcessRunner::SFTPProcessRunner(std::shared_ptr<ProcessRunner> processes)
+SFTPProcessRunner::SFTPProcessRunner(std::shared_ptr<ProcessRunner> processes, SSHPatience patience)
     : m_processes(std::move(processes))
+    , m_patience(patience)
 {
 }
 
@@ -255,11 +256,14 @@ ProcessResult SFTPProcessRunner::runClient(const SSHLogin &login, const QString 
         authOptions(server, login.identityPath, isShared ? Multiplex::yes : Multiplex::no, Interactive::no) +
         passphraseOptions(server, login.credentials) +
         QStringList{portFlag, QString::number(server.port), destination} + request.arguments;
+    if (isShared)
+        watch(login, request, stop);
     const bool wasUp = isShared && ControlSocket::isPresent(server);
     const auto start = std::chrono::steady_clock::now();
     ProcessResult result = m_processes->run(request, stop);
     if (missedItsMaster(request, result))
         result = m_processes->run(request, stop);
+    noteLife(server.id);
     if (wasUp && result.exitCode == 0 && !result.crashed)
         noteRun(std::chrono::round<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start));
     return result;

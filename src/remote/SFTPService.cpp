@@ -44,10 +44,10 @@ QString parsedHome(const QString &output)
 } // namespace
 
 SFTPService::SFTPService(ServerConnection server, ConnectionCredentials credentials,
-                         std::shared_ptr<ProcessRunner> processes)
+                         std::shared_ptr<ProcessRunner> processes, SSHPatience patience)
     : m_server(std::move(server))
     , m_credentials(std::move(credentials))
-    , m_runner(std::move(processes))
+    , m_runner(std::move(processes), patience)
 {
 }
 

@@ -18,8 +18,9 @@ class FindOutput;
 class SFTPService final : public RemoteFileService
 {
 public:
-    SFTPService(ServerConnection server, ConnectionCredentials credentials, std::shared_ptr<ProcessRunner> processes);
-    /// Removes the file of a pasted key; the shared connection stays, others may use it.
+    SFTPService(ServerConnection server, ConnectionCredentials credentials, std::shared_ptr<ProcessRunner> processes,
+                SSHPatience patience = {});
+    /// Removes the file of a pasted key; the shared connection stays, other programs may use it.
     ~SFTPService() override;
     Q_DISABLE_COPY_MOVE(SFTPService)
 

@@ -22,6 +22,7 @@
 
 using namespace moorix;
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 using namespace moorix::test;
 
 namespace {
@@ -368,6 +369,23 @@ private slots:
         else
             QVERIFY2(message.startsWith(u"Could not connect: the connection to 127.0.0.1 was lost."_s),
                      qPrintable(message));
+    }
+
+    void deadLineIsNoticedAndASilentCommandIsNot()
+    {
+        DelayProxy proxy(m_sshd->port());
+        ServerConnection server = m_sshd->connection();
+        server.port = proxy.port();
+        m_services.push_back(
+            std::make_unique<SFTPService>(server, ConnectionCredentials(), m_clients, SSHPatience{400ms, 1600ms}));
+        SFTPService &service = *m_services.back();
+        service.connect(neverStops);
+        QCOMPARE(service.commandOutput(u"sleep 1; echo done"_s, neverStops), u"done\n"_s);
+        const auto list = [&] { service.list(m_folder->path(), HiddenFiles::included, neverStops); };
+        proxy.stall();
+        QCOMPARE(messageOf(list), u"Could not connect: 127.0.0.1 has not answered for 2 seconds."_s);
+        proxy.resume();
+        QCOMPARE(messageOf(list), QString());
     }
 
     void cancelledLoginLeavesNoProcess()
