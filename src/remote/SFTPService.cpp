@@ -17,7 +17,6 @@ namespace moorix {
 
 using SFTPQuoting::sftpListPath;
 using SFTPQuoting::sftpPath;
-using SFTPQuoting::shellPath;
 
 namespace {
 
@@ -156,7 +155,7 @@ void SFTPService::remove(const FileItem &item, const std::stop_token &stop)
         run(batch, stop);
         return;
     }
-    if (runShell(QStringLiteral("rm -rf ") + shellPath(item.path), batch.action, stop))
+    if (changeByShell(QStringLiteral("rm -rf"), {item.path}, batch.action, stop))
         return;
     for (const FileItem &inner : RemoteTree::deepestFirst(*this, item.path, stop)) {
         const bool isFolder = inner.isDirectory && !inner.isSymlink;
@@ -208,7 +207,7 @@ void SFTPService::setPermissions(const QString &path, const QString &octal, Recu
     batch.action = QStringLiteral("The permissions of “%1” could not be changed").arg(Format::display(path));
     const QString change = QStringLiteral("chmod %1 ").arg(octal);
     if (recursive == Recursive::yes) {
-        if (runShell(QStringLiteral("chmod -R %1 ").arg(octal) + shellPath(path), batch.action, stop))
+        if (changeByShell(QStringLiteral("chmod -R ") + octal, {path}, batch.action, stop))
             return;
         for (const FileItem &inner : RemoteTree::deepestFirst(*this, path, stop)) {
             // The change would reach what a link points to.

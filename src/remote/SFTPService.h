@@ -107,6 +107,11 @@ private:
     std::optional<SSHOutput> askShell(const QString &command, const std::stop_token &stop,
                                       const SSHStreams &streams = {});
     bool pack(const QString &command, const QString &folder, SSHStreams streams, const std::stop_token &stop);
+    /// Runs a command that changes what is at the paths; false when the account has no shell to run it. It is ended
+    /// when this is stopped: by itself it goes on when its client is gone.
+    bool changeByShell(const QString &command, const QStringList &paths, const QString &action,
+                       const std::stop_token &stop);
+    void endOnServer(const QString &commandLine);
     /// What a shell command prints; nothing when the account has no shell to run it.
     std::optional<QString> runShell(const QString &command, const QString &action, const std::stop_token &stop,
                                     const SSHStreams &streams = {});

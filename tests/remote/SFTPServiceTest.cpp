@@ -13,6 +13,7 @@
 #include <QDir>
 #include <QProcess>
 
+#include <csignal>
 #include <future>
 
 #include <sys/socket.h>
@@ -43,6 +44,16 @@ ConnectionCredentials withPassword(const QString &password = TestServer::passwor
 qsizetype runningClients()
 {
     return childrenNamed("sftp").size() + childrenNamed("ssh").size();
+}
+
+/// The process with exactly this command line, its words with blanks between; 0 when there is none.
+qint64 processWith(const QByteArray &commandLine)
+{
+    for (const QString &process : QDir(u"/proc"_s).entryList({u"[0-9]*"_s}, QDir::Dirs)) {
+        if (contentOf(u"/proc/%1/cmdline"_s.arg(process)).replace('\0', ' ') == commandLine + ' ')
+            return process.toLongLong();
+    }
+    return 0;
 }
 
 enum class End { reached, serverDies, lineBreaks, cancelled };
@@ -300,6 +311,32 @@ private slots:
         QVERIFY(messageWithMode(0x7700).contains(u"could not be listed: permission denied."_s));
         QVERIFY(messageWithMode(0x7744).contains(u"may not enter this folder"_s));
         QCOMPARE(messageWithMode(0x7755), QString());
+    }
+
+    void removalThatIsStoppedEndsOnTheServer()
+    {
+        constexpr int files = 30000;
+        const QString tree = at("tr.ee (1)");
+        const QByteArray first = QFile::encodeName(tree + u"/0"_s);
+        QVERIFY(QDir().mkdir(tree));
+        putFile(tree + u"/0"_s, "x");
+        for (int i = 1; i < files; ++i)
+            QVERIFY(::link(first.constData(), QFile::encodeName(tree + u"/%1"_s.arg(i)).constData()) == 0);
+        SFTPService &service = connected();
+        std::stop_source source;
+        auto removal =
+            std::async(std::launch::async, [&] { service.remove(entryAt(tree + u'/'), source.get_token()); });
+        const QByteArray commandLine = "rm -rf " + tree.toUtf8();
+        qint64 process = 0;
+        while (process == 0 && removal.wait_for(std::chrono::seconds(0)) == std::future_status::timeout)
+            process = processWith(commandLine);
+        QVERIFY(process > 0 && ::kill(pid_t(process), SIGSTOP) == 0);
+        source.request_stop();
+        QVERIFY_THROWS_EXCEPTION(Cancelled, removal.get());
+        const qsizetype left = QDir(tree).count();
+        QVERIFY(::kill(pid_t(process), SIGCONT) == 0);
+        QTRY_VERIFY(processWith(commandLine) == 0);
+        QVERIFY(left > 2 && qsizetype(QDir(tree).count()) == left);
     }
 
     void linksLeftOutOfATreeAreReported()
