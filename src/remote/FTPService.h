@@ -65,6 +65,7 @@ public:
     bool exists(const QString &path, const std::stop_token &stop) override;
     FileItem followLink(const FileItem &link, const std::stop_token &stop) override;
     /// By way of this machine: the protocol has no command for it. Links are left out, and named by operationFailed.
+    /// Files keep their times and modes.
     void copy(const FileItem &item, const QString &toPath, const std::stop_token &stop) override;
     void move(const FileItem &item, const QString &toPath, const std::stop_token &stop) override;
     /// Always nothing: the protocol does not tell.
@@ -168,10 +169,18 @@ private:
     void settle(RemoteStep &step, const FTPReply &reply, Standing &after, const std::stop_token &stop);
     std::chrono::seconds patienceFor(const QList<QByteArray> &commands) const;
 
-    void downloadFolder(const QString &remotePath, const QString &localPath, QStringList &skipped,
+    /// A copy of a whole folder, and the links left out of it.
+    struct TreeCopy
+    {
+        bool keepsTimes = false;
+        QStringList skipped = {};
+    };
+    void downloadFolder(const QString &remotePath, const QString &localPath, TreeCopy &copy,
                         const std::stop_token &stop);
-    void uploadFolder(const QString &localPath, const QString &remotePath, QStringList &skipped,
-                      const std::stop_token &stop);
+    void uploadFolder(const QString &localPath, const QString &remotePath, TreeCopy &copy, const std::stop_token &stop);
+    /// `item` is what any links lead to.
+    void copyThroughThisMachine(const FileItem &item, const QString &destination, bool keepsTimes,
+                                const std::stop_token &stop);
 
     const ServerConnection m_server;
     const ConnectionCredentials m_credentials;

@@ -248,7 +248,7 @@ FileItem SFTPService::followLink(const FileItem &link, const std::stop_token &st
 void SFTPService::copy(const FileItem &item, const QString &toPath, const std::stop_token &stop)
 {
     refuseExisting(toPath, stop);
-    copyRemote(item.path, toPath, stop);
+    copyOnServer(item.path, toPath, Times::kept, stop);
 }
 
 void SFTPService::move(const FileItem &item, const QString &toPath, const std::stop_token &stop)

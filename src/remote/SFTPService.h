@@ -121,8 +121,16 @@ private:
     std::optional<QString> put(const QString &localPath, const QString &toRemote, const RemoteTransferOptions &options,
                                const std::stop_token &stop);
     void refuseExisting(const QString &path, const std::stop_token &stop);
+    enum class Times { ofTheCopy, kept };
+    void downloadTree(const QString &remotePath, const QString &toLocal, Times times, const std::stop_token &stop);
+    void uploadTree(const QString &localPath, const QString &toRemote, Times times, const std::stop_token &stop);
     void runRecursiveCopy(const SFTPBatch &batch, const std::stop_token &stop);
-    void copyThroughThisMachine(const QString &source, const QString &destination, const std::stop_token &stop);
+    void copyOnServer(const QString &source, const QString &destination, Times times, const std::stop_token &stop);
+    void copyThroughThisMachine(const QString &source, const QString &destination, Times times,
+                                const std::stop_token &stop);
+    /// For servers that rename over nothing: what stands at the destination steps aside first, and comes back when
+    /// the source cannot take its place. False, with nothing changed, where that does not help.
+    bool replaceByDetour(const QString &source, const QString &destination, const std::stop_token &stop);
 
     ServerConnection m_server;
     ConnectionCredentials m_credentials;
