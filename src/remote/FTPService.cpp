@@ -202,9 +202,19 @@ void FTPService::moveRemote(const QString &source, const QString &destination, c
     renameTo(source, destination, Existing::replace, stop);
 }
 
-std::optional<qint64> FTPService::freeSpace(const QString & /*path*/, const std::stop_token & /*stop*/)
+std::optional<qint64> FTPService::freeSpace(const QString &path, const std::stop_token &stop)
 {
-    return std::nullopt;
+    login();
+    if (m_tellsNoFreeSpace)
+        return std::nullopt;
+    constexpr int status = 213;
+    constexpr int notUnderstood = 500;
+    constexpr int notForThat = 504;
+    const FTPReply reply = command({"AVBL " + native(path)}, stop).constFirst();
+    m_tellsNoFreeSpace = reply.code >= notUnderstood && reply.code <= notForThat;
+    bool isNumber = false;
+    const qint64 bytes = reply.text.trimmed().toLongLong(&isNumber);
+    return reply.code == status && isNumber && bytes >= 0 ? std::optional(bytes) : std::nullopt;
 }
 
 FTPLogin FTPService::login() const

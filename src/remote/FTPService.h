@@ -68,7 +68,7 @@ public:
     /// Files keep their times and modes.
     void copy(const FileItem &item, const QString &toPath, const std::stop_token &stop) override;
     void move(const FileItem &item, const QString &toPath, const std::stop_token &stop) override;
-    /// Always nothing: the protocol does not tell.
+    /// Of servers that know the command for it; most do not.
     std::optional<qint64> freeSpace(const QString &path, const std::stop_token &stop) override;
 
     void download(const QString &remotePath, const QString &toLocal, const RemoteTransferOptions &options,
@@ -189,6 +189,7 @@ private:
     CurlRunner m_runner;
     /// Held while something is found out about the server, so that others wait for it instead of asking, too.
     std::mutex m_learning;
+    std::atomic<bool> m_tellsNoFreeSpace = false;
     std::atomic<TimeCommand> m_timeCommand = TimeCommand::unknown;
     enum class OlderTLS { unknown, taken, refused };
     OlderTLS m_olderTLS = OlderTLS::unknown;

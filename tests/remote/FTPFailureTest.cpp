@@ -127,6 +127,13 @@ private slots:
             QCOMPARE(listed(Stub(words).connected()), (QStringList{u"a"_s, u"b"_s}));
     }
 
+    void serverThatTellsItsFreeSpaceIsBelieved()
+    {
+        QCOMPARE(Stub({u"AVBL=213 5000000000"_s}).connected().freeSpace(u"/"_s, neverStops),
+                 std::optional<qint64>(5000000000));
+        QVERIFY(!Stub({u"AVBL=500 What?"_s}).connected().freeSpace(u"/"_s, neverStops));
+    }
+
     void whatCannotBeRemovedIsNamedAndTheRestGoesOn()
     {
         const Stub server({u"files=a,b"_s, u"DELE=550 No"_s});
