@@ -325,23 +325,32 @@ FTPReply FTPService::replaceByDetour(const QString &source, const QString &desti
 {
     const QByteArray from = native(source);
     const QByteArray to = native(destination);
-    const QByteArray aside = native(LocalDisk::partPath(destination));
+    const QString asidePath = LocalDisk::partPath(destination);
+    const QByteArray aside = native(asidePath);
     // Whatever happens in between, something must stand at the destination in the end: hence no stop.
     const std::stop_token unstoppable;
-    const auto putBack = [&] { command({"RNFR " + aside, "RNTO " + to}, unstoppable); };
+    const QString whereItIs = QStringLiteral("\nIf “%1” is missing, what it held is “%2” beside it.")
+                                  .arg(Format::display(destination), Format::display(Format::fileName(asidePath)));
+    const auto putBack = [&] { return command({"RNFR " + aside, "RNTO " + to}, unstoppable).constLast(); };
     QList<FTPReply> replies;
     try {
         replies = command({"RNFR " + to, "RNTO " + aside, "RNFR " + from, "RNTO " + to}, unstoppable);
     } catch (const Error &) {
-        putBack();
+        try {
+            putBack();
+        } catch (const FileServiceError &error) {
+            throw FileServiceError::connectionFailed(error.text() + whereItIs);
+        }
         throw;
     }
     if (replies.at(1).isRefusal())
         return replies.at(1);
-    if (replies.at(3).isRefusal())
-        putBack();
-    else
+    if (!replies.at(3).isRefusal()) {
         command({"DELE " + aside}, unstoppable);
+    } else if (const FTPReply refused = putBack(); refused.isRefusal()) {
+        throw FileServiceError::operationFailed(
+            FTPFailureText::operation(unable(source, QStringLiteral("moved")), asTransfer(refused)) + whereItIs);
+    }
     return replies.at(3);
 }
 

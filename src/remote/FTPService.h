@@ -124,7 +124,7 @@ private:
 
     void refuseExisting(const QString &path, const std::stop_token &stop);
     /// For servers that rename over nothing: what stands at the destination steps aside first, and comes back when
-    /// the source cannot take its place. Returns the reply that counts.
+    /// the source cannot take its place. Returns the reply that counts; an Error tells where it is if it did not.
     FTPReply replaceByDetour(const QString &source, const QString &destination);
     enum class Existing { refuse, replace };
     void renameTo(const QString &source, const QString &destination, Existing existing, const std::stop_token &stop);

@@ -91,6 +91,8 @@ private:
     SFTPOutput run(const SFTPBatch &batch, const std::stop_token &stop);
     QList<SFTPAnswer> runEach(const QStringList &commands, const std::function<void(qsizetype answered)> &onAnswer,
                               const std::stop_token &stop, const QString &folder = {});
+    /// Empty when it has worked in the end.
+    QString failureOfReplacing(const RemoteStep &step, const std::stop_token &stop);
     bool isFar() const;
     /// What lists a folder; the last of them prints the rows.
     static QStringList listCommands(const QString &path, const QString &flags);

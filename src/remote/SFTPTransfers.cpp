@@ -3,6 +3,7 @@
 
 #include "files/FileServiceError.h"
 #include "files/Format.h"
+#include "files/LocalDisk.h"
 #include "platform/PrivateFolder.h"
 #include "remote/SFTPQuoting.h"
 #include "remote/TransferProgress.h"
@@ -131,7 +132,51 @@ void SFTPService::moveRemote(const QString &source, const QString &destination, 
     if (Format::parent(source) == Format::parent(destination))
         batch.subject = source;
     batch.action = action(source, QStringLiteral("moved to “%1”").arg(Format::display(destination)));
-    run(batch, stop);
+    try {
+        run(batch, stop);
+    } catch (const FileServiceError &error) {
+        // Between two folders it is more likely something else that is in the way.
+        const bool mayBeInTheWay = error.kind() == FileServiceError::Case::operationFailed &&
+                                   Format::parent(source) == Format::parent(destination);
+        if (!mayBeInTheWay || !replaceByDetour(source, destination, stop))
+            throw;
+    }
+}
+
+bool SFTPService::replaceByDetour(const QString &source, const QString &destination, const std::stop_token &stop)
+{
+    const std::optional<FileItem> standing = stat(destination, stop);
+    if (!standing || (standing->isDirectory && !standing->isSymlink))
+        return false;
+    const QString aside = LocalDisk::partPath(destination);
+    const QString whereItIs = QStringLiteral("\nIf “%1” is missing, what it held is “%2” beside it.")
+                                  .arg(Format::display(destination), Format::display(Format::fileName(aside)));
+    // Whatever happens in between, something must stand at the destination in the end: hence no stop.
+    const auto isDone = [this](const QString &command) {
+        SFTPBatch step;
+        step.commands = {command};
+        try {
+            run(step, {});
+            return true;
+        } catch (const FileServiceError &error) {
+            if (error.isOfConnection())
+                throw;
+            return false;
+        }
+    };
+    try {
+        if (!isDone(QStringLiteral("rename ") + pair(destination, aside)))
+            return false;
+        if (isDone(QStringLiteral("rename ") + pair(source, destination))) {
+            isDone(QStringLiteral("rm ") + sftpPath(aside));
+            return true;
+        }
+        if (isDone(QStringLiteral("rename ") + pair(aside, destination)))
+            return false;
+    } catch (const FileServiceError &error) {
+        throw FileServiceError::connectionFailed(error.text() + whereItIs);
+    }
+    throw FileServiceError::operationFailed(action(source, QStringLiteral("moved.")) + whereItIs);
 }
 
 void SFTPService::runRecursiveCopy(const SFTPBatch &batch, const std::stop_token &stop)

@@ -264,6 +264,25 @@ private slots:
         FileServiceContract::runRow({connectedAs(TestServer::user()), m_folder->path()});
     }
 
+    void filesAreReplacedEvenWhereNothingIsRenamedOverAnother()
+    {
+        NEED_ACCOUNTS();
+        SFTPService &service = connectedAs(TestServer::userWithoutShell());
+        const auto written = [&](const QByteArray &content) {
+            service.write(content, at("new"), neverStops);
+            return at("new");
+        };
+        service.write("1", at("file"), neverStops);
+        service.moveRemote(written("2"), at("file"), neverStops);
+        QCOMPARE(snapshotOf(m_folder->path()), (TreeSnapshot{{u"file"_s, "2"}}));
+        std::vector<RemoteStep> steps{{RemoteStep::Kind::replace, written("3"), at("file")},
+                                      {RemoteStep::Kind::replace, at("missing"), at("file")}};
+        service.takeSteps(steps, neverStops);
+        QVERIFY(steps.at(0).state == RemoteStep::State::done && steps.at(1).state == RemoteStep::State::failed);
+        QVERIFY(!messageOf([&] { service.moveRemote(at("missing"), at("file"), neverStops); }).isEmpty());
+        QCOMPARE(snapshotOf(m_folder->path()), (TreeSnapshot{{u"file"_s, "3"}}));
+    }
+
     void shellTellsNamesAndTimesExactlyAndTheClientTheRest()
     {
         NEED_ACCOUNTS();
