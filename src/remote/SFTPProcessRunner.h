@@ -28,6 +28,8 @@ struct SSHLogin
     std::optional<QString> identityPath;
     /// Over a shared connection beside the server's first, which does not share its limits either.
     bool isFurther = false;
+    /// True once the user has disconnected: no client that has waited until then begins.
+    std::shared_ptr<const std::atomic<bool>> isEnded = {};
 };
 
 /// One batch for `sftp`.
@@ -123,7 +125,7 @@ public:
     /// How long the shortest run over a connection that was up has taken so far; nothing before the first.
     std::optional<std::chrono::milliseconds> quickestRun() const;
 
-    /// Ends the server's shared connection. Blocking; failures are ignored.
+    /// Ends the server's shared connection; no client joins it meanwhile. Blocking; failures are ignored.
     void closeMaster(const ServerConnection &server) noexcept;
 
 private:

@@ -5,6 +5,7 @@
 #include "files/FileServiceError.h"
 #include "files/Format.h"
 #include "platform/PrivateFile.h"
+#include "remote/ControlSocket.h"
 #include "remote/SFTPQuoting.h"
 #include "remote/SSHAuthHelper.h"
 #include "remote/UnixListParser.h"
@@ -12,6 +13,7 @@
 #include <QFile>
 
 #include <algorithm>
+#include <utility>
 
 namespace moorix {
 
@@ -52,6 +54,8 @@ SFTPService::SFTPService(ServerConnection server, ConnectionCredentials credenti
 
 SFTPService::~SFTPService()
 {
+    if (m_hasJoined)
+        ControlSocket::leave(m_server);
     SSHAuthHelper::cleanupIdentity(m_tempIdentityPath);
 }
 
@@ -67,6 +71,9 @@ void SFTPService::connect(const std::stop_token &stop)
     {
         const std::lock_guard lock(m_mutex);
         login.identityPath = SSHAuthHelper::prepareIdentity(m_server, m_credentials, m_tempIdentityPath);
+        // Before it is used, so that nobody who leaves it meanwhile ends it.
+        if (!std::exchange(m_hasJoined, true))
+            ControlSocket::join(m_server);
     }
     m_runner.checkPassphrase(login, stop);
     SFTPBatch batch;
@@ -75,18 +82,25 @@ void SFTPService::connect(const std::stop_token &stop)
     const std::lock_guard lock(m_mutex);
     m_home = home;
     m_lacksShell = false;
-    m_isConnected = true;
+    if (!std::exchange(m_isConnected, true))
+        m_isEnded = std::make_shared<std::atomic<bool>>(false);
 }
 
 void SFTPService::disconnect() noexcept
 {
+    bool isLast = true;
     {
         // First of all: an operation that comes in between must not open another connection.
         const std::lock_guard lock(m_mutex);
         m_isConnected = false;
+        if (m_isEnded)
+            *m_isEnded = true;
+        if (std::exchange(m_hasJoined, false))
+            isLast = ControlSocket::leave(m_server);
         SSHAuthHelper::cleanupIdentity(m_tempIdentityPath);
     }
-    m_runner.closeMaster(m_server);
+    if (isLast)
+        m_runner.closeMaster(m_server);
     m_lanes.close();
 }
 
@@ -282,6 +296,7 @@ SSHLogin SFTPService::login() const
     if (!m_isConnected)
         throw FileServiceError::notConnected();
     SSHLogin login{m_server, m_credentials, m_tempIdentityPath};
+    login.isEnded = m_isEnded;
     if (!login.identityPath) {
         std::optional<QString> none;
         login.identityPath = SSHAuthHelper::prepareIdentity(m_server, m_credentials, none);

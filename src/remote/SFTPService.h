@@ -29,6 +29,7 @@ public:
 
     /// Logs in and learns the home folder. Throws connectionFailed with the client's reason.
     void connect(const std::stop_token &stop) override;
+    /// Ends the shared connection unless another service of this program uses it, too.
     void disconnect() noexcept override;
     QString defaultDirectory(const std::stop_token &stop) override;
     QList<FileItem> list(const QString &path, HiddenFiles hidden, const std::stop_token &stop) override;
@@ -143,6 +144,9 @@ private:
 
     mutable std::mutex m_mutex;
     bool m_isConnected = false;
+    /// Whether this is one of the users of the shared connection.
+    bool m_hasJoined = false;
+    std::shared_ptr<std::atomic<bool>> m_isEnded;
     QString m_home;
     std::optional<QString> m_tempIdentityPath;
 };

@@ -459,6 +459,17 @@ private slots:
         QVERIFY_THROWS_EXCEPTION(Cancelled, login.get());
     }
 
+    void disconnectingLeavesTheConnectionToOtherServices()
+    {
+        const ServerConnection server = m_sshd->connection();
+        SFTPService &first = connected(server);
+        SFTPService &second = connected(server);
+        first.disconnect();
+        QVERIFY(ControlSocket::isPresent(server));
+        second.disconnect();
+        QVERIFY(!ControlSocket::isPresent(server));
+    }
+
     void twoUsersOfOneRecordNeverShareAConnection()
     {
         NEED_ACCOUNTS();
