@@ -4,7 +4,10 @@
 #include "support/TestMain.h"
 
 #include <QDir>
+#include <QLockFile>
 #include <QProcess>
+
+#include <future>
 
 using namespace moorix;
 using namespace Qt::StringLiterals;
@@ -164,6 +167,23 @@ private slots:
         const FileItem old = entryAt(u"/old"_s);
         service.write("x", u"/other"_s, neverStops);
         QVERIFY(messageOf([&] { service.move(old, u"/other"_s, neverStops); }).contains(u"exists already"_s));
+    }
+
+    void keysThatOtherProgramsLearnStay()
+    {
+        const TestTree tree;
+        const FTPCertificates certificates(tree.path("keys.json"));
+        QLockFile other(tree.path("keys.json.lock"));
+        QVERIFY(other.lock());
+        const ServerConnection ours = serverAt(u"a"_s, {});
+        auto learning = std::async(std::launch::async, [&] { certificates.remember(ours, "sha256//a"); });
+        // Without waiting it would have written before this, or over it.
+        QVERIFY(learning.wait_for(std::chrono::milliseconds(100)) == std::future_status::timeout);
+        tree.write("keys.json",
+                   QByteArray("{'certificates':[{'host':'b','port':22,'publicKey':'sha256//b'}]}").replace('\'', '"'));
+        other.unlock();
+        learning.get();
+        QVERIFY(certificates.known(ours) && certificates.known(serverAt(u"b"_s, {})));
     }
 
     void damagedListOfKeysIsSetAside()
