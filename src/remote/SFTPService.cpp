@@ -8,6 +8,7 @@
 #include "remote/ControlSocket.h"
 #include "remote/SFTPQuoting.h"
 #include "remote/SSHAuthHelper.h"
+#include "remote/SSHFailureText.h"
 #include "remote/UnixListParser.h"
 
 #include <QFile>
@@ -349,7 +350,7 @@ std::optional<QString> SFTPService::runShell(const QString &command, const QStri
     const QString words = output->errorText.isEmpty()
                               ? QStringLiteral("The command exited with code %1.").arg(output->exitCode)
                               : output->errorText;
-    throw FileServiceError::operationFailed(action + QStringLiteral(".\n") + words);
+    throw FileServiceError::operationFailed(action + QStringLiteral(".\n") + SSHFailureText::shortened(words));
 }
 
 QString SFTPService::commandOutput(const QString &command, const std::stop_token &stop)
