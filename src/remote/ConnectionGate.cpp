@@ -21,6 +21,8 @@ ConnectionGate::Place ConnectionGate::enter(const Door &door, const std::stop_to
     std::unique_lock lock(m_mutex);
     const auto mayEnter = [&] {
         const auto inside = m_inside.constFind(door.name);
+        if (m_closed.contains(door.name))
+            return false;
         return inside == m_inside.cend() || (inside->running < inside->limit && door.isWarm());
     };
     while (!mayEnter()) {
@@ -32,6 +34,24 @@ ConnectionGate::Place ConnectionGate::enter(const Door &door, const std::stop_to
     if (++inside.running == 1)
         inside.limit = door.mostAtOnce;
     return Place(*this, door.name);
+}
+
+ConnectionGate::Closure::Closure(ConnectionGate &gate, QString door)
+    : m_gate(gate)
+    , m_door(std::move(door))
+{
+    const std::lock_guard lock(m_gate.m_mutex);
+    ++m_gate.m_closed[m_door];
+}
+
+ConnectionGate::Closure::~Closure()
+{
+    {
+        const std::lock_guard lock(m_gate.m_mutex);
+        if (--m_gate.m_closed[m_door] == 0)
+            m_gate.m_closed.remove(m_door);
+    }
+    m_gate.m_changed.notify_all();
 }
 
 int ConnectionGate::limitOf(const Door &door) const

@@ -52,6 +52,19 @@ public:
         bool m_isGivenBack = false;
     };
 
+    /// Keeps newcomers out of a door for as long as it exists; those inside may stay.
+    class Closure final
+    {
+    public:
+        Closure(ConnectionGate &gate, QString door);
+        ~Closure();
+        Q_DISABLE_COPY_MOVE(Closure)
+
+    private:
+        ConnectionGate &m_gate;
+        QString m_door;
+    };
+
     /// The limit is the far machine's, so all connections of the program share one gate.
     static ConnectionGate &ofThisProgram();
 
@@ -73,6 +86,8 @@ private:
     mutable std::mutex m_mutex;
     std::condition_variable_any m_changed;
     QHash<QString, Inside> m_inside;
+    /// How many closures there are of a door.
+    QHash<QString, int> m_closed;
 };
 
 } // namespace moorix

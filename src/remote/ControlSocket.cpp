@@ -11,6 +11,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QHash>
 #include <QSaveFile>
 
 #include <mutex>
@@ -23,6 +24,19 @@ namespace moorix::ControlSocket {
 namespace {
 
 enum class Holder { nobody, us, somebodyElse };
+
+/// How many services use the connection of each server.
+struct Users
+{
+    std::mutex mutex;
+    QHash<QUuid, int> counts;
+};
+
+Users &usersOfThisProgram()
+{
+    static Users users;
+    return users;
+}
 
 Holder holder(const QString &path)
 {
@@ -114,6 +128,23 @@ bool claim(const ServerConnection &server, const ConnectionCredentials &credenti
     if (socket == Holder::us)
         SSHAuthHelper::closeMaster(server, runner);
     return writeRecord(record, digest);
+}
+
+void join(const ServerConnection &server)
+{
+    Users &users = usersOfThisProgram();
+    const std::lock_guard lock(users.mutex);
+    ++users.counts[server.id];
+}
+
+bool leave(const ServerConnection &server)
+{
+    Users &users = usersOfThisProgram();
+    const std::lock_guard lock(users.mutex);
+    if (--users.counts[server.id] > 0)
+        return false;
+    users.counts.remove(server.id);
+    return true;
 }
 
 bool isPresent(const ServerConnection &server)

@@ -23,6 +23,11 @@ QString path(const ServerConnection &server);
 /// Blocking.
 bool claim(const ServerConnection &server, const ConnectionCredentials &credentials, ProcessRunner &runner);
 
+/// Notes one more of this program's services that uses the connection.
+void join(const ServerConnection &server);
+/// Takes one back; whether it was the last, whose leaving ends the connection.
+bool leave(const ServerConnection &server);
+
 /// Whether a master of ours may be listening.
 bool isPresent(const ServerConnection &server);
 

@@ -38,9 +38,7 @@ QList<FTPReply> repliesIn(const QByteArray &text)
 
 FTPReply CurlTransfer::refusal() const
 {
-    const auto found =
-        std::find_if(replies.crbegin(), replies.crend(), [](const FTPReply &reply) { return reply.isRefusal(); });
-    return found == replies.crend() ? FTPReply() : *found;
+    return !replies.isEmpty() && replies.constLast().isRefusal() ? replies.constLast() : FTPReply();
 }
 
 /// curl writes what goes to standard error byte by byte, each with a call and a moment of the reader's; hence as little

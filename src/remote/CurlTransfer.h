@@ -34,7 +34,8 @@ struct CurlTransfer
     /// What curl says about its failure.
     QByteArray words;
 
-    /// The last reply that refuses something; code 0 when there is none.
+    /// The last reply, if it refuses something, else code 0: curl goes on past refusals that have nothing to do with
+    /// its failure.
     FTPReply refusal() const;
     int lastCode() const { return replies.isEmpty() ? 0 : replies.constLast().code; }
 };

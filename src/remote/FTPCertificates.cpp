@@ -8,9 +8,11 @@
 
 #include <QCryptographicHash>
 #include <QList>
+#include <QLockFile>
 
 #include <algorithm>
 #include <mutex>
+#include <tuple>
 
 namespace moorix {
 
@@ -26,8 +28,24 @@ struct Certificate
     QDateTime firstSeen;
 };
 
-/// One at a time: every change reads, changes and writes the whole document.
 std::mutex documentMutex;
+
+/// One at a time, in this program and in others: every change reads, changes and writes the whole document.
+class Turn final
+{
+public:
+    explicit Turn(const QString &document)
+        : m_others(document + QStringLiteral(".lock"))
+    {
+        // One that holds it longer hangs.
+        constexpr int longestWaitMilliseconds = 2000;
+        std::ignore = m_others.tryLock(longestWaitMilliseconds);
+    }
+
+private:
+    const std::lock_guard<std::mutex> m_ofThisProgram{documentMutex};
+    QLockFile m_others;
+};
 
 QList<Certificate> decoded(const QByteArray &bytes)
 {
@@ -175,7 +193,7 @@ std::optional<QByteArray> FTPCertificates::known(const ServerConnection &server)
 
 void FTPCertificates::remember(const ServerConnection &server, const QByteArray &key) const
 {
-    const std::lock_guard lock(documentMutex);
+    const Turn turn(m_path);
     QList<Certificate> all = load(m_path);
     all.removeIf([&server](const Certificate &certificate) { return isOf(certificate, server); });
     all.append({server.host, server.port, key, QDateTime::currentDateTimeUtc()});
@@ -184,7 +202,7 @@ void FTPCertificates::remember(const ServerConnection &server, const QByteArray 
 
 void FTPCertificates::forget(const ServerConnection &server) const
 {
-    const std::lock_guard lock(documentMutex);
+    const Turn turn(m_path);
     QList<Certificate> all = load(m_path);
     if (all.removeIf([&server](const Certificate &certificate) { return isOf(certificate, server); }) > 0)
         save(m_path, all);

@@ -21,12 +21,12 @@ struct Row
 };
 
 /// Anchored on the date, as the number of columns before it differs from server to server; exactly one blank stands
-/// between the date and the name, which may begin with blanks of its own.
+/// between the date and the name, which may begin with blanks of its own. Months may be of any language, in bytes.
 const QRegularExpression &unixForm()
 {
     static const QRegularExpression form(QStringLiteral(
         R"(^([-dlbcps])([-rwxsStTlL]{9})[+.@]?\s+(?:\d+\s+)?(\S.*?)\s+(?:\d+,\s*)?(\d+)\s+)"
-        R"((?:([A-Z][a-z]{2})\s+(\d{1,2})\s+(\d{4}|\d{1,2}:\d{2})|(\d{4}-\d{2}-\d{2})\s+(\d{2}:\d{2})) (.*)$)"));
+        R"((?:([^\s\d]\S{1,9})\s+(\d{1,2})\s+(\d{4}|\d{1,2}:\d{2})|(\d{4}-\d{2}-\d{2})\s+(\d{2}:\d{2})) (.*)$)"));
     return form;
 }
 
@@ -36,6 +36,17 @@ const QRegularExpression &dosForm()
         QStringLiteral(R"(^(\d{2,4})[-/](\d{2})[-/](\d{2,4})\s+(\d{1,2}):(\d{2})(?::\d{2})?\s*([AaPp][Mm])?\s+)"
                        R"((?:<(DIR|JUNCTION|SYMLINKD?)>\s+|([\d,.]+) )(.*)$)"));
     return form;
+}
+
+/// Where the arrow to a link's target is; -1 without one. The size is the length of the target, which tells that arrow
+/// from those in names.
+qsizetype arrowIn(const QString &text, qint64 targetBytes)
+{
+    const QString arrow = QStringLiteral(" -> ");
+    const qsizetype beforeTarget = text.size() - targetBytes - arrow.size();
+    if (beforeTarget > 0 && QStringView(text).mid(beforeTarget).startsWith(arrow))
+        return beforeTarget;
+    return text.indexOf(arrow);
 }
 
 std::optional<Row> unixRow(const QString &line, const QDateTime &now)
@@ -60,7 +71,7 @@ std::optional<Row> unixRow(const QString &line, const QDateTime &now)
     }
     row.name = match.captured(10);
     if (row.item.isSymlink) {
-        if (const qsizetype arrow = row.name.indexOf(QStringLiteral(" -> ")); arrow > 0)
+        if (const qsizetype arrow = arrowIn(row.name, row.item.size); arrow > 0)
             row.name.truncate(arrow);
     }
     return row;
@@ -183,6 +194,7 @@ FTPListing parse(const QByteArray &text, const QString &folder, const RemoteChar
             item.ownerName = charset.decode(item.ownerName->toLatin1());
         listing.items.append(std::move(item));
     }
+    UnixListParser::trustLinks(listing.items);
     return listing;
 }
 

@@ -202,9 +202,19 @@ void FTPService::moveRemote(const QString &source, const QString &destination, c
     renameTo(source, destination, Existing::replace, stop);
 }
 
-std::optional<qint64> FTPService::freeSpace(const QString & /*path*/, const std::stop_token & /*stop*/)
+std::optional<qint64> FTPService::freeSpace(const QString &path, const std::stop_token &stop)
 {
-    return std::nullopt;
+    login();
+    if (m_tellsNoFreeSpace)
+        return std::nullopt;
+    constexpr int status = 213;
+    constexpr int notUnderstood = 500;
+    constexpr int notForThat = 504;
+    const FTPReply reply = command({"AVBL " + native(path)}, stop).constFirst();
+    m_tellsNoFreeSpace = reply.code >= notUnderstood && reply.code <= notForThat;
+    bool isNumber = false;
+    const qint64 bytes = reply.text.trimmed().toLongLong(&isNumber);
+    return reply.code == status && isNumber && bytes >= 0 ? std::optional(bytes) : std::nullopt;
 }
 
 FTPLogin FTPService::login() const
@@ -267,7 +277,8 @@ void FTPService::commandForEach(const QList<QByteArray> &commands, const QString
     qsizetype first = 0;
     FTPReply refusal;
     for (qsizetype start = 0; start < commands.size(); start += mostCommandsAtOnce) {
-        const QList<FTPReply> replies = command(commands.mid(start, mostCommandsAtOnce), stop);
+        const QList<QByteArray> some = commands.mid(start, mostCommandsAtOnce);
+        const QList<FTPReply> replies = command(some, patienceFor(some), stop);
         for (qsizetype i = 0; i < replies.size(); ++i) {
             if (!replies.at(i).isRefusal() || ++failures > 1)
                 continue;
@@ -314,23 +325,32 @@ FTPReply FTPService::replaceByDetour(const QString &source, const QString &desti
 {
     const QByteArray from = native(source);
     const QByteArray to = native(destination);
-    const QByteArray aside = native(LocalDisk::partPath(destination));
+    const QString asidePath = LocalDisk::partPath(destination);
+    const QByteArray aside = native(asidePath);
     // Whatever happens in between, something must stand at the destination in the end: hence no stop.
     const std::stop_token unstoppable;
-    const auto putBack = [&] { command({"RNFR " + aside, "RNTO " + to}, unstoppable); };
+    const QString whereItIs = QStringLiteral("\nIf “%1” is missing, what it held is “%2” beside it.")
+                                  .arg(Format::display(destination), Format::display(Format::fileName(asidePath)));
+    const auto putBack = [&] { return command({"RNFR " + aside, "RNTO " + to}, unstoppable).constLast(); };
     QList<FTPReply> replies;
     try {
         replies = command({"RNFR " + to, "RNTO " + aside, "RNFR " + from, "RNTO " + to}, unstoppable);
     } catch (const Error &) {
-        putBack();
+        try {
+            putBack();
+        } catch (const FileServiceError &error) {
+            throw FileServiceError::connectionFailed(error.text() + whereItIs);
+        }
         throw;
     }
     if (replies.at(1).isRefusal())
         return replies.at(1);
-    if (replies.at(3).isRefusal())
-        putBack();
-    else
+    if (!replies.at(3).isRefusal()) {
         command({"DELE " + aside}, unstoppable);
+    } else if (const FTPReply refused = putBack(); refused.isRefusal()) {
+        throw FileServiceError::operationFailed(
+            FTPFailureText::operation(unable(source, QStringLiteral("moved")), asTransfer(refused)) + whereItIs);
+    }
     return replies.at(3);
 }
 

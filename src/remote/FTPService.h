@@ -65,9 +65,10 @@ public:
     bool exists(const QString &path, const std::stop_token &stop) override;
     FileItem followLink(const FileItem &link, const std::stop_token &stop) override;
     /// By way of this machine: the protocol has no command for it. Links are left out, and named by operationFailed.
+    /// Files keep their times and modes.
     void copy(const FileItem &item, const QString &toPath, const std::stop_token &stop) override;
     void move(const FileItem &item, const QString &toPath, const std::stop_token &stop) override;
-    /// Always nothing: the protocol does not tell.
+    /// Of servers that know the command for it; most do not.
     std::optional<qint64> freeSpace(const QString &path, const std::stop_token &stop) override;
 
     void download(const QString &remotePath, const QString &toLocal, const RemoteTransferOptions &options,
@@ -123,7 +124,7 @@ private:
 
     void refuseExisting(const QString &path, const std::stop_token &stop);
     /// For servers that rename over nothing: what stands at the destination steps aside first, and comes back when
-    /// the source cannot take its place. Returns the reply that counts.
+    /// the source cannot take its place. Returns the reply that counts; an Error tells where it is if it did not.
     FTPReply replaceByDetour(const QString &source, const QString &destination);
     enum class Existing { refuse, replace };
     void renameTo(const QString &source, const QString &destination, Existing existing, const std::stop_token &stop);
@@ -168,10 +169,18 @@ private:
     void settle(RemoteStep &step, const FTPReply &reply, Standing &after, const std::stop_token &stop);
     std::chrono::seconds patienceFor(const QList<QByteArray> &commands) const;
 
-    void downloadFolder(const QString &remotePath, const QString &localPath, QStringList &skipped,
+    /// A copy of a whole folder, and the links left out of it.
+    struct TreeCopy
+    {
+        bool keepsTimes = false;
+        QStringList skipped = {};
+    };
+    void downloadFolder(const QString &remotePath, const QString &localPath, TreeCopy &copy,
                         const std::stop_token &stop);
-    void uploadFolder(const QString &localPath, const QString &remotePath, QStringList &skipped,
-                      const std::stop_token &stop);
+    void uploadFolder(const QString &localPath, const QString &remotePath, TreeCopy &copy, const std::stop_token &stop);
+    /// `item` is what any links lead to.
+    void copyThroughThisMachine(const FileItem &item, const QString &destination, bool keepsTimes,
+                                const std::stop_token &stop);
 
     const ServerConnection m_server;
     const ConnectionCredentials m_credentials;
@@ -180,6 +189,7 @@ private:
     CurlRunner m_runner;
     /// Held while something is found out about the server, so that others wait for it instead of asking, too.
     std::mutex m_learning;
+    std::atomic<bool> m_tellsNoFreeSpace = false;
     std::atomic<TimeCommand> m_timeCommand = TimeCommand::unknown;
     enum class OlderTLS { unknown, taken, refused };
     OlderTLS m_olderTLS = OlderTLS::unknown;

@@ -33,6 +33,16 @@ void makeLocalFolder(const QString &path)
     }
 }
 
+/// What was downloaded carries no mode; the listing of its original does.
+void applyMode(const FileItem &original, const QString &local)
+{
+    const std::optional<QString> octal = Format::octalMode(original.permissions);
+    if (octal && ::chmod(NativePath::bytes(local).constData(), octal->toUInt(nullptr, 8) & 0777) != 0) {
+        throw FileServiceError::operationFailed(
+            unable(local, QStringLiteral("given its mode: %1").arg(systemErrorText(errno))));
+    }
+}
+
 void throwIfSkipped(const QStringList &skipped)
 {
     if (!skipped.isEmpty()) {
@@ -55,12 +65,12 @@ void FTPService::downloadRecursive(const QString &remotePath, const QString &toL
 {
     struct ::stat status = {};
     const bool isThere = ::stat(NativePath::bytes(toLocal).constData(), &status) == 0 && S_ISDIR(status.st_mode);
-    QStringList skipped;
-    downloadFolder(remotePath, isThere ? Format::join(toLocal, Format::fileName(remotePath)) : toLocal, skipped, stop);
-    throwIfSkipped(skipped);
+    TreeCopy copy;
+    downloadFolder(remotePath, isThere ? Format::join(toLocal, Format::fileName(remotePath)) : toLocal, copy, stop);
+    throwIfSkipped(copy.skipped);
 }
 
-void FTPService::downloadFolder(const QString &remotePath, const QString &localPath, QStringList &skipped,
+void FTPService::downloadFolder(const QString &remotePath, const QString &localPath, TreeCopy &copy,
                                 const std::stop_token &stop)
 {
     const QList<FileItem> items = list(remotePath, HiddenFiles::included, stop);
@@ -69,25 +79,32 @@ void FTPService::downloadFolder(const QString &remotePath, const QString &localP
     for (const FileItem &item : items) {
         const QString local = Format::join(localPath, item.name);
         if (item.isSymlink)
-            skipped << item.path;
+            copy.skipped << item.path;
         else if (item.isDirectory)
-            downloadFolder(item.path, local, skipped, stop);
+            downloadFolder(item.path, local, copy, stop);
         else
             files.push_back({item.path, local});
     }
-    fetchAll(files, {}, nobodyWatches, stop);
+    CurlConfig options;
+    if (copy.keepsTimes)
+        options.flag("remote-time");
+    fetchAll(files, options, nobodyWatches, stop);
     throwIfFailed(files);
+    for (const FileItem &item : items) {
+        if (copy.keepsTimes && !item.isSymlink && !item.isDirectory)
+            applyMode(item, Format::join(localPath, item.name));
+    }
 }
 
 void FTPService::uploadRecursive(const QString &localPath, const QString &toRemote, const std::stop_token &stop)
 {
     const std::optional<FileItem> existing = stat(toRemote, stop);
-    QStringList skipped;
-    uploadFolder(localPath, existing ? Format::join(toRemote, Format::fileName(localPath)) : toRemote, skipped, stop);
-    throwIfSkipped(skipped);
+    TreeCopy copy;
+    uploadFolder(localPath, existing ? Format::join(toRemote, Format::fileName(localPath)) : toRemote, copy, stop);
+    throwIfSkipped(copy.skipped);
 }
 
-void FTPService::uploadFolder(const QString &localPath, const QString &remotePath, QStringList &skipped,
+void FTPService::uploadFolder(const QString &localPath, const QString &remotePath, TreeCopy &copy,
                               const std::stop_token &stop)
 {
     const QList<FileItem> items = LocalFileService().list(localPath, HiddenFiles::included, stop);
@@ -98,37 +115,50 @@ void FTPService::uploadFolder(const QString &localPath, const QString &remotePat
     for (const FileItem &item : items) {
         const QString remote = Format::join(remotePath, item.name);
         if (item.isSymlink)
-            skipped << item.path;
+            copy.skipped << item.path;
         else if (item.isDirectory)
-            uploadFolder(item.path, remote, skipped, stop);
+            uploadFolder(item.path, remote, copy, stop);
         else
             files.push_back({item.path, remote});
     }
-    storeAll(files, nobodyWatches, stop);
+    if (copy.keepsTimes)
+        uploadAll(files, nobodyWatches, stop);
+    else
+        storeAll(files, nobodyWatches, stop);
     throwIfFailed(files);
 }
 
 void FTPService::copy(const FileItem &item, const QString &toPath, const std::stop_token &stop)
 {
     refuseExisting(toPath, stop);
-    copyRemote(item.path, toPath, stop);
+    copyThroughThisMachine(followLink(item, stop), toPath, true, stop);
 }
 
 void FTPService::copyRemote(const QString &source, const QString &destination, const std::stop_token &stop)
 {
-    const PrivateFolder folder(QStringLiteral("moorix-copy-"));
-    const QString local = folder.path() + QStringLiteral("/copy");
     FileItem item;
     item.path = source;
-    if (followLink(item, stop).isDirectory) {
-        QStringList skipped;
-        downloadFolder(source, local, skipped, stop);
-        uploadFolder(local, destination, skipped, stop);
-        throwIfSkipped(skipped);
-    } else {
-        download(source, local, {}, stop);
-        put(local, destination, {}, stop);
+    copyThroughThisMachine(followLink(item, stop), destination, false, stop);
+}
+
+void FTPService::copyThroughThisMachine(const FileItem &item, const QString &destination, bool keepsTimes,
+                                        const std::stop_token &stop)
+{
+    const PrivateFolder folder(QStringLiteral("moorix-copy-"));
+    const QString local = folder.path() + QStringLiteral("/copy");
+    if (item.isDirectory) {
+        TreeCopy copy{keepsTimes};
+        downloadFolder(item.path, local, copy, stop);
+        uploadFolder(local, destination, copy, stop);
+        throwIfSkipped(copy.skipped);
+        return;
     }
+    RemoteTransferOptions options;
+    options.keepsTimes = keepsTimes;
+    download(item.path, local, options, stop);
+    if (keepsTimes)
+        applyMode(item, local);
+    put(local, destination, options, stop);
 }
 
 } // namespace moorix

@@ -6,6 +6,9 @@
 #include "files/Format.h"
 #include "remote/SFTPQuoting.h"
 
+#include <condition_variable>
+#include <thread>
+
 namespace moorix {
 
 using SFTPQuoting::shellPath;
@@ -32,7 +35,58 @@ QHash<QString, QByteArray> parsedSums(const QString &text)
     return sums;
 }
 
+/// Without `stop` ends by itself, soon.
+class ShortPatience final
+{
+public:
+    std::stop_token token() const { return m_tooLate.get_token(); }
+
+private:
+    void wait(const std::stop_token &isDone)
+    {
+        std::mutex mutex;
+        std::unique_lock lock(mutex);
+        std::condition_variable_any never;
+        never.wait_for(lock, isDone, std::chrono::seconds(3), [] { return false; });
+        m_tooLate.request_stop();
+    }
+
+    std::stop_source m_tooLate;
+    std::jthread m_clock{[this](const std::stop_token &isDone) { wait(isDone); }};
+};
+
 } // namespace
+
+bool SFTPService::changeByShell(const QString &command, const QStringList &paths, const QString &action,
+                                const std::stop_token &stop)
+{
+    QString quoted = command;
+    for (const QString &path : paths)
+        quoted += u' ' + shellPath(path);
+    try {
+        return runShell(quoted, action, stop).has_value();
+    } catch (const Cancelled &) {
+        endOnServer((QStringList{command} + paths).join(u' '));
+        throw;
+    }
+}
+
+/// By its whole command line, as the system shows it, so that nothing else is meant.
+void SFTPService::endOnServer(const QString &commandLine)
+{
+    QString pattern;
+    for (const QChar c : commandLine) {
+        if (QStringView(u"\\^$.|?*+()[]{}").contains(c))
+            pattern += u'\\';
+        pattern += c;
+    }
+    const ShortPatience patience;
+    try {
+        m_runner.runRemote(login(), QStringLiteral("pkill -xf ") + shellPath(pattern), patience.token());
+    } catch (const Error &) {
+        // It ends by itself.
+    }
+}
 
 /// Names go in and come back with a NUL behind each, so that none of them needs quoting.
 std::optional<QHash<QString, QByteArray>> SFTPService::checksums(const QStringList &paths, const std::stop_token &stop)

@@ -205,7 +205,22 @@ void SFTPService::takeSteps(std::vector<RemoteStep> &steps, const std::stop_toke
         const SFTPOutcome outcome = answers.at(qsizetype(i)).outcome();
         const bool isGone = step.isRemoval() && outcome.kind == SFTPOutcome::Kind::missing;
         step.failure = isGone ? QString() : outcome.words;
+        if (step.kind == RemoteStep::Kind::replace && outcome.kind == SFTPOutcome::Kind::failed)
+            step.failure = failureOfReplacing(step, stop);
         step.state = step.failure.isEmpty() ? RemoteStep::State::done : RemoteStep::State::failed;
+    }
+}
+
+/// Some servers rename over nothing.
+QString SFTPService::failureOfReplacing(const RemoteStep &step, const std::stop_token &stop)
+{
+    try {
+        moveRemote(step.path, step.toPath, stop);
+        return {};
+    } catch (const FileServiceError &error) {
+        if (error.isOfConnection())
+            throw;
+        return error.message();
     }
 }
 

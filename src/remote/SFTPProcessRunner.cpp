@@ -70,6 +70,12 @@ bool missedItsMaster(const ProcessRequest &request, const ProcessResult &result)
            result.standardError.startsWith("mux_client_request_alive: ");
 }
 
+QString doorName(const ServerConnection &server, bool isFurther)
+{
+    const QString host = QStringLiteral("%1 %2").arg(server.host).arg(server.port);
+    return isFurther ? host + u' ' + uuidText(server.id) : host;
+}
+
 ProcessRequest batchRequest(const QStringList &commands)
 {
     for (const QString &command : commands)
@@ -87,8 +93,9 @@ SFTPOutcome SFTPAnswer::outcome() const
     return SFTPOutcome::classify("sftp> quit", SFTPText::withoutChatter(text), SFTPOutcome::OddItems::fail);
 }
 
-SFTPProcessRunner::SFTPProcessRunner(std::shared_ptr<ProcessRunner> processes)
+SFTPProcessRunner::SFTPProcessRunner(std::shared_ptr<ProcessRunner> processes, SSHPatience patience)
     : m_processes(std::move(processes))
+    , m_patience(patience)
 {
 }
 
@@ -222,6 +229,9 @@ void SFTPProcessRunner::noteRun(std::chrono::milliseconds duration)
 
 void SFTPProcessRunner::closeMaster(const ServerConnection &server) noexcept
 {
+    ConnectionGate &gate = ConnectionGate::ofThisProgram();
+    const ConnectionGate::Closure first(gate, doorName(server, false));
+    const ConnectionGate::Closure further(gate, doorName(server, true));
     SSHAuthHelper::closeMaster(server, *m_processes);
 }
 
@@ -233,11 +243,11 @@ ProcessResult SFTPProcessRunner::runClient(const SSHLogin &login, const QString 
     SSHDestination::check(server);
     bool isShared = true;
     const auto isWarm = [&] { return !isShared || ControlSocket::isPresent(server); };
-    ConnectionGate::Door door{QStringLiteral("%1 %2").arg(server.host).arg(server.port)};
-    if (login.isFurther)
-        door.name += u' ' + uuidText(server.id);
+    ConnectionGate::Door door{doorName(server, login.isFurther)};
     door.isWarm = isWarm;
     const ConnectionGate::Place place = ConnectionGate::ofThisProgram().enter(door, stop);
+    if (login.isEnded && *login.isEnded)
+        throw FileServiceError::notConnected();
     isShared = ControlSocket::claim(server, login.credentials, *m_processes);
 
     // A login that left no shared connection leaves no record of one either.
@@ -253,12 +263,16 @@ ProcessResult SFTPProcessRunner::runClient(const SSHLogin &login, const QString 
     const QString destination = SSHDestination::text(server) + (folder.isEmpty() ? QString() : u':' + folder);
     request.arguments =
         authOptions(server, login.identityPath, isShared ? Multiplex::yes : Multiplex::no, Interactive::no) +
+        passphraseOptions(server, login.credentials) +
         QStringList{portFlag, QString::number(server.port), destination} + request.arguments;
+    if (isShared)
+        watch(login, request, stop);
     const bool wasUp = isShared && ControlSocket::isPresent(server);
     const auto start = std::chrono::steady_clock::now();
     ProcessResult result = m_processes->run(request, stop);
     if (missedItsMaster(request, result))
         result = m_processes->run(request, stop);
+    noteLife(server.id);
     if (wasUp && result.exitCode == 0 && !result.crashed)
         noteRun(std::chrono::round<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start));
     return result;

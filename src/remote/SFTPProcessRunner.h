@@ -4,12 +4,14 @@
 #include "remote/SFTPOutcome.h"
 #include "servers/ServerConnection.h"
 
+#include <QHash>
 #include <QStringList>
 
 #include <atomic>
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <stop_token>
 
 namespace moorix {
@@ -26,6 +28,8 @@ struct SSHLogin
     std::optional<QString> identityPath;
     /// Over a shared connection beside the server's first, which does not share its limits either.
     bool isFurther = false;
+    /// True once the user has disconnected: no client that has waited until then begins.
+    std::shared_ptr<const std::atomic<bool>> isEnded = {};
 };
 
 /// One batch for `sftp`.
@@ -74,13 +78,22 @@ struct SSHOutput
     QString errorText;
 };
 
+/// How long a shared connection may be silent while a client waits for something.
+struct SSHPatience
+{
+    /// Before the server is asked for a sign of life.
+    std::chrono::milliseconds silence{60'000};
+    /// For its answer, which may have to wait behind a file on a slow line.
+    std::chrono::milliseconds answer{30'000};
+};
+
 /// Runs the OpenSSH clients for one login: options, secrets, shared connection, limits, and what their output really
 /// means. Blocking; safe to call from several threads. Secret files are gone when a call
 /// returns, however it does.
 class SFTPProcessRunner final
 {
 public:
-    explicit SFTPProcessRunner(std::shared_ptr<ProcessRunner> processes);
+    explicit SFTPProcessRunner(std::shared_ptr<ProcessRunner> processes, SSHPatience patience = {});
 
     /// Runs a batch with `sftp`. Throws connectionFailed when the client itself fails, notFound or operationFailed when
     /// a command inside the batch does, operationFailed for lines it could not take.
@@ -112,15 +125,27 @@ public:
     /// How long the shortest run over a connection that was up has taken so far; nothing before the first.
     std::optional<std::chrono::milliseconds> quickestRun() const;
 
-    /// Ends the server's shared connection. Blocking; failures are ignored.
+    /// Ends the server's shared connection; no client joins it meanwhile. Blocking; failures are ignored.
     void closeMaster(const ServerConnection &server) noexcept;
 
 private:
     ProcessResult runClient(const SSHLogin &login, const QString &portFlag, ProcessRequest request,
                             const std::stop_token &stop, const QString &folder = {});
     void noteRun(std::chrono::milliseconds duration);
+    /// Makes the request notice a line that has gone dead, which the client itself does only where it keeps the
+    /// connection alive: closes the connection and throws connectionFailed.
+    void watch(const SSHLogin &login, ProcessRequest &request, const std::stop_token &stop);
+    void noteLife(const QUuid &connection);
+    void throwIfDead(const SSHLogin &login, std::chrono::steady_clock::time_point since, const std::stop_token &stop);
+    bool answers(const ServerConnection &server, const std::stop_token &stop);
 
     std::shared_ptr<ProcessRunner> m_processes;
+    const SSHPatience m_patience;
+    /// When something last came over each shared connection, by the id of its server.
+    std::mutex m_lifeMutex;
+    QHash<QUuid, std::chrono::steady_clock::time_point> m_life;
+    /// One client finds out for all.
+    std::mutex m_asking;
     /// In milliseconds; negative before the first run.
     std::atomic<qint64> m_quickestRun = -1;
 };

@@ -5,19 +5,21 @@
 #include "files/FileServiceError.h"
 #include "files/Format.h"
 #include "platform/PrivateFile.h"
+#include "remote/ControlSocket.h"
 #include "remote/SFTPQuoting.h"
 #include "remote/SSHAuthHelper.h"
+#include "remote/SSHFailureText.h"
 #include "remote/UnixListParser.h"
 
 #include <QFile>
 
 #include <algorithm>
+#include <utility>
 
 namespace moorix {
 
 using SFTPQuoting::sftpListPath;
 using SFTPQuoting::sftpPath;
-using SFTPQuoting::shellPath;
 
 namespace {
 
@@ -44,15 +46,17 @@ QString parsedHome(const QString &output)
 } // namespace
 
 SFTPService::SFTPService(ServerConnection server, ConnectionCredentials credentials,
-                         std::shared_ptr<ProcessRunner> processes)
+                         std::shared_ptr<ProcessRunner> processes, SSHPatience patience)
     : m_server(std::move(server))
     , m_credentials(std::move(credentials))
-    , m_runner(std::move(processes))
+    , m_runner(std::move(processes), patience)
 {
 }
 
 SFTPService::~SFTPService()
 {
+    if (m_hasJoined)
+        ControlSocket::leave(m_server);
     SSHAuthHelper::cleanupIdentity(m_tempIdentityPath);
 }
 
@@ -68,6 +72,9 @@ void SFTPService::connect(const std::stop_token &stop)
     {
         const std::lock_guard lock(m_mutex);
         login.identityPath = SSHAuthHelper::prepareIdentity(m_server, m_credentials, m_tempIdentityPath);
+        // Before it is used, so that nobody who leaves it meanwhile ends it.
+        if (!std::exchange(m_hasJoined, true))
+            ControlSocket::join(m_server);
     }
     m_runner.checkPassphrase(login, stop);
     SFTPBatch batch;
@@ -76,18 +83,25 @@ void SFTPService::connect(const std::stop_token &stop)
     const std::lock_guard lock(m_mutex);
     m_home = home;
     m_lacksShell = false;
-    m_isConnected = true;
+    if (!std::exchange(m_isConnected, true))
+        m_isEnded = std::make_shared<std::atomic<bool>>(false);
 }
 
 void SFTPService::disconnect() noexcept
 {
+    bool isLast = true;
     {
         // First of all: an operation that comes in between must not open another connection.
         const std::lock_guard lock(m_mutex);
         m_isConnected = false;
+        if (m_isEnded)
+            *m_isEnded = true;
+        if (std::exchange(m_hasJoined, false))
+            isLast = ControlSocket::leave(m_server);
         SSHAuthHelper::cleanupIdentity(m_tempIdentityPath);
     }
-    m_runner.closeMaster(m_server);
+    if (isLast)
+        m_runner.closeMaster(m_server);
     m_lanes.close();
 }
 
@@ -156,7 +170,7 @@ void SFTPService::remove(const FileItem &item, const std::stop_token &stop)
         run(batch, stop);
         return;
     }
-    if (runShell(QStringLiteral("rm -rf ") + shellPath(item.path), batch.action, stop))
+    if (changeByShell(QStringLiteral("rm -rf"), {item.path}, batch.action, stop))
         return;
     for (const FileItem &inner : RemoteTree::deepestFirst(*this, item.path, stop)) {
         const bool isFolder = inner.isDirectory && !inner.isSymlink;
@@ -208,7 +222,7 @@ void SFTPService::setPermissions(const QString &path, const QString &octal, Recu
     batch.action = QStringLiteral("The permissions of “%1” could not be changed").arg(Format::display(path));
     const QString change = QStringLiteral("chmod %1 ").arg(octal);
     if (recursive == Recursive::yes) {
-        if (runShell(QStringLiteral("chmod -R %1 ").arg(octal) + shellPath(path), batch.action, stop))
+        if (changeByShell(QStringLiteral("chmod -R ") + octal, {path}, batch.action, stop))
             return;
         for (const FileItem &inner : RemoteTree::deepestFirst(*this, path, stop)) {
             // The change would reach what a link points to.
@@ -249,7 +263,7 @@ FileItem SFTPService::followLink(const FileItem &link, const std::stop_token &st
 void SFTPService::copy(const FileItem &item, const QString &toPath, const std::stop_token &stop)
 {
     refuseExisting(toPath, stop);
-    copyRemote(item.path, toPath, stop);
+    copyOnServer(item.path, toPath, Times::kept, stop);
 }
 
 void SFTPService::move(const FileItem &item, const QString &toPath, const std::stop_token &stop)
@@ -283,6 +297,7 @@ SSHLogin SFTPService::login() const
     if (!m_isConnected)
         throw FileServiceError::notConnected();
     SSHLogin login{m_server, m_credentials, m_tempIdentityPath};
+    login.isEnded = m_isEnded;
     if (!login.identityPath) {
         std::optional<QString> none;
         login.identityPath = SSHAuthHelper::prepareIdentity(m_server, m_credentials, none);
@@ -335,7 +350,7 @@ std::optional<QString> SFTPService::runShell(const QString &command, const QStri
     const QString words = output->errorText.isEmpty()
                               ? QStringLiteral("The command exited with code %1.").arg(output->exitCode)
                               : output->errorText;
-    throw FileServiceError::operationFailed(action + QStringLiteral(".\n") + words);
+    throw FileServiceError::operationFailed(action + QStringLiteral(".\n") + SSHFailureText::shortened(words));
 }
 
 QString SFTPService::commandOutput(const QString &command, const std::stop_token &stop)

@@ -18,8 +18,9 @@ class FindOutput;
 class SFTPService final : public RemoteFileService
 {
 public:
-    SFTPService(ServerConnection server, ConnectionCredentials credentials, std::shared_ptr<ProcessRunner> processes);
-    /// Removes the file of a pasted key; the shared connection stays, others may use it.
+    SFTPService(ServerConnection server, ConnectionCredentials credentials, std::shared_ptr<ProcessRunner> processes,
+                SSHPatience patience = {});
+    /// Removes the file of a pasted key; the shared connection stays, other programs may use it.
     ~SFTPService() override;
     Q_DISABLE_COPY_MOVE(SFTPService)
 
@@ -28,6 +29,7 @@ public:
 
     /// Logs in and learns the home folder. Throws connectionFailed with the client's reason.
     void connect(const std::stop_token &stop) override;
+    /// Ends the shared connection unless another service of this program uses it, too.
     void disconnect() noexcept override;
     QString defaultDirectory(const std::stop_token &stop) override;
     QList<FileItem> list(const QString &path, HiddenFiles hidden, const std::stop_token &stop) override;
@@ -90,6 +92,8 @@ private:
     SFTPOutput run(const SFTPBatch &batch, const std::stop_token &stop);
     QList<SFTPAnswer> runEach(const QStringList &commands, const std::function<void(qsizetype answered)> &onAnswer,
                               const std::stop_token &stop, const QString &folder = {});
+    /// Empty when it has worked in the end.
+    QString failureOfReplacing(const RemoteStep &step, const std::stop_token &stop);
     bool isFar() const;
     /// What lists a folder; the last of them prints the rows.
     static QStringList listCommands(const QString &path, const QString &flags);
@@ -106,6 +110,11 @@ private:
     std::optional<SSHOutput> askShell(const QString &command, const std::stop_token &stop,
                                       const SSHStreams &streams = {});
     bool pack(const QString &command, const QString &folder, SSHStreams streams, const std::stop_token &stop);
+    /// Runs a command that changes what is at the paths; false when the account has no shell to run it. It is ended
+    /// when this is stopped: by itself it goes on when its client is gone.
+    bool changeByShell(const QString &command, const QStringList &paths, const QString &action,
+                       const std::stop_token &stop);
+    void endOnServer(const QString &commandLine);
     /// What a shell command prints; nothing when the account has no shell to run it.
     std::optional<QString> runShell(const QString &command, const QString &action, const std::stop_token &stop,
                                     const SSHStreams &streams = {});
@@ -115,8 +124,16 @@ private:
     std::optional<QString> put(const QString &localPath, const QString &toRemote, const RemoteTransferOptions &options,
                                const std::stop_token &stop);
     void refuseExisting(const QString &path, const std::stop_token &stop);
+    enum class Times { ofTheCopy, kept };
+    void downloadTree(const QString &remotePath, const QString &toLocal, Times times, const std::stop_token &stop);
+    void uploadTree(const QString &localPath, const QString &toRemote, Times times, const std::stop_token &stop);
     void runRecursiveCopy(const SFTPBatch &batch, const std::stop_token &stop);
-    void copyThroughThisMachine(const QString &source, const QString &destination, const std::stop_token &stop);
+    void copyOnServer(const QString &source, const QString &destination, Times times, const std::stop_token &stop);
+    void copyThroughThisMachine(const QString &source, const QString &destination, Times times,
+                                const std::stop_token &stop);
+    /// For servers that rename over nothing: what stands at the destination steps aside first, and comes back when
+    /// the source cannot take its place. False, with nothing changed, where that does not help.
+    bool replaceByDetour(const QString &source, const QString &destination, const std::stop_token &stop);
 
     ServerConnection m_server;
     ConnectionCredentials m_credentials;
@@ -127,6 +144,9 @@ private:
 
     mutable std::mutex m_mutex;
     bool m_isConnected = false;
+    /// Whether this is one of the users of the shared connection.
+    bool m_hasJoined = false;
+    std::shared_ptr<std::atomic<bool>> m_isEnded;
     QString m_home;
     std::optional<QString> m_tempIdentityPath;
 };

@@ -3,6 +3,7 @@
 
 #include "files/FileServiceError.h"
 #include "files/Format.h"
+#include "files/LocalDisk.h"
 #include "platform/PrivateFolder.h"
 #include "remote/SFTPQuoting.h"
 #include "remote/TransferProgress.h"
@@ -13,7 +14,6 @@
 namespace moorix {
 
 using SFTPQuoting::sftpPath;
-using SFTPQuoting::shellPath;
 
 namespace {
 
@@ -82,8 +82,15 @@ std::optional<QString> SFTPService::put(const QString &localPath, const QString 
 
 void SFTPService::downloadRecursive(const QString &remotePath, const QString &toLocal, const std::stop_token &stop)
 {
+    downloadTree(remotePath, toLocal, Times::ofTheCopy, stop);
+}
+
+void SFTPService::downloadTree(const QString &remotePath, const QString &toLocal, Times times,
+                               const std::stop_token &stop)
+{
     SFTPBatch batch;
-    batch.commands = {QStringLiteral("get -r ") + pair(remotePath, toLocal)};
+    const QString command = times == Times::kept ? QStringLiteral("get -rp ") : QStringLiteral("get -r ");
+    batch.commands = {command + pair(remotePath, toLocal)};
     batch.subject = remotePath;
     batch.action = action(remotePath, QStringLiteral("downloaded"));
     runRecursiveCopy(batch, stop);
@@ -91,17 +98,30 @@ void SFTPService::downloadRecursive(const QString &remotePath, const QString &to
 
 void SFTPService::uploadRecursive(const QString &localPath, const QString &toRemote, const std::stop_token &stop)
 {
+    uploadTree(localPath, toRemote, Times::ofTheCopy, stop);
+}
+
+void SFTPService::uploadTree(const QString &localPath, const QString &toRemote, Times times,
+                             const std::stop_token &stop)
+{
     SFTPBatch batch;
-    batch.commands = {QStringLiteral("put -r ") + pair(localPath, toRemote)};
+    const QString command = times == Times::kept ? QStringLiteral("put -rp ") : QStringLiteral("put -r ");
+    batch.commands = {command + pair(localPath, toRemote)};
     batch.action = action(localPath, QStringLiteral("uploaded"));
     runRecursiveCopy(batch, stop);
 }
 
 void SFTPService::copyRemote(const QString &source, const QString &destination, const std::stop_token &stop)
 {
-    const QString command = QStringLiteral("cp -r ") + shellPath(source) + u' ' + shellPath(destination);
-    if (!runShell(command, action(source, QStringLiteral("copied")), stop))
-        copyThroughThisMachine(source, destination, stop);
+    copyOnServer(source, destination, Times::ofTheCopy, stop);
+}
+
+void SFTPService::copyOnServer(const QString &source, const QString &destination, Times times,
+                               const std::stop_token &stop)
+{
+    const QString command = times == Times::kept ? QStringLiteral("cp -rp") : QStringLiteral("cp -r");
+    if (!changeByShell(command, {source, destination}, action(source, QStringLiteral("copied")), stop))
+        copyThroughThisMachine(source, destination, times, stop);
 }
 
 void SFTPService::moveRemote(const QString &source, const QString &destination, const std::stop_token &stop)
@@ -112,7 +132,51 @@ void SFTPService::moveRemote(const QString &source, const QString &destination, 
     if (Format::parent(source) == Format::parent(destination))
         batch.subject = source;
     batch.action = action(source, QStringLiteral("moved to “%1”").arg(Format::display(destination)));
-    run(batch, stop);
+    try {
+        run(batch, stop);
+    } catch (const FileServiceError &error) {
+        // Between two folders it is more likely something else that is in the way.
+        const bool mayBeInTheWay = error.kind() == FileServiceError::Case::operationFailed &&
+                                   Format::parent(source) == Format::parent(destination);
+        if (!mayBeInTheWay || !replaceByDetour(source, destination, stop))
+            throw;
+    }
+}
+
+bool SFTPService::replaceByDetour(const QString &source, const QString &destination, const std::stop_token &stop)
+{
+    const std::optional<FileItem> standing = stat(destination, stop);
+    if (!standing || (standing->isDirectory && !standing->isSymlink))
+        return false;
+    const QString aside = LocalDisk::partPath(destination);
+    const QString whereItIs = QStringLiteral("\nIf “%1” is missing, what it held is “%2” beside it.")
+                                  .arg(Format::display(destination), Format::display(Format::fileName(aside)));
+    // Whatever happens in between, something must stand at the destination in the end: hence no stop.
+    const auto isDone = [this](const QString &command) {
+        SFTPBatch step;
+        step.commands = {command};
+        try {
+            run(step, {});
+            return true;
+        } catch (const FileServiceError &error) {
+            if (error.isOfConnection())
+                throw;
+            return false;
+        }
+    };
+    try {
+        if (!isDone(QStringLiteral("rename ") + pair(destination, aside)))
+            return false;
+        if (isDone(QStringLiteral("rename ") + pair(source, destination))) {
+            isDone(QStringLiteral("rm ") + sftpPath(aside));
+            return true;
+        }
+        if (isDone(QStringLiteral("rename ") + pair(aside, destination)))
+            return false;
+    } catch (const FileServiceError &error) {
+        throw FileServiceError::connectionFailed(error.text() + whereItIs);
+    }
+    throw FileServiceError::operationFailed(action(source, QStringLiteral("moved.")) + whereItIs);
 }
 
 void SFTPService::runRecursiveCopy(const SFTPBatch &batch, const std::stop_token &stop)
@@ -127,16 +191,19 @@ void SFTPService::runRecursiveCopy(const SFTPBatch &batch, const std::stop_token
     }
 }
 
-void SFTPService::copyThroughThisMachine(const QString &source, const QString &destination, const std::stop_token &stop)
+void SFTPService::copyThroughThisMachine(const QString &source, const QString &destination, Times times,
+                                         const std::stop_token &stop)
 {
     const PrivateFolder folder(QStringLiteral("moorix-copy-"));
     const QString local = folder.path() + QStringLiteral("/copy");
     if (followed(source, stop).value_or(FileItem()).isDirectory) {
-        downloadRecursive(source, local, stop);
-        uploadRecursive(local, destination, stop);
+        downloadTree(source, local, times, stop);
+        uploadTree(local, destination, times, stop);
     } else {
-        download(source, local, {}, stop);
-        upload(local, destination, {}, stop);
+        RemoteTransferOptions options;
+        options.keepsTimes = times == Times::kept;
+        download(source, local, options, stop);
+        upload(local, destination, options, stop);
     }
 }
 

@@ -100,6 +100,15 @@ QStringList authOptions(const ServerConnection &server, const std::optional<QStr
     return options;
 }
 
+QStringList passphraseOptions(const ServerConnection &server, const ConnectionCredentials &credentials)
+{
+    const bool isOfKey =
+        server.authMethod == AuthMethod::privateKeyFile || server.authMethod == AuthMethod::privateKeyPasted;
+    if (!isOfKey || credentials.passphrase.value_or(QString()).isEmpty())
+        return {};
+    return {QStringLiteral("-o"), QStringLiteral("PreferredAuthentications=publickey")};
+}
+
 Environment authEnvironment(const ServerConnection &server, const ConnectionCredentials &credentials)
 {
     Environment result;
@@ -125,6 +134,7 @@ LaunchArguments sshLaunchArgs(const ServerConnection &server, const ConnectionCr
     const std::optional<QString> identity = prepareIdentity(server, credentials, tempIdentityPath);
     LaunchArguments result;
     result.arguments = authOptions(server, identity, Multiplex::no, Interactive::yes);
+    result.arguments << passphraseOptions(server, credentials);
     result.arguments << QStringLiteral("-p") << QString::number(server.port) << SSHDestination::text(server);
     result.environment = authEnvironment(server, credentials);
     return result;

@@ -48,6 +48,10 @@ void cleanupIdentity(std::optional<QString> &tempIdentityPath) noexcept;
 QStringList authOptions(const ServerConnection &server, const std::optional<QString> &identityPath, Multiplex multiplex,
                         Interactive interactive);
 
+/// What keeps the passphrase of a key from being offered as a password by a client whose key the server does not
+/// accept. Empty for logins without one.
+QStringList passphraseOptions(const ServerConnection &server, const ConnectionCredentials &credentials);
+
 /// The program's own environment with what the client needs to ask for the secret: the password for password servers,
 /// the passphrase for key servers. Throws an Error when the secret cannot be written.
 Environment authEnvironment(const ServerConnection &server, const ConnectionCredentials &credentials);

@@ -117,15 +117,24 @@ QString connection(const ServerConnection &server, const QByteArray &standardErr
 QString operation(const QString &action, const QString &reason, const QString &clientWords)
 {
     if (action.isEmpty())
-        return clientWords;
+        return shortened(clientWords);
     QString why = reason.toLower();
     if (reason == QStringLiteral("Failure"))
         why = QStringLiteral("the server refused it without a reason");
     else if (reason.isEmpty())
-        return action + QStringLiteral(".\n") + clientWords;
+        return action + QStringLiteral(".\n") + shortened(clientWords);
     if (why.endsWith(u'.'))
         why.chop(1);
-    return action + QStringLiteral(": ") + why + QStringLiteral(".\n") + clientWords;
+    return action + QStringLiteral(": ") + why + QStringLiteral(".\n") + shortened(clientWords);
+}
+
+QString shortened(const QString &lines)
+{
+    constexpr qsizetype most = 10;
+    const QStringList all = lines.split(u'\n');
+    if (all.size() <= most + 1)
+        return lines;
+    return all.first(most).join(u'\n') + QStringLiteral("\n… and %1 more lines.").arg(all.size() - most);
 }
 
 } // namespace moorix::SSHFailureText

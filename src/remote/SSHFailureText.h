@@ -19,6 +19,9 @@ QString connection(const ServerConnection &server, const QByteArray &standardErr
 /// For a command that failed on a live connection. `action` begins the sentence ("“/a” could not be deleted").
 QString operation(const QString &action, const QString &reason, const QString &clientWords);
 
+/// The first lines of many, and how many more there are: a command on a whole tree may have one for each entry.
+QString shortened(const QString &lines);
+
 } // namespace SSHFailureText
 
 } // namespace moorix

@@ -84,6 +84,8 @@ bool SSHLanes::open(Connection &connection, const SSHLogin &login, const std::st
     } catch (const Cancelled &) {
         throw;
     } catch (const Error &) {
+        if (login.isEnded && *login.isEnded)
+            throw;
         // The first connection tells whether the server can be reached at all.
         const std::lock_guard lock(m_mutex);
         m_askAgainAt = Clock::now() + pauseAfterRefusal;

@@ -4,6 +4,7 @@
 #include "files/Format.h"
 
 #include <QHash>
+#include <QSet>
 
 #include <algorithm>
 #include <array>
@@ -272,7 +273,19 @@ QList<FileItem> parse(const QString &text, const QString &dir, const QDateTime &
                 items.append(std::move(*item));
         }
     });
+    trustLinks(items);
     return items;
+}
+
+void trustLinks(QList<FileItem> &items)
+{
+    QSet<QString> links;
+    for (const FileItem &item : std::as_const(items)) {
+        if (item.isSymlink)
+            links.insert(item.path);
+    }
+    if (!links.isEmpty())
+        items.removeIf([&links](const FileItem &item) { return !item.isSymlink && links.contains(item.path); });
 }
 
 bool listsTheFolderItself(const QString &text, const QString &dir)

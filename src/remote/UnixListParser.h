@@ -18,6 +18,11 @@ namespace moorix::UnixListParser {
 /// path. A date without a year is the last such date before a day after `now`; dates are taken as local time.
 QList<FileItem> parse(const QString &text, const QString &dir, const QDateTime &now = QDateTime::currentDateTime());
 
+/// Of several entries with one path leaves only the link, if one of them is one. A name with a line end in it is
+/// printed as several rows, and the further ones may say of a link that it is a folder: who removes a tree would go
+/// through it.
+void trustLinks(QList<FileItem> &items);
+
 /// Whether a listing with hidden names shows the folder itself ("."). One that does not was cut short by the server:
 /// the folder may be read but not entered.
 bool listsTheFolderItself(const QString &text, const QString &dir);

@@ -4,7 +4,10 @@
 #include "support/TestMain.h"
 
 #include <QDir>
+#include <QLockFile>
 #include <QProcess>
+
+#include <future>
 
 using namespace moorix;
 using namespace Qt::StringLiterals;
@@ -84,6 +87,7 @@ private slots:
             {"EPSV=229 Passive (|||1|);PASV=500 No", list,
              "Could not connect: 127.0.0.1 opened no connection for the data."},
             {"RETR=@half;data=12345", read, "“/f” could not be downloaded: the transfer broke off."},
+            {"EPSV=500 EPSV?;RETR=@half;data=12345", read, "“/f” could not be downloaded: the transfer broke off."},
             {"RETR=@hang", read, "Could not connect: 127.0.0.1 has sent nothing for 1 seconds."},
             {"STOR=@hang", write, "Could not connect: 127.0.0.1 has taken nothing for 1 seconds."},
             {"stored=452 No space left", write,
@@ -126,11 +130,30 @@ private slots:
             QCOMPARE(listed(Stub(words).connected()), (QStringList{u"a"_s, u"b"_s}));
     }
 
+    void serverThatTellsItsFreeSpaceIsBelieved()
+    {
+        QCOMPARE(Stub({u"AVBL=213 5000000000"_s}).connected().freeSpace(u"/"_s, neverStops),
+                 std::optional<qint64>(5000000000));
+        QVERIFY(!Stub({u"AVBL=500 What?"_s}).connected().freeSpace(u"/"_s, neverStops));
+    }
+
     void whatCannotBeRemovedIsNamedAndTheRestGoesOn()
     {
         const Stub server({u"files=a,b"_s, u"DELE=550 No"_s});
         QCOMPARE(messageOf([&] { server.connected().remove(entryAt(u"/f/"_s), neverStops); }),
                  u"“/f/b” could not be deleted, and 1 more: the server refused it.\n550 No"_s);
+    }
+
+    void manyCommandsMayTakeTheirTime()
+    {
+        QStringList names;
+        for (int i = 0; i < 75; ++i)
+            names << QString::number(i);
+        const Stub server({u"files="_s + names.join(u','), u"DELE=@slow"_s, u"RMD=250 Done"_s},
+                          {std::chrono::seconds(1)});
+        FTPService &service = server.connected();
+        QCOMPARE(messageOf([&] { service.remove(entryAt(u"/f/"_s), neverStops); }), QString());
+        QCOMPARE(listed(service), QStringList());
     }
 
     void filesAreReplacedEvenWhereNothingIsRenamedOverAnother()
@@ -144,6 +167,23 @@ private slots:
         const FileItem old = entryAt(u"/old"_s);
         service.write("x", u"/other"_s, neverStops);
         QVERIFY(messageOf([&] { service.move(old, u"/other"_s, neverStops); }).contains(u"exists already"_s));
+    }
+
+    void keysThatOtherProgramsLearnStay()
+    {
+        const TestTree tree;
+        const FTPCertificates certificates(tree.path("keys.json"));
+        QLockFile other(tree.path("keys.json.lock"));
+        QVERIFY(other.lock());
+        const ServerConnection ours = serverAt(u"a"_s, {});
+        auto learning = std::async(std::launch::async, [&] { certificates.remember(ours, "sha256//a"); });
+        // Without waiting it would have written before this, or over it.
+        QVERIFY(learning.wait_for(std::chrono::milliseconds(100)) == std::future_status::timeout);
+        tree.write("keys.json",
+                   QByteArray("{'certificates':[{'host':'b','port':22,'publicKey':'sha256//b'}]}").replace('\'', '"'));
+        other.unlock();
+        learning.get();
+        QVERIFY(certificates.known(ours) && certificates.known(serverAt(u"b"_s, {})));
     }
 
     void damagedListOfKeysIsSetAside()

@@ -288,6 +288,21 @@ private slots:
         QVERIFY(latin->list(folder, HiddenFiles::included, neverStops).isEmpty());
     }
 
+    void removingAFolderLeavesAloneWhatItsLinksLeadTo()
+    {
+        const QString folder = m_plain->newFolder();
+        for (const QString &path : {folder + u"/tree"_s, folder + u"/outside"_s}) {
+            QVERIFY(QDir().mkdir(path));
+            QFile::setPermissions(path, QFile::Permissions(0x7777));
+        }
+        writeFile(folder + u"/outside/file"_s, "1");
+        QVERIFY(QFile::link(folder + u"/outside"_s, folder + u"/tree/l"_s));
+        // Listed as a row of its own.
+        writeFile(folder + u"/tree/x\ndrwxr-xr-x   1 a b 7 Jan  5 10:00 l"_s, "1");
+        QVERIFY(!messageOf([&] { m_plain->service->remove(entryAt(folder + u"/tree/"_s), neverStops); }).isEmpty());
+        QVERIFY(QFile::exists(folder + u"/outside/file"_s));
+    }
+
     void pathsThatWouldBeReadAsCommandsAreRefused()
     {
         const QString folder = m_plain->newFolder();

@@ -157,6 +157,10 @@ private slots:
             {"-rw-r--r-- 1 a b 7 2025-03-01 23:59 x", "file rw-r--r-- a 7 2025-03-01 23:59:00 <x>"}, // long ISO date
             // link
             {"lrwxrwxrwx   1 a b 7 Jan  5 10:00 bin -> usr/bin", "link rwxrwxrwx a 7 2026-01-05 10:00:00 <bin>"},
+            // link with an arrow in its name
+            {"lrwxrwxrwx   1 a b 1 Jan  5 10:00 a -> b -> c", "link rwxrwxrwx a 1 2026-01-05 10:00:00 <a -> b>"},
+            // month of another language
+            {"-rw-r--r--   1 a b 7 f\xC3\xA9vr. 5 10:00 x", "file rw-r--r-- a 7 - <x>"},
             // arrow in a file's name
             {"-rw-r--r--   1 a b 7 Jan  5 10:00 a -> b", "file rw-r--r-- a 7 2026-01-05 10:00:00 <a -> b>"},
             // blanks around a name
@@ -201,6 +205,16 @@ private slots:
             text += head + name + '\n';
         text += "type=cdir; here\ntype=pdir; above\ntype=file; /etc/passwd\n";
         QCOMPARE(namesOf(parse(text).items), QStringList{u"kept"_s});
+    }
+
+    void rowsInsideANameMakeNoFolderOfALink()
+    {
+        const QByteArray rows("-rw-r--r--   1 a b 7 Jan  5 10:00 x\ndrwxr-xr-x   1 a b 7 Jan  5 10:00 a -> b\n"
+                              "lrwxrwxrwx   1 a b 6 Jan  5 10:00 a -> b -> /other\n");
+        QCOMPARE(named(parse(rows).items), u"-|x|/dir/x|7\nl|a -> b|/dir/a -> b|6"_s);
+        const QString sftpRows = u"lrwxrwxrwx    ? a b 6 Jan  5 10:00 /d/l\n-rw-r--r--    ? a b 7 Jan  5 10:00 /d/x\n"
+                                 "drwxr-xr-x    ? a b 7 Jan  5 10:00 l\n"_s;
+        QCOMPARE(named(UnixListParser::parse(sftpRows, u"/d"_s, spring)), u"l|l|/d/l|6\n-|x|/d/x|7"_s);
     }
 
     void onlyAListingOfUnknownLinesIsForeign()

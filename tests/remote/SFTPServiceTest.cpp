@@ -3,6 +3,7 @@
 #include "files/LocalFileService.h"
 #include "files/NativePath.h"
 #include "remote/ControlSocket.h"
+#include "remote/SSHAuthHelper.h"
 #include "support/DelayProxy.h"
 #include "support/FakeProcessRunner.h"
 #include "support/FileServiceContract.h"
@@ -10,7 +11,9 @@
 #include "support/TestServer.h"
 
 #include <QDir>
+#include <QProcess>
 
+#include <csignal>
 #include <future>
 
 #include <sys/socket.h>
@@ -20,6 +23,7 @@
 
 using namespace moorix;
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 using namespace moorix::test;
 
 namespace {
@@ -40,6 +44,16 @@ ConnectionCredentials withPassword(const QString &password = TestServer::passwor
 qsizetype runningClients()
 {
     return childrenNamed("sftp").size() + childrenNamed("ssh").size();
+}
+
+/// The process with exactly this command line, its words with blanks between; 0 when there is none.
+qint64 processWith(const QByteArray &commandLine)
+{
+    for (const QString &process : QDir(u"/proc"_s).entryList({u"[0-9]*"_s}, QDir::Dirs)) {
+        if (contentOf(u"/proc/%1/cmdline"_s.arg(process)).replace('\0', ' ') == commandLine + ' ')
+            return process.toLongLong();
+    }
+    return 0;
 }
 
 enum class End { reached, serverDies, lineBreaks, cancelled };
@@ -205,6 +219,17 @@ private slots:
         QCOMPARE(m_clients->runs(u"/usr/bin/sftp"_s), before);
         secrets.passphrase = TestServer::passphrase();
         make(server, secrets).connect(neverStops);
+        // It opens this one, which the server does not accept, and it would open the account.
+        const TestTree keys;
+        server.privateKeyPath = keys.path("unknown");
+        secrets.passphrase = TestServer::password();
+        QCOMPARE(QProcess::execute(u"ssh-keygen"_s, {u"-q"_s, u"-t"_s, u"ed25519"_s, u"-N"_s, *secrets.passphrase,
+                                                     u"-f"_s, *server.privateKeyPath}),
+                 0);
+        QVERIFY(messageOf([&] { make(server, secrets).connect(neverStops); }).contains(u"did not accept the"_s));
+        std::optional<QString> none;
+        QVERIFY(SSHAuthHelper::sshLaunchArgs(server, secrets, none)
+                    .arguments.contains(u"PreferredAuthentications=publickey"_s));
     }
 
     void pastedKeyOpensTheAccountAndIsGoneAfterwards()
@@ -237,6 +262,25 @@ private slots:
     {
         NEED_ACCOUNTS();
         FileServiceContract::runRow({connectedAs(TestServer::user()), m_folder->path()});
+    }
+
+    void filesAreReplacedEvenWhereNothingIsRenamedOverAnother()
+    {
+        NEED_ACCOUNTS();
+        SFTPService &service = connectedAs(TestServer::userWithoutShell());
+        const auto written = [&](const QByteArray &content) {
+            service.write(content, at("new"), neverStops);
+            return at("new");
+        };
+        service.write("1", at("file"), neverStops);
+        service.moveRemote(written("2"), at("file"), neverStops);
+        QCOMPARE(snapshotOf(m_folder->path()), (TreeSnapshot{{u"file"_s, "2"}}));
+        std::vector<RemoteStep> steps{{RemoteStep::Kind::replace, written("3"), at("file")},
+                                      {RemoteStep::Kind::replace, at("missing"), at("file")}};
+        service.takeSteps(steps, neverStops);
+        QVERIFY(steps.at(0).state == RemoteStep::State::done && steps.at(1).state == RemoteStep::State::failed);
+        QVERIFY(!messageOf([&] { service.moveRemote(at("missing"), at("file"), neverStops); }).isEmpty());
+        QCOMPARE(snapshotOf(m_folder->path()), (TreeSnapshot{{u"file"_s, "3"}}));
     }
 
     void shellTellsNamesAndTimesExactlyAndTheClientTheRest()
@@ -286,6 +330,32 @@ private slots:
         QVERIFY(messageWithMode(0x7700).contains(u"could not be listed: permission denied."_s));
         QVERIFY(messageWithMode(0x7744).contains(u"may not enter this folder"_s));
         QCOMPARE(messageWithMode(0x7755), QString());
+    }
+
+    void removalThatIsStoppedEndsOnTheServer()
+    {
+        constexpr int files = 30000;
+        const QString tree = at("tr.ee (1)");
+        const QByteArray first = QFile::encodeName(tree + u"/0"_s);
+        QVERIFY(QDir().mkdir(tree));
+        putFile(tree + u"/0"_s, "x");
+        for (int i = 1; i < files; ++i)
+            QVERIFY(::link(first.constData(), QFile::encodeName(tree + u"/%1"_s.arg(i)).constData()) == 0);
+        SFTPService &service = connected();
+        std::stop_source source;
+        auto removal =
+            std::async(std::launch::async, [&] { service.remove(entryAt(tree + u'/'), source.get_token()); });
+        const QByteArray commandLine = "rm -rf " + tree.toUtf8();
+        qint64 process = 0;
+        while (process == 0 && removal.wait_for(std::chrono::seconds(0)) == std::future_status::timeout)
+            process = processWith(commandLine);
+        QVERIFY(process > 0 && ::kill(pid_t(process), SIGSTOP) == 0);
+        source.request_stop();
+        QVERIFY_THROWS_EXCEPTION(Cancelled, removal.get());
+        const qsizetype left = QDir(tree).count();
+        QVERIFY(::kill(pid_t(process), SIGCONT) == 0);
+        QTRY_VERIFY(processWith(commandLine) == 0);
+        QVERIFY(left > 2 && qsizetype(QDir(tree).count()) == left);
     }
 
     void linksLeftOutOfATreeAreReported()
@@ -357,6 +427,23 @@ private slots:
                      qPrintable(message));
     }
 
+    void deadLineIsNoticedAndASilentCommandIsNot()
+    {
+        DelayProxy proxy(m_sshd->port());
+        ServerConnection server = m_sshd->connection();
+        server.port = proxy.port();
+        m_services.push_back(
+            std::make_unique<SFTPService>(server, ConnectionCredentials(), m_clients, SSHPatience{400ms, 1600ms}));
+        SFTPService &service = *m_services.back();
+        service.connect(neverStops);
+        QCOMPARE(service.commandOutput(u"sleep 1; echo done"_s, neverStops), u"done\n"_s);
+        const auto list = [&] { service.list(m_folder->path(), HiddenFiles::included, neverStops); };
+        proxy.stall();
+        QCOMPARE(messageOf(list), u"Could not connect: 127.0.0.1 has not answered for 2 seconds."_s);
+        proxy.resume();
+        QCOMPARE(messageOf(list), QString());
+    }
+
     void cancelledLoginLeavesNoProcess()
     {
         NEED_ACCOUNTS();
@@ -370,6 +457,17 @@ private slots:
         QTRY_VERIFY(runningClients() == 2);
         source.request_stop();
         QVERIFY_THROWS_EXCEPTION(Cancelled, login.get());
+    }
+
+    void disconnectingLeavesTheConnectionToOtherServices()
+    {
+        const ServerConnection server = m_sshd->connection();
+        SFTPService &first = connected(server);
+        SFTPService &second = connected(server);
+        first.disconnect();
+        QVERIFY(ControlSocket::isPresent(server));
+        second.disconnect();
+        QVERIFY(!ControlSocket::isPresent(server));
     }
 
     void twoUsersOfOneRecordNeverShareAConnection()

@@ -186,6 +186,9 @@ private slots:
         QCOMPARE(SSHFailureText::connection(server, rows[6].first).section(u'\n', 1),
                  u"Connection closed.\nRead packet: Connection reset by peer"_s);
         QCOMPARE(SSHFailureText::connection(server, "  something new \r\n"), u"something new"_s);
+        const QString many =
+            SSHFailureText::operation(u"a"_s, u"Failure"_s, QString(11, u'x').replace(u"x"_s, u"x\n"_s));
+        QVERIFY(many.count(u'\n') == 11 && many.endsWith(u"… and 2 more lines."_s));
     }
 };
 

@@ -153,6 +153,8 @@ void treesAreCopiedMovedAndRemovedWhole(const Place &at)
 {
     at.make("a/ a/empty/ a/in/ a/in/file=1 a/.hidden=2 a2/");
     TreeSnapshot expected = at.contents();
+    const QDateTime then(QDate(2024, 5, 6), QTime(7, 8, 9), Qt::UTC);
+    setTimeAndMode(at.path("a/in/file"), then, QFile::Permissions(0x6640));
     at.service.copy(at.item("a"), at.path("a2/b"), go);
     at.service.move(at.item("a2/b"), at.path("a2/c"), go);
     for (const QString &entry : expected.keys()) {
@@ -160,6 +162,11 @@ void treesAreCopiedMovedAndRemovedWhole(const Place &at)
             expected.insert(u"a2/c/"_s + entry.mid(2), expected.value(entry));
     }
     QCOMPARE(at.contents(), expected);
+    at.service.copy(at.item("a2/c/in/file"), at.path("a2/d"), go);
+    for (const QString &copy : {at.path("a2/c/in/file"), at.path("a2/d")}) {
+        QCOMPARE(QFileInfo(copy).lastModified().toUTC(), then);
+        QCOMPARE(QFile::permissions(copy) & 0x7077, QFile::Permissions(0x6040));
+    }
     at.service.remove(at.item("a"), go);
     at.service.remove(at.item("a2"), go);
     QCOMPARE(at.contents(), TreeSnapshot());

@@ -25,7 +25,7 @@ PrintLastLog no
 LogLevel QUIET
 Subsystem sftp internal-sftp
 Match User moorix-noshell
-    ForceCommand internal-sftp
+    ForceCommand internal-sftp -P posix-rename
 )";
 
 } // namespace

@@ -17,7 +17,8 @@ class TestServer final : public ServerProcess
 public:
     TestServer();
 
-    /// An account without a shell: file transfer is all it may do. Only with `hasAccounts`, as `user`.
+    /// An account without a shell: file transfer is all it may do, and nothing is renamed over anything. Only with
+    /// `hasAccounts`, as `user`.
     static QString userWithoutShell() { return QStringLiteral("moorix-noshell"); }
     /// What opens `encryptedKeyPath`.
     static QString passphrase() { return QStringLiteral("open sesame"); }
