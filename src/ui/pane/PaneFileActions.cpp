@@ -61,6 +61,8 @@ bool PaneFileActions::isAvailable(PaneCommand command) const
 
 bool PaneFileActions::isAvailable(PaneCommand command, const QList<FileItem> &selected) const
 {
+    // Before the first listing, or where it failed, a name would end up in the root folder.
+    const bool showsFolder = !m_pane.currentPath().isEmpty();
     const bool isOneFolder = selected.size() == 1 && (selected.front().isDirectory || selected.front().isSymlink);
     switch (command) {
     case PaneCommand::open:
@@ -78,7 +80,10 @@ bool PaneFileActions::isAvailable(PaneCommand command, const QList<FileItem> &se
     case PaneCommand::moveToOtherSide:
         return !selected.isEmpty() && m_context.moveToOtherSide;
     case PaneCommand::openTerminal:
-        return !m_pane.currentPath().isEmpty() && m_context.openTerminal;
+        return showsFolder && m_context.openTerminal;
+    case PaneCommand::newFolder:
+    case PaneCommand::newFile:
+        return showsFolder;
     case PaneCommand::compareFiles:
         return !selected.isEmpty() && m_context.compareFiles;
     case PaneCommand::duplicate:
@@ -90,7 +95,7 @@ bool PaneFileActions::isAvailable(PaneCommand command, const QList<FileItem> &se
     case PaneCommand::info:
         return !selected.isEmpty();
     case PaneCommand::paste:
-        return foreignFiles() || (m_context.clipboard.content() && m_context.paste);
+        return showsFolder && (foreignFiles() || (m_context.clipboard.content() && m_context.paste));
     case PaneCommand::goUp:
         return m_pane.canGoUp();
     case PaneCommand::goBack:
