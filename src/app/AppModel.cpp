@@ -238,6 +238,9 @@ void AppModel::setActiveSide(Side side)
 
 std::optional<QString> AppModel::transferSelection(Side from, bool isMove)
 {
+    // What goes out of sight is looked for in vain.
+    if (!m_settings->dualPaneEnabled.value())
+        return u"Only one side is shown. Ctrl+2 brings back the other, where this would go."_s;
     const PaneModel *source = tabs(from).current().pane();
     if (!source)
         return u"There is no file list on this side to copy from."_s;

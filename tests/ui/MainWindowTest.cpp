@@ -133,7 +133,7 @@ private slots:
 
     void hidingOneSideKeepsTheKeyboardOnTheOther()
     {
-        WindowBench bench({});
+        WindowBench bench({{"left/a", "x"}});
         bench.key(Qt::Key_Tab);
         QCOMPARE(bench.model->activeSide(), Side::right);
         bench.key(Qt::Key_2, Qt::ControlModifier);
@@ -142,6 +142,11 @@ private slots:
         bench.key(Qt::Key_Tab);
         QCOMPARE(bench.model->activeSide(), Side::left);
         QVERIFY(QApplication::focusWidget() && QApplication::focusWidget()->isVisible());
+        // Nothing goes where it cannot be seen.
+        bench.select(Side::left, "a");
+        bench.key(Qt::Key_F6);
+        QCOMPARE(bench.model->transfers().transfers().size(), 0);
+        QVERIFY(bench.find("questionBar"));
     }
 
     void favouriteFolderStandsInTheSidebarAndOpens()
