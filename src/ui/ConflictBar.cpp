@@ -8,14 +8,18 @@
 #include "ui/ComparisonText.h"
 #include "ui/Widgets.h"
 
+#include <QAbstractItemView>
 #include <QApplication>
 #include <QCheckBox>
 #include <QHBoxLayout>
 #include <QLabel>
-#include <QLineEdit>
 #include <QMenu>
 #include <QPushButton>
 #include <QVBoxLayout>
+
+#include <chrono>
+
+using namespace std::chrono_literals;
 
 namespace moorix {
 
@@ -34,6 +38,12 @@ QString age(const FileItem &item, const FileItem &other)
     if (!item.modified || !other.modified || *item.modified <= *other.modified)
         return {};
     return QCoreApplication::translate("ConflictBar", "  ·  newer");
+}
+
+/// Into a line, a text or a terminal. Lists take text only to find an entry by it.
+bool isTyping(const QWidget *focus)
+{
+    return focus && focus->testAttribute(Qt::WA_InputMethodEnabled) && !qobject_cast<const QAbstractItemView *>(focus);
 }
 
 } // namespace
@@ -76,7 +86,20 @@ ConflictBar::ConflictBar(TransferEngine &transfers, QWidget *parent)
     column->addLayout(sides);
     column->addWidget(m_comparison);
     column->addLayout(buttons);
+    m_grace.setSingleShot(true);
+    m_grace.setInterval(250ms);
+    connect(&m_grace, &QTimer::timeout, this, &ConflictBar::leave);
     connect(&transfers, &TransferEngine::conflictChanged, this, &ConflictBar::follow);
+    connect(
+        qApp, &QApplication::focusChanged, this,
+        [this] {
+            const QWidget *focus = QApplication::focusWidget();
+            if (m_isUnheard && focus && !isTyping(focus))
+                takeKeyboard();
+        },
+        // Whoever gives the keyboard away is not done with it yet.
+        Qt::QueuedConnection);
+    hide();
     follow();
 }
 
@@ -88,6 +111,9 @@ void ConflictBar::addChoice(QHBoxLayout &row, const QString &text, const QString
     if (choice == ConflictAnswer::Choice::overwrite)
         button->setProperty("role", QStringLiteral("danger"));
     row.addWidget(button);
+    // A click leaves the keyboard on the harmless answer.
+    button->setFocusPolicy(Qt::TabFocus);
+    button->installEventFilter(this);
     connect(button, &QPushButton::clicked, this, [this, choice] { answer(choice); });
 }
 
@@ -116,6 +142,8 @@ void ConflictBar::answer(ConflictAnswer::Choice choice)
 
 void ConflictBar::compare()
 {
+    if (!m_transfers.conflict())
+        return;
     tell(tr("Comparing…"));
     m_comparing = m_transfers.compareConflict(
         [this](const ContentComparison &comparison) { tell(comparisonText(comparison)); },
@@ -131,11 +159,14 @@ void ConflictBar::tell(const QString &comparison)
 void ConflictBar::follow()
 {
     const std::optional<TransferConflict> &conflict = m_transfers.conflict();
-    setVisible(conflict.has_value());
     m_comparing.cancel();
     tell({});
-    if (!conflict)
+    if (!conflict) {
+        m_isUnheard = false;
+        m_grace.start();
         return;
+    }
+    m_grace.stop();
     const FileItem &existing = conflict->existing;
     const FileItem &source = conflict->source;
     m_question->setText(tr("“%1” already exists in %2")
@@ -147,9 +178,39 @@ void ConflictBar::follow()
     m_otherSize->setEnabled(!source.isDirectory && !existing.isDirectory);
     m_resume->setEnabled(conflict->canResume());
     m_compare->setEnabled(!source.isDirectory && !existing.isDirectory);
-    // The harmless answer is the one that a hasty Return gives; somebody who types is not disturbed.
-    if (!qobject_cast<QLineEdit *>(QApplication::focusWidget()))
-        findChild<QPushButton *>(QStringLiteral("conflictSkip"))->setFocus();
+    noteKeyboard();
+    show();
+    m_isUnheard = isTyping(QApplication::focusWidget());
+    if (!m_isUnheard)
+        takeKeyboard();
+}
+
+void ConflictBar::noteKeyboard()
+{
+    if (!isAncestorOf(QApplication::focusWidget()))
+        m_before = QApplication::focusWidget();
+}
+
+/// The harmless answer is the one that a hasty Return gives.
+void ConflictBar::takeKeyboard()
+{
+    m_isUnheard = false;
+    noteKeyboard();
+    findChild<QPushButton *>(QStringLiteral("conflictSkip"))->setFocus();
+}
+
+void ConflictBar::leave()
+{
+    // Left to itself it would go to whatever comes next.
+    if (m_before && isAncestorOf(QApplication::focusWidget()))
+        m_before->setFocus();
+    hide();
+}
+
+bool ConflictBar::eventFilter(QObject *watched, QEvent *event)
+{
+    // The second click of two would answer the next question, which nobody has read yet.
+    return event->type() == QEvent::MouseButtonDblClick || QFrame::eventFilter(watched, event);
 }
 
 } // namespace moorix
