@@ -13,6 +13,7 @@
 #include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QMenu>
 #include <QPushButton>
@@ -94,6 +95,9 @@ TransferDrawer::TransferDrawer(TransferEngine &transfers, QWidget *parent)
     connect(m_list, &QWidget::customContextMenuRequested, this, &TransferDrawer::showMenu);
     connect(m_copy, &QAction::triggered, this, &TransferDrawer::copySelected);
     connect(m_list, &QTreeWidget::itemSelectionChanged, this, &TransferDrawer::updateButtons);
+    connect(m_list, &QTreeWidget::itemActivated, this, [this](const QTreeWidgetItem *item) {
+        emit targetRequested((item->parent() ? item->parent() : item)->data(0, idRole).toUuid());
+    });
     connect(m_clear, &QPushButton::clicked, &transfers, &TransferEngine::clearEnded);
     rebuild();
 }
@@ -104,6 +108,7 @@ void TransferDrawer::setUpList()
     m_list->setHeaderHidden(true);
     m_list->setFrameShape(NoFrame);
     m_list->setTabKeyNavigation(false);
+    m_list->setExpandsOnDoubleClick(false);
     m_list->setSelectionMode(QAbstractItemView::ExtendedSelection);
     m_list->setTextElideMode(Qt::ElideMiddle);
     m_list->setContextMenuPolicy(Qt::CustomContextMenu);
@@ -120,6 +125,23 @@ void TransferDrawer::setUpList()
     m_copy->setShortcut(QKeySequence::Copy);
     m_copy->setShortcutContext(Qt::WidgetShortcut);
     m_list->addAction(m_copy);
+}
+
+void TransferDrawer::takeKeyboard()
+{
+    if (m_items.isEmpty())
+        return;
+    if (!m_list->currentItem())
+        m_list->setCurrentItem(m_list->topLevelItem(0));
+    m_list->setFocus();
+}
+
+void TransferDrawer::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() == Qt::Key_Escape)
+        emit keyboardReleased();
+    else
+        QFrame::keyPressEvent(event);
 }
 
 void TransferDrawer::resizeEvent(QResizeEvent *event)
@@ -275,6 +297,8 @@ void TransferDrawer::showMenu(const QPoint &position)
             menu->addAction(command.text, this, [this, command] { run(command); });
     }
     menu->addSeparator();
+    if (const QList<QUuid> ids = selectedTransfers(); ids.size() == 1)
+        menu->addAction(tr("Show the target folder"), this, [this, id = ids.first()] { emit targetRequested(id); });
     menu->addAction(m_copy);
     menu->popup(m_list->viewport()->mapToGlobal(position));
 }

@@ -75,6 +75,22 @@ private slots:
         QTRY_VERIFY(!bench.home.exists("right/a.txt"));
     }
 
+    void listOfTransfersTakesTheKeyboardAndLeadsToWhatTheyBrought()
+    {
+        WindowBench bench({{"left/a.txt", "text"}});
+        bench.select(Side::left, "a.txt");
+        bench.key(Qt::Key_F5);
+        QTRY_COMPARE(bench.home.read("right/a.txt"), "text");
+        bench.key(Qt::Key_J, Qt::ControlModifier);
+        QTRY_VERIFY(bench.find("transferList") && bench.find("transferList")->hasFocus());
+        bench.key(Qt::Key_Escape);
+        QVERIFY(bench.list(Side::left)->hasFocus());
+        bench.find("transferList")->setFocus();
+        bench.key(Qt::Key_Return);
+        QTRY_COMPARE(bench.pane(Side::left)->currentPath(), bench.home.path("right"));
+        QCOMPARE(bench.model->tabs(Side::left).sessions().size(), 2);
+    }
+
     void tabsOpenCloseAndComeBackAtTheNextStart()
     {
         WindowBench bench({{"left/", ""}, {"elsewhere/", ""}});
