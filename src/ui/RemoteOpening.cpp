@@ -6,6 +6,7 @@
 #include "files/Format.h"
 #include "files/RemoteFileService.h"
 #include "ui/MessageBar.h"
+#include "ui/pane/FileMimeData.h"
 
 #include <QBoxLayout>
 #include <QDesktopServices>
@@ -20,7 +21,7 @@ namespace moorix {
 
 void openWithDesktop(AppModel &model, const QString &path)
 {
-    if (!QDesktopServices::openUrl(QUrl::fromLocalFile(path))) {
+    if (!QDesktopServices::openUrl(FileMimeData::url(path))) {
         emit model.messageRaised(
             RemoteOpening::tr("No program is set up to open “%1”.").arg(Format::display(Format::fileName(path))));
     }

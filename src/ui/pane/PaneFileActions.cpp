@@ -33,14 +33,11 @@ QString removalQuestion(const QList<FileItem> &items)
     return PaneFileActions::tr("Delete %1 for good?").arg(described(items));
 }
 
-/// Files of another program, put on the system's clipboard after anything of ours.
-const QMimeData *foreignFiles()
+/// Whether the system's clipboard holds what was cut or copied here last. Where it has changed hands but not its
+/// contents, as by the programs that keep its history, those are told by their type.
+bool isOurs(const QMimeData &data)
 {
-    const QClipboard *clipboard = QGuiApplication::clipboard();
-    const QMimeData *data = clipboard->mimeData();
-    // Not every platform knows whose its clipboard is; what comes from here is an object of ours.
-    const bool isOurs = clipboard->ownsClipboard() || qobject_cast<const FileMimeData *>(data);
-    return !isOurs && data && data->hasUrls() ? data : nullptr;
+    return qobject_cast<const FileMimeData *>(&data) || data.hasFormat(FileMimeData::acceptedTypes().first());
 }
 
 } // namespace
@@ -52,6 +49,14 @@ PaneFileActions::PaneFileActions(PaneModel &pane, const PaneContext &context, QO
     , m_arrivals(new FileDrop(pane, context, this))
 {
     connect(m_arrivals, &FileDrop::refused, this, &PaneFileActions::refused);
+    // What is no longer on the clipboard is not to be moved by the next paste.
+    const QClipboard *clipboard = QGuiApplication::clipboard();
+    connect(clipboard, &QClipboard::dataChanged, this, [this, clipboard] {
+        if (!m_context.clipboard.content())
+            return;
+        if (const QMimeData *data = clipboard->mimeData(); data && !isOurs(*data))
+            m_context.clipboard.clear();
+    });
 }
 
 bool PaneFileActions::isAvailable(PaneCommand command) const
@@ -95,7 +100,7 @@ bool PaneFileActions::isAvailable(PaneCommand command, const QList<FileItem> &se
     case PaneCommand::info:
         return !selected.isEmpty();
     case PaneCommand::paste:
-        return showsFolder && (foreignFiles() || (m_context.clipboard.content() && m_context.paste));
+        return showsFolder && canPaste();
     case PaneCommand::goUp:
         return m_pane.canGoUp();
     case PaneCommand::goBack:
@@ -165,16 +170,37 @@ void PaneFileActions::putOnClipboard(bool isCut)
 {
     const QList<FileItem> items = m_pane.selectedItems();
     m_context.clipboard.set({m_pane.service(), items, isCut});
-    QGuiApplication::clipboard()->setMimeData(new FileMimeData(m_pane.service(), items, m_pane.isLocal()));
+    auto *data = new FileMimeData(m_pane.service(), items, m_pane.isLocal());
+    data->noteWhetherCut(isCut);
+    QGuiApplication::clipboard()->setMimeData(data);
     emit messageRaised((isCut ? tr("Cut %1.") : tr("Copied %1.")).arg(described(items)));
+}
+
+bool PaneFileActions::canPaste() const
+{
+    const QMimeData *data = QGuiApplication::clipboard()->mimeData();
+    if (!data)
+        return false;
+    if (m_context.clipboard.content() && isOurs(*data))
+        return bool(m_context.paste);
+    return m_context.transfer && m_context.localFiles && FileMimeData::hasLocalPaths(*data);
 }
 
 void PaneFileActions::paste()
 {
-    if (const QMimeData *files = foreignFiles())
-        m_arrivals->takeLocalFiles(FileMimeData::localPaths(*files), m_pane.currentPath(), false);
-    else
+    QClipboard *clipboard = QGuiApplication::clipboard();
+    const QMimeData *data = clipboard->mimeData();
+    bool isTaken = false;
+    if (m_context.clipboard.content() && isOurs(*data)) {
         pass(m_context.paste);
+        isTaken = !m_context.clipboard.content();
+    } else {
+        isTaken = FileMimeData::isCut(*data);
+        m_arrivals->takeLocalFiles(FileMimeData::localPaths(*data), m_pane.currentPath(), isTaken);
+    }
+    // Files can be moved away only once.
+    if (isTaken)
+        clipboard->clear();
 }
 
 void PaneFileActions::copyPaths()

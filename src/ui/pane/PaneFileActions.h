@@ -42,6 +42,7 @@ private:
     void passFolder(const std::function<void(const FileItem &)> &receiver);
     void pass(const std::function<PaneContext::Refusal()> &action);
     void putOnClipboard(bool isCut);
+    bool canPaste() const;
     void paste();
     void copyPaths();
     void remove();

@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "WindowBench.h"
+#include "files/LocalFileService.h"
+#include "files/NativePath.h"
+#include "transfers/TransferEngine.h"
+
+#include <QClipboard>
+#include <QMimeData>
+
+using namespace moorix;
+using namespace moorix::test;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const auto gnomeType = u"x-special/gnome-copied-files"_s;
+
+void offer(const QByteArray &urls, const QByteArray &action)
+{
+    auto *data = new QMimeData;
+    data->setData(u"text/uri-list"_s, urls);
+    data->setData(gnomeType, action + '\n' + urls);
+    QApplication::clipboard()->setMimeData(data);
+}
+
+} // namespace
+
+/// Files that are cut, copied and pasted, also between programs.
+class FilePasteTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void textThatIsCopiedMeanwhileKeepsCutFilesWhereTheyAre()
+    {
+        WindowBench bench({{"left/a.txt", "a"}});
+        bench.select(Side::left, "a.txt");
+        bench.key(Qt::Key_X, Qt::ControlModifier);
+        QCOMPARE(QApplication::clipboard()->mimeData()->data(gnomeType),
+                 "cut\nfile://" + bench.home.path("left/a.txt").toUtf8());
+        QApplication::clipboard()->setText(u"a word"_s);
+        QVERIFY(!bench.model->clipboard().content());
+        bench.key(Qt::Key_Tab);
+        bench.key(Qt::Key_V, Qt::ControlModifier);
+        QCOMPARE(bench.model->transfers().transfers().size(), 0);
+    }
+
+    void whatAnotherProgramHasCutMovesWhateverItsNameIs()
+    {
+        WindowBench bench({{"elsewhere/", ""}});
+        LocalFileService disk;
+        const QString name = NativePath::text("caf\xE9");
+        disk.write("text", bench.home.path("elsewhere/") + name, {});
+        const QByteArray folder = "file://localhost" + bench.home.path("elsewhere/").toUtf8();
+        offer("https://example.org/page\r\n" + folder + "caf%E9\r\n" + folder + "gone\r\n", "cut");
+        bench.key(Qt::Key_V, Qt::ControlModifier);
+        QTRY_VERIFY(disk.stat(bench.home.path("left/") + name, {}));
+        QTRY_VERIFY(!disk.stat(bench.home.path("elsewhere/") + name, {}));
+        QCOMPARE(bench.find("questionBar")->findChild<QLabel *>()->text(), u"No longer there: 1 of 2 files."_s);
+        const QMimeData *left = QApplication::clipboard()->mimeData();
+        QVERIFY(!left || !left->hasUrls());
+        offer("https://example.org/page", "copy");
+        bench.key(Qt::Key_V, Qt::ControlModifier);
+        QCOMPARE(bench.model->transfers().transfers().size(), 1);
+    }
+};
+
+MOORIX_TEST(FilePasteTest)
+#include "FilePasteTest.moc"
