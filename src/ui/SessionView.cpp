@@ -119,7 +119,7 @@ PaneContext SessionView::paneContext()
         .moveToOtherSide = [this] { return m_model.transferSelection(m_side, true); },
         .compareFiles = [this] { return compareFiles(); },
         .paste = [this] { return m_model.paste(m_side); },
-        .transfer = [this](TransferRequest request) { m_model.transfers().enqueue(std::move(request)); },
+        .transfer = [this](TransferRequest request) { m_model.transfer(std::move(request)); },
         .openFile = {},
         .editFile = {},
         .openInOtherPane = open(otherSide(m_side), false),

@@ -63,6 +63,21 @@ private slots:
         bench.key(Qt::Key_V, Qt::ControlModifier);
         QCOMPARE(bench.model->transfers().transfers().size(), 1);
     }
+
+    void copyInPlaceGetsANameOfItsOwnAndAllElseFollowsTheSetting()
+    {
+        WindowBench bench({{"left/a.txt", "a"}, {"left/dir/b", "b"}, {"elsewhere/a.txt", "other"}});
+        bench.pane(Side::left)->setSelection({bench.home.path("left/a.txt"), bench.home.path("left/dir")});
+        bench.key(Qt::Key_C, Qt::ControlModifier);
+        bench.key(Qt::Key_V, Qt::ControlModifier);
+        QTRY_COMPARE(bench.home.read("left/a 2.txt"), "a");
+        QTRY_COMPARE(bench.home.read("left/dir 2/b"), "b");
+        bench.model->settings().conflictPolicyRaw.set(u"skip"_s);
+        offer("file://" + bench.home.path("elsewhere/a.txt").toUtf8(), "copy");
+        bench.key(Qt::Key_V, Qt::ControlModifier);
+        QTRY_COMPARE(bench.model->transfers().transfers().last().skipped, qint64(1));
+        QCOMPARE(bench.home.read("left/a.txt"), "a");
+    }
 };
 
 MOORIX_TEST(FilePasteTest)

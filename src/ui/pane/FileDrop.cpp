@@ -66,7 +66,7 @@ void FileDrop::drop(QDropEvent &event, const QString &folder)
     }
     const bool isMove = action == Qt::MoveAction;
     if (const auto *ours = qobject_cast<const FileMimeData *>(event.mimeData())) {
-        m_transfer({ours->service(), m_pane.service(), ours->items(), folder, isMove, TransferConflictPolicy::ask});
+        m_transfer({ours->service(), m_pane.service(), ours->items(), folder, isMove});
     } else {
         takeLocalFiles(FileMimeData::localPaths(*event.mimeData()), folder, isMove);
     }
@@ -97,7 +97,7 @@ void FileDrop::takeLocalFiles(const QStringList &paths, const QString &folder, b
                 emit refused(tr("No longer there: %1 of %2 files.").arg(count - items.size()).arg(count));
             if (items.isEmpty())
                 return;
-            m_transfer({m_localFiles, m_pane.service(), items, folder, isMove, TransferConflictPolicy::ask});
+            m_transfer({m_localFiles, m_pane.service(), items, folder, isMove});
         },
         [this](const Error &error) { emit refused(error.message()); });
 }
