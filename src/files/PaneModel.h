@@ -13,6 +13,7 @@
 #include <QStringList>
 #include <QTimer>
 
+#include <functional>
 #include <memory>
 
 namespace moorix {
@@ -122,6 +123,8 @@ public:
     void rename(const FileItem &item, const QString &to);
     void move(const QList<FileItem> &items, const QString &toDirectory);
     void remove(const QList<FileItem> &items);
+    /// On the local disk only. `moved` is called once all of them are in the bin.
+    void moveToTrash(const QList<FileItem> &items, std::function<void()> moved);
     void duplicate(const QList<FileItem> &items);
     void setPermissions(const QList<FileItem> &items, const QString &octal, Recursive recursive);
     /// An operation is under way; its description for the user ("Deleting 3 items").
@@ -182,7 +185,7 @@ private:
     void setError(const std::optional<QString> &message, LoadKind origin);
 
     bool acceptName(const QString &name);
-    void operate(const QString &description, PaneOperations::Work work);
+    void operate(const QString &description, PaneOperations::Work work, std::function<void()> succeeded = {});
     void finishOperation(const QString &folder, const FileActions::Outcome &outcome);
 
     std::shared_ptr<FileService> m_service;

@@ -8,6 +8,8 @@
 #include <QMenu>
 #include <QMenuBar>
 
+#include <sys/stat.h>
+
 using namespace moorix;
 using namespace moorix::test;
 using namespace Qt::StringLiterals;
@@ -140,6 +142,13 @@ private slots:
         bench.select(Side::left, "a.txt");
         bench.key(Qt::Key_F5);
         QTRY_VERIFY(bench.find("conflictBar"));
+        // The end of another one is told all the same.
+        QCOMPARE(::mkfifo(bench.home.path("left/pipe").toUtf8().constData(), 0600), 0);
+        bench.pane(Side::left)->reload();
+        QTRY_COMPARE(bench.pane(Side::left)->displayedCount(), 2);
+        bench.select(Side::left, "pipe");
+        bench.model->transferSelection(Side::left, false);
+        QTRY_VERIFY(bench.find<QLabel>("statusMessage")->text().contains(u"pipe"_s));
         bench.window->close();
         QVERIFY(bench.window->isVisible());
         bench.click(bench.find("messageBarConfirm"));
@@ -312,9 +321,20 @@ private slots:
     void deleteMovesToTheBinAndShiftDeleteAsksFirst()
     {
         WindowBench bench({{"left/a.txt", "a"}, {"left/b.txt", "b"}});
+        QSet<QString> many;
+        for (int i = 0; i < 300; ++i) {
+            many << bench.home.path("left/") + QString::number(i);
+            putFile(bench.home.path("left/") + QString::number(i), "x");
+        }
+        bench.pane(Side::left)->reload();
+        QTRY_COMPARE(bench.pane(Side::left)->displayedCount(), 302);
+        bench.pane(Side::left)->setSelection(many);
+        bench.key(Qt::Key_Delete);
+        // A second deletion leaves the first one to its end.
         bench.select(Side::left, "a.txt");
         bench.key(Qt::Key_Delete);
         QTRY_VERIFY(!bench.home.exists("left/a.txt"));
+        QTRY_COMPARE(bench.pane(Side::left)->displayedCount(), 1);
         QTRY_VERIFY(bench.find<QLabel>("statusMessage")->text().contains(u"bin"_s));
         QVERIFY(bench.home.exists("data/Trash/files/a.txt"));
         bench.select(Side::left, "b.txt");

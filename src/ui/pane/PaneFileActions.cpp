@@ -11,6 +11,7 @@
 
 #include <QClipboard>
 #include <QGuiApplication>
+#include <QPointer>
 
 using namespace Qt::StringLiterals;
 
@@ -215,11 +216,14 @@ void PaneFileActions::copyPaths()
 
 void PaneFileActions::remove()
 {
-    const auto disk = std::dynamic_pointer_cast<LocalFileService>(m_pane.service());
-    if (disk)
-        moveToTrash(disk);
-    else
-        removeForGood();
+    if (!std::dynamic_pointer_cast<LocalFileService>(m_pane.service()))
+        return removeForGood();
+    const QList<FileItem> items = m_pane.selectedItems();
+    // The pane may outlive what shows it.
+    m_pane.moveToTrash(items, [self = QPointer(this), items] {
+        if (self)
+            emit self->messageRaised(tr("Moved %1 to the bin.").arg(described(items)));
+    });
 }
 
 void PaneFileActions::removeForGood()
@@ -231,34 +235,6 @@ void PaneFileActions::removeForGood()
     }
     // What was selected when the question was asked is removed, whatever is selected when it is answered.
     emit confirmationWanted(removalQuestion(items), tr("Delete"), [this, items] { m_pane.remove(items); });
-}
-
-void PaneFileActions::moveToTrash(const std::shared_ptr<LocalFileService> &disk)
-{
-    const QList<FileItem> items = m_pane.selectedItems();
-    Job job = runJob(
-        [disk, items](const std::stop_token &stop) {
-            QStringList failures;
-            for (const FileItem &item : items) {
-                if (stop.stop_requested())
-                    break;
-                try {
-                    disk->moveToTrash(item.path);
-                } catch (const Error &error) {
-                    failures.append(error.message());
-                }
-            }
-            return failures;
-        },
-        [this, items](const QStringList &failures) {
-            m_pane.reload();
-            if (failures.isEmpty())
-                emit messageRaised(tr("Moved %1 to the bin.").arg(described(items)));
-            else
-                emit refused(failures.join(u'\n'));
-        },
-        [this](const Error &error) { emit refused(error.message()); });
-    m_trashJob = std::move(job);
 }
 
 } // namespace moorix
