@@ -5,6 +5,16 @@
 
 namespace moorix {
 
+namespace {
+
+qint64 msecsNow()
+{
+    return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
+
+} // namespace
+
 /// Only touched on the main thread.
 struct TransferActivity::Ear
 {
@@ -52,15 +62,20 @@ TransferActivity::~TransferActivity()
 double TransferActivity::measureRate(qint64 bytesCarried)
 {
     constexpr qint64 windowMsecs = 4000;
-    const qint64 now =
-        std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now().time_since_epoch())
-            .count();
+    const qint64 now = msecsNow();
     m_progress.emplace_back(now, bytesCarried);
     while (m_progress.size() > 2 && now - m_progress.front().first > windowMsecs)
         m_progress.pop_front();
-    const qint64 msecs = now - m_progress.front().first;
+    return rateNow();
+}
+
+double TransferActivity::rateNow() const
+{
+    if (m_progress.empty())
+        return 0;
+    const qint64 msecs = msecsNow() - m_progress.front().first;
     // A failed file takes its bytes back.
-    const qint64 bytes = std::max<qint64>(0, bytesCarried - m_progress.front().second);
+    const qint64 bytes = std::max<qint64>(0, m_progress.back().second - m_progress.front().second);
     return msecs > 0 ? double(bytes) * 1000.0 / double(msecs) : 0;
 }
 

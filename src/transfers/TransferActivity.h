@@ -37,6 +37,8 @@ public:
     TransferStopwatch &stopwatch() { return m_stopwatch; }
     /// Bytes per second over the last seconds, `bytesCarried` being what has travelled until this moment.
     double measureRate(qint64 bytesCarried);
+    /// The same at this moment: the longer nothing comes, the less it is.
+    double rateNow() const;
 
 private:
     /// Lives as long as somebody may want to tell something.

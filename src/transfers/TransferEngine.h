@@ -9,6 +9,7 @@
 
 #include <QHash>
 #include <QObject>
+#include <QTimer>
 
 #include <deque>
 #include <map>
@@ -124,6 +125,7 @@ private:
     void showFirstQuestion();
     void finish(const QUuid &id, const TransferOutcome &outcome);
     void fail(const QUuid &id, const QString &sentence);
+    void updateRates();
     void removeCleared();
     void removeLeftovers(const Order &order);
     void save();
@@ -139,6 +141,8 @@ private:
     std::optional<TransferQueueFile> m_file;
     /// Services that are opened to clean up behind transfers.
     std::vector<Job> m_cleanups;
+    /// Progress comes when something moves only; what is told of it must not stand still.
+    QTimer m_rateTimer;
 };
 
 } // namespace moorix
