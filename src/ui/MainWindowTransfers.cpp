@@ -2,13 +2,17 @@
 // The commands that act on all transfers.
 #include "ui/MainWindow.h"
 
+#include "app/EditedFiles.h"
 #include "app/PaneTabs.h"
+#include "platform/DesktopNotifier.h"
 #include "servers/ServerStore.h"
 #include "transfers/TransferEngine.h"
 #include "ui/SideView.h"
 #include "ui/TransferDrawer.h"
+#include "ui/TransferNotices.h"
 #include "ui/TransferRules.h"
 
+#include <QApplication>
 #include <QStackedWidget>
 
 #include <algorithm>
@@ -56,6 +60,16 @@ void MainWindow::addTransferCommands()
     m_handlers[clearTransfers] = [&engine] { engine.clearEnded(); };
     connect(m_drawer, &TransferDrawer::targetRequested, this, &MainWindow::showTargetOf);
     connect(m_drawer, &TransferDrawer::keyboardReleased, this, &MainWindow::leaveDrawer);
+    auto *notices = new TransferNotices(engine, this);
+    notices->follow(m_model.editedFiles());
+    auto *notifier = new DesktopNotifier(this);
+    connect(notices, &TransferNotices::raised, notifier, &DesktopNotifier::notify);
+    connect(notices, &TransferNotices::raised, this, [this] { QApplication::alert(this); });
+    connect(notifier, &DesktopNotifier::activated, this, [this] {
+        show();
+        raise();
+        activateWindow();
+    });
 }
 
 void MainWindow::showTargetOf(const QUuid &transfer)

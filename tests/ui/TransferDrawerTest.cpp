@@ -4,12 +4,14 @@
 #include "support/TestMain.h"
 #include "transfers/TransferScene.h"
 #include "ui/ConflictBar.h"
+#include "ui/TransferNotices.h"
 
 #include <QAction>
 #include <QClipboard>
 #include <QLabel>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QSignalSpy>
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
@@ -122,6 +124,26 @@ private slots:
             (canResume ? action : scene.bar.findChild<QAction *>(u"conflictOverwriteOtherSize"_s))->trigger();
             QTRY_COMPARE(scene.state(0), State::finished);
             QCOMPARE(scene.tree.read("to/a"), QByteArray("12345678"));
+        }
+    }
+
+    void questionsAndFailuresAreToldOutsideTheWindowWhenNobodyLooks()
+    {
+        for (const bool isLookedAt : {false, true}) {
+            EngineScene scene;
+            scene.server->halfway = breakLink(1);
+            QWidget window;
+            if (isLookedAt) {
+                window.show();
+                QVERIFY(QTest::qWaitForWindowActive(&window));
+            }
+            const TransferNotices notices(*scene.engine);
+            QSignalSpy raised(&notices, &TransferNotices::raised);
+            scene.send("from/a");
+            QTRY_VERIFY(scene.engine->conflict());
+            scene.engine->answer({ConflictAnswer::Choice::overwrite});
+            QTRY_COMPARE(scene.state(0), State::failed);
+            QCOMPARE(raised.count(), isLookedAt ? 0 : 2);
         }
     }
 
