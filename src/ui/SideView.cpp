@@ -95,6 +95,8 @@ QWidget *SideView::makeHeader()
     m_bar->setDrawBase(false);
     m_bar->setElideMode(Qt::ElideMiddle);
     m_bar->setUsesScrollButtons(true);
+    // What is dragged gets to folders that another tab shows.
+    m_bar->setChangeCurrentOnDrag(true);
     m_bar->setFocusPolicy(Qt::NoFocus);
     m_bar->setContextMenuPolicy(Qt::CustomContextMenu);
     m_bar->installEventFilter(this);

@@ -6,6 +6,7 @@
 #include "files/Format.h"
 #include "settings/SettingsStore.h"
 #include "ui/MessageBar.h"
+#include "ui/pane/FileDrop.h"
 #include "ui/pane/FileListModel.h"
 #include "ui/pane/FileListView.h"
 #include "ui/pane/FilterBar.h"
@@ -82,6 +83,9 @@ PaneView::~PaneView()
 void PaneView::build()
 {
     m_pathBar = new PathBar(m_pane, this);
+    auto *drop = new FileDrop(m_pane, m_context, m_pathBar);
+    m_pathBar->takeDrops(*drop);
+    connect(drop, &FileDrop::refused, this, &PaneView::tell);
     m_error = new MessageBar(this);
     m_error->setObjectName(u"errorBanner"_s);
     m_question = new MessageBar(this);
