@@ -5,6 +5,7 @@
 #include "app/ServerConnections.h"
 #include "remote/SFTPService.h"
 #include "support/TestServer.h"
+#include "transfers/TransferEngine.h"
 #include "ui/editor/EditorView.h"
 
 #include <QDesktopServices>
@@ -118,6 +119,15 @@ private slots:
         bench.select(Side::right, "from server.txt");
         bench.key(Qt::Key_F5);
         QTRY_COMPARE(bench.home.read("left/from server.txt"), "remote");
+
+        // A transfer that waits for an answer would be broken off.
+        bench.key(Qt::Key_F5);
+        QTRY_VERIFY(bench.find("conflictBar"));
+        bench.key(Qt::Key_K, Qt::ControlModifier | Qt::ShiftModifier);
+        QVERIFY(bench.model->connections().isConnected(server.id));
+        bench.model->transfers().answer({ConflictAnswer::Choice::skip});
+        bench.click(bench.find("messageBarClose"));
+        QTRY_VERIFY(!isOpen(bench.model->transfers().transfers().last().state));
 
         QVERIFY(bench.model->connections().isConnected(server.id));
         const auto service = std::dynamic_pointer_cast<SFTPService>(bench.pane(Side::right)->service());
