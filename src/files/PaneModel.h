@@ -82,6 +82,8 @@ public:
     /// with the file selected.
     void load(const QString &path, bool pushHistory);
     void reload();
+    /// Something of the program's has changed the folder. Another one that the user has asked for comes all the same.
+    void reloadUnlessLeaving();
     void cancelLoading();
     bool canGoBack() const { return !m_history.isEmpty(); }
     bool canGoForward() const { return !m_forwardStack.isEmpty(); }
