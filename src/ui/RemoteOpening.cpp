@@ -57,6 +57,7 @@ RemoteOpening::~RemoteOpening() = default;
 void RemoteOpening::fetch()
 {
     m_received = std::make_shared<std::atomic<qint64>>(0);
+    m_hasFailed = false;
     m_tick.start();
     m_job = m_model.editedFiles().fetch(
         m_server, m_service, m_file, m_received,
@@ -70,6 +71,7 @@ void RemoteOpening::fetch()
             end();
         },
         [this](const Error &error) {
+            m_hasFailed = true;
             m_tick.stop();
             m_bar->offer(error.message(), tr("Retry"), MessageBar::Tone::danger, [this] { fetch(); });
         });

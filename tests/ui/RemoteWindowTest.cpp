@@ -301,6 +301,24 @@ private slots:
         QCOMPARE(m_opened, QStringList());
     }
 
+    void fileThatCouldNotBeFetchedIsTriedAnewByOpeningItAgain()
+    {
+        putFile(onServer(u"a.txt"_s), "text");
+        WindowBench bench({{"tmp/", ""}}, clients());
+        qputenv("TMPDIR", bench.home.path("tmp").toUtf8());
+        connectRight(bench);
+        QTRY_COMPARE(bench.pane(Side::right)->displayedCount(), 1);
+        bench.pane(Side::right)->setSelection({bench.pane(Side::right)->displayedItem(0).id()});
+        QFile::remove(onServer(u"a.txt"_s));
+        bench.key(Qt::Key_Return);
+        QTRY_VERIFY(bench.find("openingBar") &&
+                    bench.find("openingBar")->findChild<QLabel *>()->text().contains(u"Not"));
+        putFile(onServer(u"a.txt"_s), "text");
+        bench.key(Qt::Key_Return);
+        QTRY_COMPARE(m_opened.size(), 1);
+        QTRY_VERIFY(!bench.find("openingBar"));
+    }
+
     void quickLookShowsTheBeginningOfALargeFile()
     {
         putFile(onServer(u"server.log"_s), QByteArray("a line of the log\n").repeated(1'200'000));
