@@ -196,7 +196,10 @@ void ConflictBar::takeKeyboard()
 {
     m_isUnheard = false;
     noteKeyboard();
-    findChild<QPushButton *>(QStringLiteral("conflictSkip"))->setFocus();
+    auto *skip = findChild<QPushButton *>(QStringLiteral("conflictSkip"));
+    // Screen readers say what has the keyboard, not what it is about.
+    skip->setAccessibleDescription(m_question->text());
+    skip->setFocus();
 }
 
 void ConflictBar::leave()

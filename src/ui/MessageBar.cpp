@@ -76,7 +76,10 @@ void MessageBar::ask(const QString &text, const QString &buttonText, Tone tone, 
     m_chosen = std::move(better.run);
     m_better->setText(better.text);
     m_better->setVisible(!better.text.isEmpty());
-    (better.text.isEmpty() ? m_confirm : m_better)->setFocus();
+    QPushButton *first = better.text.isEmpty() ? m_confirm : m_better;
+    // Screen readers say what has the keyboard, not what it is about.
+    first->setAccessibleDescription(text);
+    first->setFocus();
 }
 
 void MessageBar::addChoice(MessageChoice choice)
