@@ -228,7 +228,7 @@ private slots:
             return shell.code == 0 && shell.err.isEmpty();
         };
         QVERIFY(succeeds("mkdir new"));
-        QVERIFY(succeeds("cp a.txt ./a:b d new"));
+        QVERIFY(succeeds("cp -r a.txt ./a:b d new"));
         QVERIFY(succeeds("cp a.txt new/named.txt"));
         QVERIFY(succeeds("mv new/d renamed"));
         QVERIFY(succeeds("chmod 600 new/a.txt"));

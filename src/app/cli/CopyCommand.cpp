@@ -238,6 +238,7 @@ QList<Command> copyCommands()
     cp.examples = {u"cp ./site web-01:/var/www"_s, u"cp web-01:/var/log/syslog ./syslog.txt"_s,
                    u"cp web-01:/srv/data backup:/srv --conflict overwrite"_s};
     cp.options = {{u"conflict"_s, u"What to do when a file exists: ask, skip, overwrite or rename."_s, u"POLICY"_s},
+                  {{u"r"_s, u"recursive"_s}, u"Of no effect: folders are copied with all that is in them anyway."_s},
                   {u"verify"_s, u"Compare the contents of both sides by SHA-256 afterwards, where the server can."_s},
                   {u"json"_s, u"Print one JSON object."_s}};
     return {cp};
