@@ -3,6 +3,7 @@
 
 #include "files/Format.h"
 #include "ui/Theme.h"
+#include "ui/Widgets.h"
 #include "ui/pane/FileDrop.h"
 
 #include <QDropEvent>
@@ -62,7 +63,7 @@ void Breadcrumbs::setComponents(const QList<PathComponent> &components)
     for (const PathComponent &component : components) {
         QToolButton *button = makeButton(plainText(component.name), this);
         button->setCursor(Qt::ArrowCursor);
-        button->setToolTip(Format::display(component.path));
+        button->setToolTip(Widgets::toolTip(Format::display(component.path)));
         connect(button, &QToolButton::clicked, this, [this, path = component.path] { emit componentClicked(path); });
         m_buttons.append(button);
     }
