@@ -43,6 +43,7 @@ private slots:
         bench.key(Qt::Key_Tab);
         bench.key(Qt::Key_V, Qt::ControlModifier);
         QCOMPARE(bench.model->transfers().transfers().size(), 0);
+        QCOMPARE(bench.find<QLabel>("statusMessage")->text(), u"The clipboard holds no files."_s);
     }
 
     void whatAnotherProgramHasCutMovesWhateverItsNameIs()

@@ -167,8 +167,13 @@ void PaneView::run(PaneCommand command)
          command != PaneCommand::invertSelection && command != PaneCommand::focusOtherSide);
     if (actsOnEntries)
         m_list->selectCurrentIfNothing();
-    if (isAvailable(command) && !runInView(command))
-        m_actions->run(command);
+    if (isAvailable(command)) {
+        if (!runInView(command))
+            m_actions->run(command);
+    } else if (command == PaneCommand::paste && !m_pane.currentPath().isEmpty()) {
+        // Alone of all this depends on what is nowhere to be seen.
+        emit messageRaised(tr("The clipboard holds no files."));
+    }
 }
 
 bool PaneView::runInView(PaneCommand command)
