@@ -30,6 +30,9 @@ constexpr int idRole = Qt::UserRole;
 constexpr int isOpenRole = Qt::UserRole + 1;
 constexpr int detailsRole = Qt::UserRole + 2;
 
+/// What ten thousand failures had to say would hold up the window each time the list changes.
+constexpr qsizetype mostLines = 500;
+
 enum Column { titleColumn, standingColumn, endColumn };
 
 using State = TransferStatus::State;
@@ -239,7 +242,10 @@ void TransferDrawer::showDetails(const TransferStatus &transfer, QTreeWidgetItem
         return;
     item.setData(0, detailsRole, all);
     qDeleteAll(item.takeChildren());
-    for (const QString &text : all) {
+    QStringList shown = all.first(std::min(all.size(), mostLines));
+    if (all.size() > mostLines)
+        shown += tr("… and %Ln more; copying the transfer takes all of them.", nullptr, int(all.size() - mostLines));
+    for (const QString &text : std::as_const(shown)) {
         auto *line = new QTreeWidgetItem(&item, {text});
         line->setFirstColumnSpanned(true);
         const bool isRemark = item.childCount() <= remarks.size();
@@ -309,10 +315,13 @@ void TransferDrawer::copySelected() const
     QStringList lines;
     for (int row = 0; row < m_list->topLevelItemCount(); ++row) {
         const QTreeWidgetItem *item = m_list->topLevelItem(row);
-        if (item->isSelected())
+        if (item->isSelected()) {
             lines += QStringLiteral("%1 — %2").arg(item->text(titleColumn), item->text(standingColumn));
+            lines += item->data(0, detailsRole).toStringList();
+            continue;
+        }
         for (int child = 0; child < item->childCount(); ++child) {
-            if (item->isSelected() || item->child(child)->isSelected())
+            if (item->child(child)->isSelected())
                 lines += item->child(child)->text(titleColumn);
         }
     }
