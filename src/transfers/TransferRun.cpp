@@ -56,6 +56,7 @@ TransferRun::TransferRun(TransferRequest request, Callbacks callbacks)
                           return ConflictAnswer{m_callbacks.decide(conflict)};
                       // Who has to think is not what the files decided on already wait for.
                       sendBundle();
+                      m_tally.publish(true);
                       return m_callbacks.ask(conflict, m_callbacks.control->token());
                   })
     , m_parts(m_route, m_link, m_tally)

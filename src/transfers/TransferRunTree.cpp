@@ -25,7 +25,7 @@ void TransferRun::dispatch(TransferNode &node, TransferTarget &target, Item &ite
         const auto [kind, place] = m_placement.decide(node, target);
         if (kind == TransferPlacement::Kind::isSkipped) {
             node.fate = Fate::skipped;
-            m_tally.addSkipped(node.fileCount());
+            m_tally.addSkipped(node.fileCount(), node.byteCount());
             item.isIncomplete = true;
         } else if (kind == TransferPlacement::Kind::isThere) {
             arrive(node);

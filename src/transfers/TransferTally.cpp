@@ -70,9 +70,13 @@ void TransferTally::addFound(qint64 files, qint64 bytes)
     });
 }
 
-void TransferTally::addSkipped(qint64 files)
+void TransferTally::addSkipped(qint64 files, qint64 bytes)
 {
-    change([files](TransferCounts &counts) { counts.skipped += files; });
+    change([files, bytes](TransferCounts &counts) {
+        counts.skipped += files;
+        counts.filesTotal -= files;
+        counts.bytesTotal -= bytes;
+    });
 }
 
 void TransferTally::fail(const QString &sentence)

@@ -47,7 +47,8 @@ public:
     void addTotal(qint64 files, qint64 bytes);
     /// Without having travelled.
     void addFound(qint64 files, qint64 bytes);
-    void addSkipped(qint64 files);
+    /// They are no longer to be done.
+    void addSkipped(qint64 files, qint64 bytes);
     void fail(const QString &sentence);
     void noteChanged(const QString &targetFolder);
     void note(const QString &text);
