@@ -4,8 +4,10 @@
 #include "base/Error.h"
 #include "files/Format.h"
 #include "transfers/TransferEngine.h"
+#include "ui/BriefName.h"
 #include "ui/CheckBox.h"
 #include "ui/ComparisonText.h"
+#include "ui/FlowLayout.h"
 #include "ui/Widgets.h"
 
 #include <QAbstractItemView>
@@ -66,15 +68,19 @@ ConflictBar::ConflictBar(TransferEngine &transfers, QWidget *parent)
     m_compare->setToolTip(tr("Tells whether both files hold the same"));
     connect(m_compare, &QPushButton::clicked, this, &ConflictBar::compare);
     m_forAll->setObjectName(QStringLiteral("conflictForAll"));
-    auto *buttons = new QHBoxLayout;
-    buttons->addWidget(m_forAll);
-    buttons->addStretch(1);
+    auto *buttons = new FlowLayout(8, FlowLayout::Edge::right);
     buttons->addWidget(m_compare);
     addChoice(*buttons, tr("Cancel transfer"), QStringLiteral("conflictCancel"), ConflictAnswer::Choice::cancel);
     addChoice(*buttons, tr("Keep both"), QStringLiteral("conflictKeepBoth"), ConflictAnswer::Choice::rename);
     addConditions(*buttons);
     addChoice(*buttons, tr("Overwrite"), QStringLiteral("conflictOverwrite"), ConflictAnswer::Choice::overwrite);
     addChoice(*buttons, tr("Skip"), QStringLiteral("conflictSkip"), ConflictAnswer::Choice::skip);
+    // A folder with a long name is cut off; it must not push the answers out of the window.
+    for (QLabel *label : {m_question, m_existing, m_source, m_comparison})
+        label->setMinimumWidth(1);
+    auto *answers = new QHBoxLayout;
+    answers->addWidget(m_forAll, 0, Qt::AlignTop);
+    answers->addLayout(buttons, 1);
     auto *sides = new QHBoxLayout;
     sides->setSpacing(24);
     sides->addWidget(m_existing, 1);
@@ -85,7 +91,7 @@ ConflictBar::ConflictBar(TransferEngine &transfers, QWidget *parent)
     column->addWidget(m_question);
     column->addLayout(sides);
     column->addWidget(m_comparison);
-    column->addLayout(buttons);
+    column->addLayout(answers);
     m_grace.setSingleShot(true);
     m_grace.setInterval(250ms);
     connect(&m_grace, &QTimer::timeout, this, &ConflictBar::leave);
@@ -103,8 +109,7 @@ ConflictBar::ConflictBar(TransferEngine &transfers, QWidget *parent)
     follow();
 }
 
-void ConflictBar::addChoice(QHBoxLayout &row, const QString &text, const QString &objectName,
-                            ConflictAnswer::Choice choice)
+void ConflictBar::addChoice(QLayout &row, const QString &text, const QString &objectName, ConflictAnswer::Choice choice)
 {
     QPushButton *button = choice == ConflictAnswer::Choice::skip ? Widgets::primaryButton(text, objectName, this)
                                                                  : Widgets::button(text, objectName, this);
@@ -117,7 +122,7 @@ void ConflictBar::addChoice(QHBoxLayout &row, const QString &text, const QString
     connect(button, &QPushButton::clicked, this, [this, choice] { answer(choice); });
 }
 
-void ConflictBar::addConditions(QHBoxLayout &row)
+void ConflictBar::addConditions(QLayout &row)
 {
     using Choice = ConflictAnswer::Choice;
     QPushButton *button = Widgets::button(tr("Overwrite if…"), QStringLiteral("conflictConditions"), this);
@@ -169,8 +174,8 @@ void ConflictBar::follow()
     m_grace.stop();
     const FileItem &existing = conflict->existing;
     const FileItem &source = conflict->source;
-    m_question->setText(tr("“%1” already exists in %2")
-                            .arg(Format::display(existing.name), Format::display(Format::parent(existing.path))));
+    m_question->setText(
+        tr("“%1” already exists in %2").arg(briefName(existing.name), Format::display(Format::parent(existing.path))));
     m_existing->setText(tr("There: %1%2").arg(facts(existing), age(existing, source)));
     m_source->setText(tr("Copy: %1%2").arg(facts(source), age(source, existing)));
     m_forAll->setChecked(false);

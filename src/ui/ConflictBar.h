@@ -10,8 +10,8 @@
 
 class QAction;
 class QCheckBox;
-class QHBoxLayout;
 class QLabel;
+class QLayout;
 class QPushButton;
 
 namespace moorix {
@@ -36,8 +36,8 @@ private:
     void leave();
     void noteKeyboard();
     void takeKeyboard();
-    void addChoice(QHBoxLayout &row, const QString &text, const QString &objectName, ConflictAnswer::Choice choice);
-    void addConditions(QHBoxLayout &row);
+    void addChoice(QLayout &row, const QString &text, const QString &objectName, ConflictAnswer::Choice choice);
+    void addConditions(QLayout &row);
     void answer(ConflictAnswer::Choice choice);
     void compare();
     void tell(const QString &comparison);

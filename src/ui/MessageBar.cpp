@@ -25,6 +25,8 @@ MessageBar::MessageBar(QWidget *parent)
 {
     setObjectName(QStringLiteral("messageBar"));
     m_text->setObjectName(QStringLiteral("messageBarText"));
+    // What has no place to break is cut off; it must not push the buttons out of the window.
+    m_text->setMinimumWidth(1);
     m_text->setTextInteractionFlags(Qt::TextSelectableByMouse);
     m_progress->setObjectName(QStringLiteral("messageBarProgress"));
     m_progress->setFixedWidth(140);

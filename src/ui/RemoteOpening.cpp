@@ -5,6 +5,7 @@
 #include "app/EditedFiles.h"
 #include "files/Format.h"
 #include "files/RemoteFileService.h"
+#include "ui/BriefName.h"
 #include "ui/MessageBar.h"
 #include "ui/pane/FileMimeData.h"
 
@@ -47,9 +48,8 @@ RemoteOpening::RemoteOpening(AppModel &model, ServerConnection server, std::shar
         fetch();
         return;
     }
-    m_bar->ask(
-        tr("“%1” has %2. Download it to open it?").arg(Format::display(m_file.name), Format::byteCount(m_file.size)),
-        tr("Download and open"), MessageBar::Tone::information, [this] { fetch(); });
+    m_bar->ask(tr("“%1” has %2. Download it to open it?").arg(briefName(m_file.name), Format::byteCount(m_file.size)),
+               tr("Download and open"), MessageBar::Tone::information, [this] { fetch(); });
 }
 
 RemoteOpening::~RemoteOpening() = default;
@@ -81,7 +81,7 @@ void RemoteOpening::showProgress()
 {
     const qint64 received = *m_received;
     m_bar->offer(tr("Fetching “%1”: %2 of %3")
-                     .arg(Format::display(m_file.name), Format::byteCount(received), Format::byteCount(m_file.size)),
+                     .arg(briefName(m_file.name), Format::byteCount(received), Format::byteCount(m_file.size)),
                  tr("Cancel"), MessageBar::Tone::information, [this] { end(); });
     m_bar->showProgress(m_file.size > 0 ? int(std::min<qint64>(1000, received * 1000 / m_file.size)) : -1);
 }

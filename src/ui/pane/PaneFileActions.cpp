@@ -6,6 +6,7 @@
 #include "files/LocalFileService.h"
 #include "files/PaneModel.h"
 #include "settings/SettingsStore.h"
+#include "ui/BriefName.h"
 #include "ui/pane/FileDrop.h"
 #include "ui/pane/FileMimeData.h"
 
@@ -23,7 +24,7 @@ namespace {
 QString described(const QList<FileItem> &items)
 {
     if (items.size() == 1)
-        return PaneFileActions::tr("“%1”").arg(Format::display(items.front().name));
+        return PaneFileActions::tr("“%1”").arg(briefName(items.front().name));
     return PaneFileActions::tr("%Ln items", nullptr, int(items.size()));
 }
 
