@@ -238,13 +238,21 @@ void AppModel::setActiveSide(Side side)
 
 std::optional<QString> AppModel::transferSelection(Side from, bool isMove)
 {
+    // What goes out of sight is looked for in vain.
+    if (!m_settings->dualPaneEnabled.value())
+        return u"Only one side is shown. Ctrl+2 brings back the other, where this would go."_s;
     const PaneModel *source = tabs(from).current().pane();
     if (!source)
         return u"There is no file list on this side to copy from."_s;
     const QList<FileItem> items = source->selectedItems();
     if (items.isEmpty())
         return u"Nothing is selected."_s;
-    return transfer({source->service(), items, isMove}, otherSide(from));
+    auto request = requestTo(otherSide(from), {source->service(), items, isMove});
+    if (!request)
+        return u"Open a folder on the other side first."_s;
+    request->policy = conflictPolicy();
+    m_transfers->enqueue(std::move(*request));
+    return std::nullopt;
 }
 
 std::optional<QString> AppModel::paste(Side side)
@@ -252,10 +260,13 @@ std::optional<QString> AppModel::paste(Side side)
     const auto content = m_clipboard->content();
     if (!content)
         return u"Nothing was cut or copied."_s;
-    const auto problem = transfer(*content, side);
-    if (!problem && content->isCut)
+    auto request = requestTo(side, *content);
+    if (!request)
+        return u"This side shows no folder."_s;
+    if (content->isCut)
         m_clipboard->clear();
-    return problem;
+    transfer(std::move(*request));
+    return std::nullopt;
 }
 
 std::pair<SyncPair, ServerConnection> AppModel::shownPair() const
@@ -282,21 +293,23 @@ std::pair<SyncPair, ServerConnection> AppModel::shownPair() const
     return {pair, *remote->server()};
 }
 
-std::optional<QString> AppModel::transfer(FileClipboard::Content content, Side to)
+std::optional<TransferRequest> AppModel::requestTo(Side side, const FileClipboard::Content &content) const
 {
-    const PaneModel *target = tabs(to).current().pane();
+    const PaneModel *target = tabs(side).current().pane();
     if (!target || target->currentPath().isEmpty())
-        return u"Open a folder on the other side first."_s;
-    TransferRequest request;
-    request.source = std::move(content.service);
-    request.destination = target->service();
-    request.items = std::move(content.items);
-    request.targetFolder = target->currentPath();
-    request.isMove = content.isCut;
-    request.policy =
-        transferConflictPolicyFromRaw(m_settings->conflictPolicyRaw.value()).value_or(TransferConflictPolicy::ask);
+        return std::nullopt;
+    return TransferRequest{content.service, target->service(), content.items, target->currentPath(), content.isCut};
+}
+
+TransferConflictPolicy AppModel::conflictPolicy() const
+{
+    return transferConflictPolicyFromRaw(m_settings->conflictPolicyRaw.value()).value_or(TransferConflictPolicy::ask);
+}
+
+void AppModel::transfer(TransferRequest request)
+{
+    request.policy = request.isCopyInPlace() ? TransferConflictPolicy::rename : conflictPolicy();
     m_transfers->enqueue(std::move(request));
-    return std::nullopt;
 }
 
 Job AppModel::saveServer(const ServerConnection &server, const ConnectionCredentials &secrets,

@@ -40,7 +40,9 @@ class ServerStore;
 class SettingsStore;
 class SyncEngine;
 class SyncPairStore;
+enum class TransferConflictPolicy;
 class TransferEngine;
+struct TransferRequest;
 
 enum class Side { left, right };
 constexpr Side otherSide(Side side)
@@ -103,6 +105,9 @@ public:
     std::optional<QString> transferSelection(Side from, bool isMove);
     /// Pastes the clipboard into the folder shown on `side`. Returns why that is not possible, or nothing.
     std::optional<QString> paste(Side side);
+    /// A drop, or files of another program: as the user has set for what exists already, and with names of their own
+    /// for copies in the folder of their originals.
+    void transfer(TransferRequest request);
     /// The folders that both sides show, to be kept alike: one must be of this computer, the other of a server. Throws
     /// an Error that says why they cannot.
     std::pair<SyncPair, ServerConnection> shownPair() const;
@@ -125,7 +130,9 @@ signals:
     void messageRaised(const QString &message);
 
 private:
-    std::optional<QString> transfer(FileClipboard::Content content, Side to);
+    /// Nothing where the side shows no folder.
+    std::optional<TransferRequest> requestTo(Side side, const FileClipboard::Content &content) const;
+    TransferConflictPolicy conflictPolicy() const;
     void takeUpTransfers();
     void takeUpEditedFiles();
     void takeUpBackups();

@@ -6,6 +6,7 @@
 #include "files/Format.h"
 #include "files/LocalDisk.h"
 #include "files/LockedFolder.h"
+#include "files/NativePath.h"
 
 #include <QDir>
 
@@ -104,6 +105,8 @@ std::optional<EditedRecord> EditedCopy::load() const
     record.server = reader.requiredUuid(u"server"_s);
     record.serverName = reader.requiredString(u"serverName"_s);
     record.path = reader.requiredString(u"path"_s);
+    if (const auto exactPath = reader.optionalString(u"pathBytes"_s))
+        record.path = NativePath::text(QByteArray::fromHex(exactPath->toLatin1()));
     record.isLink = reader.requiredBool(u"isLink"_s);
     record.name = reader.requiredString(u"name"_s);
     record.permissions = reader.optionalString(u"permissions"_s);
@@ -122,6 +125,9 @@ void EditedCopy::save(const EditedRecord &record) const
     writer.field(u"server", QJsonValue(uuidText(record.server)));
     writer.field(u"serverName", QJsonValue(record.serverName));
     writer.field(u"path", QJsonValue(record.path));
+    // JSON has no way to write a name that is no UTF-8.
+    if (!NativePath::isUnicode(record.path))
+        writer.field(u"pathBytes", QJsonValue(QString::fromLatin1(NativePath::bytes(record.path).toHex())));
     writer.field(u"isLink", QJsonValue(record.isLink));
     writer.field(u"name", QJsonValue(record.name));
     writer.field(u"permissions", record.permissions);

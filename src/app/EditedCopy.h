@@ -21,7 +21,7 @@ struct EditedRecord
     QString path;
     /// `path` is a symbolic link, and the server does not tell where it leads.
     bool isLink = false;
-    /// The copy's own name, which stays when it is uploaded under another one.
+    /// The copy's own name, which stays when it is uploaded under another one. Always Unicode.
     QString name;
     std::optional<QString> permissions;
     qint64 size = 0;

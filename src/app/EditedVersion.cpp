@@ -5,6 +5,7 @@
 #include "files/Format.h"
 #include "files/LocalDisk.h"
 #include "files/LocalFileService.h"
+#include "files/NativePath.h"
 #include "files/RemoteFileService.h"
 #include "transfers/TransferChecksums.h"
 #include "transfers/TransferLeftovers.h"
@@ -28,6 +29,15 @@ QByteArray localChecksum(const QString &path, const std::stop_token &stop)
 {
     LocalFileService disk;
     return transferChecksums::of(disk, {path}, stop).value_or(QHash<QString, QByteArray>()).value(path);
+}
+
+/// Other programs can open only what has a name in Unicode, and only such a file can be watched.
+QString localName(QString name)
+{
+    if (!NativePath::isUnicode(name))
+        std::ranges::replace_if(
+            name, [](QChar unit) { return unit.isSurrogate(); }, QChar(u'_'));
+    return name;
 }
 
 /// The file as it stands there, or nothing.
@@ -168,7 +178,7 @@ std::shared_ptr<EditedCopy> editedVersion::fetch(RemoteFileService &server, cons
     const FileItem real = resolved(server, file, stop);
     record.path = real.path;
     record.isLink = real.isSymlink;
-    record.name = file.name;
+    record.name = localName(file.name);
     record.permissions = real.isSymlink ? std::nullopt : real.permissions;
     std::shared_ptr<EditedCopy> copy = EditedCopy::make(root);
     try {

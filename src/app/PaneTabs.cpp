@@ -221,7 +221,7 @@ void PaneTabs::reload(const FileService *service, const QStringList &folders)
     for (Session *session : std::as_const(m_sessions)) {
         PaneModel *pane = session->pane();
         if (pane && pane->service().get() == service && folders.contains(pane->currentPath()))
-            pane->reload();
+            pane->reloadUnlessLeaving();
     }
 }
 

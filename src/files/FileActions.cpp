@@ -4,6 +4,8 @@
 #include "base/Error.h"
 #include "files/FileNames.h"
 #include "files/Format.h"
+#include "files/LocalDisk.h"
+#include "files/LocalFileService.h"
 
 #include <algorithm>
 
@@ -104,6 +106,14 @@ Outcome move(FileService &service, const QList<FileItem> &items, const QString &
 Outcome remove(FileService &service, const QList<FileItem> &items, const std::stop_token &stop)
 {
     return forEach(items, [&](const FileItem &item, Outcome &) { service.remove(item, stop); });
+}
+
+Outcome moveToTrash(LocalFileService &disk, const QList<FileItem> &items, const std::stop_token &stop)
+{
+    return forEach(items, [&](const FileItem &item, Outcome &) {
+        LocalDisk::throwIfStopped(stop);
+        disk.moveToTrash(item.path);
+    });
 }
 
 Outcome duplicate(FileService &service, const QList<FileItem> &items, const std::stop_token &stop)

@@ -3,6 +3,7 @@
 
 #include "files/FileNames.h"
 #include "files/Format.h"
+#include "files/LocalFileService.h"
 #include "files/PaneListing.h"
 
 #include <algorithm>
@@ -184,11 +185,15 @@ bool PaneModel::acceptName(const QString &name)
     return !problem;
 }
 
-void PaneModel::operate(const QString &description, PaneOperations::Work work)
+void PaneModel::operate(const QString &description, PaneOperations::Work work, std::function<void()> succeeded)
 {
-    m_operations.run(description, std::move(work), [this, folder = m_currentPath](const FileActions::Outcome &outcome) {
-        finishOperation(folder, outcome);
-    });
+    m_operations.run(
+        description, std::move(work),
+        [this, folder = m_currentPath, succeeded = std::move(succeeded)](const FileActions::Outcome &outcome) {
+            finishOperation(folder, outcome);
+            if (succeeded && outcome.failures.isEmpty() && !outcome.isStopped)
+                succeeded();
+        });
 }
 
 void PaneModel::finishOperation(const QString &folder, const FileActions::Outcome &outcome)
@@ -248,6 +253,17 @@ void PaneModel::remove(const QList<FileItem> &items)
     operate(describe(QStringLiteral("Deleting"), items), [service = m_service, items](const std::stop_token &stop) {
         return FileActions::remove(*service, items, stop);
     });
+}
+
+void PaneModel::moveToTrash(const QList<FileItem> &items, std::function<void()> moved)
+{
+    const auto disk = std::dynamic_pointer_cast<LocalFileService>(m_service);
+    if (items.isEmpty() || !disk)
+        return;
+    operate(
+        QStringLiteral("%1 to the bin").arg(describe(QStringLiteral("Moving"), items)),
+        [disk, items](const std::stop_token &stop) { return FileActions::moveToTrash(*disk, items, stop); },
+        std::move(moved));
 }
 
 void PaneModel::duplicate(const QList<FileItem> &items)

@@ -13,6 +13,7 @@
 #include <QStringList>
 #include <QTimer>
 
+#include <functional>
 #include <memory>
 
 namespace moorix {
@@ -81,6 +82,8 @@ public:
     /// with the file selected.
     void load(const QString &path, bool pushHistory);
     void reload();
+    /// Something of the program's has changed the folder. Another one that the user has asked for comes all the same.
+    void reloadUnlessLeaving();
     void cancelLoading();
     bool canGoBack() const { return !m_history.isEmpty(); }
     bool canGoForward() const { return !m_forwardStack.isEmpty(); }
@@ -122,6 +125,8 @@ public:
     void rename(const FileItem &item, const QString &to);
     void move(const QList<FileItem> &items, const QString &toDirectory);
     void remove(const QList<FileItem> &items);
+    /// On the local disk only. `moved` is called once all of them are in the bin.
+    void moveToTrash(const QList<FileItem> &items, std::function<void()> moved);
     void duplicate(const QList<FileItem> &items);
     void setPermissions(const QList<FileItem> &items, const QString &octal, Recursive recursive);
     /// An operation is under way; its description for the user ("Deleting 3 items").
@@ -182,7 +187,7 @@ private:
     void setError(const std::optional<QString> &message, LoadKind origin);
 
     bool acceptName(const QString &name);
-    void operate(const QString &description, PaneOperations::Work work);
+    void operate(const QString &description, PaneOperations::Work work, std::function<void()> succeeded = {});
     void finishOperation(const QString &folder, const FileActions::Outcome &outcome);
 
     std::shared_ptr<FileService> m_service;

@@ -64,6 +64,11 @@ void PaneModel::reload()
     start({m_currentPath, LoadKind::navigation, false, 0});
 }
 
+void PaneModel::reloadUnlessLeaving()
+{
+    refresh(LoadKind::afterOperation);
+}
+
 void PaneModel::refresh(LoadKind kind)
 {
     const bool isLeaving = m_pending && m_pending->path != m_currentPath;

@@ -43,7 +43,7 @@ void PaneOperations::startNext()
         [this](const FileActions::Outcome &outcome) { finish(outcome); },
         [this](const Error &error) {
             const bool wasStopped = dynamic_cast<const Cancelled *>(&error) != nullptr;
-            finish(wasStopped ? FileActions::Outcome() : FileActions::Outcome{{error.message()}, {}});
+            finish(wasStopped ? FileActions::Outcome{{}, {}, true} : FileActions::Outcome{{error.message()}, {}});
         });
     emit currentChanged();
 }

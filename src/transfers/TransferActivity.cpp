@@ -64,4 +64,9 @@ double TransferActivity::measureRate(qint64 bytesCarried)
     return msecs > 0 ? double(bytes) * 1000.0 / double(msecs) : 0;
 }
 
+double TransferActivity::measureRateAgain()
+{
+    return m_progress.empty() ? 0 : measureRate(m_progress.back().second);
+}
+
 } // namespace moorix

@@ -37,6 +37,8 @@ public:
     TransferStopwatch &stopwatch() { return m_stopwatch; }
     /// Bytes per second over the last seconds, `bytesCarried` being what has travelled until this moment.
     double measureRate(qint64 bytesCarried);
+    /// The same where nothing has come since.
+    double measureRateAgain();
 
 private:
     /// Lives as long as somebody may want to tell something.

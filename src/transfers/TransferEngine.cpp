@@ -32,6 +32,8 @@ TransferEngine::TransferEngine(const Options &options, QObject *parent)
     , m_options(options)
     , m_gate(std::make_shared<TransferGate>(options.mostAtOnce))
 {
+    m_rateTimer.setInterval(std::chrono::seconds(1));
+    connect(&m_rateTimer, &QTimer::timeout, this, &TransferEngine::updateRates);
 }
 
 TransferEngine::~TransferEngine()
@@ -290,6 +292,19 @@ void TransferEngine::applyCounts(const QUuid &id, const TransferCounts &counts)
         status->bytesPerSecond = activity->second->measureRate(counts.bytesDone - counts.bytesFound);
     }
     emit transferChanged(id);
+}
+
+void TransferEngine::updateRates()
+{
+    if (m_activities.empty())
+        m_rateTimer.stop();
+    for (TransferStatus &status : m_transfers) {
+        const auto activity = m_activities.find(status.id);
+        if (activity == m_activities.end() || status.bytesPerSecond <= 0)
+            continue;
+        status.bytesPerSecond = activity->second->measureRateAgain();
+        emit transferChanged(status.id);
+    }
 }
 
 void TransferEngine::ask(const QUuid &id, const TransferConflict &conflict, TransferActivity::Reply reply)

@@ -9,6 +9,7 @@
 
 #include <QHash>
 #include <QObject>
+#include <QTimer>
 
 #include <deque>
 #include <map>
@@ -124,6 +125,7 @@ private:
     void showFirstQuestion();
     void finish(const QUuid &id, const TransferOutcome &outcome);
     void fail(const QUuid &id, const QString &sentence);
+    void updateRates();
     void removeCleared();
     void removeLeftovers(const QUuid &id, const Order &order);
     QList<StoredTransfer> storedTransfers() const;
@@ -146,6 +148,8 @@ private:
     qint64 m_saves = 0;
     /// Cleaning up behind transfers, services being opened for it.
     std::map<QUuid, Job> m_cleanups;
+    /// Progress comes when something moves only; what is told of it must not stand still.
+    QTimer m_rateTimer;
 };
 
 } // namespace moorix

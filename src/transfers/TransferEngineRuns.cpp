@@ -102,6 +102,8 @@ void TransferEngine::run(const QUuid &id)
     order.stored.hasStarted = true;
     m_activities[id] =
         std::make_unique<TransferActivity>(order.next, m_gate, m_options.reconnectDelays, std::move(events));
+    if (!m_rateTimer.isActive())
+        m_rateTimer.start();
     save();
 }
 

@@ -3,6 +3,8 @@
 
 #include "files/Format.h"
 
+#include <algorithm>
+
 namespace moorix {
 
 using namespace Qt::StringLiterals;
@@ -13,6 +15,13 @@ QList<TransferPiece> TransferRequest::pieces() const
     if (!items.isEmpty())
         all.prepend({items, targetFolder});
     return all;
+}
+
+bool TransferRequest::isCopyInPlace() const
+{
+    return !isMove && source == destination && std::ranges::all_of(items, [this](const FileItem &item) {
+        return Format::parent(item.path) == targetFolder;
+    });
 }
 
 QString TransferRequest::title() const

@@ -47,6 +47,8 @@ struct TransferRequest
     QUuid id = {};
 
     QList<TransferPiece> pieces() const;
+    /// The copies would lie in the folder of their originals, and under the same names.
+    bool isCopyInPlace() const;
     /// "Copying 3 items to /var/www".
     QString title() const;
 };

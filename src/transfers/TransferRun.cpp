@@ -58,6 +58,7 @@ TransferRun::TransferRun(TransferRequest request, Callbacks callbacks)
                   return ConflictAnswer{m_callbacks.decide(conflict)};
               // Who has to think is not what the files decided on already wait for.
               sendBundle();
+              m_tally.publish(true);
               return m_callbacks.ask(conflict, m_callbacks.control->token());
           },
           [this](const FileItem &source, const QString &folder) { return isBegun(source, folder); })

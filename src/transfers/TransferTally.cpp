@@ -28,11 +28,8 @@ void TransferTally::File::moveTo(qint64 bytes, qint64 files)
     const qint64 newBytes = bytes - std::exchange(m_bytes, bytes);
     const qint64 newFiles = files - std::exchange(m_files, files);
     const qint64 lostBytes = std::max<qint64>(0, m_found - bytes);
-    if (newBytes == 0 && newFiles == 0) {
-        // That nothing moves is news, too: the speed goes down.
-        m_tally.publish();
+    if (newBytes == 0 && newFiles == 0)
         return;
-    }
     m_found -= lostBytes;
     m_tally.change([this, newBytes, newFiles, lostBytes](TransferCounts &counts) {
         if (newBytes > 0)

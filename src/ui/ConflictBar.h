@@ -5,18 +5,22 @@
 #include "transfers/TransferConflict.h"
 
 #include <QFrame>
+#include <QPointer>
+#include <QTimer>
 
 class QAction;
 class QCheckBox;
-class QHBoxLayout;
 class QLabel;
+class QLayout;
 class QPushButton;
 
 namespace moorix {
 
 class TransferEngine;
 
-/// Asks, inside the window, what to do with a file that stands where a copy should go. Shown while the transfer waits.
+/// Asks, inside the window, what to do with a file that stands where a copy should go. Shown while the transfer waits,
+/// and a moment longer: the next question often follows at once. Takes the keyboard from whoever does not type, and
+/// gives it back.
 class ConflictBar final : public QFrame
 {
     Q_OBJECT
@@ -24,10 +28,16 @@ class ConflictBar final : public QFrame
 public:
     explicit ConflictBar(TransferEngine &transfers, QWidget *parent = nullptr);
 
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
 private:
     void follow();
-    void addChoice(QHBoxLayout &row, const QString &text, const QString &objectName, ConflictAnswer::Choice choice);
-    void addConditions(QHBoxLayout &row);
+    void leave();
+    void noteKeyboard();
+    void takeKeyboard();
+    void addChoice(QLayout &row, const QString &text, const QString &objectName, ConflictAnswer::Choice choice);
+    void addConditions(QLayout &row);
     void answer(ConflictAnswer::Choice choice);
     void compare();
     void tell(const QString &comparison);
@@ -44,6 +54,11 @@ private:
     QAction *m_otherSize = nullptr;
     QAction *m_resume = nullptr;
     Job m_comparing;
+    QTimer m_grace;
+    /// Who had the keyboard before.
+    QPointer<QWidget> m_before;
+    /// The question has been asked of somebody who typed.
+    bool m_isUnheard = false;
 };
 
 } // namespace moorix

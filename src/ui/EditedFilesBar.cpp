@@ -4,6 +4,8 @@
 #include "app/EditedFiles.h"
 #include "files/Format.h"
 #include "platform/AppPaths.h"
+#include "ui/BriefName.h"
+#include "ui/FlowLayout.h"
 #include "ui/Widgets.h"
 
 #include <QFileDialog>
@@ -31,7 +33,7 @@ bool takesLong(const EditedFile &file)
 
 QString headingFor(const EditedFile &file)
 {
-    const QString name = Format::display(file.name);
+    const QString name = briefName(file.name);
     const QString server = Format::display(file.serverName);
     switch (file.state) {
     case State::changedThere:
@@ -86,6 +88,8 @@ EditedFilesBar::EditedFilesBar(EditedFiles &files, QWidget *parent)
     setObjectName(QStringLiteral("editedFilesBar"));
     m_heading->setObjectName(QStringLiteral("editedHeading"));
     m_text->setObjectName(QStringLiteral("editedText"));
+    m_heading->setMinimumWidth(1);
+    m_text->setMinimumWidth(1);
     m_text->setTextInteractionFlags(Qt::TextSelectableByMouse);
     m_discard->setProperty("role", QStringLiteral("danger"));
     m_discard->setToolTip(tr("Puts your version into the bin; the server's file stays as it is"));
@@ -117,10 +121,12 @@ QBoxLayout *EditedFilesBar::makeQuestion()
     row->setSpacing(8);
     row->addLayout(texts, 1);
     row->addSpacing(16);
+    auto *buttons = new FlowLayout(8, FlowLayout::Edge::right);
     for (QPushButton *button : {m_discard, m_saveCopy, m_upload, m_keepBoth}) {
         button->setFocusPolicy(Qt::TabFocus);
-        row->addWidget(button, 0, Qt::AlignVCenter);
+        buttons->addWidget(button);
     }
+    row->addLayout(buttons);
     return row;
 }
 
@@ -167,7 +173,7 @@ void EditedFilesBar::follow()
 void EditedFilesBar::showUpload(const EditedFile &file, qsizetype count)
 {
     m_uploading = file.id;
-    QString text = tr("Uploading “%1” to %2").arg(Format::display(file.name), Format::display(file.serverName));
+    QString text = tr("Uploading “%1” to %2").arg(briefName(file.name), Format::display(file.serverName));
     if (file.bytesTotal > 0)
         text += tr(" · %1 of %2").arg(Format::byteCount(file.bytesDone), Format::byteCount(file.bytesTotal));
     if (count > 1)

@@ -2,6 +2,7 @@
 #include "ui/FlowLayout.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace moorix {
 
@@ -10,6 +11,12 @@ FlowLayout::FlowLayout(int spacing, QWidget *parent)
 {
     setContentsMargins(0, 0, 0, 0);
     setSpacing(spacing);
+}
+
+FlowLayout::FlowLayout(int spacing, Edge edge)
+    : FlowLayout(spacing)
+{
+    m_edge = edge;
 }
 
 FlowLayout::~FlowLayout() = default;
@@ -54,23 +61,32 @@ void FlowLayout::setGeometry(const QRect &rect)
 
 int FlowLayout::arrange(const QRect &rect, bool moves) const
 {
-    int x = rect.left();
     int y = rect.top();
     int lineHeight = 0;
+    int lineWidth = 0;
+    std::vector<std::pair<QLayoutItem *, QSize>> line;
+    const auto endLine = [&] {
+        int x = m_edge == Edge::left ? rect.left() : rect.right() + 1 - lineWidth;
+        for (const auto &[item, size] : std::exchange(line, {})) {
+            if (moves)
+                item->setGeometry({QPoint(x, y), size});
+            x += size.width() + spacing();
+        }
+    };
     for (const auto &item : m_items) {
         if (item->isEmpty())
             continue;
         const QSize size = item->sizeHint().boundedTo({std::max(rect.width(), 1), 1000});
-        if (x > rect.left() && x + size.width() > rect.right() + 1) {
-            x = rect.left();
-            y += lineHeight + spacing();
-            lineHeight = 0;
+        if (!line.empty() && lineWidth + spacing() + size.width() > rect.width()) {
+            endLine();
+            y += std::exchange(lineHeight, 0) + spacing();
+            lineWidth = 0;
         }
-        if (moves)
-            item->setGeometry({QPoint(x, y), size});
-        x += size.width() + spacing();
+        lineWidth += size.width() + (line.empty() ? 0 : spacing());
         lineHeight = std::max(lineHeight, size.height());
+        line.emplace_back(item.get(), size);
     }
+    endLine();
     return y + lineHeight - rect.top();
 }
 

@@ -14,7 +14,11 @@ class FlowLayout final : public QLayout
     Q_OBJECT
 
 public:
+    /// Lines begin at the left, or end at the right.
+    enum class Edge { left, right };
+
     explicit FlowLayout(int spacing, QWidget *parent = nullptr);
+    FlowLayout(int spacing, Edge edge);
     ~FlowLayout() override;
 
     void addItem(QLayoutItem *item) override { m_items.emplace_back(item); }
@@ -32,6 +36,7 @@ private:
     /// Returns the height.
     int arrange(const QRect &rect, bool moves) const;
 
+    Edge m_edge = Edge::left;
     std::vector<std::unique_ptr<QLayoutItem>> m_items;
 };
 

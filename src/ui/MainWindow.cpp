@@ -313,13 +313,20 @@ bool MainWindow::mayQuit()
 {
     QStringList sentences;
     const auto open = std::ranges::count_if(m_model.transfers().transfers(), [](const TransferStatus &transfer) {
-        return transfer.state == TransferStatus::State::running || transfer.state == TransferStatus::State::waiting;
+        return transfer.state == TransferStatus::State::running || transfer.state == TransferStatus::State::waiting ||
+               transfer.state == TransferStatus::State::reconnecting;
     });
     if (open > 0) {
         sentences << (open == 1 ? tr("A transfer is under way.")
                                 : tr("%n transfers are under way.", nullptr, int(open)))
                   << tr("Between local folders and saved servers, what is left can go on at the next start; with other "
                         "servers it ends here.");
+    }
+    for (const Side side : {Side::left, Side::right}) {
+        for (const Session *session : m_model.tabs(side).sessions()) {
+            if (session->pane() && session->pane()->operation())
+                sentences << tr("%1 is not done yet and would be broken off.").arg(*session->pane()->operation());
+        }
     }
     const QList<SyncSession *> syncs = m_model.sync().sessions();
     if (std::ranges::any_of(syncs, &SyncSession::isApplying))

@@ -118,6 +118,10 @@ private:
     std::optional<QString> refusalBesideSides(PaneCommand command) const;
     std::optional<QString> refusalOfTransfers(WindowCommand command) const;
     void addTransferCommands();
+    /// Opens the folder that a transfer goes to in a new tab.
+    void showTargetOf(const QUuid &transfer);
+    /// Gives the keyboard back to what is shown above the drawer.
+    void leaveDrawer();
     void connectPalette();
     void showPalette();
     /// Remembers the folder that the active side shows.

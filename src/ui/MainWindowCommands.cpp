@@ -159,7 +159,14 @@ void MainWindow::addViewCommands()
         m_actions->action(WindowCommand::sidebar)->setChecked(true);
         m_sidebar->setFocus();
     };
-    m_handlers[transfers] = [this] { m_drawer->setVisible(m_actions->action(WindowCommand::transfers)->isChecked()); };
+    m_handlers[transfers] = [this] {
+        const bool hadKeyboard = m_drawer->isAncestorOf(QApplication::focusWidget());
+        m_drawer->setVisible(m_actions->action(WindowCommand::transfers)->isChecked());
+        if (m_drawer->isVisible())
+            m_drawer->takeKeyboard();
+        else if (hadKeyboard)
+            leaveDrawer();
+    };
     m_handlers[introduction] = [this] { showIntroduction(); };
     m_handlers[shortcuts] = [this] {
         auto *shown = findChild<ShortcutsOverview *>();

@@ -53,6 +53,12 @@ QString refusalFor(PaneCommand command, const QList<FileItem> &entries)
     return command == PaneCommand::edit ? tr("A file has to be selected.") : QString();
 }
 
+bool needsShownFolder(PaneCommand command)
+{
+    using enum PaneCommand;
+    return command == newFolder || command == newFile || command == paste || command == openTerminal;
+}
+
 std::optional<QString> unless(bool isAvailable, const QString &reason)
 {
     return isAvailable ? std::nullopt : std::optional(reason);
@@ -120,8 +126,13 @@ std::optional<QString> MainWindow::refusal(PaneCommand command, const QList<File
     if (command == PaneCommand::focusOtherSide)
         return unless(m_model.settings().dualPaneEnabled.value(), tr("Only one side is shown."));
     const SessionView *view = activeView().currentView();
-    if (view && view->pane())
-        return view->pane()->wouldRun(command, entries) ? std::nullopt : std::optional(refusalFor(command, entries));
+    if (view && view->pane()) {
+        if (view->pane()->wouldRun(command, entries))
+            return std::nullopt;
+        if (needsShownFolder(command) && activeTabs().current().pane()->currentPath().isEmpty())
+            return tr("This side shows no folder.");
+        return refusalFor(command, entries);
+    }
     if (view && view->library())
         return unless(view->library()->isAvailable(command), tr("Not for servers, or none is selected."));
     return tr("This side shows no folder.");

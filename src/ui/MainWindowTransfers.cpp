@@ -2,8 +2,18 @@
 // The commands that act on all transfers.
 #include "ui/MainWindow.h"
 
+#include "app/EditedFiles.h"
+#include "app/PaneTabs.h"
+#include "platform/DesktopNotifier.h"
+#include "servers/ServerStore.h"
 #include "transfers/TransferEngine.h"
+#include "ui/SideView.h"
+#include "ui/TransferDrawer.h"
+#include "ui/TransferNotices.h"
 #include "ui/TransferRules.h"
+
+#include <QApplication>
+#include <QStackedWidget>
 
 #include <algorithm>
 
@@ -48,6 +58,46 @@ void MainWindow::addTransferCommands()
     };
     m_handlers[cancelTransfers] = [&engine] { forEach(engine, TransferRules::canCancel, &TransferEngine::cancel); };
     m_handlers[clearTransfers] = [&engine] { engine.clearEnded(); };
+    connect(m_drawer, &TransferDrawer::targetRequested, this, &MainWindow::showTargetOf);
+    connect(m_drawer, &TransferDrawer::keyboardReleased, this, &MainWindow::leaveDrawer);
+    auto *notices = new TransferNotices(engine, this);
+    notices->follow(m_model.editedFiles());
+    auto *notifier = new DesktopNotifier(this);
+    connect(notices, &TransferNotices::raised, notifier, &DesktopNotifier::notify);
+    connect(notices, &TransferNotices::raised, this, [this] { QApplication::alert(this); });
+    connect(notifier, &DesktopNotifier::activated, this, [this] {
+        show();
+        raise();
+        activateWindow();
+    });
+}
+
+void MainWindow::showTargetOf(const QUuid &transfer)
+{
+    const TransferEngine::Ends ends = m_model.transfers().ends(transfer);
+    const auto server = ends.destination ? m_model.servers().server(*ends.destination) : std::nullopt;
+    if (ends.destination && !server) {
+        emit m_model.messageRaised(
+            tr("The server of this transfer is not saved, so its folder cannot be opened again."));
+        return;
+    }
+    // What stands in their place asks first.
+    showSides();
+    if (!showsSides())
+        return;
+    if (server)
+        activeTabs().openServer(*server, std::nullopt, ends.targetFolder);
+    else
+        activeTabs().openLocal(ends.targetFolder);
+    activeView().focusContent();
+}
+
+void MainWindow::leaveDrawer()
+{
+    if (showsSides())
+        activeView().focusContent();
+    else
+        m_middle->currentWidget()->setFocus();
 }
 
 std::optional<QString> MainWindow::refusalOfTransfers(WindowCommand command) const

@@ -25,6 +25,8 @@ MessageBar::MessageBar(QWidget *parent)
 {
     setObjectName(QStringLiteral("messageBar"));
     m_text->setObjectName(QStringLiteral("messageBarText"));
+    // What has no place to break is cut off; it must not push the buttons out of the window.
+    m_text->setMinimumWidth(1);
     m_text->setTextInteractionFlags(Qt::TextSelectableByMouse);
     m_progress->setObjectName(QStringLiteral("messageBarProgress"));
     m_progress->setFixedWidth(140);
@@ -76,7 +78,10 @@ void MessageBar::ask(const QString &text, const QString &buttonText, Tone tone, 
     m_chosen = std::move(better.run);
     m_better->setText(better.text);
     m_better->setVisible(!better.text.isEmpty());
-    (better.text.isEmpty() ? m_confirm : m_better)->setFocus();
+    QPushButton *first = better.text.isEmpty() ? m_confirm : m_better;
+    // Screen readers say what has the keyboard, not what it is about.
+    first->setAccessibleDescription(text);
+    first->setFocus();
 }
 
 void MessageBar::addChoice(MessageChoice choice)

@@ -5,7 +5,9 @@
 #include "app/EditedFiles.h"
 #include "files/Format.h"
 #include "files/RemoteFileService.h"
+#include "ui/BriefName.h"
 #include "ui/MessageBar.h"
+#include "ui/pane/FileMimeData.h"
 
 #include <QBoxLayout>
 #include <QDesktopServices>
@@ -20,7 +22,7 @@ namespace moorix {
 
 void openWithDesktop(AppModel &model, const QString &path)
 {
-    if (!QDesktopServices::openUrl(QUrl::fromLocalFile(path))) {
+    if (!QDesktopServices::openUrl(FileMimeData::url(path))) {
         emit model.messageRaised(
             RemoteOpening::tr("No program is set up to open “%1”.").arg(Format::display(Format::fileName(path))));
     }
@@ -46,9 +48,8 @@ RemoteOpening::RemoteOpening(AppModel &model, ServerConnection server, std::shar
         fetch();
         return;
     }
-    m_bar->ask(
-        tr("“%1” has %2. Download it to open it?").arg(Format::display(m_file.name), Format::byteCount(m_file.size)),
-        tr("Download and open"), MessageBar::Tone::information, [this] { fetch(); });
+    m_bar->ask(tr("“%1” has %2. Download it to open it?").arg(briefName(m_file.name), Format::byteCount(m_file.size)),
+               tr("Download and open"), MessageBar::Tone::information, [this] { fetch(); });
 }
 
 RemoteOpening::~RemoteOpening() = default;
@@ -56,6 +57,7 @@ RemoteOpening::~RemoteOpening() = default;
 void RemoteOpening::fetch()
 {
     m_received = std::make_shared<std::atomic<qint64>>(0);
+    m_hasFailed = false;
     m_tick.start();
     m_job = m_model.editedFiles().fetch(
         m_server, m_service, m_file, m_received,
@@ -69,6 +71,7 @@ void RemoteOpening::fetch()
             end();
         },
         [this](const Error &error) {
+            m_hasFailed = true;
             m_tick.stop();
             m_bar->offer(error.message(), tr("Retry"), MessageBar::Tone::danger, [this] { fetch(); });
         });
@@ -78,7 +81,7 @@ void RemoteOpening::showProgress()
 {
     const qint64 received = *m_received;
     m_bar->offer(tr("Fetching “%1”: %2 of %3")
-                     .arg(Format::display(m_file.name), Format::byteCount(received), Format::byteCount(m_file.size)),
+                     .arg(briefName(m_file.name), Format::byteCount(received), Format::byteCount(m_file.size)),
                  tr("Cancel"), MessageBar::Tone::information, [this] { end(); });
     m_bar->showProgress(m_file.size > 0 ? int(std::min<qint64>(1000, received * 1000 / m_file.size)) : -1);
 }

@@ -41,11 +41,13 @@ public:
     ~RemoteOpening() override;
 
     const FileItem &file() const { return m_file; }
+    /// It could not be fetched, and waits for the user.
+    bool hasFailed() const { return m_hasFailed; }
+    void end();
 
 private:
     void fetch();
     void showProgress();
-    void end();
 
     AppModel &m_model;
     ServerConnection m_server;
@@ -54,6 +56,7 @@ private:
     MessageBar *m_bar;
     std::function<void(const QString &)> m_opener;
     std::shared_ptr<std::atomic<qint64>> m_received;
+    bool m_hasFailed = false;
     QTimer m_tick;
     Job m_job;
 };

@@ -24,8 +24,6 @@
 #include <QApplication>
 #include <QVBoxLayout>
 
-#include <algorithm>
-
 namespace moorix {
 
 SessionView::SessionView(AppModel &model, WindowTerminals &terminals, Side side, Session &session, QWidget *parent)
@@ -119,7 +117,7 @@ PaneContext SessionView::paneContext()
         .moveToOtherSide = [this] { return m_model.transferSelection(m_side, true); },
         .compareFiles = [this] { return compareFiles(); },
         .paste = [this] { return m_model.paste(m_side); },
-        .transfer = [this](TransferRequest request) { m_model.transfers().enqueue(std::move(request)); },
+        .transfer = [this](TransferRequest request) { m_model.transfer(std::move(request)); },
         .openFile = {},
         .editFile = {},
         .openInOtherPane = open(otherSide(m_side), false),
@@ -161,7 +159,7 @@ std::optional<QString> SessionView::compareFiles()
 
 void SessionView::openRemoteFile(const std::shared_ptr<RemoteFileService> &service, const FileItem &file)
 {
-    if (!isOnItsWay(file))
+    if (makeWayFor(file))
         new RemoteOpening(m_model, *m_session.server(), service, file, *m_column);
 }
 
@@ -174,17 +172,24 @@ void SessionView::editRemoteFile(const std::shared_ptr<RemoteFileService> &servi
                 .arg(Format::display(file.name), Format::byteCount(file.size), Format::byteCount(textFile::maxBytes)));
         return;
     }
-    if (isOnItsWay(file))
+    if (!makeWayFor(file))
         return;
     const QString place = tr("%1: %2").arg(m_session.server()->displayName(), file.path);
     new RemoteOpening(m_model, *m_session.server(), service, file, *m_column,
                       [this, place](const QString &path) { emit editRequested(path, place); });
 }
 
-bool SessionView::isOnItsWay(const FileItem &file) const
+bool SessionView::makeWayFor(const FileItem &file) const
 {
-    return std::ranges::any_of(findChildren<RemoteOpening *>(Qt::FindDirectChildrenOnly),
-                               [&file](const RemoteOpening *opening) { return opening->file().path == file.path; });
+    for (RemoteOpening *opening : findChildren<RemoteOpening *>(Qt::FindDirectChildrenOnly)) {
+        if (opening->file().path != file.path)
+            continue;
+        if (!opening->hasFailed())
+            return false;
+        // The connection that it would try again with may be another one by now.
+        opening->end();
+    }
+    return true;
 }
 
 QWidget *SessionView::makePane()

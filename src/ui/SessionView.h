@@ -56,7 +56,8 @@ private:
     PaneContext paneContext();
     void openRemoteFile(const std::shared_ptr<RemoteFileService> &service, const FileItem &file);
     void editRemoteFile(const std::shared_ptr<RemoteFileService> &service, const FileItem &file);
-    bool isOnItsWay(const FileItem &file) const;
+    /// False while the file is being fetched; a try that has failed gives way.
+    bool makeWayFor(const FileItem &file) const;
     std::optional<QString> compareFiles();
     QWidget *makePane();
     QWidget *makeLibrary();

@@ -95,6 +95,8 @@ QWidget *SideView::makeHeader()
     m_bar->setDrawBase(false);
     m_bar->setElideMode(Qt::ElideMiddle);
     m_bar->setUsesScrollButtons(true);
+    // What is dragged gets to folders that another tab shows.
+    m_bar->setChangeCurrentOnDrag(true);
     m_bar->setFocusPolicy(Qt::NoFocus);
     m_bar->setContextMenuPolicy(Qt::CustomContextMenu);
     m_bar->installEventFilter(this);
@@ -234,7 +236,8 @@ void SideView::updateTab(int index)
     else
         m_bar->setTabIcon(index, Theme::icon(QStringLiteral("network-server")));
     const QStringList facts{Format::display(session.folder()), badge.text()};
-    m_bar->setTabToolTip(index, facts.join(u'\n').trimmed());
+    const QString told = facts.join(u'\n').trimmed();
+    m_bar->setTabToolTip(index, told.isEmpty() ? QString() : Widgets::toolTip(told));
     // A bar that is not shown yet keeps the new width to itself.
     m_bar->updateGeometry();
 }

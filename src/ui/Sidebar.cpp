@@ -119,7 +119,7 @@ void Sidebar::addPlace(const QString &label, const QString &iconName, const QStr
     auto *item = new QTreeWidgetItem(m_places, {label});
     item->setIcon(0, Theme::icon(iconName));
     item->setData(0, pathRole, path);
-    item->setToolTip(0, Format::display(path));
+    item->setToolTip(0, Widgets::toolTip(Format::display(path)));
 }
 
 void Sidebar::fillPlaces()

@@ -16,7 +16,6 @@
 #include <QToolButton>
 
 #include <algorithm>
-#include <utility>
 
 namespace moorix {
 
@@ -91,11 +90,8 @@ void StatusStrip::followTransfers()
     auto running = std::ranges::find(all, TransferStatus::State::running, &TransferStatus::state);
     if (running == all.end())
         running = std::ranges::find(all, TransferStatus::State::reconnecting, &TransferStatus::state);
-    const QUuid before = std::exchange(m_running, running == all.end() ? QUuid() : running->id);
-    const auto ended = std::ranges::find(all, before, &TransferStatus::id);
-    if (before != m_running && ended != all.end() && !isOpen(ended->state))
-        showEnded(*ended);
-
+    m_running = running == all.end() ? QUuid() : running->id;
+    noteEnds(all);
     const bool isUnderWay = running != all.end();
     for (QWidget *widget : std::initializer_list<QWidget *>{m_progressName, m_progressText, m_progress, m_cancel})
         widget->setVisible(isUnderWay);
@@ -122,6 +118,17 @@ void StatusStrip::followTransfers()
     if (halted > 0)
         parts += tr("%1 halted").arg(halted);
     m_queue->setText(parts.join(QStringLiteral(" · ")));
+}
+
+/// Each end is told, also of those that ran beside the one that is shown.
+void StatusStrip::noteEnds(const QList<TransferStatus> &all)
+{
+    for (const TransferStatus &transfer : all) {
+        if (isOpen(transfer.state))
+            m_open.insert(transfer.id);
+        else if (m_open.remove(transfer.id))
+            showEnded(transfer);
+    }
 }
 
 void StatusStrip::showEnded(const TransferStatus &transfer)

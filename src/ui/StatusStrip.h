@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <QSet>
 #include <QTimer>
 #include <QUuid>
 #include <QWidget>
@@ -34,6 +35,7 @@ signals:
 
 private:
     void followTransfers();
+    void noteEnds(const QList<TransferStatus> &all);
     void showEnded(const TransferStatus &transfer);
 
     AppModel &m_model;
@@ -47,6 +49,8 @@ private:
     QToolButton *m_queue;
     QTimer m_silence;
     QUuid m_running;
+    /// Those whose end has not been told.
+    QSet<QUuid> m_open;
 };
 
 } // namespace moorix

@@ -13,6 +13,7 @@
 #include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QMenu>
 #include <QPushButton>
@@ -28,6 +29,9 @@ namespace {
 constexpr int idRole = Qt::UserRole;
 constexpr int isOpenRole = Qt::UserRole + 1;
 constexpr int detailsRole = Qt::UserRole + 2;
+
+/// What ten thousand failures had to say would hold up the window each time the list changes.
+constexpr qsizetype mostLines = 500;
 
 enum Column { titleColumn, standingColumn, endColumn };
 
@@ -94,6 +98,9 @@ TransferDrawer::TransferDrawer(TransferEngine &transfers, QWidget *parent)
     connect(m_list, &QWidget::customContextMenuRequested, this, &TransferDrawer::showMenu);
     connect(m_copy, &QAction::triggered, this, &TransferDrawer::copySelected);
     connect(m_list, &QTreeWidget::itemSelectionChanged, this, &TransferDrawer::updateButtons);
+    connect(m_list, &QTreeWidget::itemActivated, this, [this](const QTreeWidgetItem *item) {
+        emit targetRequested((item->parent() ? item->parent() : item)->data(0, idRole).toUuid());
+    });
     connect(m_clear, &QPushButton::clicked, &transfers, &TransferEngine::clearEnded);
     rebuild();
 }
@@ -104,6 +111,7 @@ void TransferDrawer::setUpList()
     m_list->setHeaderHidden(true);
     m_list->setFrameShape(NoFrame);
     m_list->setTabKeyNavigation(false);
+    m_list->setExpandsOnDoubleClick(false);
     m_list->setSelectionMode(QAbstractItemView::ExtendedSelection);
     m_list->setTextElideMode(Qt::ElideMiddle);
     m_list->setContextMenuPolicy(Qt::CustomContextMenu);
@@ -120,6 +128,23 @@ void TransferDrawer::setUpList()
     m_copy->setShortcut(QKeySequence::Copy);
     m_copy->setShortcutContext(Qt::WidgetShortcut);
     m_list->addAction(m_copy);
+}
+
+void TransferDrawer::takeKeyboard()
+{
+    if (m_items.isEmpty())
+        return;
+    if (!m_list->currentItem())
+        m_list->setCurrentItem(m_list->topLevelItem(0));
+    m_list->setFocus();
+}
+
+void TransferDrawer::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() == Qt::Key_Escape)
+        emit keyboardReleased();
+    else
+        QFrame::keyPressEvent(event);
 }
 
 void TransferDrawer::resizeEvent(QResizeEvent *event)
@@ -217,7 +242,10 @@ void TransferDrawer::showDetails(const TransferStatus &transfer, QTreeWidgetItem
         return;
     item.setData(0, detailsRole, all);
     qDeleteAll(item.takeChildren());
-    for (const QString &text : all) {
+    QStringList shown = all.first(std::min(all.size(), mostLines));
+    if (all.size() > mostLines)
+        shown += tr("… and %Ln more; copying the transfer takes all of them.", nullptr, int(all.size() - mostLines));
+    for (const QString &text : std::as_const(shown)) {
         auto *line = new QTreeWidgetItem(&item, {text});
         line->setFirstColumnSpanned(true);
         const bool isRemark = item.childCount() <= remarks.size();
@@ -275,6 +303,8 @@ void TransferDrawer::showMenu(const QPoint &position)
             menu->addAction(command.text, this, [this, command] { run(command); });
     }
     menu->addSeparator();
+    if (const QList<QUuid> ids = selectedTransfers(); ids.size() == 1)
+        menu->addAction(tr("Show the target folder"), this, [this, id = ids.first()] { emit targetRequested(id); });
     menu->addAction(m_copy);
     menu->popup(m_list->viewport()->mapToGlobal(position));
 }
@@ -285,10 +315,13 @@ void TransferDrawer::copySelected() const
     QStringList lines;
     for (int row = 0; row < m_list->topLevelItemCount(); ++row) {
         const QTreeWidgetItem *item = m_list->topLevelItem(row);
-        if (item->isSelected())
+        if (item->isSelected()) {
             lines += QStringLiteral("%1 — %2").arg(item->text(titleColumn), item->text(standingColumn));
+            lines += item->data(0, detailsRole).toStringList();
+            continue;
+        }
         for (int child = 0; child < item->childCount(); ++child) {
-            if (item->isSelected() || item->child(child)->isSelected())
+            if (item->child(child)->isSelected())
                 lines += item->child(child)->text(titleColumn);
         }
     }

@@ -28,7 +28,16 @@ class TransferDrawer final : public QFrame
 public:
     explicit TransferDrawer(TransferEngine &transfers, QWidget *parent = nullptr);
 
+    /// Gives the keyboard to the list, if there is anything in it.
+    void takeKeyboard();
+
+signals:
+    /// The folder that this transfer goes to is to be shown.
+    void targetRequested(const QUuid &transfer);
+    void keyboardReleased();
+
 protected:
+    void keyPressEvent(QKeyEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
     void changeEvent(QEvent *event) override;
 

@@ -63,7 +63,8 @@ void TransferRowDelegate::paint(QPainter *painter, const QStyleOptionViewItem &o
                  permille.toInt(), index.data(isHaltedRole).toBool());
         rect.setLeft(rect.left() + barWidth + gap);
     }
-    painter->setPen(Theme::color(Theme::Color::mutedText));
+    const bool isSelected = option.state & QStyle::State_Selected;
+    painter->setPen(Theme::color(isSelected ? Theme::Color::text : Theme::Color::mutedText));
     painter->setFont(option.font);
     painter->drawText(rect, int(Qt::AlignVCenter | Qt::AlignLeft) | Qt::TextSingleLine,
                       ground.fontMetrics.elidedText(text, Qt::ElideRight, rect.width()));

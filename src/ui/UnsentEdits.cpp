@@ -6,6 +6,7 @@
 #include "app/ServerConnections.h"
 #include "app/Session.h"
 #include "files/Format.h"
+#include "transfers/TransferEngine.h"
 #include "ui/MessageBar.h"
 
 #include <algorithm>
@@ -68,17 +69,38 @@ void UnsentEdits::disconnectServer(const QUuid &server)
 {
     const QList<EditedFile> unsent = list(server);
     const auto disconnect = [this, server] { m_model.connections().disconnect(server); };
-    if (!canUpload(unsent)) {
-        disconnect();
-        return;
+    QStringList sentences;
+    if (const auto count = transfersWith(server); count > 0) {
+        sentences << (count == 1
+                          ? tr("A transfer with this server is not done yet and would be broken off.")
+                          : tr("%1 transfers with this server are not done yet and would be broken off.").arg(count));
     }
-    const QString keeps = unsent.size() == 1 ? tr("your version is kept on this computer.")
-                                             : tr("your versions are kept on this computer.");
-    m_bar.ask(sentence(unsent) + u' ' + keeps + u' ' + tr("Disconnect?"), tr("Disconnect"), MessageBar::Tone::warning,
-              disconnect, {tr("Upload first"), [this, server, disconnect] {
-                               uploadBefore(server, tr("Uploading before the server is disconnected…"),
-                                            tr("Disconnect now"), disconnect);
-                           }});
+    MessageChoice better;
+    if (canUpload(unsent)) {
+        sentences << sentence(unsent)
+                  << (unsent.size() == 1 ? tr("your version is kept on this computer.")
+                                         : tr("your versions are kept on this computer."));
+        better = {tr("Upload first"), [this, server, disconnect] {
+                      uploadBefore(server, tr("Uploading before the server is disconnected…"), tr("Disconnect now"),
+                                   disconnect);
+                  }};
+    }
+    if (sentences.isEmpty())
+        disconnect();
+    else
+        m_bar.ask(sentences.join(u' ') + u' ' + tr("Disconnect?"), tr("Disconnect"), MessageBar::Tone::warning,
+                  disconnect, std::move(better));
+}
+
+qsizetype UnsentEdits::transfersWith(const QUuid &server) const
+{
+    const TransferEngine &engine = m_model.transfers();
+    return std::ranges::count_if(engine.transfers(), [&](const TransferStatus &transfer) {
+        const TransferEngine::Ends ends = engine.ends(transfer.id);
+        const bool isUnderWay =
+            transfer.state == TransferStatus::State::running || transfer.state == TransferStatus::State::reconnecting;
+        return isUnderWay && (ends.source == server || ends.destination == server);
+    });
 }
 
 void UnsentEdits::uploadBefore(const std::optional<QUuid> &server, const QString &text, const QString &buttonText,

@@ -31,7 +31,7 @@ public:
     /// "“a.txt” was edited and is not uploaded to web yet;", to be ended by what becomes of it.
     static QString sentence(const QList<EditedFile> &files);
 
-    /// Disconnects a server, after a question where something of it is not uploaded.
+    /// Disconnects a server, after a question where something of it is not uploaded, or a transfer would be broken off.
     void disconnectServer(const QUuid &server);
     /// Uploads what can be, shows `text` meanwhile with a button that does not wait, and calls `leave` once nothing is
     /// unsent. Stays where something cannot be uploaded, and says so.
@@ -39,6 +39,7 @@ public:
                       std::function<void()> leave);
 
 private:
+    qsizetype transfersWith(const QUuid &server) const;
     void followUploads();
     void followTabs();
     QSet<QUuid> serversInTabs() const;

@@ -159,6 +159,8 @@ private slots:
             {"rm d", 1, "With --recursive it is removed"},
             {"rm twin:", 2, "names no path"},
             {"rm --recursive /", 2, "root folder"},
+            {"rm a.txt --recursive d/../", 2, "“d/../” does not name what is to be removed. Nothing was removed."},
+            {"rm --recursive twin:.", 2, "Nothing was removed."},
             {"mv a.txt b.txt", 1, "exists already"},
             {"mv a.txt d/c.txt", 2, "is no name"},
             {"chmod 9x9 a.txt", 2, "is no mode"},
@@ -192,6 +194,13 @@ private slots:
         QCOMPARE(shell.tree.snapshot(), before);
     }
 
+    void namesReachNoTerminalAsCommands()
+    {
+        Shell shell;
+        shell.run(u"ls a\x1b[31m"_s);
+        QVERIFY2(shell.err.contains(u"a\\x1B[31m"_s) && !shell.err.contains(u'\x1b'), qPrintable(shell.err));
+    }
+
     void listingIsOneDocumentWithoutHiddenNames()
     {
         Shell shell;
@@ -219,7 +228,7 @@ private slots:
             return shell.code == 0 && shell.err.isEmpty();
         };
         QVERIFY(succeeds("mkdir new"));
-        QVERIFY(succeeds("cp a.txt ./a:b d new"));
+        QVERIFY(succeeds("cp -r a.txt ./a:b d new"));
         QVERIFY(succeeds("cp a.txt new/named.txt"));
         QVERIFY(succeeds("mv new/d renamed"));
         QVERIFY(succeeds("chmod 600 new/a.txt"));
@@ -239,10 +248,10 @@ private slots:
     {
         Shell shell;
         shell.tree.write("work/d/a.txt", "kept");
-        shell.run(u"cp a.txt b.txt d --json"_s);
+        shell.run(u"cp a.txt gone b.txt d --json"_s);
         QCOMPARE(shell.code, 3);
         QCOMPARE(shell.json().value(u"files").toInt(), 1);
-        QCOMPARE(shell.json().value(u"failures").toArray().size(), 1);
+        QCOMPARE(shell.json().value(u"failures").toArray().size(), 2);
         QCOMPARE(shell.tree.read("work/d/a.txt"), QByteArray("kept"));
         shell.run(u"cp a.txt d --conflict rename"_s);
         QCOMPARE(shell.code, 0);
@@ -279,15 +288,17 @@ private slots:
     {
         Shell shell;
         shell.run(u"servers add --host h --name web"_s);
-        QProcess process;
-        shell.start(process, u"secret set web password"_s);
-        QVERIFY(process.waitForStarted());
-        QTRY_VERIFY(catches(process.processId(), SIGINT));
-        ::kill(pid_t(process.processId()), SIGINT);
-        QTRY_COMPARE(process.state(), QProcess::NotRunning);
-        shell.finish(process);
-        QCOMPARE(shell.code, 1);
-        QCOMPARE(shell.err, u"Cancelled.\n"_s);
+        for (const int signal : {SIGINT, SIGHUP}) {
+            QProcess process;
+            shell.start(process, u"secret set web password"_s);
+            QVERIFY(process.waitForStarted());
+            QTRY_VERIFY(catches(process.processId(), SIGHUP));
+            ::kill(pid_t(process.processId()), signal);
+            QTRY_COMPARE(process.state(), QProcess::NotRunning);
+            shell.finish(process);
+            QCOMPARE(shell.code, 1);
+            QCOMPARE(shell.err, u"Cancelled.\n"_s);
+        }
     }
 
     void everyCommandHasHelpWithExamples()

@@ -3,6 +3,7 @@
 
 #include "AppScene.h"
 #include "base/Json.h"
+#include "files/NativePath.h"
 #include "remote/FTPService.h"
 #include "remote/SFTPService.h"
 #include "support/FTPServer.h"
@@ -160,6 +161,27 @@ private slots:
         desk.files->send(desk.id(), EditedFiles::Guard::anything);
         QTRY_COMPARE_WITH_TIMEOUT(contentOf(path), QByteArray("third"), patience);
         QCOMPARE(QDir(ftpd.sharedPath()).entryList(QDir::Files | QDir::Hidden).size(), 1);
+    }
+
+    void nameThatIsNoUnicodeIsUploadedToAlsoAfterAnEndOfTheProgram()
+    {
+        if (const QString missing = FTPServer::missing(FTPServer::Program::vsftpd); !missing.isEmpty())
+            QSKIP(qPrintable(missing));
+        const FTPServer ftpd(FTPServer::Program::vsftpd, FTPServer::Encryption::none);
+        const QString path = ftpd.sharedPath() + u'/' + NativePath::text("caf\xE9.txt");
+        LocalFileService disk;
+        disk.write("first", path, {});
+        Desk desk(*m_sshd, ftpd.connection());
+        desk.open(path);
+        desk.save("second");
+        QTRY_COMPARE_WITH_TIMEOUT(disk.read(path, {}), QByteArray("second"), patience);
+        QTRY_COMPARE_WITH_TIMEOUT(desk.state(), State::uploaded, patience);
+        desk.save("third");
+        desk.files.reset();
+        desk.start();
+        QTRY_COMPARE(desk.files->files().size(), 1);
+        desk.files->send(desk.id(), Guard::known);
+        QTRY_COMPARE_WITH_TIMEOUT(disk.read(path, {}), QByteArray("third"), patience);
     }
 
     void fileChangedOnTheServerMeanwhileIsOnlyReplacedOnRequest()

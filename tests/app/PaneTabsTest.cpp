@@ -122,6 +122,25 @@ private slots:
         QTRY_VERIFY(session.pane() && session.pane()->currentPath() == scene.tree.path("srv/deep"));
     }
 
+    void transferThatEndsDoesNotHoldUpWhoIsLeavingItsFolder()
+    {
+        AppScene scene;
+        const auto isSlow = std::make_shared<std::atomic<bool>>(false);
+        scene.prepare = [isSlow](FolderServer &server) {
+            server.listing = [isSlow](const std::stop_token &stop) {
+                while (*isSlow && !stop.stop_requested())
+                    std::this_thread::yield();
+            };
+        };
+        const Session &session = scene.tabs->openServer(scene.server, std::nullopt, scene.tree.path("srv"));
+        QTRY_VERIFY(session.pane() && session.pane()->currentPath() == scene.tree.path("srv"));
+        *isSlow = true;
+        session.pane()->load(scene.tree.path("srv/deep"), true);
+        scene.tabs->reload(session.pane()->service().get(), {scene.tree.path("srv")});
+        *isSlow = false;
+        QTRY_COMPARE(session.pane()->currentPath(), scene.tree.path("srv/deep"));
+    }
+
     void rememberedTabsComeBackWithoutConnecting()
     {
         AppScene scene;

@@ -5,6 +5,8 @@
 
 #include <QFileInfo>
 
+#include <atomic>
+
 #include <sys/stat.h>
 #include <sys/xattr.h>
 
@@ -99,7 +101,12 @@ private slots:
                             route);
                 scene.request.policy = policy;
                 int questions = 0;
+                std::atomic<qint64> told = 0;
+                scene.callbacks.progress = [&told](const TransferCounts &counts) { told = counts.filesTotal; };
                 scene.callbacks.ask = [&](const TransferConflict &, const std::stop_token &) {
+                    // What is skipped is no longer to be done, and who is asked can see that.
+                    if (std::get<ConflictAnswer>(row).choice == Choice::skip && told != 3 - questions)
+                        throw Error(u"Test"_s, u"%1 files were told"_s.arg(told.load()));
                     ++questions;
                     return std::get<ConflictAnswer>(row);
                 };

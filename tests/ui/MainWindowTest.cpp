@@ -5,8 +5,12 @@
 
 #include <QDialog>
 #include <QDropEvent>
+#include <QFileInfo>
 #include <QMenu>
 #include <QMenuBar>
+#include <QToolButton>
+
+#include <sys/stat.h>
 
 using namespace moorix;
 using namespace moorix::test;
@@ -26,17 +30,17 @@ class MainWindowTest final : public QObject
         return {0, false, "hostname " + name + ".example.org\nuser ada\nport 22\n", {}};
     }
 
-    static Qt::DropAction dropOn(QAbstractScrollArea &view, const QMimeData &data, const QPoint &place)
+    static Qt::DropAction dropOn(QWidget &target, const QMimeData &data, const QPoint &place)
     {
         const Qt::DropActions actions = Qt::CopyAction | Qt::MoveAction | Qt::LinkAction;
         QDragEnterEvent enter(place, actions, &data, Qt::LeftButton, Qt::NoModifier);
-        QApplication::sendEvent(view.viewport(), &enter);
+        QApplication::sendEvent(&target, &enter);
         if (!enter.isAccepted())
             return Qt::IgnoreAction;
         QDragMoveEvent move(place, actions, &data, Qt::LeftButton, Qt::NoModifier);
-        QApplication::sendEvent(view.viewport(), &move);
+        QApplication::sendEvent(&target, &move);
         QDropEvent drop(place, actions, &data, Qt::LeftButton, Qt::NoModifier);
-        QApplication::sendEvent(view.viewport(), &drop);
+        QApplication::sendEvent(&target, &drop);
         return drop.dropAction();
     }
 
@@ -73,6 +77,22 @@ private slots:
         bench.key(Qt::Key_F6);
         QTRY_COMPARE(bench.home.read("left/a.txt"), "text");
         QTRY_VERIFY(!bench.home.exists("right/a.txt"));
+    }
+
+    void listOfTransfersTakesTheKeyboardAndLeadsToWhatTheyBrought()
+    {
+        WindowBench bench({{"left/a.txt", "text"}});
+        bench.select(Side::left, "a.txt");
+        bench.key(Qt::Key_F5);
+        QTRY_COMPARE(bench.home.read("right/a.txt"), "text");
+        bench.key(Qt::Key_J, Qt::ControlModifier);
+        QTRY_VERIFY(bench.find("transferList") && bench.find("transferList")->hasFocus());
+        bench.key(Qt::Key_Escape);
+        QVERIFY(bench.list(Side::left)->hasFocus());
+        bench.find("transferList")->setFocus();
+        bench.key(Qt::Key_Return);
+        QTRY_COMPARE(bench.pane(Side::left)->currentPath(), bench.home.path("right"));
+        QCOMPARE(bench.model->tabs(Side::left).sessions().size(), 2);
     }
 
     void tabsOpenCloseAndComeBackAtTheNextStart()
@@ -124,6 +144,13 @@ private slots:
         bench.select(Side::left, "a.txt");
         bench.key(Qt::Key_F5);
         QTRY_VERIFY(bench.find("conflictBar"));
+        // The end of another one is told all the same.
+        QCOMPARE(::mkfifo(bench.home.path("left/pipe").toUtf8().constData(), 0600), 0);
+        bench.pane(Side::left)->reload();
+        QTRY_COMPARE(bench.pane(Side::left)->displayedCount(), 2);
+        bench.select(Side::left, "pipe");
+        bench.model->transferSelection(Side::left, false);
+        QTRY_VERIFY(bench.find<QLabel>("statusMessage")->text().contains(u"pipe"_s));
         bench.window->close();
         QVERIFY(bench.window->isVisible());
         bench.click(bench.find("messageBarConfirm"));
@@ -133,7 +160,7 @@ private slots:
 
     void hidingOneSideKeepsTheKeyboardOnTheOther()
     {
-        WindowBench bench({});
+        WindowBench bench({{"left/a", "x"}});
         bench.key(Qt::Key_Tab);
         QCOMPARE(bench.model->activeSide(), Side::right);
         bench.key(Qt::Key_2, Qt::ControlModifier);
@@ -142,6 +169,11 @@ private slots:
         bench.key(Qt::Key_Tab);
         QCOMPARE(bench.model->activeSide(), Side::left);
         QVERIFY(QApplication::focusWidget() && QApplication::focusWidget()->isVisible());
+        // Nothing goes where it cannot be seen.
+        bench.select(Side::left, "a");
+        bench.key(Qt::Key_F6);
+        QCOMPARE(bench.model->transfers().transfers().size(), 0);
+        QVERIFY(bench.find("questionBar"));
     }
 
     void favouriteFolderStandsInTheSidebarAndOpens()
@@ -291,9 +323,20 @@ private slots:
     void deleteMovesToTheBinAndShiftDeleteAsksFirst()
     {
         WindowBench bench({{"left/a.txt", "a"}, {"left/b.txt", "b"}});
+        QSet<QString> many;
+        for (int i = 0; i < 300; ++i) {
+            many << bench.home.path("left/") + QString::number(i);
+            putFile(bench.home.path("left/") + QString::number(i), "x");
+        }
+        bench.pane(Side::left)->reload();
+        QTRY_COMPARE(bench.pane(Side::left)->displayedCount(), 302);
+        bench.pane(Side::left)->setSelection(many);
+        bench.key(Qt::Key_Delete);
+        // A second deletion leaves the first one to its end.
         bench.select(Side::left, "a.txt");
         bench.key(Qt::Key_Delete);
         QTRY_VERIFY(!bench.home.exists("left/a.txt"));
+        QTRY_COMPARE(bench.pane(Side::left)->displayedCount(), 1);
         QTRY_VERIFY(bench.find<QLabel>("statusMessage")->text().contains(u"bin"_s));
         QVERIFY(bench.home.exists("data/Trash/files/a.txt"));
         bench.select(Side::left, "b.txt");
@@ -311,23 +354,32 @@ private slots:
         bench.select(Side::left, "a.txt");
         QTreeView *list = bench.list(Side::right);
         const QPoint folder = list->visualRect(list->model()->index(0, 0)).center();
-        dropOn(*list, *dragged(bench, Side::left), folder);
+        dropOn(*list->viewport(), *dragged(bench, Side::left), folder);
         QTRY_COMPARE(bench.home.read("right/folder/a.txt"), "a");
         QTRY_VERIFY(!bench.home.exists("left/a.txt"));
         QTRY_COMPARE(bench.pane(Side::left)->displayedCount(), 1);
         bench.select(Side::left, "b.txt");
-        dropOn(*list, *dragged(bench, Side::left), QPoint(30, list->viewport()->height() - 5));
+        dropOn(*list->viewport(), *dragged(bench, Side::left), QPoint(30, list->viewport()->height() - 5));
         QTRY_COMPARE(bench.home.read("right/b.txt"), "b");
         QTRY_VERIFY(!bench.home.exists("left/b.txt"));
         // A folder stays where it is when it is dropped on itself.
         bench.select(Side::right, "folder");
-        dropOn(*list, *dragged(bench, Side::right), folder);
+        dropOn(*list->viewport(), *dragged(bench, Side::right), folder);
         QCOMPARE(bench.model->transfers().transfers().size(), 2);
         QMimeData foreign;
         foreign.setUrls({QUrl::fromLocalFile(bench.home.path("elsewhere/c"))});
-        dropOn(*bench.list(Side::left), foreign, QPoint(30, 200));
+        dropOn(*bench.list(Side::left)->viewport(), foreign, QPoint(30, 200));
         QTRY_COMPARE(bench.home.read("left/c"), "c");
         QVERIFY(bench.home.exists("elsewhere/c"));
+        // The folder above is a button of the path.
+        QTRY_COMPARE(bench.pane(Side::left)->displayedCount(), 1);
+        bench.select(Side::left, "c");
+        auto *path = bench.sideView(Side::right).findChild<QWidget *>(u"breadcrumbs"_s);
+        const auto buttons = path->findChildren<QToolButton *>();
+        const auto above = std::ranges::find(buttons, QFileInfo(bench.home.path()).fileName(), &QToolButton::text);
+        QVERIFY(above != buttons.end() && (*above)->isVisible());
+        QVERIFY(dropOn(*path, *dragged(bench, Side::left), (*above)->geometry().center()) != Qt::IgnoreAction);
+        QTRY_COMPARE(bench.home.read("c"), "c");
     }
 
     void folderDroppedOnTheSidebarBecomesAFavouriteAndStaysWhereItIs()
@@ -335,9 +387,9 @@ private slots:
         WindowBench bench({{"left/folder/", ""}, {"left/file", "x"}});
         auto *sidebar = bench.find<QTreeWidget>("sidebar");
         bench.select(Side::left, "file");
-        QCOMPARE(dropOn(*sidebar, *dragged(bench, Side::left), QPoint(30, 40)), Qt::IgnoreAction);
+        QCOMPARE(dropOn(*sidebar->viewport(), *dragged(bench, Side::left), QPoint(30, 40)), Qt::IgnoreAction);
         bench.select(Side::left, "folder");
-        QVERIFY(dropOn(*sidebar, *dragged(bench, Side::left), QPoint(30, 40)) != Qt::MoveAction);
+        QVERIFY(dropOn(*sidebar->viewport(), *dragged(bench, Side::left), QPoint(30, 40)) != Qt::MoveAction);
         QTRY_COMPARE(sidebar->findItems(u"folder"_s, Qt::MatchExactly | Qt::MatchRecursive).size(), 1);
         QVERIFY(bench.home.exists("left/folder"));
         bench.restart();

@@ -64,6 +64,25 @@ private slots:
         QTRY_VERIFY2(last()->text().contains(u"until && the"_s), qPrintable(last()->text()));
     }
 
+    void longNameInAQuestionLeavesTheAnswersInTheWindow()
+    {
+        const QString name = QString(200, u'x') + u".end"_s;
+        WindowBench bench(
+            {{("left/" + name.toUtf8()).constData(), "a"}, {("right/" + name.toUtf8()).constData(), "b"}});
+        const int width = bench.window->minimumSizeHint().width();
+        bench.window->resize(width, 640);
+        bench.pane(Side::left)->setSelection({bench.home.path("left/") + name});
+        bench.key(Qt::Key_F5);
+        QTRY_VERIFY(bench.find("conflictBar"));
+        QApplication::processEvents();
+        QCOMPARE(bench.window->width(), width);
+        QVERIFY(bench.find<QLabel>("conflictQuestion")->text().contains(u"x.end”"_s));
+        for (const auto *button : bench.find("conflictBar")->findChildren<QPushButton *>())
+            QVERIFY2(
+                bench.window->rect().contains(QRect(button->mapTo(bench.window.get(), QPoint()), button->sizeHint())),
+                qPrintable(button->text()));
+    }
+
     void menuOfServersHasRoomForAnyNameAndNumber()
     {
         WindowBench bench({});

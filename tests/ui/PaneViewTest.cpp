@@ -201,6 +201,10 @@ private slots:
         bench.pane.load(u"/"_s, true);
         QTRY_COMPARE(bench.part<QLabel>("noticeText")->text(), u"The server is away."_s);
         QVERIFY(!bench.isShown("errorBanner"));
+        // A new folder would be made in the root folder.
+        bench.view.focusList();
+        bench.press(Qt::Key_F7);
+        QVERIFY(!bench.isShown("nameEdit"));
         bench.files->failOn(u"/"_s, {});
         QTest::mouseClick(bench.part<QPushButton>("noticeButton"), Qt::LeftButton);
         QTRY_COMPARE(bench.rows(), QStringList{u"a"_s});

@@ -5,6 +5,7 @@
 #include "app/ServerConnections.h"
 #include "remote/SFTPService.h"
 #include "support/TestServer.h"
+#include "transfers/TransferEngine.h"
 #include "ui/editor/EditorView.h"
 
 #include <QDesktopServices>
@@ -118,6 +119,15 @@ private slots:
         bench.select(Side::right, "from server.txt");
         bench.key(Qt::Key_F5);
         QTRY_COMPARE(bench.home.read("left/from server.txt"), "remote");
+
+        // A transfer that waits for an answer would be broken off.
+        bench.key(Qt::Key_F5);
+        QTRY_VERIFY(bench.find("conflictBar"));
+        bench.key(Qt::Key_K, Qt::ControlModifier | Qt::ShiftModifier);
+        QVERIFY(bench.model->connections().isConnected(server.id));
+        bench.model->transfers().answer({ConflictAnswer::Choice::skip});
+        bench.click(bench.find("messageBarClose"));
+        QTRY_VERIFY(!isOpen(bench.model->transfers().transfers().last().state));
 
         QVERIFY(bench.model->connections().isConnected(server.id));
         const auto service = std::dynamic_pointer_cast<SFTPService>(bench.pane(Side::right)->service());
@@ -289,6 +299,24 @@ private slots:
         m_sshd->thaw();
         QTRY_COMPARE(copiesIn(bench), QStringList());
         QCOMPARE(m_opened, QStringList());
+    }
+
+    void fileThatCouldNotBeFetchedIsTriedAnewByOpeningItAgain()
+    {
+        putFile(onServer(u"a.txt"_s), "text");
+        WindowBench bench({{"tmp/", ""}}, clients());
+        qputenv("TMPDIR", bench.home.path("tmp").toUtf8());
+        connectRight(bench);
+        QTRY_COMPARE(bench.pane(Side::right)->displayedCount(), 1);
+        bench.pane(Side::right)->setSelection({bench.pane(Side::right)->displayedItem(0).id()});
+        QFile::remove(onServer(u"a.txt"_s));
+        bench.key(Qt::Key_Return);
+        QTRY_VERIFY(bench.find("openingBar") &&
+                    bench.find("openingBar")->findChild<QLabel *>()->text().contains(u"Not"));
+        putFile(onServer(u"a.txt"_s), "text");
+        bench.key(Qt::Key_Return);
+        QTRY_COMPARE(m_opened.size(), 1);
+        QTRY_VERIFY(!bench.find("openingBar"));
     }
 
     void quickLookShowsTheBeginningOfALargeFile()

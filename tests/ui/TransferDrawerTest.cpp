@@ -4,12 +4,16 @@
 #include "support/TestMain.h"
 #include "transfers/TransferScene.h"
 #include "ui/ConflictBar.h"
+#include "ui/TransferNotices.h"
 
 #include <QAction>
 #include <QClipboard>
 #include <QLabel>
+#include <QPlainTextEdit>
 #include <QPushButton>
+#include <QSignalSpy>
 #include <QTreeWidget>
+#include <QVBoxLayout>
 
 using namespace moorix;
 using namespace moorix::test;
@@ -121,6 +125,60 @@ private slots:
             QTRY_COMPARE(scene.state(0), State::finished);
             QCOMPARE(scene.tree.read("to/a"), QByteArray("12345678"));
         }
+    }
+
+    void questionsAndFailuresAreToldOutsideTheWindowWhenNobodyLooks()
+    {
+        for (const bool isLookedAt : {false, true}) {
+            EngineScene scene;
+            scene.server->halfway = breakLink(1);
+            QWidget window;
+            if (isLookedAt) {
+                window.show();
+                QVERIFY(QTest::qWaitForWindowActive(&window));
+            }
+            const TransferNotices notices(*scene.engine);
+            QSignalSpy raised(&notices, &TransferNotices::raised);
+            scene.send("from/a");
+            QTRY_VERIFY(scene.engine->conflict());
+            scene.engine->answer({ConflictAnswer::Choice::overwrite});
+            QTRY_COMPARE(scene.state(0), State::failed);
+            QCOMPARE(raised.count(), isLookedAt ? 0 : 2);
+        }
+    }
+
+    void questionWaitsForWhoTypesIsAnsweredOncePerLookAndGivesTheKeyboardBack()
+    {
+        QWidget window;
+        auto *text = new QPlainTextEdit;
+        auto *list = new QTreeWidget;
+        DrawerScene scene;
+        auto *column = new QVBoxLayout(&window);
+        for (QWidget *widget : std::initializer_list<QWidget *>{text, list, &scene.bar})
+            column->addWidget(widget);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        text->setFocus();
+        scene.letGo->release(9);
+        scene.tree.write("to/a", "old");
+        scene.tree.write("to/b", "old");
+        scene.send("from/a");
+        scene.send("from/b");
+        QTRY_VERIFY(scene.bar.isVisible());
+        QVERIFY(text->hasFocus());
+        list->setFocus();
+        QTRY_VERIFY(scene.bar.isAncestorOf(QApplication::focusWidget()));
+        auto *overwrite = scene.bar.findChild<QPushButton *>(u"conflictOverwrite"_s);
+        QTest::mouseClick(overwrite, Qt::LeftButton);
+        QTRY_COMPARE(scene.state(0), State::finished);
+        QTRY_VERIFY(scene.engine->conflict());
+        QTest::mouseDClick(overwrite, Qt::LeftButton);
+        QTest::mouseRelease(overwrite, Qt::LeftButton);
+        QVERIFY(scene.engine->conflict());
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Space);
+        QTRY_VERIFY(!scene.bar.isVisible());
+        QVERIFY(list->hasFocus());
+        QCOMPARE(scene.tree.read("to/b"), QByteArray("old"));
     }
 };
 

@@ -2,6 +2,7 @@
 #include "app/cli/Console.h"
 
 #include "base/Error.h"
+#include "files/Format.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -22,6 +23,23 @@ void toStandardError(const QString &text)
     const QByteArray bytes = text.toUtf8();
     std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stderr);
     std::fflush(stderr);
+}
+
+/// Names and the words of servers must not reach a terminal as commands.
+QString harmless(const QString &text)
+{
+    QString shown;
+    qsizetype begin = 0;
+    for (qsizetype end = 0; end <= text.size(); ++end) {
+        const bool isLayout = end < text.size() && (text.at(end) == u'\n' || text.at(end) == u'\t');
+        if (!isLayout && end < text.size())
+            continue;
+        shown += Format::display(text.mid(begin, end - begin));
+        if (isLayout)
+            shown += text.at(end);
+        begin = end + 1;
+    }
+    return shown;
 }
 
 /// Turns the terminal's echo off for as long as it lives.
@@ -78,7 +96,7 @@ QByteArray readLine(const std::stop_token &stop)
 
 void console::print(const QString &text)
 {
-    printBytes(text.toUtf8());
+    printBytes((::isatty(STDOUT_FILENO) == 1 ? harmless(text) : text).toUtf8());
 }
 
 void console::printBytes(const QByteArray &bytes)
@@ -95,7 +113,7 @@ void console::flush()
 void console::complain(const QString &sentence)
 {
     showProgress({});
-    toStandardError(sentence + u'\n');
+    toStandardError(harmless(sentence) + u'\n');
 }
 
 bool console::showsProgress()
@@ -105,8 +123,9 @@ bool console::showsProgress()
 
 void console::showProgress(const QString &line)
 {
+    // A line that is too long is cut off: what has wrapped would stay.
     if (showsProgress())
-        toStandardError(u"\r\x1b[K"_s + line);
+        toStandardError(u"\r\x1b[K\x1b[?7l"_s + harmless(line) + u"\x1b[?7h"_s);
 }
 
 bool console::canAsk()
@@ -117,7 +136,7 @@ bool console::canAsk()
 QString console::ask(const QString &question, const std::stop_token &stop)
 {
     showProgress({});
-    toStandardError(question);
+    toStandardError(harmless(question));
     return QString::fromUtf8(readLine(stop)).trimmed();
 }
 

@@ -9,12 +9,12 @@
 /// The terminal or the pipes a command talks through. Main thread.
 namespace moorix::console {
 
-/// To standard output.
+/// To standard output; on a terminal without control characters.
 void print(const QString &text);
 void printBytes(const QByteArray &bytes);
 /// Throws an Error when something printed did not get out (a full disk behind a redirection).
 void flush();
-/// One sentence on its own line of standard error.
+/// One sentence on its own line of standard error, without control characters.
 void complain(const QString &sentence);
 
 /// Standard error is a terminal.

@@ -41,15 +41,18 @@ CopyTarget copyTarget(const QString &destination, bool isSingle, CommandContext 
     return {place, name};
 }
 
-/// One request per place that sources come from.
-QList<TransferRequest> requestsFor(const QStringList &sources, const CopyTarget &target, CommandContext &context)
+/// One request per place that sources come from. Those that are not there are told in `failures`.
+QList<TransferRequest> requestsFor(const QStringList &sources, const CopyTarget &target, CommandContext &context,
+                                   QStringList &failures)
 {
     QList<TransferRequest> requests;
     for (const QString &source : sources) {
         const TargetPlace place = context.place(source);
         const auto item = place.service->stat(place.path, context.stop());
-        if (!item)
-            throw FileServiceError::notFound(place.path);
+        if (!item) {
+            failures += FileServiceError::notFound(place.path).message();
+            continue;
+        }
         if (requests.isEmpty() || requests.constLast().source != place.service) {
             TransferRequest request;
             request.source = place.service;
@@ -186,7 +189,7 @@ ExitCode runCp(const QCommandLineParser &parser, CommandContext &context)
     TransferOutcome sum;
     CopyTerminal terminal;
     const auto gate = std::make_shared<TransferGate>(context.filesAtOnce());
-    for (TransferRequest &request : requestsFor(sources, target, context)) {
+    for (TransferRequest &request : requestsFor(sources, target, context, sum.failures)) {
         request.policy = policy;
         request.check = parser.isSet(u"verify"_s) ? TransferCheck::contents : TransferCheck::size;
         TransferRun::Callbacks callbacks;
@@ -235,6 +238,7 @@ QList<Command> copyCommands()
     cp.examples = {u"cp ./site web-01:/var/www"_s, u"cp web-01:/var/log/syslog ./syslog.txt"_s,
                    u"cp web-01:/srv/data backup:/srv --conflict overwrite"_s};
     cp.options = {{u"conflict"_s, u"What to do when a file exists: ask, skip, overwrite or rename."_s, u"POLICY"_s},
+                  {{u"r"_s, u"recursive"_s}, u"Of no effect: folders are copied with all that is in them anyway."_s},
                   {u"verify"_s, u"Compare the contents of both sides by SHA-256 afterwards, where the server can."_s},
                   {u"json"_s, u"Print one JSON object."_s}};
     return {cp};

@@ -110,13 +110,23 @@ ExitCode runMkdir(const QCommandLineParser &parser, CommandContext &context)
     });
 }
 
+/// Before anything is removed: what leads to a folder without naming it is a slip.
+void requireName(const QString &target)
+{
+    const auto remote = splitTarget(target);
+    const QString path = remote ? remote->second : target;
+    if (remote && path.isEmpty())
+        throw UsageError(u"“%1” names no path on the server. Nothing was removed."_s.arg(target));
+    if (const QString name = Format::fileName(path); name == u"." || name == u"..")
+        throw UsageError(u"“%1” does not name what is to be removed. Nothing was removed."_s.arg(target));
+}
+
 ExitCode runRm(const QCommandLineParser &parser, CommandContext &context)
 {
     const bool isRecursive = parser.isSet(u"recursive"_s);
+    const QStringList targets = parser.positionalArguments();
+    std::for_each(targets.cbegin(), targets.cend(), requireName);
     return forEachTarget(parser, [&context, isRecursive](const QString &target) {
-        const auto remote = splitTarget(target);
-        if (remote && remote->second.isEmpty())
-            throw UsageError(u"“%1” names no path on the server. Nothing was removed."_s.arg(target));
         const TargetPlace place = context.place(target);
         if (place.path == u"/")
             throw UsageError(u"The root folder is not removed."_s);

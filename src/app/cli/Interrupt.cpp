@@ -19,8 +19,13 @@ void setHandler(void (*handler)(int))
     struct sigaction action = {};
     action.sa_handler = handler;
     action.sa_flags = SA_RESTART;
-    ::sigaction(SIGINT, &action, nullptr);
-    ::sigaction(SIGTERM, &action, nullptr);
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+        struct sigaction before = {};
+        ::sigaction(number, nullptr, &before);
+        // What nohup has switched off stays so.
+        if (number != SIGHUP || before.sa_handler != SIG_IGN)
+            ::sigaction(number, &action, nullptr);
+    }
 }
 
 void passOn(int number)
@@ -28,7 +33,8 @@ void passOn(int number)
     const int before = errno;
     const char byte = 's';
     [[maybe_unused]] const ssize_t written = ::write(signalPipe[1], &byte, 1);
-    ::signal(number, SIG_DFL);
+    // A terminal that is closed sends it, and its shell does once more.
+    ::signal(number, number == SIGHUP ? SIG_IGN : SIG_DFL);
     errno = before;
 }
 

@@ -8,8 +8,8 @@
 
 namespace moorix {
 
-/// Turns SIGINT and SIGTERM into a stop request for as long as it lives. One at a time. A second signal ends the
-/// process the ordinary way.
+/// Turns SIGINT, SIGTERM and, from a terminal that is closed, SIGHUP into a stop request for as long as it lives. One
+/// at a time. A second SIGINT or SIGTERM ends the process the ordinary way.
 class Interrupt final
 {
 public:

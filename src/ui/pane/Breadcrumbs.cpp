@@ -3,7 +3,10 @@
 
 #include "files/Format.h"
 #include "ui/Theme.h"
+#include "ui/Widgets.h"
+#include "ui/pane/FileDrop.h"
 
+#include <QDropEvent>
 #include <QEvent>
 #include <QMenu>
 #include <QMouseEvent>
@@ -60,7 +63,7 @@ void Breadcrumbs::setComponents(const QList<PathComponent> &components)
     for (const PathComponent &component : components) {
         QToolButton *button = makeButton(plainText(component.name), this);
         button->setCursor(Qt::ArrowCursor);
-        button->setToolTip(Format::display(component.path));
+        button->setToolTip(Widgets::toolTip(Format::display(component.path)));
         connect(button, &QToolButton::clicked, this, [this, path = component.path] { emit componentClicked(path); });
         m_buttons.append(button);
     }
@@ -165,6 +168,52 @@ void Breadcrumbs::changeEvent(QEvent *event)
     QWidget::changeEvent(event);
     if (event->type() == QEvent::FontChange || event->type() == QEvent::StyleChange)
         arrange();
+}
+
+void Breadcrumbs::takeDrops(FileDrop &drop)
+{
+    m_drop = &drop;
+    setAcceptDrops(true);
+}
+
+QString Breadcrumbs::folderAt(const QPoint &place) const
+{
+    for (qsizetype i = m_first; i < m_buttons.size(); ++i) {
+        if (m_buttons.at(i)->geometry().contains(place))
+            return m_components.at(i).path;
+    }
+    return {};
+}
+
+void Breadcrumbs::showDropAt(const QString &folder)
+{
+    for (qsizetype i = 0; i < m_buttons.size(); ++i)
+        m_buttons.at(i)->setDown(m_components.at(i).path == folder);
+}
+
+void Breadcrumbs::dragEnterEvent(QDragEnterEvent *event)
+{
+    event->setAccepted(m_drop->accepts(*event->mimeData()));
+}
+
+void Breadcrumbs::dragMoveEvent(QDragMoveEvent *event)
+{
+    const QString folder = folderAt(event->position().toPoint());
+    const Qt::DropAction action = m_drop->actionFor(*event, folder);
+    showDropAt(action == Qt::IgnoreAction ? QString() : folder);
+    event->setDropAction(action);
+    event->setAccepted(action != Qt::IgnoreAction);
+}
+
+void Breadcrumbs::dragLeaveEvent(QDragLeaveEvent *)
+{
+    showDropAt({});
+}
+
+void Breadcrumbs::dropEvent(QDropEvent *event)
+{
+    showDropAt({});
+    m_drop->drop(*event, folderAt(event->position().toPoint()));
 }
 
 } // namespace moorix

@@ -9,6 +9,8 @@ class QToolButton;
 
 namespace moorix {
 
+class FileDrop;
+
 /// A path as buttons, the last folder last. What does not fit is reached through a leading "…". Main thread.
 class Breadcrumbs final : public QWidget
 {
@@ -18,6 +20,8 @@ public:
     explicit Breadcrumbs(QWidget *parent = nullptr);
 
     void setComponents(const QList<PathComponent> &components);
+    /// Takes what is dropped on a folder of the path, from now on.
+    void takeDrops(FileDrop &drop);
 
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
@@ -32,8 +36,15 @@ protected:
     void mousePressEvent(QMouseEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
     void changeEvent(QEvent *event) override;
+    void dragEnterEvent(QDragEnterEvent *event) override;
+    void dragMoveEvent(QDragMoveEvent *event) override;
+    void dragLeaveEvent(QDragLeaveEvent *event) override;
+    void dropEvent(QDropEvent *event) override;
 
 private:
+    /// The folder under a place, empty where there is none.
+    QString folderAt(const QPoint &place) const;
+    void showDropAt(const QString &folder);
     void arrange();
     void shortenLast();
     void showHiddenOnes();
@@ -41,6 +52,7 @@ private:
     QList<PathComponent> m_components;
     QList<QToolButton *> m_buttons;
     QToolButton *m_more;
+    FileDrop *m_drop = nullptr;
     /// Index of the first button shown.
     qsizetype m_first = 0;
 };

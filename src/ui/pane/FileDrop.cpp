@@ -32,12 +32,15 @@ FileDrop::FileDrop(PaneModel &pane, const PaneContext &context, QObject *parent)
 
 bool FileDrop::accepts(const QMimeData &data) const
 {
-    return m_transfer && (qobject_cast<const FileMimeData *>(&data) || (m_localFiles && data.hasUrls()));
+    if (!m_transfer)
+        return false;
+    return qobject_cast<const FileMimeData *>(&data) || (m_localFiles && FileMimeData::hasLocalPaths(data));
 }
 
 Qt::DropAction FileDrop::actionFor(const QDropEvent &event, const QString &folder) const
 {
-    if (!accepts(*event.mimeData()) || folder.isEmpty())
+    // Nothing else has come in, see `accepts`; asking each time would have another program tell all its files again.
+    if (!m_transfer || folder.isEmpty())
         return Qt::IgnoreAction;
     const auto *ours = qobject_cast<const FileMimeData *>(event.mimeData());
     const bool isSamePlace = ours && ours->service() == m_pane.service();
@@ -63,7 +66,7 @@ void FileDrop::drop(QDropEvent &event, const QString &folder)
     }
     const bool isMove = action == Qt::MoveAction;
     if (const auto *ours = qobject_cast<const FileMimeData *>(event.mimeData())) {
-        m_transfer({ours->service(), m_pane.service(), ours->items(), folder, isMove, TransferConflictPolicy::ask});
+        m_transfer({ours->service(), m_pane.service(), ours->items(), folder, isMove});
     } else {
         takeLocalFiles(FileMimeData::localPaths(*event.mimeData()), folder, isMove);
     }
@@ -76,6 +79,10 @@ void FileDrop::takeLocalFiles(const QStringList &paths, const QString &folder, b
 {
     if (!m_localFiles || !m_transfer)
         return;
+    if (paths.isEmpty()) {
+        emit refused(tr("None of these files is on this computer."));
+        return;
+    }
     m_statJob = runJob(
         [files = m_localFiles, paths](const std::stop_token &stop) {
             QList<FileItem> items;
@@ -85,12 +92,12 @@ void FileDrop::takeLocalFiles(const QStringList &paths, const QString &folder, b
             }
             return items;
         },
-        [this, folder, isMove](const QList<FileItem> &items) {
-            if (items.isEmpty()) {
-                emit refused(tr("What was dropped is no longer there."));
+        [this, folder, isMove, count = paths.size()](const QList<FileItem> &items) {
+            if (items.size() < count)
+                emit refused(tr("No longer there: %1 of %2 files.").arg(count - items.size()).arg(count));
+            if (items.isEmpty())
                 return;
-            }
-            m_transfer({m_localFiles, m_pane.service(), items, folder, isMove, TransferConflictPolicy::ask});
+            m_transfer({m_localFiles, m_pane.service(), items, folder, isMove});
         },
         [this](const Error &error) { emit refused(error.message()); });
 }

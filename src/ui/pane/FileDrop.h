@@ -22,8 +22,9 @@ class FileDrop final : public QObject
 public:
     FileDrop(PaneModel &pane, const PaneContext &context, QObject *parent = nullptr);
 
+    /// Files of a pane, or of another program if they are on this machine.
     bool accepts(const QMimeData &data) const;
-    /// What dropping on `folder` would do; IgnoreAction where it would do nothing or harm.
+    /// What dropping what was accepted on `folder` would do; IgnoreAction where it would do nothing or harm.
     Qt::DropAction actionFor(const QDropEvent &event, const QString &folder) const;
     void drop(QDropEvent &event, const QString &folder);
     /// Copies or moves what another program offers, in the background, into `folder`.

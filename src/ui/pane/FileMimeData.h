@@ -8,6 +8,8 @@
 
 #include <memory>
 
+class QUrl;
+
 namespace moorix {
 
 class FileService;
@@ -24,10 +26,19 @@ public:
     const std::shared_ptr<FileService> &service() const { return m_service; }
     const QList<FileItem> &items() const { return m_items; }
 
+    /// Tells the other programs that read it from the clipboard whether a paste is to move the files.
+    void noteWhetherCut(bool isCut);
+
     /// The types a file list takes.
     static QStringList acceptedTypes();
-    /// Local paths among the URLs of another program's data.
+    /// Whether another program's data has URLs of local files among others; costs little also where there are many.
+    static bool hasLocalPaths(const QMimeData &data);
+    /// Local paths among the URLs of another program's data, byte by byte.
     static QStringList localPaths(const QMimeData &data);
+    /// Whether another program has put its files on the clipboard to be moved.
+    static bool isCut(const QMimeData &data);
+    /// Unlike QUrl's own also for names that are no UTF-8.
+    static QUrl url(const QString &path);
 
 private:
     std::shared_ptr<FileService> m_service;

@@ -32,7 +32,7 @@ struct PaneContext
     std::function<Refusal()> compareFiles;
     /// The clipboard's files come into the folder shown here.
     std::function<Refusal()> paste;
-    /// A drop.
+    /// A drop, or a paste from another program. The receiver says what becomes of files that exist already.
     std::function<void(TransferRequest)> transfer;
     /// A file was opened (Enter, double click).
     std::function<void(const FileItem &)> openFile;

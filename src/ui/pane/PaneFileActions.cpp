@@ -6,11 +6,13 @@
 #include "files/LocalFileService.h"
 #include "files/PaneModel.h"
 #include "settings/SettingsStore.h"
+#include "ui/BriefName.h"
 #include "ui/pane/FileDrop.h"
 #include "ui/pane/FileMimeData.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
+#include <QPointer>
 
 using namespace Qt::StringLiterals;
 
@@ -22,7 +24,7 @@ namespace {
 QString described(const QList<FileItem> &items)
 {
     if (items.size() == 1)
-        return PaneFileActions::tr("“%1”").arg(Format::display(items.front().name));
+        return PaneFileActions::tr("“%1”").arg(briefName(items.front().name));
     return PaneFileActions::tr("%Ln items", nullptr, int(items.size()));
 }
 
@@ -33,14 +35,11 @@ QString removalQuestion(const QList<FileItem> &items)
     return PaneFileActions::tr("Delete %1 for good?").arg(described(items));
 }
 
-/// Files of another program, put on the system's clipboard after anything of ours.
-const QMimeData *foreignFiles()
+/// Whether the system's clipboard holds what was cut or copied here last. Where it has changed hands but not its
+/// contents, as by the programs that keep its history, those are told by their type.
+bool isOurs(const QMimeData &data)
 {
-    const QClipboard *clipboard = QGuiApplication::clipboard();
-    const QMimeData *data = clipboard->mimeData();
-    // Not every platform knows whose its clipboard is; what comes from here is an object of ours.
-    const bool isOurs = clipboard->ownsClipboard() || qobject_cast<const FileMimeData *>(data);
-    return !isOurs && data && data->hasUrls() ? data : nullptr;
+    return qobject_cast<const FileMimeData *>(&data) || data.hasFormat(FileMimeData::acceptedTypes().first());
 }
 
 } // namespace
@@ -52,6 +51,14 @@ PaneFileActions::PaneFileActions(PaneModel &pane, const PaneContext &context, QO
     , m_arrivals(new FileDrop(pane, context, this))
 {
     connect(m_arrivals, &FileDrop::refused, this, &PaneFileActions::refused);
+    // What is no longer on the clipboard is not to be moved by the next paste.
+    const QClipboard *clipboard = QGuiApplication::clipboard();
+    connect(clipboard, &QClipboard::dataChanged, this, [this, clipboard] {
+        if (!m_context.clipboard.content())
+            return;
+        if (const QMimeData *data = clipboard->mimeData(); data && !isOurs(*data))
+            m_context.clipboard.clear();
+    });
 }
 
 bool PaneFileActions::isAvailable(PaneCommand command) const
@@ -61,6 +68,8 @@ bool PaneFileActions::isAvailable(PaneCommand command) const
 
 bool PaneFileActions::isAvailable(PaneCommand command, const QList<FileItem> &selected) const
 {
+    // Before the first listing, or where it failed, a name would end up in the root folder.
+    const bool showsFolder = !m_pane.currentPath().isEmpty();
     const bool isOneFolder = selected.size() == 1 && (selected.front().isDirectory || selected.front().isSymlink);
     switch (command) {
     case PaneCommand::open:
@@ -78,7 +87,10 @@ bool PaneFileActions::isAvailable(PaneCommand command, const QList<FileItem> &se
     case PaneCommand::moveToOtherSide:
         return !selected.isEmpty() && m_context.moveToOtherSide;
     case PaneCommand::openTerminal:
-        return !m_pane.currentPath().isEmpty() && m_context.openTerminal;
+        return showsFolder && m_context.openTerminal;
+    case PaneCommand::newFolder:
+    case PaneCommand::newFile:
+        return showsFolder;
     case PaneCommand::compareFiles:
         return !selected.isEmpty() && m_context.compareFiles;
     case PaneCommand::duplicate:
@@ -90,7 +102,7 @@ bool PaneFileActions::isAvailable(PaneCommand command, const QList<FileItem> &se
     case PaneCommand::info:
         return !selected.isEmpty();
     case PaneCommand::paste:
-        return foreignFiles() || (m_context.clipboard.content() && m_context.paste);
+        return showsFolder && canPaste();
     case PaneCommand::goUp:
         return m_pane.canGoUp();
     case PaneCommand::goBack:
@@ -160,16 +172,37 @@ void PaneFileActions::putOnClipboard(bool isCut)
 {
     const QList<FileItem> items = m_pane.selectedItems();
     m_context.clipboard.set({m_pane.service(), items, isCut});
-    QGuiApplication::clipboard()->setMimeData(new FileMimeData(m_pane.service(), items, m_pane.isLocal()));
+    auto *data = new FileMimeData(m_pane.service(), items, m_pane.isLocal());
+    data->noteWhetherCut(isCut);
+    QGuiApplication::clipboard()->setMimeData(data);
     emit messageRaised((isCut ? tr("Cut %1.") : tr("Copied %1.")).arg(described(items)));
+}
+
+bool PaneFileActions::canPaste() const
+{
+    const QMimeData *data = QGuiApplication::clipboard()->mimeData();
+    if (!data)
+        return false;
+    if (m_context.clipboard.content() && isOurs(*data))
+        return bool(m_context.paste);
+    return m_context.transfer && m_context.localFiles && FileMimeData::hasLocalPaths(*data);
 }
 
 void PaneFileActions::paste()
 {
-    if (const QMimeData *files = foreignFiles())
-        m_arrivals->takeLocalFiles(FileMimeData::localPaths(*files), m_pane.currentPath(), false);
-    else
+    QClipboard *clipboard = QGuiApplication::clipboard();
+    const QMimeData *data = clipboard->mimeData();
+    bool isTaken = false;
+    if (m_context.clipboard.content() && isOurs(*data)) {
         pass(m_context.paste);
+        isTaken = !m_context.clipboard.content();
+    } else {
+        isTaken = FileMimeData::isCut(*data);
+        m_arrivals->takeLocalFiles(FileMimeData::localPaths(*data), m_pane.currentPath(), isTaken);
+    }
+    // Files can be moved away only once.
+    if (isTaken)
+        clipboard->clear();
 }
 
 void PaneFileActions::copyPaths()
@@ -184,11 +217,14 @@ void PaneFileActions::copyPaths()
 
 void PaneFileActions::remove()
 {
-    const auto disk = std::dynamic_pointer_cast<LocalFileService>(m_pane.service());
-    if (disk)
-        moveToTrash(disk);
-    else
-        removeForGood();
+    if (!std::dynamic_pointer_cast<LocalFileService>(m_pane.service()))
+        return removeForGood();
+    const QList<FileItem> items = m_pane.selectedItems();
+    // The pane may outlive what shows it.
+    m_pane.moveToTrash(items, [self = QPointer(this), items] {
+        if (self)
+            emit self->messageRaised(tr("Moved %1 to the bin.").arg(described(items)));
+    });
 }
 
 void PaneFileActions::removeForGood()
@@ -200,34 +236,6 @@ void PaneFileActions::removeForGood()
     }
     // What was selected when the question was asked is removed, whatever is selected when it is answered.
     emit confirmationWanted(removalQuestion(items), tr("Delete"), [this, items] { m_pane.remove(items); });
-}
-
-void PaneFileActions::moveToTrash(const std::shared_ptr<LocalFileService> &disk)
-{
-    const QList<FileItem> items = m_pane.selectedItems();
-    Job job = runJob(
-        [disk, items](const std::stop_token &stop) {
-            QStringList failures;
-            for (const FileItem &item : items) {
-                if (stop.stop_requested())
-                    break;
-                try {
-                    disk->moveToTrash(item.path);
-                } catch (const Error &error) {
-                    failures.append(error.message());
-                }
-            }
-            return failures;
-        },
-        [this, items](const QStringList &failures) {
-            m_pane.reload();
-            if (failures.isEmpty())
-                emit messageRaised(tr("Moved %1 to the bin.").arg(described(items)));
-            else
-                emit refused(failures.join(u'\n'));
-        },
-        [this](const Error &error) { emit refused(error.message()); });
-    m_trashJob = std::move(job);
 }
 
 } // namespace moorix

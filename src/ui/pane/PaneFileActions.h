@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "base/Job.h"
 #include "ui/pane/PaneCommand.h"
 #include "ui/pane/PaneContext.h"
 
@@ -11,7 +10,6 @@ namespace moorix {
 
 class FileDrop;
 struct FileItem;
-class LocalFileService;
 class PaneModel;
 
 /// What commands do to the selected entries of a pane, apart from anything that is shown. Main thread.
@@ -42,16 +40,15 @@ private:
     void passFolder(const std::function<void(const FileItem &)> &receiver);
     void pass(const std::function<PaneContext::Refusal()> &action);
     void putOnClipboard(bool isCut);
+    bool canPaste() const;
     void paste();
     void copyPaths();
     void remove();
     void removeForGood();
-    void moveToTrash(const std::shared_ptr<LocalFileService> &disk);
 
     PaneModel &m_pane;
     PaneContext m_context;
     FileDrop *m_arrivals;
-    Job m_trashJob;
 };
 
 } // namespace moorix

@@ -6,6 +6,7 @@
 #include "files/Format.h"
 #include "settings/SettingsStore.h"
 #include "ui/MessageBar.h"
+#include "ui/pane/FileDrop.h"
 #include "ui/pane/FileListModel.h"
 #include "ui/pane/FileListView.h"
 #include "ui/pane/FilterBar.h"
@@ -82,6 +83,9 @@ PaneView::~PaneView()
 void PaneView::build()
 {
     m_pathBar = new PathBar(m_pane, this);
+    auto *drop = new FileDrop(m_pane, m_context, m_pathBar);
+    m_pathBar->takeDrops(*drop);
+    connect(drop, &FileDrop::refused, this, &PaneView::tell);
     m_error = new MessageBar(this);
     m_error->setObjectName(u"errorBanner"_s);
     m_question = new MessageBar(this);
@@ -163,8 +167,13 @@ void PaneView::run(PaneCommand command)
          command != PaneCommand::invertSelection && command != PaneCommand::focusOtherSide);
     if (actsOnEntries)
         m_list->selectCurrentIfNothing();
-    if (isAvailable(command) && !runInView(command))
-        m_actions->run(command);
+    if (isAvailable(command)) {
+        if (!runInView(command))
+            m_actions->run(command);
+    } else if (command == PaneCommand::paste && !m_pane.currentPath().isEmpty()) {
+        // Alone of all this depends on what is nowhere to be seen.
+        emit messageRaised(tr("The clipboard holds no files."));
+    }
 }
 
 bool PaneView::runInView(PaneCommand command)

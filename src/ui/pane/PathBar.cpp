@@ -85,6 +85,11 @@ PathBar::PathBar(PaneModel &pane, QWidget *parent)
     showHistory();
 }
 
+void PathBar::takeDrops(FileDrop &drop)
+{
+    m_crumbs->takeDrops(drop);
+}
+
 QToolButton *PathBar::addButton(PaneCommand command, const QString &objectName)
 {
     const PaneCommandInfo &info = infoOf(command);

@@ -9,6 +9,7 @@ class QToolButton;
 namespace moorix {
 
 class Breadcrumbs;
+class FileDrop;
 class PaneModel;
 class PathEdit;
 enum class PaneCommand;
@@ -21,6 +22,8 @@ class PathBar final : public QFrame
 public:
     explicit PathBar(PaneModel &pane, QWidget *parent = nullptr);
 
+    /// The folders of the path take what is dropped on them, from now on.
+    void takeDrops(FileDrop &drop);
     /// Turns the breadcrumb into a line for typing.
     void edit();
 
