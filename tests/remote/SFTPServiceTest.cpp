@@ -13,7 +13,6 @@
 #include <QDir>
 #include <QProcess>
 
-#include <csignal>
 #include <future>
 
 #include <sys/socket.h>
@@ -23,7 +22,6 @@
 
 using namespace moorix;
 using namespace Qt::StringLiterals;
-using namespace std::chrono_literals;
 using namespace moorix::test;
 
 namespace {
@@ -44,16 +42,6 @@ ConnectionCredentials withPassword(const QString &password = TestServer::passwor
 qsizetype runningClients()
 {
     return childrenNamed("sftp").size() + childrenNamed("ssh").size();
-}
-
-/// The process with exactly this command line, its words with blanks between; 0 when there is none.
-qint64 processWith(const QByteArray &commandLine)
-{
-    for (const QString &process : QDir(u"/proc"_s).entryList({u"[0-9]*"_s}, QDir::Dirs)) {
-        if (contentOf(u"/proc/%1/cmdline"_s.arg(process)).replace('\0', ' ') == commandLine + ' ')
-            return process.toLongLong();
-    }
-    return 0;
 }
 
 enum class End { reached, serverDies, lineBreaks, cancelled };
@@ -332,32 +320,6 @@ private slots:
         QCOMPARE(messageWithMode(0x7755), QString());
     }
 
-    void removalThatIsStoppedEndsOnTheServer()
-    {
-        constexpr int files = 30000;
-        const QString tree = at("tr.ee (1)");
-        const QByteArray first = QFile::encodeName(tree + u"/0"_s);
-        QVERIFY(QDir().mkdir(tree));
-        putFile(tree + u"/0"_s, "x");
-        for (int i = 1; i < files; ++i)
-            QVERIFY(::link(first.constData(), QFile::encodeName(tree + u"/%1"_s.arg(i)).constData()) == 0);
-        SFTPService &service = connected();
-        std::stop_source source;
-        auto removal =
-            std::async(std::launch::async, [&] { service.remove(entryAt(tree + u'/'), source.get_token()); });
-        const QByteArray commandLine = "rm -rf " + tree.toUtf8();
-        qint64 process = 0;
-        while (process == 0 && removal.wait_for(std::chrono::seconds(0)) == std::future_status::timeout)
-            process = processWith(commandLine);
-        QVERIFY(process > 0 && ::kill(pid_t(process), SIGSTOP) == 0);
-        source.request_stop();
-        QVERIFY_THROWS_EXCEPTION(Cancelled, removal.get());
-        const qsizetype left = QDir(tree).count();
-        QVERIFY(::kill(pid_t(process), SIGCONT) == 0);
-        QTRY_VERIFY(processWith(commandLine) == 0);
-        QVERIFY(left > 2 && qsizetype(QDir(tree).count()) == left);
-    }
-
     void linksLeftOutOfATreeAreReported()
     {
         SFTPService &service = connected();
@@ -427,23 +389,6 @@ private slots:
                      qPrintable(message));
     }
 
-    void deadLineIsNoticedAndASilentCommandIsNot()
-    {
-        DelayProxy proxy(m_sshd->port());
-        ServerConnection server = m_sshd->connection();
-        server.port = proxy.port();
-        m_services.push_back(
-            std::make_unique<SFTPService>(server, ConnectionCredentials(), m_clients, SSHPatience{400ms, 1600ms}));
-        SFTPService &service = *m_services.back();
-        service.connect(neverStops);
-        QCOMPARE(service.commandOutput(u"sleep 1; echo done"_s, neverStops), u"done\n"_s);
-        const auto list = [&] { service.list(m_folder->path(), HiddenFiles::included, neverStops); };
-        proxy.stall();
-        QCOMPARE(messageOf(list), u"Could not connect: 127.0.0.1 has not answered for 2 seconds."_s);
-        proxy.resume();
-        QCOMPARE(messageOf(list), QString());
-    }
-
     void cancelledLoginLeavesNoProcess()
     {
         NEED_ACCOUNTS();
@@ -457,17 +402,6 @@ private slots:
         QTRY_VERIFY(runningClients() == 2);
         source.request_stop();
         QVERIFY_THROWS_EXCEPTION(Cancelled, login.get());
-    }
-
-    void disconnectingLeavesTheConnectionToOtherServices()
-    {
-        const ServerConnection server = m_sshd->connection();
-        SFTPService &first = connected(server);
-        SFTPService &second = connected(server);
-        first.disconnect();
-        QVERIFY(ControlSocket::isPresent(server));
-        second.disconnect();
-        QVERIFY(!ControlSocket::isPresent(server));
     }
 
     void twoUsersOfOneRecordNeverShareAConnection()
