@@ -134,7 +134,6 @@ LaunchArguments sshLaunchArgs(const ServerConnection &server, const ConnectionCr
     const std::optional<QString> identity = prepareIdentity(server, credentials, tempIdentityPath);
     LaunchArguments result;
     result.arguments = authOptions(server, identity, Multiplex::no, Interactive::yes);
-    result.arguments << passphraseOptions(server, credentials);
     result.arguments << QStringLiteral("-p") << QString::number(server.port) << SSHDestination::text(server);
     result.environment = authEnvironment(server, credentials);
     return result;

@@ -215,9 +215,6 @@ private slots:
                                                      u"-f"_s, *server.privateKeyPath}),
                  0);
         QVERIFY(messageOf([&] { make(server, secrets).connect(neverStops); }).contains(u"did not accept the"_s));
-        std::optional<QString> none;
-        QVERIFY(SSHAuthHelper::sshLaunchArgs(server, secrets, none)
-                    .arguments.contains(u"PreferredAuthentications=publickey"_s));
     }
 
     void pastedKeyOpensTheAccountAndIsGoneAfterwards()
