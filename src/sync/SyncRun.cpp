@@ -401,10 +401,13 @@ QHash<QString, FileItem> SyncRun::present(const SyncSide &side, const QStringLis
 
 void SyncRun::removeOwnParts()
 {
-    const auto remove = [this](const SyncSide &side, const QStringList &parts, Way way) {
-        for (const QString &path : parts) {
-            if (!transferNames::isPart(Format::fileName(path), transferId(way)))
-                continue;
+    const auto remove = [this](const SyncSide &side, const SyncSnapshot &snapshot, Way way) {
+        QStringList own = snapshot.markerParts;
+        for (const QString &path : snapshot.parts) {
+            if (transferNames::isPart(Format::fileName(path), transferId(way)))
+                own << path;
+        }
+        for (const QString &path : std::as_const(own)) {
             try {
                 if (const auto part = side.service().stat(path, m_stop))
                     side.service().remove(*part, m_stop);
@@ -415,8 +418,8 @@ void SyncRun::removeOwnParts()
             }
         }
     };
-    remove(m_setup.local, m_plan.local.parts, Way::toLocal);
-    remove(m_setup.remote, m_plan.remote.parts, Way::toRemote);
+    remove(m_setup.local, m_plan.local, Way::toLocal);
+    remove(m_setup.remote, m_plan.remote, Way::toRemote);
 }
 
 } // namespace moorix

@@ -127,8 +127,11 @@ SyncSnapshot SyncSide::read(const SyncIgnore &ignore, const QString &marker,
         list, m_root, visitor, [&stop] { return stop.stop_requested(); }, progress);
     if (hasOwnFolder) {
         const QList<FileItem> own = list(path(ownFolder));
-        snapshot.hasMarker =
-            std::any_of(own.cbegin(), own.cend(), [&marker](const FileItem &item) { return item.name == marker; });
+        for (const FileItem &item : own) {
+            snapshot.hasMarker = snapshot.hasMarker || item.name == marker;
+            if (isPartFile(item.name) && item.name.startsWith(u'.' + marker + u'.'))
+                snapshot.markerParts.append(item.path);
+        }
         snapshot.leftOut.remove(ownFolder);
     }
     return snapshot;

@@ -42,6 +42,8 @@ struct SyncSnapshot
     QMap<QString, SyncLeftOut> leftOut;
     /// Part files of copies, by their absolute paths.
     QStringList parts;
+    /// Those of a marker that was never finished, likewise.
+    QStringList markerParts;
     ListedTimes times;
     /// The folder of the pair is there; without it, all the rest is empty.
     bool isThere = true;

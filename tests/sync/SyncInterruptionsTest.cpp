@@ -107,6 +107,9 @@ private:
             const Victim victim = place ? Victim(moment % 4) : Victim::program;
             const int delay = m_random.bounded(usualMilliseconds);
             const bool isWhole = moment % 5 == 4;
+            // As a kill while the marker is written leaves it.
+            if (isWhole)
+                m_tree->write("here/.moorix-sync/.pair.pair.moorix-6F60A3A6-7E05-49D5-9730-1869BD4DC5FB.part", "");
             syncOnce(place, isWhole ? -1 : delay, victim);
             for (int further = 0; isWhole && !m_isDone && further < 3; ++further)
                 syncOnce(place, -1, victim);
