@@ -11,6 +11,9 @@
 #include <QSet>
 
 #include <algorithm>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
 #include <utility>
 
 namespace moorix {
@@ -59,6 +62,7 @@ TransferRun::TransferRun(TransferRequest request, Callbacks callbacks)
               // Who has to think is not what the files decided on already wait for.
               sendBundle();
               m_tally.publish(true);
+              const std::jthread teller([this](const std::stop_token &answered) { tellRest(answered); });
               return m_callbacks.ask(conflict, m_callbacks.control->token());
           },
           [this](const FileItem &source, const QString &folder) { return isBegun(source, folder); })
@@ -124,6 +128,19 @@ TransferOutcome TransferRun::run(const std::stop_token &stop)
     if (m_request.isMove)
         outcome.changedSourceFolders = sourceFolders.values();
     return outcome;
+}
+
+/// While a question is open, nothing more may come that would tell how far the last file is.
+void TransferRun::tellRest(const std::stop_token &answered)
+{
+    constexpr std::chrono::milliseconds interval(200);
+    std::mutex mutex;
+    std::condition_variable_any never;
+    std::unique_lock lock(mutex);
+    while (!answered.stop_requested()) {
+        never.wait_for(lock, answered, interval, [] { return false; });
+        m_tally.publishRest();
+    }
 }
 
 void TransferRun::transferAll()

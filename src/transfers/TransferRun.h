@@ -89,6 +89,7 @@ private:
     };
 
     TransferScan sourceScan(std::function<void(const FileItem &item, const QString &reason)> objected);
+    void tellRest(const std::stop_token &answered);
     void transferAll();
     void transferPiece(const TransferPiece &piece);
     void lookAgain(std::deque<Item> &items, const TransferTarget &target);

@@ -131,10 +131,18 @@ void TransferTally::publish(bool always)
     constexpr qint64 intervalMsecs = 100;
     // Reported under the lock, so that an older count never comes after a newer one.
     const std::lock_guard lock(m_mutex);
-    if (!m_report || (!always && m_sincePublished.isValid() && m_sincePublished.elapsed() < intervalMsecs))
+    m_isUntold = !always && m_sincePublished.isValid() && m_sincePublished.elapsed() < intervalMsecs;
+    if (!m_report || m_isUntold)
         return;
     m_sincePublished.start();
     m_report(m_outcome.counts);
+}
+
+void TransferTally::publishRest()
+{
+    const std::lock_guard lock(m_mutex);
+    if (m_report && std::exchange(m_isUntold, false))
+        m_report(m_outcome.counts);
 }
 
 qint64 TransferTally::filesTotal() const

@@ -58,6 +58,8 @@ public:
     /// Somebody waits for a lost link; an empty text means that it is back.
     void waitFor(const QString &lostLink);
     void publish(bool always = false);
+    /// What came too soon after what was told before it, if that was the last.
+    void publishRest();
 
     qint64 filesTotal() const;
     /// Counts, failures, notes and changed target folders.
@@ -72,6 +74,7 @@ private:
     QSet<QString> m_changedFolders;
     QHash<QString, std::pair<QString, qint64>> m_numbers;
     QElapsedTimer m_sincePublished;
+    bool m_isUntold = false;
 };
 
 } // namespace moorix
