@@ -154,7 +154,8 @@ QByteArray withoutChatter(const QByteArray &answer)
     QByteArray kept;
     for (const QByteArray &line : answer.split('\n')) {
         const bool isChatter = line.startsWith("Uploading /") || line.startsWith("Fetching /") ||
-                               line.startsWith("Removing /") || line.startsWith(echo);
+                               line.startsWith("Removing /") || line.startsWith("Changing mode on /") ||
+                               line.startsWith(echo);
         if (!isChatter)
             kept += line + '\n';
     }
