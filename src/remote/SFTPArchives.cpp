@@ -2,6 +2,7 @@
 // What needs a shell and a few common commands on the server, and may be missing there.
 #include "remote/SFTPService.h"
 
+#include "base/Json.h"
 #include "files/FileServiceError.h"
 #include "files/Format.h"
 #include "remote/SFTPQuoting.h"
@@ -33,6 +34,27 @@ QHash<QString, QByteArray> parsedSums(const QString &text)
             sums.insert(row.mid(digits + gap), sum);
     }
     return sums;
+}
+
+/// What the script for steps is to do; nothing where a command could do more than is wanted, such as copy a file that
+/// is to be renamed to another disk.
+std::optional<QString> stepWord(const RemoteStep &step)
+{
+    const bool isBeside = Format::parent(step.path) == Format::parent(step.toPath);
+    switch (step.kind) {
+    case RemoteStep::Kind::rename:
+        return QStringLiteral("rename");
+    case RemoteStep::Kind::renameFolder:
+    case RemoteStep::Kind::replace:
+        return isBeside ? std::optional(QStringLiteral("replace")) : std::nullopt;
+    case RemoteStep::Kind::remove:
+        return QStringLiteral("remove");
+    case RemoteStep::Kind::removeFolder:
+        return QStringLiteral("removeFolder");
+    case RemoteStep::Kind::setMode:
+        break;
+    }
+    return step.octal;
 }
 
 /// Without `stop` ends by itself, soon.
@@ -166,6 +188,48 @@ bool SFTPService::packFiles(const QString &folder, const QStringList &files,
     for (const QString &file : files)
         streams.input += "./" + file.toUtf8() + '\0';
     return pack(QStringLiteral("cd %1 && xargs -0 -x tar -cf - --").arg(shellPath(folder)), folder, streams, stop);
+}
+
+/// Names go in as in `checksums`. What an account's start-up files print is told from the answers by a random mark.
+/// Steps may build on each other, so it ends with the first that fails; it also ends with its reader.
+void SFTPService::takeStepsByShell(std::vector<RemoteStep> &steps, const std::stop_token &stop)
+{
+    if (m_lacksStepCommands)
+        return;
+    // A link refuses what stands there, and with -T nothing goes into a folder that does.
+    const QString script =
+        QStringLiteral("while [ $# -gt 3 ]; do case $2 in rename) ln -T -- \"$3\" \"$4\" && rm -f -- \"$3\";; "
+                       "replace) mv -fT -- \"$3\" \"$4\";; remove) rm -f -- \"$3\";; removeFolder) rmdir -- \"$3\";; "
+                       "*) chmod \"$2\" -- \"$3\";; esac 2>/dev/null || exit 255; printf '%s\\n' \"$0 $1\"; shift 4; "
+                       "done");
+    const QString mark = uuidText(newUuid());
+    SSHStreams streams;
+    for (std::size_t i = 0; i < steps.size(); ++i) {
+        const RemoteStep &step = steps.at(i);
+        if (step.state != RemoteStep::State::open)
+            continue;
+        const std::optional<QString> word = stepWord(step);
+        if (!word)
+            break;
+        const QStringList arguments{QString::number(i), *word, step.path, step.toPath, {}};
+        streams.input += arguments.join(QChar::Null).toUtf8();
+    }
+    if (streams.input.isEmpty())
+        return;
+    // With longer names than fit into one command it takes the first of them.
+    const QString command = QStringLiteral("xargs -0 -x -n 400 sh -c %1 %2").arg(shellPath(script), mark);
+    const std::optional<SSHOutput> output = askShell(command, stop, streams);
+    bool wasAnyTaken = false;
+    const QStringList lines = output ? output->text.split(u'\n') : QStringList();
+    for (const QString &line : lines) {
+        bool isNumber = false;
+        const std::size_t index = line.startsWith(mark + u' ') ? line.mid(mark.size() + 1).toULongLong(&isNumber) : 0;
+        if (!isNumber || index >= steps.size())
+            continue;
+        steps.at(index).state = RemoteStep::State::done;
+        wasAnyTaken = true;
+    }
+    m_lacksStepCommands = !wasAnyTaken;
 }
 
 bool SFTPService::renameBeside(const QString &path, const QString &toPath, const std::stop_token &stop)

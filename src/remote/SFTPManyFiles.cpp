@@ -110,6 +110,16 @@ QString stepCommand(const RemoteStep &step)
     return QStringLiteral("rename -l ") + sftpPath(step.path) + u' ' + sftpPath(step.toPath);
 }
 
+Batch stepCommands(std::vector<RemoteStep> &steps)
+{
+    Batch batch;
+    for (std::size_t i = 0; i < steps.size(); ++i) {
+        if (steps.at(i).state == RemoteStep::State::open)
+            batch.add(steps, i, [&] { return stepCommand(steps.at(i)); });
+    }
+    return batch;
+}
+
 } // namespace
 
 QList<SFTPAnswer> SFTPService::runEach(const QStringList &commands, const std::function<void(qsizetype)> &onAnswer,
@@ -191,12 +201,14 @@ void SFTPService::downloadAll(std::vector<RemoteCopy> &copies, const Advanced &a
     }
 }
 
+/// Far away the client's round trip for each of them takes longer than a shell's commands.
 void SFTPService::takeSteps(std::vector<RemoteStep> &steps, const std::stop_token &stop)
 {
-    Batch batch;
-    for (std::size_t i = 0; i < steps.size(); ++i) {
-        if (steps.at(i).state == RemoteStep::State::open)
-            batch.add(steps, i, [&] { return stepCommand(steps.at(i)); });
+    constexpr std::size_t fewestForShell = 4;
+    Batch batch = stepCommands(steps);
+    if (batch.indices.size() >= fewestForShell && isFar()) {
+        takeStepsByShell(steps, stop);
+        batch = stepCommands(steps);
     }
     const QList<SFTPAnswer> answers = runEach(
         batch.commands, [](qsizetype) {}, stop);

@@ -92,6 +92,8 @@ private:
     SFTPOutput run(const SFTPBatch &batch, const std::stop_token &stop);
     QList<SFTPAnswer> runEach(const QStringList &commands, const std::function<void(qsizetype answered)> &onAnswer,
                               const std::stop_token &stop, const QString &folder = {});
+    /// Leaves open what comes after the first that the shell cannot take, or does not say that it has.
+    void takeStepsByShell(std::vector<RemoteStep> &steps, const std::stop_token &stop);
     /// Empty when it has worked in the end.
     QString failureOfReplacing(const RemoteStep &step, const std::stop_token &stop);
     bool isFar() const;
@@ -141,6 +143,8 @@ private:
     mutable SSHLanes m_lanes{m_runner};
     /// Found out by the first command; each one would cost a connection's worth of answers for nothing.
     std::atomic<bool> m_lacksShell = false;
+    /// Found out by the first steps: its commands are of another kind.
+    std::atomic<bool> m_lacksStepCommands = false;
 
     mutable std::mutex m_mutex;
     bool m_isConnected = false;

@@ -268,6 +268,52 @@ private slots:
         QCOMPARE(snapshotOf(m_folder->path()), (TreeSnapshot{{u"file"_s, "3"}}));
     }
 
+    void farAwayTheShellTakesManyStepsAndTheClientWhatItCannot()
+    {
+        DelayProxy proxy(m_sshd->port(), std::chrono::milliseconds(100));
+        ServerConnection server = m_sshd->connection();
+        server.port = proxy.port();
+        SFTPService &service = connected(server);
+        // Which tells how far away it is.
+        service.list(m_folder->path(), HiddenFiles::included, neverStops);
+        const QString odd = at("-n $(x) \"a\\b' ü");
+        QDir folder(m_folder->path());
+        const auto steps = [&] {
+            putFile(odd, "new");
+            putFile(at("old"), "old");
+            folder.mkpath(u"part/inner"_s);
+            using Kind = RemoteStep::Kind;
+            return std::vector<RemoteStep>{{Kind::replace, odd, at("old")},
+                                           {Kind::rename, at("old"), odd},
+                                           {Kind::remove, at("missing")},
+                                           {Kind::renameFolder, at("part"), at("folder")},
+                                           {Kind::setMode, at("folder"), {}, u"750"_s},
+                                           {Kind::removeFolder, at("folder/inner")},
+                                           {Kind::remove, odd}};
+        };
+        std::vector<RemoteStep> all = steps();
+        const int before = m_clients->runs(u"/usr/bin/sftp"_s);
+        service.takeSteps(all, neverStops);
+        for (const RemoteStep &step : all)
+            QVERIFY2(step.state == RemoteStep::State::done, qPrintable(step.path + step.failure));
+        QCOMPARE(m_clients->runs(u"/usr/bin/sftp"_s), before);
+        QCOMPARE(snapshotOf(m_folder->path()), (TreeSnapshot{{u"folder/"_s, {}}}));
+        QCOMPARE(QFile::permissions(at("folder")) & 0x77, QFile::Permissions(0x50));
+        // What stands in the way stays, and is told in the client's words.
+        QVERIFY(folder.rmdir(u"folder"_s) && folder.mkdir(u"taken"_s));
+        putFile(at("file"), "stays");
+        all = steps();
+        const std::vector<RemoteStep> refused{{RemoteStep::Kind::rename, at("old"), at("file")},
+                                              {RemoteStep::Kind::replace, at("file"), at("taken")},
+                                              {RemoteStep::Kind::rename, at("file"), at("taken")}};
+        all.insert(all.begin() + 1, refused.begin(), refused.end());
+        service.takeSteps(all, neverStops);
+        for (std::size_t i = 0; i < all.size(); ++i)
+            QCOMPARE(all.at(i).failure.isEmpty(), i < 1 || i > refused.size());
+        QCOMPARE(snapshotOf(m_folder->path()),
+                 (TreeSnapshot{{u"folder/"_s, {}}, {u"taken/"_s, {}}, {u"file"_s, "stays"}}));
+    }
+
     void shellTellsNamesAndTimesExactlyAndTheClientTheRest()
     {
         NEED_ACCOUNTS();
