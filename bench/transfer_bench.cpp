@@ -4,6 +4,7 @@
 #include "Paired.h"
 
 #include "files/LocalFileService.h"
+#include "files/TransferSpeed.h"
 #include "remote/FTPService.h"
 #include "remote/SFTPService.h"
 #include "remote/SSHAuthHelper.h"
@@ -19,6 +20,7 @@
 #include <QRandomGenerator>
 
 #include <array>
+#include <chrono>
 #include <future>
 #include <iostream>
 #include <stdexcept>
@@ -70,9 +72,10 @@ void throwUnlessSame(const QString &original, const QString &copy)
 class Line final
 {
 public:
-    Line(Place place, int roundTripMilliseconds)
+    Line(Place place, int roundTripMilliseconds, qint64 bytesPerSecond = 0)
         : m_place(place)
     {
+        const auto speed = std::make_shared<TransferSpeed>(bytesPerSecond);
         if (place == ftp) {
             m_ftp =
                 std::make_unique<test::FTPServer>(test::FTPServer::Program::vsftpd, test::FTPServer::Encryption::none);
@@ -95,9 +98,11 @@ public:
         }
         if (place == ftp)
             m_service = std::make_shared<FTPService>(m_record, test::FTPServer::credentials(),
-                                                     std::make_shared<SystemProcessRunner>());
+                                                     std::make_shared<SystemProcessRunner>(),
+                                                     FTPCertificates::ofThisUser(), FTPPatience(), speed);
         else
-            m_service = std::make_shared<SFTPService>(m_record, ConnectionCredentials(), m_clients);
+            m_service =
+                std::make_shared<SFTPService>(m_record, ConnectionCredentials(), m_clients, SSHPatience(), speed);
         m_service->connect({});
         for (const char *name : {"from", "to"}) {
             const QString path = m_folder + u'/' + QLatin1String(name);
@@ -394,6 +399,48 @@ void largeFileByFTP(benchmark::State &state)
 }
 BENCHMARK(largeFileBySFTP)->Arg(up)->Arg(down)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(10);
 BENCHMARK(largeFileByFTP)->Arg(up)->Arg(down)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(10);
+
+/// What a limit of 1 MB/s lets through, all checks included: on average it must be met to a tenth.
+void limitedSpeed(benchmark::State &state, Place place, int files, qint64 bytesEach)
+{
+    constexpr qint64 limit = 1'000'000;
+    const auto direction = Direction(state.range(0));
+    Line line(place, 0, limit);
+    for (int i = 0; i < files; ++i)
+        writeRandom(u"%1/file %2"_s.arg(line.from()).arg(i), bytesEach);
+    double rate = 0;
+    for (auto iteration : state) {
+        const auto began = std::chrono::steady_clock::now();
+        line.copy(line.from(), direction);
+        const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - began;
+        state.SetIterationTime(taken.count());
+        rate = double(files * bytesEach) / taken.count();
+        throwUnlessSame(line.from(), line.lastTarget());
+    }
+    state.counters["ratio"] = rate / limit;
+    state.counters["ok"] = rate >= 0.9 * limit && rate <= 1.1 * limit ? 1 : 0;
+    state.SetLabel(labelOf(direction, u"%1 files: %2"_s.arg(files).arg(line.notes().join(u' '))));
+}
+
+void limitedFile(benchmark::State &state, Place place)
+{
+    limitedSpeed(state, place, 1, 8 * 1024 * 1024);
+}
+void limitedFolder(benchmark::State &state, Place place)
+{
+    limitedSpeed(state, place, 500, 16 * 1024);
+}
+
+void once(benchmark::internal::Benchmark *benchmark)
+{
+    benchmark->Arg(up)->Arg(down)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(1);
+}
+
+BENCHMARK_CAPTURE(limitedFile, sftp, withShell)->Apply(once);
+BENCHMARK_CAPTURE(limitedFile, ftp, ftp)->Apply(once);
+BENCHMARK_CAPTURE(limitedFolder, shell, withShell)->Apply(once);
+BENCHMARK_CAPTURE(limitedFolder, noShell, withoutShell)->Apply(once);
+BENCHMARK_CAPTURE(limitedFolder, ftp, ftp)->Apply(once);
 
 } // namespace
 

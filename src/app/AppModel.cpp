@@ -18,6 +18,7 @@
 #include "files/LocalFileService.h"
 #include "files/PaneModel.h"
 #include "files/RemoteFileService.h"
+#include "files/TransferSpeed.h"
 #include "platform/AppPaths.h"
 #include "platform/KeyValueStore.h"
 #include "platform/Preferences.h"
@@ -84,7 +85,8 @@ AppModel::AppModel(Platform platform, QObject *parent)
     , m_processes(std::move(platform.processes))
     , m_sshProgram(std::move(platform.sshProgram))
     , m_localFiles(std::make_shared<LocalFileService>())
-    , m_connections(std::make_unique<ServerConnections>(m_keychain, m_processes))
+    , m_speed(std::make_shared<TransferSpeed>())
+    , m_connections(std::make_unique<ServerConnections>(m_keychain, m_processes, m_speed))
     , m_transfers(std::make_unique<TransferEngine>())
     , m_clipboard(std::make_unique<FileClipboard>())
     , m_columns(std::make_unique<ListColumns>(*m_settings, *m_preferences))
@@ -125,12 +127,12 @@ AppModel::~AppModel() = default;
 
 void AppModel::takeUpTransfers()
 {
-    const auto followLimit = [this] { m_transfers->setMostAtOnce(int(m_settings->maxConcurrentTransfers.value())); };
-    followLimit();
-    connect(m_settings.get(), &SettingsStore::settingChanged, this, [this, followLimit](const QString &key) {
-        if (key == m_settings->maxConcurrentTransfers.key())
-            followLimit();
-    });
+    const auto followLimits = [this] {
+        m_transfers->setMostAtOnce(int(m_settings->maxConcurrentTransfers.value()));
+        m_speed->setLimit(m_settings->transferBytesPerSecond());
+    };
+    followLimits();
+    connect(m_settings.get(), &SettingsStore::settingChanged, this, followLimits);
     connect(m_transfers.get(), &TransferEngine::queueProblem, this, &AppModel::messageRaised);
     TransferPlaces places;
     places.serverOf = [this](const FileService &service) -> TransferPlaces::Server {

@@ -43,6 +43,7 @@ class SyncPairStore;
 enum class TransferConflictPolicy;
 class TransferEngine;
 struct TransferRequest;
+class TransferSpeed;
 
 enum class Side { left, right };
 constexpr Side otherSide(Side side)
@@ -149,6 +150,7 @@ private:
     std::shared_ptr<ProcessRunner> m_processes;
     QString m_sshProgram;
     std::shared_ptr<FileService> m_localFiles;
+    std::shared_ptr<TransferSpeed> m_speed;
     std::unique_ptr<ServerConnections> m_connections;
     std::unique_ptr<TransferEngine> m_transfers;
     std::unique_ptr<FileClipboard> m_clipboard;

@@ -137,6 +137,7 @@ void carryUp(const editedVersion::Sending &sending, const EditedCopy &copy, cons
     request.newName = Format::fileName(record.path);
     request.policy = sending.guard == editedVersion::Guard::nothing ? TransferConflictPolicy::ask
                                                                     : TransferConflictPolicy::overwrite;
+    request.isUrgent = true;
     request.id = copy.id();
     TransferRun::Callbacks callbacks;
     callbacks.progress = [&sending](const TransferCounts &counts) {

@@ -127,12 +127,12 @@ OpenConnection ServerConnections::Line::open(const std::stop_token &stop)
 }
 
 ServerConnections::ServerConnections(std::shared_ptr<KeychainStore> keychain, std::shared_ptr<ProcessRunner> runner,
-                                     QObject *parent)
+                                     std::shared_ptr<TransferSpeed> speed, QObject *parent)
     : ServerConnections(
-          [keychain = std::move(keychain), runner](const ServerConnection &server,
-                                                   const std::optional<ConnectionCredentials> &credentials) {
-              return credentials ? FileServiceFactory::make(server, *credentials, runner)
-                                 : FileServiceFactory::make(server, *keychain, runner);
+          [keychain = std::move(keychain), runner, speed = std::move(speed)](
+              const ServerConnection &server, const std::optional<ConnectionCredentials> &credentials) {
+              return credentials ? FileServiceFactory::make(server, *credentials, runner, speed)
+                                 : FileServiceFactory::make(server, *keychain, runner, speed);
           },
           runner, parent)
 {

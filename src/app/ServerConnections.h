@@ -17,6 +17,7 @@ class FileService;
 class KeychainStore;
 class ProcessRunner;
 class RemoteFileService;
+class TransferSpeed;
 
 /// A server that answered, and what the user should hear about it.
 struct OpenConnection
@@ -46,8 +47,9 @@ public:
     using ServiceMaker = std::function<std::shared_ptr<RemoteFileService>(
         const ServerConnection &, const std::optional<ConnectionCredentials> &)>;
 
+    /// Copies to and from all of them keep to the speed; null sets no limit.
     ServerConnections(std::shared_ptr<KeychainStore> keychain, std::shared_ptr<ProcessRunner> runner,
-                      QObject *parent = nullptr);
+                      std::shared_ptr<TransferSpeed> speed = nullptr, QObject *parent = nullptr);
     /// With another way to make services than FileServiceFactory.
     ServerConnections(ServiceMaker makeService, std::shared_ptr<ProcessRunner> runner, QObject *parent = nullptr);
     ~ServerConnections() override;

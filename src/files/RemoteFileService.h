@@ -14,6 +14,8 @@
 
 namespace moorix {
 
+class TransferSpeed;
+
 struct RemoteTransferOptions
 {
     /// Gives the copy the source's modification time and mode.
@@ -87,6 +89,8 @@ public:
     virtual void copyRemote(const QString &source, const QString &destination, const std::stop_token &stop) = 0;
     /// Replaces a file that stands at `destination`, in one step where the server can.
     virtual void moveRemote(const QString &source, const QString &destination, const std::stop_token &stop) = 0;
+    /// The limit that all copies to and from this machine keep to, for the life of the service; null for none.
+    virtual TransferSpeed *speed() const { return nullptr; }
     /// Whether what is downloaded with its time carries its mode as well; otherwise only listings tell the mode.
     virtual bool keepsModes() const { return true; }
     /// SHA-256 of each file that can be read, computed there and asked for in one go. Nothing where the server cannot.

@@ -4,6 +4,7 @@
 #include "files/Format.h"
 #include "files/LocalDisk.h"
 #include "files/NativePath.h"
+#include "files/TransferSpeed.h"
 #include "remote/FTPFailureText.h"
 #include "remote/FTPService.h"
 
@@ -11,6 +12,7 @@
 #include <QSet>
 
 #include <algorithm>
+#include <numeric>
 #include <sys/stat.h>
 
 namespace moorix {
@@ -41,6 +43,12 @@ QString commonFolder(const Copies &copies)
     return isCommon ? folder : QString();
 }
 
+qint64 copiedBytes(const std::vector<RemoteCopy> &copies)
+{
+    return std::accumulate(copies.begin(), copies.end(), qint64(0),
+                           [](qint64 sum, const RemoteCopy &copy) { return sum + copy.copiedBytes; });
+}
+
 template <class Task>
 void fail(Task &task, const QString &why)
 {
@@ -61,6 +69,7 @@ std::optional<CurlTransfer> FTPService::copyAll(std::vector<RemoteCopy> &copies,
 {
     const FTPLogin current = login();
     common.set("ftp-method", "nocwd");
+    limitSpeed(common);
     if (isNear())
         common.set("quote", "*NOOP");
     common.set("speed-limit", "1");
@@ -168,6 +177,43 @@ bool FTPService::takesOlderTLS(const std::stop_token &stop)
 }
 
 void FTPService::uploadAll(std::vector<RemoteCopy> &copies, const Advanced &advanced, const std::stop_token &stop)
+{
+    carryInPortions(
+        copies,
+        [&](std::vector<RemoteCopy> &portion, const Advanced &onPortion) { uploadPortion(portion, onPortion, stop); },
+        advanced, stop);
+}
+
+/// curl does not hold back what fits into one of its buffers. So that small files do not go in a long rush either, a
+/// run carries what a few seconds have room for, and what was too fast is waited for.
+void FTPService::carryInPortions(std::vector<RemoteCopy> &copies, const Carry &carry, const Advanced &advanced,
+                                 const std::stop_token &stop)
+{
+    constexpr qint64 seconds = 3;
+    const qint64 limit = m_speed->limit();
+    if (limit == 0) {
+        carry(copies, advanced);
+        return;
+    }
+    for (auto first = copies.begin(); first != copies.end();) {
+        qint64 bytes = 0;
+        const auto end = std::find_if(first, copies.end(), [&](const RemoteCopy &copy) {
+            bytes += copy.bytes;
+            return bytes > copy.bytes && bytes > seconds * limit;
+        });
+        std::vector<RemoteCopy> portion(first, end);
+        const auto offset = std::size_t(first - copies.begin());
+        const qint64 before = copiedBytes(portion);
+        const auto began = TransferSpeed::Clock::now();
+        carry(portion, [&](std::size_t index) { advanced(offset + index); });
+        std::copy(portion.begin(), portion.end(), first);
+        m_speed->count(copiedBytes(portion) - before, began);
+        m_speed->settle(stop);
+        first = end;
+    }
+}
+
+void FTPService::uploadPortion(std::vector<RemoteCopy> &copies, const Advanced &advanced, const std::stop_token &stop)
 {
     const std::optional<CurlTransfer> listing = storeAll(copies, advanced, stop);
     std::vector<RemoteCopy *> stored;
@@ -281,6 +327,14 @@ void FTPService::fetchAll(std::vector<RemoteCopy> &copies, const CurlConfig &com
 }
 
 void FTPService::downloadAll(std::vector<RemoteCopy> &copies, const Advanced &advanced, const std::stop_token &stop)
+{
+    carryInPortions(
+        copies,
+        [&](std::vector<RemoteCopy> &portion, const Advanced &onPortion) { downloadPortion(portion, onPortion, stop); },
+        advanced, stop);
+}
+
+void FTPService::downloadPortion(std::vector<RemoteCopy> &copies, const Advanced &advanced, const std::stop_token &stop)
 {
     CurlConfig keepsTimes;
     keepsTimes.flag("remote-time");

@@ -6,6 +6,7 @@
 #include "files/FileServiceError.h"
 #include "files/Format.h"
 #include "files/LocalDisk.h"
+#include "files/TransferSpeed.h"
 #include "remote/FTPFailureText.h"
 #include "remote/SFTPQuoting.h"
 
@@ -44,16 +45,24 @@ bool isControl(char byte)
 } // namespace
 
 FTPService::FTPService(ServerConnection server, ConnectionCredentials credentials,
-                       std::shared_ptr<ProcessRunner> processes, FTPCertificates certificates, FTPPatience patience)
+                       std::shared_ptr<ProcessRunner> processes, FTPCertificates certificates, FTPPatience patience,
+                       std::shared_ptr<TransferSpeed> speed)
     : m_server(std::move(server))
     , m_credentials(std::move(credentials))
     , m_certificates(std::move(certificates))
     , m_patience(patience)
     , m_runner(std::move(processes))
+    , m_speed(speed ? std::move(speed) : std::make_shared<TransferSpeed>())
 {
 }
 
 FTPService::~FTPService() = default;
+
+void FTPService::limitSpeed(CurlConfig &config) const
+{
+    if (const qint64 limit = m_speed->limit(); limit > 0)
+        config.set("limit-rate", QByteArray::number(limit));
+}
 
 bool FTPService::isConnected() const
 {

@@ -35,7 +35,8 @@ class FTPService final : public RemoteFileService
 {
 public:
     FTPService(ServerConnection server, ConnectionCredentials credentials, std::shared_ptr<ProcessRunner> processes,
-               FTPCertificates certificates = FTPCertificates::ofThisUser(), FTPPatience patience = {});
+               FTPCertificates certificates = FTPCertificates::ofThisUser(), FTPPatience patience = {},
+               std::shared_ptr<TransferSpeed> speed = nullptr);
     ~FTPService() override;
     Q_DISABLE_COPY_MOVE(FTPService)
 
@@ -83,6 +84,7 @@ public:
     bool renameBeside(const QString &path, const QString &toPath, const std::stop_token &stop) override;
     bool keepsModes() const override { return false; }
     void requireAddressable(const QString &path) const override;
+    TransferSpeed *speed() const override { return m_speed.get(); }
     bool takesMany() const override { return true; }
     int lanesForMany() const override;
     void uploadAll(std::vector<RemoteCopy> &copies, const Advanced &advanced, const std::stop_token &stop) override;
@@ -98,6 +100,8 @@ private:
     QByteArray native(const QString &path) const;
     QByteArray urlOf(const FTPLogin &login, const QString &path) const { return CurlRunner::url(login, native(path)); }
     QByteArray urlOfFolder(const FTPLogin &login, const QString &path) const;
+
+    void limitSpeed(CurlConfig &config) const;
 
     /// Sends the commands one after the other and returns the reply to each, refusals too.
     QList<FTPReply> command(const QList<QByteArray> &commands, const std::stop_token &stop);
@@ -156,6 +160,12 @@ private:
                                          const std::stop_token &stop);
     void fetchAll(std::vector<RemoteCopy> &copies, const CurlConfig &common, const Advanced &advanced,
                   const std::stop_token &stop);
+    using Carry = std::function<void(std::vector<RemoteCopy> &portion, const Advanced &advanced)>;
+    /// All at once, unless the speed is limited.
+    void carryInPortions(std::vector<RemoteCopy> &copies, const Carry &carry, const Advanced &advanced,
+                         const std::stop_token &stop);
+    void uploadPortion(std::vector<RemoteCopy> &copies, const Advanced &advanced, const std::stop_token &stop);
+    void downloadPortion(std::vector<RemoteCopy> &copies, const Advanced &advanced, const std::stop_token &stop);
     bool takesOlderTLS(const std::stop_token &stop);
     void completeStored(const std::vector<RemoteCopy *> &stored, const std::optional<CurlTransfer> &listing,
                         const std::stop_token &stop);
@@ -187,6 +197,8 @@ private:
     const FTPCertificates m_certificates;
     const FTPPatience m_patience;
     CurlRunner m_runner;
+    /// Never null.
+    const std::shared_ptr<TransferSpeed> m_speed;
     /// Held while something is found out about the server, so that others wait for it instead of asking, too.
     std::mutex m_learning;
     std::atomic<bool> m_tellsNoFreeSpace = false;

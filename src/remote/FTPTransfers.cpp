@@ -6,6 +6,7 @@
 #include "files/Format.h"
 #include "files/LocalDisk.h"
 #include "files/NativePath.h"
+#include "files/TransferSpeed.h"
 #include "platform/PrivateFile.h"
 #include "remote/FTPFailureText.h"
 #include "remote/TransferProgress.h"
@@ -64,6 +65,7 @@ void FTPService::download(const QString &remotePath, const QString &toLocal, con
     CurlRequest request;
     request.longest = std::chrono::seconds(0);
     request.config.set("ftp-method", "nocwd");
+    limitSpeed(request.config);
     if (options.resumes)
         request.config.set("continue-at", "-");
     if (options.keepsTimes)
@@ -78,9 +80,14 @@ void FTPService::download(const QString &remotePath, const QString &toLocal, con
     };
     request.whileRunning = both(TransferProgress::endingStandstill(arrived, m_patience.standstill, giveUp),
                                 TransferProgress::ofDownload(toLocal, options.progress));
+    const auto held = options.resumes ? qint64(statusOf(toLocal).st_size) : 0;
+    const auto began = TransferSpeed::Clock::now();
     const CurlTransfer transfer = m_runner.run(current, request, stop).constFirst();
+    m_speed->count(qint64(statusOf(toLocal).st_size) - held, began);
     if (transfer.exitCode != 0)
         fail(transfer, remotePath, unable(remotePath, QStringLiteral("downloaded")), stop);
+    // curl takes all that has come already before it looks at its limit: on a fast line that may be megabytes.
+    m_speed->settle(stop);
 }
 
 void FTPService::upload(const QString &localPath, const QString &toRemote, const RemoteTransferOptions &options,
@@ -135,6 +142,7 @@ CurlTransfer FTPService::store(const QString &localPath, const QString &toRemote
     CurlRequest request;
     request.longest = std::chrono::seconds(0);
     request.config.set("ftp-method", "nocwd");
+    limitSpeed(request.config);
     if (options.resumes)
         request.config.set("continue-at", "-");
     request.config.set("upload-file", NativePath::bytes(localPath));
@@ -160,8 +168,12 @@ CurlTransfer FTPService::store(const QString &localPath, const QString &toRemote
                                                      .arg(m_patience.standstill.count()));
     };
     request.whileRunning = both(TransferProgress::endingStandstill(sent, m_patience.standstill, giveUp),
-                                TransferProgress::ofUpload(localPath, options.progress));
-    return m_runner.run(current, request, stop).constFirst();
+                                TransferProgress::ofUpload(localPath, options.progress, m_speed->limit()));
+    const auto began = TransferSpeed::Clock::now();
+    CurlTransfer transfer = m_runner.run(current, request, stop).constFirst();
+    if (transfer.exitCode == 0 && !options.resumes)
+        m_speed->count(qint64(source.st_size), began);
+    return transfer;
 }
 
 void FTPService::put(const QString &localPath, const QString &toRemote, const RemoteTransferOptions &options,

@@ -19,21 +19,22 @@ ConnectionCredentials credentials(const ServerConnection &server, KeychainStore 
 }
 
 std::shared_ptr<RemoteFileService> make(const ServerConnection &server, KeychainStore &keychain,
-                                        std::shared_ptr<ProcessRunner> runner)
+                                        std::shared_ptr<ProcessRunner> runner, std::shared_ptr<TransferSpeed> speed)
 {
-    return make(server, credentials(server, keychain), std::move(runner));
+    return make(server, credentials(server, keychain), std::move(runner), std::move(speed));
 }
 
 std::shared_ptr<RemoteFileService> make(const ServerConnection &server, const ConnectionCredentials &credentials,
-                                        std::shared_ptr<ProcessRunner> runner)
+                                        std::shared_ptr<ProcessRunner> runner, std::shared_ptr<TransferSpeed> speed)
 {
     switch (server.networkProtocol) {
     case NetworkProtocol::sftp:
     case NetworkProtocol::ssh:
-        return std::make_shared<SFTPService>(server, credentials, std::move(runner));
+        return std::make_shared<SFTPService>(server, credentials, std::move(runner), SSHPatience(), std::move(speed));
     case NetworkProtocol::ftp:
     case NetworkProtocol::ftps:
-        return std::make_shared<FTPService>(server, credentials, std::move(runner));
+        return std::make_shared<FTPService>(server, credentials, std::move(runner), FTPCertificates::ofThisUser(),
+                                            FTPPatience(), std::move(speed));
     }
     throw FileServiceError::notImplemented(rawText(server.networkProtocol));
 }

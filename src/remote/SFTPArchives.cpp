@@ -5,6 +5,7 @@
 #include "base/Json.h"
 #include "files/FileServiceError.h"
 #include "files/Format.h"
+#include "files/TransferSpeed.h"
 #include "remote/SFTPQuoting.h"
 
 #include <condition_variable>
@@ -123,11 +124,23 @@ std::optional<QHash<QString, QByteArray>> SFTPService::checksums(const QStringLi
     return sums.isEmpty() ? std::nullopt : std::optional(sums);
 }
 
+/// The child gets the next piece when its time has come. It waits on the running thread, which a stop ends at once.
+std::function<QByteArray()> SFTPService::paced(const std::function<QByteArray()> &next, const std::stop_token &stop)
+{
+    return [this, next, stop] {
+        // Before the piece is counted as sent.
+        m_speed->settle(stop);
+        QByteArray piece = next();
+        m_speed->pace(piece.size(), stop);
+        return piece;
+    };
+}
+
 std::optional<QHash<QString, QByteArray>>
 SFTPService::unpackArchive(const QString &folder, const std::function<QByteArray()> &next, const std::stop_token &stop)
 {
     SSHStreams streams;
-    streams.moreInput = next;
+    streams.moreInput = paced(next, stop);
     // As it is in the archive, but owned by the account, whoever that is. A server without checksums may still unpack.
     const QString script = QStringLiteral("mkdir \"$1\" && tar -xpof - -C \"$1\" && cd \"$1\" && "
                                           "{ find . -type f -exec sha256sum -z {} + 2>/dev/null || true; }");
@@ -147,8 +160,10 @@ bool SFTPService::pack(const QString &command, const QString &folder, SSHStreams
 {
     constexpr qsizetype leastArchiveBytes = 1024;
     qsizetype taken = 0;
-    streams.takeOutput = [&taken, take = std::move(streams.takeOutput)](QByteArrayView bytes) {
+    // What is not read yet holds up the server.
+    streams.takeOutput = [&, take = std::move(streams.takeOutput)](QByteArrayView bytes) {
         taken += bytes.size();
+        m_speed->pace(bytes.size(), stop);
         take(bytes);
     };
     try {
@@ -173,7 +188,7 @@ bool SFTPService::unpackInto(const QString &folder, const std::function<QByteArr
                              const std::stop_token &stop)
 {
     SSHStreams streams;
-    streams.moreInput = next;
+    streams.moreInput = paced(next, stop);
     return runShell(QStringLiteral("tar -xpof - -C ") + shellPath(folder), action(folder, QStringLiteral("filled")),
                     stop, streams)
         .has_value();

@@ -4,6 +4,7 @@
 #include "files/Format.h"
 #include "files/LocalDisk.h"
 #include "files/NativePath.h"
+#include "files/TransferSpeed.h"
 #include "remote/SFTPQuoting.h"
 #include "remote/SFTPService.h"
 #include "remote/UnixListParser.h"
@@ -91,6 +92,14 @@ void arrive(RemoteCopy &copy, std::optional<qint64> size)
         copy.failure = QStringLiteral("The copy is not where it was written to.");
 }
 
+qint64 copiedBytes(const std::vector<RemoteCopy> &copies, const std::vector<std::size_t> &indices)
+{
+    qint64 bytes = 0;
+    for (const std::size_t index : indices)
+        bytes += copies.at(index).copiedBytes;
+    return bytes;
+}
+
 QString stepCommand(const RemoteStep &step)
 {
     switch (step.kind) {
@@ -123,16 +132,17 @@ Batch stepCommands(std::vector<RemoteStep> &steps)
 } // namespace
 
 QList<SFTPAnswer> SFTPService::runEach(const QStringList &commands, const std::function<void(qsizetype)> &onAnswer,
-                                       const std::stop_token &stop, const QString &folder)
+                                       const std::stop_token &stop, const SFTPRunOptions &options)
 {
     if (commands.isEmpty())
         return {};
     const SSHLogin first = login();
     if (!isFar())
-        return m_runner.runEach(first, commands, onAnswer, stop, folder);
+        return m_runner.runEach(first, commands, onAnswer, stop, options);
     QList<SFTPAnswer> answers;
     m_lanes.carry(
-        first, [&](const SSHLogin &lane) { answers = m_runner.runEach(lane, commands, onAnswer, stop, folder); }, stop);
+        first, [&](const SSHLogin &lane) { answers = m_runner.runEach(lane, commands, onAnswer, stop, options); },
+        stop);
     return answers;
 }
 
@@ -170,7 +180,8 @@ void SFTPService::uploadAll(std::vector<RemoteCopy> &copies, const Advanced &adv
         if (answered > 0 && std::size_t(answered) <= batch.indices.size())
             advanced(batch.indices.at(std::size_t(answered) - 1));
     };
-    const QList<SFTPAnswer> answers = runEach(commands, onAnswer, stop, folder);
+    const auto began = TransferSpeed::Clock::now();
+    const QList<SFTPAnswer> answers = runEach(commands, onAnswer, stop, {folder, m_speed->limit()});
     noteFailures(copies, batch, answers);
     QHash<QString, qint64> sizes;
     for (qsizetype i = 0; i < folders.size(); ++i) {
@@ -183,6 +194,7 @@ void SFTPService::uploadAll(std::vector<RemoteCopy> &copies, const Advanced &adv
         if (copy.state == RemoteCopy::State::open)
             arrive(copy, sizes.contains(copy.to) ? std::optional(sizes.value(copy.to)) : std::nullopt);
     }
+    m_speed->count(copiedBytes(copies, batch.indices), began);
 }
 
 void SFTPService::downloadAll(std::vector<RemoteCopy> &copies, const Advanced &advanced, const std::stop_token &stop)
@@ -191,7 +203,8 @@ void SFTPService::downloadAll(std::vector<RemoteCopy> &copies, const Advanced &a
         return QStringLiteral("get -p ") + sftpPath(copy.from) + u' ' + sftpPath(copy.to);
     });
     const auto onAnswer = [&](qsizetype answered) { advanced(batch.indices.at(std::size_t(answered) - 1)); };
-    noteFailures(copies, batch, runEach(batch.commands, onAnswer, stop));
+    const auto began = TransferSpeed::Clock::now();
+    noteFailures(copies, batch, runEach(batch.commands, onAnswer, stop, {{}, m_speed->limit()}));
     for (const std::size_t index : batch.indices) {
         RemoteCopy &copy = copies.at(index);
         struct ::stat status = {};
@@ -199,6 +212,7 @@ void SFTPService::downloadAll(std::vector<RemoteCopy> &copies, const Advanced &a
         if (copy.state == RemoteCopy::State::open)
             arrive(copy, isThere ? std::optional(qint64(status.st_size)) : std::nullopt);
     }
+    m_speed->count(copiedBytes(copies, batch.indices), began);
 }
 
 /// Far away the client's round trip for each of them takes longer than a shell's commands.

@@ -76,6 +76,14 @@ QString doorName(const ServerConnection &server, bool isFurther)
     return isFurther ? host + u' ' + uuidText(server.id) : host;
 }
 
+/// For `sftp`, up to the port. Its unit is 1024 bits per second.
+QStringList sftpFlags(qint64 bytesPerSecond)
+{
+    const qint64 units = std::max<qint64>(1, bytesPerSecond / 128);
+    const QStringList port{QStringLiteral("-P")};
+    return bytesPerSecond > 0 ? QStringList{QStringLiteral("-l"), QString::number(units)} + port : port;
+}
+
 ProcessRequest batchRequest(const QStringList &commands)
 {
     for (const QString &command : commands)
@@ -101,8 +109,9 @@ SFTPProcessRunner::SFTPProcessRunner(std::shared_ptr<ProcessRunner> processes, S
 
 QList<SFTPAnswer> SFTPProcessRunner::runEach(const SSHLogin &login, const QStringList &commands,
                                              const std::function<void(qsizetype)> &onAnswer,
-                                             const std::stop_token &stop, const QString &folder)
+                                             const std::stop_token &stop, const SFTPRunOptions &options)
 {
+    const QString &folder = options.folder;
     ProcessRequest request = batchRequest(commands);
     // Only one stream tells which failure belongs to which command.
     request.errorOutput = ErrorOutput::withinOutput;
@@ -116,7 +125,7 @@ QList<SFTPAnswer> SFTPProcessRunner::runEach(const SSHLogin &login, const QStrin
         while (answered + 1 < begun.count())
             onAnswer(++answered);
     };
-    ProcessResult result = runClient(login, QStringLiteral("-P"), std::move(request), stop, folder);
+    ProcessResult result = runClient(login, sftpFlags(options.bytesPerSecond), std::move(request), stop, folder);
     constexpr int folderRefused = 1;
     if (!folder.isEmpty() && !result.crashed && result.exitCode == folderRefused && answered == 0) {
         throw FileServiceError::operationFailed(
@@ -143,7 +152,7 @@ SFTPOutput SFTPProcessRunner::runCommands(const SSHLogin &login, const SFTPBatch
 {
     ProcessRequest request = batchRequest(batch.commands);
     request.whileRunning = batch.whileRunning;
-    const ProcessResult result = runClient(login, QStringLiteral("-P"), std::move(request), stop);
+    const ProcessResult result = runClient(login, sftpFlags(batch.bytesPerSecond), std::move(request), stop);
     if (result.crashed || result.exitCode != 0)
         throwConnectionFailed(login, result, QStringLiteral("sftp"));
     const SFTPOutcome outcome = SFTPOutcome::classify(result.standardOutput, result.standardError, batch.oddItems);
@@ -169,7 +178,7 @@ SSHOutput SFTPProcessRunner::runRemote(const SSHLogin &login, const QString &com
     request.takeOutput = streams.takeOutput;
     request.program = QStringLiteral("/usr/bin/ssh");
     request.arguments << command;
-    const ProcessResult result = runClient(login, QStringLiteral("-p"), std::move(request), stop);
+    const ProcessResult result = runClient(login, {QStringLiteral("-p")}, std::move(request), stop);
     if (result.crashed || result.exitCode == clientFailed)
         throwConnectionFailed(login, result, QStringLiteral("ssh"));
     return {result.exitCode, QString::fromUtf8(result.standardOutput),
@@ -235,7 +244,7 @@ void SFTPProcessRunner::closeMaster(const ServerConnection &server) noexcept
     SSHAuthHelper::closeMaster(server, *m_processes);
 }
 
-ProcessResult SFTPProcessRunner::runClient(const SSHLogin &login, const QString &portFlag, ProcessRequest request,
+ProcessResult SFTPProcessRunner::runClient(const SSHLogin &login, const QStringList &flags, ProcessRequest request,
                                            const std::stop_token &stop, const QString &folder)
 {
     using namespace SSHAuthHelper;
@@ -263,8 +272,8 @@ ProcessResult SFTPProcessRunner::runClient(const SSHLogin &login, const QString 
     const QString destination = SSHDestination::text(server) + (folder.isEmpty() ? QString() : u':' + folder);
     request.arguments =
         authOptions(server, login.identityPath, isShared ? Multiplex::yes : Multiplex::no, Interactive::no) +
-        passphraseOptions(server, login.credentials) +
-        QStringList{portFlag, QString::number(server.port), destination} + request.arguments;
+        passphraseOptions(server, login.credentials) + flags + QStringList{QString::number(server.port), destination} +
+        request.arguments;
     if (isShared)
         watch(login, request, stop);
     const bool wasUp = isShared && ControlSocket::isPresent(server);

@@ -41,8 +41,19 @@ struct SFTPBatch
     /// Begins the sentence of a failure: "“/a” could not be deleted". Empty leaves the client's words alone.
     QString action;
     SFTPOutcome::OddItems oddItems = SFTPOutcome::OddItems::fail;
+    /// What the client keeps to in both directions; 0 for no limit.
+    qint64 bytesPerSecond = 0;
     /// Called about every 200 ms on the running thread with the client's process id.
     std::function<void(qint64 processId)> whileRunning;
+};
+
+/// Where and how commands run that do not depend on one another.
+struct SFTPRunOptions
+{
+    /// Where they begin, for which `mayStartIn` must hold; the login's own folder when empty.
+    QString folder = {};
+    /// As in SFTPBatch.
+    qint64 bytesPerSecond = 0;
 };
 
 /// What the client said to one of many commands.
@@ -100,12 +111,11 @@ public:
     SFTPOutput runCommands(const SSHLogin &login, const SFTPBatch &batch, const std::stop_token &stop);
 
     /// Runs commands that do not depend on one another, and tells of each what became of it, in their order. `onAnswer`
-    /// is called, about as they end, with how many have. They begin in `folder`, for which `mayStartIn` must hold, or
-    /// in the login's own when it is empty. Throws like `runCommands`, but never for a single command; operationFailed
-    /// when the folder cannot be entered, with nothing done.
+    /// is called, about as they end, with how many have. Throws like `runCommands`, but never for a single command;
+    /// operationFailed when the folder cannot be entered, with nothing done.
     QList<SFTPAnswer> runEach(const SSHLogin &login, const QStringList &commands,
                               const std::function<void(qsizetype answered)> &onAnswer, const std::stop_token &stop,
-                              const QString &folder = {});
+                              const SFTPRunOptions &options = {});
     /// The client puts quotes around the folder, but does not quote what is in it.
     static bool mayStartIn(const QString &folder);
 
@@ -129,7 +139,8 @@ public:
     void closeMaster(const ServerConnection &server) noexcept;
 
 private:
-    ProcessResult runClient(const SSHLogin &login, const QString &portFlag, ProcessRequest request,
+    /// `flags` come before the destination; the port follows them.
+    ProcessResult runClient(const SSHLogin &login, const QStringList &flags, ProcessRequest request,
                             const std::stop_token &stop, const QString &folder = {});
     void noteRun(std::chrono::milliseconds duration);
     /// Makes the request notice a line that has gone dead, which the client itself does only where it keeps the

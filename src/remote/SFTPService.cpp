@@ -4,6 +4,7 @@
 #include "files/FileNames.h"
 #include "files/FileServiceError.h"
 #include "files/Format.h"
+#include "files/TransferSpeed.h"
 #include "platform/PrivateFile.h"
 #include "remote/ControlSocket.h"
 #include "remote/SFTPQuoting.h"
@@ -46,10 +47,12 @@ QString parsedHome(const QString &output)
 } // namespace
 
 SFTPService::SFTPService(ServerConnection server, ConnectionCredentials credentials,
-                         std::shared_ptr<ProcessRunner> processes, SSHPatience patience)
+                         std::shared_ptr<ProcessRunner> processes, SSHPatience patience,
+                         std::shared_ptr<TransferSpeed> speed)
     : m_server(std::move(server))
     , m_credentials(std::move(credentials))
     , m_runner(std::move(processes), patience)
+    , m_speed(speed ? std::move(speed) : std::make_shared<TransferSpeed>())
 {
 }
 

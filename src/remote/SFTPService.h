@@ -19,7 +19,7 @@ class SFTPService final : public RemoteFileService
 {
 public:
     SFTPService(ServerConnection server, ConnectionCredentials credentials, std::shared_ptr<ProcessRunner> processes,
-                SSHPatience patience = {});
+                SSHPatience patience = {}, std::shared_ptr<TransferSpeed> speed = nullptr);
     /// Removes the file of a pasted key; the shared connection stays, other programs may use it.
     ~SFTPService() override;
     Q_DISABLE_COPY_MOVE(SFTPService)
@@ -58,6 +58,7 @@ public:
     void uploadRecursive(const QString &localPath, const QString &toRemote, const std::stop_token &stop) override;
     void copyRemote(const QString &source, const QString &destination, const std::stop_token &stop) override;
     void moveRemote(const QString &source, const QString &destination, const std::stop_token &stop) override;
+    TransferSpeed *speed() const override { return m_speed.get(); }
     bool takesMany() const override { return true; }
     int lanesForMany() const override;
     void uploadAll(std::vector<RemoteCopy> &copies, const Advanced &advanced, const std::stop_token &stop) override;
@@ -90,8 +91,10 @@ private:
     /// The login in force; throws notConnected.
     SSHLogin login() const;
     SFTPOutput run(const SFTPBatch &batch, const std::stop_token &stop);
+    /// The same for a batch that moves files, within the limit of speed.
+    SFTPOutput runCopy(SFTPBatch batch, const std::stop_token &stop);
     QList<SFTPAnswer> runEach(const QStringList &commands, const std::function<void(qsizetype answered)> &onAnswer,
-                              const std::stop_token &stop, const QString &folder = {});
+                              const std::stop_token &stop, const SFTPRunOptions &options = {});
     /// Leaves open what comes after the first that the shell cannot take, or does not say that it has.
     void takeStepsByShell(std::vector<RemoteStep> &steps, const std::stop_token &stop);
     /// Empty when it has worked in the end.
@@ -111,6 +114,7 @@ private:
     /// How a command of the account's shell ended; nothing once the account has turned out to have none.
     std::optional<SSHOutput> askShell(const QString &command, const std::stop_token &stop,
                                       const SSHStreams &streams = {});
+    std::function<QByteArray()> paced(const std::function<QByteArray()> &next, const std::stop_token &stop);
     bool pack(const QString &command, const QString &folder, SSHStreams streams, const std::stop_token &stop);
     /// Runs a command that changes what is at the paths; false when the account has no shell to run it. It is ended
     /// when this is stopped: by itself it goes on when its client is gone.
@@ -129,7 +133,7 @@ private:
     enum class Times { ofTheCopy, kept };
     void downloadTree(const QString &remotePath, const QString &toLocal, Times times, const std::stop_token &stop);
     void uploadTree(const QString &localPath, const QString &toRemote, Times times, const std::stop_token &stop);
-    void runRecursiveCopy(const SFTPBatch &batch, const std::stop_token &stop);
+    void runRecursiveCopy(SFTPBatch batch, const std::stop_token &stop);
     void copyOnServer(const QString &source, const QString &destination, Times times, const std::stop_token &stop);
     void copyThroughThisMachine(const QString &source, const QString &destination, Times times,
                                 const std::stop_token &stop);
@@ -140,6 +144,8 @@ private:
     ServerConnection m_server;
     ConnectionCredentials m_credentials;
     SFTPProcessRunner m_runner;
+    /// Never null.
+    std::shared_ptr<TransferSpeed> m_speed;
     mutable SSHLanes m_lanes{m_runner};
     /// Found out by the first command; each one would cost a connection's worth of answers for nothing.
     std::atomic<bool> m_lacksShell = false;

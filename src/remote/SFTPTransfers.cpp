@@ -4,6 +4,7 @@
 #include "files/FileServiceError.h"
 #include "files/Format.h"
 #include "files/LocalDisk.h"
+#include "files/TransferSpeed.h"
 #include "platform/PrivateFolder.h"
 #include "remote/SFTPQuoting.h"
 #include "remote/TransferProgress.h"
@@ -48,7 +49,16 @@ void SFTPService::download(const QString &remotePath, const QString &toLocal, co
     batch.subject = remotePath;
     batch.action = action(remotePath, QStringLiteral("downloaded"));
     batch.whileRunning = TransferProgress::ofDownload(toLocal, options.progress);
-    run(batch, stop);
+    const qint64 held = options.resumes ? QFileInfo(toLocal).size() : 0;
+    const auto began = TransferSpeed::Clock::now();
+    runCopy(std::move(batch), stop);
+    m_speed->count(QFileInfo(toLocal).size() - held, began);
+}
+
+SFTPOutput SFTPService::runCopy(SFTPBatch batch, const std::stop_token &stop)
+{
+    batch.bytesPerSecond = m_speed->limit();
+    return run(batch, stop);
 }
 
 void SFTPService::upload(const QString &localPath, const QString &toRemote, const RemoteTransferOptions &options,
@@ -68,8 +78,11 @@ std::optional<QString> SFTPService::put(const QString &localPath, const QString 
     batch.commands = {copyCommand(QStringLiteral("put"), options) + pair(localPath, toRemote)};
     batch.subject = Format::parent(toRemote);
     batch.action = action(localPath, QStringLiteral("uploaded"));
-    batch.whileRunning = TransferProgress::ofUpload(localPath, options.progress);
-    const QString said = run(batch, stop).text;
+    batch.whileRunning = TransferProgress::ofUpload(localPath, options.progress, m_speed->limit());
+    const auto began = TransferSpeed::Clock::now();
+    const QString said = runCopy(std::move(batch), stop).text;
+    if (!options.resumes)
+        m_speed->count(sizeBefore, began);
     // The client says nothing about a file that shrinks under its hands.
     if (QFileInfo(localPath).size() < sizeBefore) {
         throw FileServiceError::operationFailed(
@@ -93,7 +106,7 @@ void SFTPService::downloadTree(const QString &remotePath, const QString &toLocal
     batch.commands = {command + pair(remotePath, toLocal)};
     batch.subject = remotePath;
     batch.action = action(remotePath, QStringLiteral("downloaded"));
-    runRecursiveCopy(batch, stop);
+    runRecursiveCopy(std::move(batch), stop);
 }
 
 void SFTPService::uploadRecursive(const QString &localPath, const QString &toRemote, const std::stop_token &stop)
@@ -108,7 +121,7 @@ void SFTPService::uploadTree(const QString &localPath, const QString &toRemote, 
     const QString command = times == Times::kept ? QStringLiteral("put -rp ") : QStringLiteral("put -r ");
     batch.commands = {command + pair(localPath, toRemote)};
     batch.action = action(localPath, QStringLiteral("uploaded"));
-    runRecursiveCopy(batch, stop);
+    runRecursiveCopy(std::move(batch), stop);
 }
 
 void SFTPService::copyRemote(const QString &source, const QString &destination, const std::stop_token &stop)
@@ -179,11 +192,10 @@ bool SFTPService::replaceByDetour(const QString &source, const QString &destinat
     throw FileServiceError::operationFailed(action(source, QStringLiteral("moved.")) + whereItIs);
 }
 
-void SFTPService::runRecursiveCopy(const SFTPBatch &batch, const std::stop_token &stop)
+void SFTPService::runRecursiveCopy(SFTPBatch batch, const std::stop_token &stop)
 {
-    SFTPBatch tolerant = batch;
-    tolerant.oddItems = SFTPOutcome::OddItems::areSkipped;
-    const QStringList skipped = run(tolerant, stop).skipped;
+    batch.oddItems = SFTPOutcome::OddItems::areSkipped;
+    const QStringList skipped = runCopy(std::move(batch), stop).skipped;
     if (!skipped.isEmpty()) {
         throw FileServiceError::operationFailed(
             QStringLiteral("Copied without these links and special files, which cannot be sent:\n") +

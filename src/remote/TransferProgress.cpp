@@ -16,6 +16,14 @@ namespace {
 /// The client reads ahead of what the server has confirmed by at most this much.
 constexpr qint64 mostOnItsWayBytes = 2'621'440;
 
+/// A client that holds itself back gets its answers soon: a block, and what it sends in a few seconds.
+qint64 onItsWay(qint64 bytesPerSecond)
+{
+    constexpr qint64 blockBytes = 64 * 1024;
+    constexpr qint64 seconds = 4;
+    return bytesPerSecond > 0 ? std::min(mostOnItsWayBytes, blockBytes + seconds * bytesPerSecond) : mostOnItsWayBytes;
+}
+
 } // namespace
 
 qint64 positionIn(const QString &localPath, qint64 processId)
@@ -47,13 +55,14 @@ std::function<void(qint64)> ofDownload(const QString &localPath, const std::func
     return [localPath, report](qint64) { report(QFileInfo(localPath).size()); };
 }
 
-std::function<void(qint64)> ofUpload(const QString &localPath, const std::function<void(qint64)> &report)
+std::function<void(qint64)> ofUpload(const QString &localPath, const std::function<void(qint64)> &report,
+                                     qint64 bytesPerSecond)
 {
     if (!report)
         return nullptr;
     // The client closes the file before the last bytes are confirmed: the position is then gone, not zero.
-    return [localPath, report, furthest = qint64(0)](qint64 processId) mutable {
-        furthest = std::max(furthest, positionIn(localPath, processId) - mostOnItsWayBytes);
+    return [localPath, report, ahead = onItsWay(bytesPerSecond), furthest = qint64(0)](qint64 processId) mutable {
+        furthest = std::max(furthest, positionIn(localPath, processId) - ahead);
         report(furthest);
     };
 }

@@ -12,8 +12,10 @@ namespace moorix::TransferProgress {
 /// A callback for SFTPBatch::whileRunning that reports the growing local file; null without `report`.
 std::function<void(qint64)> ofDownload(const QString &localPath, const std::function<void(qint64)> &report);
 
-/// The same for an upload, by the client's place in the local file; less what may still be on its way.
-std::function<void(qint64)> ofUpload(const QString &localPath, const std::function<void(qint64)> &report);
+/// The same for an upload, by the client's place in the local file; less what may still be on its way, which is little
+/// where the client keeps to `bytesPerSecond` (0: to nothing).
+std::function<void(qint64)> ofUpload(const QString &localPath, const std::function<void(qint64)> &report,
+                                     qint64 bytesPerSecond);
 
 /// Where process `processId` stands in the local file it has open, 0 when it has not.
 qint64 positionIn(const QString &localPath, qint64 processId);

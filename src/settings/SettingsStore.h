@@ -60,6 +60,9 @@ public:
     Setting<bool> showMenuBarIcon{*this, "showMenuBarIcon", true};
     Setting<QString> localFavoritesRaw{*this, "localFavoritesRaw", QString()};
     Setting<qint64> maxConcurrentTransfers{*this, "maxConcurrentTransfers", 3, 1, 8};
+    Setting<bool> limitTransferSpeed{*this, "limitTransferSpeed", false};
+    /// In kilobytes (1000 bytes) per second.
+    Setting<qint64> transferSpeedLimit{*this, "transferSpeedLimit", 1000, 10, 1'000'000};
     Setting<QString> conflictPolicyRaw{*this, "conflictPolicyRaw", QStringLiteral("ask")};
     Setting<double> contentFontSize{*this, "contentFontSize", 13, 8, 32};
     Setting<double> sizeColumnWidth{*this, "sizeColumnWidth", 90, 40, 600};
@@ -70,6 +73,9 @@ public:
     Setting<bool> terminalGPURenderer{*this, "terminalGPURenderer", false};
     Setting<bool> terminalLocalEcho{*this, "terminalLocalEcho", false};
     Setting<bool> permissionOnboardingDismissed{*this, "permissionOnboardingDismissed", false};
+
+    /// What transfers to and from servers may use; 0 for no limit.
+    qint64 transferBytesPerSecond() const { return limitTransferSpeed.value() ? transferSpeedLimit.value() * 1000 : 0; }
 
     /// Replaces all settings by those of a snapshot; wrong types and missing keys leave a setting as it is.
     void apply(const SettingsSnapshot &snapshot);

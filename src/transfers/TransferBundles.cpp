@@ -137,7 +137,7 @@ bool TransferBundles::copyAcrossBreaks(std::vector<RemoteCopy> &copies, Progress
         control.waitWhilePaused();
         try {
             const std::stop_token stop = control.untilPause();
-            const TransferGate::Place place = m_gate.enterForSmall(&server(), lanesAtServer(), stop);
+            const TransferGate::Place place = m_gate.enterForSmall(&server(), lanesAtServer(), stop, speed());
             // What an earlier try has written may not be written to again: it may have its mode already.
             if (std::exchange(hasParts, true))
                 clearParts(stillOpen(copies), stop);

@@ -92,8 +92,8 @@ TransferRoute::Way TransferCarrier::copyAcrossBreaks(TransferCopy copy, const Tr
         }
         try {
             const std::stop_token stop = control.untilPause();
-            const TransferGate::Place room = m_gate.enter(m_route.servers(), stop);
-            return m_route.copyFile(copy, stop);
+            const TransferGate::Place room = m_gate.enter(m_route.servers(), stop, speed());
+            return copyAtThisSpeed(copy, stop);
         } catch (const Cancelled &) {
             if (control.isStopped())
                 throw;
@@ -108,6 +108,21 @@ TransferRoute::Way TransferCarrier::copyAcrossBreaks(TransferCopy copy, const Tr
         }
         copy.start = Start::resumed;
     }
+}
+
+/// A client cannot be told another limit: where that pays, it is ended by a change, like by a pause, and another one
+/// goes on. Of a small file the next client would have to do most once more.
+TransferRoute::Way TransferCarrier::copyAtThisSpeed(const TransferCopy &copy, const std::stop_token &stop)
+{
+    constexpr qint64 leastBytes = 8 * 1024 * 1024;
+    const bool canGoOn = m_route.isServerSource() != m_route.isServerDestination();
+    if (!speed() || !canGoOn || copy.file.size < leastBytes)
+        return m_route.copyFile(copy, stop);
+    std::stop_source either;
+    const auto end = [&either] { either.request_stop(); };
+    const std::stop_callback onStop(stop, end);
+    const std::stop_callback onChange(speed()->untilChange(), end);
+    return m_route.copyFile(copy, either.get_token());
 }
 
 void TransferCarrier::verify(const FileItem &file, const FileItem &part)
@@ -148,7 +163,7 @@ void TransferCarrier::copyTreeOnServer(const FileItem &folder, const TransferPla
     const FileItem part = transferNames::itemAt(transferNames::partPath(place.path, m_request.id, folder), folder);
     try {
         m_link.repeat([&](const std::stop_token &stop, bool isFirst) {
-            const TransferGate::Place room = m_gate.enter(m_route.servers(), stop);
+            const TransferGate::Place room = m_gate.enter(m_route.servers(), stop, speed());
             if (!isFirst || place.hasPart)
                 m_parts.clear(part, stop);
             m_route.destination().copy(folder, part.path, stop);

@@ -22,6 +22,7 @@ public:
 private:
     void carryPart(const TransferCopy &copy, const TransferPlace &place, TransferTally::File &progress);
     TransferRoute::Way copyAcrossBreaks(TransferCopy copy, const TransferPlace &place, TransferTally::File &progress);
+    TransferRoute::Way copyAtThisSpeed(const TransferCopy &copy, const std::stop_token &stop);
     void verify(const FileItem &file, const FileItem &part);
     bool checkContinued(const FileItem &file, const FileItem &part);
 };

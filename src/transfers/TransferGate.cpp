@@ -4,6 +4,7 @@
 #include "base/Error.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace moorix {
 
@@ -27,18 +28,21 @@ int TransferGate::lanesForSmall(int lanes)
     return std::clamp(lanes, 1, m_mostAtOnce * lanesPerFile);
 }
 
-TransferGate::Place TransferGate::enter(const Servers &servers, const std::stop_token &stop)
+TransferGate::Place TransferGate::enter(const Servers &servers, const std::stop_token &stop, TransferSpeed *speed)
 {
-    return enter(Entrant{servers}, stop);
+    return enter(Entrant{servers}, stop, speed);
 }
 
-TransferGate::Place TransferGate::enterForSmall(const void *server, int lanes, const std::stop_token &stop)
+TransferGate::Place TransferGate::enterForSmall(const void *server, int lanes, const std::stop_token &stop,
+                                                TransferSpeed *speed)
 {
-    return enter(Entrant{{server}, 1, std::max(1, lanes)}, stop);
+    return enter(Entrant{{server}, 1, std::max(1, lanes)}, stop, speed);
 }
 
-TransferGate::Place TransferGate::enter(const Entrant &entrant, const std::stop_token &stop)
+TransferGate::Place TransferGate::enter(const Entrant &entrant, const std::stop_token &stop, TransferSpeed *speed)
 {
+    if (auto turn = speed ? speed->takeTurn(stop) : nullptr)
+        return Place(*this, std::move(turn));
     std::unique_lock lock(m_mutex);
     const auto self = m_waiting.insert(m_waiting.end(), entrant);
     const auto mayEnter = [&] {

@@ -1,18 +1,22 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "files/TransferSpeed.h"
+
 #include <QHash>
 #include <QList>
 
 #include <condition_variable>
 #include <list>
+#include <memory>
 #include <mutex>
 #include <stop_token>
 
 namespace moorix {
 
 /// Limits how many files are under way at once, over all transfers and for each server. Whoever waits longest and fits
-/// goes first, so a small transfer gets its turn beside a large one. Thread-safe.
+/// goes first, so a small transfer gets its turn beside a large one. While their speed is limited, files to and from
+/// servers go one at a time instead, over all gates, and take no room from those on the local disk. Thread-safe.
 class TransferGate final
 {
 public:
@@ -42,12 +46,20 @@ public:
             , m_entrant(std::move(entrant))
         {
         }
+        /// Outside of the gate.
+        Place(TransferGate &gate, std::unique_ptr<TransferSpeed::Turn> turn)
+            : m_gate(gate)
+            , m_entrant{{}, 0}
+            , m_turn(std::move(turn))
+        {
+        }
         ~Place() { m_gate.leave(m_entrant); }
         Q_DISABLE_COPY_MOVE(Place)
 
     private:
         TransferGate &m_gate;
         Entrant m_entrant;
+        std::unique_ptr<TransferSpeed::Turn> m_turn;
     };
 
     explicit TransferGate(int mostAtOnce);
@@ -56,10 +68,12 @@ public:
     void setMostAtOnce(int count);
     /// How many lanes of small files may be open at once to a server that takes `lanes` of them.
     int lanesForSmall(int lanes);
-    /// Waits for a place for one file. Throws Cancelled when stopped while waiting.
-    [[nodiscard]] Place enter(const Servers &servers, const std::stop_token &stop);
+    /// Waits for a place for one file, which keeps to `speed` unless that is null. Throws Cancelled when stopped while
+    /// waiting.
+    [[nodiscard]] Place enter(const Servers &servers, const std::stop_token &stop, TransferSpeed *speed = nullptr);
     /// Waits for a place for a lane of small files to or from a server that takes `lanes` of them. Throws like `enter`.
-    [[nodiscard]] Place enterForSmall(const void *server, int lanes, const std::stop_token &stop);
+    [[nodiscard]] Place enterForSmall(const void *server, int lanes, const std::stop_token &stop,
+                                      TransferSpeed *speed = nullptr);
 
 private:
     struct AtServer
@@ -70,7 +84,7 @@ private:
         int most = mostPerServer;
     };
 
-    Place enter(const Entrant &entrant, const std::stop_token &stop);
+    Place enter(const Entrant &entrant, const std::stop_token &stop, TransferSpeed *speed);
     bool fitsServers(const Entrant &entrant) const;
     bool fits(const Entrant &entrant) const;
     void leave(const Entrant &entrant);

@@ -43,6 +43,8 @@ struct TransferRequest
     bool isContinuation = false;
     /// A local source that is another than its item says by the time its copy is whole does not arrive.
     bool requiresUnchanged = false;
+    /// Somebody waits for it: it goes beside others while the speed of transfers is limited.
+    bool isUrgent = false;
     /// Names the part files, so that a later run of the same transfer finds them. Given by the engine.
     QUuid id = {};
 

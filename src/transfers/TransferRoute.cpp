@@ -43,6 +43,14 @@ QList<const void *> TransferRoute::servers() const
     return all;
 }
 
+TransferSpeed *TransferRoute::speed() const
+{
+    const RemoteFileService *server = m_sourceServer ? m_sourceServer : m_destinationServer;
+    // The commands of a shell that copy there are at hand together with those for archives.
+    const bool copiesByItself = isWithinOneServer() && server->mayTakeArchives();
+    return server && !copiesByItself ? server->speed() : nullptr;
+}
+
 void TransferRoute::requireAddressable(const QString &sourcePath, const QString &destinationPath) const
 {
     if (m_sourceServer)

@@ -17,6 +17,7 @@ namespace moorix {
 
 class FileService;
 class RemoteFileService;
+class TransferSpeed;
 
 /// One file on its way.
 struct TransferCopy
@@ -47,6 +48,8 @@ public:
     bool isServerDestination() const { return m_destinationServer; }
     /// The servers at the ends, for TransferGate.
     QList<const void *> servers() const;
+    /// The limit that files on this way keep to; null where they stay on this machine, or the server copies by itself.
+    TransferSpeed *speed() const;
 
     /// Throws where no command of a server can carry one of the two names. Asks nobody.
     void requireAddressable(const QString &sourcePath, const QString &destinationPath) const;

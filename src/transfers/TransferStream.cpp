@@ -98,7 +98,7 @@ TransferStream::Streamed TransferStream::stream(TransferNode &folder, const File
     TransferControl &control = m_link.control();
     control.waitWhilePaused();
     const std::stop_token stop = control.untilPause();
-    const TransferGate::Place room = m_gate.enter(m_route.servers(), stop);
+    const TransferGate::Place room = m_gate.enter(m_route.servers(), stop, speed());
     return m_route.isServerDestination() ? upload(folder, part, stop, progress)
                                          : download(folder, part, stop, progress);
 }

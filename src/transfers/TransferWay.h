@@ -28,6 +28,8 @@ protected:
 
     /// The server at one of the ends; of two servers, the source.
     RemoteFileService &server() const;
+    /// What its files keep to; null where none of their bytes come through this machine, or somebody waits for them.
+    TransferSpeed *speed() const { return m_request.isUrgent ? nullptr : m_route.speed(); }
     /// Whether a local file is still what its item says; true of others, whose times are not known as exactly.
     bool isAsKnown(const FileItem &file) const;
     /// Throws when the request wants an unchanged source and this one, if it is a local file, has changed.

@@ -18,6 +18,7 @@
 #include "ui/SessionView.h"
 #include "ui/SideView.h"
 #include "ui/Sidebar.h"
+#include "ui/SpeedLimitButton.h"
 #include "ui/StatusStrip.h"
 #include "ui/Theme.h"
 #include "ui/TransferDrawer.h"
@@ -123,6 +124,7 @@ QWidget *MainWindow::makeCentre()
 {
     auto *centre = new QWidget(this);
     m_drawer = new TransferDrawer(m_model.transfers(), centre);
+    m_drawer->addTool(new SpeedLimitButton(m_model.settings(), m_drawer));
     m_drawer->setFixedHeight(190);
     m_drawer->hide();
     m_question = new MessageBar(centre);

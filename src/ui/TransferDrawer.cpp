@@ -71,6 +71,7 @@ TransferDrawer::TransferDrawer(TransferEngine &transfers, QWidget *parent)
     : QFrame(parent)
     , m_transfers(transfers)
     , m_list(new QTreeWidget(this))
+    , m_head(new QHBoxLayout)
     , m_copy(new QAction(tr("Copy"), m_list))
     , m_empty(Widgets::label(tr("No transfers yet. F5 copies the selection to the other side."),
                              Widgets::TextRole::muted, this))
@@ -82,14 +83,13 @@ TransferDrawer::TransferDrawer(TransferEngine &transfers, QWidget *parent)
     m_list->setObjectName(QStringLiteral("transferList"));
     m_list->setAccessibleName(tr("Transfers"));
     setUpList();
-    auto *head = new QHBoxLayout;
-    head->addWidget(Widgets::label(tr("TRANSFERS"), Widgets::TextRole::section, this));
-    head->addWidget(m_totals, 1);
-    addCommands(*head);
-    head->addWidget(m_clear);
+    m_head->addWidget(Widgets::label(tr("TRANSFERS"), Widgets::TextRole::section, this));
+    m_head->addWidget(m_totals, 1);
+    addCommands(*m_head);
+    m_head->addWidget(m_clear);
     auto *column = new QVBoxLayout(this);
     column->setContentsMargins(12, 8, 12, 8);
-    column->addLayout(head);
+    column->addLayout(m_head);
     column->addWidget(m_empty);
     column->addWidget(m_list, 1);
 
@@ -137,6 +137,11 @@ void TransferDrawer::takeKeyboard()
     if (!m_list->currentItem())
         m_list->setCurrentItem(m_list->topLevelItem(0));
     m_list->setFocus();
+}
+
+void TransferDrawer::addTool(QWidget *tool)
+{
+    m_head->insertWidget(m_head->indexOf(m_totals) + 1, tool);
 }
 
 void TransferDrawer::keyPressEvent(QKeyEvent *event)

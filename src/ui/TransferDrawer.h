@@ -30,6 +30,8 @@ public:
 
     /// Gives the keyboard to the list, if there is anything in it.
     void takeKeyboard();
+    /// Puts it before the buttons, which come and go with what is selected.
+    void addTool(QWidget *tool);
 
 signals:
     /// The folder that this transfer goes to is to be shown.
@@ -70,6 +72,7 @@ private:
 
     TransferEngine &m_transfers;
     QTreeWidget *m_list;
+    QHBoxLayout *m_head;
     QAction *m_copy;
     QLabel *m_empty;
     QLabel *m_totals;

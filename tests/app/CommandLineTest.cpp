@@ -170,6 +170,10 @@ private slots:
             {"cp a.txt a.txt", 1, "cannot be copied onto itself"},
             {"cp d d", 1, "a folder cannot go into itself"},
             {"cp a.txt d --conflict maybe", 2, "no answer to conflicts"},
+            {"cp a.txt d --limit 500", 2, "--limit takes a speed per second from 10K to 1G, such as 500K"},
+            {"cp a.txt d --limit 9.9K", 2, "not “9.9K”"},
+            {"cp a.txt d --limit=-1M", 2, "not “-1M”"},
+            {"cp a.txt d --limit 1.1GB/s", 2, "not “1.1GB/s”"},
             {"servers", 2, "needs one of its commands"},
             {"servers add --name x", 2, "--host"},
             {"servers add --host h --port 70000", 2, "from 1 to 65535"},
@@ -324,7 +328,7 @@ private slots:
 
     void treeTravelsToTheServerAndBack()
     {
-        QCOMPARE(run({u"cp"_s, m_tree.path("site"), remote("")}), 0);
+        QCOMPARE(run({u"cp"_s, m_tree.path("site"), remote(""), u"--limit"_s, u"0.9 GB/s"_s}), 0);
         QCOMPARE(run({u"ls"_s, u"--json"_s, remote("/site")}), 0);
         const QJsonValue items = QJsonDocument::fromJson(m_out)[u"items"_s];
         QCOMPARE(items.toArray().size(), 2);

@@ -69,12 +69,14 @@ private slots:
             "{'autoCheckUpdates':true,'confirmDeletes':true,'conflictPolicyRaw':'ask','contentFontSize':13,"
             "'dateColumnWidth':175,'defaultLocalPath':'%HOME%',"
             "'diagnosticsEndpoint':'','dualPaneEnabled':true,"
-            "'iCloudSyncEnabled':true,'localFavoritesRaw':'','maxConcurrentTransfers':3,'openMonitorOnLaunch':false,"
+            "'iCloudSyncEnabled':true,'limitTransferSpeed':false,'localFavoritesRaw':'','maxConcurrentTransfers':3,'"
+            "openMonitorOnLaunch':false,"
             "'permissionOnboardingDismissed':false,'remoteDiagnosticsEnabled':true,'showHiddenFiles':false,"
             "'showMenuBarIcon':true,'sizeColumnWidth':90,'sortAscending':true,'sortKeyRaw':'Name',"
             "'terminalFontName':'Menlo','terminalFontSize':13,'terminalGPURenderer':false,'terminalLocalEcho':false,"
             "'terminalThemeID':'app','themeID':'midnight','toolbarItemsRaw':'monitor,sort,info,settings,terminal',"
-            "'updateEndpoint':'https://updates.moorix.example/update.php','widgetBattery':false,'widgetCPU':true,"
+            "'transferSpeedLimit':1000,'updateEndpoint':'https://updates.moorix.example/"
+            "update.php','widgetBattery':false,'widgetCPU':true,"
             "'widgetDisk':false,'widgetNet':true,'widgetRAM':true}";
         QCOMPARE(here.snapshot(), QByteArray(expected).replace('\'', '"').replace("%HOME%", QDir::homePath().toUtf8()));
         QCOMPARE(here.tree.snapshot(), TreeSnapshot());
@@ -98,10 +100,11 @@ private slots:
         const Machine here{
             {"preferences.json",
              R"({"themeID":5,"showHiddenFiles":"yes","dualPaneEnabled":0,"terminalFontSize":1000,)"
-             R"("contentFontSize":"14","maxConcurrentTransfers":2.5,"sortKeyRaw":null,"sortAscending":false})"}};
+             R"("limitTransferSpeed":1,"transferSpeedLimit":-5,"contentFontSize":"14","maxConcurrentTransfers":2.5,"sortKeyRaw":null,"sortAscending":false})"}};
         SettingsSnapshot expected = Machine()->snapshot();
         expected.insert(u"sortAscending"_s, false);
         expected.insert(u"terminalFontSize"_s, 72.0);
+        expected.insert(u"transferSpeedLimit"_s, 10);
         QCOMPARE(here->snapshot(), expected);
     }
 

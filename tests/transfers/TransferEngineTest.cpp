@@ -212,6 +212,25 @@ private slots:
                  QString());
     }
 
+    void limitedFilesGoOneAtATimeOverAllGatesAndTakeNoRoom()
+    {
+        TransferSpeed speed(TransferSpeed::most);
+        TransferGate gate(1);
+        TransferGate other(1);
+        const int server = 0;
+        std::stop_source stopped;
+        stopped.request_stop();
+        const auto enters = [&](const TransferGate::Servers &servers, TransferSpeed *limit) {
+            return messageOf([&] { const auto place = other.enter(servers, stopped.get_token(), limit); }).isEmpty();
+        };
+        {
+            const auto first = gate.enter({&server}, {}, &speed);
+            QVERIFY(!enters({&server}, &speed) && enters({&server}, nullptr));
+            QVERIFY(messageOf([&] { const auto local = gate.enter({}, stopped.get_token()); }).isEmpty());
+        }
+        QVERIFY(enters({&server}, &speed));
+    }
+
     void severalTransfersShareTheLimitOfFiles()
     {
         EngineScene scene;

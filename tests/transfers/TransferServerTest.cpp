@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "files/TransferSpeed.h"
 #include "support/DelayProxy.h"
 #include "support/FTPServer.h"
+#include "support/FakeProcessRunner.h"
 #include "support/TestMain.h"
 #include "support/TestServer.h"
 #include "transfers/TransferChecksums.h"
 #include "transfers/TransferScene.h"
 
+#include <QDir>
 #include <QRandomGenerator>
 
 #include <csignal>
@@ -179,6 +182,86 @@ private slots:
         QCOMPARE(scene.under(u"from/"_s), TreeSnapshot());
     }
 
+    void clientsAreToldTheLimitWhereTheyMoveFiles()
+    {
+        const auto speed = std::make_shared<TransferSpeed>();
+        const auto heard = std::make_shared<FakeProcessRunner>(
+            [this](const ProcessRequest &request) { return m_clients->run(request, {}); });
+        std::unique_ptr<FTPServer> ftp;
+        std::vector<std::shared_ptr<RemoteFileService>> services{
+            std::make_shared<SFTPService>(m_sshd->connection(), ConnectionCredentials(), heard, SSHPatience(), speed)};
+        if (FTPServer::missing(FTPServer::Program::vsftpd).isEmpty()) {
+            ftp = std::make_unique<FTPServer>(FTPServer::Program::vsftpd, FTPServer::Encryption::none);
+            services.push_back(std::make_shared<FTPService>(ftp->connection(), FTPServer::credentials(), heard,
+                                                            FTPCertificates::ofThisUser(), FTPPatience(), speed));
+        }
+        int movers = 0;
+        for (const auto &service : services) {
+            service->connect({});
+            for (const bool isUpload : {true, false}) {
+                Scene scene({{"from/large", QByteArray(300'000, 'x')}, {"from/1", "1"}, {"from/2", "2"}, {"to/", ""}});
+                for (const char *folder : {"", "to"})
+                    QFile::setPermissions(scene.tree.path(QString::fromLatin1(folder)), QFile::Permissions(0x7777));
+                (isUpload ? scene.request.destination : scene.request.source) = service;
+                speed->setLimit(isUpload ? TransferSpeed::most : TransferSpeed::most / 2);
+                const qsizetype before = heard->requests().size();
+                QCOMPARE(scene.run("from/large", "from/1", "from/2").failures, QStringList());
+                for (const ProcessRequest &request : heard->requests().mid(before)) {
+                    const QByteArray told = request.arguments.join(u' ').toUtf8() + request.standardInput;
+                    const bool moves = told.contains("put -p") || told.contains("get -p") ||
+                                       told.contains("upload-file = ") || told.contains("remote-time");
+                    const bool isTold = told.contains(isUpload ? "-l 7812500 -P " : "-l 3906250 -P ") ||
+                                        told.contains(isUpload ? "rate = \"1000000000\"" : "rate = \"500000000\"");
+                    QVERIFY2(moves == isTold, told.constData());
+                    movers += moves;
+                }
+            }
+            service->disconnect();
+        }
+        QVERIFY(movers >= 4 * int(services.size()));
+    }
+
+    void pacedStreamStopsAtOnce()
+    {
+        const auto service = connected({}, 0, std::make_shared<TransferSpeed>(TransferSpeed::least));
+        for (const bool isUpload : {true, false}) {
+            Scene scene({{"from/d/", ""}, {"to/", ""}});
+            for (int i = 0; i < 40; ++i)
+                scene.tree.write(u"from/d/%1"_s.arg(i), QByteArray(100'000, 'x'));
+            (isUpload ? scene.request.destination : scene.request.source) = service;
+            // At this speed it would take minutes.
+            scene.callbacks.progress = [&](const TransferCounts &counts) {
+                if (counts.bytesDone > 0)
+                    scene.stop.request_stop();
+            };
+            QVERIFY(scene.run("from/d").wasCancelled);
+            QTRY_COMPARE(scene.under(u"to/"_s), TreeSnapshot());
+        }
+        service->disconnect();
+    }
+
+    void changedLimitReachesALargeFileUnderWay()
+    {
+        const auto speed = std::make_shared<TransferSpeed>();
+        const auto service = connected({}, 0, speed);
+        for (const bool isUpload : {true, false}) {
+            Scene scene({{"from/a", QByteArray(20'000'000, 'x')}, {"to/", ""}});
+            (isUpload ? scene.request.destination : scene.request.source) = service;
+            // At this speed it would take half an hour.
+            speed->setLimit(TransferSpeed::least);
+            const int before = m_clients->runs(u"/usr/bin/sftp"_s);
+            std::jthread user([&](const std::stop_token &isOver) {
+                while (!isOver.stop_requested() && QDir(scene.tree.path("to")).isEmpty(QDir::Files | QDir::Hidden))
+                    std::this_thread::yield();
+                speed->setLimit(0);
+            });
+            QCOMPARE(scene.run("from/a").failures, QStringList());
+            QCOMPARE(scene.under(u"to/"_s), scene.under(u"from/"_s));
+            QVERIFY(m_clients->runs(u"/usr/bin/sftp"_s) >= before + 2);
+        }
+        service->disconnect();
+    }
+
     void linksTravelAsLinks()
     {
         for (const bool isUpload : {true, false}) {
@@ -255,12 +338,14 @@ private slots:
     }
 
 private:
-    std::shared_ptr<SFTPService> connected(const QString &user = {}, quint16 port = 0) const
+    std::shared_ptr<SFTPService> connected(const QString &user = {}, quint16 port = 0,
+                                           std::shared_ptr<TransferSpeed> speed = nullptr) const
     {
         ServerConnection server = m_sshd->connection();
         server.username = user.isEmpty() ? server.username : user;
         server.port = port ? port : server.port;
-        auto service = std::make_shared<SFTPService>(server, ConnectionCredentials(), m_clients);
+        auto service =
+            std::make_shared<SFTPService>(server, ConnectionCredentials(), m_clients, SSHPatience(), std::move(speed));
         service->connect({});
         return service;
     }

@@ -3,6 +3,7 @@
 
 #include "app/EditedFiles.h"
 #include "app/ServerConnections.h"
+#include "files/TransferSpeed.h"
 #include "remote/SFTPService.h"
 #include "support/TestServer.h"
 #include "transfers/TransferEngine.h"
@@ -110,6 +111,7 @@ private slots:
         bench.click(bench.find("messageBarClose"));
         QVERIFY(bench.model->tabs(Side::right).current().notice().isEmpty());
 
+        bench.model->settings().limitTransferSpeed.set(true);
         bench.model->setActiveSide(Side::left);
         bench.select(Side::left, "from here.txt");
         bench.key(Qt::Key_F5);
@@ -131,6 +133,7 @@ private slots:
 
         QVERIFY(bench.model->connections().isConnected(server.id));
         const auto service = std::dynamic_pointer_cast<SFTPService>(bench.pane(Side::right)->service());
+        QCOMPARE(service->speed()->limit(), 1'000'000);
         bench.key(Qt::Key_K, Qt::ControlModifier | Qt::ShiftModifier);
         QTRY_VERIFY(!bench.model->connections().isConnected(server.id) && !service->isConnected());
         QVERIFY(bench.find("failureView"));

@@ -1,14 +1,19 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/TransferDrawer.h"
 
+#include "platform/KeyValueStore.h"
+#include "platform/Preferences.h"
+#include "settings/SettingsStore.h"
 #include "support/TestMain.h"
 #include "transfers/TransferScene.h"
 #include "ui/ConflictBar.h"
+#include "ui/SpeedLimitButton.h"
 #include "ui/TransferNotices.h"
 
 #include <QAction>
 #include <QClipboard>
 #include <QLabel>
+#include <QMenu>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QSignalSpy>
@@ -66,6 +71,31 @@ private slots:
         QVERIFY(!scene.button("retryTransfer").isVisible());
         scene.press("clearTransfers");
         QCOMPARE(scene.list().topLevelItemCount(), 0);
+    }
+
+    void speedIsLimitedByTheMenuOfItsButton()
+    {
+        DrawerScene scene;
+        Preferences preferences(scene.tree.path("preferences.json"));
+        KeyValueStore cloud({});
+        SettingsStore settings(preferences, cloud);
+        auto *button = new SpeedLimitButton(settings, &scene.drawer);
+        scene.drawer.addTool(button);
+        const auto choose = [button](const QString &text) {
+            emit button->menu()->aboutToShow();
+            for (QAction *action : button->menu()->actions()) {
+                if (action->text() == text)
+                    action->trigger();
+            }
+        };
+        QTRY_VERIFY(button->isVisible());
+        QCOMPARE(button->text(), u"No speed limit"_s);
+        choose(u"250 kB/s"_s);
+        QCOMPARE(settings.transferBytesPerSecond(), 250'000);
+        QVERIFY(button->isChecked() && button->text() == u"At most 250 kB/s"_s);
+        choose(u"Limit to 250 kB/s"_s);
+        QCOMPARE(settings.transferBytesPerSecond(), 0);
+        QVERIFY(!button->isChecked() && button->text() == u"No speed limit"_s);
     }
 
     void listStandsInTheOrderItRunsAndEndedOnesBehind()

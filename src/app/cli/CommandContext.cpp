@@ -11,6 +11,7 @@
 #include "files/Format.h"
 #include "files/LocalFileService.h"
 #include "files/RemoteFileService.h"
+#include "files/TransferSpeed.h"
 #include "platform/AppPaths.h"
 #include "platform/KeyValueStore.h"
 #include "platform/Preferences.h"
@@ -182,6 +183,18 @@ int CommandContext::filesAtOnce()
     return int(std::clamp<qint64>(m_preferences->value(u"maxConcurrentTransfers"_s).toInteger(3), 1, 8));
 }
 
+TransferSpeed &CommandContext::speed()
+{
+    servers();
+    if (!m_speed) {
+        const bool isLimited = m_preferences->value(u"limitTransferSpeed"_s).toBool(false);
+        const qint64 kilobytes = std::clamp(m_preferences->value(u"transferSpeedLimit"_s).toInteger(1000),
+                                            TransferSpeed::least / 1000, TransferSpeed::most / 1000);
+        m_speed = std::make_shared<TransferSpeed>(isLimited ? kilobytes * 1000 : 0);
+    }
+    return *m_speed;
+}
+
 ServerConnection CommandContext::server(const QString &reference)
 {
     const QList<ServerConnection> all = servers().library().servers;
@@ -246,7 +259,8 @@ std::shared_ptr<RemoteFileService> CommandContext::connected(const ServerConnect
 {
     std::shared_ptr<RemoteFileService> &service = m_services[server.id];
     if (!service) {
-        auto fresh = FileServiceFactory::make(server, *m_keychain, m_processes);
+        speed();
+        auto fresh = FileServiceFactory::make(server, *m_keychain, m_processes, m_speed);
         const QString notice = connectNotingFirstContact(*fresh, server, *m_processes, m_stop);
         if (!notice.isEmpty())
             console::complain(notice);

@@ -29,6 +29,7 @@ class RemoteFileService;
 class ServerStore;
 class SettingsStore;
 class SyncPairStore;
+class TransferSpeed;
 
 /// A TARGET of the command line, ready for use.
 struct TargetPlace
@@ -64,6 +65,8 @@ public:
     BackupRun::Environment backupEnvironment();
     /// How many files a copy takes on at once.
     int filesAtOnce();
+    /// What copies to and from servers keep to: as the preferences say until somebody sets another limit.
+    TransferSpeed &speed();
     /// The saved server of this id, name or host. Throws a UsageError that tells what is wrong when none or more than
     /// one fits.
     ServerConnection server(const QString &reference);
@@ -87,6 +90,7 @@ private:
     std::unique_ptr<SyncPairStore> m_syncPairs;
     std::unique_ptr<BackupHistoryStore> m_backupHistory;
     std::unique_ptr<BackupLedger> m_backupLedger;
+    std::shared_ptr<TransferSpeed> m_speed;
     QHash<QUuid, std::shared_ptr<RemoteFileService>> m_services;
 };
 

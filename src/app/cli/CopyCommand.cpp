@@ -2,10 +2,12 @@
 #include "app/cli/Command.h"
 #include "app/cli/CommandContext.h"
 #include "app/cli/Console.h"
+#include "app/cli/OptionValues.h"
 #include "base/Json.h"
 #include "files/FileService.h"
 #include "files/FileServiceError.h"
 #include "files/Format.h"
+#include "files/TransferSpeed.h"
 #include "transfers/TransferRun.h"
 
 #include <QCommandLineParser>
@@ -183,6 +185,8 @@ TransferConflictPolicy policyOf(const QCommandLineParser &parser)
 ExitCode runCp(const QCommandLineParser &parser, CommandContext &context)
 {
     const TransferConflictPolicy policy = policyOf(parser);
+    if (parser.isSet(u"limit"_s))
+        context.speed().setLimit(optionValues::speed(u"limit"_s, parser.value(u"limit"_s)));
     QStringList sources = parser.positionalArguments();
     const QString destination = sources.takeLast();
     const CopyTarget target = copyTarget(destination, sources.size() == 1, context);
@@ -221,7 +225,7 @@ ExitCode runCp(const QCommandLineParser &parser, CommandContext &context)
 QList<Command> copyCommands()
 {
     Command cp{u"cp"_s,
-               u"SOURCE… DESTINATION [--conflict ask|skip|overwrite|rename] [--verify] [--json]"_s,
+               u"SOURCE… DESTINATION [--conflict ask|skip|overwrite|rename] [--limit SPEED] [--verify] [--json]"_s,
                u"Copy files and folders between any two places."_s,
                {},
                {},
@@ -233,12 +237,14 @@ QList<Command> copyCommands()
         u"A file reaches its name only once it is whole. An existing folder as DESTINATION takes the sources in; a\n"
         "folder that exists there is merged. Without a terminal, --conflict ask counts conflicts as failures.\n"
         "A broken connection is tried again for about a minute, and files go on where they stopped. As many files as\n"
-        "the preferences say travel at once.\n"
+        "the preferences say travel at once, to and from servers at most at the speed that is set there; --limit 500K\n"
+        "(per second; K, M or G, or none) sets another one for this copy.\n"
         "--json prints {\"files\",\"bytes\",\"skipped\",\"cancelled\",\"failures\":[text…],\"notes\":[text…]}."_s;
     cp.examples = {u"cp ./site web-01:/var/www"_s, u"cp web-01:/var/log/syslog ./syslog.txt"_s,
                    u"cp web-01:/srv/data backup:/srv --conflict overwrite"_s};
     cp.options = {{u"conflict"_s, u"What to do when a file exists: ask, skip, overwrite or rename."_s, u"POLICY"_s},
                   {{u"r"_s, u"recursive"_s}, u"Of no effect: folders are copied with all that is in them anyway."_s},
+                  {u"limit"_s, u"How fast files may travel to and from servers: 500K, 2.5M, none."_s, u"SPEED"_s},
                   {u"verify"_s, u"Compare the contents of both sides by SHA-256 afterwards, where the server can."_s},
                   {u"json"_s, u"Print one JSON object."_s}};
     return {cp};

@@ -141,6 +141,10 @@ PreferencePage transfers(SettingsStore &settings)
                         {rawText(TransferConflictPolicy::overwrite), tr("Overwrite it")},
                         {rawText(TransferConflictPolicy::rename), tr("Keep both")}}),
                 number(settings.maxConcurrentTransfers, tr("Files at the same time"), {}, 1, 8),
+                toggle(settings.limitTransferSpeed, tr("Limit the speed of transfers to servers"),
+                       tr("For all servers and both directions together, with syncs and backups. Files then travel "
+                          "one at a time. A change counts at once, but for small files under way.")),
+                number(settings.transferSpeedLimit, tr("Speed limit"), tr(" kB/s"), 10, 1'000'000),
             }};
 }
 
