@@ -112,6 +112,7 @@ private:
     void clear(const TransferNode &node, TransferTarget &stage);
     QString finalPath(const Item &item, const QString &path);
     void finishFolders(Item &item);
+    void nameStages(Item &item);
     void nameStage(Item &item, Stage &stage);
     void fail(Item &item, const Stage &stage, const QString &reason);
     void settleStages(Item &item);

@@ -10,6 +10,8 @@
 #include <QHash>
 #include <QSet>
 
+#include <algorithm>
+
 namespace moorix {
 
 using namespace Qt::StringLiterals;
@@ -50,32 +52,46 @@ void TransferRun::giveUp(const std::vector<Item *> &items)
         removeTogether(files);
 }
 
-/// What has not arrived was removed, so that each file in a stage is whole. Modes and times that a file system or a
-/// server does not take are left as they are: the content is what counts.
+/// Modes and times that a file system or a server does not take are left as they are: the content is what counts.
+/// Where a stage has not got its name, a folder of that name is somebody else's, with all that is in it.
 void TransferRun::finishFolders(Item &item)
 {
-    const bool takesSteps = m_bundles.mayTakeSteps();
+    nameStages(item);
+    const auto isOurs = [&item](const QString &path) {
+        return std::none_of(item.stages.cbegin(), item.stages.cend(), [&path](const Stage &stage) {
+            return !stage.isNamed && (path == stage.place.path || path.startsWith(stage.place.path + u'/'));
+        });
+    };
+    std::vector<RemoteStep> steps;
+    for (auto folder = item.newFolders.crbegin(); folder != item.newFolders.crend(); ++folder) {
+        const auto &[original, path] = *folder;
+        if (!isOurs(path))
+            continue;
+        const auto octal = Format::octalMode(original.permissions);
+        if (!m_bundles.mayTakeSteps())
+            applyFolderAttributes(original, path);
+        else if (octal)
+            steps.push_back({RemoteStep::Kind::setMode, path, {}, *octal});
+    }
+    if (!steps.empty())
+        m_bundles.takeSteps(steps);
+}
+
+/// What has not arrived was removed, so that each file in a stage is whole.
+void TransferRun::nameStages(Item &item)
+{
     std::vector<RemoteStep> steps;
     std::vector<Stage *> renamed;
     for (Stage &stage : item.stages) {
         if (m_bundles.hasLeftHalves() || item.hasUnclearStage) {
             fail(item, stage,
                  u"it waits as “%1” because an unfinished copy in it could not be removed"_s.arg(stage.part.name));
-            continue;
-        }
-        if (takesSteps) {
+        } else if (m_bundles.mayTakeSteps()) {
             renamed.push_back(&stage);
             steps.push_back({RemoteStep::Kind::renameFolder, stage.part.path, stage.place.path});
         } else {
             nameStage(item, stage);
         }
-    }
-    for (auto folder = item.newFolders.crbegin(); folder != item.newFolders.crend(); ++folder) {
-        const auto octal = Format::octalMode(folder->first.permissions);
-        if (!takesSteps)
-            applyFolderAttributes(folder->first, folder->second);
-        else if (octal)
-            steps.push_back({RemoteStep::Kind::setMode, folder->second, {}, *octal});
     }
     if (steps.empty())
         return;
