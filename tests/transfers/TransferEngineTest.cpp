@@ -8,6 +8,7 @@
 #include <QFileInfo>
 #include <QSignalSpy>
 
+#include <algorithm>
 #include <array>
 #include <list>
 #include <thread>
@@ -35,6 +36,12 @@ struct QueueScene : EngineScene
     }
 
     void begin()
+    {
+        open();
+        QVERIFY(QSignalSpy(engine.get(), &TransferEngine::listChanged).wait());
+    }
+    /// Without waiting for the document.
+    void open()
     {
         engine = std::make_unique<TransferEngine>(TransferEngine::Options{1, {}});
         QObject::connect(engine.get(), &TransferEngine::queueProblem, engine.get(),
@@ -417,6 +424,23 @@ private slots:
         QCOMPARE(scene.state(0), State::reconnecting);
         QTRY_COMPARE(scene.state(0), State::interrupted);
         QCOMPARE(scene.status().failures, QStringList{scene.problemOfServer});
+    }
+
+    void whatIsSentBeforeTheDocumentIsReadJoinsIt()
+    {
+        QueueScene scene;
+        QList<QUuid> sent;
+        for (const bool isRead : {true, false, true}) {
+            scene.open();
+            sent << scene.send("from/a");
+            scene.engine->pause(sent.constLast());
+            QCOMPARE(scene.engine->transfers().size(), 1);
+            QVERIFY(!isRead || QSignalSpy(scene.engine.get(), &TransferEngine::listChanged).wait());
+            scene.engine.reset();
+        }
+        scene.begin();
+        QVERIFY(std::ranges::equal(scene.engine->transfers(), sent, {}, &TransferStatus::id));
+        scene.letGo->release(9);
     }
 
     void documentIsPrivateAndOneThatIsDamagedIsSetAside()
