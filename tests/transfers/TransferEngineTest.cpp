@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "transfers/TransferEngine.h"
 #include "base/Json.h"
+#include "files/NativePath.h"
 #include "support/TestMain.h"
 #include "transfers/TransferScene.h"
 
@@ -441,6 +442,26 @@ private slots:
         scene.begin();
         QVERIFY(std::ranges::equal(scene.engine->transfers(), sent, {}, &TransferStatus::id));
         scene.letGo->release(9);
+    }
+
+    void namesThatAreNoUnicodeOutliveTheProgram()
+    {
+        QueueScene scene;
+        scene.send("from/a");
+        const QString name = NativePath::text("b\xff\"\xc3\xbc\x80");
+        scene.disk->write("odd", scene.tree.path("from/") + name, {});
+        TransferRequest request;
+        request.source = request.destination = scene.disk;
+        request.items = {*scene.disk->stat(scene.tree.path("from/") + name, {})};
+        request.targetFolder = scene.tree.path("to");
+        request.isMove = true;
+        const QUuid id = scene.engine->enqueue(request);
+        scene.engine.reset();
+        scene.letGo->release(9);
+        scene.begin();
+        scene.engine->resume(id);
+        QTRY_COMPARE(scene.state(1), State::finished);
+        scene.disk->remove(*scene.disk->stat(scene.tree.path("to/") + name, {}), {});
     }
 
     void documentIsPrivateAndOneThatIsDamagedIsSetAside()
