@@ -186,7 +186,7 @@ void FTPService::completeStored(const std::vector<RemoteCopy *> &stored, const s
 {
     QHash<QString, FileItem> listed;
     if (listing && listing->exitCode == 0)
-        addListed(*listing, commonFolder(stored), listed);
+        addListed(*listing, commonFolder(stored), listed, stop);
     else
         listed = listedWithTimes(stored, stop);
     QList<QByteArray> commands{"TYPE I"};
@@ -240,15 +240,16 @@ QHash<QString, FileItem> FTPService::listedWithTimes(const std::vector<RemoteCop
     const QList<CurlTransfer> transfers = listings(folders, "LIST -a", stop, isOneRun ? times : QList<QByteArray>());
     QHash<QString, FileItem> found;
     for (qsizetype i = 0; i < transfers.size(); ++i)
-        addListed(transfers.at(i), folders.at(i), found);
+        addListed(transfers.at(i), folders.at(i), found, stop);
     return found;
 }
 
 /// Where it shows a part only, the files that are not in it are asked for one by one.
-void FTPService::addListed(const CurlTransfer &listing, const QString &folder, QHash<QString, FileItem> &found) const
+void FTPService::addListed(const CurlTransfer &listing, const QString &folder, QHash<QString, FileItem> &found,
+                           const std::stop_token &stop)
 {
     try {
-        for (const FileItem &item : entries(listing, folder).value_or(QList<FileItem>()))
+        for (const FileItem &item : entries(listing, folder, stop).value_or(QList<FileItem>()))
             found.insert(item.path, item);
     } catch (const FileServiceError &) {
         return;
