@@ -129,6 +129,9 @@ private:
                         const std::stop_token &stop);
 
     void refuseExisting(const QString &path, const std::stop_token &stop);
+    /// Throws where something else than the source stands at `path`, or what the server takes for it. For a copy there
+    /// is nothing else: no source is given.
+    void refuseTaken(const QString &source, const QString &path, const std::stop_token &stop);
     /// For servers that rename over nothing: what stands at the destination steps aside first, and comes back when
     /// the source cannot take its place. Returns the reply that counts; an Error tells where it is if it did not.
     FTPReply replaceByDetour(const QString &source, const QString &destination);
@@ -173,6 +176,7 @@ private:
     using Standing = QHash<QString, QSet<QString>>;
     /// Lists the folder at most once.
     bool isThere(const QString &path, Standing &known, const std::stop_token &stop);
+    void takeAtOnce(const std::vector<RemoteStep *> &steps, const std::stop_token &stop);
     void settle(RemoteStep &step, const FTPReply &reply, Standing &after, const std::stop_token &stop);
     std::chrono::seconds patienceFor(const QList<QByteArray> &commands) const;
 

@@ -271,6 +271,27 @@ private slots:
         }
     }
 
+    void namesThatAreOneForTheServerDoNotReplaceEachOther()
+    {
+        // As on a disk that ignores case.
+        const FTPServer server(Program::proftpd, Encryption::none,
+                               "LoadModule mod_rewrite.c\nRewriteEngine on\n"
+                               "RewriteCondition %m RNTO|SIZE|MDTM|CWD\nRewriteRule ^(.*)/A$ $1/a\n");
+        const auto service = server.service();
+        const QString at = server.sharedPath() + u'/';
+        std::vector<RemoteStep> steps;
+        for (const QChar name : u"aAbB"_s) {
+            service->write(QByteArray(1, name.toLatin1()), at + u"part-"_s + name, neverStops);
+            steps.push_back({RemoteStep::Kind::rename, at + u"part-"_s + name, at + name});
+        }
+        service->takeSteps(steps, neverStops);
+        for (const RemoteStep &step : steps)
+            QCOMPARE(step.state, step.toPath.endsWith(u'A') ? RemoteStep::State::failed : RemoteStep::State::done);
+        QVERIFY(!messageOf([&] { service->rename(entryAt(at + u"b"_s), u"A"_s, neverStops); }).isEmpty());
+        QVERIFY(!messageOf([&] { service->copy(entryAt(at + u"b"_s), at + u"A"_s, neverStops); }).isEmpty());
+        QCOMPARE(contentOf(at + u'a') + contentOf(at + u'B'), QByteArray("aB"));
+    }
+
     void onlyWhatFitsItsBeginningGoesOn()
     {
         const QString file = m_plain->newFolder() + u"/a"_s;
