@@ -135,6 +135,8 @@ private:
     void applyFolderAttributes(const FileItem &folder, const QString &path);
     void checkContents();
     void removeSource(Item &item);
+    bool removeCopied(TransferNode &folder) const;
+    void removeCopiedAtServer(Item &item);
     bool isUnchanged(const TransferNode &node, const FileItem &present);
 
     void arrive(TransferNode &node);

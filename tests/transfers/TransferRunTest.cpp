@@ -285,6 +285,34 @@ private slots:
         }
     }
 
+    void moveKeepsAFileOfAServerThatChangesButNotInSize()
+    {
+        Scene scene({{"from/a", "before"}, {"to/", ""}}, Route::download);
+        const QDateTime later = QDateTime::currentDateTime().addSecs(90);
+        scene.server->halfway = [&](const QString &path) { setTimeAndMode(path, later, QFile::Permissions(0x6644)); };
+        scene.request.isMove = true;
+        QCOMPARE(scene.run("from/a").failures.size(), 1);
+        QVERIFY(scene.tree.exists("from/a"));
+    }
+
+    void moveKeepsWhatComesToAFolderAfterTheLastLook()
+    {
+        for (const Route route : {Route::upload, Route::download}) {
+            Scene scene({{"from/d/a", "a"}, {"from/d/e/b", "b"}, {"to/", ""}}, route);
+            scene.server->mayHaveShell = false;
+            int looks = 0;
+            scene.callbacks.entriesOf = [&](const QString &folder) {
+                const QList<FileItem> entries = scene.disk->list(folder, HiddenFiles::included, {});
+                if (folder.endsWith(u'e') && ++looks == 2)
+                    scene.tree.write("from/d/e/late", "late");
+                return entries;
+            };
+            scene.request.isMove = true;
+            QCOMPARE(scene.run("from/d").failures.size(), 1);
+            QCOMPARE(scene.under(u"from/d/"_s), (TreeSnapshot{{u"e/"_s, ""}, {u"e/late"_s, "late"}}));
+        }
+    }
+
     void cancelInTheMiddleOfAFileLeavesNothingOfIt()
     {
         for (const Route route : {Route::upload, Route::download, Route::betweenServers}) {
