@@ -170,6 +170,20 @@ private slots:
         }
     }
 
+    void whatArrivesWhileAQuestionIsOpenIsTold()
+    {
+        Scene scene({{"from/a", "new a"}, {"from/b", "new b"}, {"to/b", "old b"}}, Route::upload);
+        QSemaphore asked;
+        QSemaphore told;
+        scene.server->halfway = [&asked](const QString &) { asked.tryAcquire(1, 5000); };
+        scene.callbacks.progress = [&told](const TransferCounts &counts) { told.release(int(counts.filesDone)); };
+        scene.callbacks.ask = [&](const TransferConflict &, const std::stop_token &) {
+            asked.release();
+            return ConflictAnswer{told.tryAcquire(1, 5000) ? Choice::skip : Choice::cancel};
+        };
+        QVERIFY(!scene.run("from/a", "from/b").wasCancelled);
+    }
+
     void namesThatAreOneForTheServersDiskDoNotReplaceEachOther()
     {
         // Enough for a stage or not; together or, for being large, one by one.
