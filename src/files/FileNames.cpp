@@ -40,6 +40,11 @@ qsizetype extensionStart(const QString &name)
     return isPackedTar ? dot - tar.size() : dot;
 }
 
+QString folded(const QString &name)
+{
+    return name.normalized(QString::NormalizationForm_C).toCaseFolded();
+}
+
 QString copyOfFile(const QString &name, int number)
 {
     const qsizetype split = extensionStart(name);

@@ -16,6 +16,9 @@ std::optional<QString> problem(const QString &name);
 /// of a hidden file begins no extension, and ".tar.gz" and the like count as one.
 qsizetype extensionStart(const QString &name);
 
+/// The same for all names that a disk which ignores case or spelling (composed, decomposed) takes for one.
+QString folded(const QString &name);
+
 /// The name of the `number`th copy of a file: "a copy.txt", "a copy 2.txt", …
 QString copyOfFile(const QString &name, int number);
 /// The same for a folder, which has no extension: "v1.2 copy".

@@ -6,6 +6,7 @@
 #include <QList>
 #include <QUuid>
 
+#include <functional>
 #include <memory>
 #include <stop_token>
 
@@ -58,6 +59,10 @@ int renameWithoutReplacing(const QByteArray &from, const QByteArray &to);
 
 /// Removes whatever stands at `path`, folders with their contents, links as such. Stops at the first failure.
 void removeTree(const QString &path, const std::stop_token &stop);
+/// Asked of each entry before it is looked into or goes, by its path.
+using MayGo = std::function<bool(const QString &path)>;
+/// The same, but leaves what may not go, and the folders it is in. Returns whether nothing was left.
+bool removeTree(const QString &path, const MayGo &mayGo, const std::stop_token &stop);
 
 /// Sets the mode of the item, and of everything below a folder. Failures below it are passed over, links skipped.
 void setMode(const QString &path, unsigned mode);

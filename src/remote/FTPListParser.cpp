@@ -8,6 +8,8 @@
 
 #include <QRegularExpression>
 
+#include <algorithm>
+
 namespace moorix::FTPListParser {
 
 namespace {
@@ -18,6 +20,9 @@ struct Row
     FileItem item;
     /// As the server wrote it.
     QString name;
+    /// On the server's clock, and not the day alone.
+    bool isToTheMinute = false;
+    bool isPlainFile = false;
 };
 
 /// Anchored on the date, as the number of columns before it differs from server to server; exactly one blank stands
@@ -64,11 +69,14 @@ std::optional<Row> unixRow(const QString &line, const QDateTime &now)
     row.item.size = match.captured(4).toLongLong();
     if (match.hasCaptured(5)) {
         row.item.modified = UnixListParser::parseDate(match.captured(5), match.captured(6), match.captured(7), now);
+        row.isToTheMinute = match.captured(7).contains(u':');
     } else {
         const QDateTime date(QDate::fromString(match.captured(8), Qt::ISODate),
                              QTime::fromString(match.captured(9), QStringLiteral("HH:mm")), Qt::UTC);
         row.item.modified = date.isValid() ? std::optional(date) : std::nullopt;
+        row.isToTheMinute = true;
     }
+    row.isPlainFile = kind == u'-';
     row.name = match.captured(10);
     if (row.item.isSymlink) {
         if (const qsizetype arrow = arrowIn(row.name, row.item.size); arrow > 0)
@@ -112,6 +120,8 @@ std::optional<Row> dosRow(const QString &line)
     QString size = match.captured(8);
     row.item.size = size.remove(u',').remove(u'.').toLongLong();
     row.item.modified = dosDate(match);
+    row.isToTheMinute = true;
+    row.isPlainFile = kind.isEmpty();
     row.name = match.captured(9);
     if (row.item.isSymlink) {
         if (const qsizetype target = row.name.lastIndexOf(QStringLiteral(" [")); target > 0)
@@ -163,9 +173,21 @@ bool isNameOfAnEntry(const QString &name)
            !name.contains(QChar::Null);
 }
 
+void addTimed(QList<FileItem> &timed, const FileItem &item)
+{
+    constexpr qsizetype most = 3;
+    const auto place = std::find_if(timed.begin(), timed.end(),
+                                    [&item](const FileItem &other) { return *other.modified < *item.modified; });
+    if (place == timed.end() && timed.size() == most)
+        return;
+    timed.insert(place, item);
+    timed.resize(std::min(timed.size(), most));
+}
+
 } // namespace
 
-FTPListing parse(const QByteArray &text, const QString &folder, const RemoteCharset &charset, const QDateTime &now)
+FTPListing parse(const QByteArray &text, const QString &folder, const RemoteCharset &charset, const QDateTime &now,
+                 std::chrono::seconds ahead)
 {
     static const QRegularExpression total(QStringLiteral("^total \\d+$"));
     FTPListing listing;
@@ -177,7 +199,7 @@ FTPListing parse(const QByteArray &text, const QString &folder, const RemoteChar
         if (line.trimmed().isEmpty() || total.match(line).hasMatch())
             continue;
         ++listing.lines;
-        std::optional<Row> row = unixRow(line, now);
+        std::optional<Row> row = unixRow(line, now.addSecs(ahead.count()));
         if (!row)
             row = factsRow(line);
         if (!row)
@@ -192,6 +214,11 @@ FTPListing parse(const QByteArray &text, const QString &folder, const RemoteChar
         item.path = Format::join(folder, item.name);
         if (item.ownerName)
             item.ownerName = charset.decode(item.ownerName->toLatin1());
+        const bool isTimed = row->isToTheMinute && item.modified;
+        if (isTimed)
+            item.modified = item.modified->addSecs(-ahead.count());
+        if (isTimed && row->isPlainFile)
+            addTimed(listing.timed, item);
         listing.items.append(std::move(item));
     }
     UnixListParser::trustLinks(listing.items);

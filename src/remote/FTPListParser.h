@@ -5,6 +5,8 @@
 
 #include <QList>
 
+#include <chrono>
+
 namespace moorix {
 
 class RemoteCharset;
@@ -14,6 +16,8 @@ struct FTPListing
 {
     /// The entries in their order, without "." and "..".
     QList<FileItem> items;
+    /// Of the plain files whose times are told to the minute, the last changed ones, latest first; three at most.
+    QList<FileItem> timed;
     /// Lines that could be entries, and how many of them were read.
     qsizetype lines = 0;
     qsizetype understood = 0;
@@ -27,10 +31,12 @@ struct FTPListing
 /// out, and so are names that would lead elsewhere: empty, ".", "..", with a slash or a NUL.
 namespace FTPListParser {
 
-/// `folder` is the listed folder's path. Dates are taken as UTC; one without a year is the last such date before a day
-/// after `now`, which is in UTC.
+/// `folder` is the listed folder's path. The server's clock shows the time in UTC and `ahead` together, which its dates
+/// are taken for, except in facts; one without a year is the last such date before a day after `now`, which is in UTC.
+/// Where the day alone is known, it begins at midnight UTC.
 FTPListing parse(const QByteArray &text, const QString &folder, const RemoteCharset &charset,
-                 const QDateTime &now = QDateTime::currentDateTimeUtc());
+                 const QDateTime &now = QDateTime::currentDateTimeUtc(),
+                 std::chrono::seconds ahead = std::chrono::seconds(0));
 
 /// The time of an MDTM reply or a `modify` fact, "20260301120000" with or without fractions of a second, in UTC.
 std::optional<QDateTime> parseStamp(const QByteArray &digits);

@@ -4,6 +4,7 @@
 #include "files/Format.h"
 #include "remote/FTPFailureText.h"
 #include "remote/FTPListParser.h"
+#include "remote/FTPListedZone.h"
 #include "remote/FTPService.h"
 
 #include <algorithm>
@@ -79,12 +80,48 @@ QList<CurlTransfer> FTPService::listings(const QStringList &folders, const QByte
     return m_runner.run(login(), request, stop);
 }
 
-std::optional<QList<FileItem>> FTPService::entries(const CurlTransfer &transfer, const QString &folder) const
+FTPListing FTPService::readListing(const CurlTransfer &transfer, const QString &folder, const std::stop_token &stop)
+{
+    const auto readAs = [&](std::chrono::seconds ahead) {
+        return FTPListParser::parse(transfer.body, folder, charset(), QDateTime::currentDateTimeUtc(), ahead);
+    };
+    const std::chrono::seconds assumed = m_aheadOfUTC;
+    FTPListing listing = readAs(assumed);
+    learnZone(listing.timed, stop);
+    const std::chrono::seconds known = m_aheadOfUTC;
+    return known == assumed ? listing : readAs(known);
+}
+
+/// Costs a login, but only where there are files that tell; what else happens to it counts for nothing.
+void FTPService::learnZone(const QList<FileItem> &files, const std::stop_token &stop)
+{
+    if (files.isEmpty() || m_zoneTriesLeft == 0)
+        return;
+    const std::lock_guard lock(m_learning);
+    if (m_zoneTriesLeft == 0)
+        return;
+    --m_zoneTriesLeft;
+    try {
+        QList<QByteArray> commands;
+        for (const FileItem &file : files)
+            commands << "MDTM " + native(file.path);
+        const QList<FTPReply> replies = command(commands, stop);
+        const auto ahead = FTPListedZone::aheadOfUTC(files, replies);
+        m_aheadOfUTC = ahead.value_or(std::chrono::seconds(0));
+        if (ahead || FTPListedZone::isUnknown(replies.constFirst()))
+            m_zoneTriesLeft = 0;
+    } catch (const FileServiceError &) {
+        return;
+    }
+}
+
+std::optional<QList<FileItem>> FTPService::entries(const CurlTransfer &transfer, const QString &folder,
+                                                   const std::stop_token &stop)
 {
     if (transfer.exitCode != 0)
         return std::nullopt;
     throwUnlessWhole(folder, transfer);
-    FTPListing listing = FTPListParser::parse(transfer.body, folder, charset());
+    FTPListing listing = readListing(transfer, folder, stop);
     return listing.understood > 0 ? std::optional(std::move(listing.items)) : std::nullopt;
 }
 
@@ -134,7 +171,7 @@ void FTPService::listEach(std::span<ListedFolder> folders, const std::stop_token
             fail(transfer, folder.path, unlisted(folder.path), stop);
     };
     const auto takeAll = [&](ListedFolder &folder, const CurlTransfer &transfer) {
-        folder.items = entries(transfer, folder.path);
+        folder.items = entries(transfer, folder.path, stop);
         if (!folder.items)
             throwIfNoListing(folder, transfer);
     };
@@ -142,14 +179,14 @@ void FTPService::listEach(std::span<ListedFolder> folders, const std::stop_token
     const auto takePlain = [&](ListedFolder &folder, const CurlTransfer &transfer) {
         throwIfNoListing(folder, transfer);
         throwUnlessWhole(folder.path, transfer);
-        const FTPListing listing = FTPListParser::parse(transfer.body, folder.path, charset());
+        const FTPListing listing = readListing(transfer, folder.path, stop);
         if (transfer.exitCode == 0 && !listing.isForeign())
             folder.items = listing.items;
         else
             plain.insert(folder.path, transfer);
     };
     const auto takeFacts = [&](ListedFolder &folder, const CurlTransfer &transfer) {
-        folder.items = entries(transfer, folder.path);
+        folder.items = entries(transfer, folder.path, stop);
         if (folder.items)
             return;
         const CurlTransfer asked = plain.value(folder.path);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Many files or steps over one connection.
+#include "files/FileNames.h"
 #include "files/FileServiceError.h"
 #include "files/Format.h"
 #include "files/LocalDisk.h"
@@ -48,6 +49,31 @@ qint64 copiedBytes(const std::vector<RemoteCopy> &copies)
     return std::accumulate(copies.begin(), copies.end(), qint64(0),
                            [](qint64 sum, const RemoteCopy &copy) { return sum + copy.copiedBytes; });
 }
+
+/// The names in folders as a disk that ignores case knows them.
+class TwinNames
+{
+public:
+    /// Takes the name that the step gives. Returns whether something else may bear it; `standing` holds what was there
+    /// before the steps.
+    bool take(const RemoteStep &step, const QHash<QString, QSet<QString>> &standing)
+    {
+        const QString folder = Format::parent(step.toPath);
+        const QString name = FileNames::folded(Format::fileName(step.toPath));
+        if (!m_names.contains(folder)) {
+            for (const QString &other : standing.value(folder))
+                m_names[folder].insert(FileNames::folded(other));
+        }
+        const bool isItself =
+            Format::parent(step.path) == folder && FileNames::folded(Format::fileName(step.path)) == name;
+        const bool isTaken = m_names[folder].contains(name) && !isItself;
+        m_names[folder].insert(name);
+        return isTaken;
+    }
+
+private:
+    QHash<QString, QSet<QString>> m_names;
+};
 
 template <class Task>
 void fail(Task &task, const QString &why)
@@ -232,7 +258,7 @@ void FTPService::completeStored(const std::vector<RemoteCopy *> &stored, const s
 {
     QHash<QString, FileItem> listed;
     if (listing && listing->exitCode == 0)
-        addListed(*listing, commonFolder(stored), listed);
+        addListed(*listing, commonFolder(stored), listed, stop);
     else
         listed = listedWithTimes(stored, stop);
     QList<QByteArray> commands{"TYPE I"};
@@ -286,15 +312,16 @@ QHash<QString, FileItem> FTPService::listedWithTimes(const std::vector<RemoteCop
     const QList<CurlTransfer> transfers = listings(folders, "LIST -a", stop, isOneRun ? times : QList<QByteArray>());
     QHash<QString, FileItem> found;
     for (qsizetype i = 0; i < transfers.size(); ++i)
-        addListed(transfers.at(i), folders.at(i), found);
+        addListed(transfers.at(i), folders.at(i), found, stop);
     return found;
 }
 
 /// Where it shows a part only, the files that are not in it are asked for one by one.
-void FTPService::addListed(const CurlTransfer &listing, const QString &folder, QHash<QString, FileItem> &found) const
+void FTPService::addListed(const CurlTransfer &listing, const QString &folder, QHash<QString, FileItem> &found,
+                           const std::stop_token &stop)
 {
     try {
-        for (const FileItem &item : entries(listing, folder).value_or(QList<FileItem>()))
+        for (const FileItem &item : entries(listing, folder, stop).value_or(QList<FileItem>()))
             found.insert(item.path, item);
     } catch (const FileServiceError &) {
         return;
@@ -363,13 +390,31 @@ bool FTPService::isThere(const QString &path, Standing &known, const std::stop_t
     return known[folder].contains(Format::fileName(path));
 }
 
+/// Servers replace an existing file without asking.
+void FTPService::refuseTaken(const QString &source, const QString &path, const std::stop_token &stop)
+{
+    bool isTaken = false;
+    try {
+        Standing known;
+        isTaken = isThere(path, known, stop) ||
+                  (TwinNames().take({RemoteStep::Kind::rename, source, path}, known) && exists(path, stop));
+    } catch (const FileServiceError &error) {
+        if (error.kind() != FileServiceError::Case::notFound)
+            throw;
+    }
+    if (isTaken)
+        throw FileServiceError::operationFailed(QStringLiteral("“%1” exists already.").arg(Format::display(path)));
+}
+
+/// Servers rename a file over whatever stands there, but no folder. A disk that ignores case finds there what bears
+/// another name in listings.
 void FTPService::takeSteps(std::vector<RemoteStep> &steps, const std::stop_token &stop)
 {
-    QList<QByteArray> commands;
     std::vector<RemoteStep *> sent;
+    std::vector<RemoteStep *> doubtful;
     Standing before;
+    TwinNames twins;
     for (RemoteStep &step : steps) {
-        // Servers rename a file over whatever stands there, but no folder.
         if (step.state == RemoteStep::State::open && step.kind == RemoteStep::Kind::rename &&
             isThere(step.toPath, before, stop))
             moorix::fail(step, QStringLiteral("something of this name is there."));
@@ -378,23 +423,38 @@ void FTPService::takeSteps(std::vector<RemoteStep> &steps, const std::stop_token
             moorix::fail(step, QStringLiteral("its name ends in a blank."));
         if (step.state != RemoteStep::State::open)
             continue;
-        sent.push_back(&step);
-        if (step.kind == RemoteStep::Kind::remove)
-            commands << "DELE " + native(step.path) << "NOOP";
-        else if (step.kind == RemoteStep::Kind::removeFolder)
-            commands << "RMD " + native(step.path) << "NOOP";
-        else if (step.kind == RemoteStep::Kind::setMode)
-            commands << "SITE CHMOD " + step.octal.toLatin1() + ' ' + native(step.path) << "NOOP";
-        else
-            commands << "RNFR " + native(step.path) << "RNTO " + native(step.toPath);
+        const bool isDoubtful = step.kind == RemoteStep::Kind::rename && twins.take(step, before);
+        (isDoubtful ? doubtful : sent).push_back(&step);
     }
-    if (sent.empty())
+    takeAtOnce(sent, stop);
+    for (RemoteStep *step : doubtful) {
+        if (exists(step->toPath, stop))
+            moorix::fail(*step, QStringLiteral("the server takes its name and that of another entry for one."));
+        else
+            takeAtOnce({step}, stop);
+    }
+}
+
+void FTPService::takeAtOnce(const std::vector<RemoteStep *> &steps, const std::stop_token &stop)
+{
+    QList<QByteArray> commands;
+    for (const RemoteStep *step : steps) {
+        if (step->kind == RemoteStep::Kind::remove)
+            commands << "DELE " + native(step->path) << "NOOP";
+        else if (step->kind == RemoteStep::Kind::removeFolder)
+            commands << "RMD " + native(step->path) << "NOOP";
+        else if (step->kind == RemoteStep::Kind::setMode)
+            commands << "SITE CHMOD " + step->octal.toLatin1() + ' ' + native(step->path) << "NOOP";
+        else
+            commands << "RNFR " + native(step->path) << "RNTO " + native(step->toPath);
+    }
+    if (commands.isEmpty())
         return;
     const QList<FTPReply> replies = command(commands, patienceFor(commands), stop);
     Standing after;
-    for (std::size_t i = 0; i < sent.size(); ++i) {
+    for (std::size_t i = 0; i < steps.size(); ++i) {
         const FTPReply &first = replies.at(qsizetype(2 * i));
-        settle(*sent.at(i), first.isRefusal() ? first : replies.at(qsizetype(2 * i + 1)), after, stop);
+        settle(*steps.at(i), first.isRefusal() ? first : replies.at(qsizetype(2 * i + 1)), after, stop);
     }
 }
 

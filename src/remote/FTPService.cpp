@@ -201,8 +201,7 @@ void FTPService::setPermissions(const QString &path, const QString &octal, Recur
 
 void FTPService::move(const FileItem &item, const QString &toPath, const std::stop_token &stop)
 {
-    // Servers replace an existing file without asking.
-    refuseExisting(toPath, stop);
+    refuseTaken(item.path, toPath, stop);
     renameTo(item.path, toPath, Existing::refuse, stop);
 }
 

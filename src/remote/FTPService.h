@@ -15,6 +15,8 @@
 
 namespace moorix {
 
+struct FTPListing;
+
 /// How long an FTP server may take.
 struct FTPPatience
 {
@@ -29,8 +31,8 @@ struct FTPPatience
 /// to use from several threads.
 ///
 /// With encryption, the server's key is remembered on first contact and expected from then on, unless the record asks
-/// for a certificate that the system's authorities vouch for. Times in listings are taken as UTC, the zone servers use
-/// unless told otherwise.
+/// for a certificate that the system's authorities vouch for. Listings are taken to be in UTC until one holds a file by
+/// which the server's zone can be found out.
 class FTPService final : public RemoteFileService
 {
 public:
@@ -116,8 +118,12 @@ private:
                              const QList<QByteArray> &before) const;
     QList<CurlTransfer> listings(const QStringList &folders, const QByteArray &command, const std::stop_token &stop,
                                  const QList<QByteArray> &before = {});
+    FTPListing readListing(const CurlTransfer &transfer, const QString &folder, const std::stop_token &stop);
+    /// Finds out, once, in which zone the server has listed these files.
+    void learnZone(const QList<FileItem> &files, const std::stop_token &stop);
     /// The entries of a listing that ended well, or nothing when another command may bring more.
-    std::optional<QList<FileItem>> entries(const CurlTransfer &transfer, const QString &folder) const;
+    std::optional<QList<FileItem>> entries(const CurlTransfer &transfer, const QString &folder,
+                                           const std::stop_token &stop);
     using TakeListing = std::function<void(ListedFolder &folder, const CurlTransfer &transfer)>;
     /// Has those that are open listed by the command, over one connection as far as it goes.
     void askEach(std::span<ListedFolder> folders, const QByteArray &command, const TakeListing &take,
@@ -127,6 +133,9 @@ private:
                         const std::stop_token &stop);
 
     void refuseExisting(const QString &path, const std::stop_token &stop);
+    /// Throws where something else than the source stands at `path`, or what the server takes for it. For a copy there
+    /// is nothing else: no source is given.
+    void refuseTaken(const QString &source, const QString &path, const std::stop_token &stop);
     /// For servers that rename over nothing: what stands at the destination steps aside first, and comes back when
     /// the source cannot take its place. Returns the reply that counts; an Error tells where it is if it did not.
     FTPReply replaceByDetour(const QString &source, const QString &destination);
@@ -170,12 +179,14 @@ private:
     void completeStored(const std::vector<RemoteCopy *> &stored, const std::optional<CurlTransfer> &listing,
                         const std::stop_token &stop);
     QHash<QString, FileItem> listedWithTimes(const std::vector<RemoteCopy *> &stored, const std::stop_token &stop);
-    void addListed(const CurlTransfer &listing, const QString &folder, QHash<QString, FileItem> &found) const;
+    void addListed(const CurlTransfer &listing, const QString &folder, QHash<QString, FileItem> &found,
+                   const std::stop_token &stop);
     void learnTimeCommand(const RemoteCopy &copy, const std::stop_token &stop);
     /// Names by folder.
     using Standing = QHash<QString, QSet<QString>>;
     /// Lists the folder at most once.
     bool isThere(const QString &path, Standing &known, const std::stop_token &stop);
+    void takeAtOnce(const std::vector<RemoteStep *> &steps, const std::stop_token &stop);
     void settle(RemoteStep &step, const FTPReply &reply, Standing &after, const std::stop_token &stop);
     std::chrono::seconds patienceFor(const QList<QByteArray> &commands) const;
 
@@ -202,6 +213,10 @@ private:
     /// Held while something is found out about the server, so that others wait for it instead of asking, too.
     std::mutex m_learning;
     std::atomic<bool> m_tellsNoFreeSpace = false;
+    /// What listings are ahead of UTC, as far as it is known.
+    std::atomic<std::chrono::seconds> m_aheadOfUTC = std::chrono::seconds(0);
+    /// How often it may still be asked for.
+    std::atomic<int> m_zoneTriesLeft = 3;
     std::atomic<TimeCommand> m_timeCommand = TimeCommand::unknown;
     enum class OlderTLS { unknown, taken, refused };
     OlderTLS m_olderTLS = OlderTLS::unknown;

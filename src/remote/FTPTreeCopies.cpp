@@ -130,7 +130,7 @@ void FTPService::uploadFolder(const QString &localPath, const QString &remotePat
 
 void FTPService::copy(const FileItem &item, const QString &toPath, const std::stop_token &stop)
 {
-    refuseExisting(toPath, stop);
+    refuseTaken({}, toPath, stop);
     copyThroughThisMachine(followLink(item, stop), toPath, true, stop);
 }
 

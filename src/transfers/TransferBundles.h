@@ -45,6 +45,7 @@ public:
         return m_route.isServerDestination() && !m_route.isServerSource() && server().takesMany();
     }
     bool mayTakeStepsAtSource() const { return m_route.isServerSource() && server().takesMany(); }
+    bool mayRemoveByStepsAtSource() const { return mayTakeStepsAtSource() && !server().mayTakeArchives(); }
     /// Takes the steps on the server that the files go to or, of two servers, come from, across broken links. Throws
     /// when it is stopped or lost.
     void takeSteps(std::vector<RemoteStep> &steps);

@@ -38,7 +38,8 @@ public:
     explicit TransferEngine(const Options &options, QObject *parent = nullptr);
     ~TransferEngine() override;
 
-    /// Keeps the queue in a document from now on, and takes up what it holds: those transfers wait for `resume`.
+    /// Keeps the queue in a document from now on, and takes up what it holds once it is read, ahead of what is enqueued
+    /// meanwhile: those transfers wait for `resume`. Called once.
     void keepQueueIn(const QString &path, TransferPlaces places);
     void setMostAtOnce(int count);
 
@@ -128,6 +129,7 @@ private:
     void updateRates();
     void removeCleared();
     void removeLeftovers(const QUuid &id, const Order &order);
+    void takeUp(QList<StoredTransfer> transfers);
     QList<StoredTransfer> storedTransfers() const;
     void save();
     void saveNow();
@@ -141,6 +143,9 @@ private:
     std::optional<TransferConflict> m_conflict;
     TransferPlaces m_places;
     std::shared_ptr<TransferQueueFile> m_file;
+    Job m_load;
+    /// Nothing is saved until then.
+    bool m_isLoading = false;
     Job m_save;
     bool m_isSaving = false;
     /// The queue has changed since.

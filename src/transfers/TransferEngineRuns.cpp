@@ -186,8 +186,29 @@ void TransferEngine::keepQueueIn(const QString &path, TransferPlaces places)
 {
     m_places = std::move(places);
     m_file = std::make_shared<TransferQueueFile>(path);
-    QString problem;
-    for (StoredTransfer &stored : m_file->load(problem)) {
+    m_isLoading = true;
+    const auto loaded = [this](TransferQueueFile::Content content) {
+        takeUp(std::move(content.transfers));
+        emit listChanged();
+        if (!content.problem.isEmpty())
+            emit queueProblem(content.problem);
+        if (m_isSaveDue)
+            save();
+    };
+    m_load = runJob([file = m_file](const std::stop_token &) { return file->load(); }, loaded,
+                    [this](const Error &error) {
+                        // What nobody has read is not replaced.
+                        m_file.reset();
+                        m_isLoading = false;
+                        emit queueProblem(error.message());
+                    });
+}
+
+void TransferEngine::takeUp(QList<StoredTransfer> transfers)
+{
+    m_isLoading = false;
+    QList<TransferStatus> all;
+    for (StoredTransfer &stored : transfers) {
         TransferStatus status;
         status.id = stored.request.id;
         status.title = stored.request.title();
@@ -204,11 +225,9 @@ void TransferEngine::keepQueueIn(const QString &path, TransferPlaces places)
         order.isOlder = stored.hasStarted;
         order.stored = std::move(stored);
         m_orders.insert_or_assign(status.id, std::move(order));
-        m_transfers.append(std::move(status));
+        all.append(std::move(status));
     }
-    emit listChanged();
-    if (!problem.isEmpty())
-        emit queueProblem(problem);
+    m_transfers = all + m_transfers;
 }
 
 QList<StoredTransfer> TransferEngine::storedTransfers() const
@@ -239,8 +258,8 @@ void TransferEngine::save()
 {
     if (!m_file)
         return;
-    m_isSaveDue = m_isSaving;
-    if (std::exchange(m_isSaving, true))
+    m_isSaveDue = m_isSaving || m_isLoading;
+    if (m_isLoading || std::exchange(m_isSaving, true))
         return;
     const auto ended = [this] {
         m_isSaving = false;
@@ -259,9 +278,12 @@ void TransferEngine::save()
 /// What the program leaves behind when it ends.
 void TransferEngine::saveNow()
 {
-    if (!m_isSaving)
+    if (!m_file || (!m_isSaving && !m_isSaveDue))
         return;
     try {
+        // What was enqueued meanwhile comes behind what the document holds.
+        if (m_isLoading)
+            takeUp(m_file->load().transfers);
         m_file->save(storedTransfers(), ++m_saves);
     } catch (const Error &) {
         // Nobody is there to be told any more.

@@ -25,11 +25,6 @@ std::optional<QString> transferNames::objection(const QString &name, NameSource 
     return std::nullopt;
 }
 
-QString transferNames::folded(const QString &name)
-{
-    return name.normalized(QString::NormalizationForm_C).toCaseFolded();
-}
-
 QString transferNames::freeName(const FileItem &item, const std::function<bool(const QString &)> &isTaken)
 {
     const bool isFolder = item.isDirectory && !item.isSymlink;

@@ -17,9 +17,6 @@ enum class NameSource { localDisk, server };
 /// a name: one that leads out of the folder is never followed, nor one with control characters.
 std::optional<QString> objection(const QString &name, NameSource from);
 
-/// The same for all names that may be one entry where a disk ignores case or ways to compose letters.
-QString folded(const QString &name);
-
 /// The first of "NAME 2.ext", "NAME 3.ext" … (and "NAME 2.tar.gz") that `isTaken` does not know. A folder's name is not
 /// split at a dot.
 QString freeName(const FileItem &item, const std::function<bool(const QString &)> &isTaken);

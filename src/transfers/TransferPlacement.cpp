@@ -2,6 +2,7 @@
 #include "transfers/TransferPlacement.h"
 
 #include "base/Error.h"
+#include "files/FileNames.h"
 #include "files/FileService.h"
 #include "files/Format.h"
 #include "transfers/TransferNames.h"
@@ -154,9 +155,10 @@ TransferPlace TransferPlacement::placeAt(const FileItem &item, const QString &na
 {
     TransferPlace place;
     place.path = Format::join(target.path, name);
-    const bool isTwin = !target.twins.isEmpty() && target.twins.contains(transferNames::folded(name));
+    const bool isTwin = !target.twins.isEmpty() && target.twins.contains(FileNames::folded(name));
     place.isInNewFolder = (target.isNew || target.isStage) && !isTwin;
-    place.isStaged = target.isStage;
+    // Filled under its own name, it would be written over its twin.
+    place.isStaged = target.isStage && !isTwin;
     const QString part = transferNames::partPath(place.path, m_request.id, item);
     place.hasPart = target.entries.contains(Format::fileName(part));
     return place;

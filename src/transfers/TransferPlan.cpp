@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "transfers/TransferPlan.h"
 
+#include "files/FileNames.h"
 #include "transfers/TransferLink.h"
 
 #include <QHash>
@@ -93,7 +94,7 @@ QSet<QString> twinNames(const TransferNode &folder)
     QSet<QString> names;
     QSet<QString> twins;
     for (const TransferNode &child : folder.children) {
-        const QString name = transferNames::folded(child.item.name);
+        const QString name = FileNames::folded(child.item.name);
         if (names.contains(name))
             twins.insert(name);
         names.insert(name);

@@ -109,26 +109,34 @@ TransferQueueFile::TransferQueueFile(QString path)
 {
 }
 
-QList<StoredTransfer> TransferQueueFile::load(QString &problem) const
+TransferQueueFile::Content TransferQueueFile::decoded() const
 {
-    QList<StoredTransfer> transfers;
+    Content content;
+    const auto bytes = jsonFile::read(m_path);
+    if (!bytes)
+        return content;
+    const JsonReader reader = JsonReader::parse(*bytes, u"the transfer queue"_s);
+    const QJsonArray array = reader.requiredArray(u"transfers"_s);
+    for (qsizetype index = 0; index < array.size(); ++index)
+        content.transfers.append(
+            readTransfer(reader.element(array, index, u"transfer %1 of the queue"_s.arg(index + 1))));
+    return content;
+}
+
+TransferQueueFile::Content TransferQueueFile::load()
+{
+    const std::lock_guard lock(m_mutex);
     try {
-        const auto bytes = jsonFile::read(m_path);
-        if (!bytes)
-            return {};
-        const JsonReader reader = JsonReader::parse(*bytes, u"the transfer queue"_s);
-        const QJsonArray array = reader.requiredArray(u"transfers"_s);
-        for (qsizetype index = 0; index < array.size(); ++index)
-            transfers.append(readTransfer(reader.element(array, index, u"transfer %1 of the queue"_s.arg(index + 1))));
-        return transfers;
+        return decoded();
     } catch (const Error &error) {
         const QFileInfo file(m_path);
         const QString stamp = QDateTime::currentDateTimeUtc().toString(u"yyyyMMdd-HHmmss-zzz"_s);
         const QString aside = u"%1/%2.corrupt-%3.json"_s.arg(file.path(), file.completeBaseName(), stamp);
-        jsonFile::setAside(m_path, aside);
-        problem =
-            u"The transfers of the last run could not be read and lie in “%1” now: %2"_s.arg(aside, error.message());
-        return {};
+        const QString unread = u"The transfers of the last run could not be read"_s;
+        if (!jsonFile::setAside(m_path, aside)) {
+            throw Error(u"Storage"_s, u"%1, so those of this run are not kept: %2"_s.arg(unread, error.message()));
+        }
+        return {{}, u"%1 and lie in “%2” now: %3"_s.arg(unread, aside, error.message())};
     }
 }
 

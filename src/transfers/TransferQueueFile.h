@@ -34,15 +34,25 @@ struct StoredTransfer
 class TransferQueueFile final
 {
 public:
+    struct Content
+    {
+        QList<StoredTransfer> transfers = {};
+        /// That the document could not be decoded and was set aside; empty otherwise.
+        QString problem = {};
+    };
+
     explicit TransferQueueFile(QString path);
 
-    /// What the document holds. One that cannot be decoded is set aside; `problem` then says so.
-    QList<StoredTransfer> load(QString &problem) const;
+    /// What the document holds. Takes its time where there are many items. Throws an Error when it can neither be
+    /// decoded nor set aside: it must not be replaced then.
+    Content load();
     /// Replaces the document, unless a state of a higher number has done so. Takes its time where there are many items.
     /// Throws an Error when it cannot be written.
     void save(const QList<StoredTransfer> &transfers, qint64 number);
 
 private:
+    Content decoded() const;
+
     QString m_path;
     std::mutex m_mutex;
     QByteArray m_saved;

@@ -112,6 +112,7 @@ private:
     void clear(const TransferNode &node, TransferTarget &stage);
     QString finalPath(const Item &item, const QString &path);
     void finishFolders(Item &item);
+    void nameStages(Item &item);
     void nameStage(Item &item, Stage &stage);
     void fail(Item &item, const Stage &stage, const QString &reason);
     void settleStages(Item &item);
@@ -134,6 +135,8 @@ private:
     void applyFolderAttributes(const FileItem &folder, const QString &path);
     void checkContents();
     void removeSource(Item &item);
+    bool removeCopied(TransferNode &folder) const;
+    void removeCopiedAtServer(Item &item);
     bool isUnchanged(const TransferNode &node, const FileItem &present);
 
     void arrive(TransferNode &node);

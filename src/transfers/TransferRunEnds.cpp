@@ -5,10 +5,16 @@
 #include "base/Error.h"
 #include "files/FileService.h"
 #include "files/Format.h"
+#include "files/LocalDisk.h"
+#include "transfers/TarPacker.h"
 #include "transfers/TransferChecksums.h"
 
 #include <QHash>
 #include <QSet>
+
+#include <algorithm>
+
+#include <sys/stat.h>
 
 namespace moorix {
 
@@ -50,32 +56,46 @@ void TransferRun::giveUp(const std::vector<Item *> &items)
         removeTogether(files);
 }
 
-/// What has not arrived was removed, so that each file in a stage is whole. Modes and times that a file system or a
-/// server does not take are left as they are: the content is what counts.
+/// Modes and times that a file system or a server does not take are left as they are: the content is what counts.
+/// Where a stage has not got its name, a folder of that name is somebody else's, with all that is in it.
 void TransferRun::finishFolders(Item &item)
 {
-    const bool takesSteps = m_bundles.mayTakeSteps();
+    nameStages(item);
+    const auto isOurs = [&item](const QString &path) {
+        return std::none_of(item.stages.cbegin(), item.stages.cend(), [&path](const Stage &stage) {
+            return !stage.isNamed && (path == stage.place.path || path.startsWith(stage.place.path + u'/'));
+        });
+    };
+    std::vector<RemoteStep> steps;
+    for (auto folder = item.newFolders.crbegin(); folder != item.newFolders.crend(); ++folder) {
+        const auto &[original, path] = *folder;
+        if (!isOurs(path))
+            continue;
+        const auto octal = Format::octalMode(original.permissions);
+        if (!m_bundles.mayTakeSteps())
+            applyFolderAttributes(original, path);
+        else if (octal)
+            steps.push_back({RemoteStep::Kind::setMode, path, {}, *octal});
+    }
+    if (!steps.empty())
+        m_bundles.takeSteps(steps);
+}
+
+/// What has not arrived was removed, so that each file in a stage is whole.
+void TransferRun::nameStages(Item &item)
+{
     std::vector<RemoteStep> steps;
     std::vector<Stage *> renamed;
     for (Stage &stage : item.stages) {
         if (m_bundles.hasLeftHalves() || item.hasUnclearStage) {
             fail(item, stage,
                  u"it waits as “%1” because an unfinished copy in it could not be removed"_s.arg(stage.part.name));
-            continue;
-        }
-        if (takesSteps) {
+        } else if (m_bundles.mayTakeSteps()) {
             renamed.push_back(&stage);
             steps.push_back({RemoteStep::Kind::renameFolder, stage.part.path, stage.place.path});
         } else {
             nameStage(item, stage);
         }
-    }
-    for (auto folder = item.newFolders.crbegin(); folder != item.newFolders.crend(); ++folder) {
-        const auto octal = Format::octalMode(folder->first.permissions);
-        if (!takesSteps)
-            applyFolderAttributes(folder->first, folder->second);
-        else if (octal)
-            steps.push_back({RemoteStep::Kind::setMode, folder->second, {}, *octal});
     }
     if (steps.empty())
         return;
@@ -201,6 +221,15 @@ void TransferRun::removeSource(Item &item)
             tellOfOriginal(item, u"stays because it has changed meanwhile."_s);
             return;
         }
+        if (node.isFolder() && !m_route.isServerSource()) {
+            if (!removeCopied(item.node))
+                tellOfOriginal(item, u"stays where it has changed meanwhile."_s);
+            return;
+        }
+        if (node.isFolder() && m_bundles.mayRemoveByStepsAtSource()) {
+            removeCopiedAtServer(item);
+            return;
+        }
         m_link.repeat([&](const std::stop_token &stop, bool isFirst) {
             if (isFirst || m_route.source().stat(node.item.path, stop))
                 m_route.source().remove(node.item, stop);
@@ -209,6 +238,50 @@ void TransferRun::removeSource(Item &item)
         item.isThrough = false;
     } catch (const Error &error) {
         tellOfOriginal(item, u"could not be removed: "_s + error.message());
+    }
+}
+
+/// What joins a local folder, or changes in it, while the rest of it goes, stays.
+bool TransferRun::removeCopied(TransferNode &folder) const
+{
+    QHash<QString, const FileItem *> copied{{folder.item.path, &folder.item}};
+    for (const TreeEntry &entry : entriesOf(folder))
+        copied.insert(entry.node->item.path, &entry.node->item);
+    const auto isAsCopied = [&copied](const QString &path) {
+        const FileItem *known = copied.value(path);
+        const auto status = known ? LocalDisk::statusOf(path) : nullptr;
+        if (!status)
+            return false;
+        const FileItem now = LocalDisk::item(known->name, path, *status);
+        const bool isFolder = now.isDirectory && !now.isSymlink;
+        return isFolder || (now.size == known->size && now.modified == known->modified);
+    };
+    return LocalDisk::removeTree(folder.item.path, isAsCopied, m_callbacks.control->token());
+}
+
+/// As above. A server with a shell needs one command for the whole folder instead.
+void TransferRun::removeCopiedAtServer(Item &item)
+{
+    // So that a stop or a lost connection costs little.
+    constexpr std::size_t mostAtOnce = 500;
+    const std::vector<TreeEntry> entries = entriesOf(item.node);
+    std::vector<RemoteStep> all;
+    for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
+        const bool isFolder = entry->node->isFolder();
+        all.push_back({isFolder ? RemoteStep::Kind::removeFolder : RemoteStep::Kind::remove, entry->node->item.path});
+    }
+    all.push_back({RemoteStep::Kind::removeFolder, item.node.item.path});
+    for (auto next = all.begin(); next != all.end();) {
+        const auto end = next + std::min<std::ptrdiff_t>(mostAtOnce, all.end() - next);
+        std::vector<RemoteStep> steps(next, end);
+        next = end;
+        m_bundles.takeSteps(steps);
+        const auto failed = std::ranges::find(steps, RemoteStep::State::failed, &RemoteStep::state);
+        if (failed != steps.end()) {
+            tellOfOriginal(item,
+                           u"could not be removed: “%1”: %2"_s.arg(Format::display(failed->path), failed->failure));
+            return;
+        }
     }
 }
 
@@ -290,9 +363,11 @@ bool TransferRun::isUnchanged(const TransferNode &node, const FileItem &present)
 {
     TransferNode now{node.item};
     now.item.size = present.size;
-    // One file and a whole listing of a server may be dated in different time zones.
+    // The two may come from ways to list a server that differ in what they tell of a time.
     if (!m_route.isServerSource())
         now.item.modified = present.modified;
+    else if (!node.isFolder() && hasChanged(node.item, present))
+        return false;
     bool isUnchanged = true;
     sourceScan([&isUnchanged](const FileItem &, const QString &) { isUnchanged = false; }).fill(now);
     return isUnchanged && holdsNothingElse(now, node);

@@ -244,6 +244,54 @@ private slots:
         }
     }
 
+    void listingsInTheServersZoneTellWhenFilesWereChanged()
+    {
+        const QDateTime now = QDateTime::currentDateTimeUtc();
+        const TestTree local{{"sent", "x"}};
+        setTimeAndMode(local.path("sent"), now.addDays(-2), QFile::Permissions(0x6644));
+        // vsftpd takes and tells all times in its zone, so that only what it was given is known.
+        for (const auto &[program, settings, zone] : {std::tuple(Program::proftpd, "TimesGMT off\n", "TST-5:45"),
+                                                      std::tuple(Program::proftpd, "TimesGMT off\n", "TST3:30"),
+                                                      std::tuple(Program::vsftpd, "use_localtime=YES\n", "TST-5:45")}) {
+            if (!FTPServer::missing(program).isEmpty())
+                continue;
+            const FTPServer server(program, Encryption::none, settings, QLatin1String(zone));
+            const auto service = server.service();
+            service->upload(local.path("sent"), server.sharedPath() + u"/2"_s, {true, {}}, neverStops);
+            for (const int days : program == Program::proftpd ? QList{0, 3, 700} : QList<int>()) {
+                const QString path = u"%1/%2"_s.arg(server.sharedPath()).arg(days);
+                putFile(path, "x");
+                setTimeAndMode(path, now.addDays(-days), QFile::Permissions(0x6666));
+            }
+            for (const FileItem &item : service->list(server.sharedPath(), HiddenFiles::included, neverStops)) {
+                const qint64 later = item.modified->secsTo(now.addDays(-item.name.toInt()));
+                const bool isMidnight = item.modified->toUTC().time() == QTime(0, 0);
+                QVERIFY2(item.name == u"700" ? isMidnight : later >= 0 && later < 60, qPrintable(item.name));
+            }
+        }
+    }
+
+    void namesThatAreOneForTheServerDoNotReplaceEachOther()
+    {
+        // As on a disk that ignores case.
+        const FTPServer server(Program::proftpd, Encryption::none,
+                               "LoadModule mod_rewrite.c\nRewriteEngine on\n"
+                               "RewriteCondition %m RNTO|SIZE|MDTM|CWD\nRewriteRule ^(.*)/A$ $1/a\n");
+        const auto service = server.service();
+        const QString at = server.sharedPath() + u'/';
+        std::vector<RemoteStep> steps;
+        for (const QChar name : u"aAbB"_s) {
+            service->write(QByteArray(1, name.toLatin1()), at + u"part-"_s + name, neverStops);
+            steps.push_back({RemoteStep::Kind::rename, at + u"part-"_s + name, at + name});
+        }
+        service->takeSteps(steps, neverStops);
+        for (const RemoteStep &step : steps)
+            QCOMPARE(step.state, step.toPath.endsWith(u'A') ? RemoteStep::State::failed : RemoteStep::State::done);
+        QVERIFY(!messageOf([&] { service->rename(entryAt(at + u"b"_s), u"A"_s, neverStops); }).isEmpty());
+        QVERIFY(!messageOf([&] { service->copy(entryAt(at + u"b"_s), at + u"A"_s, neverStops); }).isEmpty());
+        QCOMPARE(contentOf(at + u'a') + contentOf(at + u'B'), QByteArray("aB"));
+    }
+
     void onlyWhatFitsItsBeginningGoesOn()
     {
         const QString file = m_plain->newFolder() + u"/a"_s;

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "remote/FTPListParser.h"
+#include "remote/FTPListedZone.h"
 #include "remote/RemoteCharset.h"
 #include "remote/UnixListParser.h"
 #include "support/TestMain.h"
 
 using namespace moorix;
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 using namespace moorix::test;
 
 namespace {
@@ -251,6 +253,20 @@ private slots:
         QVERIFY(!RemoteCharset(u"UTF-8"_s).encode(QString(QChar(0xD800))));
         for (const char *name : {"no-such-set", "UTF-16", "", "UTF-8//TRANSLIT"})
             QVERIFY_THROWS_EXCEPTION(FileServiceError, RemoteCharset(QString::fromLatin1(name)));
+    }
+
+    void zoneOfAServerIsWhatItsFilesAgreeOn()
+    {
+        // By how many seconds each file is listed later than MDTM says; of the second, one has changed meanwhile.
+        const std::pair<QList<int>, int> rows[] = {
+            {{-12659}, -12600}, {{-7200, 3600, 3600}, 3600}, {{400, 900}, 900}, {{400}, -1}, {{86400}, -1}, {{}, -1}};
+        for (const auto &[differences, expected] : rows) {
+            QList<FileItem> files(differences.size());
+            for (qsizetype i = 0; i < files.size(); ++i)
+                files[i].modified = autumn.addSecs(differences.at(i));
+            const QList<FTPReply> replies(files.size(), {213, autumn.toString(u"yyyyMMddHHmmss"_s).toLatin1()});
+            QCOMPARE(FTPListedZone::aheadOfUTC(files, replies).value_or(-1s).count(), expected);
+        }
     }
 };
 

@@ -78,11 +78,12 @@ QString FTPServer::missing(Program program)
     return needsRoot ? u"vsftpd offers an account only when root runs the tests."_s : QString();
 }
 
-FTPServer::FTPServer(Program program, Encryption encryption, QByteArray settings)
+FTPServer::FTPServer(Program program, Encryption encryption, QByteArray settings, QString zone)
     : ServerProcess(u"/tmp/moorix-ftpd-XXXXXX"_s)
     , m_program(program)
     , m_encryption(encryption)
     , m_settings(std::move(settings))
+    , m_zone(std::move(zone))
 {
     QDir().mkdir(path("empty"));
     makeCertificate();
@@ -120,6 +121,8 @@ void FTPServer::start()
     const QString libraries = serversFolder() + u"/usr/lib/"_s;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(u"LD_LIBRARY_PATH"_s, libraries + QDir(libraries).entryList({u"*-linux-gnu*"_s}).value(0));
+    if (!m_zone.isEmpty())
+        environment.insert(u"TZ"_s, m_zone);
     if (m_program == Program::vsftpd) {
         startApart({user()},
                    "mount -t tmpfs none /etc/pam.d\n"

@@ -17,8 +17,8 @@ public:
     /// Why the program cannot be run here, as a sentence; empty when it can.
     static QString missing(Program program);
 
-    /// `settings` are further lines of the program's configuration.
-    FTPServer(Program program, Encryption encryption, QByteArray settings = {});
+    /// `settings` are further lines of the program's configuration, `zone` is the TZ it runs in.
+    FTPServer(Program program, Encryption encryption, QByteArray settings = {}, QString zone = {});
 
     /// A record with a fresh id for the account.
     ServerConnection connection() const;
@@ -40,6 +40,7 @@ private:
     Program m_program;
     Encryption m_encryption;
     QByteArray m_settings;
+    QString m_zone;
 };
 
 } // namespace moorix::test

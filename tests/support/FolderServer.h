@@ -41,6 +41,8 @@ public:
     ListedTimes times;
     /// It can compute checksums.
     bool hasShell = false;
+    /// Whether to ask it for a shell.
+    bool mayHaveShell = true;
     /// Its disk takes names that differ by case for one.
     bool ignoresCase = false;
     /// Files can travel together.
@@ -136,7 +138,7 @@ public:
             sums.insert(path, QCryptographicHash::hash(m_disk.read(path, stop), QCryptographicHash::Sha256));
         return sums;
     }
-    bool mayTakeArchives() const override { return true; }
+    bool mayTakeArchives() const override { return mayHaveShell; }
     std::optional<Sums> unpackArchive(Path folder, const std::function<QByteArray()> &next, Stop stop) override
     {
         if (!hasShell)

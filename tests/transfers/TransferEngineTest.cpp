@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "transfers/TransferEngine.h"
 #include "base/Json.h"
+#include "files/NativePath.h"
 #include "support/TestMain.h"
 #include "transfers/TransferScene.h"
 
@@ -8,6 +9,7 @@
 #include <QFileInfo>
 #include <QSignalSpy>
 
+#include <algorithm>
 #include <array>
 #include <list>
 #include <thread>
@@ -35,6 +37,12 @@ struct QueueScene : EngineScene
     }
 
     void begin()
+    {
+        open();
+        QVERIFY(QSignalSpy(engine.get(), &TransferEngine::listChanged).wait());
+    }
+    /// Without waiting for the document.
+    void open()
     {
         engine = std::make_unique<TransferEngine>(TransferEngine::Options{1, {}});
         QObject::connect(engine.get(), &TransferEngine::queueProblem, engine.get(),
@@ -436,6 +444,43 @@ private slots:
         QCOMPARE(scene.state(0), State::reconnecting);
         QTRY_COMPARE(scene.state(0), State::interrupted);
         QCOMPARE(scene.status().failures, QStringList{scene.problemOfServer});
+    }
+
+    void whatIsSentBeforeTheDocumentIsReadJoinsIt()
+    {
+        QueueScene scene;
+        QList<QUuid> sent;
+        for (const bool isRead : {true, false, true}) {
+            scene.open();
+            sent << scene.send("from/a");
+            scene.engine->pause(sent.constLast());
+            QCOMPARE(scene.engine->transfers().size(), 1);
+            QVERIFY(!isRead || QSignalSpy(scene.engine.get(), &TransferEngine::listChanged).wait());
+            scene.engine.reset();
+        }
+        scene.begin();
+        QVERIFY(std::ranges::equal(scene.engine->transfers(), sent, {}, &TransferStatus::id));
+        scene.letGo->release(9);
+    }
+
+    void namesThatAreNoUnicodeOutliveTheProgram()
+    {
+        QueueScene scene;
+        scene.send("from/a");
+        const QString name = NativePath::text("b\xff\"\xc3\xbc\x80");
+        scene.disk->write("odd", scene.tree.path("from/") + name, {});
+        TransferRequest request;
+        request.source = request.destination = scene.disk;
+        request.items = {*scene.disk->stat(scene.tree.path("from/") + name, {})};
+        request.targetFolder = scene.tree.path("to");
+        request.isMove = true;
+        const QUuid id = scene.engine->enqueue(request);
+        scene.engine.reset();
+        scene.letGo->release(9);
+        scene.begin();
+        scene.engine->resume(id);
+        QTRY_COMPARE(scene.state(1), State::finished);
+        scene.disk->remove(*scene.disk->stat(scene.tree.path("to/") + name, {}), {});
     }
 
     void documentIsPrivateAndOneThatIsDamagedIsSetAside()

@@ -8,6 +8,7 @@
 
 #include <QElapsedTimer>
 #include <QRandomGenerator>
+#include <QSignalSpy>
 
 #include <algorithm>
 
@@ -59,7 +60,9 @@ private slots:
             QSKIP("Only a part of TransferInterruptionsTest.");
         const auto disk = std::make_shared<LocalFileService>();
         TransferEngine engine(TransferEngine::Options{3, {10ms, 50ms, 200ms, 1s}});
+        QSignalSpy loaded(&engine, &TransferEngine::listChanged);
         engine.keepQueueIn(setting("SCENE_FOLDER") + u"/transfers.json"_s, placesOf(disk));
+        QVERIFY(loaded.wait());
         if (engine.transfers().isEmpty())
             begin(engine, disk);
         for (const TransferStatus &status : QList<TransferStatus>(engine.transfers())) {

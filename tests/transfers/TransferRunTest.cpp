@@ -170,6 +170,20 @@ private slots:
         }
     }
 
+    void whatArrivesWhileAQuestionIsOpenIsTold()
+    {
+        Scene scene({{"from/a", "new a"}, {"from/b", "new b"}, {"to/b", "old b"}}, Route::upload);
+        QSemaphore asked;
+        QSemaphore told;
+        scene.server->halfway = [&asked](const QString &) { asked.tryAcquire(1, 5000); };
+        scene.callbacks.progress = [&told](const TransferCounts &counts) { told.release(int(counts.filesDone)); };
+        scene.callbacks.ask = [&](const TransferConflict &, const std::stop_token &) {
+            asked.release();
+            return ConflictAnswer{told.tryAcquire(1, 5000) ? Choice::skip : Choice::cancel};
+        };
+        QVERIFY(!scene.run("from/a", "from/b").wasCancelled);
+    }
+
     void namesThatAreOneForTheServersDiskDoNotReplaceEachOther()
     {
         // Enough for a stage or not; together or, for being large, one by one.
@@ -282,6 +296,34 @@ private slots:
             scene.request.isMove = true;
             QCOMPARE(scene.run("from/d").failures.size(), 1);
             QCOMPARE(scene.tree.read(written), QByteArray("written meanwhile"));
+        }
+    }
+
+    void moveKeepsAFileOfAServerThatChangesButNotInSize()
+    {
+        Scene scene({{"from/a", "before"}, {"to/", ""}}, Route::download);
+        const QDateTime later = QDateTime::currentDateTime().addSecs(90);
+        scene.server->halfway = [&](const QString &path) { setTimeAndMode(path, later, QFile::Permissions(0x6644)); };
+        scene.request.isMove = true;
+        QCOMPARE(scene.run("from/a").failures.size(), 1);
+        QVERIFY(scene.tree.exists("from/a"));
+    }
+
+    void moveKeepsWhatComesToAFolderAfterTheLastLook()
+    {
+        for (const Route route : {Route::upload, Route::download}) {
+            Scene scene({{"from/d/a", "a"}, {"from/d/e/b", "b"}, {"to/", ""}}, route);
+            scene.server->mayHaveShell = false;
+            int looks = 0;
+            scene.callbacks.entriesOf = [&](const QString &folder) {
+                const QList<FileItem> entries = scene.disk->list(folder, HiddenFiles::included, {});
+                if (folder.endsWith(u'e') && ++looks == 2)
+                    scene.tree.write("from/d/e/late", "late");
+                return entries;
+            };
+            scene.request.isMove = true;
+            QCOMPARE(scene.run("from/d").failures.size(), 1);
+            QCOMPARE(scene.under(u"from/d/"_s), (TreeSnapshot{{u"e/"_s, ""}, {u"e/late"_s, "late"}}));
         }
     }
 

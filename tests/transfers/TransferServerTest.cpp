@@ -320,6 +320,29 @@ private slots:
         QVERIFY(scene.tree.exists("from/a"));
     }
 
+    void folderThatSomebodyElseMakesMeanwhileKeepsItsModes()
+    {
+        if (const QString missing = FTPServer::missing(FTPServer::Program::proftpd); !missing.isEmpty())
+            QSKIP(qPrintable(missing));
+        const FTPServer ftp(FTPServer::Program::proftpd, FTPServer::Encryption::none);
+        const auto service = ftp.service();
+        Scene scene({{"from/d/e/x", "ours"}});
+        for (int i = 0; i < 10; ++i)
+            scene.tree.write(u"from/d/%1"_s.arg(i), "ours");
+        scene.request.destination = service;
+        scene.request.targetFolder = ftp.sharedPath();
+        // The target has been looked at when the source is read.
+        scene.callbacks.entriesOf = [&](const QString &folder) {
+            const QString theirs = ftp.sharedPath() + folder.mid(scene.tree.path("from").size());
+            service->createDirectory(theirs, {});
+            service->setPermissions(theirs, u"700"_s, Recursive::no, {});
+            return scene.disk->list(folder, HiddenFiles::included, {});
+        };
+        QCOMPARE(scene.run("from/d").failures.filter(u"could not take its name"_s).size(), 1);
+        for (const char *path : {"/d", "/d/e"})
+            QCOMPARE(*service->stat(ftp.sharedPath() + QLatin1String(path), {})->permissions, u"rwx------"_s);
+    }
+
     void checksumsOfManyFilesComeInOneGo()
     {
         const TestTree tree{{"plain", "1"}, {"two  spaces", "2"}, {"it's \"q\" \\x", "3"}, {"größe", "4"}};
