@@ -9,6 +9,7 @@
 #include "app/ServerConnections.h"
 #include "app/Session.h"
 #include "backup/BackupEngine.h"
+#include "app/ServerNames.h"
 #include "backup/BackupHistoryStore.h"
 #include "backup/BackupStore.h"
 #include "base/Json.h"
@@ -137,6 +138,11 @@ void AppModel::takeUpTransfers()
         if (&service == m_localFiles.get())
             return std::nullopt;
         return m_connections->serverOf(service).value_or(QUuid());
+    m_serverNames = std::make_unique<ServerNames>(*m_servers, *m_connections);
+    connect(m_servers.get(), &ServerStore::libraryChanged, m_transfers.get(), &TransferEngine::noteNewNames);
+    };
+    places.nameOf = [this](const TransferPlaces::Server &server) {
+        return server ? m_serverNames->name(*server) : QString();
     };
     places.open = [this](const TransferPlaces::Server &server, std::function<void(std::shared_ptr<FileService>)> done,
                          const std::function<void(const Error &)> &failed) {

@@ -40,6 +40,7 @@ class ServerStore;
 class SettingsStore;
 class SyncEngine;
 class SyncPairStore;
+class ServerNames;
 enum class TransferConflictPolicy;
 class TransferEngine;
 struct TransferRequest;
@@ -156,6 +157,7 @@ private:
     std::shared_ptr<RecoveryCopies> m_recoveryCopies;
     std::unique_ptr<EditedFiles> m_editedFiles;
     std::unique_ptr<BackupStore> m_backups;
+    std::unique_ptr<ServerNames> m_serverNames;
     std::unique_ptr<BackupHistoryStore> m_backupHistory;
     std::unique_ptr<BackupEngine> m_backupEngine;
     std::unique_ptr<SyncPairStore> m_syncPairs;
