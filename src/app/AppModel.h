@@ -22,6 +22,7 @@ class BackupEngine;
 class BackupHistoryStore;
 class BackupStore;
 struct BackupJob;
+class CutMove;
 struct DiagnosticsApp;
 class EditedFiles;
 class FileService;
@@ -38,9 +39,9 @@ class RecoveryCopies;
 class ServerConnections;
 class ServerStore;
 class SettingsStore;
+class ServerNames;
 class SyncEngine;
 class SyncPairStore;
-class ServerNames;
 enum class TransferConflictPolicy;
 class TransferEngine;
 struct TransferRequest;
@@ -107,8 +108,10 @@ public:
     /// Pastes the clipboard into the folder shown on `side`. Returns why that is not possible, or nothing.
     std::optional<QString> paste(Side side);
     /// A drop, or files of another program: as the user has set for what exists already, and with names of their own
-    /// for copies in the folder of their originals.
+    /// for copies in the folder of their originals. What the clipboard holds as cut leaves it once it is moved.
     void transfer(TransferRequest request);
+    /// The same into the start folder of a saved server, which is connected where it is not. A failure is told.
+    void transferTo(const QUuid &server, TransferRequest request);
     /// The folders that both sides show, to be kept alike: one must be of this computer, the other of a server. Throws
     /// an Error that says why they cannot.
     std::pair<SyncPair, ServerConnection> shownPair() const;
@@ -152,12 +155,13 @@ private:
     std::shared_ptr<FileService> m_localFiles;
     std::unique_ptr<ServerConnections> m_connections;
     std::unique_ptr<TransferEngine> m_transfers;
+    std::unique_ptr<ServerNames> m_serverNames;
     std::unique_ptr<FileClipboard> m_clipboard;
+    std::unique_ptr<CutMove> m_cutMove;
     std::unique_ptr<ListColumns> m_columns;
     std::shared_ptr<RecoveryCopies> m_recoveryCopies;
     std::unique_ptr<EditedFiles> m_editedFiles;
     std::unique_ptr<BackupStore> m_backups;
-    std::unique_ptr<ServerNames> m_serverNames;
     std::unique_ptr<BackupHistoryStore> m_backupHistory;
     std::unique_ptr<BackupEngine> m_backupEngine;
     std::unique_ptr<SyncPairStore> m_syncPairs;

@@ -12,6 +12,7 @@
 #include "transfers/TransferEngine.h"
 #include "ui/Accessibility.h"
 #include "ui/ConflictBar.h"
+#include "ui/ClipboardLink.h"
 #include "ui/EditedFilesBar.h"
 #include "ui/MainToolBar.h"
 #include "ui/MessageBar.h"
@@ -159,6 +160,7 @@ void MainWindow::connectParts()
     connectSync();
     connectTerminals();
     connectComparisons();
+    new ClipboardLink(m_model.clipboard(), this);
     for (SideView *view : m_sideViews)
         connectSide(*view);
 }
