@@ -11,8 +11,9 @@
 #include "sync/SyncEngine.h"
 #include "transfers/TransferEngine.h"
 #include "ui/Accessibility.h"
-#include "ui/ConflictBar.h"
 #include "ui/ClipboardLink.h"
+#include "ui/ConflictBar.h"
+#include "ui/DrawerSplitter.h"
 #include "ui/EditedFilesBar.h"
 #include "ui/MainToolBar.h"
 #include "ui/MessageBar.h"
@@ -124,21 +125,26 @@ QWidget *MainWindow::makeCentre()
 {
     auto *centre = new QWidget(this);
     m_drawer = new TransferDrawer(m_model.transfers(), centre);
-    m_drawer->setFixedHeight(190);
     m_drawer->hide();
     m_question = new MessageBar(centre);
     m_question->setProperty("place", QStringLiteral("window"));
     m_unsent = new UnsentEdits(m_model, *m_question, this);
     m_status = new StatusStrip(m_model, centre);
+    auto *above = new QWidget(centre);
+    auto *upper = new QVBoxLayout(above);
+    upper->setContentsMargins(0, 0, 0, 0);
+    upper->setSpacing(0);
+    upper->addWidget(m_terminals->makeSplitter(m_outer, above), 1);
+    m_updateBar = new UpdateBar(m_model.updates(), above);
+    upper->addWidget(m_updateBar);
+    upper->addWidget(new EditedFilesBar(m_model.editedFiles(), above));
+    upper->addWidget(new ConflictBar(m_model.transfers(), above));
     auto *column = new QVBoxLayout(centre);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
-    column->addWidget(m_terminals->makeSplitter(m_outer, centre), 1);
-    m_updateBar = new UpdateBar(m_model.updates(), centre);
-    column->addWidget(m_updateBar);
-    column->addWidget(new EditedFilesBar(m_model.editedFiles(), centre));
-    column->addWidget(new ConflictBar(m_model.transfers(), centre));
-    column->addWidget(m_drawer);
+    column->addWidget(new DrawerSplitter(*above, *m_drawer, tr("Upper edge of the transfers"), m_model.preferences(),
+                                         QStringLiteral("window.transfersHeight"), centre),
+                      1);
     column->addWidget(m_question);
     column->addWidget(m_status);
     return centre;
@@ -147,6 +153,7 @@ QWidget *MainWindow::makeCentre()
 void MainWindow::connectParts()
 {
     connectBackups();
+    new ClipboardLink(m_model.clipboard(), this);
     connect(&m_model, &AppModel::activeSideChanged, this, &MainWindow::followActiveSide);
     connect(&m_model.connections(), &ServerConnections::connectionsChanged, this, &MainWindow::showLocation);
     connect(&m_model.settings(), &SettingsStore::settingChanged, this, &MainWindow::followSetting);
@@ -160,7 +167,6 @@ void MainWindow::connectParts()
     connectSync();
     connectTerminals();
     connectComparisons();
-    new ClipboardLink(m_model.clipboard(), this);
     for (SideView *view : m_sideViews)
         connectSide(*view);
 }
