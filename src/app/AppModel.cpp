@@ -4,6 +4,7 @@
 #include "app/BackupServices.h"
 #include "app/CutMove.h"
 #include "app/EditedFiles.h"
+#include "app/LeftOperations.h"
 #include "app/ListColumns.h"
 #include "app/Monitoring.h"
 #include "app/PaneTabs.h"
@@ -90,6 +91,7 @@ AppModel::AppModel(Platform platform, QObject *parent)
     , m_transfers(std::make_unique<TransferEngine>())
     , m_clipboard(std::make_unique<FileClipboard>())
     , m_cutMove(std::make_unique<CutMove>(*m_clipboard, *m_transfers))
+    , m_leftOperations(std::make_unique<LeftOperations>())
     , m_columns(std::make_unique<ListColumns>(*m_settings, *m_preferences))
 {
     ServerStore::Options options;
@@ -97,13 +99,14 @@ AppModel::AppModel(Platform platform, QObject *parent)
     options.iCloudSyncEnabled = m_settings->iCloudSyncEnabled.value();
     m_servers = std::make_unique<ServerStore>(std::move(options), *m_cloud);
     for (auto &tabs : m_tabs)
-        tabs =
-            std::make_unique<PaneTabs>(PaneTabs::Environment{m_localFiles, *m_connections, *m_settings, *m_transfers});
+        tabs = std::make_unique<PaneTabs>(
+            PaneTabs::Environment{m_localFiles, *m_connections, *m_settings, *m_transfers, *m_leftOperations});
 
     connect(m_settings.get(), &SettingsStore::settingChanged, this, [this](const QString &key) {
         if (key == m_settings->iCloudSyncEnabled.key())
             m_servers->setCloudSyncEnabled(m_settings->iCloudSyncEnabled.value());
     });
+    connect(m_leftOperations.get(), &LeftOperations::messageRaised, this, &AppModel::messageRaised);
     connect(m_preferences.get(), &Preferences::saveFailed, this, &AppModel::messageRaised);
     connect(m_cloud.get(), &KeyValueStore::writeFailed, this, &AppModel::messageRaised);
     connect(m_servers.get(), &ServerStore::problemChanged, this, [this] {

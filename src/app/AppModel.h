@@ -29,6 +29,7 @@ class FileService;
 class HttpClient;
 class KeyValueStore;
 class Keychain;
+class LeftOperations;
 class ListColumns;
 class Monitoring;
 class PaneTabs;
@@ -83,6 +84,7 @@ public:
     ServerConnections &connections() const { return *m_connections; }
     TransferEngine &transfers() const { return *m_transfers; }
     FileClipboard &clipboard() const { return *m_clipboard; }
+    LeftOperations &leftOperations() const { return *m_leftOperations; }
     ListColumns &columns() const { return *m_columns; }
     EditedFiles &editedFiles() const { return *m_editedFiles; }
     const std::shared_ptr<RecoveryCopies> &recoveryCopies() const { return m_recoveryCopies; }
@@ -158,6 +160,7 @@ private:
     std::unique_ptr<ServerNames> m_serverNames;
     std::unique_ptr<FileClipboard> m_clipboard;
     std::unique_ptr<CutMove> m_cutMove;
+    std::unique_ptr<LeftOperations> m_leftOperations;
     std::unique_ptr<ListColumns> m_columns;
     std::shared_ptr<RecoveryCopies> m_recoveryCopies;
     std::unique_ptr<EditedFiles> m_editedFiles;

@@ -2,6 +2,7 @@
 #include "ui/MainWindow.h"
 
 #include "app/EditedFiles.h"
+#include "app/LeftOperations.h"
 #include "app/PaneTabs.h"
 #include "app/ServerConnections.h"
 #include "app/Session.h"
@@ -15,6 +16,7 @@
 #include "ui/ConflictBar.h"
 #include "ui/DrawerSplitter.h"
 #include "ui/EditedFilesBar.h"
+#include "ui/LeftOperationNotices.h"
 #include "ui/MainToolBar.h"
 #include "ui/MessageBar.h"
 #include "ui/SessionView.h"
@@ -127,7 +129,11 @@ QWidget *MainWindow::makeCentre()
     m_drawer = new TransferDrawer(m_model.transfers(), centre);
     m_drawer->hide();
     m_question = new MessageBar(centre);
-    m_question->setProperty("place", QStringLiteral("window"));
+    auto *leftFailures = new MessageBar(centre);
+    for (MessageBar *bar : {m_question, leftFailures})
+        bar->setProperty("place", QStringLiteral("window"));
+    leftFailures->setObjectName(QStringLiteral("leftFailures"));
+    m_leftNotices = new LeftOperationNotices(m_model.leftOperations(), *leftFailures);
     m_unsent = new UnsentEdits(m_model, *m_question, this);
     m_status = new StatusStrip(m_model, centre);
     auto *above = new QWidget(centre);
@@ -145,6 +151,7 @@ QWidget *MainWindow::makeCentre()
     column->addWidget(new DrawerSplitter(*above, *m_drawer, tr("Upper edge of the transfers"), m_model.preferences(),
                                          QStringLiteral("window.transfersHeight"), centre),
                       1);
+    column->addWidget(leftFailures);
     column->addWidget(m_question);
     column->addWidget(m_status);
     return centre;
@@ -330,12 +337,15 @@ bool MainWindow::mayQuit()
                   << tr("Between local folders and saved servers, what is left can go on at the next start; with other "
                         "servers it ends here.");
     }
+    QStringList operations = m_model.leftOperations().current();
     for (const Side side : {Side::left, Side::right}) {
         for (const Session *session : m_model.tabs(side).sessions()) {
             if (session->pane() && session->pane()->operation())
-                sentences << tr("%1 is not done yet and would be broken off.").arg(*session->pane()->operation());
+                operations << *session->pane()->operation();
         }
     }
+    for (const QString &operation : std::as_const(operations))
+        sentences << tr("%1 is not done yet and would be broken off.").arg(operation);
     const QList<SyncSession *> syncs = m_model.sync().sessions();
     if (std::ranges::any_of(syncs, &SyncSession::isApplying))
         sentences << tr("A folder sync is under way; the next one goes on with what is left.");

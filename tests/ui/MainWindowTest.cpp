@@ -327,6 +327,23 @@ private slots:
         QVERIFY(!bench.home.exists("data/Trash/files/b.txt"));
     }
 
+    void deletionOutlivesItsTabIsAskedAboutByQuittingAndShowsWhatFailed()
+    {
+        WindowBench bench({{"left/dir/a", ""}, {"left/gone", ""}});
+        PaneTabs &tabs = bench.model->tabs(Side::left);
+        const QList<FileItem> items = bench.pane(Side::left)->displayed();
+        bench.key(Qt::Key_T, Qt::ControlModifier);
+        QFile::remove(bench.home.path("left/gone"));
+        tabs.sessions().constFirst()->pane()->remove(items);
+        tabs.close(0);
+        bench.window->close();
+        QVERIFY(bench.window->isVisible());
+        QTRY_VERIFY(bench.find("leftFailures"));
+        QVERIFY(!bench.home.exists("left/dir"));
+        const QString told = bench.find("leftFailures")->findChild<QLabel *>()->text();
+        QVERIFY2(told.startsWith(u"Deleting 2 items: "_s) && told.contains(u"gone"_s), qPrintable(told));
+    }
+
     void whatIsDroppedMovesToTheListOrTheFolderUnderItAndComesAsACopyFromOtherPrograms()
     {
         WindowBench bench({{"left/a.txt", "a"}, {"left/b.txt", "b"}, {"right/folder/", ""}, {"elsewhere/c", "c"}});
