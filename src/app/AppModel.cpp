@@ -2,11 +2,14 @@
 #include "app/AppModel.h"
 
 #include "app/BackupServices.h"
+#include "app/CutMove.h"
 #include "app/EditedFiles.h"
+#include "app/LeftOperations.h"
 #include "app/ListColumns.h"
 #include "app/Monitoring.h"
 #include "app/PaneTabs.h"
 #include "app/ServerConnections.h"
+#include "app/ServerNames.h"
 #include "app/Session.h"
 #include "backup/BackupEngine.h"
 #include "backup/BackupHistoryStore.h"
@@ -89,6 +92,8 @@ AppModel::AppModel(Platform platform, QObject *parent)
     , m_connections(std::make_unique<ServerConnections>(m_keychain, m_processes, m_speed))
     , m_transfers(std::make_unique<TransferEngine>())
     , m_clipboard(std::make_unique<FileClipboard>())
+    , m_cutMove(std::make_unique<CutMove>(*m_clipboard, *m_transfers))
+    , m_leftOperations(std::make_unique<LeftOperations>())
     , m_columns(std::make_unique<ListColumns>(*m_settings, *m_preferences))
 {
     ServerStore::Options options;
@@ -96,13 +101,14 @@ AppModel::AppModel(Platform platform, QObject *parent)
     options.iCloudSyncEnabled = m_settings->iCloudSyncEnabled.value();
     m_servers = std::make_unique<ServerStore>(std::move(options), *m_cloud);
     for (auto &tabs : m_tabs)
-        tabs =
-            std::make_unique<PaneTabs>(PaneTabs::Environment{m_localFiles, *m_connections, *m_settings, *m_transfers});
+        tabs = std::make_unique<PaneTabs>(
+            PaneTabs::Environment{m_localFiles, *m_connections, *m_settings, *m_transfers, *m_leftOperations});
 
     connect(m_settings.get(), &SettingsStore::settingChanged, this, [this](const QString &key) {
         if (key == m_settings->iCloudSyncEnabled.key())
             m_servers->setCloudSyncEnabled(m_settings->iCloudSyncEnabled.value());
     });
+    connect(m_leftOperations.get(), &LeftOperations::messageRaised, this, &AppModel::messageRaised);
     connect(m_preferences.get(), &Preferences::saveFailed, this, &AppModel::messageRaised);
     connect(m_cloud.get(), &KeyValueStore::writeFailed, this, &AppModel::messageRaised);
     connect(m_servers.get(), &ServerStore::problemChanged, this, [this] {
@@ -134,7 +140,12 @@ void AppModel::takeUpTransfers()
     followLimits();
     connect(m_settings.get(), &SettingsStore::settingChanged, this, followLimits);
     connect(m_transfers.get(), &TransferEngine::queueProblem, this, &AppModel::messageRaised);
+    m_serverNames = std::make_unique<ServerNames>(*m_servers, *m_connections);
+    connect(m_servers.get(), &ServerStore::libraryChanged, m_transfers.get(), &TransferEngine::noteNewNames);
     TransferPlaces places;
+    places.nameOf = [this](const TransferPlaces::Server &server) {
+        return server ? m_serverNames->name(*server) : QString();
+    };
     places.serverOf = [this](const FileService &service) -> TransferPlaces::Server {
         if (&service == m_localFiles.get())
             return std::nullopt;
@@ -262,11 +273,11 @@ std::optional<QString> AppModel::paste(Side side)
     const auto content = m_clipboard->content();
     if (!content)
         return u"Nothing was cut or copied."_s;
+    if (m_cutMove->isUnderWay())
+        return u"The files that were cut are being moved already."_s;
     auto request = requestTo(side, *content);
     if (!request)
         return u"This side shows no folder."_s;
-    if (content->isCut)
-        m_clipboard->clear();
     transfer(std::move(*request));
     return std::nullopt;
 }
@@ -311,7 +322,36 @@ TransferConflictPolicy AppModel::conflictPolicy() const
 void AppModel::transfer(TransferRequest request)
 {
     request.policy = request.isCopyInPlace() ? TransferConflictPolicy::rename : conflictPolicy();
-    m_transfers->enqueue(std::move(request));
+    const bool isCut = request.isMove && m_clipboard->holdsCut(request.items);
+    const QUuid id = m_transfers->enqueue(std::move(request));
+    if (isCut)
+        m_cutMove->follow(id);
+}
+
+void AppModel::transferTo(const QUuid &server, TransferRequest request)
+{
+    const auto record = m_servers->server(server);
+    if (!record)
+        return;
+    if (!m_connections->isConnected(server))
+        emit messageRaised(u"Connecting to %1…"_s.arg(record->displayName()));
+    const auto opened = [self = QPointer(this), request](const OpenConnection &open) mutable {
+        if (!self)
+            return;
+        request.destination = open.service;
+        request.targetFolder = open.startPath;
+        if (!open.notice.isEmpty())
+            emit self->messageRaised(open.notice);
+        if (request.isMoveInPlace())
+            emit self->messageRaised(u"That is in %1 already."_s.arg(open.startPath));
+        else
+            self->transfer(std::move(request));
+    };
+    const auto failed = [self = QPointer(this), name = record->displayName()](const Error &error) {
+        if (self)
+            emit self->messageRaised(u"Nothing was sent to %1: %2"_s.arg(name, error.message()));
+    };
+    m_connections->open(*record, std::nullopt, opened, failed).detach();
 }
 
 Job AppModel::saveServer(const ServerConnection &server, const ConnectionCredentials &secrets,

@@ -22,12 +22,14 @@ class BackupEngine;
 class BackupHistoryStore;
 class BackupStore;
 struct BackupJob;
+class CutMove;
 struct DiagnosticsApp;
 class EditedFiles;
 class FileService;
 class HttpClient;
 class KeyValueStore;
 class Keychain;
+class LeftOperations;
 class ListColumns;
 class Monitoring;
 class PaneTabs;
@@ -38,6 +40,7 @@ class RecoveryCopies;
 class ServerConnections;
 class ServerStore;
 class SettingsStore;
+class ServerNames;
 class SyncEngine;
 class SyncPairStore;
 enum class TransferConflictPolicy;
@@ -82,6 +85,7 @@ public:
     ServerConnections &connections() const { return *m_connections; }
     TransferEngine &transfers() const { return *m_transfers; }
     FileClipboard &clipboard() const { return *m_clipboard; }
+    LeftOperations &leftOperations() const { return *m_leftOperations; }
     ListColumns &columns() const { return *m_columns; }
     EditedFiles &editedFiles() const { return *m_editedFiles; }
     const std::shared_ptr<RecoveryCopies> &recoveryCopies() const { return m_recoveryCopies; }
@@ -107,8 +111,10 @@ public:
     /// Pastes the clipboard into the folder shown on `side`. Returns why that is not possible, or nothing.
     std::optional<QString> paste(Side side);
     /// A drop, or files of another program: as the user has set for what exists already, and with names of their own
-    /// for copies in the folder of their originals.
+    /// for copies in the folder of their originals. What the clipboard holds as cut leaves it once it is moved.
     void transfer(TransferRequest request);
+    /// The same into the start folder of a saved server, which is connected where it is not. A failure is told.
+    void transferTo(const QUuid &server, TransferRequest request);
     /// The folders that both sides show, to be kept alike: one must be of this computer, the other of a server. Throws
     /// an Error that says why they cannot.
     std::pair<SyncPair, ServerConnection> shownPair() const;
@@ -153,7 +159,10 @@ private:
     std::shared_ptr<TransferSpeed> m_speed;
     std::unique_ptr<ServerConnections> m_connections;
     std::unique_ptr<TransferEngine> m_transfers;
+    std::unique_ptr<ServerNames> m_serverNames;
     std::unique_ptr<FileClipboard> m_clipboard;
+    std::unique_ptr<CutMove> m_cutMove;
+    std::unique_ptr<LeftOperations> m_leftOperations;
     std::unique_ptr<ListColumns> m_columns;
     std::shared_ptr<RecoveryCopies> m_recoveryCopies;
     std::unique_ptr<EditedFiles> m_editedFiles;

@@ -13,6 +13,11 @@ void FileClipboard::set(Content content)
     emit changed();
 }
 
+bool FileClipboard::holdsCut(const QList<FileItem> &items) const
+{
+    return m_content && m_content->isCut && m_content->items == items;
+}
+
 void FileClipboard::clear()
 {
     if (!m_content)

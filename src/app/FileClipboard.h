@@ -26,6 +26,8 @@ public:
     };
 
     const std::optional<Content> &content() const { return m_content; }
+    /// Whether exactly these are cut.
+    bool holdsCut(const QList<FileItem> &items) const;
     void set(Content content);
     void clear();
 

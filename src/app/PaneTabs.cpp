@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/PaneTabs.h"
 
+#include "app/LeftOperations.h"
 #include "app/ServerConnections.h"
 #include "app/Session.h"
 #include "files/FileService.h"
@@ -21,6 +22,7 @@ PaneTabs::PaneTabs(Environment environment, QObject *parent)
 {
     setUp(m_slot->localPane());
     connect(&m_environment.transfers, &TransferEngine::foldersChanged, this, &PaneTabs::reload);
+    connect(&m_environment.leftOperations, &LeftOperations::folderChanged, this, &PaneTabs::reload);
     append(makeLocal(m_environment.settings.defaultLocalPath.value()));
 }
 
@@ -147,11 +149,14 @@ Session &PaneTabs::adopt(std::unique_ptr<Session> session)
         if (&current() == raw)
             m_slot->setMode(raw->mode());
     });
+    connect(raw, &Session::paneLeaves, &m_environment.leftOperations, &LeftOperations::takeFrom);
     return *raw;
 }
 
 void PaneTabs::discard(Session *session)
 {
+    if (session->pane())
+        m_environment.leftOperations.takeFrom(*session->pane());
     session->disconnect(this);
     session->deleteLater();
 }

@@ -12,6 +12,7 @@
 namespace moorix {
 
 class FileService;
+class LeftOperations;
 class ServerConnections;
 class Session;
 class SettingsStore;
@@ -40,6 +41,8 @@ public:
         ServerConnections &connections;
         SettingsStore &settings;
         TransferEngine &transfers;
+        /// Takes over what is under way in tabs that are closed.
+        LeftOperations &leftOperations;
     };
 
     /// Starts with one local tab.

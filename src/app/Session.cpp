@@ -212,6 +212,7 @@ void Session::dropPane()
     if (!m_ownPane)
         return;
     m_ownPane->disconnect(this);
+    emit paneLeaves(*m_ownPane);
     m_pane = nullptr;
     m_ownPane.release()->deleteLater();
 }

@@ -20,6 +20,7 @@ struct OpenConnection;
 class Session final : public QObject
 {
     Q_OBJECT
+    Q_MOC_INCLUDE("files/PaneModel.h")
 
 public:
     /// `dormant` is a server that nobody asked to connect yet: a tab of an earlier run.
@@ -83,6 +84,8 @@ signals:
     void stateChanged();
     void titleChanged();
     void noticeChanged();
+    /// The file list goes, with its connection.
+    void paneLeaves(moorix::PaneModel &pane);
 
 private:
     explicit Session(PaneMode mode);

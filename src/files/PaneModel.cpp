@@ -38,7 +38,7 @@ PaneModel::PaneModel(std::shared_ptr<FileService> service, QString title, bool i
     m_searchDebounce.setInterval(searchDelay);
     connect(&m_searchDebounce, &QTimer::timeout, this, &PaneModel::applyView);
     connect(&m_watcher, &FolderWatcher::changed, this, [this] { refresh(LoadKind::background); });
-    connect(&m_operations, &PaneOperations::currentChanged, this, &PaneModel::operationChanged);
+    takeUpOperations();
 }
 
 PaneModel::~PaneModel() = default;
@@ -177,6 +177,12 @@ void PaneModel::setSearchQuery(const QString &query)
     emit searchQueryChanged();
 }
 
+void PaneModel::takeUpOperations()
+{
+    m_operations = std::make_unique<PaneOperations>();
+    connect(m_operations.get(), &PaneOperations::currentChanged, this, &PaneModel::operationChanged);
+}
+
 bool PaneModel::acceptName(const QString &name)
 {
     const auto problem = FileNames::problem(name);
@@ -187,8 +193,8 @@ bool PaneModel::acceptName(const QString &name)
 
 void PaneModel::operate(const QString &description, PaneOperations::Work work, std::function<void()> succeeded)
 {
-    m_operations.run(
-        description, std::move(work),
+    m_operations->run(
+        description, m_currentPath, std::move(work),
         [this, folder = m_currentPath, succeeded = std::move(succeeded)](const FileActions::Outcome &outcome) {
             finishOperation(folder, outcome);
             if (succeeded && outcome.failures.isEmpty() && !outcome.isStopped)
@@ -287,7 +293,18 @@ void PaneModel::setPermissions(const QList<FileItem> &items, const QString &octa
 
 void PaneModel::cancelOperation()
 {
-    m_operations.cancel();
+    m_operations->cancel();
+}
+
+std::unique_ptr<PaneOperations> PaneModel::releaseOperations()
+{
+    if (!operation())
+        return nullptr;
+    m_operations->disconnect(this);
+    std::unique_ptr<PaneOperations> released = std::move(m_operations);
+    takeUpOperations();
+    emit operationChanged();
+    return released;
 }
 
 void PaneModel::request(PaneRequest request)

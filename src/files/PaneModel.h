@@ -130,9 +130,11 @@ public:
     void duplicate(const QList<FileItem> &items);
     void setPermissions(const QList<FileItem> &items, const QString &octal, Recursive recursive);
     /// An operation is under way; its description for the user ("Deleting 3 items").
-    const std::optional<QString> &operation() const { return m_operations.current(); }
+    const std::optional<QString> &operation() const { return m_operations->current(); }
     /// Also drops operations that wait. The one under way ends soon, with a reload.
     void cancelOperation();
+    /// Gives away what is under way and waits, to go on without this list; null when there is nothing.
+    std::unique_ptr<PaneOperations> releaseOperations();
 
     // Requests.
     void request(PaneRequest request);
@@ -186,6 +188,7 @@ private:
     void readHiddenIfMissing();
     void setError(const std::optional<QString> &message, LoadKind origin);
 
+    void takeUpOperations();
     bool acceptName(const QString &name);
     void operate(const QString &description, PaneOperations::Work work, std::function<void()> succeeded = {});
     void finishOperation(const QString &folder, const FileActions::Outcome &outcome);
@@ -214,7 +217,7 @@ private:
     /// The folder changed while a load was under way.
     bool m_refreshWanted = false;
     FolderWatcher m_watcher;
-    PaneOperations m_operations;
+    std::unique_ptr<PaneOperations> m_operations;
     Job m_loadJob;
     Job m_openJob;
 };

@@ -8,9 +8,9 @@ PaneOperations::PaneOperations(QObject *parent)
 {
 }
 
-void PaneOperations::run(const QString &description, Work work, Finished finished)
+void PaneOperations::run(const QString &description, const QString &folder, Work work, Finished finished)
 {
-    m_waiting.push_back({description, std::move(work), std::move(finished)});
+    m_waiting.push_back({description, folder, std::move(work), std::move(finished)});
     if (!m_current)
         startNext();
 }
@@ -19,6 +19,17 @@ void PaneOperations::cancel()
 {
     m_waiting.clear();
     m_stop.request_stop();
+}
+
+void PaneOperations::handOver(const Told &told)
+{
+    const auto teller = [&told](const QString &description, const QString &folder) {
+        return [=](const FileActions::Outcome &outcome) { told(description, folder, outcome); };
+    };
+    if (m_current)
+        m_finished = teller(*m_current, m_folder);
+    for (Operation &waiting : m_waiting)
+        waiting.finished = teller(waiting.description, waiting.folder);
 }
 
 void PaneOperations::startNext()
@@ -31,6 +42,7 @@ void PaneOperations::startNext()
     Operation next = std::move(m_waiting.front());
     m_waiting.pop_front();
     m_current = next.description;
+    m_folder = next.folder;
     m_finished = std::move(next.finished);
     // A stop of its own: a job that is cancelled drops its outcome, but what a stopped operation has done must be
     // shown.

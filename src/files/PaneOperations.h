@@ -23,14 +23,18 @@ public:
     using Work = std::function<FileActions::Outcome(const std::stop_token &)>;
     /// Runs on the main thread when the work has ended, with its failure among the outcome's; none if it was stopped.
     using Finished = std::function<void(const FileActions::Outcome &)>;
+    /// The same for whoever takes operations over; `folder` is the one that the operation was asked for in.
+    using Told = std::function<void(const QString &description, const QString &folder, const FileActions::Outcome &)>;
 
     explicit PaneOperations(QObject *parent = nullptr);
 
-    void run(const QString &description, Work work, Finished finished);
+    void run(const QString &description, const QString &folder, Work work, Finished finished);
     /// The description of what is under way.
     const std::optional<QString> &current() const { return m_current; }
     /// Drops what waits and asks what is under way to stop; it stays current until it has.
     void cancel();
+    /// What is under way and waits tells `told` of its end, and no longer who asked for it.
+    void handOver(const Told &told);
 
 signals:
     void currentChanged();
@@ -39,6 +43,7 @@ private:
     struct Operation
     {
         QString description;
+        QString folder;
         Work work;
         Finished finished;
     };
@@ -48,6 +53,7 @@ private:
 
     std::deque<Operation> m_waiting;
     std::optional<QString> m_current;
+    QString m_folder;
     Finished m_finished;
     std::stop_source m_stop;
     Job m_job;

@@ -240,6 +240,20 @@ TransferEngine::Ends TransferEngine::ends(const QUuid &id) const
             stored.request.targetFolder};
 }
 
+TransferEngine::EndNames TransferEngine::endNames(const QUuid &id) const
+{
+    const auto order = m_orders.find(id);
+    if (order == m_orders.end() || !m_places.nameOf)
+        return {};
+    return {m_places.nameOf(order->second.stored.source), m_places.nameOf(order->second.stored.destination)};
+}
+
+void TransferEngine::noteNewNames()
+{
+    if (!m_transfers.isEmpty())
+        emit listChanged();
+}
+
 void TransferEngine::clearEnded()
 {
     for (const TransferStatus &status : std::as_const(m_transfers)) {

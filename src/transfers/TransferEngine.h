@@ -66,6 +66,15 @@ public:
         QString targetFolder;
     };
     Ends ends(const QUuid &id) const;
+    /// What the servers at both ends are called; empty for the local disk, and where nobody knows any names.
+    struct EndNames
+    {
+        QString source;
+        QString destination;
+    };
+    EndNames endNames(const QUuid &id) const;
+    /// Servers have been renamed, or are gone.
+    void noteNewNames();
     /// One that was cancelled a moment ago goes as soon as its work has stopped.
     void clearEnded();
     /// The conflict that waits for `answer`, if any, and the transfer it belongs to.

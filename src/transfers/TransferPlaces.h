@@ -3,6 +3,7 @@
 
 #include "base/Job.h"
 
+#include <QString>
 #include <QUuid>
 
 #include <functional>
@@ -20,6 +21,8 @@ struct TransferPlaces
 
     /// The id of the server that a service reaches; a null one when it has none that will be known again.
     std::function<Server(const FileService &service)> serverOf;
+    /// What the user knows a server by; of one that is gone, that it is. Empty for the local disk.
+    std::function<QString(const Server &server)> nameOf = {};
     /// Opens a service; neither function is called once the Job is gone.
     std::function<Job(const Server &server, std::function<void(std::shared_ptr<FileService>)> done,
                       std::function<void(const Error &)> failed)>

@@ -9,6 +9,18 @@ namespace moorix {
 
 using namespace Qt::StringLiterals;
 
+namespace {
+
+bool isInPlace(const TransferRequest &request)
+{
+    return request.source == request.destination &&
+           std::ranges::all_of(request.items, [&request](const FileItem &item) {
+               return Format::parent(item.path) == request.targetFolder;
+           });
+}
+
+} // namespace
+
 QList<TransferPiece> TransferRequest::pieces() const
 {
     QList<TransferPiece> all = more;
@@ -19,9 +31,12 @@ QList<TransferPiece> TransferRequest::pieces() const
 
 bool TransferRequest::isCopyInPlace() const
 {
-    return !isMove && source == destination && std::ranges::all_of(items, [this](const FileItem &item) {
-        return Format::parent(item.path) == targetFolder;
-    });
+    return !isMove && isInPlace(*this);
+}
+
+bool TransferRequest::isMoveInPlace() const
+{
+    return isMove && isInPlace(*this);
 }
 
 QString TransferRequest::title() const

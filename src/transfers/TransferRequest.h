@@ -51,6 +51,8 @@ struct TransferRequest
     QList<TransferPiece> pieces() const;
     /// The copies would lie in the folder of their originals, and under the same names.
     bool isCopyInPlace() const;
+    /// They are where they would be moved to.
+    bool isMoveInPlace() const;
     /// "Copying 3 items to /var/www".
     QString title() const;
 };

@@ -4,10 +4,10 @@
 #include "base/Error.h"
 #include "files/Format.h"
 #include "transfers/TransferEngine.h"
-#include "ui/BriefName.h"
 #include "ui/CheckBox.h"
 #include "ui/ComparisonText.h"
 #include "ui/FlowLayout.h"
+#include "ui/TransferText.h"
 #include "ui/Widgets.h"
 
 #include <QAbstractItemView>
@@ -174,8 +174,7 @@ void ConflictBar::follow()
     m_grace.stop();
     const FileItem &existing = conflict->existing;
     const FileItem &source = conflict->source;
-    m_question->setText(
-        tr("“%1” already exists in %2").arg(briefName(existing.name), Format::display(Format::parent(existing.path))));
+    m_question->setText(TransferText::question(*conflict, m_transfers));
     m_existing->setText(tr("There: %1%2").arg(facts(existing), age(existing, source)));
     m_source->setText(tr("Copy: %1%2").arg(facts(source), age(source, existing)));
     m_forAll->setChecked(false);

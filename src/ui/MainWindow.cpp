@@ -2,6 +2,7 @@
 #include "ui/MainWindow.h"
 
 #include "app/EditedFiles.h"
+#include "app/LeftOperations.h"
 #include "app/PaneTabs.h"
 #include "app/ServerConnections.h"
 #include "app/Session.h"
@@ -11,8 +12,11 @@
 #include "sync/SyncEngine.h"
 #include "transfers/TransferEngine.h"
 #include "ui/Accessibility.h"
+#include "ui/ClipboardLink.h"
 #include "ui/ConflictBar.h"
+#include "ui/DrawerSplitter.h"
 #include "ui/EditedFilesBar.h"
+#include "ui/LeftOperationNotices.h"
 #include "ui/MainToolBar.h"
 #include "ui/MessageBar.h"
 #include "ui/SessionView.h"
@@ -125,21 +129,31 @@ QWidget *MainWindow::makeCentre()
     auto *centre = new QWidget(this);
     m_drawer = new TransferDrawer(m_model.transfers(), centre);
     m_drawer->addTool(new SpeedLimitButton(m_model.settings(), m_drawer));
-    m_drawer->setFixedHeight(190);
     m_drawer->hide();
     m_question = new MessageBar(centre);
-    m_question->setProperty("place", QStringLiteral("window"));
+    auto *leftFailures = new MessageBar(centre);
+    for (MessageBar *bar : {m_question, leftFailures})
+        bar->setProperty("place", QStringLiteral("window"));
+    leftFailures->setObjectName(QStringLiteral("leftFailures"));
+    m_leftNotices = new LeftOperationNotices(m_model.leftOperations(), *leftFailures);
     m_unsent = new UnsentEdits(m_model, *m_question, this);
     m_status = new StatusStrip(m_model, centre);
+    auto *above = new QWidget(centre);
+    auto *upper = new QVBoxLayout(above);
+    upper->setContentsMargins(0, 0, 0, 0);
+    upper->setSpacing(0);
+    upper->addWidget(m_terminals->makeSplitter(m_outer, above), 1);
+    m_updateBar = new UpdateBar(m_model.updates(), above);
+    upper->addWidget(m_updateBar);
+    upper->addWidget(new EditedFilesBar(m_model.editedFiles(), above));
+    upper->addWidget(new ConflictBar(m_model.transfers(), above));
     auto *column = new QVBoxLayout(centre);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
-    column->addWidget(m_terminals->makeSplitter(m_outer, centre), 1);
-    m_updateBar = new UpdateBar(m_model.updates(), centre);
-    column->addWidget(m_updateBar);
-    column->addWidget(new EditedFilesBar(m_model.editedFiles(), centre));
-    column->addWidget(new ConflictBar(m_model.transfers(), centre));
-    column->addWidget(m_drawer);
+    column->addWidget(new DrawerSplitter(*above, *m_drawer, tr("Upper edge of the transfers"), m_model.preferences(),
+                                         QStringLiteral("window.transfersHeight"), centre),
+                      1);
+    column->addWidget(leftFailures);
     column->addWidget(m_question);
     column->addWidget(m_status);
     return centre;
@@ -148,6 +162,7 @@ QWidget *MainWindow::makeCentre()
 void MainWindow::connectParts()
 {
     connectBackups();
+    new ClipboardLink(m_model.clipboard(), this);
     connect(&m_model, &AppModel::activeSideChanged, this, &MainWindow::followActiveSide);
     connect(&m_model.connections(), &ServerConnections::connectionsChanged, this, &MainWindow::showLocation);
     connect(&m_model.settings(), &SettingsStore::settingChanged, this, &MainWindow::followSetting);
@@ -324,12 +339,15 @@ bool MainWindow::mayQuit()
                   << tr("Between local folders and saved servers, what is left can go on at the next start; with other "
                         "servers it ends here.");
     }
+    QStringList operations = m_model.leftOperations().current();
     for (const Side side : {Side::left, Side::right}) {
         for (const Session *session : m_model.tabs(side).sessions()) {
             if (session->pane() && session->pane()->operation())
-                sentences << tr("%1 is not done yet and would be broken off.").arg(*session->pane()->operation());
+                operations << *session->pane()->operation();
         }
     }
+    for (const QString &operation : std::as_const(operations))
+        sentences << tr("%1 is not done yet and would be broken off.").arg(operation);
     const QList<SyncSession *> syncs = m_model.sync().sessions();
     if (std::ranges::any_of(syncs, &SyncSession::isApplying))
         sentences << tr("A folder sync is under way; the next one goes on with what is left.");

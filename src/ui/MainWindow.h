@@ -25,6 +25,7 @@ class DesktopNotifier;
 class DiffPage;
 class EditorArea;
 class IntroductionPage;
+class LeftOperationNotices;
 class MainToolBar;
 class MessageBar;
 class MonitorArea;
@@ -193,6 +194,7 @@ private:
     std::array<SideView *, 2> m_sideViews{};
     TransferDrawer *m_drawer = nullptr;
     MessageBar *m_question = nullptr;
+    LeftOperationNotices *m_leftNotices = nullptr;
     UpdateBar *m_updateBar = nullptr;
     UnsentEdits *m_unsent = nullptr;
     StatusStrip *m_status = nullptr;

@@ -7,6 +7,7 @@
 #include "platform/DesktopNotifier.h"
 #include "servers/ServerStore.h"
 #include "transfers/TransferEngine.h"
+#include "ui/LeftOperationNotices.h"
 #include "ui/SideView.h"
 #include "ui/TransferDrawer.h"
 #include "ui/TransferNotices.h"
@@ -64,6 +65,7 @@ void MainWindow::addTransferCommands()
     notices->follow(m_model.editedFiles());
     auto *notifier = new DesktopNotifier(this);
     connect(notices, &TransferNotices::raised, notifier, &DesktopNotifier::notify);
+    connect(m_leftNotices, &LeftOperationNotices::raised, notifier, &DesktopNotifier::notify);
     connect(notices, &TransferNotices::raised, this, [this] { QApplication::alert(this); });
     connect(notifier, &DesktopNotifier::activated, this, [this] {
         show();

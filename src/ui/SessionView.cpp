@@ -22,6 +22,7 @@
 #include "ui/terminal/WindowTerminals.h"
 
 #include <QApplication>
+#include <QPointer>
 #include <QVBoxLayout>
 
 namespace moorix {
@@ -117,7 +118,11 @@ PaneContext SessionView::paneContext()
         .moveToOtherSide = [this] { return m_model.transferSelection(m_side, true); },
         .compareFiles = [this] { return compareFiles(); },
         .paste = [this] { return m_model.paste(m_side); },
-        .transfer = [this](TransferRequest request) { m_model.transfer(std::move(request)); },
+        .transfer =
+            [model = QPointer(&m_model)](TransferRequest request) {
+                if (model)
+                    model->transfer(std::move(request));
+            },
         .openFile = {},
         .editFile = {},
         .openInOtherPane = open(otherSide(m_side), false),

@@ -17,12 +17,10 @@
 #include "ui/Theme.h"
 #include "ui/Widgets.h"
 #include "ui/backup/BackupText.h"
-#include "ui/pane/FileMimeData.h"
+#include "ui/pane/FileDrop.h"
 #include "ui/servers/ServerLook.h"
 #include "ui/sync/SyncLook.h"
 
-#include <QDragEnterEvent>
-#include <QFileInfo>
 #include <QKeyEvent>
 #include <QMenu>
 #include <QStandardPaths>
@@ -31,39 +29,10 @@
 
 namespace moorix {
 
-namespace {
-
-/// Folders among what is dragged: of a file list, or of another program.
-QStringList foldersOf(const QMimeData &data)
-{
-    QStringList folders;
-    if (const auto *files = qobject_cast<const FileMimeData *>(&data)) {
-        if (!files->hasUrls())
-            return {};
-        for (const FileItem &item : files->items()) {
-            if (item.isShownAsFolder())
-                folders += item.path;
-        }
-        return folders;
-    }
-    for (const QString &path : FileMimeData::localPaths(data)) {
-        if (QFileInfo(path).isDir())
-            folders += path;
-    }
-    return folders;
-}
-
-/// The folders stay where they are, so never the action after which a source removes them.
-Qt::DropAction harmlessAction(const QDropEvent &event)
-{
-    return event.possibleActions().testFlag(Qt::LinkAction) ? Qt::LinkAction : Qt::CopyAction;
-}
-
-} // namespace
-
 Sidebar::Sidebar(AppModel &model, QWidget *parent)
     : QTreeWidget(parent)
     , m_model(model)
+    , m_delegate(new SidebarDelegate(connectedRole, this))
     , m_places(addSection(tr("PLACES")))
     , m_servers(addSection(tr("SERVERS")))
     , m_syncs(addSection(tr("SYNC")))
@@ -78,9 +47,10 @@ Sidebar::Sidebar(AppModel &model, QWidget *parent)
     setItemsExpandable(false);
     setFrameShape(NoFrame);
     setMouseTracking(true);
-    setItemDelegate(new SidebarDelegate(connectedRole, this));
+    setItemDelegate(m_delegate);
     setAcceptDrops(true);
     setDragDropMode(DropOnly);
+    setDropIndicatorShown(false);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setContextMenuPolicy(Qt::CustomContextMenu);
     setTabKeyNavigation(false);
@@ -416,59 +386,6 @@ void Sidebar::fillSyncMenu(QMenu &menu, const QTreeWidgetItem &item)
 void Sidebar::setFavorites(const QString &raw)
 {
     m_model.settings().localFavoritesRaw.set(raw);
-}
-
-void Sidebar::dragEnterEvent(QDragEnterEvent *event)
-{
-    event->setAccepted(!foldersOf(*event->mimeData()).isEmpty() ||
-                       !FileMimeData::localPaths(*event->mimeData()).isEmpty());
-}
-
-void Sidebar::dragMoveEvent(QDragMoveEvent *event)
-{
-    event->setDropAction(harmlessAction(*event));
-    event->setAccepted(takes(*event));
-}
-
-/// What is dropped joins the sources of a backup, or of a new one.
-void Sidebar::dropOnBackups(QDropEvent &event, const QUuid &job)
-{
-    const QStringList paths = FileMimeData::localPaths(*event.mimeData());
-    if (job.isNull())
-        emit newBackupRequested(paths);
-    else
-        emit editBackupRequested(job, paths);
-    event.setDropAction(harmlessAction(event));
-    event.accept();
-}
-
-/// Backups take whatever is local, the places only folders.
-bool Sidebar::takes(const QDropEvent &event) const
-{
-    const QTreeWidgetItem *item = itemAt(event.position().toPoint());
-    if (item == m_backups || isBackup(item))
-        return !FileMimeData::localPaths(*event.mimeData()).isEmpty();
-    return !foldersOf(*event.mimeData()).isEmpty();
-}
-
-void Sidebar::dropEvent(QDropEvent *event)
-{
-    if (!takes(*event)) {
-        event->setDropAction(Qt::IgnoreAction);
-        event->ignore();
-        return;
-    }
-    const QTreeWidgetItem *item = itemAt(event->position().toPoint());
-    if (item == m_backups || isBackup(item)) {
-        dropOnBackups(*event, item->data(0, jobRole).toUuid());
-        return;
-    }
-    QString raw = m_model.settings().localFavoritesRaw.value();
-    for (const QString &folder : foldersOf(*event->mimeData()))
-        raw = Favorites::adding(raw, folder);
-    setFavorites(raw);
-    event->setDropAction(harmlessAction(*event));
-    event->accept();
 }
 
 } // namespace moorix

@@ -4,6 +4,7 @@
 #include <QTreeWidget>
 #include <QUuid>
 
+#include <memory>
 #include <optional>
 
 class QMenu;
@@ -11,10 +12,13 @@ class QMenu;
 namespace moorix {
 
 class AppModel;
+class FileDrop;
 struct ServerConnection;
+class SidebarDelegate;
 struct SyncPair;
 
-/// Places of the local disk and the saved servers, one click away. Folders dropped on the places become favourites.
+/// Places of the local disk and the saved servers, one click away. Files dropped on one of them go there; folders
+/// dropped on the heading of the places, or beneath everything, become favourites.
 class Sidebar final : public QTreeWidget
 {
     Q_OBJECT
@@ -62,6 +66,7 @@ protected:
     void mouseReleaseEvent(QMouseEvent *event) override;
     void dragEnterEvent(QDragEnterEvent *event) override;
     void dragMoveEvent(QDragMoveEvent *event) override;
+    void dragLeaveEvent(QDragLeaveEvent *event) override;
     void dropEvent(QDropEvent *event) override;
 
 private:
@@ -76,7 +81,11 @@ private:
     void fillBackupMenu(QMenu &menu, const QUuid &job);
     bool isBackup(const QTreeWidgetItem *item) const;
     void chooseBackup(const QUuid &job);
-    bool takes(const QDropEvent &event) const;
+    QTreeWidgetItem *dropTarget(const QDropEvent &event) const;
+    Qt::DropAction dropAction(const QDropEvent &event, const QTreeWidgetItem *target) const;
+    void showDropOn(const QTreeWidgetItem *item);
+    std::unique_ptr<FileDrop> dropOnPlace() const;
+    std::unique_ptr<FileDrop> dropOnServer(const QUuid &server) const;
     void dropOnBackups(QDropEvent &event, const QUuid &job);
     void addPlace(const QString &label, const QString &iconName, const QString &path);
     void choose(const QTreeWidgetItem *item);
@@ -88,6 +97,9 @@ private:
     void setFavorites(const QString &raw);
 
     AppModel &m_model;
+    SidebarDelegate *m_delegate;
+    /// What the last drop was handed to; it may still have to tell why that went wrong.
+    std::unique_ptr<FileDrop> m_drop;
     QTreeWidgetItem *m_places;
     QTreeWidgetItem *m_servers;
     QTreeWidgetItem *m_syncs;

@@ -33,35 +33,38 @@ QSize SidebarDelegate::sizeHint(const QStyleOptionViewItem &option, const QModel
     return {60, text + 12};
 }
 
-void SidebarDelegate::paintHeading(QPainter &painter, const QStyleOptionViewItem &option, const QString &text) const
+void SidebarDelegate::paintHeading(QPainter &painter, const QStyleOptionViewItem &option,
+                                   const QModelIndex &index) const
 {
     QFont font = option.font;
     font.setPixelSize(std::max(9, font.pixelSize() - 1));
     font.setWeight(QFont::DemiBold);
     painter.setFont(font);
-    painter.setPen(Theme::color(Theme::Color::faintText));
-    painter.drawText(option.rect.adjusted(15, 0, -8, -6), Qt::AlignLeft | Qt::AlignBottom, text);
+    painter.setPen(Theme::color(index == m_dropRow ? Theme::Color::accent : Theme::Color::faintText));
+    painter.drawText(option.rect.adjusted(15, 0, -8, -6), Qt::AlignLeft | Qt::AlignBottom, index.data().toString());
 }
 
 void SidebarDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const
 {
     painter->save();
     painter->setRenderHint(QPainter::Antialiasing);
-    const QString text = index.data().toString();
     if (isHeading(index)) {
-        paintHeading(*painter, option, text);
+        paintHeading(*painter, option, index);
         painter->restore();
         return;
     }
     const QRect row = option.rect.adjusted(6, 1, -6, -1);
-    const bool isSelected = option.state.testFlag(QStyle::State_Selected);
+    const bool isDropRow = index == m_dropRow;
+    const bool isSelected = isDropRow || option.state.testFlag(QStyle::State_Selected);
     const bool isHovered = option.state.testFlag(QStyle::State_MouseOver);
     if (isSelected || isHovered) {
         painter->setPen(Qt::NoPen);
         painter->setBrush(Theme::color(isSelected ? Theme::Color::selection : Theme::Color::hover));
         painter->drawRoundedRect(row, 6, 6);
     }
-    if (option.state.testFlag(QStyle::State_HasFocus) && option.state.testFlag(QStyle::State_Active)) {
+    const bool hasKeyboard =
+        option.state.testFlag(QStyle::State_HasFocus) && option.state.testFlag(QStyle::State_Active);
+    if (hasKeyboard || isDropRow) {
         painter->setPen(Theme::color(Theme::Color::accent));
         painter->setBrush(Qt::NoBrush);
         painter->drawRoundedRect(QRectF(row).adjusted(0.5, 0.5, -0.5, -0.5), 6, 6);
@@ -73,7 +76,7 @@ void SidebarDelegate::paint(QPainter *painter, const QStyleOptionViewItem &optio
     painter->setPen(Theme::color(Theme::Color::text));
     painter->setFont(option.font);
     painter->drawText(textRect, Qt::AlignLeft | Qt::AlignVCenter,
-                      option.fontMetrics.elidedText(text, Qt::ElideMiddle, textRect.width()));
+                      option.fontMetrics.elidedText(index.data().toString(), Qt::ElideMiddle, textRect.width()));
     if (isConnected) {
         painter->setPen(Qt::NoPen);
         painter->setBrush(Theme::color(Theme::Color::success));

@@ -14,13 +14,17 @@ public:
     /// `connectedRole` holds whether the row's server is connected.
     SidebarDelegate(int connectedRole, QObject *parent);
 
+    /// The row that what is dragged would go to; an invalid one for none.
+    void setDropRow(const QModelIndex &index) { m_dropRow = index; }
+
     void paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override;
     QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override;
 
 private:
-    void paintHeading(QPainter &painter, const QStyleOptionViewItem &option, const QString &text) const;
+    void paintHeading(QPainter &painter, const QStyleOptionViewItem &option, const QModelIndex &index) const;
 
     int m_connectedRole;
+    QPersistentModelIndex m_dropRow;
 };
 
 } // namespace moorix

@@ -100,8 +100,9 @@ void StatusStrip::followTransfers()
         m_progress->setRange(0, permille < 0 ? 0 : 1000);
         m_progress->setValue(std::max(0, permille));
         const bool isRunning = running->state == TransferStatus::State::running;
-        m_progressName->setText(isRunning && !running->currentName.isEmpty() ? Format::display(running->currentName)
-                                                                             : running->title);
+        m_progressName->setText(isRunning && !running->currentName.isEmpty()
+                                    ? Format::display(running->currentName)
+                                    : TransferText::title(*running, m_model.transfers()));
         m_progressText->setText(isRunning ? TransferText::progress(*running) : TransferText::outcome(*running));
     }
     const auto waiting = std::ranges::count(all, TransferStatus::State::waiting, &TransferStatus::state);
@@ -140,7 +141,8 @@ void StatusStrip::showEnded(const TransferStatus &transfer)
                  : tr("%1 — and %2 more; see Transfers").arg(first).arg(transfer.failures.size() - 1));
         return;
     }
-    tell(QStringLiteral("%1 — %2").arg(transfer.title, TransferText::outcome(transfer)));
+    tell(QStringLiteral("%1 — %2").arg(TransferText::title(transfer, m_model.transfers()),
+                                       TransferText::outcome(transfer)));
 }
 
 } // namespace moorix

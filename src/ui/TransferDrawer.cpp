@@ -226,8 +226,9 @@ void TransferDrawer::show(const TransferStatus &transfer, QTreeWidgetItem &item)
 {
     const QString standing = TransferText::outcome(transfer);
     item.setIcon(titleColumn, stateIcon(transfer.state));
-    item.setText(titleColumn, transfer.title);
-    item.setToolTip(titleColumn, Widgets::toolTip(transfer.title));
+    const QString title = TransferText::title(transfer, m_transfers);
+    item.setText(titleColumn, title);
+    item.setToolTip(titleColumn, Widgets::toolTip(title + u'\n' + TransferText::ends(transfer.id, m_transfers)));
     item.setText(standingColumn, standing);
     item.setToolTip(standingColumn, Widgets::toolTip(standing));
     item.setData(standingColumn, TransferRowDelegate::permilleRole,

@@ -75,10 +75,7 @@ void TransferNotices::followQuestion()
     const std::optional<TransferConflict> &conflict = m_transfers.conflict();
     if (!conflict || isLookedAt())
         return;
-    const FileItem &existing = conflict->existing;
-    emit raised(u"question"_s, tr("A transfer waits for an answer"),
-                tr("“%1” already exists in %2.")
-                    .arg(Format::display(existing.name), Format::display(Format::parent(existing.path))));
+    emit raised(u"question"_s, tr("A transfer waits for an answer"), TransferText::question(*conflict, m_transfers));
 }
 
 void TransferNotices::followList()
@@ -102,10 +99,11 @@ void TransferNotices::followTransfer(const QUuid &id)
         return;
     // One topic for all: many that fail one after the other are not to cover the screen.
     if (transfer->state == TransferStatus::State::failed)
-        emit raised(u"end"_s, tr("A transfer failed"), transfer->failures.value(0));
+        emit raised(u"end"_s, tr("A transfer failed"),
+                    u"%1 — %2"_s.arg(TransferText::title(*transfer, m_transfers), transfer->failures.value(0)));
     else if (transfer->state == TransferStatus::State::finished && transfer->timeTaken >= longTime)
         emit raised(u"end"_s, tr("A transfer is finished"),
-                    u"%1 — %2"_s.arg(transfer->title, TransferText::outcome(*transfer)));
+                    u"%1 — %2"_s.arg(TransferText::title(*transfer, m_transfers), TransferText::outcome(*transfer)));
 }
 
 } // namespace moorix

@@ -19,13 +19,13 @@ constexpr int barWidth = 120;
 constexpr int barHeight = 4;
 constexpr int gap = 12;
 
-void paintBar(QPainter &painter, const QRectF &bar, int permille, bool isHalted)
+void paintBar(QPainter &painter, const QRectF &bar, int permille, bool isHalted, Theme::Color ground)
 {
     const qreal radius = bar.height() / 2;
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
-    painter.setBrush(Theme::color(Theme::Color::border));
+    painter.setBrush(Theme::color(ground));
     painter.drawRoundedRect(bar, radius, radius);
     if (permille > 0) {
         QRectF done = bar;
@@ -58,12 +58,14 @@ void TransferRowDelegate::paint(QPainter *painter, const QStyleOptionViewItem &o
     const QStyle *style = option.widget ? option.widget->style() : QApplication::style();
     style->drawControl(QStyle::CE_ItemViewItem, &ground, painter, option.widget);
     QRect rect = option.rect.adjusted(gap, 0, 0, 0);
+    const bool isSelected = option.state & QStyle::State_Selected;
     if (const QVariant permille = index.data(permilleRole); permille.isValid()) {
+        // On the colour of the selection the usual one is hard to see.
         paintBar(*painter, QRectF(rect.left(), rect.center().y() - barHeight / 2 + 0.5, barWidth, barHeight),
-                 permille.toInt(), index.data(isHaltedRole).toBool());
+                 permille.toInt(), index.data(isHaltedRole).toBool(),
+                 isSelected ? Theme::Color::base : Theme::Color::border);
         rect.setLeft(rect.left() + barWidth + gap);
     }
-    const bool isSelected = option.state & QStyle::State_Selected;
     painter->setPen(Theme::color(isSelected ? Theme::Color::text : Theme::Color::mutedText));
     painter->setFont(option.font);
     painter->drawText(rect, int(Qt::AlignVCenter | Qt::AlignLeft) | Qt::TextSingleLine,

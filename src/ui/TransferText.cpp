@@ -2,7 +2,7 @@
 #include "ui/TransferText.h"
 
 #include "files/Format.h"
-#include "transfers/TransferStatus.h"
+#include "ui/BriefName.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
@@ -71,7 +71,46 @@ QStringList work(const TransferStatus &transfer)
     return parts;
 }
 
+/// "web-01: /var/www".
+QString place(const QString &server, const QString &folder)
+{
+    return tr("%1: %2").arg(server.isEmpty() ? tr("this computer") : server, Format::display(folder));
+}
+
 } // namespace
+
+QString title(const TransferStatus &transfer, const TransferEngine &engine)
+{
+    const TransferEngine::EndNames names = engine.endNames(transfer.id);
+    QString title = transfer.title;
+    if (!names.destination.isEmpty())
+        title = tr("%1 on %2").arg(title, briefName(names.destination));
+    // Within one server it goes without saying.
+    if (!names.source.isEmpty() && engine.ends(transfer.id).source != engine.ends(transfer.id).destination)
+        title = tr("%1, from %2").arg(title, briefName(names.source));
+    return title;
+}
+
+QString ends(const QUuid &transfer, const TransferEngine &engine)
+{
+    const TransferEngine::Ends ends = engine.ends(transfer);
+    const TransferEngine::EndNames names = engine.endNames(transfer);
+    return tr("From %1").arg(place(names.source, ends.sourceFolder)) + u'\n' +
+           tr("To %1").arg(place(names.destination, ends.targetFolder));
+}
+
+QString question(const TransferConflict &conflict, const TransferEngine &engine)
+{
+    const FileItem &existing = conflict.existing;
+    const TransferEngine::EndNames names = engine.endNames(engine.conflictTransfer());
+    const QString name = briefName(existing.name);
+    const QString folder = Format::display(Format::parent(existing.path));
+    if (!names.destination.isEmpty())
+        return tr("“%1” already exists on %2 in %3").arg(name, briefName(names.destination), folder);
+    if (!names.source.isEmpty())
+        return tr("“%1” already exists on this computer in %2").arg(name, folder);
+    return tr("“%1” already exists in %2").arg(name, folder);
+}
 
 QString timeLeft(qint64 bytesLeft, double bytesPerSecond)
 {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "transfers/TransferEngine.h"
+
 #include <QString>
 
 #include <chrono>
@@ -9,12 +11,15 @@ class QDateTime;
 
 namespace moorix {
 
-struct TransferStatus;
-struct TransferTotals;
-
 /// What the window says about transfers.
 namespace TransferText {
 
+/// "Copying 3 items to /var/www on web-01", "Copying “a.txt” to /home/anna, from web-01".
+QString title(const TransferStatus &transfer, const TransferEngine &engine);
+/// Both ends with their folders, a line each.
+QString ends(const QUuid &transfer, const TransferEngine &engine);
+/// "“a.txt” already exists on web-01 in /var/www", of the conflict that waits.
+QString question(const TransferConflict &conflict, const TransferEngine &engine);
 /// "3.1 MB of 4.6 MB · 2.4 MB/s · 12 s left · file 2 of 3", with what is known so far.
 QString progress(const TransferStatus &transfer);
 /// "12 s left", "3 min left", "2 h 5 min left"; empty when nothing can be said.

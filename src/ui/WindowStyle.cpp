@@ -24,6 +24,7 @@ QListWidget[role="boxed"]:focus { border-color: <accent>; }
 QListWidget[role="boxed"]::item { padding: 5px 6px; border-radius: 4px; }
 QListWidget[role="boxed"]::item:selected { background: <selection>; color: <text>; }
 QTreeWidget#sidebar { background: <sidebar>; border: none; }
+QTreeWidget#sidebar QScrollBar:vertical { background: <sidebar>; }
 QWidget#sideHeader { background: <sidebar>; border-bottom: 1px solid <border>; }
 QTabBar#sideTabs::tab { padding: 7px 6px 7px 12px; max-width: 200px; }
 QTabBar#sideTabs QToolButton { padding: 0 4px 2px 4px; border-radius: 4px; margin-right: 2px; color: <faintText>;
@@ -35,7 +36,7 @@ QWidget#sideView[active="false"] QTabBar#sideTabs::tab:selected { color: <mutedT
 QSplitter#sideSplitter::handle:hover { background: <accent>; }
 QWidget#statusStrip { background: <sidebar>; border-top: 1px solid <border>; }
 QWidget#statusStrip QLabel { color: <mutedText>; }
-QFrame#transferDrawer { background: <sidebar>; border: none; border-top: 1px solid <border>; }
+QFrame#transferDrawer { background: <sidebar>; border: none; }
 QFrame#editedFilesBar { background: <toolBar>; border: none; border-top: 2px solid <warning>; }
 QFrame#editedFilesBar[tone="danger"] { border-top-color: <danger>; }
 QFrame#editedFilesBar[tone="quiet"] { border-top: 1px solid <border>; }

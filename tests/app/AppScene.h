@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "app/LeftOperations.h"
 #include "app/PaneTabs.h"
 #include "app/ServerConnections.h"
 #include "app/Session.h"
@@ -56,6 +57,7 @@ struct AppScene
                                   },
                                   runner};
     TransferEngine transfers;
+    LeftOperations leftOperations;
     std::unique_ptr<PaneTabs> tabs;
     ServerConnection server = serverNamed(QStringLiteral("web-01"));
 
@@ -65,8 +67,8 @@ struct AppScene
         settings.defaultLocalPath.set(tree.path("home"));
         settings.sortKeyRaw.set(QStringLiteral("size"));
         settings.showHiddenFiles.set(true);
-        tabs = std::make_unique<PaneTabs>(
-            PaneTabs::Environment{std::make_shared<LocalFileService>(), connections, settings, transfers});
+        tabs = std::make_unique<PaneTabs>(PaneTabs::Environment{std::make_shared<LocalFileService>(), connections,
+                                                                settings, transfers, leftOperations});
     }
 };
 

@@ -349,6 +349,25 @@ private slots:
                  QStringList());
     }
 
+    void patternsOfAServersNamesStandForAllThatFit()
+    {
+        m_tree.write("many/a.log", "a");
+        m_tree.write("many/-rf.log", "dash");
+        m_tree.write("many/.hidden.log", "");
+        m_tree.write("many/[ab].txt", "itself");
+        m_tree.write("many/a.txt", "a");
+        m_tree.write("into/", "");
+        QCOMPARE(run({u"cp"_s, m_tree.path("many"), remote("")}), 0);
+        QCOMPARE(run({u"cp"_s, remote("/many/*.log"), remote("/many/[ab].txt"), m_tree.path("into")}), 0);
+        QCOMPARE(snapshotOf(m_tree.path("into")),
+                 (TestTree{{"a.log", "a"}, {"-rf.log", "dash"}, {"[ab].txt", "itself"}}).snapshot());
+        QCOMPARE(run({u"cp"_s, remote("/many/*.lo?"), m_tree.path("nofolder")}), 1);
+        QVERIFY2(m_err.contains("no folder to copy into"), m_err.constData());
+        QCOMPARE(run({u"cp"_s, remote("/many/*.zip"), m_tree.path("into")}), 1);
+        QVERIFY2(m_err.contains("matches “*.zip”"), m_err.constData());
+        QCOMPARE(run({u"rm"_s, u"--recursive"_s, remote("/many")}), 0);
+    }
+
     void syncLeavesOutWhatTheSavedPairDoes()
     {
         m_tree.write("pair/keep.txt", "k");

@@ -141,6 +141,31 @@ private slots:
         QTRY_COMPARE(session.pane()->currentPath(), scene.tree.path("srv/deep"));
     }
 
+    void whatIsUnderWayInATabThatIsClosedGoesOnAndItsFailureIsTold()
+    {
+        AppScene scene;
+        for (int i = 0; i < 500; ++i)
+            scene.tree.write(("srv/deep/" + QByteArray::number(i)).constData(), {});
+        QSignalSpy failed(&scene.leftOperations, &LeftOperations::failed);
+        scene.tabs->openServer(scene.server, std::nullopt, scene.tree.path("srv"));
+        Session &session = scene.tabs->openServer(scene.server, std::nullopt, scene.tree.path("srv"));
+        QTRY_VERIFY(session.pane() && session.pane()->displayedCount() == 2);
+        const QList<FileItem> items = session.pane()->displayed();
+        FileItem gone = items.constFirst();
+        gone.path += u".gone"_s;
+        session.pane()->remove(items);
+        session.pane()->remove({gone});
+        scene.tabs->close(scene.tabs->currentIndex());
+        QCOMPARE(scene.leftOperations.current(), QStringList{u"Deleting 2 items"_s});
+        QTRY_COMPARE(failed.count(), 1);
+        QVERIFY(failed.first().at(1).toStringList().constFirst().contains(gone.name));
+        QVERIFY(!scene.tree.exists("srv/deep") && !scene.tree.exists("srv/b.txt"));
+        QVERIFY(scene.leftOperations.current().isEmpty());
+        // The other tab of that server shows it.
+        QTRY_COMPARE(scene.tabs->current().pane()->displayedCount(), 0);
+        QCOMPARE(scene.farewells->load(), 0);
+    }
+
     void rememberedTabsComeBackWithoutConnecting()
     {
         AppScene scene;

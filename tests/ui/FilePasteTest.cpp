@@ -5,6 +5,7 @@
 #include "transfers/TransferEngine.h"
 
 #include <QClipboard>
+#include <QFile>
 #include <QMimeData>
 
 using namespace moorix;
@@ -21,6 +22,12 @@ void offer(const QByteArray &urls, const QByteArray &action)
     data->setData(u"text/uri-list"_s, urls);
     data->setData(gnomeType, action + '\n' + urls);
     QApplication::clipboard()->setMimeData(data);
+}
+
+bool holdsFiles()
+{
+    const QMimeData *data = QApplication::clipboard()->mimeData();
+    return data && data->hasUrls();
 }
 
 } // namespace
@@ -58,11 +65,39 @@ private slots:
         QTRY_VERIFY(disk.stat(bench.home.path("left/") + name, {}));
         QTRY_VERIFY(!disk.stat(bench.home.path("elsewhere/") + name, {}));
         QCOMPARE(bench.find("questionBar")->findChild<QLabel *>()->text(), u"No longer there: 1 of 2 files."_s);
-        const QMimeData *left = QApplication::clipboard()->mimeData();
-        QVERIFY(!left || !left->hasUrls());
+        QTRY_VERIFY(!holdsFiles());
         offer("https://example.org/page", "copy");
         bench.key(Qt::Key_V, Qt::ControlModifier);
         QCOMPARE(bench.model->transfers().transfers().size(), 1);
+    }
+
+    void whatIsNotMovedStaysCutAndWhatIsCopiedMeanwhileStaysOnTheClipboard()
+    {
+        WindowBench bench({{"left/a.txt", "a"}, {"left/b.txt", "b"}, {"right/a.txt", "other"}});
+        bench.model->settings().conflictPolicyRaw.set(u"skip"_s);
+        const auto pasteThere = [&bench] {
+            bench.activateList(Side::right);
+            bench.key(Qt::Key_V, Qt::ControlModifier);
+        };
+        bench.pane(Side::left)->setSelection({bench.home.path("left/a.txt"), bench.home.path("left/b.txt")});
+        bench.key(Qt::Key_X, Qt::ControlModifier);
+        pasteThere();
+        // One move at a time.
+        bench.key(Qt::Key_V, Qt::ControlModifier);
+        QCOMPARE(bench.model->transfers().transfers().size(), 1);
+        QTRY_COMPARE(bench.home.read("right/b.txt"), "b");
+        QTRY_COMPARE(QApplication::clipboard()->mimeData()->data(gnomeType),
+                     "cut\nfile://" + bench.home.path("left/a.txt").toUtf8());
+        QFile::remove(bench.home.path("right/a.txt"));
+        pasteThere();
+        QTRY_COMPARE(bench.home.read("right/a.txt"), "a");
+        QTRY_VERIFY(!holdsFiles() && !bench.model->clipboard().content());
+        bench.home.write("elsewhere/c", "c");
+        offer("file://" + bench.home.path("elsewhere/c").toUtf8(), "cut");
+        pasteThere();
+        QApplication::clipboard()->setText(u"a word"_s);
+        QTRY_VERIFY(!bench.home.exists("elsewhere/c"));
+        QCOMPARE(QApplication::clipboard()->text(), u"a word"_s);
     }
 
     void copyInPlaceGetsANameOfItsOwnAndAllElseFollowsTheSetting()

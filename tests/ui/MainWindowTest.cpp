@@ -30,27 +30,6 @@ class MainWindowTest final : public QObject
         return {0, false, "hostname " + name + ".example.org\nuser ada\nport 22\n", {}};
     }
 
-    static Qt::DropAction dropOn(QWidget &target, const QMimeData &data, const QPoint &place)
-    {
-        const Qt::DropActions actions = Qt::CopyAction | Qt::MoveAction | Qt::LinkAction;
-        QDragEnterEvent enter(place, actions, &data, Qt::LeftButton, Qt::NoModifier);
-        QApplication::sendEvent(&target, &enter);
-        if (!enter.isAccepted())
-            return Qt::IgnoreAction;
-        QDragMoveEvent move(place, actions, &data, Qt::LeftButton, Qt::NoModifier);
-        QApplication::sendEvent(&target, &move);
-        QDropEvent drop(place, actions, &data, Qt::LeftButton, Qt::NoModifier);
-        QApplication::sendEvent(&target, &drop);
-        return drop.dropAction();
-    }
-
-    /// The selection of a side, as dragging it would carry it.
-    static std::unique_ptr<QMimeData> dragged(const WindowBench &bench, Side side)
-    {
-        const PaneModel &pane = *bench.pane(side);
-        return std::make_unique<FileMimeData>(pane.service(), pane.selectedItems(), true);
-    }
-
 private slots:
     void f5CopiesTheSelectionAlsoAfterAMenuThatGreyedTheCommand()
     {
@@ -348,27 +327,44 @@ private slots:
         QVERIFY(!bench.home.exists("data/Trash/files/b.txt"));
     }
 
+    void deletionOutlivesItsTabIsAskedAboutByQuittingAndShowsWhatFailed()
+    {
+        WindowBench bench({{"left/dir/a", ""}, {"left/gone", ""}});
+        PaneTabs &tabs = bench.model->tabs(Side::left);
+        const QList<FileItem> items = bench.pane(Side::left)->displayed();
+        bench.key(Qt::Key_T, Qt::ControlModifier);
+        QFile::remove(bench.home.path("left/gone"));
+        tabs.sessions().constFirst()->pane()->remove(items);
+        tabs.close(0);
+        bench.window->close();
+        QVERIFY(bench.window->isVisible());
+        QTRY_VERIFY(bench.find("leftFailures"));
+        QVERIFY(!bench.home.exists("left/dir"));
+        const QString told = bench.find("leftFailures")->findChild<QLabel *>()->text();
+        QVERIFY2(told.startsWith(u"Deleting 2 items: "_s) && told.contains(u"gone"_s), qPrintable(told));
+    }
+
     void whatIsDroppedMovesToTheListOrTheFolderUnderItAndComesAsACopyFromOtherPrograms()
     {
         WindowBench bench({{"left/a.txt", "a"}, {"left/b.txt", "b"}, {"right/folder/", ""}, {"elsewhere/c", "c"}});
         bench.select(Side::left, "a.txt");
         QTreeView *list = bench.list(Side::right);
         const QPoint folder = list->visualRect(list->model()->index(0, 0)).center();
-        dropOn(*list->viewport(), *dragged(bench, Side::left), folder);
+        WindowBench::dropOn(*list->viewport(), *bench.dragged(Side::left), folder);
         QTRY_COMPARE(bench.home.read("right/folder/a.txt"), "a");
         QTRY_VERIFY(!bench.home.exists("left/a.txt"));
         QTRY_COMPARE(bench.pane(Side::left)->displayedCount(), 1);
         bench.select(Side::left, "b.txt");
-        dropOn(*list->viewport(), *dragged(bench, Side::left), QPoint(30, list->viewport()->height() - 5));
+        WindowBench::dropOn(*list->viewport(), *bench.dragged(Side::left), QPoint(30, list->viewport()->height() - 5));
         QTRY_COMPARE(bench.home.read("right/b.txt"), "b");
         QTRY_VERIFY(!bench.home.exists("left/b.txt"));
         // A folder stays where it is when it is dropped on itself.
         bench.select(Side::right, "folder");
-        dropOn(*list->viewport(), *dragged(bench, Side::right), folder);
+        WindowBench::dropOn(*list->viewport(), *bench.dragged(Side::right), folder);
         QCOMPARE(bench.model->transfers().transfers().size(), 2);
         QMimeData foreign;
         foreign.setUrls({QUrl::fromLocalFile(bench.home.path("elsewhere/c"))});
-        dropOn(*bench.list(Side::left)->viewport(), foreign, QPoint(30, 200));
+        WindowBench::dropOn(*bench.list(Side::left)->viewport(), foreign, QPoint(30, 200));
         QTRY_COMPARE(bench.home.read("left/c"), "c");
         QVERIFY(bench.home.exists("elsewhere/c"));
         // The folder above is a button of the path.
@@ -381,18 +377,35 @@ private slots:
         const auto buttons = path->findChildren<QToolButton *>();
         const auto above = std::ranges::find(buttons, QFileInfo(bench.home.path()).fileName(), &QToolButton::text);
         QVERIFY(above != buttons.end() && (*above)->isVisible());
-        QVERIFY(dropOn(*path, *dragged(bench, Side::left), (*above)->geometry().center()) != Qt::IgnoreAction);
+        QVERIFY(WindowBench::dropOn(*path, *bench.dragged(Side::left), (*above)->geometry().center()) !=
+                Qt::IgnoreAction);
         QTRY_COMPARE(bench.home.read("c"), "c");
     }
 
-    void folderDroppedOnTheSidebarBecomesAFavouriteAndStaysWhereItIs()
+    void whatIsDroppedOnAPlaceOrServerGoesThere()
+    {
+        WindowBench bench({{"left/file", "x"}, {"left/other", "y"}}, WindowBench::refusal);
+        bench.addServer(u"web-01"_s);
+        bench.select(Side::left, "file");
+        QCOMPARE(bench.dropOnSidebar(Side::left, u"Monitor"_s), Qt::IgnoreAction);
+        QVERIFY(bench.dropOnSidebar(Side::left, u"Home"_s) != Qt::IgnoreAction);
+        QTRY_COMPARE(bench.home.read("file"), "x");
+        QTRY_VERIFY(!bench.home.exists("left/file"));
+        bench.select(Side::left, "other");
+        QVERIFY(bench.dropOnSidebar(Side::left, u"web-01"_s) != Qt::IgnoreAction);
+        QTRY_VERIFY(bench.find<QLabel>("statusMessage")->text().startsWith(u"Nothing was sent to web-01: "_s));
+        QCOMPARE(bench.model->transfers().transfers().size(), 1);
+        QCOMPARE(bench.home.read("left/other"), "y");
+    }
+
+    void folderDroppedOnTheHeadingOfThePlacesBecomesAFavouriteAndStaysWhereItIs()
     {
         WindowBench bench({{"left/folder/", ""}, {"left/file", "x"}});
         auto *sidebar = bench.find<QTreeWidget>("sidebar");
         bench.select(Side::left, "file");
-        QCOMPARE(dropOn(*sidebar->viewport(), *dragged(bench, Side::left), QPoint(30, 40)), Qt::IgnoreAction);
+        QCOMPARE(bench.dropOnSidebar(Side::left, u"PLACES"_s), Qt::IgnoreAction);
         bench.select(Side::left, "folder");
-        QVERIFY(dropOn(*sidebar->viewport(), *dragged(bench, Side::left), QPoint(30, 40)) != Qt::MoveAction);
+        QVERIFY(bench.dropOnSidebar(Side::left, u"PLACES"_s) != Qt::MoveAction);
         QTRY_COMPARE(sidebar->findItems(u"folder"_s, Qt::MatchExactly | Qt::MatchRecursive).size(), 1);
         QVERIFY(bench.home.exists("left/folder"));
         bench.restart();
@@ -409,7 +422,7 @@ private slots:
         bench.key(Qt::Key_V, Qt::ControlModifier);
         QTRY_COMPARE(bench.home.read("right/a.txt"), "a");
         QTRY_VERIFY(!bench.home.exists("left/a.txt"));
-        QVERIFY(!bench.model->clipboard().content());
+        QTRY_VERIFY(!bench.model->clipboard().content());
     }
 
     void folderShownOnOneSideIsShownOnTheOther()

@@ -143,6 +143,24 @@ private slots:
         QTRY_COMPARE(bench.pane(Side::right) ? namesIn(*bench.pane(Side::right)).size() : 0, 2);
     }
 
+    void whatIsDroppedOnAServerGoesToItsStartFolderAndTheListNamesIt()
+    {
+        WindowBench bench({{"left/a.txt", "a"}}, clients());
+        ServerConnection server = addServer(bench);
+        bench.key(Qt::Key_J, Qt::ControlModifier);
+        bench.select(Side::left, "a.txt");
+        QVERIFY(bench.dropOnSidebar(Side::left, server.name) != Qt::IgnoreAction);
+        QTRY_COMPARE(contentOf(onServer(u"a.txt"_s)), "a");
+        QVERIFY(bench.home.exists("left/a.txt"));
+        const auto row = [&bench] { return bench.find<QTreeWidget>("transferList")->topLevelItem(0)->text(0); };
+        QVERIFY2(row().endsWith(u" on "_s + server.name), qPrintable(row()));
+        server.name = u"renamed"_s;
+        bench.model->servers().upsert(server);
+        QVERIFY2(row().endsWith(u" on renamed"_s), qPrintable(row()));
+        bench.model->removeServer(server.id);
+        QVERIFY2(row().endsWith(u" on renamed"_s), qPrintable(row()));
+    }
+
     void otherSideWorksWhileTheServerIsFrozenAndTheWaitCanBeGivenUp()
     {
         putFile(onServer(u"a.txt"_s), "a");

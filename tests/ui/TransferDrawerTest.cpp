@@ -177,6 +177,30 @@ private slots:
         }
     }
 
+    void serversAreNamedAsTheyAreCalledNow()
+    {
+        DrawerScene scene;
+        QString name = u"web-01"_s;
+        TransferPlaces places;
+        places.serverOf = [server = scene.server.get()](const FileService &service) {
+            return &service == server ? TransferPlaces::Server(QUuid()) : std::nullopt;
+        };
+        places.nameOf = [&name](const TransferPlaces::Server &server) { return server ? name : QString(); };
+        scene.engine->keepQueueIn(scene.tree.path("transfers.json"), places);
+        scene.tree.write("to/a", "old");
+        scene.letGo->release(9);
+        scene.send("from/a");
+        QTRY_VERIFY(scene.engine->conflict());
+        const auto row = [&scene] { return scene.list().topLevelItem(0)->text(0); };
+        QVERIFY2(row().endsWith(u" on web-01"_s), qPrintable(row()));
+        const QString question = scene.bar.findChild<QLabel *>(u"conflictQuestion"_s)->text();
+        QVERIFY2(question.contains(u" on web-01 in "_s), qPrintable(question));
+        name = u"web-02"_s;
+        scene.engine->noteNewNames();
+        QVERIFY2(row().endsWith(u" on web-02"_s), qPrintable(row()));
+        QVERIFY(scene.list().topLevelItem(0)->toolTip(0).contains(u"From this computer: "_s));
+    }
+
     void questionWaitsForWhoTypesIsAnsweredOncePerLookAndGivesTheKeyboardBack()
     {
         QWidget window;

@@ -14,8 +14,10 @@
 #include "ui/MainWindow.h"
 #include "ui/SessionView.h"
 #include "ui/SideView.h"
+#include "ui/pane/FileMimeData.h"
 
 #include <QApplication>
+#include <QDragEnterEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -139,6 +141,33 @@ public:
     {
         QVERIFY(button);
         QTest::mouseClick(button, Qt::LeftButton);
+    }
+    /// What dropping comes to; without effect where dragging is refused before.
+    static Qt::DropAction dropOn(QWidget &target, const QMimeData &data, const QPoint &place)
+    {
+        const Qt::DropActions actions = Qt::CopyAction | Qt::MoveAction | Qt::LinkAction;
+        QDragEnterEvent enter(place, actions, &data, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(&target, &enter);
+        if (!enter.isAccepted())
+            return Qt::IgnoreAction;
+        QDragMoveEvent move(place, actions, &data, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(&target, &move);
+        QDropEvent drop(place, actions, &data, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(&target, &drop);
+        return drop.dropAction();
+    }
+    /// The selection of a side, dropped on the row of the sidebar with this text.
+    Qt::DropAction dropOnSidebar(Side from, const QString &row) const
+    {
+        auto *sidebar = find<QTreeWidget>("sidebar");
+        const auto found = sidebar->findItems(row, Qt::MatchExactly | Qt::MatchRecursive);
+        return dropOn(*sidebar->viewport(), *dragged(from), sidebar->visualItemRect(found.value(0)).center());
+    }
+    /// The selection of a side, as dragging it would carry it.
+    std::unique_ptr<QMimeData> dragged(Side side) const
+    {
+        return std::make_unique<FileMimeData>(pane(side)->service(), pane(side)->selectedItems(),
+                                              pane(side)->isLocal());
     }
     /// The first visible widget of this name anywhere in the program.
     template <class Widget = QWidget>

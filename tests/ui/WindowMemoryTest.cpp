@@ -135,6 +135,38 @@ private slots:
         QCOMPARE(firstSide(), Side::left);
     }
 
+    void heightOfTheTransfersIsMovedByKeysRememberedAndLeavesTheSidesInSight()
+    {
+        WindowBench bench({{"left/a.txt", "a"}});
+        bench.select(Side::left, "a.txt");
+        bench.key(Qt::Key_F5);
+        bench.window->resize(900, 700);
+        const auto drawer = [&bench] { return bench.find("transferDrawer"); };
+        const auto edge = [&bench] { return bench.find<QSplitter>("drawerSplitter")->handle(1); };
+        bench.key(Qt::Key_J, Qt::ControlModifier);
+        const int usual = drawer()->height();
+        QTest::keyClick(edge(), Qt::Key_PageUp);
+        QTest::keyClick(edge(), Qt::Key_Down);
+        const int chosen = drawer()->height();
+        QVERIFY(chosen > usual);
+        bench.window->resize(900, 400);
+        QTRY_VERIFY(drawer()->height() < chosen);
+        QVERIFY(bench.list(Side::left)->viewport()->height() > 0);
+        bench.window->resize(900, 700);
+        QTRY_COMPARE(drawer()->height(), chosen);
+        bench.restart();
+        bench.window->resize(900, 700);
+        bench.key(Qt::Key_J, Qt::ControlModifier);
+        QTRY_COMPARE(drawer()->height(), chosen);
+        for (const Qt::Key key : {Qt::Key_Home, Qt::Key_End}) {
+            QTest::keyClick(edge(), key);
+            QVERIFY(bench.list(Side::left)->viewport()->height() > 50);
+            QVERIFY(drawer()->height() > 100);
+        }
+        QTest::mouseDClick(edge(), Qt::LeftButton);
+        QCOMPARE(drawer()->height(), usual);
+    }
+
     void orderAndHiddenFilesChosenLastAreThoseOfNewTabs()
     {
         WindowBench bench({{"left/.dot", ""}, {"left/big", "12345"}, {"left/small", "1"}});

@@ -7,11 +7,13 @@
 #include "files/FileService.h"
 #include "files/FileServiceError.h"
 #include "files/Format.h"
+#include "files/NamePattern.h"
 #include "files/TransferSpeed.h"
 #include "transfers/TransferRun.h"
 
 #include <QCommandLineParser>
 
+#include <algorithm>
 #include <atomic>
 #include <memory>
 
@@ -43,27 +45,66 @@ CopyTarget copyTarget(const QString &destination, bool isSingle, CommandContext 
     return {place, name};
 }
 
-/// One request per place that sources come from. Those that are not there are told in `failures`.
-QList<TransferRequest> requestsFor(const QStringList &sources, const CopyTarget &target, CommandContext &context,
-                                   QStringList &failures)
+struct CopySource
 {
-    QList<TransferRequest> requests;
+    std::shared_ptr<FileService> service;
+    FileItem item;
+};
+
+/// What a pattern for names stands for, in the order of names. No shell can tell that of a server.
+QList<FileItem> itemsMatching(const TargetPlace &pattern, const std::stop_token &stop)
+{
+    const QString folder = Format::parent(pattern.path);
+    const QString name = Format::fileName(pattern.path);
+    QList<FileItem> items = pattern.service->list(folder, HiddenFiles::included, stop);
+    items.removeIf([&name](const FileItem &item) { return !NamePattern::matches(name, item.name); });
+    if (items.isEmpty())
+        throw Error(u"Files"_s, u"Nothing in “%1” matches “%2”."_s.arg(folder, name));
+    std::ranges::sort(items, {}, &FileItem::name);
+    return items;
+}
+
+QList<FileItem> itemsOf(const TargetPlace &place, const std::stop_token &stop)
+{
+    if (const auto item = place.service->stat(place.path, stop))
+        return {*item};
+    if (place.isLocal || !NamePattern::isPattern(Format::fileName(place.path)))
+        throw FileServiceError::notFound(place.path);
+    return itemsMatching(place, stop);
+}
+
+/// Those that are not there are told in `failures`.
+QList<CopySource> findSources(const QStringList &sources, CommandContext &context, QStringList &failures)
+{
+    QList<CopySource> found;
     for (const QString &source : sources) {
         const TargetPlace place = context.place(source);
-        const auto item = place.service->stat(place.path, context.stop());
-        if (!item) {
-            failures += FileServiceError::notFound(place.path).message();
-            continue;
+        try {
+            for (const FileItem &item : itemsOf(place, context.stop()))
+                found.append({place.service, item});
+        } catch (const Cancelled &) {
+            throw;
+        } catch (const Error &error) {
+            failures += error.message();
         }
-        if (requests.isEmpty() || requests.constLast().source != place.service) {
+    }
+    return found;
+}
+
+/// One request per place that sources come from.
+QList<TransferRequest> requestsFor(const QList<CopySource> &sources, const CopyTarget &target)
+{
+    QList<TransferRequest> requests;
+    for (const CopySource &source : sources) {
+        if (requests.isEmpty() || requests.constLast().source != source.service) {
             TransferRequest request;
-            request.source = place.service;
+            request.source = source.service;
             request.destination = target.folder.service;
             request.targetFolder = target.folder.path;
             request.newName = target.newName;
             requests.append(request);
         }
-        requests.last().items.append(*item);
+        requests.last().items.append(source.item);
     }
     return requests;
 }
@@ -187,13 +228,14 @@ ExitCode runCp(const QCommandLineParser &parser, CommandContext &context)
     const TransferConflictPolicy policy = policyOf(parser);
     if (parser.isSet(u"limit"_s))
         context.speed().setLimit(optionValues::speed(u"limit"_s, parser.value(u"limit"_s)));
-    QStringList sources = parser.positionalArguments();
-    const QString destination = sources.takeLast();
-    const CopyTarget target = copyTarget(destination, sources.size() == 1, context);
+    QStringList named = parser.positionalArguments();
+    const QString destination = named.takeLast();
     TransferOutcome sum;
+    const QList<CopySource> sources = findSources(named, context, sum.failures);
+    const CopyTarget target = copyTarget(destination, named.size() == 1 && sources.size() <= 1, context);
     CopyTerminal terminal;
     const auto gate = std::make_shared<TransferGate>(context.filesAtOnce());
-    for (TransferRequest &request : requestsFor(sources, target, context, sum.failures)) {
+    for (TransferRequest &request : requestsFor(sources, target)) {
         request.policy = policy;
         request.check = parser.isSet(u"verify"_s) ? TransferCheck::contents : TransferCheck::size;
         TransferRun::Callbacks callbacks;
@@ -235,13 +277,16 @@ QList<Command> copyCommands()
                runCp};
     cp.details =
         u"A file reaches its name only once it is whole. An existing folder as DESTINATION takes the sources in; a\n"
-        "folder that exists there is merged. Without a terminal, --conflict ask counts conflicts as failures.\n"
+        "folder that exists there is merged. A last part of a server's SOURCE with *, ? or [...] that is no name "
+        "there\n"
+        "stands for all names that fit; quote it, or the shell looks for it here. Without a terminal, --conflict ask "
+        "counts conflicts as failures.\n"
         "A broken connection is tried again for about a minute, and files go on where they stopped. As many files as\n"
         "the preferences say travel at once, to and from servers at most at the speed that is set there; --limit 500K\n"
         "(per second; K, M or G, or none) sets another one for this copy.\n"
         "--json prints {\"files\",\"bytes\",\"skipped\",\"cancelled\",\"failures\":[text…],\"notes\":[text…]}."_s;
     cp.examples = {u"cp ./site web-01:/var/www"_s, u"cp web-01:/var/log/syslog ./syslog.txt"_s,
-                   u"cp web-01:/srv/data backup:/srv --conflict overwrite"_s};
+                   u"cp web-01:'/var/log/*.log' ./logs"_s, u"cp web-01:/srv/data backup:/srv --conflict overwrite"_s};
     cp.options = {{u"conflict"_s, u"What to do when a file exists: ask, skip, overwrite or rename."_s, u"POLICY"_s},
                   {{u"r"_s, u"recursive"_s}, u"Of no effect: folders are copied with all that is in them anyway."_s},
                   {u"limit"_s, u"How fast files may travel to and from servers: 500K, 2.5M, none."_s, u"SPEED"_s},

@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/pane/FileDrop.h"
 
+#include "base/Job.h"
+#include "files/FileService.h"
 #include "files/Format.h"
-#include "files/PaneModel.h"
 #include "ui/pane/FileMimeData.h"
 
 #include <QDropEvent>
+#include <QPointer>
 
 #include <algorithm>
+#include <utility>
 
 namespace moorix {
 
@@ -22,11 +25,12 @@ bool isPointless(const QString &path, const QString &folder, Qt::DropAction acti
 
 } // namespace
 
-FileDrop::FileDrop(PaneModel &pane, const PaneContext &context, QObject *parent)
+FileDrop::FileDrop(const std::shared_ptr<FileService> &destination, std::shared_ptr<FileService> localFiles,
+                   Transfer transfer, QObject *parent)
     : QObject(parent)
-    , m_pane(pane)
-    , m_localFiles(context.localFiles)
-    , m_transfer(context.transfer)
+    , m_destination(destination)
+    , m_localFiles(std::move(localFiles))
+    , m_transfer(std::move(transfer))
 {
 }
 
@@ -43,7 +47,7 @@ Qt::DropAction FileDrop::actionFor(const QDropEvent &event, const QString &folde
     if (!m_transfer || folder.isEmpty())
         return Qt::IgnoreAction;
     const auto *ours = qobject_cast<const FileMimeData *>(event.mimeData());
-    const bool isSamePlace = ours && ours->service() == m_pane.service();
+    const bool isSamePlace = ours && ours->service() == m_destination.lock();
     Qt::DropAction action = isSamePlace ? Qt::MoveAction : Qt::CopyAction;
     if (event.modifiers() & Qt::ControlModifier)
         action = Qt::CopyAction;
@@ -66,7 +70,7 @@ void FileDrop::drop(QDropEvent &event, const QString &folder)
     }
     const bool isMove = action == Qt::MoveAction;
     if (const auto *ours = qobject_cast<const FileMimeData *>(event.mimeData())) {
-        m_transfer({ours->service(), m_pane.service(), ours->items(), folder, isMove});
+        m_transfer({ours->service(), m_destination.lock(), ours->items(), folder, isMove});
     } else {
         takeLocalFiles(FileMimeData::localPaths(*event.mimeData()), folder, isMove);
     }
@@ -75,7 +79,7 @@ void FileDrop::drop(QDropEvent &event, const QString &folder)
     event.accept();
 }
 
-void FileDrop::takeLocalFiles(const QStringList &paths, const QString &folder, bool isMove)
+void FileDrop::takeLocalFiles(const QStringList &paths, const QString &folder, bool isMove, Found found)
 {
     if (!m_localFiles || !m_transfer)
         return;
@@ -83,7 +87,7 @@ void FileDrop::takeLocalFiles(const QStringList &paths, const QString &folder, b
         emit refused(tr("None of these files is on this computer."));
         return;
     }
-    m_statJob = runJob(
+    runJob(
         [files = m_localFiles, paths](const std::stop_token &stop) {
             QList<FileItem> items;
             for (const QString &path : paths) {
@@ -92,14 +96,18 @@ void FileDrop::takeLocalFiles(const QStringList &paths, const QString &folder, b
             }
             return items;
         },
-        [this, folder, isMove, count = paths.size()](const QList<FileItem> &items) {
-            if (items.size() < count)
-                emit refused(tr("No longer there: %1 of %2 files.").arg(count - items.size()).arg(count));
-            if (items.isEmpty())
-                return;
-            m_transfer({m_localFiles, m_pane.service(), items, folder, isMove});
+        [self = QPointer(this), files = m_localFiles, destination = m_destination.lock(), transfer = m_transfer,
+         found = std::move(found), folder, isMove, count = paths.size()](const QList<FileItem> &items) {
+            if (self && items.size() < count)
+                emit self->refused(tr("No longer there: %1 of %2 files.").arg(count - items.size()).arg(count));
+            if (!items.isEmpty() && (!found || found(items)))
+                transfer({files, destination, items, folder, isMove});
         },
-        [this](const Error &error) { emit refused(error.message()); });
+        [self = QPointer(this)](const Error &error) {
+            if (self)
+                emit self->refused(error.message());
+        })
+        .detach();
 }
 
 } // namespace moorix

@@ -19,7 +19,7 @@ FileListView::FileListView(PaneModel &pane, const PaneContext &context, QWidget 
     , m_pane(pane)
     , m_files(new FileListModel(pane, this))
     , m_delegate(new FileItemDelegate(*this))
-    , m_drop(new FileDrop(pane, context, this))
+    , m_drop(new FileDrop(pane.service(), context.localFiles, context.transfer, this))
 {
     m_clock.start();
     setObjectName(QStringLiteral("fileList"));

@@ -76,6 +76,11 @@ bool FileMimeData::isCut(const QMimeData &data)
     return data.data(kdeCutType).startsWith('1') || data.data(gnomeType).startsWith("cut\n");
 }
 
+bool FileMimeData::isOurs(const QMimeData &data)
+{
+    return qobject_cast<const FileMimeData *>(&data) || data.hasFormat(itemsType);
+}
+
 QUrl FileMimeData::url(const QString &path)
 {
     if (NativePath::isUnicode(path))

@@ -37,6 +37,9 @@ public:
     static QStringList localPaths(const QMimeData &data);
     /// Whether another program has put its files on the clipboard to be moved.
     static bool isCut(const QMimeData &data);
+    /// Whether it was made here. On a clipboard that has changed hands but not its contents, as by the programs that
+    /// keep its history, that is told by its type.
+    static bool isOurs(const QMimeData &data);
     /// Unlike QUrl's own also for names that are no UTF-8.
     static QUrl url(const QString &path);
 

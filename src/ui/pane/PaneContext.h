@@ -32,7 +32,8 @@ struct PaneContext
     std::function<Refusal()> compareFiles;
     /// The clipboard's files come into the folder shown here.
     std::function<Refusal()> paste;
-    /// A drop, or a paste from another program. The receiver says what becomes of files that exist already.
+    /// A drop, or a paste from another program. The receiver says what becomes of files that exist already; it may be
+    /// called after the view has gone.
     std::function<void(TransferRequest)> transfer;
     /// A file was opened (Enter, double click).
     std::function<void(const FileItem &)> openFile;

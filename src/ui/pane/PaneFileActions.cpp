@@ -35,20 +35,13 @@ QString removalQuestion(const QList<FileItem> &items)
     return PaneFileActions::tr("Delete %1 for good?").arg(described(items));
 }
 
-/// Whether the system's clipboard holds what was cut or copied here last. Where it has changed hands but not its
-/// contents, as by the programs that keep its history, those are told by their type.
-bool isOurs(const QMimeData &data)
-{
-    return qobject_cast<const FileMimeData *>(&data) || data.hasFormat(FileMimeData::acceptedTypes().first());
-}
-
 } // namespace
 
 PaneFileActions::PaneFileActions(PaneModel &pane, const PaneContext &context, QObject *parent)
     : QObject(parent)
     , m_pane(pane)
     , m_context(context)
-    , m_arrivals(new FileDrop(pane, context, this))
+    , m_arrivals(new FileDrop(pane.service(), context.localFiles, context.transfer, this))
 {
     connect(m_arrivals, &FileDrop::refused, this, &PaneFileActions::refused);
     // What is no longer on the clipboard is not to be moved by the next paste.
@@ -56,7 +49,7 @@ PaneFileActions::PaneFileActions(PaneModel &pane, const PaneContext &context, QO
     connect(clipboard, &QClipboard::dataChanged, this, [this, clipboard] {
         if (!m_context.clipboard.content())
             return;
-        if (const QMimeData *data = clipboard->mimeData(); data && !isOurs(*data))
+        if (const QMimeData *data = clipboard->mimeData(); data && !FileMimeData::isOurs(*data))
             m_context.clipboard.clear();
     });
 }
@@ -171,10 +164,10 @@ void PaneFileActions::pass(const std::function<PaneContext::Refusal()> &action)
 void PaneFileActions::putOnClipboard(bool isCut)
 {
     const QList<FileItem> items = m_pane.selectedItems();
-    m_context.clipboard.set({m_pane.service(), items, isCut});
     auto *data = new FileMimeData(m_pane.service(), items, m_pane.isLocal());
     data->noteWhetherCut(isCut);
     QGuiApplication::clipboard()->setMimeData(data);
+    m_context.clipboard.set({m_pane.service(), items, isCut});
     emit messageRaised((isCut ? tr("Cut %1.") : tr("Copied %1.")).arg(described(items)));
 }
 
@@ -183,26 +176,43 @@ bool PaneFileActions::canPaste() const
     const QMimeData *data = QGuiApplication::clipboard()->mimeData();
     if (!data)
         return false;
-    if (m_context.clipboard.content() && isOurs(*data))
+    if (m_context.clipboard.content() && FileMimeData::isOurs(*data))
         return bool(m_context.paste);
     return m_context.transfer && m_context.localFiles && FileMimeData::hasLocalPaths(*data);
 }
 
 void PaneFileActions::paste()
 {
+    const QMimeData *data = QGuiApplication::clipboard()->mimeData();
+    if (m_context.clipboard.content() && FileMimeData::isOurs(*data))
+        return pass(m_context.paste);
+    const QStringList paths = FileMimeData::localPaths(*data);
+    const bool isCut = FileMimeData::isCut(*data);
+    FileDrop::Found found;
+    if (isCut) {
+        found = [self = QPointer(this), paths](const QList<FileItem> &items) {
+            return !self || self->takeOverCut(paths, items);
+        };
+    }
+    m_arrivals->takeLocalFiles(paths, m_pane.currentPath(), isCut, std::move(found));
+}
+
+/// What another program has cut is treated as if it had been cut here, so that what is not moved stays cut. False where
+/// an earlier paste moves it already.
+bool PaneFileActions::takeOverCut(const QStringList &paths, const QList<FileItem> &found)
+{
+    if (m_context.clipboard.holdsCut(found))
+        return false;
     QClipboard *clipboard = QGuiApplication::clipboard();
     const QMimeData *data = clipboard->mimeData();
-    bool isTaken = false;
-    if (m_context.clipboard.content() && isOurs(*data)) {
-        pass(m_context.paste);
-        isTaken = !m_context.clipboard.content();
-    } else {
-        isTaken = FileMimeData::isCut(*data);
-        m_arrivals->takeLocalFiles(FileMimeData::localPaths(*data), m_pane.currentPath(), isTaken);
-    }
-    // Files can be moved away only once.
-    if (isTaken)
-        clipboard->clear();
+    // Something else may have been copied meanwhile.
+    if (!data || !FileMimeData::isCut(*data) || FileMimeData::localPaths(*data) != paths)
+        return true;
+    auto *ours = new FileMimeData(m_context.localFiles, found, true);
+    ours->noteWhetherCut(true);
+    clipboard->setMimeData(ours);
+    m_context.clipboard.set({m_context.localFiles, found, true});
+    return true;
 }
 
 void PaneFileActions::copyPaths()

@@ -40,6 +40,7 @@ private:
     void passFolder(const std::function<void(const FileItem &)> &receiver);
     void pass(const std::function<PaneContext::Refusal()> &action);
     void putOnClipboard(bool isCut);
+    bool takeOverCut(const QStringList &paths, const QList<FileItem> &found);
     bool canPaste() const;
     void paste();
     void copyPaths();

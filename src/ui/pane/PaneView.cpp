@@ -83,7 +83,7 @@ PaneView::~PaneView()
 void PaneView::build()
 {
     m_pathBar = new PathBar(m_pane, this);
-    auto *drop = new FileDrop(m_pane, m_context, m_pathBar);
+    auto *drop = new FileDrop(m_pane.service(), m_context.localFiles, m_context.transfer, m_pathBar);
     m_pathBar->takeDrops(*drop);
     connect(drop, &FileDrop::refused, this, &PaneView::tell);
     m_error = new MessageBar(this);
