@@ -93,6 +93,7 @@ TransferDrawer::TransferDrawer(TransferEngine &transfers, QWidget *parent)
     column->addWidget(m_empty);
     column->addWidget(m_list, 1);
 
+    m_list->setAllColumnsShowFocus(true);
     connect(&transfers, &TransferEngine::listChanged, this, &TransferDrawer::rebuild);
     connect(&transfers, &TransferEngine::transferChanged, this, &TransferDrawer::update);
     connect(m_list, &QWidget::customContextMenuRequested, this, &TransferDrawer::showMenu);

@@ -277,10 +277,9 @@ QList<Command> copyCommands()
                runCp};
     cp.details =
         u"A file reaches its name only once it is whole. An existing folder as DESTINATION takes the sources in; a\n"
-        "folder that exists there is merged. A last part of a server's SOURCE with *, ? or [...] that is no name "
-        "there\n"
-        "stands for all names that fit; quote it, or the shell looks for it here. Without a terminal, --conflict ask "
-        "counts conflicts as failures.\n"
+        "folder that exists there is merged. Without a terminal, --conflict ask counts conflicts as failures.\n"
+        "A last part of a server's SOURCE with *, ? or [...] that is no name there stands for all names that fit;\n"
+        "quote it, or the shell looks for it here.\n"
         "A broken connection is tried again for about a minute, and files go on where they stopped. As many files as\n"
         "the preferences say travel at once, to and from servers at most at the speed that is set there; --limit 500K\n"
         "(per second; K, M or G, or none) sets another one for this copy.\n"
