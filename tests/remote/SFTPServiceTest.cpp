@@ -2,7 +2,6 @@
 #include "remote/SFTPService.h"
 #include "files/LocalFileService.h"
 #include "files/NativePath.h"
-#include "remote/ControlSocket.h"
 #include "remote/SSHAuthHelper.h"
 #include "support/DelayProxy.h"
 #include "support/FakeProcessRunner.h"
@@ -15,10 +14,7 @@
 
 #include <future>
 
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
-#include <unistd.h>
 
 using namespace moorix;
 using namespace Qt::StringLiterals;
@@ -445,39 +441,6 @@ private slots:
         QTRY_VERIFY(runningClients() == 2);
         source.request_stop();
         QVERIFY_THROWS_EXCEPTION(Cancelled, login.get());
-    }
-
-    void twoUsersOfOneRecordNeverShareAConnection()
-    {
-        NEED_ACCOUNTS();
-        ServerConnection server = m_sshd->connection();
-        connected(server);
-        QVERIFY(ControlSocket::isPresent(server));
-        server.username = TestServer::user();
-        SFTPService &second = connected(server);
-        QVERIFY(second.defaultDirectory(neverStops).endsWith(u'/' + TestServer::user()));
-        second.write("x", at("whose"), neverStops);
-        QVERIFY(QFileInfo(at("whose")).ownerId() != ::getuid());
-    }
-
-    void socketOfSomebodyElseIsNeverUsed()
-    {
-        NEED_ACCOUNTS();
-        const ServerConnection server = m_sshd->connection();
-        const QByteArray path = QFile::encodeName(ControlSocket::path(server));
-        const int trap = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        sockaddr_un address = {};
-        address.sun_family = AF_UNIX;
-        std::copy(path.begin(), path.end(), address.sun_path);
-        QVERIFY(::bind(trap, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0);
-        QVERIFY(::listen(trap, 1) == 0 && ::chown(path.constData(), 64001, 64001) == 0);
-        QVERIFY(::chmod(path.constData(), 0777) == 0);
-        SFTPService &service = connected(server);
-        QVERIFY(service.isConnected());
-        service.disconnect();
-        QVERIFY(QFile::exists(ControlSocket::path(server)));
-        ::close(trap);
-        ::unlink(path.constData());
     }
 
 private:

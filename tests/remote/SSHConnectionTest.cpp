@@ -11,6 +11,9 @@
 #include <csignal>
 #include <future>
 
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 using namespace moorix;
@@ -101,6 +104,47 @@ private slots:
         QVERIFY(ControlSocket::isPresent(server));
         second.disconnect();
         QVERIFY(!ControlSocket::isPresent(server));
+    }
+
+    void twoUsersOfOneRecordNeverShareAConnection()
+    {
+        if (!m_sshd->hasAccounts())
+            QSKIP("Only root can give the test server accounts.");
+        ServerConnection server = m_sshd->connection();
+        SFTPService first(server, {}, m_clients);
+        first.connect(neverStops);
+        QVERIFY(ControlSocket::isPresent(server));
+        server.username = TestServer::user();
+        SFTPService second(server, {}, m_clients);
+        second.connect(neverStops);
+        QVERIFY(second.defaultDirectory(neverStops).endsWith(u'/' + TestServer::user()));
+        const QString file = m_sshd->sharedPath() + u"/whose"_s;
+        second.write("x", file, neverStops);
+        QVERIFY(QFileInfo(file).ownerId() != ::getuid());
+        first.disconnect();
+        second.disconnect();
+    }
+
+    void socketOfSomebodyElseIsNeverUsed()
+    {
+        if (!m_sshd->hasAccounts())
+            QSKIP("Only root can give the test server accounts.");
+        const ServerConnection server = m_sshd->connection();
+        const QByteArray path = QFile::encodeName(ControlSocket::path(server));
+        const int trap = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        sockaddr_un address = {};
+        address.sun_family = AF_UNIX;
+        std::copy(path.begin(), path.end(), address.sun_path);
+        QVERIFY(::bind(trap, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0);
+        QVERIFY(::listen(trap, 1) == 0 && ::chown(path.constData(), 64001, 64001) == 0);
+        QVERIFY(::chmod(path.constData(), 0777) == 0);
+        SFTPService service(server, {}, m_clients);
+        service.connect(neverStops);
+        QVERIFY(service.isConnected());
+        service.disconnect();
+        QVERIFY(QFile::exists(ControlSocket::path(server)));
+        ::close(trap);
+        ::unlink(path.constData());
     }
 
 private:
